@@ -1,0 +1,49 @@
+# The rules that every target of this project is built by, and the two commands that make targets.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_C_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
+
+add_library(orv_build_rules INTERFACE)
+target_compile_options(orv_build_rules INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(ORVCASCONV_WERROR)
+    target_compile_options(orv_build_rules INTERFACE -Werror)
+endif()
+if(ORVCASCONV_SANITIZE)
+    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_compile_options(${sanitizers})
+    add_link_options(${sanitizers})
+endif()
+
+# orv_add_library(NAME SOURCES file... [LINKS target...])
+# One floor of the house as a static library. LINKS names the floors and packages below it.
+function(orv_add_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS;PRIVATE_LINKS")
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}/src"
+                               "${PROJECT_SOURCE_DIR}/include")
+    target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE orv_build_rules ${arg_PRIVATE_LINKS})
+endfunction()
+
+# orv_add_test(NAME SOURCES file... [LINKS target...])
+# One test program for one folder below tests/; each of its cases is a test of CTest.
+function(orv_add_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+    add_executable(${name} ${arg_SOURCES})
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+    target_link_libraries(${name} PRIVATE ${arg_LINKS} orv_test_support orv_build_rules
+                          GTest::gmock_main)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+endfunction()

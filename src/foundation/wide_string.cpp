@@ -1,0 +1,479 @@
+#include "foundation/wide_string.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/com.h"
+#include "platform/machine.h"
+#include "platform/text.h"
+
+namespace {
+
+// What every text without storage points at; never written.
+char16_t g_emptyText[1] = {0};
+
+constexpr std::size_t kFormatStep = 128;
+constexpr std::size_t kFormatLimit = std::size_t{1} << 31;
+
+std::size_t TextLength(const char16_t* text) {
+    return text == nullptr ? 0 : std::char_traits<char16_t>::length(text);
+}
+
+bool IsBlank(std::u16string_view text) { return text.empty() || text.front() == 0; }
+
+char16_t Fold(char16_t unit) {
+    if (unit < 0x80) {
+        return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+    }
+    return platform::FoldUnit(unit);
+}
+
+bool IsHexDigit(char16_t unit) {
+    const char16_t folded = Fold(unit);
+    return (unit >= u'0' && unit <= u'9') || (folded >= u'a' && folded <= u'f');
+}
+
+const char16_t* FindMatch(std::u16string_view haystack, std::u16string_view needle,
+                          bool ignoreCase) {
+    return ignoreCase ? FindSubstringNoCase(haystack.data(), haystack.size(), needle.data(),
+                                            needle.size())
+                      : FindSubstring(haystack.data(), haystack.size(), needle.data(),
+                                      needle.size());
+}
+
+}  // namespace
+
+CStrW::CStrW() noexcept : m_pBuffer(g_emptyText), m_capacity(0), m_length(0) {}
+
+CStrW::CStrW(const CStrW& other) : CStrW() { Assign(other.View()); }
+
+CStrW::CStrW(CStrW&& other) noexcept : CStrW() { *this = std::move(other); }
+
+CStrW::CStrW(const char16_t* text) : CStrW() { Assign({text, TextLength(text)}); }
+
+CStrW::CStrW(std::u16string_view text) : CStrW() { Assign(text); }
+
+CStrW::CStrW(EFormatMode mode, const char16_t* format, ...) : CStrW() {
+    std::va_list arguments;
+    va_start(arguments, format);
+    if (mode == FormatMessageStyle) {
+        FormatMessage(format, arguments);
+    } else {
+        FormatV(format, arguments);
+    }
+    va_end(arguments);
+}
+
+CStrW::CStrW(EFormatMode mode, std::uint32_t resourceId, const void* module, ...) : CStrW() {
+    std::va_list arguments;
+    va_start(arguments, module);
+    if (mode == FormatMessageStyle) {
+        LoadFormatMessage(resourceId, module, arguments);
+    } else {
+        std::u16string format;
+        if (platform::LoadResourceText(resourceId, module, format)) {
+            FormatV(format.c_str(), arguments);
+        }
+    }
+    va_end(arguments);
+}
+
+CStrW::~CStrW() {
+    if (m_capacity != 0) {
+        std::free(m_pBuffer);
+    }
+}
+
+CStrW& CStrW::operator=(const CStrW& other) {
+    if (this != &other) {
+        Assign(other.View());
+    }
+    return *this;
+}
+
+CStrW& CStrW::operator=(CStrW&& other) noexcept {
+    std::swap(m_pBuffer, other.m_pBuffer);
+    std::swap(m_capacity, other.m_capacity);
+    std::swap(m_length, other.m_length);
+    if (this != &other) {
+        other.SetLength(0);
+    }
+    return *this;
+}
+
+bool CStrW::Reserve(std::size_t capacity) {
+    if (capacity <= m_capacity) {
+        return true;
+    }
+    if (capacity > SIZE_MAX / sizeof(char16_t)) {
+        return false;
+    }
+    void* const block =
+        std::realloc(m_capacity == 0 ? nullptr : m_pBuffer, capacity * sizeof(char16_t));
+    if (block == nullptr) {
+        return false;
+    }
+    m_pBuffer = static_cast<char16_t*>(block);
+    if (m_capacity == 0) {
+        m_pBuffer[0] = 0;
+    }
+    m_capacity = capacity;
+    return true;
+}
+
+void CStrW::Clear() {
+    if (m_capacity != 0) {
+        std::free(m_pBuffer);
+    }
+    m_pBuffer = g_emptyText;
+    m_capacity = 0;
+    m_length = 0;
+}
+
+void CStrW::SetLength(std::size_t length) {
+    m_length = length;
+    if (m_capacity != 0) {
+        m_pBuffer[length] = 0;
+    }
+}
+
+void CStrW::Assign(std::u16string_view text) {
+    if (text.empty()) {
+        SetLength(0);
+        return;
+    }
+    const bool isOwnPart =
+        m_capacity != 0 && text.data() >= m_pBuffer && text.data() <= m_pBuffer + m_length;
+    // A part of this text fits the storage, so that nothing moves under it.
+    if (!isOwnPart && !Reserve(text.size() + 1)) {
+        SetLength(0);
+        return;
+    }
+    std::memmove(m_pBuffer, text.data(), text.size() * sizeof(char16_t));
+    SetLength(text.size());
+}
+
+void CStrW::AssignMid(std::u16string_view source, std::size_t start, std::size_t count) {
+    Assign(start < source.size() ? source.substr(start, count) : std::u16string_view());
+}
+
+void CStrW::Prepend(std::u16string_view text) { Insert(0, text); }
+
+void CStrW::Append(std::u16string_view text) { Insert(m_length, text); }
+
+void CStrW::Append(char16_t unit) { Insert(m_length, std::u16string_view(&unit, 1)); }
+
+std::size_t CStrW::Insert(std::size_t index, char16_t unit) {
+    if (unit != 0) {
+        Insert(std::min(index, m_length), std::u16string_view(&unit, 1));
+    }
+    return m_length;
+}
+
+void CStrW::Insert(std::size_t index, std::u16string_view text) {
+    if (text.empty()) {
+        return;
+    }
+    if (text.data() >= m_pBuffer && text.data() <= m_pBuffer + m_length) {
+        Insert(index, CStrW(text).View());
+        return;
+    }
+    if (!Reserve(m_length + text.size() + 1)) {
+        return;
+    }
+    std::memmove(m_pBuffer + index + text.size(), m_pBuffer + index,
+                 (m_length - index) * sizeof(char16_t));
+    std::memcpy(m_pBuffer + index, text.data(), text.size() * sizeof(char16_t));
+    SetLength(m_length + text.size());
+}
+
+void CStrW::Delete(std::size_t index, std::size_t count) {
+    if (index >= m_length || count == 0) {
+        return;
+    }
+    const std::size_t removed = std::min(count, m_length - index);
+    const std::size_t rest = m_length - index - removed;
+    std::memmove(m_pBuffer + index, m_pBuffer + index + removed, rest * sizeof(char16_t));
+    SetLength(m_length - removed);
+}
+
+std::size_t CStrW::InsertUncPrefix() {
+    Insert(std::min<std::size_t>(2, m_length), uR"(?\UNC\)");
+    return m_length;
+}
+
+std::size_t CStrW::Remove(std::u16string_view text) {
+    if (IsEmpty() || text.empty()) {
+        return 0;
+    }
+    return Replace(text, u"", false);
+}
+
+std::size_t CStrW::Replace(std::u16string_view from, std::u16string_view to, bool ignoreCase) {
+    if (IsEmpty() || from.empty()) {
+        return 0;
+    }
+    std::size_t matches = 0;
+    const char16_t* const end = m_pBuffer + m_length;
+    const char16_t* position = m_pBuffer;
+    while (const char16_t* match = FindMatch(
+               {position, static_cast<std::size_t>(end - position)}, from, ignoreCase)) {
+        ++matches;
+        position = match + from.size();
+    }
+    if (matches == 0) {
+        return 0;
+    }
+    const std::size_t length = m_length - matches * from.size() + matches * to.size();
+    CStrW result;
+    if (length != 0 && !result.Reserve(length + 1)) {
+        return 0;
+    }
+    position = m_pBuffer;
+    while (const char16_t* match = FindMatch(
+               {position, static_cast<std::size_t>(end - position)}, from, ignoreCase)) {
+        result.Append({position, static_cast<std::size_t>(match - position)});
+        result.Append(to);
+        position = match + from.size();
+    }
+    result.Append({position, static_cast<std::size_t>(end - position)});
+    *this = std::move(result);
+    return matches;
+}
+
+void CStrW::Trim() {
+    std::size_t start = 0;
+    while (start < m_length && platform::IsSpace(m_pBuffer[start])) {
+        ++start;
+    }
+    std::size_t end = m_length;
+    while (end > start && platform::IsSpace(m_pBuffer[end - 1])) {
+        --end;
+    }
+    Truncate(end);
+    Delete(0, start);
+}
+
+void CStrW::TrimLeftQuotes() {
+    std::size_t start = 0;
+    while (start < m_length && m_pBuffer[start] == u'"') {
+        ++start;
+    }
+    Delete(0, start);
+}
+
+void CStrW::TrimRightQuotes() {
+    std::size_t end = m_length;
+    while (end > 0 && m_pBuffer[end - 1] == u'"') {
+        --end;
+    }
+    Truncate(end);
+}
+
+void CStrW::Truncate(std::size_t length) {
+    if (length < m_length) {
+        SetLength(length);
+    }
+}
+
+void CStrW::Fold() { platform::FoldText(m_pBuffer, m_length); }
+
+CStrW CStrW::Mid(std::size_t start, std::size_t count) const {
+    CStrW part;
+    part.AssignMid(View(), start, count);
+    return part;
+}
+
+bool CStrW::IsTrue() const { return IsEmpty() || platform::CompareText(View(), u"0", false) != 0; }
+
+int CStrW::CompareNoCase(std::u16string_view other) const { return ::CompareNoCase(View(), other); }
+
+int CStrW::CompareN(std::u16string_view other, std::size_t count, bool ignoreCase) const {
+    const std::u16string_view left = View().substr(0, count);
+    const std::u16string_view right = other.substr(0, count);
+    if (IsBlank(left) || IsBlank(right)) {
+        return static_cast<int>(IsBlank(right)) - static_cast<int>(IsBlank(left));
+    }
+    return platform::CompareText(left, right, ignoreCase);
+}
+
+bool CStrW::EqualsNoCase(std::u16string_view other) const { return ::EqualsNoCase(View(), other); }
+
+bool CStrW::StartsWithNoCase(std::u16string_view prefix) const {
+    return m_length >= prefix.size() && ::EqualsNoCase(View().substr(0, prefix.size()), prefix);
+}
+
+bool CStrW::IsGuid() const {
+    constexpr std::u16string_view kShape = u"{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
+    if (m_length != kShape.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < kShape.size(); ++i) {
+        if (kShape[i] == u'x' ? !IsHexDigit(m_pBuffer[i]) : m_pBuffer[i] != kShape[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CStrW::Format(const char16_t* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    const bool done = FormatV(format, arguments);
+    va_end(arguments);
+    return done;
+}
+
+bool CStrW::FormatV(const char16_t* format, std::va_list arguments) {
+    SetLength(0);
+    if (format == nullptr) {
+        return false;
+    }
+    for (std::size_t size = kFormatStep; size < kFormatLimit; size += kFormatStep) {
+        if (!Reserve(size)) {
+            break;
+        }
+        std::va_list copy;
+        va_copy(copy, arguments);
+        const int length = platform::FormatPrintf(m_pBuffer, size, format, copy);
+        va_end(copy);
+        if (length >= 0) {
+            SetLength(TextLength(m_pBuffer));
+            return true;
+        }
+    }
+    SetLength(0);
+    return false;
+}
+
+bool CStrW::FormatMessage(const char16_t* format, std::va_list arguments) {
+    std::u16string text;
+    const bool done = format != nullptr && platform::ComposeMessage(text, format, arguments);
+    Assign(text);
+    return done;
+}
+
+bool CStrW::LoadFormatMessage(std::uint32_t resourceId, const void* module,
+                              std::va_list arguments) {
+    std::u16string format;
+    if (!platform::LoadResourceText(resourceId, module, format) || format.empty()) {
+        SetLength(0);
+        return false;
+    }
+    return FormatMessage(format.c_str(), arguments);
+}
+
+char16_t* CStrW::Detach() {
+    char16_t* const buffer = m_capacity == 0 ? nullptr : m_pBuffer;
+    m_pBuffer = g_emptyText;
+    m_capacity = 0;
+    m_length = 0;
+    return buffer;
+}
+
+void CStrW::Attach(char16_t* buffer, std::size_t capacity) {
+    Clear();
+    if (buffer == nullptr || capacity == 0) {
+        return;
+    }
+    buffer[capacity - 1] = 0;
+    m_pBuffer = buffer;
+    m_capacity = capacity;
+    m_length = TextLength(buffer);
+}
+
+CStrW operator+(const CStrW& left, const CStrW& right) {
+    CStrW sum;
+    if (sum.Reserve(left.GetLength() + right.GetLength() + 1)) {
+        sum.Append(left.View());
+        sum.Append(right.View());
+    }
+    return sum;
+}
+
+CStrW operator+(const CStrW& left, const char16_t* right) { return left + CStrW(right); }
+
+CStrW operator+(const char16_t* left, const CStrW& right) { return CStrW(left) + right; }
+
+CStrW operator+(const CStrW& left, char16_t right) {
+    return left + CStrW(std::u16string_view(&right, 1));
+}
+
+CStrW operator+(char16_t left, const CStrW& right) {
+    return CStrW(std::u16string_view(&left, 1)) + right;
+}
+
+int CompareNoCase(std::u16string_view left, std::u16string_view right) {
+    if (IsBlank(left) || IsBlank(right)) {
+        return static_cast<int>(IsBlank(right)) - static_cast<int>(IsBlank(left));
+    }
+    return platform::CompareText(left, right, true);
+}
+
+bool EqualsNoCase(std::u16string_view left, std::u16string_view right) {
+    if (IsBlank(left) || IsBlank(right)) {
+        return IsBlank(left) && IsBlank(right);
+    }
+    return platform::EqualText(left, right);
+}
+
+const char16_t* FindSubstring(const char16_t* haystack, std::size_t haystackLength,
+                              const char16_t* needle, std::size_t needleLength) {
+    const std::u16string_view text(haystack, haystackLength);
+    const std::size_t index = text.find(std::u16string_view(needle, needleLength));
+    return index == std::u16string_view::npos ? nullptr : haystack + index;
+}
+
+const char16_t* FindSubstringNoCase(const char16_t* haystack, std::size_t haystackLength,
+                                    const char16_t* needle, std::size_t needleLength) {
+    const std::size_t index =
+        FindSubstringNoCaseIndex({haystack, haystackLength}, {needle, needleLength});
+    return index == kAllCharacters ? nullptr : haystack + index;
+}
+
+std::size_t FindSubstringNoCaseIndex(std::u16string_view haystack, std::u16string_view needle) {
+    if (needle.size() > haystack.size()) {
+        return kAllCharacters;
+    }
+    if (needle.empty()) {
+        return 0;
+    }
+    const char16_t first = Fold(needle.front());
+    const auto isSame = [](char16_t left, char16_t right) { return Fold(left) == Fold(right); };
+    for (std::size_t i = 0; i + needle.size() <= haystack.size(); ++i) {
+        if (Fold(haystack[i]) == first &&
+            std::equal(needle.begin() + 1, needle.end(),
+                       haystack.begin() + static_cast<std::ptrdiff_t>(i) + 1, isSame)) {
+            return i;
+        }
+    }
+    return kAllCharacters;
+}
+
+CStrW UnsignedToText(std::uint32_t value) {
+    char16_t digits[10];
+    std::size_t first = std::size(digits);
+    do {
+        digits[--first] = static_cast<char16_t>(u'0' + value % 10);
+        value /= 10;
+    } while (value != 0);
+    return CStrW(std::u16string_view(digits + first, std::size(digits) - first));
+}
+
+CStrW GetEnvironmentVariable(const char16_t* name) {
+    std::u16string value;
+    return platform::GetEnvironmentText(name, value) ? CStrW(value) : CStrW();
+}
+
+CStrW CreateGuidString() {
+    GUID guid{};
+    return platform::CreateGuid(guid) ? CStrW(platform::GuidToText(guid)) : CStrW();
+}
+
+CStrW GetSystemErrorMessage(int status) {
+    CStrW text(platform::SystemErrorText(static_cast<std::uint32_t>(status)));
+    text.Remove(u"\r");
+    text.Remove(u"\n");
+    return text;
+}

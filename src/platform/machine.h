@@ -1,0 +1,64 @@
+// platform/machine.h - what the running, or the described, machine says of itself.
+//
+// Nothing throws; safe on any thread once LoadMachine has returned.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform {
+
+// A special folder by the name of its token, without percent signs, and its CSIDL number.
+struct SSpecialFolder {
+    const char16_t* name;
+    int csidl;
+};
+
+// The special folders this system knows, in the order in which their tokens win among equal paths.
+extern const std::array<SSpecialFolder, 47> kSpecialFolders;
+
+// The token name of the one special folder that has no CSIDL number.
+extern const char16_t* const kLocalAppDataLowName;
+
+// The environment variables this system asks for, in the order in which their tokens win.
+extern const std::array<const char16_t*, 14> kEnvironmentVariables;
+
+struct SSystemVersion {
+    std::uint32_t major = 0;
+    std::uint32_t minor = 0;
+    bool isWorkstation = false;
+};
+
+// Makes the machine's answers available; called at the start of each exported function. Returns 0, or
+// ERROR_INVALID_DATA with `problem` saying what is wrong, and where: on POSIX a machine description
+// that cannot be used. Windows always gives 0.
+[[nodiscard]] int LoadMachine(std::u16string& problem);
+
+// The path of a special folder, long names already; false when the machine has no such folder.
+[[nodiscard]] bool GetSpecialFolder(int csidl, std::u16string& path);
+
+// The path of the folder that kLocalAppDataLowName names; false when the machine has none.
+[[nodiscard]] bool GetLocalAppDataLow(std::u16string& path);
+
+// The Windows folder, a long name already; false on failure.
+[[nodiscard]] bool GetWindowsFolder(std::u16string& path);
+
+// A variable of the environment, looked up ignoring case; false when it is not set.
+[[nodiscard]] bool GetEnvironmentText(const char16_t* name, std::u16string& value);
+
+// All zero when the version cannot be had.
+[[nodiscard]] SSystemVersion GetSystemVersion();
+
+// The locale's name, such as "en-US".
+[[nodiscard]] std::u16string GetLocaleName();
+
+// The SID of the process's user as text; empty when it cannot be had.
+[[nodiscard]] std::u16string GetUserSid();
+
+// The names of the hives that have no file behind them, in kernel form ("\REGISTRY\MACHINE\HARDWARE").
+[[nodiscard]] std::vector<std::u16string> GetVolatileHives();
+
+}  // namespace platform
