@@ -41,39 +41,40 @@ typedef struct GUID {
 extern "C" {
 #endif
 
-/* One level of the progress tree. The callback receives the root and reaches the deeper levels, which
- * come and go, by `child`. The record belongs to the library and is valid only during the call; the
- * host reads it in place and changes nothing. Offsets are those of a 64-bit system. */
+/* One level of the progress tree. The callback receives the root and reaches the deeper levels,
+ * which come and go, by `child`. The record belongs to the library and is valid only during the
+ * call; the host reads it in place and changes nothing. Offsets are those of a 64-bit system. */
 typedef struct OrvProgress {
-    const void* reserved0;       /*  0 */
-    const void* reserved1;       /*  8 */
-    const OrvChar* message;      /* 16: what is being done on this level; never null */
-    uint64_t reserved2;          /* 24 */
-    uint64_t messageLength;      /* 32: units of `message`, without its terminator */
-    uint32_t current;            /* 40: steps done */
-    uint32_t total;              /* 44: steps expected; an estimate on some levels */
-    struct OrvProgress* parent;  /* 48: null at the root */
-    struct OrvProgress* child;   /* 56: null when no deeper level is alive */
-    const void* reserved3;       /* 64 */
+    const void* reserved0;      /*  0 */
+    const void* reserved1;      /*  8 */
+    const OrvChar* message;     /* 16: what is being done on this level; never null */
+    uint64_t reserved2;         /* 24 */
+    uint64_t messageLength;     /* 32: units of `message`, without its terminator */
+    uint32_t current;           /* 40: steps done */
+    uint32_t total;             /* 44: steps expected; an estimate on some levels */
+    struct OrvProgress* parent; /* 48: null at the root */
+    struct OrvProgress* child;  /* 56: null when no deeper level is alive */
+    const void* reserved3;      /* 64 */
 } OrvProgress;
 
-/* The progress callback. It runs on whichever thread makes the step, one at a time, and must neither
- * throw nor call back into the library. Its result is ignored. */
+/* The progress callback. It runs on whichever thread makes the step, one at a time, and must
+ * neither throw nor call back into the library. Its result is ignored. */
 typedef uint32_t (*OrvProgressCallback)(const OrvProgress* root);
 
 /* Converts every target of the package whose profile file is `casFile`. The manifest of each target
- * goes to the folder of `orvFile`, below it a folder named by the target's GUID in braces, and in that
- * under the last segment of `orvFile`; its payload lies beside it.
+ * goes to the folder of `orvFile`, below it a folder named by the target's GUID in braces, and in
+ * that under the last segment of `orvFile`; its payload lies beside it.
  *
  * logFile      may be null. Otherwise all log lines of this process are saved there at the end, as
  *              lines of HTML in UTF-16; without any line nothing is written.
- * targets      receives an array of the targets' GUIDs in the order of the profile, which the caller
- *              frees with CoTaskMemFree, and with free() away from Windows; null when there are none.
+ * targets      receives an array of the targets' GUIDs in the order of the profile; null when
+ *              there are none. The caller frees it with CoTaskMemFree, elsewhere with free().
  * targetCount  receives their number. Both pointers are written before anything else happens.
  * progress     may be null.
  *
  * Returns 0 also when single files or stages failed: those failures stand in the log.
- * 2: there is no such profile, or it is a folder; 87: a required path is null, empty or malformed. */
+ * 2: there is no such profile, or it is a folder; 87: a required path is null, empty or malformed.
+ */
 ORVCASCONV_API uint32_t CasToOrvW(const OrvChar* casFile, const OrvChar* orvFile,
                                   const OrvChar* logFile, GUID** targets, uint32_t* targetCount,
                                   OrvProgressCallback progress);
@@ -82,10 +83,10 @@ ORVCASCONV_API uint32_t CasToOrvW(const OrvChar* casFile, const OrvChar* orvFile
  * ReleaseCasTargetInformation; on failure it is left as it was. Failures as for CasToOrvW. */
 ORVCASCONV_API uint32_t InitCasTargetInformation(const OrvChar* casFile, void** handle);
 
-/* Hands out the next target: its GUID in braces and its name. Each buffer belongs to the caller from
- * then on; away from Windows free() frees it, and a host that lets it go loses a few bytes. A target
- * without a name gives a null `*name`. Returns 259 when there are no more targets, and then writes
- * nothing. */
+/* Hands out the next target: its GUID in braces and its name. Each buffer belongs to the caller
+ * from then on; away from Windows free() frees it, and a host that lets it go loses a few bytes. A
+ * target without a name gives a null `*name`. Returns 259 when there are no more targets, and then
+ * writes nothing. */
 ORVCASCONV_API uint32_t GetNextCasTargetInformation(void* handle, OrvChar** guidText,
                                                     OrvChar** name);
 

@@ -36,10 +36,9 @@ bool IsHexDigit(char16_t unit) {
 
 const char16_t* FindMatch(std::u16string_view haystack, std::u16string_view needle,
                           bool ignoreCase) {
-    return ignoreCase ? FindSubstringNoCase(haystack.data(), haystack.size(), needle.data(),
-                                            needle.size())
-                      : FindSubstring(haystack.data(), haystack.size(), needle.data(),
-                                      needle.size());
+    return ignoreCase
+               ? FindSubstringNoCase(haystack.data(), haystack.size(), needle.data(), needle.size())
+               : FindSubstring(haystack.data(), haystack.size(), needle.data(), needle.size());
 }
 
 }  // namespace
@@ -217,8 +216,8 @@ std::size_t CStrW::Replace(std::u16string_view from, std::u16string_view to, boo
     std::size_t matches = 0;
     const char16_t* const end = m_pBuffer + m_length;
     const char16_t* position = m_pBuffer;
-    while (const char16_t* match = FindMatch(
-               {position, static_cast<std::size_t>(end - position)}, from, ignoreCase)) {
+    while (const char16_t* match =
+               FindMatch({position, static_cast<std::size_t>(end - position)}, from, ignoreCase)) {
         ++matches;
         position = match + from.size();
     }
@@ -231,8 +230,8 @@ std::size_t CStrW::Replace(std::u16string_view from, std::u16string_view to, boo
         return 0;
     }
     position = m_pBuffer;
-    while (const char16_t* match = FindMatch(
-               {position, static_cast<std::size_t>(end - position)}, from, ignoreCase)) {
+    while (const char16_t* match =
+               FindMatch({position, static_cast<std::size_t>(end - position)}, from, ignoreCase)) {
         result.Append({position, static_cast<std::size_t>(match - position)});
         result.Append(to);
         position = match + from.size();

@@ -17,9 +17,9 @@ enum EFormatMode : std::uint32_t {
 constexpr std::size_t kAllCharacters = static_cast<std::size_t>(-1);
 
 // A growable, NUL-terminated text in UTF-16 units; unpaired surrogates pass through untouched.
-// Storage comes from malloc and grows to exactly what is needed. Running out of memory never throws:
-// the text is empty then. All comparing goes through the machine's locale. A text whose first unit is
-// NUL counts as empty, whatever its length. One thread at a time.
+// Storage comes from malloc and grows to exactly what is needed. Running out of memory never
+// throws: the text is empty then. All comparing goes through the machine's locale. A text whose
+// first unit is NUL counts as empty, whatever its length. One thread at a time.
 //
 // The host reads a text in place inside a progress record, so the order of the fields is fixed.
 class CStrW {
@@ -37,8 +37,8 @@ public:
     CStrW& operator=(const CStrW& other);
     CStrW& operator=(CStrW&& other) noexcept;
 
-    // Makes room for `capacity` units, the terminator included, and for exactly that many. False, with
-    // the text untouched, when there is no memory.
+    // Makes room for `capacity` units, the terminator included, and for exactly that many. False,
+    // with the text untouched, when there is no memory.
     virtual bool Reserve(std::size_t capacity);
     // Frees the storage.
     virtual void Clear();
@@ -52,8 +52,8 @@ public:
     void Prepend(std::u16string_view text);
     void Append(std::u16string_view text);
     void Append(char16_t unit);
-    // Puts one unit in; an index at or past the end appends, and a NUL changes nothing. Returns the new
-    // length.
+    // Puts one unit in; an index at or past the end appends, and a NUL changes nothing. Returns the
+    // new length.
     std::size_t Insert(std::size_t index, char16_t unit);
     // Puts a text in at `index`, which must not be past the end.
     void Insert(std::size_t index, std::u16string_view text);
@@ -64,8 +64,8 @@ public:
 
     // Removes every occurrence, comparing units. Returns how many there were.
     std::size_t Remove(std::u16string_view text);
-    // Replaces every occurrence from left to right; what was put in is not searched again. Returns how
-    // many there were: 0, with the text as it was, also when there is no memory.
+    // Replaces every occurrence from left to right; what was put in is not searched again. Returns
+    // how many there were: 0, with the text as it was, also when there is no memory.
     std::size_t Replace(std::u16string_view from, std::u16string_view to, bool ignoreCase);
 
     void Trim();
@@ -90,20 +90,21 @@ public:
     // The same for at most `count` units of each side.
     [[nodiscard]] int CompareN(std::u16string_view other, std::size_t count, bool ignoreCase) const;
     [[nodiscard]] bool EqualsNoCase(std::u16string_view other) const;
-    // Whether the first units, as many as `prefix` has, equal it ignoring case; a shorter text does not.
+    // Whether the first units, as many as `prefix` has, equal it ignoring case; a shorter text does
+    // not.
     [[nodiscard]] bool StartsWithNoCase(std::u16string_view prefix) const;
     // Whether this is a GUID in braces, of 38 units, in either letter case.
     [[nodiscard]] bool IsGuid() const;
 
-    // Format in place. A null format, a missing resource and a failure leave the text empty and give
-    // false.
+    // Format in place. A null format, a missing resource and a failure leave the text empty and
+    // give false.
     bool Format(const char16_t* format, ...);
     bool FormatV(const char16_t* format, std::va_list arguments);
     bool FormatMessage(const char16_t* format, std::va_list arguments);
     bool LoadFormatMessage(std::uint32_t resourceId, const void* module, std::va_list arguments);
 
-    // Hands the storage over, to be freed with free(); null when the text never owned any. The text is
-    // empty afterwards.
+    // Hands the storage over, to be freed with free(); null when the text never owned any. The text
+    // is empty afterwards.
     [[nodiscard]] char16_t* Detach();
 
     // Takes over storage from malloc of `capacity` units; the text ends at its first NUL.
@@ -139,8 +140,7 @@ private:
                                             const char16_t* needle, std::size_t needleLength);
 [[nodiscard]] const char16_t* FindSubstringNoCase(const char16_t* haystack,
                                                   std::size_t haystackLength,
-                                                  const char16_t* needle,
-                                                  std::size_t needleLength);
+                                                  const char16_t* needle, std::size_t needleLength);
 [[nodiscard]] std::size_t FindSubstringNoCaseIndex(std::u16string_view haystack,
                                                    std::u16string_view needle);
 

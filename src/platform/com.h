@@ -19,8 +19,8 @@ namespace platform {
 // Reads such a text, in any letter case. False, with `guid` untouched, when it is malformed.
 bool TextToGuid(std::u16string_view text, GUID& guid);
 
-// Memory that the caller of an exported function frees: CoTaskMemAlloc, and malloc on POSIX. Null when
-// there is none left.
+// Memory that the caller of an exported function frees: CoTaskMemAlloc, and malloc on POSIX. Null
+// when there is none left.
 [[nodiscard]] void* AllocateForCaller(std::size_t size);
 
 // Brackets the use of COM on the calling thread. POSIX has nothing to do.

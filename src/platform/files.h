@@ -1,10 +1,10 @@
 // platform/files.h - files and folders of the machine.
 //
-// Names are absolute, as CFilePathW::ToString() prints them, or relative to the current directory; a
-// name may carry a stream name behind its last segment ("C:\a:stream") where an operation says so.
-// Results are 0 or a Windows error number, on every system; the listed ones are promised, any other
-// just means "failed". A failure is also the thread's last error, which the stages' frames read.
-// Nothing throws or logs; an out parameter is written only on success. One thread at a time.
+// Names are absolute, as CFilePathW::ToString() prints them, or relative to the current directory;
+// a name may carry a stream name behind its last segment ("C:\a:stream") where an operation says
+// so. Results are 0 or a Windows error number, on every system; the listed ones are promised, any
+// other just means "failed". A failure is also the thread's last error, which the stages' frames
+// read. Nothing throws or logs; an out parameter is written only on success. One thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -36,11 +36,13 @@ public:
     CFindHandle(const CFindHandle&) = delete;
     CFindHandle& operator=(const CFindHandle&) = delete;
 
-    // Ends a search in progress and starts one for `pattern`, whose last segment may hold "*" and "?".
-    // ERROR_FILE_NOT_FOUND when nothing matches, ERROR_PATH_NOT_FOUND when there is no such folder.
+    // Ends a search in progress and starts one for `pattern`, whose last segment may hold "*" and
+    // "?". ERROR_FILE_NOT_FOUND when nothing matches, ERROR_PATH_NOT_FOUND when there is no such
+    // folder.
     [[nodiscard]] int First(const char16_t* pattern, SFindData& found);
 
-    // Gives the next entry. ERROR_NO_MORE_FILES at the end; the search stays open until it is closed.
+    // Gives the next entry. ERROR_NO_MORE_FILES at the end; the search stays open until it is
+    // closed.
     [[nodiscard]] int Next(SFindData& found);
 
     [[nodiscard]] bool IsOpen() const { return m_search != nullptr; }
@@ -51,9 +53,9 @@ private:
     std::unique_ptr<SSearch> m_search;
 };
 
-// Looks one entry up. A name with a stream name asks for that stream and tells the attributes of its
-// file. ERROR_FILE_NOT_FOUND when only the last part is missing, ERROR_PATH_NOT_FOUND when something
-// above is.
+// Looks one entry up. A name with a stream name asks for that stream and tells the attributes of
+// its file. ERROR_FILE_NOT_FOUND when only the last part is missing, ERROR_PATH_NOT_FOUND when
+// something above is.
 [[nodiscard]] int FindEntry(const char16_t* name, SFindData& found);
 
 // Replaces the attributes of a file; only the read-only one is kept on POSIX.
@@ -70,18 +72,18 @@ private:
 // Renames a file. ERROR_ALREADY_EXISTS when the new name is taken.
 [[nodiscard]] int MoveFile(const char16_t* from, const char16_t* to);
 
-// Makes one folder, whose parent must exist. ERROR_ALREADY_EXISTS when the name is taken, be it by a
-// folder or by a file. ERROR_PATH_NOT_FOUND when the parent is missing or is a file.
+// Makes one folder, whose parent must exist. ERROR_ALREADY_EXISTS when the name is taken, be it by
+// a folder or by a file. ERROR_PATH_NOT_FOUND when the parent is missing or is a file.
 [[nodiscard]] int CreateFolder(const char16_t* name);
 
-// Gives the long form of a name that exists. ERROR_FILE_NOT_FOUND when only its last part is missing,
-// ERROR_PATH_NOT_FOUND when something above is: on these two a caller may retry with the parent.
-// POSIX has no short names: there the name comes back as it is, if it exists.
+// Gives the long form of a name that exists. ERROR_FILE_NOT_FOUND when only its last part is
+// missing, ERROR_PATH_NOT_FOUND when something above is: on these two a caller may retry with the
+// parent. POSIX has no short names: there the name comes back as it is, if it exists.
 [[nodiscard]] int GetLongName(const char16_t* name, std::u16string& longName);
 
-// Names the folder of the package that is being read. On POSIX no symbolic link below it is followed,
-// so that a package cannot reach out of itself; Windows has no use for it. A null name ends this. The
-// way to the folder itself may hold links.
+// Names the folder of the package that is being read. On POSIX no symbolic link below it is
+// followed, so that a package cannot reach out of itself; Windows has no use for it. A null name
+// ends this. The way to the folder itself may hold links.
 void SetPackageFolder(const char16_t* name);
 
 // A file that is written from its start, replacing what stood there. Closes itself.

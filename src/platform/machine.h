@@ -32,9 +32,9 @@ struct SSystemVersion {
     bool isWorkstation = false;
 };
 
-// Makes the machine's answers available; called at the start of each exported function. Returns 0, or
-// ERROR_INVALID_DATA with `problem` saying what is wrong, and where: on POSIX a machine description
-// that cannot be used. Windows always gives 0.
+// Makes the machine's answers available; called at the start of each exported function. Returns 0,
+// or ERROR_INVALID_DATA with `problem` saying what is wrong, and where: on POSIX a machine
+// description that cannot be used. Windows always gives 0.
 [[nodiscard]] int LoadMachine(std::u16string& problem);
 
 // The path of a special folder, long names already; false when the machine has no such folder.
@@ -58,7 +58,8 @@ struct SSystemVersion {
 // The SID of the process's user as text; empty when it cannot be had.
 [[nodiscard]] std::u16string GetUserSid();
 
-// The names of the hives that have no file behind them, in kernel form ("\REGISTRY\MACHINE\HARDWARE").
+// The names of the hives that have no file behind them, in kernel form
+// ("\REGISTRY\MACHINE\HARDWARE").
 [[nodiscard]] std::vector<std::u16string> GetVolatileHives();
 
 }  // namespace platform

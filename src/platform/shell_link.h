@@ -37,8 +37,8 @@ struct SShellLink {
     std::array<std::vector<std::byte>, kShellLinkBlocks.size()> dataBlocks;
 };
 
-// Reads a shortcut file. Returns 0 or a negative HRESULT, with `link` untouched: the file system's when
-// the file cannot be read, E_FAIL when it is no shortcut. Never throws but std::bad_alloc.
+// Reads a shortcut file. Returns 0 or a negative HRESULT, with `link` untouched: the file system's
+// when the file cannot be read, E_FAIL when it is no shortcut. Never throws but std::bad_alloc.
 [[nodiscard]] int ReadShellLink(const char16_t* name, SShellLink& link);
 
 }  // namespace platform

@@ -1,7 +1,7 @@
 // platform/status.h - the status numbers of this system, by their Windows names.
 //
-// A status is a signed 32-bit number: 0, a positive Windows error number, or a negative HRESULT. Only
-// the sign tells the two kinds of failure apart, so a status is passed on unchanged.
+// A status is a signed 32-bit number: 0, a positive Windows error number, or a negative HRESULT.
+// Only the sign tells the two kinds of failure apart, so a status is passed on unchanged.
 #pragma once
 
 #include <cstdint>

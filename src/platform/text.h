@@ -12,15 +12,16 @@
 
 namespace platform {
 
-// The collation order of two texts in the machine's locale: -1, 0 or 1. With `ignoreCase` nothing but
-// letter case is ignored. Neither text may be empty: callers settle that case by rules of their own.
+// The collation order of two texts in the machine's locale: -1, 0 or 1. With `ignoreCase` nothing
+// but letter case is ignored. Neither text may be empty: callers settle that case by rules of their
+// own.
 [[nodiscard]] int CompareText(std::u16string_view left, std::u16string_view right, bool ignoreCase);
 
 // Whether CompareText gives 0 with `ignoreCase`; far cheaper where only that is asked.
 [[nodiscard]] bool EqualText(std::u16string_view left, std::u16string_view right);
 
-// The lower-case form of one unit, by itself. What has none comes back as it is, and so do U+0130 and
-// U+0131.
+// The lower-case form of one unit, by itself. What has none comes back as it is, and so do U+0130
+// and U+0131.
 [[nodiscard]] char16_t FoldUnit(char16_t unit);
 
 // Lower-cases `length` units in place, each by itself as FoldUnit does.
@@ -30,8 +31,8 @@ void FoldText(char16_t* text, std::size_t length);
 [[nodiscard]] bool IsSpace(char16_t unit);
 
 // Formats with printf placeholders ("%s" takes const char16_t*) into `buffer`, which has room for
-// `capacity` units. The result is terminated whenever `capacity` is not 0. Returns the number of units
-// without the terminator, or -1 when they do not fit or the format is bad.
+// `capacity` units. The result is terminated whenever `capacity` is not 0. Returns the number of
+// units without the terminator, or -1 when they do not fit or the format is bad.
 [[nodiscard]] int FormatPrintf(char16_t* buffer, std::size_t capacity, const char16_t* format,
                                std::va_list arguments);
 
@@ -45,7 +46,8 @@ void FoldText(char16_t* text, std::size_t length);
 // `text` untouched, when there is none. POSIX has no modules: a built-in table answers for all.
 [[nodiscard]] bool LoadResourceText(std::uint32_t id, const void* module, std::u16string& text);
 
-// The system's words for an error number or HRESULT, line breaks included; empty for an unknown one.
+// The system's words for an error number or HRESULT, line breaks included; empty for an unknown
+// one.
 [[nodiscard]] std::u16string SystemErrorText(std::uint32_t code);
 
 }  // namespace platform

@@ -1,7 +1,7 @@
 // platform/xml.h - a pull reader and a push writer for XML files.
 //
-// Results are HRESULTs. Text is UTF-16; names and values come back as views that last until the next
-// call on the same object. One thread at a time. Nothing throws but std::bad_alloc.
+// Results are HRESULTs. Text is UTF-16; names and values come back as views that last until the
+// next call on the same object. One thread at a time. Nothing throws but std::bad_alloc.
 #pragma once
 
 #include <cstdint>
@@ -23,9 +23,9 @@ enum class EXmlNode {
     XmlDeclaration = 17,
 };
 
-// Reads one document node by node. A document type definition is an error, and so is everything that
-// is not well-formed; nesting and text are limited by memory alone. An element without content gives
-// no end node: IsEmptyElement tells it apart.
+// Reads one document node by node. A document type definition is an error, and so is everything
+// that is not well-formed; nesting and text are limited by memory alone. An element without content
+// gives no end node: IsEmptyElement tells it apart.
 class CXmlInput {
 public:
     CXmlInput();
@@ -33,14 +33,14 @@ public:
     CXmlInput(const CXmlInput&) = delete;
     CXmlInput& operator=(const CXmlInput&) = delete;
 
-    // Opens a file, closing any former one. The HRESULT of the file system's error when it cannot be
-    // opened, as HresultFromError gives it; what it holds shows at the first Read.
+    // Opens a file, closing any former one. The HRESULT of the file system's error when it cannot
+    // be opened, as HresultFromError gives it; what it holds shows at the first Read.
     [[nodiscard]] int Open(const char16_t* name);
     [[nodiscard]] bool IsOpen() const { return m_state != nullptr; }
     void Close();
 
-    // Goes to the next node: 0, S_FALSE at the end, or a negative HRESULT, after which every further
-    // call fails too.
+    // Goes to the next node: 0, S_FALSE at the end, or a negative HRESULT, after which every
+    // further call fails too.
     [[nodiscard]] int Read(EXmlNode& node);
 
     // Go to an attribute of the current element: 0, or S_FALSE when there is no further one.
@@ -61,8 +61,8 @@ private:
 };
 
 // Writes one document as UTF-16LE with a byte order mark, without any layout of its own. Markup
-// characters are escaped. A call that does not fit the place in the document fails and writes nothing.
-// A failure to write is remembered: the calls go on giving it.
+// characters are escaped. A call that does not fit the place in the document fails and writes
+// nothing. A failure to write is remembered: the calls go on giving it.
 class CXmlOutput {
 public:
     CXmlOutput();

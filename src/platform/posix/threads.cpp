@@ -6,8 +6,8 @@
 
 namespace platform {
 
-// Nobody sleeps on the event: a walk only asks whether it is set, and whoever stops a walk waits for
-// the thread.
+// Nobody sleeps on the event: a walk only asks whether it is set, and whoever stops a walk waits
+// for the thread.
 struct CStopEvent::SState {
     std::atomic<bool> isSet = false;
 };

@@ -1,0 +1,155 @@
+// foundation/file_path.h - Windows file paths as a kind and a list of checked names.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "foundation/wide_string.h"
+
+enum EFilePathKind : std::int32_t {
+    FilePathNone = 0,           // empty
+    FilePathAbsolute = 1,       // C:\dir\file
+    FilePathRelative = 2,       // dir\file
+    FilePathDriveRelative = 3,  // C:dir\file, also C: alone
+    FilePathRootRelative = 4,   // \dir\file
+    FilePathUnc = 5,            // \\server\share\file
+};
+
+// One name between backslashes: 1 to 260 units, none of them one of "/<>\|, and a colon only as the
+// second of exactly two units. Wildcards, "." and ".." and trailing dots and blanks are allowed.
+class CFilePathSegmentW {
+public:
+    CFilePathSegmentW() = default;
+    // An invalid name leaves the segment empty.
+    explicit CFilePathSegmentW(std::u16string_view name) { static_cast<void>(Assign(name)); }
+
+    // Returns 0, ERROR_INVALID_DATA for an invalid name or ERROR_NOT_ENOUGH_MEMORY; on failure the
+    // segment is empty.
+    [[nodiscard]] int Assign(std::u16string_view name);
+    void Clear() { m_name.Clear(); }
+
+    [[nodiscard]] const CStrW& GetText() const { return m_name; }
+    [[nodiscard]] std::u16string_view View() const { return m_name.View(); }
+    [[nodiscard]] bool IsEmpty() const { return m_name.IsEmpty(); }
+    [[nodiscard]] bool EqualsNoCase(std::u16string_view other) const;
+    [[nodiscard]] bool IsDot() const { return m_name.View() == u"."; }
+    [[nodiscard]] bool IsNotDot() const { return !IsDot(); }
+    [[nodiscard]] bool IsDotDot() const { return m_name.View() == u".."; }
+    // Two units, the second a colon.
+    [[nodiscard]] bool IsDrive() const;
+
+    // Compares what stands behind the last dot with `extension`, given with or without its dot: -1,
+    // 0 or 1, ignoring case. A name without a dot is its own extension, so that a bare "exe"
+    // matches. An empty `extension` gives 0 when the name ends in its dot, otherwise 1.
+    [[nodiscard]] int CompareExtension(std::u16string_view extension) const;
+    // What stands before the last dot; ".profile" has an empty stem.
+    [[nodiscard]] CStrW GetStem() const;
+    // Makes the extension ".orv". False, with the name as it was, when the new name is invalid.
+    bool SetExtensionOrv();
+
+protected:
+    [[nodiscard]] int AssignChecked(std::u16string_view name, bool isValid);
+
+private:
+    CStrW m_name;
+};
+
+// The server of a UNC path: 1 to 64 units, none of them one of ",*+/:;<>=?[]\| or a double quote.
+class CMachineNameW : public CFilePathSegmentW {
+public:
+    CMachineNameW() = default;
+    // An invalid name leaves it empty.
+    explicit CMachineNameW(std::u16string_view name) { static_cast<void>(Assign(name)); }
+    // As CFilePathSegmentW::Assign, by the stricter rule.
+    [[nodiscard]] int Assign(std::u16string_view name);
+};
+
+// A Windows file path. Lengths count UTF-16 units. The path ending in a backslash and the one
+// without are the same path, and so are the ones with and without "\\?\" in front; "." and ".."
+// stay as written. Bad text never throws. A path belongs to one thread.
+//
+// Operations that give an int return 0, ERROR_INVALID_DATA or ERROR_NOT_ENOUGH_MEMORY; unless they
+// say otherwise, a failure leaves the path unchanged.
+class CFilePathW {
+public:
+    CFilePathW() = default;
+    // Parses `text`. What is no path leaves an empty one, so callers ask IsEmpty().
+    explicit CFilePathW(std::u16string_view text) { static_cast<void>(Parse(text)); }
+    // `base` with `tail` behind it, or `base` alone where that cannot be.
+    CFilePathW(const CFilePathW& base, const CFilePathW& tail);
+    CFilePathW(const CFilePathW& base, const CFilePathSegmentW& last);
+
+    // Replaces the path; a failure leaves it empty.
+    [[nodiscard]] int Parse(std::u16string_view text);
+    // Replaces the path by one segment: a drive, or a relative name.
+    void AssignSegment(const CFilePathSegmentW& segment);
+
+    // Puts `tail` behind this path; only its leading "." and ".." are resolved. ERROR_INVALID_DATA
+    // when `tail` has a drive or server of its own or climbs above the root.
+    [[nodiscard]] int Append(const CFilePathW& tail);
+    // Adds one name: ".." takes the last one away, "." does nothing, a drive is refused.
+    [[nodiscard]] int AppendSegment(const CFilePathSegmentW& segment);
+    // Puts `head` before this path, which must have no drive or server and takes over the head's
+    // kind.
+    [[nodiscard]] int Prepend(const CFilePathW& head);
+    // Puts one name in front; a leading ".." of this path cancels against it.
+    [[nodiscard]] int PrependSegment(const CFilePathSegmentW& segment);
+
+    // Same kind and same names, ignoring case; nothing is normalised.
+    [[nodiscard]] bool Equals(const CFilePathW& other) const;
+    [[nodiscard]] bool NotEquals(const CFilePathW& other) const { return !Equals(other); }
+    // The same for the first `count` names. False for 0, and when a path is shorter than `count`,
+    // unless both have the same length.
+    [[nodiscard]] bool EqualsFirstN(const CFilePathW& other, std::size_t count) const;
+
+    void Clear();
+    [[nodiscard]] EFilePathKind GetKind() const { return m_kind; }
+    [[nodiscard]] std::size_t GetSegmentCount() const { return m_segments.size(); }
+    [[nodiscard]] bool IsEmpty() const { return m_segments.empty(); }
+    // A drive or share without anything below it: nothing climbs above it.
+    [[nodiscard]] bool IsRoot() const;
+
+    // The segment at an index, the first and the last; an empty one when there is none.
+    [[nodiscard]] const CFilePathSegmentW& GetSegment(std::size_t index) const;
+    [[nodiscard]] const CFilePathSegmentW& GetFirstSegment() const { return GetSegment(0); }
+    [[nodiscard]] const CFilePathSegmentW& GetLastSegment() const;
+    // "C:" of a path that has one; otherwise empty.
+    [[nodiscard]] const CFilePathSegmentW& GetDriveSegment() const;
+    // The last name; empty for a root such as "C:\".
+    [[nodiscard]] const CFilePathSegmentW& GetFileName() const;
+    [[nodiscard]] CStrW GetStem() const { return GetFileName().GetStem(); }
+    // The path without its last name; a root is its own parent.
+    [[nodiscard]] CFilePathW GetParent() const;
+    // Server and share of a UNC path; empty when this has none.
+    [[nodiscard]] CFilePathW GetUncRoot() const;
+    // `count` names from `start` on, joined anew; empty when `start` is past the end.
+    [[nodiscard]] CFilePathW SubPath(std::size_t start, std::size_t count) const;
+
+    // Remove the first `count` names and make the path relative. RemoveFirst(0) leaves the kind
+    // alone; DropFirst(0) does not. Removing all clears the path.
+    void RemoveFirst(std::size_t count);
+    void DropFirst(std::size_t count);
+    // Removes the last `count` names; the kind stays, unless that clears the path.
+    void RemoveLast(std::size_t count);
+
+    // The text of the path. Absolute, drive-relative and UNC paths of more than 247 units come with
+    // "\\?\" or "\\?\UNC\" in front, which is how long names reach the system.
+    [[nodiscard]] CStrW ToString() const;
+    // The same without any such prefix.
+    [[nodiscard]] CStrW ToPlainString() const;
+
+private:
+    [[nodiscard]] int ParseKind(std::u16string_view text, std::size_t& start);
+    [[nodiscard]] int AddPiece(std::u16string_view piece, std::u16string_view rest);
+    [[nodiscard]] bool JoinResolving(const CFilePathW& base, CFilePathW relative);
+    [[nodiscard]] bool HasDriveOrServer() const;
+    [[nodiscard]] bool StartsWithDots() const;
+
+    EFilePathKind m_kind = FilePathNone;
+    std::vector<CFilePathSegmentW> m_segments;  // the root's backslash is implied by the kind
+};
+
+// The kind of a path that begins with `segment`.
+[[nodiscard]] EFilePathKind KindOfFirstSegment(const CFilePathSegmentW& segment);

@@ -1,0 +1,118 @@
+#include "foundation/file_system.h"
+
+#include "platform/files.h"
+#include "platform/machine.h"
+#include "platform/status.h"
+
+namespace {
+
+constexpr std::size_t kMaxLongName = 260;
+
+bool IsExistingFolder(const CFilePathW& path) {
+    platform::SFindData found;
+    return platform::FindEntry(path.ToString().Get(), found) == ERROR_SUCCESS && found.IsFolder();
+}
+
+// Whether a long name may still be had from the folder above.
+bool IsMissing(int status) {
+    return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
+}
+
+}  // namespace
+
+bool CreateDirectoryChain(const CFilePathW& path) {
+    if (path.IsEmpty()) {
+        return false;
+    }
+    // The usual case first: a folder that is there has all its parents. The chain of "C:a" and "\a"
+    // is another one than the path itself.
+    const bool isOwnChain =
+        path.GetKind() != FilePathDriveRelative && path.GetKind() != FilePathRootRelative;
+    if (isOwnChain && IsExistingFolder(path)) {
+        return true;
+    }
+    CFilePathW folder;
+    if (path.GetKind() == FilePathUnc) {
+        folder = path.GetUncRoot();
+        if (folder.IsEmpty()) {
+            return false;
+        }
+    } else {
+        folder.AssignSegment(path.GetDriveSegment());
+    }
+    if (folder.GetSegmentCount() == path.GetSegmentCount()) {
+        return IsExistingFolder(folder);
+    }
+    for (std::size_t i = folder.GetSegmentCount(); i < path.GetSegmentCount(); ++i) {
+        static_cast<void>(folder.AppendSegment(path.GetSegment(i)));
+        if (!IsExistingFolder(folder) &&
+            platform::CreateFolder(folder.ToString().Get()) != ERROR_SUCCESS) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool DeleteFileForce(const CFilePathW& path) {
+    const CStrW name = path.ToString();
+    platform::SFindData found;
+    if (platform::FindEntry(name.Get(), found) != ERROR_SUCCESS) {
+        return false;
+    }
+    if (found.IsReadOnly() && !found.IsFolder()) {
+        // A file that stays read-only cannot be deleted either, which the result tells.
+        static_cast<void>(
+            platform::SetAttributes(name.Get(), found.attributes & ~platform::kAttributeReadOnly));
+    }
+    return platform::DeleteFile(name.Get()) == ERROR_SUCCESS;
+}
+
+CFilePathW GetSpecialFolderPath(int csidl) {
+    std::u16string path;
+    return platform::GetSpecialFolder(csidl, path) ? CFilePathW(path) : CFilePathW();
+}
+
+CFilePathW GetWindowsDirectoryPath() {
+    std::u16string path;
+    return platform::GetWindowsFolder(path) ? CFilePathW(path) : CFilePathW();
+}
+
+bool ExpandLongPath(CFilePathW& path) {
+    CFilePathW existing(path);
+    while (!existing.IsEmpty()) {
+        std::u16string longName;
+        const int status = platform::GetLongName(existing.ToString().Get(), longName);
+        if (status == ERROR_SUCCESS) {
+            path.DropFirst(existing.GetSegmentCount());
+            static_cast<void>(path.Prepend(CFilePathW(longName)));
+            return true;
+        }
+        if (!IsMissing(status)) {
+            return false;
+        }
+        existing.RemoveLast(1);
+    }
+    return false;
+}
+
+bool ExpandLongName(CStrW& text) {
+    CStrW existing(text);
+    while (!existing.IsEmpty()) {
+        std::u16string longName;
+        const int status = platform::GetLongName(existing.Get(), longName);
+        if (status == ERROR_SUCCESS) {
+            if (longName.size() > kMaxLongName || existing.EqualsNoCase(longName)) {
+                return false;
+            }
+            text.Delete(0, existing.GetLength());
+            text.Prepend(longName);
+            return true;
+        }
+        const std::size_t cut = existing.View().rfind(u'\\');
+        if (!IsMissing(status) || cut == std::u16string_view::npos || cut == 0) {
+            return false;
+        }
+        existing.Truncate(cut);
+    }
+    return false;
+}
