@@ -1,0 +1,59 @@
+#include "reporting/progress_event.h"
+
+#include <cstddef>
+
+CProgressEvent::CProgressEvent(std::uint32_t total, CProgressEvent* parent)
+    : Total(total), Parent(parent) {
+    if (Parent != nullptr) {
+        Parent->Child = this;
+    }
+}
+
+CProgressEvent::~CProgressEvent() {
+    if (Parent != nullptr) {
+        Parent->Child = nullptr;
+    }
+}
+
+// The compilers of both systems lay a class with one virtual table out as the public record says,
+// though the language leaves it to them.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+void CProgressEvent::CheckLayout() {
+    constexpr std::size_t kTextBuffer = 8;  // behind the virtual table of CStrW
+    static_assert(sizeof(CStrW) == 32);
+    static_assert(offsetof(CProgressEvent, Message) + kTextBuffer ==
+                  offsetof(OrvProgress, message));
+    static_assert(offsetof(CProgressEvent, Current) == offsetof(OrvProgress, current));
+    static_assert(offsetof(CProgressEvent, Total) == offsetof(OrvProgress, total));
+    static_assert(offsetof(CProgressEvent, Parent) == offsetof(OrvProgress, parent));
+    static_assert(offsetof(CProgressEvent, Child) == offsetof(OrvProgress, child));
+    static_assert(offsetof(OrvProgress, current) == 40);
+    static_assert(offsetof(OrvProgress, child) == 56);
+    static_assert(sizeof(CProgressEvent) == sizeof(OrvProgress));
+}
+#pragma GCC diagnostic pop
+
+void CProgressEvent::Step() {
+    if (Current < Total) {
+        ++Current;
+        Notify();
+    }
+}
+
+void CProgressEvent::Finish() {
+    if (Current <= Total) {
+        Current = Total;
+        Notify();
+    }
+}
+
+void CProgressEvent::Notify() {
+    CProgressEvent* top = this;
+    while (top->Parent != nullptr) {
+        top = top->Parent;
+    }
+    if (top->Callback != nullptr) {
+        top->Callback(reinterpret_cast<const OrvProgress*>(top));
+    }
+}
