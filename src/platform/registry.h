@@ -1,10 +1,77 @@
-// platform/registry.h - the privileges that loading a hive needs.
+// platform/registry.h - hives, keys and values of the registry, and the privileges that loading needs.
+//
+// Results are 0 or a Windows error number, on every system; the listed ones are promised, any other
+// just means "failed". A failure is also the thread's last error. An out parameter is written only on
+// success, unless an operation says more. Nothing throws but std::bad_alloc. One thread at a time.
+//
+// Names are 16-bit units without any validity, and are found in any letter case. One that holds a NUL
+// is known by what stands before it, here as in every program that takes texts by their NUL.
+//
+// POSIX has no registry: HKEY_LOCAL_MACHINE holds there the hives that this process has loaded and
+// nothing else, and the other predefined keys hold nothing. A key that is a link to another key is
+// read as it stands, since there is no machine whose key it could mean.
 #pragma once
+
+#include <cstdint>
+#include <string>
 
 namespace platform {
 
-// Turns a privilege of the process on: -1 on failure, 0 when it was on already, 1 when it is on
-// now. On POSIX every privilege is always held.
+// An open key, which belongs to whoever opened it and goes back by CloseKey; null stands for none.
+struct SOpenKey;
+using KeyHandle = SOpenKey*;
+
+// How much a key holds. The lengths count units, without a terminator.
+struct SKeyInfo {
+    std::uint32_t subKeyCount = 0;
+    std::uint32_t longestSubKeyName = 0;
+    std::uint32_t valueCount = 0;
+    std::uint32_t longestValueName = 0;
+};
+
+// Opens HKEY_LOCAL_MACHINE of this machine as a key of its own, for loading hives.
+[[nodiscard]] int ConnectMachine(KeyHandle& machine);
+
+// Makes the keys of a hive file readable below HKEY_LOCAL_MACHINE under `mountName`, a single name.
+// What the file has lost to an interrupted write is taken from the log files beside it.
+// ERROR_FILE_NOT_FOUND and ERROR_PATH_NOT_FOUND as for any file; ERROR_BADDB when the file is no hive
+// or its root key cannot be read; ERROR_ACCESS_DENIED when the mount name is taken.
+// POSIX changes no file, and reads around damage: a key or value that cannot be read is not there, and
+// all others are.
+[[nodiscard]] int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName);
+
+// Takes such a hive away. ERROR_FILE_NOT_FOUND when nothing is loaded under that name;
+// ERROR_ACCESS_DENIED while a key of the hive is open.
+[[nodiscard]] int UnloadHive(KeyHandle machine, const char16_t* mountName);
+
+// Opens a key for reading: the one at `subKey`, names joined by backslashes, below the predefined key
+// of that number (0x80000002 is HKEY_LOCAL_MACHINE), or that key itself when `subKey` is empty.
+// ERROR_FILE_NOT_FOUND when there is none; ERROR_INVALID_HANDLE for any other number.
+[[nodiscard]] int OpenKey(std::uint32_t predefinedKey, const char16_t* subKey, KeyHandle& key);
+
+// Gives a key back. A null handle is no key, and nothing happens.
+void CloseKey(KeyHandle key);
+
+[[nodiscard]] int QueryKeyInfo(KeyHandle key, SKeyInfo& info);
+
+// The name of the subkey at `index`, counted from 0; never empty and without a backslash on POSIX.
+// ERROR_NO_MORE_ITEMS behind the last one.
+[[nodiscard]] int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name);
+
+// Name and type of the value at `index`; the default value has an empty name. ERROR_NO_MORE_ITEMS
+// behind the last one.
+[[nodiscard]] int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name,
+                            std::uint32_t& type);
+
+// Copies the data of a value; an empty name asks for the default value. `size` says how many bytes
+// `data` has room for and receives how many the value has; a null `data` asks for type and size alone.
+// ERROR_MORE_DATA when there is too little room: type and size are written, the bytes are not.
+// ERROR_FILE_NOT_FOUND when the key has no such value.
+[[nodiscard]] int QueryValue(KeyHandle key, const char16_t* name, std::uint32_t& type, void* data,
+                             std::uint32_t& size);
+
+// Turns a privilege of the process on: -1 on failure, 0 when it was on already, 1 when it is on now.
+// On POSIX every privilege is always held.
 [[nodiscard]] int EnablePrivilege(const char16_t* name);
 
 // Turns a privilege of the process off; false on failure.
