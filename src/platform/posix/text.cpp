@@ -1,0 +1,151 @@
+#include "platform/text.h"
+
+#include <unicode/uchar.h>
+#include <unicode/ucol.h>
+#include <unicode/uloc.h>
+#include <unicode/unorm2.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
+#include "platform/posix/machine_description.h"
+#include "platform/utf8.h"
+
+namespace platform {
+
+namespace {
+
+// Collation reads no further than this, and what stands behind is compared unit by unit: the cost
+// of putting combining marks in order grows with the square of their number, and a package can hold
+// a text of any length.
+constexpr std::size_t kCollatedUnits = 1024;
+
+// A text as it is collated: its head, lower-cased where case is ignored.
+class CCollated {
+public:
+    CCollated(std::u16string_view text, bool ignoreCase)
+        : m_length(std::min(text.size(), kCollatedUnits)) {
+        std::copy_n(text.begin(), m_length, m_units.begin());
+        if (ignoreCase) {
+            FoldText(m_units.data(), m_length);
+        }
+    }
+    [[nodiscard]] const char16_t* Data() const { return m_units.data(); }
+    [[nodiscard]] std::int32_t Length() const { return static_cast<std::int32_t>(m_length); }
+
+private:
+    std::array<char16_t, kCollatedUnits> m_units;
+    std::size_t m_length;
+};
+
+// A collator for which nothing but canonically equivalent texts are equal; null when there is none.
+UCollator* OpenCollator() {
+    UErrorCode status = U_ZERO_ERROR;
+    std::array<char, ULOC_FULLNAME_CAPACITY> locale{};
+    uloc_forLanguageTag(Utf16ToUtf8(GetLocaleName()).c_str(), locale.data(),
+                        static_cast<std::int32_t>(locale.size()) - 1, nullptr, &status);
+    if (U_FAILURE(status)) {
+        locale[0] = 0;
+        status = U_ZERO_ERROR;
+    }
+    UCollator* const collator = ucol_open(locale.data(), &status);
+    ucol_setStrength(collator, UCOL_IDENTICAL);
+    ucol_setAttribute(collator, UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
+    if (U_FAILURE(status)) {
+        ucol_close(collator);
+        return nullptr;
+    }
+    return collator;
+}
+
+// The described machine's collator. Each thread has its own, opened at its first use and anew when
+// another machine has come into effect.
+const UCollator* GetCollator() {
+    thread_local icu::LocalUCollatorPointer collator;
+    thread_local std::uint64_t generation = 0;
+    if (generation != GetMachineGeneration()) {
+        generation = GetMachineGeneration();
+        collator.adoptInstead(OpenCollator());
+    }
+    return collator.getAlias();
+}
+
+std::u16string_view Tail(std::u16string_view text) {
+    return text.substr(std::min(text.size(), kCollatedUnits));
+}
+
+int CompareTails(std::u16string_view left, std::u16string_view right, bool ignoreCase) {
+    const auto fold = [ignoreCase](char16_t unit) { return ignoreCase ? FoldUnit(unit) : unit; };
+    left = Tail(left);
+    right = Tail(right);
+    const auto [l, r] = std::mismatch(left.begin(), left.end(), right.begin(), right.end(),
+                                      [&](char16_t a, char16_t b) { return fold(a) == fold(b); });
+    if (l == left.end() || r == right.end()) {
+        return static_cast<int>(l != left.end()) - static_cast<int>(r != right.end());
+    }
+    return fold(*l) < fold(*r) ? -1 : 1;
+}
+
+// The unit at `index`, folded; 0 behind the end.
+char16_t FoldedAt(std::u16string_view text, std::size_t index) {
+    return index < text.size() ? FoldUnit(text[index]) : u'\0';
+}
+
+}  // namespace
+
+int CompareText(std::u16string_view left, std::u16string_view right, bool ignoreCase) {
+    if (left == right) {
+        return 0;
+    }
+    const CCollated leftHead(left, ignoreCase);
+    const CCollated rightHead(right, ignoreCase);
+    if (const UCollator* const collator = GetCollator()) {
+        const UCollationResult order = ucol_strcoll(collator, leftHead.Data(), leftHead.Length(),
+                                                    rightHead.Data(), rightHead.Length());
+        if (order != UCOL_EQUAL) {
+            return order == UCOL_LESS ? -1 : 1;
+        }
+    }
+    return CompareTails(left, right, ignoreCase);
+}
+
+bool EqualText(std::u16string_view left, std::u16string_view right) {
+    const auto difference =
+        std::mismatch(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char16_t a, char16_t b) { return a == b || FoldUnit(a) == FoldUnit(b); });
+    const auto same = static_cast<std::size_t>(difference.first - left.begin());
+    if (same == left.size() && same == right.size()) {
+        return true;
+    }
+    // An ASCII character begins anew: nothing in front of it combines with it, and it is no part of
+    // a decomposition, so that two of them, or one and the end, cannot become equal any more.
+    if (same >= kCollatedUnits || (FoldedAt(left, same) < 0x80 && FoldedAt(right, same) < 0x80)) {
+        return false;
+    }
+    const CCollated leftHead(left, true);
+    const CCollated rightHead(right, true);
+    UErrorCode status = U_ZERO_ERROR;
+    const std::int32_t order = unorm_compare(leftHead.Data(), leftHead.Length(), rightHead.Data(),
+                                             rightHead.Length(), 0, &status);
+    return U_SUCCESS(status) && order == 0 && CompareTails(left, right, true) == 0;
+}
+
+char16_t FoldUnit(char16_t unit) {
+    if (unit < 0x80) {
+        return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+    }
+    // The lower-case form of this one is two characters, of which a unit holds only the first.
+    if (unit == 0x0130) {
+        return unit;
+    }
+    return static_cast<char16_t>(u_tolower(unit));
+}
+
+void FoldText(char16_t* text, std::size_t length) {
+    std::transform(text, text + length, text, FoldUnit);
+}
+
+bool IsSpace(char16_t unit) { return u_isUWhiteSpace(unit) != 0; }
+
+}  // namespace platform
