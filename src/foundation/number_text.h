@@ -1,0 +1,30 @@
+// foundation/number_text.h - numbers as text, and back.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "foundation/wide_string.h"
+
+// The plain rule: letters are digits too, "a" and "A" 10 and so on up to 35, whatever the radix, so
+// that "1a" is 20 in radix 10. The first other unit ends the number, and nothing in front of it
+// gives 0. A number too large wraps around.
+[[nodiscard]] std::uint64_t ReadPlainNumber64(std::u16string_view text, unsigned radix = 10);
+[[nodiscard]] inline std::uint32_t ReadPlainNumber32(std::u16string_view text) {
+    return static_cast<std::uint32_t>(ReadPlainNumber64(text));
+}
+
+// The checked rule: hexadecimal digits behind "0x" or "0X", otherwise decimal digits, and 0 for a
+// text with anything else in it. No digits are 0 too. A number too large wraps around.
+[[nodiscard]] std::uint64_t ReadCheckedNumber64(std::u16string_view text);
+[[nodiscard]] inline std::uint32_t ReadCheckedNumber32(std::u16string_view text) {
+    return static_cast<std::uint32_t>(ReadCheckedNumber64(text));
+}
+[[nodiscard]] inline std::uint16_t ReadCheckedNumber16(std::u16string_view text) {
+    return static_cast<std::uint16_t>(ReadCheckedNumber64(text));
+}
+
+// Decimal digits, with "-" before those of a negative number.
+[[nodiscard]] CStrW IntToDecimal(std::int32_t value);
+// "0x" and upper-case digits without leading zeros: "0x10", "0x0".
+[[nodiscard]] CStrW NumberToHex(std::uint64_t value);
