@@ -30,6 +30,8 @@ struct SSystemVersion {
     std::uint32_t major = 0;
     std::uint32_t minor = 0;
     bool isWorkstation = false;
+
+    bool operator==(const SSystemVersion&) const = default;
 };
 
 // Makes the machine's answers available; called at the start of each exported function. Returns 0,

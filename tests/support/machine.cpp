@@ -1,0 +1,94 @@
+#include "support/machine.h"
+
+#include <utility>
+
+#include "platform/posix/machine_description.h"
+
+namespace {
+
+using platform::SMachineDescription;
+
+SMachineDescription EmptyMachine() {
+    SMachineDescription machine = platform::GetBuiltInMachine();
+    machine.windowsFolder.clear();
+    machine.folders.clear();
+    machine.environment.clear();
+    machine.volatileHives.clear();
+    return machine;
+}
+
+}  // namespace
+
+// Ends with the last of the copies.
+struct CTestMachine::SEffect {
+    explicit SEffect(const std::shared_ptr<SMachineDescription>& description)
+        : former(platform::UseMachineDescription(description)) {}
+    ~SEffect() { platform::UseMachineDescription(former); }
+    SEffect(const SEffect&) = delete;
+    SEffect& operator=(const SEffect&) = delete;
+
+    std::shared_ptr<const SMachineDescription> former;
+};
+
+CTestMachine::CTestMachine() : CTestMachine(EmptyMachine()) {}
+
+CTestMachine::CTestMachine(const SMachineDescription& description)
+    : m_description(std::make_shared<SMachineDescription>(description)),
+      m_effect(std::make_shared<const SEffect>(m_description)) {}
+
+CTestMachine CTestMachine::BuiltIn() { return CTestMachine(platform::GetBuiltInMachine()); }
+
+// Who keeps something of a description asks anew when another one comes into effect.
+CTestMachine& CTestMachine::Changed() {
+    platform::UseMachineDescription(m_description);
+    return *this;
+}
+
+CTestMachine& CTestMachine::Folder(std::u16string_view name, std::u16string_view path) {
+    if (path.empty()) {
+        m_description->folders.erase(std::u16string(name));
+    } else {
+        m_description->folders.insert_or_assign(std::u16string(name), path);
+    }
+    return Changed();
+}
+
+CTestMachine& CTestMachine::Environment(std::u16string_view name, std::u16string_view value) {
+    m_description->environment.insert_or_assign(std::u16string(name), value);
+    return Changed();
+}
+
+CTestMachine& CTestMachine::WindowsFolder(std::u16string_view path) {
+    m_description->windowsFolder = path;
+    return Changed();
+}
+
+CTestMachine& CTestMachine::Version(std::uint32_t major, std::uint32_t minor, bool isWorkstation) {
+    m_description->version = {major, minor, isWorkstation};
+    return Changed();
+}
+
+CTestMachine& CTestMachine::Locale(std::u16string_view name) {
+    m_description->locale = name;
+    return Changed();
+}
+
+CTestMachine& CTestMachine::Sid(std::u16string_view sid) {
+    m_description->userSid = sid;
+    return Changed();
+}
+
+CTestMachine& CTestMachine::Drive(char16_t letter, std::string_view folder) {
+    m_description->drives.insert_or_assign(letter, folder);
+    return Changed();
+}
+
+CTestMachine& CTestMachine::Share(std::u16string_view root, std::string_view folder) {
+    m_description->shares.insert_or_assign(std::u16string(root), folder);
+    return Changed();
+}
+
+CTestMachine& CTestMachine::Hive(std::u16string_view name) {
+    m_description->volatileHives.emplace_back(name);
+    return Changed();
+}

@@ -1,0 +1,44 @@
+// tests/support/machine.h - a machine described in a test.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace platform {
+struct SMachineDescription;
+}
+
+// Describes a machine, which is in effect from the start of the object to its end; then the former
+// one comes back. Copies are the same machine and share its effect, so that a field can be built by
+// one expression. A new one has no folders, no environment, no hives and only the drive Z:, which
+// is the POSIX root; its system and its user are those of the built-in machine.
+class CTestMachine {
+public:
+    CTestMachine();
+    // The machine that is built in.
+    static CTestMachine BuiltIn();
+
+    // A special folder by its token name without percent signs; an empty path takes it away.
+    CTestMachine& Folder(std::u16string_view name, std::u16string_view path);
+    CTestMachine& Environment(std::u16string_view name, std::u16string_view value);
+    CTestMachine& WindowsFolder(std::u16string_view path);
+    CTestMachine& Version(std::uint32_t major, std::uint32_t minor, bool isWorkstation);
+    CTestMachine& Locale(std::u16string_view name);
+    CTestMachine& Sid(std::u16string_view sid);
+    // A drive by its upper-case letter, and a share by its root ("\\server\share").
+    CTestMachine& Drive(char16_t letter, std::string_view folder);
+    CTestMachine& Share(std::u16string_view root, std::string_view folder);
+    // A hive without a file, in kernel form.
+    CTestMachine& Hive(std::u16string_view name);
+
+private:
+    struct SEffect;
+
+    explicit CTestMachine(const platform::SMachineDescription& description);
+    CTestMachine& Changed();
+
+    std::shared_ptr<platform::SMachineDescription> m_description;
+    std::shared_ptr<const SEffect> m_effect;
+};
