@@ -1,0 +1,168 @@
+// orvpackage/collection.h - all items of one kind, and their elements in the manifest.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "orvpackage/item.h"
+
+class COrvPackage;
+class COrvSanitizer;
+class CXmlReader;
+class CXmlWriter;
+
+// The kinds of items, in the order of the manifest.
+enum EOrvCollection : std::int32_t {
+    OrvCreateFolders = 0,
+    OrvDeleteFolders = 1,
+    OrvCreateFiles = 2,
+    OrvDeleteFiles = 3,
+    OrvCreateKeys = 4,
+    OrvDeleteKeys = 5,
+    OrvCreateValues = 6,
+    OrvDeleteValues = 7,
+    OrvCreateShortcuts = 8,
+    OrvDeleteShortcuts = 9,
+    OrvCreateEnvVars = 10,
+    OrvDeleteEnvVars = 11,
+    OrvCreateServices = 12,
+    OrvDeleteServices = 13,
+    OrvControlServices = 14,
+    OrvCreateAssemblies = 15,
+    OrvDeleteAssemblies = 16,
+    OrvPreActions = 17,
+    OrvPostActions = 18,
+};
+
+constexpr std::size_t kOrvCollections = 19;
+
+// How a kind of items stands in the manifest.
+struct SOrvElement {
+    EOrvCollection type;
+    const char16_t* collection;  // "CreateFiles"
+    const char16_t* item;        // "File"
+};
+
+// A set of items of one kind, written as one element with a child element for each valid item.
+// Items are known by their hash; the first one wins, and a second is refused. Owns its items, and
+// belongs to a package, which outlives it. Used by one thread at a time.
+class COrvCollection {
+public:
+    virtual ~COrvCollection() = default;
+    COrvCollection(const COrvCollection&) = delete;
+    COrvCollection& operator=(const COrvCollection&) = delete;
+
+    [[nodiscard]] COrvPackage& GetPackage() { return m_package; }
+    [[nodiscard]] const COrvPackage& GetPackage() const { return m_package; }
+    [[nodiscard]] EOrvCollection GetType() const { return m_element.type; }
+    [[nodiscard]] bool IsEmpty() const { return m_items.GetCount() == 0; }
+    [[nodiscard]] std::size_t GetCount() const { return m_items.GetCount(); }
+    [[nodiscard]] const COrvItemTable& GetItems() const { return m_items; }
+    // A collection is dirty after every change, until it is saved or cleared.
+    [[nodiscard]] bool IsDirty() const { return m_isDirty; }
+    void SetDirty(bool isDirty) { m_isDirty = isDirty; }
+    // Deletes all items.
+    void Clear();
+
+    // Takes the item over and gives true. A double is logged, stays with the caller and gives
+    // false.
+    bool Add(std::unique_ptr<COrvItem>& item);
+    // Deletes the stored item that has the hash of `item`; false when there is none.
+    bool Remove(const COrvItem& item);
+    // The stored item that has the hash of `item`; null when there is none.
+    [[nodiscard]] COrvItem* Find(const COrvItem& item) const { return Find(item.GetHash()); }
+    [[nodiscard]] COrvItem* Find(std::uint64_t hash) const { return m_items.Find(hash); }
+
+    // Offers the node that `reader` stands on; true when it was one of this collection's. An item
+    // is made when its element ends.
+    bool Read(CXmlReader& reader);
+    // Writes the valid items in the order of the table; nothing at all when there are none.
+    virtual void Write(CXmlWriter& writer) const;
+
+protected:
+    COrvCollection(COrvPackage& package, const SOrvElement& element);
+
+    // Adds an item and lends it back; null, with the item deleted, when it was a double.
+    template <class TItem>
+    TItem* AddOwned(std::unique_ptr<TItem> item) {
+        TItem* const added = item.get();
+        std::unique_ptr<COrvItem> owned = std::move(item);
+        return Add(owned) ? added : nullptr;
+    }
+
+    [[nodiscard]] const COrvSanitizer& GetSanitizer() const;
+    [[nodiscard]] const SOrvElement& GetElement() const { return m_element; }
+    // Writes an attribute through the sanitizer.
+    void WriteSanitized(CXmlWriter& writer, std::u16string_view name, const CStrW& value,
+                        std::uint32_t flags) const;
+    // The same, unless the value is empty.
+    void WriteIfAny(CXmlWriter& writer, std::u16string_view name, const CStrW& value,
+                    std::uint32_t flags) const;
+
+    // Writes what stands in the element of an item, which is open.
+    virtual void WriteItem(CXmlWriter& writer, const COrvItem& item) const = 0;
+    // Takes one attribute of an item's element into the values read so far.
+    virtual void ReadAttribute(const CStrW& name, const CStrW& value) = 0;
+    // Takes the text of an item's element; false when this kind has none.
+    virtual bool ReadText(CXmlReader& reader);
+    // Offers a node below an item's element; `child` is its path from the item on, such as "/Data".
+    virtual bool ReadChild(std::u16string_view child, CXmlReader& reader);
+    // Makes an item of the values read and adds it; false when it was refused. Forgets the values.
+    virtual bool FinishItem() = 0;
+
+private:
+    void ReadAttributes(CXmlReader& reader);
+    void FinishOrLog(const CXmlReader& reader);
+
+    COrvPackage& m_package;
+    const SOrvElement& m_element;
+    CStrW m_itemPath;  // "/Package/CreateFiles/File"
+    bool m_isDirty = false;
+    COrvItemTable m_items;
+};
+
+// A walk over a collection in the order of its table. Adding to the collection meanwhile is not
+// allowed.
+template <class TItem>
+class COrvItemCItr {
+public:
+    explicit COrvItemCItr(const COrvCollection& collection)
+        : m_collection(collection), m_item(collection.GetItems().GetFirst()) {}
+
+    // The current item; null at the end.
+    [[nodiscard]] const TItem* Get() const { return static_cast<const TItem*>(m_item); }
+    // Goes on; at the end it stays there.
+    void Advance() {
+        m_item = m_item == nullptr ? nullptr : m_collection.GetItems().GetNext(*m_item);
+    }
+
+private:
+    const COrvCollection& m_collection;
+    const COrvItem* m_item;
+};
+
+// The same, able to delete what it stands on.
+template <class TItem>
+class COrvItemItr {
+public:
+    explicit COrvItemItr(COrvCollection& collection)
+        : m_collection(collection), m_item(collection.GetItems().GetFirst()) {}
+
+    [[nodiscard]] TItem* Get() const { return static_cast<TItem*>(m_item); }
+    void Advance() {
+        m_item = m_item == nullptr ? nullptr : m_collection.GetItems().GetNext(*m_item);
+    }
+    // Deletes the current item and goes on; false at the end.
+    bool Erase() {
+        if (m_item == nullptr) {
+            return false;
+        }
+        const COrvItem& erased = *m_item;
+        Advance();
+        return m_collection.Remove(erased);
+    }
+
+private:
+    COrvCollection& m_collection;
+    COrvItem* m_item;
+};

@@ -1,0 +1,136 @@
+#include "orvpackage/file_collections.h"
+
+#include <utility>
+
+#include "foundation/file_path_converter.h"
+#include "foundation/file_system.h"
+#include "foundation/xml_writer.h"
+#include "orvpackage/package.h"
+
+namespace {
+
+constexpr std::u16string_view kTarget = u"Target";
+constexpr std::u16string_view kRecursive = u"Recursive";
+constexpr std::u16string_view kRelativeSource = u"RelativeSource";
+
+// What has been read of an element so far. One set serves all collections of a kind: an element
+// that never ends leaves its values to the next.
+struct SReadTarget {
+    CStrW target;
+    CStrW relativeSource;
+    bool recursive = false;
+};
+
+SReadTarget& ReadSoFar(EOrvCollection type) {
+    static SReadTarget values[kOrvCollections];
+    return values[type];
+}
+
+// Takes the values read and forgets them.
+SReadTarget TakeRead(EOrvCollection type) { return std::exchange(ReadSoFar(type), SReadTarget()); }
+
+}  // namespace
+
+// The target, expanded once for both the hash and the field.
+struct COrvTargetItem::SExpanded {
+    explicit SExpanded(const CStrW& text) : target(text) { ExpandFileTokens(target); }
+    CStrW target;
+};
+
+COrvTargetItem::COrvTargetItem(const CStrW& target) : COrvTargetItem(SExpanded(target)) {}
+
+COrvTargetItem::COrvTargetItem(SExpanded expanded)
+    : COrvItem(HashKeyText(expanded.target)), m_target(std::move(expanded.target)) {}
+
+void COrvCreateFile::SetRelativeSource(const CStrW& text) {
+    m_relativeSource = text;
+    ExpandFileTokens(m_relativeSource);
+}
+
+bool COrvCreateFile::IsValid() const {
+    if (GetTarget().IsEmpty() || m_relativeSource.IsEmpty()) {
+        return false;
+    }
+    const EFilePathKind kind = CFilePathW(m_relativeSource).GetKind();
+    return kind == FilePathRelative || kind == FilePathRootRelative;
+}
+
+void COrvTargetCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
+    WriteSanitized(writer, kTarget, static_cast<const COrvTargetItem&>(item).GetTarget(),
+                   SanitizeNoRegPaths);
+}
+
+void COrvTargetCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
+    if (name.EqualsNoCase(kTarget)) {
+        ReadSoFar(GetType()).target = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
+    }
+}
+
+CStrW COrvTargetCollection::TakeReadTarget() { return TakeRead(GetType()).target; }
+
+bool COrvCreateFoldersCollection::FinishItem() { return AddItem(TakeReadTarget()) != nullptr; }
+
+void COrvDeleteFoldersCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
+    COrvTargetCollection::WriteItem(writer, item);
+    writer.WriteAttribute(kRecursive,
+                          static_cast<const COrvDeleteFolder&>(item).Recursive ? u"1" : u"0");
+}
+
+void COrvDeleteFoldersCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
+    COrvTargetCollection::ReadAttribute(name, value);
+    if (name.EqualsNoCase(kRecursive)) {
+        ReadSoFar(GetType()).recursive = value.IsTrue();
+    }
+}
+
+bool COrvDeleteFoldersCollection::FinishItem() {
+    const SReadTarget read = TakeRead(GetType());
+    COrvDeleteFolder* const added = AddItem(read.target);
+    if (added != nullptr) {
+        added->Recursive = read.recursive;
+    }
+    return added != nullptr;
+}
+
+COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
+                                                   const CFilePathW& relativeSource) {
+    auto file = std::make_unique<COrvCreateFile>(target.ToString());
+    file->SetRelativeSource(relativeSource.ToString());
+    COrvCreateFile* const added = file.get();
+    std::unique_ptr<COrvItem> item = std::move(file);
+    if (Add(item)) {
+        return added;
+    }
+    const CFilePathW payload(GetPackage().GetFolder(), CFilePathW(added->GetRelativeSource()));
+    // The copy of a double goes, but never the file that is to stay.
+    if (payload.NotEquals(CFilePathW(added->GetTarget()))) {
+        static_cast<void>(DeleteFileForce(payload));
+    }
+    return nullptr;
+}
+
+void COrvCreateFilesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
+    COrvTargetCollection::WriteItem(writer, item);
+    WriteSanitized(writer, kRelativeSource,
+                   static_cast<const COrvCreateFile&>(item).GetRelativeSource(), SanitizeNoPaths);
+}
+
+void COrvCreateFilesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
+    COrvTargetCollection::ReadAttribute(name, value);
+    if (name.EqualsNoCase(kRelativeSource)) {
+        ReadSoFar(GetType()).relativeSource = GetSanitizer().Desanitize(value, SanitizeNoPaths);
+    }
+}
+
+bool COrvCreateFilesCollection::FinishItem() {
+    const SReadTarget read = TakeRead(GetType());
+    COrvCreateFile* const added = AddOwned(std::make_unique<COrvCreateFile>(read.target));
+    if (added != nullptr) {
+        added->SetRelativeSource(read.relativeSource);
+    }
+    return added != nullptr;
+}
+
+bool COrvDeleteFilesCollection::FinishItem() { return AddItem(TakeReadTarget()) != nullptr; }
+
+bool COrvDeleteShortcutsCollection::FinishItem() { return AddItem(TakeReadTarget()) != nullptr; }

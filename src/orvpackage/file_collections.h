@@ -1,0 +1,148 @@
+// orvpackage/file_collections.h - items that name a place in the file system.
+#pragma once
+
+#include "foundation/file_path.h"
+#include "orvpackage/collection.h"
+
+// An item known by a place: a concrete path, in which the tokens of the text given are expanded, so
+// that a path with a token and its concrete form are one item.
+class COrvTargetItem : public COrvItem {
+public:
+    [[nodiscard]] const CStrW& GetTarget() const { return m_target; }
+    [[nodiscard]] CStrW GetName() const override { return m_target; }
+    [[nodiscard]] bool IsValid() const override { return !m_target.IsEmpty(); }
+
+protected:
+    explicit COrvTargetItem(const CStrW& target);
+
+private:
+    struct SExpanded;
+    explicit COrvTargetItem(SExpanded expanded);
+
+    CStrW m_target;
+};
+
+class COrvCreateFolder : public COrvTargetItem {
+public:
+    explicit COrvCreateFolder(const CStrW& target) : COrvTargetItem(target) {}
+};
+
+class COrvDeleteFolder : public COrvTargetItem {
+public:
+    explicit COrvDeleteFolder(const CStrW& target) : COrvTargetItem(target) {}
+    bool Recursive = false;
+};
+
+class COrvDeleteFile : public COrvTargetItem {
+public:
+    explicit COrvDeleteFile(const CStrW& target) : COrvTargetItem(target) {}
+};
+
+class COrvDeleteShortcut : public COrvTargetItem {
+public:
+    explicit COrvDeleteShortcut(const CStrW& target) : COrvTargetItem(target) {}
+};
+
+// A file with its payload copy, which lies below the folder of the manifest.
+class COrvCreateFile : public COrvTargetItem {
+public:
+    explicit COrvCreateFile(const CStrW& target) : COrvTargetItem(target) {}
+
+    [[nodiscard]] const CStrW& GetRelativeSource() const { return m_relativeSource; }
+    // Takes the payload's path, and expands its tokens.
+    void SetRelativeSource(const CStrW& text);
+    // Needs a payload path that is relative.
+    [[nodiscard]] bool IsValid() const override;
+
+private:
+    CStrW m_relativeSource;
+};
+
+// A collection whose items' elements hold a "Target" and little else.
+class COrvTargetCollection : public COrvCollection {
+protected:
+    using COrvCollection::COrvCollection;
+
+    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
+    void ReadAttribute(const CStrW& name, const CStrW& value) override;
+    // The target read of the element that ends; forgets it.
+    [[nodiscard]] CStrW TakeReadTarget();
+};
+
+class COrvCreateFoldersCollection : public COrvTargetCollection {
+public:
+    static constexpr SOrvElement kElement{OrvCreateFolders, u"CreateFolders", u"Folder"};
+    explicit COrvCreateFoldersCollection(COrvPackage& package)
+        : COrvTargetCollection(package, kElement) {}
+
+    // Adds an item and lends it; null for a double.
+    COrvCreateFolder* AddItem(const CStrW& target) {
+        return AddOwned(std::make_unique<COrvCreateFolder>(target));
+    }
+
+protected:
+    bool FinishItem() override;
+};
+
+class COrvDeleteFoldersCollection : public COrvTargetCollection {
+public:
+    static constexpr SOrvElement kElement{OrvDeleteFolders, u"DeleteFolders", u"Folder"};
+    explicit COrvDeleteFoldersCollection(COrvPackage& package)
+        : COrvTargetCollection(package, kElement) {}
+
+    // Adds an item and lends it; null for a double.
+    COrvDeleteFolder* AddItem(const CStrW& target) {
+        return AddOwned(std::make_unique<COrvDeleteFolder>(target));
+    }
+
+protected:
+    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
+    void ReadAttribute(const CStrW& name, const CStrW& value) override;
+    bool FinishItem() override;
+};
+
+class COrvCreateFilesCollection : public COrvTargetCollection {
+public:
+    static constexpr SOrvElement kElement{OrvCreateFiles, u"CreateFiles", u"File"};
+    explicit COrvCreateFilesCollection(COrvPackage& package)
+        : COrvTargetCollection(package, kElement) {}
+
+    // Adds a file and lends the item. Null for a double, whose payload copy is then deleted, unless
+    // it is the target itself.
+    COrvCreateFile* AddFile(const CFilePathW& target, const CFilePathW& relativeSource);
+
+protected:
+    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
+    void ReadAttribute(const CStrW& name, const CStrW& value) override;
+    bool FinishItem() override;
+};
+
+class COrvDeleteFilesCollection : public COrvTargetCollection {
+public:
+    static constexpr SOrvElement kElement{OrvDeleteFiles, u"DeleteFiles", u"File"};
+    explicit COrvDeleteFilesCollection(COrvPackage& package)
+        : COrvTargetCollection(package, kElement) {}
+
+    // Adds an item and lends it; null for a double.
+    COrvDeleteFile* AddItem(const CStrW& target) {
+        return AddOwned(std::make_unique<COrvDeleteFile>(target));
+    }
+
+protected:
+    bool FinishItem() override;
+};
+
+class COrvDeleteShortcutsCollection : public COrvTargetCollection {
+public:
+    static constexpr SOrvElement kElement{OrvDeleteShortcuts, u"DeleteShortcuts", u"Shortcut"};
+    explicit COrvDeleteShortcutsCollection(COrvPackage& package)
+        : COrvTargetCollection(package, kElement) {}
+
+    // Adds an item and lends it; null for a double.
+    COrvDeleteShortcut* AddItem(const CStrW& target) {
+        return AddOwned(std::make_unique<COrvDeleteShortcut>(target));
+    }
+
+protected:
+    bool FinishItem() override;
+};

@@ -1,0 +1,108 @@
+#include "orvpackage/package.h"
+
+#include "foundation/file_system.h"
+#include "foundation/xml_escape.h"
+#include "foundation/xml_writer.h"
+#include "orvpackage/file_collections.h"
+#include "orvpackage/shortcut_collection.h"
+#include "platform/files.h"
+#include "platform/status.h"
+#include "reporting/logger.h"
+
+COrvPackage::COrvPackage() {
+    AddCollection<COrvCreateFoldersCollection>();
+    AddCollection<COrvDeleteFoldersCollection>();
+    AddCollection<COrvCreateFilesCollection>();
+    AddCollection<COrvDeleteFilesCollection>();
+    AddCollection<COrvCreateShortcutsCollection>();
+    AddCollection<COrvDeleteShortcutsCollection>();
+}
+
+COrvPackage::~COrvPackage() = default;
+
+template <class TCollection>
+void COrvPackage::AddCollection() {
+    m_collections[TCollection::kElement.type] = std::make_unique<TCollection>(*this);
+}
+
+void COrvPackage::SetManifestPath(const CFilePathW& path) {
+    m_manifestPath = path;
+    m_isDirty = true;
+}
+
+COrvCollection& COrvPackage::GetCollection(EOrvCollection type) const {
+    return *m_collections[static_cast<std::size_t>(type)];
+}
+
+bool COrvPackage::IsDirty() const {
+    bool isDirty = m_isDirty || m_properties.IsDirty();
+    for (const auto& collection : m_collections) {
+        isDirty = isDirty || (collection && collection->IsDirty());
+    }
+    return isDirty;
+}
+
+void COrvPackage::SetClean() {
+    m_isDirty = false;
+    m_properties.SetDirty(false);
+    for (const auto& collection : m_collections) {
+        if (collection) {
+            collection->SetDirty(false);
+        }
+    }
+}
+
+CFilePathW COrvPackage::TemporaryPath() const {
+    CFilePathSegmentW name(CreateGuidString());
+    name.SetExtensionOrv();
+    return CFilePathW(GetFolder(), name);
+}
+
+int COrvPackage::Save() {
+    if (!IsDirty()) {
+        return S_FALSE;
+    }
+    if (m_manifestPath.IsEmpty()) {
+        return E_INVALIDARG;
+    }
+    const CFilePathW temporary = TemporaryPath();
+    // A leftover that stays, and a folder that cannot be made, show when the file is opened.
+    static_cast<void>(DeleteFileForce(temporary));
+    static_cast<void>(CreateDirectoryChain(temporary.GetParent()));
+    int status = WriteManifest(temporary);
+    if (status < 0) {
+        return status;
+    }
+    static_cast<void>(DeleteFileForce(m_manifestPath));
+    status = HresultFromError(
+        platform::MoveFile(temporary.ToString().Get(), m_manifestPath.ToString().Get()));
+    SetClean();
+    return status;
+}
+
+int COrvPackage::WriteManifest(const CFilePathW& path) const {
+    CXmlWriter writer;
+    writer.SetTextFilter(&EscapeXmlText);
+    const int status = writer.Open(path);
+    if (status < 0) {
+        if (m_logger != nullptr) {
+            m_logger->LogMessage(MessageManifestFailed, nullptr, path.ToString().Get(),
+                                 GetSystemErrorMessage(status).Get());
+        }
+        return status;
+    }
+    writer.StartDocument();
+    if (writer.StartElement(u"Package", false) >= 0) {
+        writer.WriteAttribute(u"Version", UnsignedToText(m_formatVersion));
+        writer.WriteNewLine();
+        m_properties.Write(writer);
+        for (const auto& collection : m_collections) {
+            if (collection) {
+                collection->Write(writer);
+            }
+        }
+        writer.EndElement(true);
+    }
+    writer.EndDocument();
+    return status;
+}

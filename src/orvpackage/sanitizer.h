@@ -1,0 +1,44 @@
+// orvpackage/sanitizer.h - the gate between concrete texts and the portable texts of the manifest.
+#pragma once
+
+#include <cstdint>
+
+#include "foundation/double_null_string.h"
+#include "foundation/file_path_converter.h"
+#include "foundation/reg_path_converter.h"
+#include "foundation/wide_string.h"
+
+enum ESanitizeFlags : std::uint32_t {
+    SanitizeAll = 0,
+    SanitizeNoFilePaths = 1,
+    SanitizeNoRegPaths = 2,
+    SanitizeNoPaths = 3,
+};
+
+// Turns machine-specific text into tokens and back. "|" and "%" of the text itself are escaped as
+// "||" and "|%", so that no token is taken for text. Holds both converters for its lifetime.
+class COrvSanitizer {
+public:
+    COrvSanitizer();
+    virtual ~COrvSanitizer() = default;
+    COrvSanitizer(const COrvSanitizer&) = delete;
+    COrvSanitizer& operator=(const COrvSanitizer&) = delete;
+
+    [[nodiscard]] CStrW Sanitize(const CStrW& text, std::uint32_t flags) const;
+    // Each string by itself; what becomes empty is dropped.
+    [[nodiscard]] CDoubleNullStringW SanitizeMulti(const CDoubleNullStringW& strings,
+                                                   std::uint32_t flags) const;
+    // The steps of Sanitize in reverse, with this machine's folders and user.
+    [[nodiscard]] CStrW Desanitize(const CStrW& text, std::uint32_t flags) const;
+
+private:
+    CSharedHolder<CFilePathConverter> m_fileConverter;
+    CSharedHolder<CRegPathConverter> m_regConverter;
+    CStrW m_sid;
+};
+
+// The text form of a multi-string: each backslash doubled, the strings joined by "\0", "\0\0" at
+// the end. Reading takes every "\0" for a separator, also one made of a doubled backslash and a
+// zero, and drops empty strings.
+[[nodiscard]] CStrW FormatMultiString(const CDoubleNullStringW& strings);
+[[nodiscard]] CDoubleNullStringW ParseMultiString(const CStrW& text);

@@ -1,0 +1,197 @@
+#include "traversal/cas_file_traverse_manager.h"
+
+#include "foundation/file_system.h"
+#include "orvpackage/file_collections.h"
+#include "orvpackage/shortcut_collection.h"
+#include "platform/com.h"
+#include "platform/status.h"
+#include "reporting/logger.h"
+
+namespace {
+
+constexpr std::u16string_view kPlaceholder = u"$CTX$Placeholder.txt";
+constexpr const char16_t* kDeleteMarker = u":CTX_FILE_DELETE_MARKER";
+constexpr std::u16string_view kShortcutExtension = u"lnk";
+
+// What the package does with an entry, as the processors are told.
+constexpr std::uint32_t kModeCreate = 1;
+constexpr std::uint32_t kModeDelete = 3;
+
+bool StreamExists(const CStrW& name) {
+    platform::SFindData found;
+    return platform::FindEntry(name.Get(), found) == ERROR_SUCCESS && !found.IsFolder();
+}
+
+// Whether there is nothing in a folder but the placeholder. A folder that cannot be listed is not
+// empty.
+bool IsFolderEmpty(const CFilePathW& folder) {
+    platform::CFindHandle search;
+    platform::SFindData data;
+    const CFilePathW pattern(folder, CFilePathSegmentW(u"*"));
+    int status = search.First(pattern.ToString().Get(), data);
+    if (status != ERROR_SUCCESS) {
+        return status == ERROR_FILE_NOT_FOUND;
+    }
+    while (status == ERROR_SUCCESS) {
+        if (data.name != u"." && data.name != u".." && !EqualsNoCase(data.name, kPlaceholder)) {
+            return false;
+        }
+        status = search.Next(data);
+    }
+    return true;
+}
+
+}  // namespace
+
+CCasFileTraverseManager::CCasFileTraverseManager(CAssemblyProcessor& assemblyProcessor,
+                                                 COrvPackage& package)
+    : m_assemblyProcessor(assemblyProcessor),
+      m_package(package),
+      m_packageFolder(package.GetFolder()) {
+    SetPattern(CFilePathSegmentW(u"*"));
+}
+
+CCasFileTraverseManager::~CCasFileTraverseManager() { Stop(true); }
+
+void CCasFileTraverseManager::SetRoot(const CFilePathW& deviceFolder) {
+    // One name deeper than the folder itself, which MapToTarget takes back.
+    m_root = CFilePathW(deviceFolder, CFilePathSegmentW(u"Device"));
+    m_rootDepth = m_root.GetSegmentCount();
+}
+
+void CCasFileTraverseManager::OnStart() {
+    platform::EnterApartment();
+    CFileTraverse::OnStart();
+}
+
+void CCasFileTraverseManager::OnFinish() {
+    CFileTraverse::OnFinish();
+    platform::LeaveApartment();
+}
+
+void CCasFileTraverseManager::ShowProgress(const CFilePathW& path) {
+    if (m_progress) {
+        m_progress->SetMessage(path.ToString());
+        m_progress->Step();
+    }
+}
+
+CFilePathW CCasFileTraverseManager::MapToTarget(const CFilePathW& path) const {
+    CFilePathW tail(path);
+    tail.RemoveFirst(m_rootDepth - 1);
+    // The folder of a drive is its letter alone; any other name is no drive and leaves a relative
+    // path.
+    CFilePathW target(tail.GetFirstSegment().GetText() + uR"(:\)");
+    tail.RemoveFirst(1);
+    static_cast<void>(target.Append(tail));
+    return target;
+}
+
+CFilePathW MakePayloadName(const CStrW& collapsed) {
+    CFilePathW path(collapsed);
+    CStrW first = path.GetFirstSegment().GetText();
+    if (first.View().starts_with(u'%')) {
+        first.Delete(0, 1);
+        if (first.View().ends_with(u'%')) {
+            first.Truncate(first.GetLength() - 1);
+        }
+    }
+    if (first.GetLength() > 1 && first.View()[1] == u':') {
+        first.Delete(1, 1);
+    }
+    path.RemoveFirst(1);
+    static_cast<void>(path.PrependSegment(CFilePathSegmentW(first)));
+    return path;
+}
+
+bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
+                                          const platform::SFindData& /*data*/) {
+    ShowProgress(path);
+    const bool hasDrive =
+        path.GetKind() == FilePathAbsolute || path.GetKind() == FilePathDriveRelative;
+    // A folder with content is implied by it; and of a package on a drive no folder becomes an
+    // item.
+    if (hasDrive || !IsFolderEmpty(path)) {
+        return true;
+    }
+    // The bare name of the stream is asked for, and so the current directory answers, not the
+    // folder.
+    const bool deleted = StreamExists(kDeleteMarker);
+    const CStrW target = MapToTarget(path).ToString();
+    if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
+        return true;
+    }
+    if (deleted) {
+        m_package.Get<COrvDeleteFoldersCollection>().AddItem(target);
+    } else {
+        m_package.Get<COrvCreateFoldersCollection>().AddItem(target);
+    }
+    return true;
+}
+
+bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
+                                        const platform::SFindData& /*data*/) {
+    ShowProgress(path);
+    const CFilePathSegmentW& name = path.GetLastSegment();
+    if (name.EqualsNoCase(kPlaceholder)) {
+        return true;
+    }
+    const bool deleted = StreamExists(path.ToString() + kDeleteMarker);
+    const bool shortcut = !path.IsRoot() && name.CompareExtension(kShortcutExtension) == 0;
+    if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
+        return true;
+    }
+    const CFilePathW target = MapToTarget(path);
+    if (deleted && shortcut) {
+        m_package.Get<COrvDeleteShortcutsCollection>().AddItem(target.ToString());
+    } else if (deleted) {
+        m_package.Get<COrvDeleteFilesCollection>().AddItem(target.ToString());
+    } else if (shortcut) {
+        AddShortcut(path, target.ToString());
+    } else {
+        AddFile(path, target);
+    }
+    return true;
+}
+
+void CCasFileTraverseManager::AddFile(const CFilePathW& path, const CFilePathW& target) {
+    // The payload of a deep file is named like any other, so the long form's prefix stays out of
+    // it.
+    const CStrW collapsed = m_pathConverter->Collapse(target.ToPlainString());
+    const CFilePathW relative = MakePayloadName(collapsed);
+    m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative);
+    // A double has its copy made all the same.
+    CopyPayload(path, relative);
+}
+
+void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CFilePathW& relative) {
+    int status = ERROR_ACCESS_DENIED;
+    // Without a name the destination would be the output folder itself.
+    if (!relative.IsEmpty()) {
+        const CFilePathW destination(m_packageFolder, relative);
+        if (destination.Equals(path)) {
+            return;
+        }
+        // What stands in the way, or cannot be made, shows when the file is copied.
+        static_cast<void>(DeleteFileForce(destination));
+        static_cast<void>(CreateDirectoryChain(destination.GetParent()));
+        status = platform::CopyFile(path.ToString().Get(), destination.ToString().Get());
+    }
+    if (status != ERROR_SUCCESS) {
+        GetLogger().LogMessage(MessageCopyFailed, nullptr, path.ToString().Get(),
+                               GetSystemErrorMessage(status).Get());
+    }
+}
+
+void CCasFileTraverseManager::AddShortcut(const CFilePathW& path, const CStrW& target) {
+    COrvCreateShortcut* const added =
+        m_package.Get<COrvCreateShortcutsCollection>().AddItem(target);
+    if (added == nullptr) {
+        return;
+    }
+    const int status = added->LoadFromFile(path);
+    if (status < 0) {
+        GetLogger().LogMessage(MessageShortcutFailed, nullptr, path.ToString().Get(),
+                               GetSystemErrorMessage(status).Get());
+    }
+}

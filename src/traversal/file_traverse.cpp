@@ -1,0 +1,104 @@
+#include "traversal/file_traverse.h"
+
+#include <algorithm>
+
+#include "platform/status.h"
+
+// The entries of the pending folders, one after the other.
+class CFileTraverse::CEntries {
+public:
+    CEntries(std::deque<CFilePathW>& pending, const CFilePathSegmentW& pattern)
+        : m_pending(pending), m_pattern(pattern) {}
+
+    // Goes to the next entry; false when no folder is left.
+    bool Next(platform::SFindData& data) {
+        while (true) {
+            if (m_search.IsOpen() && m_search.Next(data) == ERROR_SUCCESS) {
+                return true;
+            }
+            m_search.Close();
+            if (m_pending.empty()) {
+                return false;
+            }
+            m_folder = std::move(m_pending.front());
+            m_pending.pop_front();
+            if (m_search.First(CFilePathW(m_folder, m_pattern).ToString().Get(), data) ==
+                ERROR_SUCCESS) {
+                return true;
+            }
+            m_search.Close();
+        }
+    }
+
+    // The path of an entry of the current folder; empty when its name is no valid one.
+    [[nodiscard]] CFilePathW PathOf(const platform::SFindData& data) const {
+        const CFilePathSegmentW name(data.name);
+        return name.IsEmpty() ? CFilePathW() : CFilePathW(m_folder, name);
+    }
+
+private:
+    std::deque<CFilePathW>& m_pending;
+    const CFilePathSegmentW& m_pattern;
+    CFilePathW m_folder;
+    platform::CFindHandle m_search;
+};
+
+namespace {
+
+bool IsDots(const platform::SFindData& data) { return data.name == u"." || data.name == u".."; }
+
+}  // namespace
+
+void CFileTraverse::Clear() {
+    m_pending.clear();
+    m_excluded.clear();
+}
+
+bool CFileTraverse::IsExcluded(const CFilePathW& folder) const {
+    return std::any_of(m_excluded.begin(), m_excluded.end(),
+                       [&folder](const CFilePathW& excluded) { return excluded.Equals(folder); });
+}
+
+bool CFileTraverse::VisitFolder(const CFilePathW& /*path*/, const platform::SFindData& /*data*/) {
+    return true;
+}
+
+void CFileTraverse::Run() {
+    CEntries entries(m_pending, m_pattern);
+    platform::SFindData data;
+    while (!IsStopped() && entries.Next(data)) {
+        if (data.IsFolder() && IsDots(data)) {
+            continue;
+        }
+        CFilePathW path = entries.PathOf(data);
+        if (path.IsEmpty()) {
+            continue;
+        }
+        if (!data.IsFolder()) {
+            if (!VisitFile(path, data)) {
+                Stop(false);
+            }
+        } else if (!IsExcluded(path) && VisitFolder(path, data)) {
+            m_pending.push_back(std::move(path));
+        }
+    }
+}
+
+std::uint32_t CFileTraverse::CountEntries() const {
+    std::deque<CFilePathW> pending = m_pending;
+    CEntries entries(pending, m_pattern);
+    platform::SFindData data;
+    std::uint32_t count = 0;
+    while (entries.Next(data)) {
+        if (!data.IsFolder()) {
+            ++count;
+            continue;
+        }
+        CFilePathW path = IsDots(data) ? CFilePathW() : entries.PathOf(data);
+        if (!path.IsEmpty() && !IsExcluded(path)) {
+            ++count;
+            pending.push_back(std::move(path));
+        }
+    }
+    return count;
+}
