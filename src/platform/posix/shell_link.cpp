@@ -1,0 +1,60 @@
+#include "platform/shell_link.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/posix/errno_status.h"
+#include "platform/posix/file_access.h"
+#include "platform/posix/shell_link_parser.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+// Real links have a few thousand bytes. What is larger than this only calls itself a link.
+constexpr off_t kMaxFileSize = off_t{64} * 1024 * 1024;
+
+// Reads the file to its end, or to where it ended when the reading began. E_FAIL when it is too
+// large.
+int ReadBytes(const CFileDescriptor& file, std::vector<std::byte>& bytes) {
+    struct stat info {};
+    if (fstat(file.Get(), &info) != 0) {
+        return FailWithErrno();
+    }
+    if (info.st_size > kMaxFileSize) {
+        return E_FAIL;
+    }
+    bytes.resize(static_cast<std::size_t>(info.st_size));
+    std::size_t length = 0;
+    while (length < bytes.size()) {
+        const ssize_t count = read(file.Get(), bytes.data() + length, bytes.size() - length);
+        if (count < 0 && errno != EINTR) {
+            return FailWithErrno();
+        }
+        if (count == 0) {
+            break;
+        }
+        length += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    bytes.resize(length);
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+int ReadShellLink(const char16_t* name, SShellLink& link) {
+    CFileDescriptor file;
+    if (const int status = OpenForReading(name, file)) {
+        return HresultFromError(status);
+    }
+    std::vector<std::byte> bytes;
+    if (const int status = ReadBytes(file, bytes)) {
+        return HresultFromError(status);
+    }
+    return ParseShellLink(bytes, link) ? S_OK : E_FAIL;
+}
+
+}  // namespace platform
