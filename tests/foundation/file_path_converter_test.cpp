@@ -1,0 +1,79 @@
+#include "foundation/file_path_converter.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/machine.h"
+#include "support/text.h"
+
+namespace {
+
+// Two names for one folder and a drive root: the smallest machine on which the order counts.
+class CollapsePathsTest : public testing::Test {
+protected:
+    static std::string Collapse(const char16_t* text) {
+        return Utf8(CSharedHolder<CFilePathConverter>()->Collapse(CStrW(text)));
+    }
+    static std::string Expand(const char16_t* text) {
+        return Utf8(CSharedHolder<CFilePathConverter>()->Expand(CStrW(text)));
+    }
+
+    CTestMachine m_machine = CTestMachine()
+                                 .Folder(u"CSIDL_WINDOWS", uR"(C:\Windows)")
+                                 .Environment(u"SystemRoot", uR"(C:\Windows)")
+                                 .Environment(u"SystemDrive", u"C:");
+};
+
+TEST_F(CollapsePathsTest, FirstTokenWinsAmongEqualPaths) {
+    EXPECT_EQ(Collapse(uR"(C:\Windows\a)"), R"(%CSIDL_WINDOWS%\a)");
+    EXPECT_EQ(Collapse(uR"(c:\WINDOWS)"), R"(%CSIDL_WINDOWS%)");
+}
+
+TEST_F(CollapsePathsTest, PutsBackTheBackslashThatADriveRootTook) {
+    EXPECT_EQ(Collapse(uR"(C:\Data\a)"), R"(%SystemDrive%\Data\a)");
+}
+
+TEST_F(CollapsePathsTest, MatchesInsideASegment) {
+    EXPECT_EQ(Collapse(uR"(C:\WindowsOld\a)"), R"(%CSIDL_WINDOWS%\Old\a)");
+}
+
+TEST_F(CollapsePathsTest, ReplacesEveryPathOfAText) {
+    EXPECT_EQ(Collapse(uR"(run C:\Windows\a and C:\Windows\b, c:\x)"),
+              R"(run %CSIDL_WINDOWS%\a and %CSIDL_WINDOWS%\b, %SystemDrive%\x)");
+    EXPECT_EQ(Collapse(uR"(D:\Windows\a)"), R"(D:\Windows\a)");
+    EXPECT_EQ(Collapse(u"C:"), "C:");
+    EXPECT_EQ(Collapse(u""), "");
+}
+
+TEST_F(CollapsePathsTest, ExpandsKnownTokensInAnyCase) {
+    EXPECT_EQ(Expand(uR"(%SystemDrive%\a)"), R"(C:\a)");
+    EXPECT_EQ(Expand(uR"(%systemdrive%a)"), R"(C:\a)");
+    EXPECT_EQ(Expand(uR"(%csidl_windows%\a)"), R"(C:\Windows\a)");
+    EXPECT_EQ(Expand(uR"(%NoSuch%\a)"), R"(%NoSuch%\a)");
+    EXPECT_EQ(Expand(u"100% of %CSIDL_WINDOWS%"), "100% of %CSIDL_WINDOWS%");
+    EXPECT_EQ(Expand(u"%CSIDL_WINDOWS%;%SystemRoot%"), R"(C:\Windows;C:\Windows)");
+}
+
+TEST_F(CollapsePathsTest, LongestPathWinsWhateverTheOrder) {
+    m_machine.Folder(u"CSIDL_SYSTEM", uR"(C:\Windows\System32)");
+    EXPECT_EQ(Collapse(uR"(C:\Windows\System32\a C:\Windows\b)"),
+              R"(%CSIDL_SYSTEM%\a %CSIDL_WINDOWS%\b)");
+}
+
+TEST_F(CollapsePathsTest, ManyPathsAndOddVariablesEnd) {
+    std::u16string text;
+    for (int i = 0; i < 20000; ++i) {
+        text += uR"(C:\Windows;C:\)";
+    }
+    const std::string collapsed = Collapse(text.c_str());
+    EXPECT_EQ(collapsed.find(R"(C:\)"), std::string::npos);
+    for (const char16_t* value : {u"S", uR"(\)", uR"(%\x)", uR"(\a)", u"%Temp%", u":"}) {
+        SCOPED_TRACE(Utf8(value));
+        m_machine.Environment(u"TEMP", value);
+        EXPECT_FALSE(Collapse(uR"(%CSIDL_WINDOWS%\aa%\x : S)").empty());
+        EXPECT_FALSE(Expand(u"%Temp%%Temp% a %Temp%").empty());
+    }
+}
+
+}  // namespace

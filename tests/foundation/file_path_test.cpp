@@ -1,0 +1,176 @@
+#include "foundation/file_path.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/status.h"
+#include "support/text.h"
+
+namespace {
+
+std::string Print(const CFilePathW& path) { return Utf8(path.ToString()); }
+
+TEST(FilePathTest, ParsesEveryKind) {
+    const struct {
+        const char16_t* text;
+        EFilePathKind kind;
+        std::size_t segments;
+        const char* printed;
+    } kPaths[] = {
+        {uR"(C:\)", FilePathAbsolute, 1, R"(C:\)"},
+        {uR"(C:)", FilePathDriveRelative, 1, R"(C:)"},
+        {uR"(C:foo\bar)", FilePathDriveRelative, 3, R"(C:foo\bar)"},
+        {uR"(C:\a\)", FilePathAbsolute, 2, R"(C:\a)"},
+        {uR"(a\)", FilePathRelative, 1, R"(a)"},
+        {uR"(\a\b)", FilePathRootRelative, 2, R"(\a\b)"},
+        {uR"(\\srv)", FilePathUnc, 1, R"(\\srv)"},
+        {uR"(\\?\C:\a)", FilePathAbsolute, 2, R"(C:\a)"},
+        {uR"(\\?\C:)", FilePathDriveRelative, 1, R"(C:)"},
+        {uR"(\\?\UNC\srv\share\a)", FilePathUnc, 3, R"(\\srv\share\a)"},
+        {uR"(\\?\unc\srv\x)", FilePathUnc, 2, R"(\\srv\x)"},
+        {uR"(a\..\.\*?)", FilePathRelative, 4, R"(a\..\.\*?)"},
+    };
+    for (const auto& path : kPaths) {
+        SCOPED_TRACE(Utf8(path.text));
+        const CFilePathW parsed(path.text);
+        EXPECT_EQ(parsed.GetKind(), path.kind);
+        EXPECT_EQ(parsed.GetSegmentCount(), path.segments);
+        EXPECT_EQ(Print(parsed), path.printed);
+    }
+}
+
+TEST(FilePathTest, RefusedTextLeavesNoHalfBuiltPath) {
+    for (const char16_t* text :
+         {uR"(a\\b)", u"a/b", uR"(\\?\C)", uR"(\\sr:v\share)", uR"(\)", uR"(\\)", uR"(C:\a|b)",
+          uR"(C:\a:b)", uR"(\\?\UNC\)", uR"(\\s*v\a)", uR"(ab:\c)"}) {
+        SCOPED_TRACE(Utf8(text));
+        CFilePathW path(uR"(C:\old)");
+        EXPECT_EQ(path.Parse(text), ERROR_INVALID_DATA);
+        EXPECT_TRUE(path.IsEmpty());
+        EXPECT_EQ(path.GetKind(), FilePathNone);
+    }
+}
+
+TEST(FilePathTest, NamesHaveTheirLongestLength) {
+    EXPECT_FALSE(CFilePathW(std::u16string(260, u'a')).IsEmpty());
+    EXPECT_TRUE(CFilePathW(std::u16string(261, u'a')).IsEmpty());
+    EXPECT_FALSE(CFilePathW(uR"(\\)" + std::u16string(64, u'a')).IsEmpty());
+    EXPECT_TRUE(CFilePathW(uR"(\\)" + std::u16string(65, u'a')).IsEmpty());
+}
+
+TEST(FilePathTest, LongPathsPrintWithTheirPrefix) {
+    const std::u16string name(100, u'n');
+    const auto pathOf = [&name](std::u16string_view root, std::size_t length) {
+        std::u16string text = std::u16string(root) + name + u'\\' + name + u'\\';
+        return CFilePathW(text + std::u16string(length - text.size(), u'x'));
+    };
+    EXPECT_EQ(pathOf(uR"(C:\)", 247).ToString().GetLength(), 247U);
+    EXPECT_TRUE(pathOf(uR"(C:\)", 248).ToString().View().starts_with(uR"(\\?\C:\n)"));
+    EXPECT_TRUE(pathOf(uR"(C:\)", 248).Equals(CFilePathW(pathOf(uR"(C:\)", 248).ToString())));
+    EXPECT_TRUE(pathOf(uR"(\\s\)", 248).ToString().View().starts_with(uR"(\\?\UNC\s\n)"));
+    EXPECT_EQ(pathOf(u"", 248).ToString().GetLength(), 248U);
+    EXPECT_EQ(pathOf(uR"(C:\)", 248).ToPlainString().GetLength(), 248U);
+}
+
+TEST(FilePathTest, AppendResolvesLeadingDotsOnly) {
+    const struct {
+        const char16_t* base;
+        const char16_t* tail;
+        int status;
+        const char* sum;
+    } kSums[] = {
+        {uR"(C:\a)", uR"(..\b)", 0, R"(C:\b)"},
+        {uR"(C:\)", uR"(..\b)", ERROR_INVALID_DATA, R"(C:\)"},
+        {uR"(C:\a\b)", uR"(.\..\..\c)", 0, R"(C:\c)"},
+        {uR"(C:\a)", uR"(b\..\c)", 0, R"(C:\a\b\..\c)"},
+        {uR"(C:\a)", uR"(\b)", 0, R"(C:\a\b)"},
+        {uR"(C:\a)", uR"(D:\b)", ERROR_INVALID_DATA, R"(C:\a)"},
+        {uR"(C:\a)", uR"(\\s\b)", ERROR_INVALID_DATA, R"(C:\a)"},
+        {uR"(a)", uR"(..\..\b)", ERROR_INVALID_DATA, R"(a)"},
+        {uR"(a)", uR"(..\b)", 0, R"(b)"},
+        {u"", uR"(D:\b)", 0, R"(D:\b)"},
+    };
+    for (const auto& sum : kSums) {
+        SCOPED_TRACE(Utf8(sum.base) + " + " + Utf8(sum.tail));
+        CFilePathW path(sum.base);
+        EXPECT_EQ(path.Append(CFilePathW(sum.tail)), sum.status);
+        EXPECT_EQ(Print(path), sum.sum);
+        CFilePathW head(sum.tail);
+        if (head.GetKind() == FilePathRelative && sum.base[0] != 0) {
+            EXPECT_EQ(head.Prepend(CFilePathW(sum.base)), sum.status);
+            EXPECT_EQ(Print(head), sum.status == 0 ? sum.sum : Utf8(sum.tail));
+        }
+    }
+}
+
+TEST(FilePathTest, SegmentsClimbAndCancel) {
+    CFilePathW path(uR"(\\srv\share\a)");
+    EXPECT_EQ(path.AppendSegment(CFilePathSegmentW(u"..")), 0);
+    EXPECT_EQ(Print(path), R"(\\srv\share)");
+    EXPECT_EQ(path.AppendSegment(CFilePathSegmentW(u"..")), ERROR_INVALID_DATA);
+    EXPECT_EQ(path.AppendSegment(CFilePathSegmentW(u".")), 0);
+    EXPECT_EQ(path.AppendSegment(CFilePathSegmentW(u"C:")), ERROR_INVALID_DATA);
+    EXPECT_EQ(Print(path), R"(\\srv\share)");
+    CFilePathW relative(uR"(..\b)");
+    EXPECT_EQ(relative.PrependSegment(CFilePathSegmentW(u"gone")), 0);
+    EXPECT_EQ(Print(relative), "b");
+    relative = CFilePathW(uR"(.\b)");
+    EXPECT_EQ(relative.PrependSegment(CFilePathSegmentW(u"C:")), 0);
+    EXPECT_EQ(Print(relative), R"(C:\b)");
+    relative = CFilePathW(u"..");
+    EXPECT_EQ(relative.PrependSegment(CFilePathSegmentW(u"a")), 0);
+    EXPECT_EQ(relative.GetKind(), FilePathNone);
+}
+
+TEST(FilePathTest, ComparesByKindAndNames) {
+    EXPECT_TRUE(CFilePathW(uR"(C:\A\b)").Equals(CFilePathW(uR"(\\?\c:\a\B\)")));
+    EXPECT_FALSE(CFilePathW(uR"(C:a)").Equals(CFilePathW(uR"(C:\a)")));
+    EXPECT_FALSE(CFilePathW(uR"(C:\a\..)").Equals(CFilePathW(uR"(C:\)")));
+    const CFilePathW path(uR"(C:\a\b)");
+    EXPECT_TRUE(path.EqualsFirstN(CFilePathW(uR"(c:\A\x)"), 2));
+    EXPECT_FALSE(path.EqualsFirstN(CFilePathW(uR"(c:\A\x)"), 3));
+    EXPECT_FALSE(path.EqualsFirstN(CFilePathW(uR"(C:\a)"), 3));
+    EXPECT_TRUE(path.EqualsFirstN(CFilePathW(uR"(C:\a\b)"), 9));
+    EXPECT_FALSE(path.EqualsFirstN(path, 0));
+}
+
+TEST(FilePathTest, TakesPathsApart) {
+    const CFilePathW path(uR"(C:\a\b.tar.gz)");
+    EXPECT_EQ(Utf8(path.GetStem()), "b.tar");
+    EXPECT_EQ(Print(path.GetParent()), R"(C:\a)");
+    EXPECT_EQ(Print(path.GetParent().GetParent().GetParent()), R"(C:\)");
+    EXPECT_TRUE(CFilePathW(u"a").GetParent().IsEmpty());
+    EXPECT_TRUE(CFilePathW(uR"(\\s\x)").GetFileName().IsEmpty());
+    EXPECT_EQ(Utf8(CFilePathW(uR"(C:\a\.cfg)").GetStem()), "");
+    EXPECT_EQ(Print(CFilePathW(uR"(\\s\x\y)").GetUncRoot()), R"(\\s\x)");
+    EXPECT_TRUE(CFilePathW(uR"(\\s)").GetUncRoot().IsEmpty());
+    EXPECT_EQ(Print(path.SubPath(1, 1)), "a");
+    EXPECT_EQ(Print(path.SubPath(0, 2)), R"(C:\a)");
+    EXPECT_TRUE(path.SubPath(3, 1).IsEmpty());
+    CFilePathW rest(path);
+    rest.RemoveFirst(0);
+    EXPECT_EQ(rest.GetKind(), FilePathAbsolute);
+    rest.DropFirst(0);
+    EXPECT_EQ(rest.GetKind(), FilePathRelative);
+    rest.RemoveFirst(2);
+    EXPECT_EQ(Print(rest), "b.tar.gz");
+    rest.RemoveLast(1);
+    EXPECT_EQ(rest.GetKind(), FilePathNone);
+}
+
+TEST(FilePathSegmentTest, ExtensionStandsBehindTheLastDot) {
+    EXPECT_EQ(CFilePathSegmentW(u"a.EXE").CompareExtension(u".exe"), 0);
+    EXPECT_EQ(CFilePathSegmentW(u"exe").CompareExtension(u".exe"), 0);
+    EXPECT_NE(CFilePathSegmentW(u"a.exe.bak").CompareExtension(u"exe"), 0);
+    EXPECT_EQ(CFilePathSegmentW(u"a.").CompareExtension(u""), 0);
+    EXPECT_EQ(CFilePathSegmentW(u"a.b").CompareExtension(u""), 1);
+    CFilePathSegmentW name(u"{0}.x");
+    EXPECT_TRUE(name.SetExtensionOrv());
+    EXPECT_EQ(Utf8(name.View()), "{0}.orv");
+    CFilePathSegmentW tooLong(std::u16string(258, u'a'));
+    EXPECT_FALSE(tooLong.SetExtensionOrv());
+    EXPECT_EQ(tooLong.View().size(), 258U);
+}
+
+}  // namespace
