@@ -1,5 +1,4 @@
-// foundation/shared_instance.h - the one instance of a class for the whole process, counted by its
-// users.
+// foundation/shared_instance.h - the one instance of a class, counted by its users.
 #pragma once
 
 #include <atomic>

@@ -1,0 +1,289 @@
+#include "foundation/reg_path_converter.h"
+
+#include <algorithm>
+#include <functional>
+#include <queue>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "foundation/reg_access.h"
+#include "foundation/reg_path.h"
+
+namespace {
+
+// A key of the tables below; "%SID%" in the path stands for the current user's SID.
+struct SKeyText {
+    const char16_t* hive;
+    const char16_t* path;
+};
+
+struct SKeyRow {
+    SKeyText from;
+    SKeyText to;
+};
+
+constexpr const char16_t* kClassesRoot = u"HKEY_CLASSES_ROOT";
+constexpr const char16_t* kCurrentConfig = u"HKEY_CURRENT_CONFIG";
+constexpr const char16_t* kCurrentUser = u"HKEY_CURRENT_USER";
+constexpr const char16_t* kMachine = u"HKEY_LOCAL_MACHINE";
+constexpr const char16_t* kUsers = u"HKEY_USERS";
+
+// Tried in this order, so that a longer alias stands before the shorter one that it begins with.
+// The second row of each alias of the classes is never reached: the machine's classes are meant.
+// The 32-bit view of a user's classes is folded onto the user's classes.
+constexpr SKeyRow kExpansions[] = {
+    {{kClassesRoot, u"Wow6432Node"}, {kMachine, uR"(SOFTWARE\Wow6432Node\Classes)"}},
+    {{kClassesRoot, u"Wow6432Node"}, {kUsers, u"%SID%_Classes"}},
+    {{kClassesRoot, u""}, {kMachine, uR"(SOFTWARE\Classes)"}},
+    {{kClassesRoot, u""}, {kUsers, u"%SID%_Classes"}},
+    {{kCurrentUser, uR"(Software\Classes\Wow6432Node)"}, {kUsers, u"%SID%_Classes"}},
+    {{kCurrentUser, uR"(Software\Classes)"}, {kUsers, u"%SID%_Classes"}},
+    {{kCurrentUser, u""}, {kUsers, u"%SID%"}},
+    {{kMachine, uR"(SOFTWARE\Classes\Wow6432Node)"},
+     {kMachine, uR"(SOFTWARE\Wow6432Node\Classes)"}},
+    {{kMachine, uR"(SYSTEM\ControlSet001\Control\Print\Printers)"},
+     {kMachine, uR"(SOFTWARE\Microsoft\Windows NT\CurrentVersion\Print\Printers)"}},
+    {{kMachine, uR"(SYSTEM\ControlSet001\Hardware Profiles\Current)"},
+     {kMachine, uR"(SYSTEM\ControlSet001\Hardware Profiles\0001)"}},
+    {{kMachine, uR"(SYSTEM\CurrentControlSet\Control\Print\Printers)"},
+     {kMachine, uR"(SOFTWARE\Microsoft\Windows NT\CurrentVersion\Print\Printers)"}},
+    {{kMachine, uR"(SYSTEM\CurrentControlSet\Hardware Profiles\Current)"},
+     {kMachine, uR"(SYSTEM\ControlSet001\Hardware Profiles\0001)"}},
+    {{kMachine, uR"(SYSTEM\CurrentControlSet)"}, {kMachine, uR"(SYSTEM\ControlSet001)"}},
+    {{kUsers, u"S-1-5-18"}, {kUsers, u".DEFAULT"}},
+    {{kUsers, uR"(S-1-5-19\Software\Classes)"}, {kUsers, u"S-1-5-19_Classes"}},
+    {{kUsers, uR"(S-1-5-20\Software\Classes)"}, {kUsers, u"S-1-5-20_Classes"}},
+    {{kUsers, uR"(%SID%\Software\Classes\Wow6432Node)"}, {kUsers, u"%SID%_Classes"}},
+    {{kUsers, uR"(%SID%\Software\Classes)"}, {kUsers, u"%SID%_Classes"}},
+    {{kUsers, uR"(%SID%_Classes\Wow6432Node)"}, {kUsers, u"%SID%_Classes"}},
+    {{kCurrentConfig, u""}, {kMachine, uR"(SYSTEM\ControlSet001\Hardware Profiles\0001)"}},
+};
+
+// Here `to` is searched for and `from` put in.
+constexpr SKeyRow kCollapses[] = {
+    {{kMachine, uR"(SYSTEM\CurrentControlSet\Control\Print\Printers)"},
+     {kMachine, uR"(SOFTWARE\Microsoft\Windows NT\CurrentVersion\Print\Printers)"}},
+    {{kMachine, uR"(SYSTEM\CurrentControlSet\Hardware Profiles\Current)"},
+     {kMachine, uR"(SYSTEM\ControlSet001\Hardware Profiles\0001)"}},
+    {{kMachine, uR"(SYSTEM\CurrentControlSet)"}, {kMachine, uR"(SYSTEM\ControlSet001)"}},
+    {{kCurrentUser, uR"(Software\Classes)"}, {kUsers, u"%SID%_Classes"}},
+    {{kCurrentUser, u""}, {kUsers, u"%SID%"}},
+};
+
+// Without a SID only what surrounds it is left: a path such as "_Classes", or the hive alone.
+CStrW BuildKeyText(const SKeyText& key, const CStrW& sid) {
+    CStrW path(key.path);
+    path.Replace(u"%SID%", sid, false);
+    return CRegPathW(CHiveNameW(key.hive), CRegPathW(path)).ToString();
+}
+
+template <std::size_t count>
+std::vector<CKeyMapping> BuildRows(const SKeyRow (&rows)[count], const CStrW& sid) {
+    std::vector<CKeyMapping> mappings;
+    mappings.reserve(count);
+    for (const SKeyRow& row : rows) {
+        mappings.push_back({BuildKeyText(row.from, sid), BuildKeyText(row.to, sid)});
+    }
+    return mappings;
+}
+
+constexpr std::size_t kNowhere = std::u16string_view::npos;
+
+bool BeginsWith(std::u16string_view text, std::u16string_view prefix) {
+    return FindSubstringNoCaseIndex(text.substr(0, prefix.size()), prefix) == 0;
+}
+
+// Where the next "hkey_" stands at or behind `start`, ignoring case. Every text of both tables has
+// it at its start and nowhere else, so that matches stand at such places only and never overlap.
+std::size_t FindRoot(std::u16string_view text, std::size_t start) {
+    constexpr std::u16string_view kLetters = u"hkey";
+    // Nothing but the underscore itself folds to an underscore.
+    for (std::size_t mark = text.find(u'_', start + kLetters.size()); mark != kNowhere;
+         mark = text.find(u'_', mark + 1)) {
+        if (BeginsWith(text.substr(mark - kLetters.size()), kLetters)) {
+            return mark - kLetters.size();
+        }
+    }
+    return kNowhere;
+}
+
+// The index of the first row whose `side` is what `head` and `tail` together begin with.
+std::size_t FindRow(const std::vector<CKeyMapping>& rows, CStrW CKeyMapping::*side,
+                    std::u16string_view head, std::u16string_view tail) {
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+        const std::u16string_view sought = rows[row].*side;
+        const std::size_t inHead = std::min(head.size(), sought.size());
+        if (BeginsWith(head, sought.substr(0, inHead)) && BeginsWith(tail, sought.substr(inHead))) {
+            return row;
+        }
+    }
+    return kNowhere;
+}
+
+// One text on its way through the expansion. A replacement begins with "HKEY_" like what it
+// replaces, so it changes the match at its own place and at no other. That makes it enough to keep
+// the places in a queue, each with the row that it matches: a text full of keys takes little more
+// than linear time.
+class CKeyExpansion {
+public:
+    CKeyExpansion(const std::vector<CKeyMapping>& rows, std::u16string_view text);
+
+    // Makes all replacements and gives their number.
+    std::size_t Run();
+    [[nodiscard]] CStrW Print() const;
+
+private:
+    // What stands at the place now is `head`, then the original text from `rest` to the next place.
+    struct SPlace {
+        std::size_t start;
+        std::size_t rest;
+        std::u16string head;
+    };
+    // A row and the index of a place: the least is the one to replace next.
+    using SMatch = std::pair<std::size_t, std::size_t>;
+
+    void Replace(std::size_t index, const CKeyMapping& row);
+    void Rematch(std::size_t index);
+    [[nodiscard]] std::size_t GetPosition(std::size_t index) const;
+    void Shift(std::size_t index, std::size_t added);
+
+    const std::vector<CKeyMapping>& m_rows;
+    std::u16string_view m_text;
+    std::vector<SPlace> m_places;
+    std::priority_queue<SMatch, std::vector<SMatch>, std::greater<>> m_queue;
+    // By how much the places have grown, as a Fenwick tree; shrinking counts modulo 2^64.
+    std::vector<std::size_t> m_growth;
+};
+
+CKeyExpansion::CKeyExpansion(const std::vector<CKeyMapping>& rows, std::u16string_view text)
+    : m_rows(rows), m_text(text) {
+    for (std::size_t start = FindRoot(text, 0); start != kNowhere;) {
+        const std::size_t row = FindRow(rows, &CKeyMapping::from, {}, text.substr(start));
+        if (row == kNowhere) {
+            start = FindRoot(text, start + 1);
+            continue;
+        }
+        m_queue.emplace(row, m_places.size());
+        m_places.push_back({start, start, {}});
+        start = FindRoot(text, start + rows[row].from.GetLength());
+    }
+    m_growth.resize(m_places.size());
+}
+
+std::size_t CKeyExpansion::Run() {
+    std::size_t count = 0;
+    std::size_t position = 0;
+    while (!m_queue.empty()) {
+        const auto [row, index] = m_queue.top();
+        m_queue.pop();
+        // No text grows by as much as the position moves on: what is passed once stays passed.
+        if (GetPosition(index) < position) {
+            continue;
+        }
+        Replace(index, m_rows[row]);
+        ++count;
+        // Deliberately counted from the old position and not from the match.
+        position += m_rows[row].to.GetLength();
+        Rematch(index);
+    }
+    return count;
+}
+
+void CKeyExpansion::Replace(std::size_t index, const CKeyMapping& row) {
+    SPlace& place = m_places[index];
+    const std::size_t matched = row.from.GetLength();
+    const std::size_t fromHead = std::min(matched, place.head.size());
+    place.head.replace(0, fromHead, row.to.View());
+    place.rest += matched - fromHead;
+    Shift(index, row.to.GetLength() - matched);
+}
+
+// Queues the place again when what was put in makes a key with what follows it.
+void CKeyExpansion::Rematch(std::size_t index) {
+    const SPlace& place = m_places[index];
+    const std::size_t end = index + 1 < m_places.size() ? m_places[index + 1].start : m_text.size();
+    const std::size_t row = FindRow(m_rows, &CKeyMapping::from, place.head,
+                                    m_text.substr(place.rest, end - place.rest));
+    if (row != kNowhere) {
+        m_queue.emplace(row, index);
+    }
+}
+
+std::size_t CKeyExpansion::GetPosition(std::size_t index) const {
+    std::size_t position = m_places[index].start;
+    for (std::size_t node = index; node != 0; node &= node - 1) {
+        position += m_growth[node - 1];
+    }
+    return position;
+}
+
+void CKeyExpansion::Shift(std::size_t index, std::size_t added) {
+    for (std::size_t node = index + 1; node <= m_growth.size(); node += node & (~node + 1)) {
+        m_growth[node - 1] += added;
+    }
+}
+
+CStrW CKeyExpansion::Print() const {
+    std::u16string text;
+    std::size_t done = 0;
+    for (const SPlace& place : m_places) {
+        text += m_text.substr(done, place.start - done);
+        text += place.head;
+        done = place.rest;
+    }
+    text += m_text.substr(done);
+    return CStrW(text);
+}
+
+}  // namespace
+
+CRegPathConverter::CRegPathConverter() {
+    const CStrW sid = GetCurrentUserSid();
+    m_expansions = BuildRows(kExpansions, sid);
+    m_collapses = BuildRows(kCollapses, sid);
+}
+
+std::size_t CRegPathConverter::ExpandKeyText(CStrW& text) const {
+    CKeyExpansion expansion(m_expansions, text);
+    const std::size_t count = expansion.Run();
+    if (count != 0) {
+        text = expansion.Print();
+    }
+    return count;
+}
+
+bool CRegPathConverter::CollapseKeyText(CStrW& text) const {
+    // No portable key begins like a stored one, and matches never overlap: so one pass gives what
+    // searching anew for the first row after every replacement would.
+    const std::u16string_view source = text;
+    std::u16string collapsed;
+    std::size_t done = 0;
+    for (std::size_t place = FindRoot(source, 0); place != kNowhere;) {
+        const std::size_t row = FindRow(m_collapses, &CKeyMapping::to, {}, source.substr(place));
+        if (row == kNowhere) {
+            place = FindRoot(source, place + 1);
+            continue;
+        }
+        collapsed += source.substr(done, place - done);
+        collapsed += m_collapses[row].from.View();
+        done = place + m_collapses[row].to.GetLength();
+        place = FindRoot(source, done);
+    }
+    if (done == 0) {
+        return false;
+    }
+    collapsed += source.substr(done);
+    text.Assign(collapsed);
+    return true;
+}
+
+bool CRegPathConverter::KernelPathToHivePath(CStrW& text) {
+    const SKernelRoot* const root = FindKernelRoot(text);
+    if (root == nullptr) {
+        return false;
+    }
+    text.Delete(0, root->kernelName.size());
+    text.Prepend(root->hiveName);
+    return true;
+}
