@@ -30,8 +30,12 @@ void COrvPackage::SetManifestPath(const CFilePathW& path) {
     m_isDirty = true;
 }
 
+COrvCollection* COrvPackage::FindCollection(EOrvCollection type) const {
+    return m_collections[static_cast<std::size_t>(type)].get();
+}
+
 COrvCollection& COrvPackage::GetCollection(EOrvCollection type) const {
-    return *m_collections[static_cast<std::size_t>(type)];
+    return *FindCollection(type);
 }
 
 bool COrvPackage::IsDirty() const {

@@ -31,7 +31,9 @@ public:
     void SetLogger(CLogger* logger) { m_logger = logger; }
     [[nodiscard]] CLogger* GetLogger() const { return m_logger; }
 
-    // The collection of a type, or of a class of collections.
+    // The collection of a type, or of a class of collections; the first gives null for a kind of items
+    // that no package carries yet.
+    [[nodiscard]] COrvCollection* FindCollection(EOrvCollection type) const;
     [[nodiscard]] COrvCollection& GetCollection(EOrvCollection type) const;
     template <class TCollection>
     [[nodiscard]] TCollection& Get() const {

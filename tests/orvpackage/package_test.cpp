@@ -1,0 +1,235 @@
+#include "orvpackage/package.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "orvpackage/file_collections.h"
+#include "orvpackage/shortcut_collection.h"
+#include "platform/files.h"
+#include "platform/status.h"
+#include "reporting/logger.h"
+#include "support/machine.h"
+#include "support/manifest.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+
+namespace {
+
+class PackageTest : public testing::Test {
+protected:
+    void SetUp() override { m_package.SetManifestPath(Manifest()); }
+
+    [[nodiscard]] CFilePathW Manifest(std::string_view name = "out/app.orv") const {
+        return CFilePathW(m_folder.Name(name));
+    }
+    // Saves the package and gives the manifest's text.
+    std::string Saved() {
+        m_package.GetProperties().SetDirty(true);
+        EXPECT_EQ(m_package.Save(), S_OK);
+        return ReadUtf16File(m_folder.ReadFile("out/app.orv"));
+    }
+    // The lines between the tags of the package, without the properties.
+    std::string SavedItems() {
+        const std::string text = Saved();
+        const std::string head = "</Properties>\n";
+        const std::size_t start = text.find(head) + head.size();
+        return text.substr(start, text.find("</Package>") - start);
+    }
+
+    CTempFolder m_folder;
+    CTestMachine m_machine = CTestMachine()
+                                 .Sid(u"S-1-5-21-7")
+                                 .Folder(u"CSIDL_PROGRAM_FILES", uR"(C:\Program Files)")
+                                 .Environment(u"SystemDrive", u"C:");
+    COrvPackage m_package;
+};
+
+TEST_F(PackageTest, SavesOnlyWhatHasChangedAndHasAPath) {
+    COrvPackage unchanged;
+    EXPECT_EQ(unchanged.Save(), S_FALSE);
+    unchanged.GetProperties().SetDirty(true);
+    EXPECT_EQ(unchanged.Save(), E_INVALIDARG);
+    EXPECT_EQ(Saved(),
+              "<?xml version=\"1.0\" encoding=\"utf-16\"?>\n<Package Version=\"1\">\n<Properties>\n"
+              "<PerUserInstall>1</PerUserInstall>\n</Properties>\n</Package>\n");
+    EXPECT_EQ(m_package.Save(), S_FALSE);
+    m_package.Get<COrvDeleteFilesCollection>().AddItem(uR"(C:\a)");
+    EXPECT_EQ(m_package.Save(), S_OK);
+}
+
+TEST_F(PackageTest, ReplacesAReadOnlyManifestAndLeavesNothingElse) {
+    const std::u16string name = m_folder.WriteFile("out/app.orv", "old");
+    ASSERT_EQ(platform::SetAttributes(name.c_str(), platform::kAttributeReadOnly), 0);
+    m_package.GetProperties().Name = u"A & <B>\t~";
+    m_package.GetProperties().Architecture = OrvArchitectureX64;
+    EXPECT_NE(Saved().find("<Name>A &amp; &lt;B&gt;~0009~~</Name>\n<Architecture>x64</Arch"),
+              std::string::npos);
+    std::size_t entries = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path("out"))) {
+        EXPECT_EQ(entry.path().filename(), "app.orv");
+        ++entries;
+    }
+    EXPECT_EQ(entries, 1U);
+}
+
+TEST_F(PackageTest, FolderThatCannotBeMadeLeavesThePackageDirty) {
+    m_folder.WriteFile("file");
+    m_package.SetManifestPath(Manifest("file/app.orv"));
+    CLogger logger;
+    m_package.SetLogger(&logger);
+    EXPECT_LT(m_package.Save(), 0);
+    EXPECT_LT(m_package.Save(), 0);
+    EXPECT_EQ(logger.GetLines().size(), 2U);
+}
+
+TEST_F(PackageTest, OneItemForATokenAndItsConcretePath) {
+    auto& files = m_package.Get<COrvCreateFilesCollection>();
+    const CFilePathW payload(uR"(CSIDL_PROGRAM_FILES\a.exe)");
+    EXPECT_NE(files.AddFile(CFilePathW(uR"(C:\Program Files\a.exe)"), payload), nullptr);
+    const std::u16string copy = m_folder.WriteFile("out/CSIDL_PROGRAM_FILES/a.exe", "payload");
+    ASSERT_EQ(platform::SetAttributes(copy.c_str(), platform::kAttributeReadOnly), 0);
+    EXPECT_EQ(files.AddFile(CFilePathW(uR"(%csidl_program_files%\A.EXE)"), payload), nullptr);
+    EXPECT_FALSE(m_folder.Exists("out/CSIDL_PROGRAM_FILES/a.exe"));
+    EXPECT_EQ(SavedItems(),
+              "<CreateFiles>\n<File Target=\"%CSIDL_PROGRAM_FILES%\\a.exe\" "
+              "RelativeSource=\"CSIDL_PROGRAM_FILES\\a.exe\" />\n</CreateFiles>\n");
+}
+
+TEST_F(PackageTest, LeavesInvalidItemsOutButKeepsTheirElement) {
+    auto& files = m_package.Get<COrvCreateFilesCollection>();
+    files.AddFile(CFilePathW(uR"(C:\a)"), CFilePathW(uR"(C:\payload)"));
+    files.AddFile(CFilePathW(uR"(C:\b)"), CFilePathW());
+    EXPECT_EQ(files.GetCount(), 2U);
+    EXPECT_EQ(SavedItems(), "<CreateFiles>\n</CreateFiles>\n");
+}
+
+TEST_F(PackageTest, WalkMayEraseWhatItStandsOn) {
+    auto& files = m_package.Get<COrvDeleteFilesCollection>();
+    for (const char16_t* target : {uR"(C:\1)", uR"(C:\2)", uR"(C:\3)"}) {
+        files.AddItem(target);
+    }
+    EXPECT_EQ(files.AddItem(uR"(c:\1)"), nullptr);
+    COrvItemItr<COrvDeleteFile> item(files);
+    item.Advance();
+    const std::string kept = Utf8(COrvItemCItr<COrvDeleteFile>(files).Get()->GetTarget());
+    while (item.Get() != nullptr) {
+        EXPECT_TRUE(item.Erase());
+    }
+    EXPECT_FALSE(item.Erase());
+    ASSERT_EQ(files.GetCount(), 1U);
+    EXPECT_EQ(Utf8(COrvItemCItr<COrvDeleteFile>(files).Get()->GetTarget()), kept);
+    EXPECT_TRUE(files.Remove(COrvDeleteFile(CStrW(Utf16(kept)))));
+    EXPECT_FALSE(files.Remove(COrvDeleteFile(CStrW(Utf16(kept)))));
+}
+
+TEST_F(PackageTest, FilesAndFoldersComeBackAsTheyWere) {
+    m_package.GetProperties().Name = u"App|%_{1}";
+    m_package.GetProperties().Version = u"7";
+    m_package.GetProperties().Manufacturer = u"M\u00FCller \U0001F600";
+    m_package.GetProperties().PerUserInstall = false;
+    m_package.Get<COrvCreateFoldersCollection>().AddItem(uR"(C:\Program Files\100% | new)");
+    m_package.Get<COrvDeleteFoldersCollection>().AddItem(uR"(C:\x\S-1-5-21-7)")->Recursive = true;
+    m_package.Get<COrvCreateFilesCollection>().AddFile(CFilePathW(u"C:\\\x01\xD800~0041"),
+                                                       CFilePathW(u"SystemDrive\\\x01\xD800~0041"));
+    m_package.Get<COrvDeleteShortcutsCollection>().AddItem(uR"(C:\s.lnk)");
+    const std::string text = Saved();
+    EXPECT_NE(text.find("Target=\"%CSIDL_PROGRAM_FILES%\\100|% || new\""), std::string::npos);
+    EXPECT_NE(text.find("Target=\"%SystemDrive%\\x\\%SID%\" Recursive=\"1\""), std::string::npos);
+    EXPECT_NE(text.find("Target=\"%SystemDrive%\\~0001~d800~~0041\""), std::string::npos);
+
+    COrvPackage copy;
+    ASSERT_TRUE(LoadManifest(Manifest(), copy));
+    copy.SetManifestPath(Manifest("out/copy.orv"));
+    EXPECT_EQ(copy.Save(), S_OK);
+    EXPECT_EQ(ReadUtf16File(m_folder.ReadFile("out/copy.orv")), text);
+}
+
+TEST_F(PackageTest, ReadingRefusesDoublesAndSaysWhere) {
+    const std::string manifest =
+        "<Package Version=\"1\"><Properties/><DeleteFiles>\n<File Target=\"C:\\a\"/>\n"
+        "<file TARGET=\"c:\\A\"></file></DeleteFiles><DeleteFolders><Folder Target=\"C:\\f\"/>"
+        "<Folder Target=\"C:\\g\" Recursive=\"\"/></DeleteFolders></Package>";
+    m_folder.WriteFile("m.orv", manifest);
+    CLogger logger;
+    m_package.SetLogger(&logger);
+    ASSERT_TRUE(LoadManifest(Manifest("m.orv"), m_package));
+    EXPECT_EQ(m_package.Get<COrvDeleteFilesCollection>().GetCount(), 1U);
+    EXPECT_EQ(logger.GetLines().size(), 2U);
+    EXPECT_EQ(SavedItems(),
+              "<DeleteFolders>\n<Folder Target=\"%SystemDrive%\\f\" Recursive=\"0\" />\n"
+              "<Folder Target=\"%SystemDrive%\\g\" Recursive=\"1\" />\n</DeleteFolders>\n"
+              "<DeleteFiles>\n<File Target=\"%SystemDrive%\\a\" />\n</DeleteFiles>\n");
+}
+
+class ShortcutTest : public PackageTest {
+protected:
+    COrvCreateShortcut& Add(const char16_t* target) {
+        return *m_package.Get<COrvCreateShortcutsCollection>().AddItem(target);
+    }
+};
+
+TEST_F(ShortcutTest, WritesWhatTheLinkSays) {
+    Add(uR"(C:\none.lnk)");
+    COrvCreateShortcut& link = Add(uR"(C:\a.lnk)");
+    link.SetShortcutTarget(uR"(%CSIDL_PROGRAM_FILES%\a.exe)");
+    link.SetIconTarget(uR"(C:\i.ico)");
+    link.SetIconIndex(-3);
+    link.SetHotkey(839);
+    link.SetShowCommand(7);
+    link.SetDataFlags(0x2AB);
+    const std::byte b{0xAB};
+    link.SetDataBlock(2, {std::byte{5}, {}, {}, {}, b, b});
+    link.SetDataBlock(0, {std::byte{9}, {}, {}, {}, b});
+    link.SetDataBlock(1, {{}, {}, {}, {}, b});
+    EXPECT_EQ(SavedItems(),
+              "<CreateShortcuts>\n<Shortcut Target=\"%SystemDrive%\\a.lnk\" "
+              "ShortcutTarget=\"%CSIDL_PROGRAM_FILES%\\a.exe\" Hotkey=\"839\" "
+              "IconTarget=\"%SystemDrive%\\i.ico\" IconIndex=\"-3\" ShowCmd=\"7\" "
+              "DataFlags=\"0x2AB\"><Data Signature=\"0xA0000001\">05000000AB</Data></Shortcut>\n"
+              "</CreateShortcuts>\n");
+}
+
+TEST_F(ShortcutTest, ComesBackButForANegativeIconIndex) {
+    COrvCreateShortcut& link = Add(uR"(C:\a.lnk)");
+    link.SetShortcutTarget(uR"(C:\a.exe)");
+    link.SetDescription(u"50% | x");
+    link.SetArguments(uR"(-f "C:\Program Files\x" 5%)");
+    link.SetWorkingDirectory(uR"(C:\w)");
+    link.SetIconTarget(uR"(C:\i.ico)");
+    link.SetIconIndex(4);
+    link.SetDataBlock(6, std::vector<std::byte>(5, std::byte{5}));
+    link.SetDataBlock(5, {std::byte{6}, {}, {}, {}, {}, {}});
+    const std::string text = Saved();
+    COrvPackage copy;
+    ASSERT_TRUE(LoadManifest(Manifest(), copy));
+    copy.SetManifestPath(Manifest("out/copy.orv"));
+    EXPECT_EQ(copy.Save(), S_OK);
+    EXPECT_EQ(ReadUtf16File(m_folder.ReadFile("out/copy.orv")), text);
+}
+
+TEST_F(ShortcutTest, ReadsWithinItsLimits) {
+    const std::string head =
+        "<Package><CreateShortcuts><Shortcut Target=\"C:\\a\" ShortcutTarget=\"b\"";
+    const struct {
+        std::string rest;
+        std::string written;
+    } kCases[] = {
+        {" ShowCmd=\"2\" IconIndex=\"-3\" IconTarget=\"i\" />",
+         "IconTarget=\"i\" IconIndex=\"0\" ShowCmd=\"1\" DataFlags=\"0x0\" />"},
+        {" Description=\"" + std::string(1025, 'x') + "\" Hotkey=\"0x10\"/>",
+         "ShortcutTarget=\"b\" Hotkey=\"16\" ShowCmd=\"1\" DataFlags=\"0x0\" />"},
+        {"><Data Signature=\"0xA0000003\">0400000000</Data>"
+         "<Data Signature=\"0xA0000001\">0400000G</Data></Shortcut>",
+         "ShowCmd=\"1\" DataFlags=\"0x0\" />"},
+    };
+    for (const auto& test : kCases) {
+        SCOPED_TRACE(test.rest.substr(0, 60));
+        m_folder.WriteFile("m.orv", head + test.rest + "</CreateShortcuts></Package>");
+        m_package.Get<COrvCreateShortcutsCollection>().Clear();
+        ASSERT_TRUE(LoadManifest(Manifest("m.orv"), m_package));
+        EXPECT_NE(SavedItems().find(test.written), std::string::npos) << SavedItems();
+    }
+}
+
+}  // namespace

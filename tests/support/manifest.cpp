@@ -1,0 +1,36 @@
+#include "support/manifest.h"
+
+#include "foundation/xml_escape.h"
+#include "foundation/xml_reader.h"
+#include "support/text.h"
+
+std::string ReadUtf16File(const std::string& bytes) {
+    std::u16string text;
+    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
+        const auto low = static_cast<unsigned char>(bytes[i]);
+        const auto high = static_cast<unsigned char>(bytes[i + 1]);
+        const auto unit = static_cast<char16_t>(low | high << 8);
+        if (unit != u'\r') {
+            text += unit;
+        }
+    }
+    return Utf8(text);
+}
+
+bool LoadManifest(const CFilePathW& path, COrvPackage& package) {
+    CXmlReader reader;
+    reader.SetValueFilter(&UnescapeXmlText);
+    if (reader.Open(path) < 0) {
+        return false;
+    }
+    while (reader.ReadNext() != XmlTokenNone) {
+        bool isTaken = package.GetProperties().Read(reader);
+        for (std::size_t type = 0; type < kOrvCollections && !isTaken; ++type) {
+            if (COrvCollection* const collection =
+                    package.FindCollection(static_cast<EOrvCollection>(type))) {
+                isTaken = collection->Read(reader);
+            }
+        }
+    }
+    return true;
+}
