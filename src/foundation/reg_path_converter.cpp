@@ -91,7 +91,13 @@ std::vector<CKeyMapping> BuildRows(const SKeyRow (&rows)[count], const CStrW& si
 constexpr std::size_t kNowhere = std::u16string_view::npos;
 
 bool BeginsWith(std::u16string_view text, std::u16string_view prefix) {
-    return FindSubstringNoCaseIndex(text.substr(0, prefix.size()), prefix) == 0;
+    const auto isSameFrom = [text, prefix](std::size_t start) {
+        const std::u16string_view sought = prefix.substr(start);
+        return FindSubstringNoCaseIndex(text.substr(start, sought.size()), sought) == 0;
+    };
+    // Keys begin alike, so it is the last unit that tells most of them apart.
+    return prefix.empty() ||
+           (text.size() >= prefix.size() && isSameFrom(prefix.size() - 1) && isSameFrom(0));
 }
 
 // Where the next "hkey_" stands at or behind `start`, ignoring case. Every text of both tables has
