@@ -1,0 +1,51 @@
+// platform/posix/xml_document.h - a whole XML document, as libxml2 reports it.
+#pragma once
+
+#include <libxml/tree.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/xml.h"
+
+namespace platform {
+
+struct SXmlNode {
+    EXmlNode type = EXmlNode::None;
+    bool isAttribute = false;  // attributes stand right behind their element, without a type
+    bool isEmptyElement = false;
+    std::uint32_t line = 0;  // where the node starts
+    const char* prefix = "";
+    const char* name = "";
+    std::size_t valueStart = 0;
+};
+
+// The nodes in the order of the document. Nothing refers to a parent, so that neither building nor
+// freeing knows of depth. Text is UTF-8.
+class CXmlDocument {
+public:
+    // Reads the document from `descriptor`. 0, or the HRESULT of the first fault; the nodes ahead
+    // of a fault are there.
+    [[nodiscard]] int Parse(int descriptor);
+
+    [[nodiscard]] std::size_t GetCount() const { return m_nodes.size(); }
+    [[nodiscard]] const SXmlNode& GetNode(std::size_t index) const { return m_nodes[index]; }
+    [[nodiscard]] std::string_view GetValue(std::size_t index) const;
+
+private:
+    friend class CXmlParser;
+
+    struct SDictionaryFree {
+        void operator()(xmlDict* dictionary) const { xmlDictFree(dictionary); }
+    };
+
+    std::vector<SXmlNode> m_nodes;
+    std::string m_values;                               // all values, one behind the other
+    std::unique_ptr<xmlDict, SDictionaryFree> m_names;  // owns the prefixes and names
+};
+
+}  // namespace platform

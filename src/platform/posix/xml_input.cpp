@@ -1,0 +1,126 @@
+#include <unicode/ustring.h>
+
+#include <string>
+
+#include "platform/posix/file_access.h"
+#include "platform/posix/xml_document.h"
+#include "platform/status.h"
+#include "platform/xml.h"
+
+namespace platform {
+
+namespace {
+
+constexpr std::size_t kNoNode = static_cast<std::size_t>(-1);
+
+// Well-formed text, as the parser gives it, never takes more units than it has bytes.
+void ToUtf16(std::string_view bytes, std::u16string& text) {
+    text.resize(bytes.size());
+    std::int32_t length = 0;
+    UErrorCode error = U_ZERO_ERROR;
+    u_strFromUTF8(text.data(), static_cast<std::int32_t>(text.size()), &length, bytes.data(),
+                  static_cast<std::int32_t>(bytes.size()), &error);
+    text.resize(U_SUCCESS(error) ? static_cast<std::size_t>(length) : 0);
+}
+
+}  // namespace
+
+struct CXmlInput::SState {
+    CFileDescriptor file;  // open until the document has been parsed
+    CXmlDocument document;
+    int status = S_OK;
+    std::size_t next = 0;
+    std::size_t node = kNoNode;
+    std::size_t item = kNoNode;  // the node or one of its attributes
+    std::u16string text;
+
+    // Puts the position on the attribute at `index`, if there is one.
+    int MoveToAttribute(std::size_t index) {
+        if (node == kNoNode || index >= document.GetCount() ||
+            !document.GetNode(index).isAttribute) {
+            return S_FALSE;
+        }
+        item = index;
+        return S_OK;
+    }
+
+    std::u16string_view Show(std::string_view bytes) {
+        ToUtf16(bytes, text);
+        return text;
+    }
+};
+
+CXmlInput::CXmlInput() = default;
+CXmlInput::~CXmlInput() = default;
+
+int CXmlInput::Open(const char16_t* name) {
+    Close();
+    auto state = std::make_unique<SState>();
+    const int status = OpenForReading(name, state->file);
+    if (status != ERROR_SUCCESS) {
+        return HresultFromError(status);
+    }
+    m_state = std::move(state);
+    return S_OK;
+}
+
+void CXmlInput::Close() { m_state.reset(); }
+
+int CXmlInput::Read(EXmlNode& node) {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    SState& state = *m_state;
+    if (state.file.IsOpen()) {
+        state.status = state.document.Parse(state.file.Get());
+        state.file.Close();
+    }
+    const std::size_t count = state.document.GetCount();
+    if (state.next >= count) {
+        state.node = kNoNode;
+        state.item = kNoNode;
+        return state.status < 0 ? state.status : S_FALSE;
+    }
+    state.node = state.next;
+    state.item = state.next;
+    do {
+        ++state.next;
+    } while (state.next < count && state.document.GetNode(state.next).isAttribute);
+    node = state.document.GetNode(state.node).type;
+    return S_OK;
+}
+
+int CXmlInput::MoveToFirstAttribute() {
+    return IsOpen() ? m_state->MoveToAttribute(m_state->node + 1) : E_FAIL;
+}
+
+int CXmlInput::MoveToNextAttribute() {
+    return IsOpen() ? m_state->MoveToAttribute(m_state->item + 1) : E_FAIL;
+}
+
+std::u16string_view CXmlInput::GetPrefix() {
+    const bool hasItem = IsOpen() && m_state->item != kNoNode;
+    return hasItem ? m_state->Show(m_state->document.GetNode(m_state->item).prefix) : u"";
+}
+
+std::u16string_view CXmlInput::GetLocalName() {
+    const bool hasItem = IsOpen() && m_state->item != kNoNode;
+    return hasItem ? m_state->Show(m_state->document.GetNode(m_state->item).name) : u"";
+}
+
+std::u16string_view CXmlInput::GetValue() {
+    const bool hasItem = IsOpen() && m_state->item != kNoNode;
+    return hasItem ? m_state->Show(m_state->document.GetValue(m_state->item)) : u"";
+}
+
+bool CXmlInput::IsEmptyElement() const {
+    return IsOpen() && m_state->node != kNoNode &&
+           m_state->document.GetNode(m_state->node).isEmptyElement;
+}
+
+std::uint32_t CXmlInput::GetLineNumber() const {
+    const bool hasItem = IsOpen() && m_state->item != kNoNode;
+    return hasItem ? m_state->document.GetNode(m_state->item).line : 0;
+}
+
+}  // namespace platform

@@ -1,0 +1,315 @@
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "platform/files.h"
+#include "platform/status.h"
+#include "platform/xml.h"
+
+namespace platform {
+
+namespace {
+
+// Units lie in memory as they stand in the file.
+static_assert(std::endian::native == std::endian::little);
+
+constexpr int kNonWhitespace = static_cast<int>(0xC00CEF01U);  // WR_E_NONWHITESPACE
+constexpr int kInvalidAction = static_cast<int>(0xC00CEF0BU);  // WR_E_INVALIDACTION
+constexpr int kBadCharacter = static_cast<int>(0xC00CEE2BU);   // WC_E_XMLCHARACTER
+
+constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"utf-16\"?>";
+constexpr std::size_t kBufferUnits = 32768;
+
+enum class EPlace {
+    Start,     // nothing has been written
+    Prolog,    // ahead of the root
+    StartTag,  // in a start tag that is still open
+    Content,
+    Epilog,  // behind the root
+    End,
+};
+
+bool IsWhitespace(char16_t unit) {
+    return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\r';
+}
+
+// Stands for itself in every place. Nearly all text is of this kind.
+bool IsPlain(char16_t unit) {
+    return unit >= 0x20 && unit < 0xD800 && unit != u'&' && unit != u'<' && unit != u'>' &&
+           unit != u'"';
+}
+
+bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
+bool IsLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
+
+// Whether XML can hold the unit at `index`.
+bool IsXmlCharacter(std::u16string_view text, std::size_t index) {
+    const char16_t unit = text[index];
+    if (IsHighSurrogate(unit)) {
+        return index + 1 < text.size() && IsLowSurrogate(text[index + 1]);
+    }
+    if (IsLowSurrogate(unit)) {
+        return index > 0 && IsHighSurrogate(text[index - 1]);
+    }
+    return unit >= 0x20 ? unit < 0xFFFE : IsWhitespace(unit);
+}
+
+// What stands for a unit in an attribute or a text; empty for the unit itself.
+std::u16string_view Replacement(char16_t unit, bool inAttribute) {
+    switch (unit) {
+        case u'&':
+            return u"&amp;";
+        case u'<':
+            return u"&lt;";
+        case u'>':
+            return u"&gt;";
+        case u'"':
+            return inAttribute ? u"&quot;" : u"";
+        // A reader would make blanks of these.
+        case u'\t':
+            return inAttribute ? u"&#x9;" : u"";
+        case u'\n':
+            return inAttribute ? u"&#xA;" : u"";
+        case u'\r':
+            return inAttribute ? u"&#xD;" : u"";
+        default:
+            return u"";
+    }
+}
+
+// Puts the markup form of `text` into `escaped`; false when XML cannot hold it.
+bool Escape(std::u16string_view text, bool inAttribute, std::u16string& escaped) {
+    escaped.clear();
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (!IsXmlCharacter(text, i)) {
+            return false;
+        }
+        const std::u16string_view replacement = Replacement(text[i], inAttribute);
+        if (replacement.empty()) {
+            escaped += text[i];
+        } else {
+            escaped += replacement;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+struct CXmlOutput::SState {
+    COutputFile file;
+    std::u16string buffer;
+    int status = S_OK;  // the first failure to write
+    EPlace place = EPlace::Start;
+    std::u16string names;                 // of the open elements, one behind the other
+    std::vector<std::size_t> nameStarts;  // in `names`
+    std::u16string escaped;
+
+    void Put(std::u16string_view text) {
+        buffer += text;
+        if (buffer.size() >= kBufferUnits) {
+            WriteBuffer();
+        }
+    }
+
+    void WriteBuffer() {
+        if (status == S_OK && !buffer.empty()) {
+            const int error = file.Write(buffer.data(), buffer.size() * sizeof(char16_t));
+            status = HresultFromError(error);
+        }
+        buffer.clear();
+    }
+
+    // Makes the file begin with its mark, whatever comes first.
+    void Begin() {
+        if (place == EPlace::Start) {
+            Put(u"\uFEFF");
+            place = EPlace::Prolog;
+        }
+    }
+
+    void EndStartTag() {
+        if (place == EPlace::StartTag) {
+            Put(u">");
+            place = EPlace::Content;
+        }
+    }
+
+    [[nodiscard]] bool IsInElement() const {
+        return place == EPlace::StartTag || place == EPlace::Content;
+    }
+
+    // Gives `text` as it is to be written, which is itself in the common case. False when XML
+    // cannot hold it.
+    bool ToMarkup(std::u16string_view& text, bool inAttribute) {
+        if (std::all_of(text.begin(), text.end(), IsPlain)) {
+            return true;
+        }
+        const bool isGood = Escape(text, inAttribute, escaped);
+        text = escaped;
+        return isGood;
+    }
+
+    void CloseElement() {
+        if (place == EPlace::StartTag) {
+            Put(u" />");
+        } else {
+            Put(u"</");
+            Put(std::u16string_view(names).substr(nameStarts.back()));
+            Put(u">");
+        }
+        names.resize(nameStarts.back());
+        nameStarts.pop_back();
+        place = nameStarts.empty() ? EPlace::Epilog : EPlace::Content;
+    }
+};
+
+CXmlOutput::CXmlOutput() = default;
+
+CXmlOutput::~CXmlOutput() { Close(); }
+
+int CXmlOutput::Open(const char16_t* name) {
+    Close();
+    auto state = std::make_unique<SState>();
+    const int error = state->file.Create(name);
+    if (error != ERROR_SUCCESS) {
+        return HresultFromError(error);
+    }
+    state->buffer.reserve(kBufferUnits + kBufferUnits / 4);
+    m_state = std::move(state);
+    return S_OK;
+}
+
+int CXmlOutput::WriteStartDocument() {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    if (m_state->place != EPlace::Start) {
+        return kInvalidAction;
+    }
+    m_state->Begin();
+    m_state->Put(kDeclaration);
+    return m_state->status;
+}
+
+int CXmlOutput::WriteStartElement(std::u16string_view name) {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    SState& state = *m_state;
+    if (name.empty()) {
+        return E_INVALIDARG;
+    }
+    if (state.place >= EPlace::Epilog) {
+        return kInvalidAction;
+    }
+    state.Begin();
+    state.EndStartTag();
+    state.Put(u"<");
+    state.Put(name);
+    state.nameStarts.push_back(state.names.size());
+    state.names += name;
+    state.place = EPlace::StartTag;
+    return state.status;
+}
+
+int CXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view value) {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    SState& state = *m_state;
+    if (state.place != EPlace::StartTag) {
+        return kInvalidAction;
+    }
+    if (name.empty()) {
+        return E_INVALIDARG;
+    }
+    if (!state.ToMarkup(value, true)) {
+        return kBadCharacter;
+    }
+    state.Put(u" ");
+    state.Put(name);
+    state.Put(u"=\"");
+    state.Put(value);
+    state.Put(u"\"");
+    return state.status;
+}
+
+int CXmlOutput::WriteText(std::u16string_view text) {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    SState& state = *m_state;
+    if (!state.IsInElement()) {
+        return kInvalidAction;
+    }
+    if (!state.ToMarkup(text, false)) {
+        return kBadCharacter;
+    }
+    state.EndStartTag();
+    state.Put(text);
+    return state.status;
+}
+
+int CXmlOutput::WriteWhitespace(std::u16string_view text) {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    SState& state = *m_state;
+    if (!std::all_of(text.begin(), text.end(), IsWhitespace)) {
+        return kNonWhitespace;
+    }
+    if (state.place == EPlace::End) {
+        return kInvalidAction;
+    }
+    state.Begin();
+    state.EndStartTag();
+    state.Put(text);
+    return state.status;
+}
+
+int CXmlOutput::WriteEndElement() {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    if (!m_state->IsInElement()) {
+        return kInvalidAction;
+    }
+    m_state->CloseElement();
+    return m_state->status;
+}
+
+int CXmlOutput::WriteEndDocument() {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    SState& state = *m_state;
+    const bool hasRoot = state.IsInElement() || state.place == EPlace::Epilog;
+    if (!hasRoot) {
+        return kInvalidAction;
+    }
+    while (state.IsInElement()) {
+        state.CloseElement();
+    }
+    state.place = EPlace::End;
+    return state.status;
+}
+
+int CXmlOutput::Flush() {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    m_state->WriteBuffer();
+    return m_state->status;
+}
+
+void CXmlOutput::Close() {
+    if (IsOpen()) {
+        static_cast<void>(Flush());  // a failure has been told by the calls before, or nobody asked
+        m_state.reset();
+    }
+}
+
+}  // namespace platform

@@ -1,0 +1,283 @@
+#include "platform/xml.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/status.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+
+using platform::CXmlInput;
+using platform::CXmlOutput;
+using platform::EXmlNode;
+
+namespace {
+
+std::string Repeat(std::string_view text, std::size_t count) {
+    std::string result;
+    result.reserve(text.size() * count);
+    for (std::size_t i = 0; i < count; ++i) {
+        result += text;
+    }
+    return result;
+}
+
+// `text`, which is plain ASCII, as UTF-16 with a byte order mark.
+std::string Utf16Bytes(std::string_view text, bool bigEndian = false) {
+    std::string bytes = bigEndian ? "\xFE\xFF" : "\xFF\xFE";
+    for (const char c : text) {
+        bytes += bigEndian ? std::string{'\0', c} : std::string{c, '\0'};
+    }
+    return bytes;
+}
+
+std::string Name(CXmlInput& input) {
+    const std::string prefix = Utf8(input.GetPrefix());
+    return (prefix.empty() ? "" : prefix + ":") + Utf8(input.GetLocalName());
+}
+
+std::string ShowElement(CXmlInput& input) {
+    std::string shown = "<" + Name(input);
+    const bool isEmpty = input.IsEmptyElement();
+    for (int result = input.MoveToFirstAttribute(); result == S_OK;
+         result = input.MoveToNextAttribute()) {
+        shown += " " + Name(input) + "=" + Utf8(input.GetValue());
+    }
+    return shown + (isEmpty ? "/>" : ">");
+}
+
+std::string ShowNode(CXmlInput& input, EXmlNode node) {
+    switch (node) {
+        case EXmlNode::Element:
+            return ShowElement(input);
+        case EXmlNode::EndElement:
+            return "</" + Name(input) + ">";
+        case EXmlNode::Text:
+            return "'" + Utf8(input.GetValue()) + "'";
+        case EXmlNode::CData:
+            return "[" + Utf8(input.GetValue()) + "]";
+        case EXmlNode::Comment:
+            return "!" + Utf8(input.GetValue()) + "!";
+        case EXmlNode::ProcessingInstruction:
+            return "?" + Name(input) + "," + Utf8(input.GetValue()) + "?";
+        case EXmlNode::Whitespace:
+            return "_";
+        case EXmlNode::XmlDeclaration:
+            return "xml";
+        default:
+            return "(unexpected)";
+    }
+}
+
+class XmlInputTest : public testing::Test {
+protected:
+    // Every node of a document, and "." for its end or "#" for a fault.
+    std::string ReadAll(std::string_view bytes) {
+        Open(bytes);
+        std::string shown;
+        EXmlNode node = EXmlNode::None;
+        int result = m_input.Read(node);
+        for (; result == S_OK; result = m_input.Read(node)) {
+            shown += ShowNode(m_input, node);
+        }
+        EXPECT_EQ(m_input.Read(node), result) << "The end stays the end.";
+        return shown + (result < 0 ? "#" : ".");
+    }
+
+    void Open(std::string_view bytes) {
+        ASSERT_EQ(m_input.Open(m_folder.WriteFile("a.xml", bytes).c_str()), S_OK);
+    }
+
+    CTempFolder m_folder;
+    CXmlInput m_input;
+};
+
+TEST_F(XmlInputTest, GivesEachKindOfNode) {
+    EXPECT_EQ(ReadAll("<?xml version='1.0'?><!--c--><a x='1' y='2'><b/><c></c> <?p q?>"
+                      "<![CDATA[<d>]]>t</a>"),
+              "xml!c!<a x=1 y=2><b/><c></c>_?p,q?[<d>]'t'</a>.");
+    EXPECT_EQ(ReadAll("<p:a xmlns:p='u' p:x='1'/>"), "<p:a xmlns:p=u p:x=1/>.");
+}
+
+TEST_F(XmlInputTest, TextStaysInOnePiece) {
+    EXPECT_EQ(ReadAll("<a b='&lt;&amp;&#65;&quot;\n'>1&lt;2&amp;&#x20AC;\r\n3\r4&gt;</a>"),
+              "<a b=<&A\" >'1<2&\u20AC\n3\n4>'</a>.");
+    EXPECT_EQ(ReadAll("<a> \n&#32;<b/> x </a>"), "<a>_<b/>' x '</a>.");
+    // Pieces that come one by one, of a size that no buffer divides evenly.
+    const std::string euros = Repeat("\u20ACx", 100003);
+    EXPECT_EQ(ReadAll("<a>" + euros + "</a>"), "<a>'" + euros + "'</a>.");
+}
+
+TEST_F(XmlInputTest, TellsTheLineWhereANodeStarts) {
+    Open("<?xml version='1.0'?>\n<a>\n<b\nx='1'/>\n<c>1\n2</c></a>");
+    EXmlNode node = EXmlNode::None;
+    std::string lines;
+    while (m_input.Read(node) == S_OK) {
+        if (node != EXmlNode::Whitespace) {
+            lines += std::to_string(m_input.GetLineNumber()) + " ";
+        }
+    }
+    EXPECT_EQ(lines, "1 2 3 5 5 6 6 ");
+    EXPECT_EQ(m_input.GetLineNumber(), 0U);
+}
+
+TEST_F(XmlInputTest, ReadsTheEncodingsOfTheFile) {
+    const std::string_view document = "<?xml version=\"1.0\" encoding=\"utf-16\"?><a>b</a>";
+    EXPECT_EQ(ReadAll(Utf16Bytes(document)), "xml<a>'b'</a>.");
+    EXPECT_EQ(ReadAll(Utf16Bytes(document, true)), "xml<a>'b'</a>.");
+    EXPECT_EQ(ReadAll("\xEF\xBB\xBF<a>\u00E9</a>"), "<a>'\u00E9'</a>.");
+    EXPECT_EQ(ReadAll("<?xml version='1.0' encoding='windows-1252'?><a>\x80\xE9</a>"),
+              "xml<a>'\u20AC\u00E9'</a>.");
+    Open("<a>\U0001F600</a>");
+    EXmlNode node = EXmlNode::None;
+    ASSERT_EQ(m_input.Read(node), S_OK);
+    ASSERT_EQ(m_input.Read(node), S_OK);
+    EXPECT_EQ(m_input.GetValue(), u"\U0001F600");
+}
+
+TEST_F(XmlInputTest, WhatIsNotWellFormedIsAFaultBehindTheNodesAheadOfIt) {
+    const std::pair<std::string_view, std::string_view> cases[] = {
+        {"", "#"},
+        {"text", "#"},
+        {"<a><b>1</b><c>", "<a><b>'1'</b><c>#"},
+        {"<a><b>1</c></a>", "<a><b>'1'#"},
+        {"<a><b/>&nope;</a>", "<a><b/>#"},
+        {"<a><b x='1' x='2'/></a>", "<a>#"},
+        {"<a><b/><p:c/></a>", "<a><b/>#"},
+        {"<a/><b/>", "<a/>#"},
+        {"<a><b/>\x01</a>", "<a><b/>#"},
+        {"<a><b/>\xFF</a>", "<a><b/>#"},
+        {"<?xml version='1.0' encoding='nope'?><a/>", "#"},
+        {std::string_view("\xFF\xFE<\0a\0/\0", 8), "#"},
+    };
+    for (const auto& [bytes, shown] : cases) {
+        SCOPED_TRACE(bytes);
+        EXPECT_EQ(ReadAll(bytes), shown);
+    }
+}
+
+TEST_F(XmlInputTest, DocumentTypesAreRefused) {
+    EXPECT_EQ(ReadAll("<!DOCTYPE a><a/>"), "#");
+    EXPECT_EQ(ReadAll("<?xml version='1.0'?><!DOCTYPE a [<!ENTITY e 'x'>]><a>&e;</a>"), "xml#");
+    const std::string secret = m_folder.Path("secret.txt").string();
+    m_folder.WriteFile("secret.txt", "secret");
+    EXPECT_EQ(ReadAll("<!DOCTYPE a [<!ENTITY e SYSTEM '" + secret + "'>]><a>&e;</a>"), "#");
+}
+
+TEST_F(XmlInputTest, FaultsPrintNothing) {
+    testing::internal::CaptureStderr();
+    ReadAll("<a><p:b></a>");
+    ReadAll(std::string("\xFF\xFE<\0a\0>\0\x00\xDC", 10));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(XmlInputTest, DepthIsLimitedByMemoryAlone) {
+    constexpr std::size_t kDepth = 1000000;
+    Open(Repeat("<a>", kDepth) + Repeat("</a>", kDepth));
+    EXmlNode node = EXmlNode::None;
+    std::size_t starts = 0;
+    std::size_t ends = 0;
+    int result = S_OK;
+    while ((result = m_input.Read(node)) == S_OK) {
+        (node == EXmlNode::Element ? starts : ends) += 1;
+    }
+    EXPECT_EQ(result, S_FALSE);
+    EXPECT_EQ(starts, kDepth);
+    EXPECT_EQ(ends, kDepth);
+}
+
+TEST_F(XmlInputTest, LongTokensCome) {
+    const std::string big(20000000, 'x');
+    EXPECT_EQ(ReadAll("<a b='" + big + "'/>").size(), big.size() + 8);
+    EXPECT_EQ(ReadAll("<a>" + big + "</a>").size(), big.size() + 10);
+    EXPECT_EQ(ReadAll("<a><!--" + big + "--><![CDATA[" + big + "]]></a>").size(),
+              2 * big.size() + 12);
+}
+
+TEST_F(XmlInputTest, FloodsOfAttributesAndNamespacesAreRefusedInTime) {
+    std::string attributes = "<a";
+    std::string namespaces;
+    for (int i = 0; i < 300000; ++i) {
+        attributes += " a" + std::to_string(i) + "=''";
+        namespaces += "<a xmlns:p" + std::to_string(i) + "='urn:u'>";
+    }
+    EXPECT_EQ(ReadAll(attributes + "/>"), "#");
+    EXPECT_EQ(ReadAll(namespaces + Repeat("</a>", 300000)).back(), '#');
+}
+
+TEST_F(XmlInputTest, FilesThatCannotBeReadDoNotOpen) {
+    EXPECT_EQ(m_input.Open(m_folder.Name("missing.xml").c_str()),
+              HresultFromError(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(m_input.Open(m_folder.MakeFolder("folder").c_str()),
+              HresultFromError(ERROR_ACCESS_DENIED));
+    EXPECT_FALSE(m_input.IsOpen());
+}
+
+class XmlOutputTest : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(m_output.Open(m_folder.Name("a.xml").c_str()), S_OK); }
+
+    std::string Written() {
+        m_output.Close();
+        return m_folder.ReadFile("a.xml");
+    }
+
+    CTempFolder m_folder;
+    CXmlOutput m_output;
+};
+
+TEST_F(XmlOutputTest, WritesTheseBytes) {
+    m_output.WriteStartDocument();
+    m_output.WriteWhitespace(u"\r\n");
+    m_output.WriteStartElement(u"R");
+    m_output.WriteAttribute(u"a", u"&<>\"'\t");
+    m_output.WriteWhitespace(u"\r\n");
+    m_output.WriteStartElement(u"E");
+    m_output.WriteAttribute(u"b", u"");
+    m_output.WriteEndElement();
+    m_output.WriteStartElement(u"T");
+    m_output.WriteText(u"");
+    m_output.WriteEndElement();
+    m_output.WriteStartElement(u"U");
+    m_output.WriteText(u"&<>\"'");
+    m_output.WriteEndDocument();
+    EXPECT_EQ(Written(), Utf16Bytes("<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n"
+                                    "<R a=\"&amp;&lt;&gt;&quot;'&#x9;\">\r\n"
+                                    "<E b=\"\" /><T></T><U>&amp;&lt;&gt;\"'</U></R>"));
+}
+
+TEST_F(XmlOutputTest, CallsOutOfPlaceWriteNothing) {
+    EXPECT_LT(m_output.WriteText(u"x"), 0);
+    EXPECT_LT(m_output.WriteEndElement(), 0);
+    EXPECT_LT(m_output.WriteEndDocument(), 0);
+    EXPECT_EQ(m_output.WriteStartElement(u"a"), S_OK);
+    EXPECT_LT(m_output.WriteStartDocument(), 0);
+    EXPECT_LT(m_output.WriteWhitespace(u"x"), 0);
+    EXPECT_LT(m_output.WriteAttribute(u"c", u"\x01"), 0);
+    EXPECT_LT(m_output.WriteText(std::u16string_view(u"\xD800x", 2)), 0);
+    EXPECT_EQ(m_output.WriteText(u"x"), S_OK);
+    EXPECT_LT(m_output.WriteAttribute(u"b", u""), 0);
+    EXPECT_EQ(m_output.WriteEndElement(), S_OK);
+    EXPECT_LT(m_output.WriteStartElement(u"b"), 0);
+    EXPECT_EQ(m_output.WriteWhitespace(u"\n"), S_OK);
+    EXPECT_EQ(m_output.WriteEndDocument(), S_OK);
+    EXPECT_LT(m_output.WriteWhitespace(u"\n"), 0);
+    EXPECT_EQ(Written(), Utf16Bytes("<a>x</a>\n"));
+}
+
+TEST_F(XmlOutputTest, LongDocumentsComeOutWhole) {
+    const std::u16string value(999, u'v');
+    const std::string shown = "<i v=\"" + std::string(999, 'v') + "\" />";
+    m_output.WriteStartElement(u"a");
+    for (int i = 0; i < 1000; ++i) {
+        m_output.WriteStartElement(u"i");
+        m_output.WriteAttribute(u"v", value);
+        EXPECT_EQ(m_output.WriteEndElement(), S_OK);
+    }
+    EXPECT_EQ(m_output.WriteEndDocument(), S_OK);
+    EXPECT_EQ(m_output.Flush(), S_OK);
+    EXPECT_EQ(Written(), Utf16Bytes("<a>" + Repeat(shown, 1000) + "</a>"));
+}
+
+}  // namespace
