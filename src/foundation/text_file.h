@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "foundation/wide_string.h"
@@ -35,8 +36,8 @@ public:
     int Save();
 
 private:
-    int WriteUnicode();
-    int WriteNarrow();
+    int WriteLines();
+    int WriteBatch(std::u16string_view text);
 
     platform::COutputFile m_file;
     std::uint32_t m_codePage = 0;

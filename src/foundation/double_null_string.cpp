@@ -1,0 +1,110 @@
+#include "foundation/double_null_string.h"
+
+#include <bit>
+#include <cstring>
+#include <string>
+#include <utility>
+
+namespace {
+
+// What every empty list points at; never written.
+char16_t g_noStrings[2] = {0, 0};
+
+// The units that are allocated for `length` of them: by doubling, so that many strings are added in
+// linear time.
+std::size_t CapacityFor(std::size_t length) { return std::bit_ceil(length); }
+
+}  // namespace
+
+CDoubleNullStringW::CDoubleNullStringW() noexcept
+    : m_pBuffer(g_noStrings), m_length(std::size(g_noStrings)), m_count(0) {}
+
+CDoubleNullStringW::CDoubleNullStringW(const CDoubleNullStringW& other) : CDoubleNullStringW() {
+    Assign(other);
+}
+
+CDoubleNullStringW::CDoubleNullStringW(CDoubleNullStringW&& other) noexcept : CDoubleNullStringW() {
+    *this = std::move(other);
+}
+
+CDoubleNullStringW::~CDoubleNullStringW() { Clear(); }
+
+CDoubleNullStringW& CDoubleNullStringW::operator=(const CDoubleNullStringW& other) {
+    Assign(other);
+    return *this;
+}
+
+CDoubleNullStringW& CDoubleNullStringW::operator=(CDoubleNullStringW&& other) noexcept {
+    std::swap(m_pBuffer, other.m_pBuffer);
+    std::swap(m_length, other.m_length);
+    std::swap(m_count, other.m_count);
+    return *this;
+}
+
+void CDoubleNullStringW::Add(const char16_t* text) {
+    if (text == nullptr || *text == 0) {
+        return;
+    }
+    const std::size_t textLength = std::char_traits<char16_t>::length(text);
+    // The first string replaces one of the two NULs of the empty list, a later one the closing NUL.
+    const std::size_t start = m_count == 0 ? 0 : m_length - 1;
+    const std::size_t length = start + textLength + 2;
+    char16_t* buffer = m_count == 0 ? nullptr : m_pBuffer;
+    if (m_count == 0 || CapacityFor(length) != CapacityFor(m_length)) {
+        buffer =
+            static_cast<char16_t*>(std::realloc(buffer, CapacityFor(length) * sizeof(char16_t)));
+    }
+    if (buffer == nullptr) {
+        Clear();
+        m_pBuffer = nullptr;
+        m_count = 1;
+        return;
+    }
+    std::memcpy(buffer + start, text, textLength * sizeof(char16_t));
+    buffer[length - 2] = 0;
+    buffer[length - 1] = 0;
+    m_pBuffer = buffer;
+    m_length = length;
+    ++m_count;
+}
+
+void CDoubleNullStringW::Assign(const CDoubleNullStringW& other) {
+    if (this == &other) {
+        return;
+    }
+    Clear();
+    if (other.m_count == 0) {
+        return;
+    }
+    m_pBuffer = static_cast<char16_t*>(std::malloc(CapacityFor(other.m_length) * sizeof(char16_t)));
+    m_count = other.m_count;
+    if (m_pBuffer != nullptr && other.m_pBuffer != nullptr) {
+        std::memcpy(m_pBuffer, other.m_pBuffer, other.m_length * sizeof(char16_t));
+        m_length = other.m_length;
+    }
+}
+
+void CDoubleNullStringW::Clear() {
+    if (m_count != 0) {
+        std::free(m_pBuffer);
+    }
+    m_pBuffer = g_noStrings;
+    m_length = std::size(g_noStrings);
+    m_count = 0;
+}
+
+CDoubleNullStringW::StringArray CDoubleNullStringW::GetStrings() const {
+    if (m_count == 0) {
+        return nullptr;
+    }
+    StringArray strings(static_cast<const char16_t**>(std::calloc(m_count, sizeof(char16_t*))));
+    if (!strings) {
+        return strings;
+    }
+    const char16_t* text = m_pBuffer;
+    for (std::size_t i = 0; i < m_count && *text != 0; ++i) {
+        strings[i] = text;
+        text += std::char_traits<char16_t>::length(text) + 1;
+    }
+    return strings;
+}

@@ -1,0 +1,60 @@
+#include "foundation/text_file.h"
+
+#include <string>
+#include <string_view>
+
+#include "foundation/file_path.h"
+#include "platform/code_page.h"
+#include "platform/status.h"
+
+namespace {
+
+// Lines are put together up to this many units, so that a log of short ones takes few writes.
+constexpr std::size_t kBatch = 32768;
+
+}  // namespace
+
+int CTextFileW::Create(const CFilePathW& path) {
+    m_file.Close();
+    m_readOnly = false;
+    return m_file.Create(path.ToString().Get());
+}
+
+int CTextFileW::Save() {
+    if (!m_file.IsOpen() || m_readOnly) {
+        return ERROR_SUCCESS;
+    }
+    int status = m_file.Rewind();
+    if (status == ERROR_SUCCESS) {
+        status = WriteLines();
+    }
+    return status == ERROR_SUCCESS ? m_file.SetEnd() : status;
+}
+
+int CTextFileW::WriteLines() {
+    const std::u16string_view lineEnd = m_unicode && m_lineFeedOnly ? u"\n" : u"\r\n";
+    std::u16string batch;
+    if (m_unicode) {
+        batch += u'\uFEFF';
+    }
+    for (const CStrW& line : m_lines) {
+        batch += line.View();
+        batch += lineEnd;
+        if (batch.size() >= kBatch) {
+            const int status = WriteBatch(batch);
+            if (status != ERROR_SUCCESS) {
+                return status;
+            }
+            batch.clear();
+        }
+    }
+    return WriteBatch(batch);
+}
+
+int CTextFileW::WriteBatch(std::u16string_view text) {
+    if (m_unicode) {
+        return m_file.Write(text.data(), text.size() * sizeof(char16_t));
+    }
+    const std::string bytes = platform::ToCodePage(text, m_codePage);
+    return m_file.Write(bytes.data(), bytes.size());
+}

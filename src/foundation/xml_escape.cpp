@@ -1,0 +1,108 @@
+#include "foundation/xml_escape.h"
+
+#include <cstddef>
+
+namespace {
+
+constexpr std::size_t kDigits = 4;
+
+bool StaysAsItIs(char16_t unit) { return unit >= 0x20 && unit < 0xD800 && unit != u'~'; }
+
+void AppendEscaped(std::u16string& escaped, char16_t unit) {
+    constexpr char16_t kHex[] = u"0123456789abcdef";
+    if (StaysAsItIs(unit)) {
+        escaped += unit;
+    } else if (unit == u'~') {
+        escaped += u"~~";
+    } else {
+        const char16_t escape[] = {u'~', kHex[unit >> 12], kHex[unit >> 8 & 0xF],
+                                   kHex[unit >> 4 & 0xF], kHex[unit & 0xF]};
+        escaped.append(escape, std::size(escape));
+    }
+}
+
+// The number that a hexadecimal digit stands for; 16 for any other unit.
+unsigned DigitValue(char16_t unit) {
+    if (unit >= u'0' && unit <= u'9') {
+        return unit - u'0';
+    }
+    const unsigned lower = unit | 0x20U;
+    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : 16;
+}
+
+// Reads the four digits at the start of `text`; false when they are not there.
+bool ReadDigits(std::u16string_view text, char16_t& value) {
+    if (text.size() < kDigits) {
+        return false;
+    }
+    unsigned number = 0;
+    for (const char16_t unit : text.substr(0, kDigits)) {
+        const unsigned digit = DigitValue(unit);
+        if (digit > 15) {
+            return false;
+        }
+        number = number << 4 | digit;
+    }
+    value = static_cast<char16_t>(number);
+    return true;
+}
+
+// Appends what the tilde at the start of `text` stands for. Returns how many units that took.
+std::size_t AppendUnescaped(std::u16string& plain, std::u16string_view text) {
+    char16_t value = 0;
+    if (text.size() > 1 && text[1] == u'~') {
+        plain += u'~';
+        return 2;
+    }
+    if (!ReadDigits(text.substr(1), value)) {
+        plain += u'~';
+        return 1;
+    }
+    const std::size_t escapeLength = 1 + kDigits;
+    if (value != 0) {
+        plain += value;
+        return escapeLength;
+    }
+    // The unit behind an escaped NUL takes its place and is passed over, be it a tilde.
+    plain += text.substr(escapeLength, 1);
+    return escapeLength + text.substr(escapeLength, 1).size();
+}
+
+}  // namespace
+
+bool EscapeXmlText(std::u16string_view text, std::u16string& escaped) {
+    std::size_t plain = 0;
+    while (plain < text.size() && StaysAsItIs(text[plain])) {
+        ++plain;
+    }
+    if (plain == text.size()) {
+        return false;
+    }
+    escaped.assign(text, 0, plain);
+    for (std::size_t i = plain; i < text.size() && text[i] != 0; ++i) {
+        AppendEscaped(escaped, text[i]);
+    }
+    return true;
+}
+
+CStrW EscapeXmlText(std::u16string_view text) {
+    std::u16string escaped;
+    return EscapeXmlText(text, escaped) ? CStrW(std::u16string_view(escaped)) : CStrW(text);
+}
+
+void UnescapeXmlText(CStrW& text) {
+    const std::u16string_view source = text.View();
+    std::size_t tilde = source.find(u'~');
+    if (tilde == source.npos) {
+        return;
+    }
+    std::u16string plain;
+    plain.reserve(source.size());
+    std::size_t position = 0;
+    for (; tilde != source.npos; tilde = source.find(u'~', position)) {
+        plain.append(source, position, tilde - position);
+        position = tilde + AppendUnescaped(plain, source.substr(tilde));
+    }
+    plain.append(source, position);
+    text.Assign(plain);
+}

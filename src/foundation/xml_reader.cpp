@@ -1,0 +1,143 @@
+#include "foundation/xml_reader.h"
+
+#include "foundation/file_path.h"
+#include "platform/status.h"
+
+using platform::EXmlNode;
+
+namespace {
+
+bool IsPlain(std::u16string_view text) {
+    unsigned bits = 0;
+    for (const char16_t unit : text) {
+        bits |= unit;
+    }
+    return bits < 0x80;
+}
+
+}  // namespace
+
+int CXmlReader::Open(const CFilePathW& path) {
+    Close();
+    return m_reader.Open(path.ToString().Get());
+}
+
+void CXmlReader::Close() {
+    m_reader.Close();
+    m_nodeType = EXmlNode::None;
+    m_path.clear();
+    m_outerPaths.clear();
+    m_isPlainPath = true;
+    m_isEmptyElement = false;
+    m_inSyntheticEnd = false;
+}
+
+EXmlToken CXmlReader::ReadNext() {
+    if (!m_reader.IsOpen()) {
+        return XmlTokenNone;
+    }
+    const bool isOnEmptyElement = m_nodeType == EXmlNode::Element && m_isEmptyElement;
+    if (isOnEmptyElement && !m_inSyntheticEnd) {
+        m_inSyntheticEnd = true;
+        return XmlTokenEndElement;
+    }
+    m_inSyntheticEnd = false;
+    // A name leaves the path only here, so that the path is whole while its end token is looked at.
+    if (isOnEmptyElement || m_nodeType == EXmlNode::EndElement) {
+        PopElement();
+    }
+    const EXmlNode lastType = m_nodeType;
+    while (ReadNode()) {
+        switch (m_nodeType) {
+            case EXmlNode::Element:
+                PushElement();
+                return XmlTokenElement;
+            case EXmlNode::EndElement:
+                return XmlTokenEndElement;
+            case EXmlNode::XmlDeclaration:
+                return XmlTokenDeclaration;
+            case EXmlNode::Text:
+                if (lastType != EXmlNode::Text) {
+                    return XmlTokenText;
+                }
+                break;
+            default:
+                break;
+        }
+    }
+    return XmlTokenNone;
+}
+
+// False at the end and on failure, and then no element is left to be taken off the path.
+bool CXmlReader::ReadNode() {
+    if (m_reader.Read(m_nodeType) == S_OK) {
+        return true;
+    }
+    m_nodeType = EXmlNode::None;
+    return false;
+}
+
+void CXmlReader::PushElement() {
+    m_outerPaths.push_back({m_path.size(), m_isPlainPath});
+    m_path += u'/';
+    const std::u16string_view prefix = m_reader.GetPrefix();
+    if (!prefix.empty()) {
+        m_path += prefix;
+        m_path += u':';
+    }
+    m_path += m_reader.GetLocalName();
+    m_isPlainPath =
+        m_isPlainPath && IsPlain(std::u16string_view(m_path).substr(m_outerPaths.back().length));
+    m_isEmptyElement = m_reader.IsEmptyElement();
+}
+
+void CXmlReader::PopElement() {
+    m_path.resize(m_outerPaths.back().length);
+    m_isPlainPath = m_outerPaths.back().isPlain;
+    m_outerPaths.pop_back();
+}
+
+bool CXmlReader::PathEquals(std::u16string_view parent, std::u16string_view tail) const {
+    if (!m_isPlainPath || !IsPlain(tail) || !IsPlain(parent)) {
+        // A locale may hold texts of different lengths to be equal, so no part can be compared
+        // alone.
+        return EqualsNoCase(m_path, std::u16string(parent).append(tail));
+    }
+    const std::u16string_view path = m_path;
+    return path.size() == parent.size() + tail.size() &&
+           EqualsNoCase(path.substr(parent.size()), tail) &&
+           EqualsNoCase(path.substr(0, parent.size()), parent);
+}
+
+int CXmlReader::MoveToFirstAttribute() {
+    return m_inSyntheticEnd ? S_FALSE : m_reader.MoveToFirstAttribute();
+}
+
+int CXmlReader::MoveToNextAttribute() {
+    return m_inSyntheticEnd ? S_FALSE : m_reader.MoveToNextAttribute();
+}
+
+int CXmlReader::GetLocalName(CStrW& name) {
+    name.Assign(u"");
+    if (!m_reader.IsOpen()) {
+        return E_FAIL;
+    }
+    name.Assign(m_reader.GetLocalName());
+    return S_OK;
+}
+
+int CXmlReader::GetValue(CStrW& value) {
+    value.Assign(u"");
+    if (!m_reader.IsOpen() || m_inSyntheticEnd) {
+        return E_FAIL;
+    }
+    value.Assign(m_reader.GetValue());
+    if (m_pfnValueFilter != nullptr) {
+        m_pfnValueFilter(value);
+    }
+    return S_OK;
+}
+
+std::uint32_t CXmlReader::GetLineNumber() const {
+    return m_reader.IsOpen() ? m_reader.GetLineNumber() : 0;
+}

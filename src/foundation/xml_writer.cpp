@@ -1,0 +1,68 @@
+#include "foundation/xml_writer.h"
+
+#include "foundation/file_path.h"
+#include "platform/status.h"
+
+namespace {
+
+constexpr std::u16string_view kLineEnd = u"\r\n";
+
+}  // namespace
+
+int CXmlWriter::Open(const CFilePathW& path) { return m_writer.Open(path.ToString().Get()); }
+
+void CXmlWriter::StartDocument() {
+    if (m_writer.IsOpen()) {
+        m_writer.WriteStartDocument();
+        m_writer.WriteWhitespace(kLineEnd);
+    }
+}
+
+int CXmlWriter::StartElement(std::u16string_view name, bool newLine) {
+    if (!m_writer.IsOpen()) {
+        return E_FAIL;
+    }
+    const int result = m_writer.WriteStartElement(name);
+    if (result >= 0 && newLine) {
+        m_writer.WriteWhitespace(kLineEnd);
+    }
+    return result;
+}
+
+int CXmlWriter::EndElement(bool newLine) {
+    if (!m_writer.IsOpen()) {
+        return E_FAIL;
+    }
+    const int result = m_writer.WriteEndElement();
+    if (result >= 0 && newLine) {
+        m_writer.WriteWhitespace(kLineEnd);
+    }
+    return result;
+}
+
+int CXmlWriter::WriteAttribute(std::u16string_view name, std::u16string_view value) {
+    return m_writer.IsOpen() ? m_writer.WriteAttribute(name, Filter(value)) : E_FAIL;
+}
+
+int CXmlWriter::WriteText(std::u16string_view text) {
+    return m_writer.IsOpen() ? m_writer.WriteText(Filter(text)) : E_FAIL;
+}
+
+void CXmlWriter::WriteNewLine() {
+    if (m_writer.IsOpen()) {
+        m_writer.WriteWhitespace(kLineEnd);
+    }
+}
+
+void CXmlWriter::EndDocument() {
+    if (m_writer.IsOpen()) {
+        m_writer.WriteEndDocument();
+        m_writer.Close();
+    }
+}
+
+// The result lasts until the next text is filtered.
+std::u16string_view CXmlWriter::Filter(std::u16string_view text) {
+    const bool isChanged = m_pfnTextFilter != nullptr && m_pfnTextFilter(text, m_filtered);
+    return isChanged ? std::u16string_view(m_filtered) : text;
+}

@@ -1,0 +1,54 @@
+#include "platform/code_page.h"
+
+#include <unicode/ucnv.h>
+
+#include <memory>
+
+namespace platform {
+
+namespace {
+
+constexpr std::uint32_t kSystem = 0;
+constexpr std::uint32_t kSystemDefault = 1252;
+constexpr std::uint32_t kAscii = 20127;
+constexpr std::uint32_t kLatin1 = 28591;
+constexpr std::uint32_t kUtf8 = 65001;
+
+std::string ConverterName(std::uint32_t codePage) {
+    switch (codePage) {
+        case kUtf8:
+            return "UTF-8";
+        case kLatin1:
+            return "ISO-8859-1";
+        case kAscii:
+            return "US-ASCII";
+        case kSystem:
+            return ConverterName(kSystemDefault);
+        default:
+            return "cp" + std::to_string(codePage);
+    }
+}
+
+}  // namespace
+
+std::string ToCodePage(std::u16string_view text, std::uint32_t codePage) {
+    UErrorCode error = U_ZERO_ERROR;
+    const std::unique_ptr<UConverter, decltype(&ucnv_close)> converter(
+        ucnv_open(ConverterName(codePage).c_str(), &error), &ucnv_close);
+    if (codePage != kUtf8) {
+        ucnv_setSubstString(converter.get(), u"?", 1, &error);
+    }
+    if (U_FAILURE(error)) {
+        return {};
+    }
+    std::string bytes(text.size() * static_cast<std::size_t>(ucnv_getMaxCharSize(converter.get())),
+                      '\0');
+    char* target = bytes.data();
+    const char16_t* source = text.data();
+    ucnv_fromUnicode(converter.get(), &target, target + bytes.size(), &source, source + text.size(),
+                     nullptr, true, &error);
+    bytes.resize(static_cast<std::size_t>(target - bytes.data()));
+    return bytes;
+}
+
+}  // namespace platform
