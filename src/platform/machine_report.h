@@ -1,5 +1,5 @@
 // platform/machine_report.h - a machine's answers as a record, and as the text of a machine
-// description.
+// description (TOML in UTF-8).
 #pragma once
 
 #include <map>
@@ -29,5 +29,18 @@ struct SMachineAnswers {
 
     bool operator==(const SMachineAnswers&) const = default;
 };
+
+// Asks the machine in effect for everything that machine.h knows the name of.
+[[nodiscard]] SMachineAnswers AskMachine();
+
+// The answers as a machine description. Equal answers give equal bytes on every system.
+[[nodiscard]] std::string FormatAnswers(const SMachineAnswers& answers);
+
+// One line of a machine description, both sides quoted as they need it.
+[[nodiscard]] std::string FormatRow(std::string_view key, std::string_view value);
+
+// The machine in effect as a machine description: on POSIX the whole of it, with its drives and
+// shares, on Windows what AskMachine gives.
+[[nodiscard]] std::string DescribeMachine();
 
 }  // namespace platform

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <utility>
 
 #include "platform/posix/machine_description.h"
 #include "platform/status.h"
+#include "platform/utf8.h"
 
 namespace platform {
 
@@ -59,7 +61,28 @@ Description UseMachineDescription(Description description) {
     return description;
 }
 
-int LoadMachine(std::u16string& /*problem*/) { return ERROR_SUCCESS; }
+int LoadMachine(std::u16string& problem) {
+    SState& state = State();
+    if (state.used) {
+        return ERROR_SUCCESS;
+    }
+    const char* const file = std::getenv("ORVCASCONV_MACHINE");
+    Description loaded;
+    if (file != nullptr && *file != 0) {
+        auto read = std::make_shared<SMachineDescription>();
+        if (!ReadMachineDescription(file, *read, problem)) {
+            return SetLastError(ERROR_INVALID_DATA);
+        }
+        loaded = std::move(read);
+    }
+    const SMachineDescription& former = GetMachineDescription();
+    if (former == (loaded ? *loaded : GetBuiltInMachine())) {
+        return ERROR_SUCCESS;
+    }
+    state.loaded = std::move(loaded);
+    ++state.generation;
+    return ERROR_SUCCESS;
+}
 
 bool GetSpecialFolder(int csidl, std::u16string& path) {
     const auto row = std::find_if(kSpecialFolders.begin(), kSpecialFolders.end(),
@@ -86,5 +109,19 @@ std::u16string GetLocaleName() { return GetMachineDescription().locale; }
 std::u16string GetUserSid() { return GetMachineDescription().userSid; }
 
 std::vector<std::u16string> GetVolatileHives() { return GetMachineDescription().volatileHives; }
+
+std::string FormatMachineDescription(const SMachineDescription& description) {
+    std::string toml = FormatAnswers(description) + "\n[drives]\n";
+    for (const auto& [letter, folder] : description.drives) {
+        toml += FormatRow(Utf16ToUtf8(std::u16string{letter, u':'}), folder);
+    }
+    toml += "\n[shares]\n";
+    for (const auto& [root, folder] : description.shares) {
+        toml += FormatRow(Utf16ToUtf8(root), folder);
+    }
+    return toml;
+}
+
+std::string DescribeMachine() { return FormatMachineDescription(GetMachineDescription()); }
 
 }  // namespace platform

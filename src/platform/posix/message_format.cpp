@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <utility>
 
@@ -58,21 +59,20 @@ int ReadCount(const char16_t*& at, TNext&& next) {
     return count;
 }
 
+// Reads how many bytes an argument has.
 int ReadSize(const char16_t*& at) {
-    struct SSize {
-        std::u16string_view text;
-        int bytes;
-    };
-    constexpr SSize kSizes[] = {
-        {u"hh", 1}, {u"h", 2}, {u"ll", 8}, {u"l", 4}, {u"I64", 8}, {u"I32", 4}, {u"z", 8},
-    };
-    for (const SSize& size : kSizes) {
-        if (std::equal(size.text.begin(), size.text.end(), at)) {
-            at += size.text.size();
-            return size.bytes;
-        }
+    if (at[0] == u'I' && ((at[1] == u'6' && at[2] == u'4') || (at[1] == u'3' && at[2] == u'2'))) {
+        at += 3;
+        return at[-1] == u'4' ? 8 : 4;
     }
-    return 4;
+    const char16_t size = *at;
+    if (size != u'h' && size != u'l') {
+        return 4;
+    }
+    ++at;
+    const bool isDouble = *at == size;
+    at += isDouble ? 1 : 0;
+    return size == u'h' ? (isDouble ? 1 : 2) : (isDouble ? 8 : 4);
 }
 
 // Reads what stands behind "%". False, with `at` somewhere within, when it is no placeholder.
@@ -155,7 +155,7 @@ void AppendNumber(std::u16string& text, const SPlaceholder& placeholder, std::ui
 // The text of an insert; null is shown as Windows shows it. `limit` keeps from measuring a text
 // that may have no end there.
 std::u16string_view TextOf(std::uint64_t value, int limit) {
-    const auto* const text = reinterpret_cast<const char16_t*>(static_cast<std::uintptr_t>(value));
+    const auto* const text = std::bit_cast<const char16_t*>(value);
     if (text == nullptr) {
         return std::u16string_view(u"(null)").substr(0, static_cast<std::size_t>(limit));
     }
