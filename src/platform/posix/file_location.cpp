@@ -1,6 +1,7 @@
 #include "platform/posix/file_location.h"
 
 #include "platform/posix/file_name.h"
+#include "platform/posix/machine_description.h"
 #include "platform/status.h"
 
 namespace platform {
@@ -8,11 +9,6 @@ namespace platform {
 namespace {
 
 constexpr std::size_t kMaxPath = 32767;
-
-// The POSIX folder of a drive ("Z:") or share ("\\server\share"); null when it is not mapped.
-const char* FindMappedFolder(std::u16string_view windowsRoot) {
-    return IsSameName(windowsRoot, u"Z:") ? "/" : nullptr;
-}
 
 // Cuts the first segment off `rest`, and the backslash behind it.
 std::u16string_view TakeSegment(std::u16string_view& rest) {
@@ -38,26 +34,28 @@ int StartAtShare(SFileLocation& location, std::u16string_view& rest) {
     AppendUpper(key, server);
     key += u'\\';
     AppendUpper(key, share);
-    const char* const folder = FindMappedFolder(key);
-    if (folder == nullptr) {
+    const auto& shares = GetMachineDescription().shares;
+    const auto mapped = shares.find(key);
+    if (mapped == shares.end()) {
         return ERROR_PATH_NOT_FOUND;
     }
-    StartAt(location, folder, key);
+    StartAt(location, mapped->second, key);
     return ERROR_SUCCESS;
 }
 
 int StartAtDrive(SFileLocation& location, std::u16string_view& rest) {
-    const std::u16string key = {UpperUnit(rest[0]), u':'};
-    const char* const folder = FindMappedFolder(key);
-    if (folder == nullptr) {
+    const char16_t letter = UpperUnit(rest[0]);
+    const auto& drives = GetMachineDescription().drives;
+    const auto mapped = drives.find(letter);
+    if (mapped == drives.end()) {
         return ERROR_PATH_NOT_FOUND;
     }
     rest.remove_prefix(2);
     // Only the drive that is the whole file tree has a current directory.
-    if (std::string_view(folder) == "/" && (rest.empty() || rest[0] != u'\\')) {
+    if (mapped->second == "/" && (rest.empty() || rest[0] != u'\\')) {
         StartAtCurrentFolder(location);
     } else {
-        StartAt(location, folder, key);
+        StartAt(location, mapped->second, std::u16string{letter, u':'});
     }
     return ERROR_SUCCESS;
 }
@@ -117,7 +115,8 @@ int ReadStream(SFileLocation& location, std::u16string_view& last) {
         stream.remove_suffix(kDataType.size());
     }
     location.stream = stream;
-    return stream.empty() ? ERROR_INVALID_NAME : ERROR_SUCCESS;
+    const bool isName = !stream.empty() && stream.find(u':') == std::u16string_view::npos;
+    return isName ? ERROR_SUCCESS : ERROR_INVALID_NAME;
 }
 
 int AddName(SFileLocation& location, std::u16string_view name) {

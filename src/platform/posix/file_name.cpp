@@ -4,19 +4,13 @@
 #include <unicode/utf16.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace platform {
 
 namespace {
 
-constexpr char16_t kMovedUp = 0xF000;
 constexpr char16_t kRawByte = 0xDC00;
-
-// What POSIX allows in a name and Windows does not. The slash is missing: no name on disk has it.
-constexpr bool IsForeign(char32_t c) {
-    constexpr std::u32string_view kForeign = U"\\:*?\"<>|";
-    return c < 0x20 || (c < 0x80 && kForeign.find(c) != std::u32string_view::npos);
-}
 
 // The byte that a lone surrogate stands for, or 0.
 constexpr unsigned char RawByte(char16_t unit) {
@@ -49,24 +43,11 @@ std::size_t DecodeCharacter(std::string_view bytes, char32_t& c) {
     return isTooLong || (c >= 0xD800 && c < 0xE000) || c > 0x10FFFF ? 0 : length;
 }
 
-std::u16string Decode(std::string_view bytes, char16_t foreignBase) {
+std::u16string ReadAll(CNameReader reader, std::size_t size) {
     std::u16string text;
-    text.reserve(bytes.size());
-    while (!bytes.empty()) {
-        char32_t c = 0;
-        const std::size_t length = DecodeCharacter(bytes, c);
-        if (length == 0) {
-            text += static_cast<char16_t>(kRawByte + static_cast<unsigned char>(bytes[0]));
-        } else if (IsForeign(c)) {
-            text += static_cast<char16_t>(foreignBase + c);
-        } else if (c < 0x10000) {
-            text += static_cast<char16_t>(c);
-        } else {
-            text += static_cast<char16_t>(U16_LEAD(c));
-            text += static_cast<char16_t>(U16_TRAIL(c));
-        }
-        // A bad byte stands alone, so that what follows it is read afresh.
-        bytes.remove_prefix(length == 0 ? 1 : length);
+    text.reserve(size);
+    for (int unit = reader.Next(); unit != CNameReader::kEnd; unit = reader.Next()) {
+        text += static_cast<char16_t>(unit);
     }
     return text;
 }
@@ -93,9 +74,35 @@ void AppendUtf8(std::string& bytes, UChar32 c) {
 
 }  // namespace
 
-std::u16string TextFromName(std::string_view bytes) { return Decode(bytes, kMovedUp); }
+int CNameReader::Next() {
+    if (m_trail != 0) {
+        return std::exchange(m_trail, char16_t{0});
+    }
+    if (m_bytes.empty()) {
+        return kEnd;
+    }
+    char32_t c = 0;
+    const std::size_t length = DecodeCharacter(m_bytes, c);
+    if (length == 0) {
+        c = static_cast<char32_t>(kRawByte + static_cast<unsigned char>(m_bytes[0]));
+    } else if (IsForeign(c)) {
+        c += m_foreignBase;
+    } else if (c >= 0x10000) {
+        m_trail = static_cast<char16_t>(U16_TRAIL(c));
+        c = U16_LEAD(c);
+    }
+    // A bad byte stands alone, so that what follows it is read afresh.
+    m_bytes.remove_prefix(length == 0 ? 1 : length);
+    return static_cast<int>(c);
+}
 
-std::u16string UnambiguousTextFromName(std::string_view bytes) { return Decode(bytes, kRawByte); }
+std::u16string TextFromName(std::string_view bytes) {
+    return ReadAll(CNameReader(bytes), bytes.size());
+}
+
+std::u16string UnambiguousTextFromName(std::string_view bytes) {
+    return ReadAll(CNameReader(bytes, kRawByte), bytes.size());
+}
 
 bool NameFromText(std::u16string_view text, std::string& bytes) {
     std::string name;

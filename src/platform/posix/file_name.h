@@ -10,6 +10,30 @@
 
 namespace platform {
 
+// Whether POSIX allows a character in a name and Windows does not. The slash is missing: neither
+// does.
+constexpr bool IsForeign(char32_t c) {
+    constexpr std::u32string_view kForeign = U"\\:*?\"<>|";
+    return c < 0x20 || (c < 0x80 && kForeign.find(c) != std::u32string_view::npos);
+}
+
+// Gives the units of a name one by one, as TextFromName has them.
+class CNameReader {
+public:
+    static constexpr int kEnd = -1;
+
+    explicit CNameReader(std::string_view bytes, char16_t foreignBase = 0xF000)
+        : m_bytes(bytes), m_foreignBase(foreignBase) {}
+
+    // kEnd behind the last unit, however often it is called.
+    int Next();
+
+private:
+    std::string_view m_bytes;
+    char16_t m_foreignBase;
+    char16_t m_trail = 0;
+};
+
 // How a name on disk appears to callers.
 [[nodiscard]] std::u16string TextFromName(std::string_view bytes);
 

@@ -1,0 +1,96 @@
+// platform/posix/folder.h - an open folder and what is known of it.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/posix/file_descriptor.h"
+#include "platform/posix/name_set.h"
+
+namespace platform {
+
+// What a folder tells of one of its entries. For a link that is followed, `info` is of what it
+// leads to; a link that is not, or that leads nowhere, is told of itself.
+struct SEntry {
+    std::string name;  // on disk
+    struct stat info {};
+    bool isLink = false;
+
+    [[nodiscard]] bool IsFolder() const { return S_ISDIR(info.st_mode); }
+    [[nodiscard]] bool IsRegular() const { return S_ISREG(info.st_mode); }
+    // A link that was not followed, or could not be.
+    [[nodiscard]] bool IsUnfollowed() const { return S_ISLNK(info.st_mode); }
+    // The attribute is the file's own, so a link never has it.
+    [[nodiscard]] bool IsReadOnly() const {
+        return !isLink && IsRegular() && (info.st_mode & S_IWUSR) == 0;
+    }
+};
+
+// A folder that stays open, so that it remains the same one whatever happens to the way that led
+// to it. Its names are read when first asked for and kept for as long as the folder's times and
+// size stay what they were; changes made through this class are entered into them.
+class CFolder {
+public:
+    // `info` is of `folder`, `path` the way that led there. Below a folder with `isSealed` no link
+    // is followed.
+    CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed);
+
+    [[nodiscard]] int GetDescriptor() const { return m_folder.Get(); }
+    [[nodiscard]] dev_t GetDevice() const { return m_device; }
+    [[nodiscard]] const std::string& GetPath() const { return m_path; }
+    [[nodiscard]] bool IsSealed() const { return m_isSealed; }
+    [[nodiscard]] bool IsSameAs(const struct stat& info) const {
+        return info.st_dev == m_device && info.st_ino == m_number;
+    }
+
+    // Whether the way still leads here. Names that are out of date are forgotten on this occasion.
+    [[nodiscard]] bool IsCurrent();
+
+    // Looks an entry up by its name on disk. 0, or errno.
+    [[nodiscard]] int Look(const std::string& name, SEntry& entry) const;
+
+    // Looks an entry up by the name that it appears under; an exact name goes before one that
+    // differs in letter case. ERROR_FILE_NOT_FOUND leaves in entry.name the name that a new file
+    // gets. ERROR_INVALID_NAME when there can be none.
+    [[nodiscard]] int Find(std::u16string_view text, SEntry& entry);
+
+    // The names as of the last IsCurrent(); null, with errno set, when they cannot be read. Names
+    // that are already held are good enough to go on with a search.
+    [[nodiscard]] const CNameSet* GetNames();
+    [[nodiscard]] const CNameSet* GetHeldNames() { return m_names ? &*m_names : GetNames(); }
+    // How many names are held.
+    [[nodiscard]] std::size_t GetNameCount() const { return m_names ? m_names->GetCount() : 0; }
+    void ForgetNames() { m_names.reset(); }
+
+    // Enter what the caller has just made or removed here.
+    void NoteAdded(const std::string& name);
+    void NoteRemoved(const std::string& name);
+
+private:
+    // What changes whenever a name is added or removed.
+    struct SStamp {
+        explicit SStamp(const struct stat& info);
+        bool operator==(const SStamp&) const = default;
+
+        time_t modified, changed;
+        long modifiedPart, changedPart;
+        off_t size;
+        nlink_t links;
+    };
+
+    void NoteOwnChange();
+
+    CFileDescriptor m_folder;
+    std::string m_path;
+    dev_t m_device;
+    ino_t m_number;
+    bool m_isSealed;
+    SStamp m_stamp;
+    std::optional<CNameSet> m_names;
+    bool m_isRecent = false;
+};
+
+}  // namespace platform

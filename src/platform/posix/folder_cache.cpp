@@ -1,0 +1,187 @@
+#include "platform/posix/folder_cache.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "platform/posix/errno_status.h"
+#include "platform/posix/machine_description.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+// Leaves most of the usual 1024 descriptors to the rest of the process.
+constexpr std::size_t kMaxFolders = 64;
+constexpr std::size_t kMaxNames = 250'000;
+
+bool IsSame(const struct stat& left, const struct stat& right) {
+    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
+}
+
+// Opens a folder, also one that may be passed through but not be listed.
+CFileDescriptor OpenFolder(int start, const char* name, int flags) {
+    CFileDescriptor folder(openat(start, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags));
+    if (!folder.IsOpen() && errno == EACCES) {
+        folder = CFileDescriptor(openat(start, name, O_PATH | O_DIRECTORY | O_CLOEXEC | flags));
+    }
+    return folder;
+}
+
+// The status of a failure on the way to a file.
+int StatusOnTheWay(int status) {
+    const bool isNoFolder = status == ERROR_FILE_NOT_FOUND || status == ERROR_CANT_ACCESS_FILE;
+    return isNoFolder ? ERROR_PATH_NOT_FOUND : status;
+}
+
+}  // namespace
+
+CFolderCache& CFolderCache::Get() {
+    static CFolderCache cache;
+    return cache;
+}
+
+int CFolderCache::Open(const SFileLocation& location, std::u16string_view path,
+                       std::shared_ptr<CFolder>& folder) {
+    if (m_machine != GetMachineGeneration()) {
+        m_folders.clear();
+        m_machine = GetMachineGeneration();
+    }
+    std::size_t known = path.size();
+    std::shared_ptr<CFolder> current = FindCurrent(path);
+    while (!current && known > location.rootLength) {
+        known = path.rfind(u'\\', known - 1);
+        current = FindCurrent(path.substr(0, known));
+    }
+    if (!current) {
+        if (const int status = OpenRoot(location, current)) {
+            return StatusOnTheWay(status);
+        }
+        Keep(path.substr(0, known), current);
+    }
+    while (known < path.size()) {
+        const std::size_t start = known + 1;
+        known = std::min(path.find(u'\\', start), path.size());
+        std::shared_ptr<CFolder> child;
+        if (const int status = OpenChild(*current, path.substr(start, known - start), child)) {
+            return StatusOnTheWay(status);
+        }
+        Keep(path.substr(0, known), child);
+        current = std::move(child);
+    }
+    folder = std::move(current);
+    return ERROR_SUCCESS;
+}
+
+void CFolderCache::SetPackageFolder(const std::shared_ptr<CFolder>& folder) {
+    m_package = folder;
+    m_folders.clear();
+}
+
+std::shared_ptr<CFolder> CFolderCache::FindCurrent(std::u16string_view path) {
+    const auto entry = m_folders.find(path);
+    if (entry == m_folders.end()) {
+        return nullptr;
+    }
+    if (!entry->second.folder->IsCurrent()) {
+        m_folders.erase(entry);
+        return nullptr;
+    }
+    entry->second.lastUse = ++m_uses;
+    return entry->second.folder;
+}
+
+int CFolderCache::OpenRoot(const SFileLocation& location, std::shared_ptr<CFolder>& folder) const {
+    CFileDescriptor opened = OpenFolder(AT_FDCWD, location.root.c_str(), 0);
+    struct stat info {};
+    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0) {
+        return StatusFromErrno(errno);
+    }
+    const bool isSealed = IsInPackage(opened.Get());
+    folder = std::make_shared<CFolder>(std::move(opened), location.root, info, isSealed);
+    return ERROR_SUCCESS;
+}
+
+int CFolderCache::OpenChild(CFolder& parent, std::u16string_view name,
+                            std::shared_ptr<CFolder>& folder) const {
+    SEntry entry;
+    if (const int status = parent.Find(name, entry)) {
+        return status;
+    }
+    // A pipe or a device must not be opened even to see that it is no folder.
+    if (!entry.IsFolder()) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    CFileDescriptor opened =
+        OpenFolder(parent.GetDescriptor(), entry.name.c_str(), parent.IsSealed() ? O_NOFOLLOW : 0);
+    struct stat info {};
+    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0) {
+        return StatusFromErrno(errno);
+    }
+    // A folder below an unsealed one is sealed only if it is the package folder, or a link led
+    // there.
+    const bool isSealed =
+        parent.IsSealed() ||
+        (m_package && (entry.isLink ? IsInPackage(opened.Get()) : m_package->IsSameAs(info)));
+    std::string path = parent.GetPath();
+    if (path.back() != '/') {
+        path += '/';
+    }
+    folder = std::make_shared<CFolder>(std::move(opened), path + entry.name, info, isSealed);
+    return ERROR_SUCCESS;
+}
+
+void CFolderCache::Keep(std::u16string_view path, const std::shared_ptr<CFolder>& folder) {
+    if (m_folders.size() >= kMaxFolders) {
+        m_folders.erase(std::min_element(m_folders.begin(), m_folders.end(),
+                                         [](const auto& left, const auto& right) {
+                                             return left.second.lastUse < right.second.lastUse;
+                                         }));
+    }
+    LimitNames();
+    m_folders[std::u16string(path)] = {folder, ++m_uses};
+}
+
+void CFolderCache::LimitNames() {
+    std::size_t count = 0;
+    for (const auto& [path, cached] : m_folders) {
+        count += cached.folder->GetNameCount();
+    }
+    for (auto entry = m_folders.begin(); entry != m_folders.end() && count > kMaxNames; ++entry) {
+        // A folder that is searched would have to read its names again at once.
+        if (entry->second.folder.use_count() == 1) {
+            count -= entry->second.folder->GetNameCount();
+            entry->second.folder->ForgetNames();
+        }
+    }
+}
+
+bool CFolderCache::IsInPackage(int folder) const {
+    if (!m_package) {
+        return false;
+    }
+    CFileDescriptor parent;
+    struct stat info {};
+    if (fstat(folder, &info) != 0) {
+        return true;
+    }
+    // Ends at the root folder, which is its own parent.
+    while (!m_package->IsSameAs(info)) {
+        const int start = parent.IsOpen() ? parent.Get() : folder;
+        CFileDescriptor above(openat(start, "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+        struct stat aboveInfo {};
+        if (!above.IsOpen() || fstat(above.Get(), &aboveInfo) != 0) {
+            return true;
+        }
+        if (IsSame(info, aboveInfo)) {
+            return false;
+        }
+        parent = std::move(above);
+        info = aboveInfo;
+    }
+    return true;
+}
+
+}  // namespace platform

@@ -1,0 +1,59 @@
+// platform/posix/folder_cache.h - the folders that are in use, by the way that leads to each.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "platform/posix/file_location.h"
+#include "platform/posix/folder.h"
+
+namespace platform {
+
+// Keeps the folders last used open, so that the look-ups for one file cost a system call or two
+// each, however deep the file lies. Every folder is checked when it is asked for, so that what
+// others do is seen. Bounded in descriptors and in names, but for what is in use. One thread at a
+// time.
+class CFolderCache {
+public:
+    [[nodiscard]] static CFolderCache& Get();
+
+    // Gives the folder at `path`, which is location.path or the start of it. ERROR_PATH_NOT_FOUND
+    // when there is none, or only by a link below the package folder.
+    [[nodiscard]] int Open(const SFileLocation& location, std::u16string_view path,
+                           std::shared_ptr<CFolder>& folder);
+
+    // Makes `folder`, or with null none, the package folder. All that was known is forgotten.
+    void SetPackageFolder(const std::shared_ptr<CFolder>& folder);
+
+private:
+    struct SCached {
+        std::shared_ptr<CFolder> folder;
+        std::uint64_t lastUse = 0;
+    };
+    struct SHash {
+        using is_transparent = void;
+        std::size_t operator()(std::u16string_view path) const {
+            return std::hash<std::u16string_view>()(path);
+        }
+    };
+    using Folders = std::unordered_map<std::u16string, SCached, SHash, std::equal_to<>>;
+
+    std::shared_ptr<CFolder> FindCurrent(std::u16string_view path);
+    int OpenRoot(const SFileLocation& location, std::shared_ptr<CFolder>& folder) const;
+    int OpenChild(CFolder& parent, std::u16string_view name,
+                  std::shared_ptr<CFolder>& folder) const;
+    void Keep(std::u16string_view path, const std::shared_ptr<CFolder>& folder);
+    void LimitNames();
+    [[nodiscard]] bool IsInPackage(int folder) const;
+
+    Folders m_folders;
+    std::uint64_t m_uses = 0;
+    std::uint64_t m_machine = 0;
+    std::shared_ptr<CFolder> m_package;
+};
+
+}  // namespace platform

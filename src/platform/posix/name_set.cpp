@@ -1,0 +1,216 @@
+#include "platform/posix/name_set.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "platform/posix/file_descriptor.h"
+#include "platform/posix/file_name.h"
+
+namespace platform {
+
+namespace {
+
+constexpr char16_t kMovedUpColon = 0xF03A;
+
+// The upper-case form of a byte that appears as itself; 0 for all others.
+constexpr auto kPlainUpper = [] {
+    std::array<unsigned char, 256> upper{};
+    for (unsigned c = 1; c < 0x80; ++c) {
+        const bool isSmall = c >= 'a' && c <= 'z';
+        upper[c] = static_cast<unsigned char>(IsForeign(c) ? 0 : isSmall ? c - 0x20 : c);
+    }
+    return upper;
+}();
+
+unsigned char PlainUpper(char byte) { return kPlainUpper[static_cast<unsigned char>(byte)]; }
+
+// Compares what two readers give, in upper case or as it stands: below 0, 0 or above 0.
+template <class TLeft, class TRight>
+int CompareUnits(TLeft left, TRight right, bool upper) {
+    for (;;) {
+        int a = left.Next();
+        int b = right.Next();
+        if (upper && a != b && a >= 0 && b >= 0) {
+            a = UpperUnit(static_cast<char16_t>(a));
+            b = UpperUnit(static_cast<char16_t>(b));
+        }
+        if (a != b || a == CNameReader::kEnd) {
+            return a - b;
+        }
+    }
+}
+
+// Compares two names in upper case. Nearly all are plain ASCII, which needs no decoding.
+int CompareUpper(std::string_view left, std::string_view right) {
+    const std::size_t shorter = std::min(left.size(), right.size());
+    for (std::size_t i = 0; i < shorter; ++i) {
+        const unsigned char a = PlainUpper(left[i]);
+        const unsigned char b = PlainUpper(right[i]);
+        if (a == 0 || b == 0) {
+            return CompareUnits(CNameReader(left.substr(i)), CNameReader(right.substr(i)), true);
+        }
+        if (a != b) {
+            return a - b;
+        }
+    }
+    return left.size() < right.size() ? -1 : left.size() > right.size() ? 1 : 0;
+}
+
+// Gives the units of a text as CNameReader gives those of a name.
+class CTextReader {
+public:
+    explicit CTextReader(std::u16string_view text) : m_text(text) {}
+    int Next() { return m_at < m_text.size() ? m_text[m_at++] : CNameReader::kEnd; }
+
+private:
+    std::u16string_view m_text;
+    std::size_t m_at = 0;
+};
+
+int CompareWithText(const std::string& name, std::u16string_view text, bool upper) {
+    return CompareUnits(CNameReader(name), CTextReader(text), upper);
+}
+
+bool IsOwnOrParent(const char* name) {
+    return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
+}
+
+bool HasColon(const std::string& name) { return name.find(':') != std::string::npos; }
+
+// Appends the names of a folder from its position on. 0 or errno.
+int ReadNames(int folder, std::vector<std::string>& names) {
+    alignas(dirent64) std::array<char, 32768> buffer;
+    for (;;) {
+        const ssize_t count = getdents64(folder, buffer.data(), buffer.size());
+        if (count <= 0) {
+            return count == 0 ? 0 : errno;
+        }
+        for (ssize_t at = 0; at < count;) {
+            const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+            if (!IsOwnOrParent(entry->d_name)) {
+                names.emplace_back(entry->d_name);
+            }
+            at += entry->d_reclen;
+        }
+    }
+}
+
+}  // namespace
+
+bool CNameSet::SOrder::operator()(const std::string& left, const std::string& right) const {
+    if (left == right) {
+        return false;
+    }
+    int order = CompareUpper(left, right);
+    if (order == 0) {
+        order = CompareUnits(CNameReader(left), CNameReader(right), false);
+    }
+    return order != 0 ? order < 0 : left < right;
+}
+
+bool CNameSet::SOrder::operator()(const std::string& left, const SKey& right) const {
+    int order = CompareWithText(left, right.upper, true);
+    if (order == 0 && right.exact != nullptr) {
+        order = CompareWithText(left, *right.exact, false);
+    }
+    return order < 0;
+}
+
+int CNameSet::Read(int folder) {
+    m_names.clear();
+    m_colonNames = 0;
+    // Some file systems show a folder for good as it was when its descriptor was opened.
+    const CFileDescriptor opened(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!opened.IsOpen()) {
+        return errno;
+    }
+    std::vector<std::string> names;
+    if (const int error = ReadNames(opened.Get(), names)) {
+        return error;
+    }
+    std::sort(names.begin(), names.end(), SOrder());
+    for (std::string& name : names) {
+        m_colonNames += HasColon(name) ? 1 : 0;
+        m_names.insert(m_names.end(), std::move(name));
+    }
+    return 0;
+}
+
+void CNameSet::Add(const std::string& name) {
+    if (m_names.insert(name).second && HasColon(name)) {
+        ++m_colonNames;
+    }
+}
+
+void CNameSet::Remove(const std::string& name) {
+    if (m_names.erase(name) != 0 && HasColon(name)) {
+        --m_colonNames;
+    }
+}
+
+const std::string* CNameSet::Find(std::u16string_view text) const {
+    std::u16string upper;
+    AppendUpper(upper, text);
+    const auto exact = m_names.lower_bound(SKey{upper, &text});
+    if (exact != m_names.end() && CompareWithText(*exact, text, false) == 0) {
+        return &*exact;
+    }
+    const auto variant = m_names.lower_bound(SKey{upper});
+    return variant != m_names.end() && CompareWithText(*variant, upper, true) == 0 ? &*variant
+                                                                                   : nullptr;
+}
+
+const std::string* CNameSet::FindNext(const std::string& name) const {
+    const auto next = name.empty() ? m_names.begin() : m_names.upper_bound(name);
+    return next == m_names.end() ? nullptr : &*next;
+}
+
+std::u16string CNameSet::GetText(const std::string& name) const {
+    const std::u16string text = TextFromName(name);
+    std::string literal;
+    if (NameFromText(text, literal) && literal == name) {
+        return text;
+    }
+    std::u16string upper;
+    AppendUpper(upper, text);
+    const std::u16string_view exact = text;
+    const auto first = m_names.lower_bound(SKey{upper, &exact});
+    const auto second = first == m_names.end() ? first : std::next(first);
+    const bool isAlone = second == m_names.end() || CompareWithText(*second, text, false) != 0;
+    return isAlone ? text : UnambiguousTextFromName(name);
+}
+
+bool CNameSet::IsStream(const std::string& name) const {
+    // The last colon counts: a stream's name has none, but the file's may.
+    const std::size_t colon = m_colonNames == 0 ? std::string::npos : name.rfind(':');
+    return colon != std::string::npos && Find(TextFromName(name.substr(0, colon))) != nullptr;
+}
+
+bool CNameSet::HasStream(std::u16string_view file, std::u16string_view stream) const {
+    if (m_colonNames == 0) {
+        return false;
+    }
+    std::u16string upper;
+    AppendUpper(upper, file);
+    upper += kMovedUpColon;
+    AppendUpper(upper, stream);
+    const auto isStream = [&](const std::string& name) {
+        return IsSameName(TextFromName(name.substr(name.rfind(':') + 1)), stream);
+    };
+    auto name = m_names.lower_bound(SKey{upper});
+    while (name != m_names.end() && CompareWithText(*name, upper, true) == 0) {
+        if (HasColon(*name) && isStream(*name)) {
+            return true;
+        }
+        ++name;
+    }
+    return false;
+}
+
+}  // namespace platform

@@ -1,0 +1,31 @@
+// platform/posix/output.h - opens files to write them.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "platform/posix/file_descriptor.h"
+#include "platform/posix/file_place.h"
+
+namespace platform {
+
+// A file that is open for writing.
+struct SOutput {
+    SFilePlace place;
+    CFileDescriptor file;
+    bool isNew = false;   // otherwise it still holds what it held
+    struct stat info {};  // of a file that is not new
+};
+
+// Opens a file for writing; a new one gets the permissions `mode`. ERROR_ACCESS_DENIED for a
+// folder, a read-only file and what is no regular file, ERROR_CANT_ACCESS_FILE for a link that may
+// not be followed or leads nowhere. Sets no last error.
+[[nodiscard]] int OpenOutput(std::u16string_view name, mode_t mode, SOutput& output);
+
+// Removes a file that a failure left unfinished.
+void DiscardOutput(SOutput& output);
+
+// Writes all of it at the position. 0, or errno.
+[[nodiscard]] int WriteAll(int file, const void* bytes, std::size_t count);
+
+}  // namespace platform
