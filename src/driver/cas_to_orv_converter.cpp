@@ -1,0 +1,159 @@
+#include "driver/cas_to_orv_converter.h"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+
+#include "foundation/file_system.h"
+#include "foundation/text_file.h"
+#include "platform/com.h"
+#include "platform/files.h"
+#include "platform/status.h"
+#include "reporting/logger.h"
+
+namespace {
+
+// Names the folder of the package to the file layer for as long as it is converted.
+class CPackageFolder {
+public:
+    explicit CPackageFolder(const CFilePathW& folder) {
+        platform::SetPackageFolder(folder.ToString().Get());
+    }
+    ~CPackageFolder() { platform::SetPackageFolder(nullptr); }
+    CPackageFolder(const CPackageFolder&) = delete;
+    CPackageFolder& operator=(const CPackageFolder&) = delete;
+};
+
+// Logs what a stage or the conversion has thrown; the last error stands for its status.
+int LogThrown(const std::exception& exception) {
+    const int status = platform::GetLastError();
+    GetLogger().LogException(exception);
+    return status;
+}
+
+CStrW GuidText(const GUID& guid) { return CStrW(platform::GuidToText(guid)); }
+
+}  // namespace
+
+int CCasToOrvConverter::Convert(const CFilePathW& casFile, const CFilePathW& orvFile,
+                                GUID** targets, std::uint32_t* targetCount, CProgressEvent* root) {
+    platform::SFindData found;
+    const CStrW name = casFile.ToString();
+    if (platform::FindEntry(name.Get(), found) != ERROR_SUCCESS || found.IsFolder()) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    // The package logs why it cannot be read.
+    if (const int status = m_package.Open(name); status != ERROR_SUCCESS) {
+        return status;
+    }
+    const std::size_t count = m_package.GetProfile().Targets.size();
+    CProgressEvent progress(static_cast<std::uint32_t>(count), root);
+    int status = ERROR_SUCCESS;
+    try {
+        if (count != 0) {
+            auto* const slots =
+                static_cast<GUID*>(platform::AllocateForCaller(count * sizeof(GUID)));
+            if (slots == nullptr) {
+                throw std::bad_alloc();
+            }
+            std::fill_n(slots, count, GUID{});
+            *targets = slots;
+        }
+        *targetCount = static_cast<std::uint32_t>(count);
+        ConvertTargets(orvFile, *targets, progress);
+    } catch (const std::exception& exception) {
+        status = LogThrown(exception);
+    }
+    progress.Finish();
+    return status;
+}
+
+void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets,
+                                        CProgressEvent& progress) {
+    const CPackageFolder packageFolder(m_package.GetFolder());
+    const CFilePathW outputFolder = orvFile.GetParent();
+    for (const auto& target : m_package.GetProfile().Targets) {
+        COrvPackage package;
+        const CStrW guid = GuidText(target->Guid);
+        *targets++ = target->Guid;
+        const CFilePathW folder(outputFolder, CFilePathSegmentW(guid));
+        package.SetManifestPath(CFilePathW(folder, orvFile.GetFileName()));
+        progress.SetMessage(CStrW(FormatMessageStyle, u"CAS Target:  %1", guid.Get()));
+        ConvertTarget(package, *target, progress);
+        progress.Step();
+    }
+}
+
+void CCasToOrvConverter::ConvertTarget(COrvPackage& package, const CCasTarget& target,
+                                       CProgressEvent& parent) {
+    struct SStep {
+        const char16_t* message;
+        Stage stage;  // null for a step without work
+    };
+    // Every step weighs the same. The folders are walked together with the files; their step stands
+    // for the display, as does that of the compression settings.
+    static constexpr SStep kSteps[] = {
+        {u"Processing isolation environment settings.",
+         &CCasToOrvConverter::ProcessIsolationEnvironment},
+        {u"Processing properties.", &CCasToOrvConverter::ProcessProperties},
+        {u"Processing folders.", nullptr},
+        {u"Processing files.", &CCasToOrvConverter::ProcessFiles},
+        {u"Processing registry.", &CCasToOrvConverter::ProcessRegistry},
+        {u"Processing services.", &CCasToOrvConverter::ProcessServices},
+        {u"Processing scripts.", &CCasToOrvConverter::ProcessScripts},
+        {u"Processing compression settings.", nullptr},
+    };
+    CProgressEvent progress(static_cast<std::uint32_t>(std::size(kSteps) + 2), &parent);
+    for (const SStep& step : kSteps) {
+        progress.SetMessage(step.message);
+        if (step.stage != nullptr) {
+            RunStage(step.stage, package, target, progress);
+        }
+        progress.Step();
+    }
+    progress.SetMessage(u"Processing assemblies");
+    m_assemblyProcessor.AddAssemblies(package, package.GetFolder());
+    progress.Step();
+    progress.SetMessage(u"Saving target.");
+    SaveTarget(package);
+    progress.Finish();
+}
+
+// The frame of every stage: what it throws is logged, and ends nothing but the stage.
+int CCasToOrvConverter::RunStage(Stage stage, COrvPackage& package, const CCasTarget& target,
+                                 CProgressEvent& parent) {
+    try {
+        return (this->*stage)(package, target, parent);
+    } catch (const std::exception& exception) {
+        return LogThrown(exception);
+    }
+}
+
+void CCasToOrvConverter::SaveTarget(COrvPackage& package) {
+    // A manifest that cannot be deleted or saved is nothing that a conversion reports.
+    static_cast<void>(DeleteFileForce(package.GetManifestPath()));
+    static_cast<void>(CreateDirectoryChain(package.GetFolder()));
+    package.Save();
+}
+
+CFilePathW CCasToOrvConverter::TargetFolder(const CCasTarget& target) const {
+    return CFilePathW(m_package.GetFolder(), CFilePathSegmentW(target.GetFolderName()));
+}
+
+void SaveLog(const CFilePathW& logFile) {
+    const std::vector<CStrW>& lines = GetLogger().GetLines();
+    if (lines.empty()) {
+        return;
+    }
+    CTextFileW file;
+    file.SetUnicode(true);
+    for (const CStrW& line : lines) {
+        file.AddLine(line);
+    }
+    // Whatever fails here shows when the file is created, and then nothing is written.
+    static_cast<void>(DeleteFileForce(logFile));
+    static_cast<void>(CreateDirectoryChain(logFile.GetParent()));
+    if (file.Create(logFile) == ERROR_SUCCESS) {
+        file.Save();
+    }
+}

@@ -1,0 +1,59 @@
+// driver/cas_to_orv_converter.h - one conversion: every target of a package through ten stages.
+#pragma once
+
+#include <cstdint>
+
+#include "casmodel/package.h"
+#include "discovery/assembly_processor.h"
+#include "foundation/file_path.h"
+#include "orvcasconv/orvcasconv.h"
+#include "orvpackage/package.h"
+#include "reporting/progress_event.h"
+
+// Converts one package, once. What fails in a stage is logged by the stage, and the next one runs
+// on what is there; the status of a conversion tells only whether the package could be opened and
+// all its targets were gone through. What the processors gather in one target stays with them for
+// the next.
+class CCasToOrvConverter {
+public:
+    CCasToOrvConverter() = default;
+    virtual ~CCasToOrvConverter() = default;
+    CCasToOrvConverter(const CCasToOrvConverter&) = delete;
+    CCasToOrvConverter& operator=(const CCasToOrvConverter&) = delete;
+
+    // Opens the package and converts its targets in their order, each into the folder of `orvFile`,
+    // in it a folder named by the target's GUID, and there under the name of `orvFile`. `*targets`
+    // becomes an array of `*targetCount` GUIDs that the host frees; a target that was never reached
+    // leaves its slot zero. Returns 0, ERROR_FILE_NOT_FOUND when there is no such file, the status
+    // of reading the profile, or the last error when an exception ended the conversion.
+    int Convert(const CFilePathW& casFile, const CFilePathW& orvFile, GUID** targets,
+                std::uint32_t* targetCount, CProgressEvent* root);
+
+private:
+    // A stage fills the package from the target. Its status is for the log alone.
+    using Stage = int (CCasToOrvConverter::*)(COrvPackage& package, const CCasTarget& target,
+                                              CProgressEvent& parent);
+
+    void ConvertTargets(const CFilePathW& orvFile, GUID* targets, CProgressEvent& progress);
+    void ConvertTarget(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    int RunStage(Stage stage, COrvPackage& package, const CCasTarget& target,
+                 CProgressEvent& parent);
+
+    int ProcessIsolationEnvironment(COrvPackage& package, const CCasTarget& target,
+                                    CProgressEvent& parent);
+    int ProcessProperties(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    int ProcessFiles(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    int ProcessRegistry(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    int ProcessServices(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    int ProcessScripts(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    static void SaveTarget(COrvPackage& package);
+
+    [[nodiscard]] CFilePathW TargetFolder(const CCasTarget& target) const;
+
+    CCasPackage m_package;
+    CAssemblyProcessor m_assemblyProcessor;
+};
+
+// Writes the lines of the process's log to a file, with the folders above it. Without any line it
+// does nothing; a failure is not reported.
+void SaveLog(const CFilePathW& logFile);

@@ -1,0 +1,107 @@
+#include "casmodel/package.h"
+#include "driver/cas_to_orv_converter.h"
+#include "driver/target_information.h"
+#include "orvcasconv/orvcasconv.h"
+#include "platform/com.h"
+#include "platform/files.h"
+#include "platform/machine.h"
+#include "platform/status.h"
+#include "reporting/logger.h"
+#include "reporting/progress_event.h"
+
+namespace {
+
+// A path as the host gives it; empty for null and for what is no path.
+CFilePathW PathOf(const OrvChar* text) { return CFilePathW(CStrW(text)); }
+
+// Readies the machine's answers; without them nothing is converted, and the log says why.
+int LoadMachineOrLog() {
+    std::u16string problem;
+    const int status = platform::LoadMachine(problem);
+    if (status != ERROR_SUCCESS) {
+        GetLogger().LogError(u"%1", problem.c_str());
+    }
+    return status;
+}
+
+int Convert(const OrvChar* casFile, const CFilePathW& cas, const CFilePathW& orv, GUID** targets,
+            std::uint32_t* targetCount, OrvProgressCallback callback, const CFilePathW& log) {
+    CProgressEvent root(1, nullptr);
+    root.SetCallback(callback);
+    root.SetMessage(CStrW(FormatMessageStyle, u"Converting %1 to ORV.", casFile));
+    int status = LoadMachineOrLog();
+    if (status == ERROR_SUCCESS) {
+        CCasToOrvConverter converter;
+        status = converter.Convert(cas, orv, targets, targetCount, &root);
+    }
+    root.Finish();
+    if (!log.IsEmpty()) {
+        SaveLog(log);
+    }
+    return status;
+}
+
+}  // namespace
+
+extern "C" {
+
+uint32_t CasToOrvW(const OrvChar* casFile, const OrvChar* orvFile, const OrvChar* logFile,
+                   GUID** targets, uint32_t* targetCount, OrvProgressCallback progress) {
+    *targets = nullptr;
+    *targetCount = 0;
+    const CFilePathW cas = PathOf(casFile);
+    const CFilePathW orv = PathOf(orvFile);
+    if (cas.IsEmpty() || orv.IsEmpty()) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    return static_cast<uint32_t>(
+        Convert(casFile, cas, orv, targets, targetCount, progress, PathOf(logFile)));
+}
+
+uint32_t InitCasTargetInformation(const OrvChar* casFile, void** handle) {
+    const CFilePathW path = PathOf(casFile);
+    if (path.IsEmpty()) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    int status = LoadMachineOrLog();
+    if (status != ERROR_SUCCESS) {
+        return static_cast<uint32_t>(status);
+    }
+    const CStrW name = path.ToString();
+    platform::SFindData found;
+    if (platform::FindEntry(name.Get(), found) != ERROR_SUCCESS || found.IsFolder()) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    CCasPackage package;
+    // The package logs why it cannot be read.
+    status = package.Open(name);
+    if (status != ERROR_SUCCESS) {
+        return static_cast<uint32_t>(status);
+    }
+    auto list = std::make_unique<CasTargetInformationList>();
+    for (const auto& target : package.GetProfile().Targets) {
+        list->Items.push_back({CStrW(platform::GuidToText(target->Guid)), target->Name});
+    }
+    *handle = list.release();
+    return ERROR_SUCCESS;
+}
+
+uint32_t GetNextCasTargetInformation(void* handle, OrvChar** guidText, OrvChar** name) {
+    auto& items = static_cast<CasTargetInformationList*>(handle)->Items;
+    if (items.empty()) {
+        return ERROR_NO_MORE_ITEMS;
+    }
+    *guidText = items.front().GuidText.Detach();
+    *name = items.front().Name.Detach();
+    items.erase(items.begin());
+    return ERROR_SUCCESS;
+}
+
+uint32_t ReleaseCasTargetInformation(void* handle) {
+    const std::unique_ptr<CasTargetInformationList> list(
+        static_cast<CasTargetInformationList*>(handle));
+    list->Items.clear();
+    return ERROR_SUCCESS;
+}
+
+}  // extern "C"

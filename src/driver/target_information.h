@@ -1,0 +1,18 @@
+// driver/target_information.h - the list behind the enumeration of a package's targets.
+#pragma once
+
+#include <vector>
+
+#include "foundation/wide_string.h"
+
+// One target, as the host gets it.
+struct CasTargetInformation {
+    CStrW GuidText;
+    CStrW Name;
+};
+
+// The targets that the host has not yet fetched, in the order of the profile. The host sees a
+// pointer.
+struct CasTargetInformationList {
+    std::vector<CasTargetInformation> Items;
+};

@@ -1,0 +1,120 @@
+#include "traversal/file_traverse.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/temp_folder.h"
+#include "support/text.h"
+#include "traversal/cas_file_traverse_manager.h"
+
+namespace {
+
+// Notes what it visits by its path below the root; a folder's ends in a backslash.
+class CNotingWalk : public CFileTraverse {
+public:
+    explicit CNotingWalk(const CFilePathW& root) : m_root(root) {
+        SetPattern(CFilePathSegmentW(u"*"));
+        AddRoot(root);
+    }
+    ~CNotingWalk() override { Stop(true); }
+    CNotingWalk(const CNotingWalk&) = delete;
+    CNotingWalk& operator=(const CNotingWalk&) = delete;
+
+    std::vector<std::string> Walk() {
+        EXPECT_TRUE(Start());
+        Wait();
+        return std::exchange(m_visited, {});
+    }
+    [[nodiscard]] std::uint32_t Count() const { return CountEntries(); }
+
+    std::function<bool(const std::string&)> m_goOn = [](const std::string&) { return true; };
+
+protected:
+    bool VisitFolder(const CFilePathW& path, const platform::SFindData& /*data*/) override {
+        return Note(path, "\\");
+    }
+    bool VisitFile(const CFilePathW& path, const platform::SFindData& /*data*/) override {
+        return Note(path, "");
+    }
+
+private:
+    bool Note(CFilePathW path, const char* end) {
+        path.RemoveFirst(m_root.GetSegmentCount());
+        m_visited.push_back(Utf8(path.ToString()) + end);
+        return m_goOn(m_visited.back());
+    }
+
+    CFilePathW m_root;
+    std::vector<std::string> m_visited;
+};
+
+class FileTraverseTest : public testing::Test {
+protected:
+    FileTraverseTest() {
+        for (const char* file : {"b/2", "b/1", "b/C/deep", "a", "D/x", "c"}) {
+            m_folder.WriteFile(file);
+        }
+        m_folder.MakeFolder("empty");
+    }
+    CTempFolder m_folder;
+    CFilePathW m_root{m_folder.Name()};
+};
+
+TEST_F(FileTraverseTest, VisitsAFolderWholeBeforeItsSubfolders) {
+    CNotingWalk walk(m_root);
+    const std::uint32_t count = walk.Count();
+    const std::vector<std::string> visited = walk.Walk();
+    EXPECT_EQ(visited, (std::vector<std::string>{"a", "b\\", "c", "D\\", "empty\\", "b\\1", "b\\2",
+                                                 "b\\C\\", "D\\x", "b\\C\\deep"}));
+    EXPECT_EQ(count, visited.size());
+}
+
+TEST_F(FileTraverseTest, LeavesOutExcludedFoldersInAnyCase) {
+    CNotingWalk walk(m_root);
+    walk.AddExcluded(CFilePathW(m_root, CFilePathSegmentW(u"B")));
+    EXPECT_EQ(walk.Count(), 5U);
+    EXPECT_EQ(walk.Walk(), (std::vector<std::string>{"a", "c", "D\\", "empty\\", "D\\x"}));
+}
+
+TEST_F(FileTraverseTest, FolderPrunesAndFileEndsTheWalk) {
+    CNotingWalk walk(m_root);
+    walk.m_goOn = [](const std::string& path) { return path != "b\\"; };
+    EXPECT_EQ(walk.Walk().size(), 6U);
+    CNotingWalk stopped(m_root);
+    stopped.m_goOn = [](const std::string& path) { return path != "b\\1"; };
+    EXPECT_EQ(stopped.Walk().back(), "b\\1");
+    // What was not reached is walked by the next start.
+    stopped.m_goOn = [](const std::string&) { return true; };
+    EXPECT_EQ(stopped.Walk(), (std::vector<std::string>{"D\\x"}));
+}
+
+TEST_F(FileTraverseTest, MissingRootsAreNoWalkAtAll) {
+    CNotingWalk walk(CFilePathW(m_folder.Name("none")));
+    EXPECT_EQ(walk.Count(), 0U);
+    EXPECT_TRUE(walk.Walk().empty());
+}
+
+TEST(PayloadNameTest, KeepsTheTokensNameOrTheDrivesLetter) {
+    const struct {
+        const char16_t* collapsed;
+        const char* name;
+    } kNames[] = {
+        {uR"(%ProgramFiles%\App\a.exe)", R"(ProgramFiles\App\a.exe)"},
+        {uR"(C:\Data\a.txt)", R"(C\Data\a.txt)"},
+        {uR"(%ProgramFiles%)", "ProgramFiles"},
+        {uR"(%odd\a)", R"(odd\a)"},
+        {uR"(rest\a)", R"(rest\a)"},
+        {u"", ""},
+        {u"%", ""},
+    };
+    for (const auto& name : kNames) {
+        SCOPED_TRACE(Utf8(name.collapsed));
+        EXPECT_EQ(Utf8(MakePayloadName(name.collapsed).ToString()), name.name);
+    }
+}
+
+}  // namespace
