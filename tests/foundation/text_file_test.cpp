@@ -1,0 +1,64 @@
+#include "foundation/text_file.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "foundation/file_path.h"
+#include "platform/status.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+class TextFileTest : public testing::Test {
+protected:
+    std::string Saved() {
+        const std::u16string name = m_folder.Name("a.txt");
+        EXPECT_EQ(m_file.Create(CFilePathW(CStrW(std::u16string_view(name)))), ERROR_SUCCESS);
+        EXPECT_EQ(m_file.Save(), ERROR_SUCCESS);
+        return m_folder.ReadFile("a.txt");
+    }
+
+    CTempFolder m_folder;
+    CTextFileW m_file;
+};
+
+TEST_F(TextFileTest, UnicodeLinesHaveAMarkAndEitherLineEnd) {
+    m_file.SetUnicode(true);
+    m_file.AddLine(u"a");
+    m_file.AddLine(u"b");
+    EXPECT_EQ(Saved(), "\xFF\xFE"s + "a\0\r\0\n\0b\0\r\0\n\0"s);
+    m_file.SetLineFeedOnly(true);
+    EXPECT_EQ(Saved(), "\xFF\xFE"s + "a\0\n\0b\0\n\0"s);
+}
+
+TEST_F(TextFileTest, NarrowLinesAreOfTheCodePage) {
+    m_file.AddLine(u"\u00E9\u20AC\u0416");
+    m_file.SetLineFeedOnly(true);
+    EXPECT_EQ(Saved(), "\xE9\x80?\r\n");
+    m_file.SetCodePage(28591);
+    EXPECT_EQ(Saved(), "\xE9??\r\n");
+    m_file.SetCodePage(65001);
+    EXPECT_EQ(Saved(), "\u00E9\u20AC\u0416\r\n");
+}
+
+TEST_F(TextFileTest, SavingAgainReplacesAllOfTheFile) {
+    m_file.AddLine(u"a");
+    EXPECT_EQ(Saved(), "a\r\n");
+    m_file.AddLine(CStrW(std::u16string(100000, u'x')));
+    EXPECT_EQ(m_file.Save(), ERROR_SUCCESS);
+    EXPECT_EQ(m_folder.ReadFile("a.txt"), "a\r\n" + std::string(100000, 'x') + "\r\n");
+}
+
+TEST_F(TextFileTest, AReadOnlyTextIsNotWritten) {
+    m_file.AddLine(u"a");
+    EXPECT_EQ(Saved(), "a\r\n");
+    m_file.AddLine(u"b");
+    m_file.SetReadOnly(true);
+    EXPECT_EQ(m_file.Save(), ERROR_SUCCESS);
+    EXPECT_EQ(m_folder.ReadFile("a.txt"), "a\r\n");
+}
+
+}  // namespace

@@ -1,0 +1,120 @@
+#include "foundation/xml_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "foundation/file_path.h"
+#include "foundation/xml_escape.h"
+#include "platform/status.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+
+using platform::EXmlNode;
+
+namespace {
+
+class XmlReaderTest : public testing::Test {
+protected:
+    void Open(std::string_view document) {
+        const std::u16string name = m_folder.WriteFile("a.xml", document);
+        ASSERT_EQ(m_reader.Open(CFilePathW(CStrW(std::u16string_view(name)))), S_OK);
+    }
+
+    // Each token with the path at that time.
+    std::string Tokens(std::string_view document) {
+        Open(document);
+        std::string shown;
+        EXmlToken token = XmlTokenNone;
+        do {
+            token = m_reader.ReadNext();
+            shown += std::to_string(token) + Utf8(m_reader.GetPath()) + " ";
+        } while (token != XmlTokenNone);
+        EXPECT_EQ(m_reader.ReadNext(), XmlTokenNone);
+        return shown;
+    }
+
+    std::u16string_view Value() {
+        EXPECT_EQ(m_reader.GetValue(m_value), S_OK);
+        return m_value;
+    }
+
+    CTempFolder m_folder;
+    CXmlReader m_reader;
+    CStrW m_value;
+};
+
+TEST_F(XmlReaderTest, AnElementWithoutEndTagLooksAsIfItHadOne) {
+    EXPECT_EQ(Tokens("<?xml version='1.0'?><a><b/></a>"), "1 2/a 2/a/b 4/a/b 4/a 0 ");
+    EXPECT_EQ(Tokens("<a><b></b></a>"), "2/a 2/a/b 4/a/b 4/a 0 ");
+    EXPECT_EQ(Tokens("<p:a xmlns:p='u'/>"), "2/p:a 4/p:a 0 ");
+}
+
+TEST_F(XmlReaderTest, TextBehindTextIsNotSeen) {
+    EXPECT_EQ(Tokens("<a>x<!--c-->y<![CDATA[z]]>w</a>"), "2/a 3/a 4/a 0 ");
+    EXPECT_EQ(Tokens("<a>x<b/>y</a>"), "2/a 3/a 2/a/b 4/a/b 3/a 4/a 0 ");
+    EXPECT_EQ(Tokens("<?p q?><a> <![CDATA[z]]> </a>"), "2/a 4/a 0 ");
+}
+
+TEST_F(XmlReaderTest, FaultsEndTheTokens) {
+    EXPECT_EQ(Tokens("<a><b>x</b><c>"), "2/a 2/a/b 3/a/b 4/a/b 2/a/c 0/a/c ");
+    EXPECT_EQ(Tokens("<a><b></a>"), "2/a 2/a/b 0/a/b ");
+    EXPECT_EQ(Tokens("<!DOCTYPE a><a/>"), "0 ");
+    EXPECT_EQ(Tokens(""), "0 ");
+    EXPECT_EQ(Tokens("<a/>"), "2/a 4/a 0 ");
+}
+
+TEST_F(XmlReaderTest, ValuesPassTheFilter) {
+    m_reader.SetValueFilter(UnescapeXmlText);
+    Open("<a b='~0041~~' p:c='&#x7E;0042' xmlns:p='u'>~0043</a>");
+    EXPECT_EQ(m_reader.ReadNext(), XmlTokenElement);
+    std::string shown;
+    for (int result = m_reader.MoveToFirstAttribute(); result == S_OK;
+         result = m_reader.MoveToNextAttribute()) {
+        CStrW name(u"former");
+        EXPECT_EQ(m_reader.GetLocalName(name), S_OK);
+        shown += Utf8(name) + "=" + Utf8(Value()) + " ";
+    }
+    EXPECT_EQ(shown, "p=u b=A~ c=B ");
+    EXPECT_EQ(m_reader.ReadNext(), XmlTokenText);
+    EXPECT_EQ(Value(), u"C");
+}
+
+TEST_F(XmlReaderTest, TheEndMadeUpForAnElementHasNoValueAndNoAttributes) {
+    Open("<a b='1'/>");
+    EXPECT_EQ(m_reader.ReadNext(), XmlTokenElement);
+    EXPECT_FALSE(m_reader.IsSyntheticEnd());
+    EXPECT_EQ(m_reader.ReadNext(), XmlTokenEndElement);
+    EXPECT_TRUE(m_reader.IsSyntheticEnd());
+    EXPECT_EQ(m_reader.GetNodeType(), EXmlNode::Element);
+    EXPECT_NE(m_reader.MoveToFirstAttribute(), S_OK);
+    m_value = u"former";
+    EXPECT_EQ(m_reader.GetValueChunked(m_value), E_FAIL);
+    EXPECT_TRUE(m_value.IsEmpty());
+}
+
+TEST_F(XmlReaderTest, ComparesThePathInTwoParts) {
+    Open("<Abc><d\u00C4/></Abc>");
+    EXPECT_EQ(m_reader.ReadNext(), XmlTokenElement);
+    EXPECT_TRUE(m_reader.PathEquals(u"", u"/ABC"));
+    EXPECT_TRUE(m_reader.PathEquals(u"/aBc", u""));
+    EXPECT_TRUE(m_reader.PathEquals(u"/a", u"bc"));
+    EXPECT_FALSE(m_reader.PathEquals(u"/x", u"bc"));
+    EXPECT_FALSE(m_reader.PathEquals(u"/Abc", u"/d"));
+    EXPECT_EQ(m_reader.ReadNext(), XmlTokenElement);
+    EXPECT_TRUE(m_reader.PathEquals(u"/abc", u"/D\u00E4"));
+    EXPECT_FALSE(m_reader.PathEquals(u"/abc", u"/d\u00E9"));
+}
+
+TEST_F(XmlReaderTest, StartsAnewWithEachFile) {
+    Open("<a><b/>");
+    EXPECT_EQ(m_reader.ReadNext(), XmlTokenElement);
+    EXPECT_EQ(m_reader.ReadNext(), XmlTokenElement);
+    EXPECT_EQ(Tokens("<c/>"), "2/c 4/c 0 ");
+    const std::u16string missing = m_folder.Name("missing");
+    EXPECT_LT(m_reader.Open(CFilePathW(CStrW(std::u16string_view(missing)))), 0);
+    EXPECT_EQ(m_reader.ReadNext(), XmlTokenNone);
+    EXPECT_EQ(m_reader.GetValue(m_value), E_FAIL);
+}
+
+}  // namespace
