@@ -1,11 +1,13 @@
-// platform/registry.h - hives, keys and values of the registry, and the privileges that loading needs.
+// platform/registry.h - hives, keys and values of the registry, and the privileges that loading
+// needs.
 //
 // Results are 0 or a Windows error number, on every system; the listed ones are promised, any other
-// just means "failed". A failure is also the thread's last error. An out parameter is written only on
-// success, unless an operation says more. Nothing throws but std::bad_alloc. One thread at a time.
+// just means "failed". A failure is also the thread's last error. An out parameter is written only
+// on success, unless an operation says more. Nothing throws but std::bad_alloc. One thread at a
+// time.
 //
-// Names are 16-bit units without any validity, and are found in any letter case. One that holds a NUL
-// is known by what stands before it, here as in every program that takes texts by their NUL.
+// Names are 16-bit units without any validity, and are found in any letter case. One that holds a
+// NUL is known by what stands before it, here as in every program that takes texts by their NUL.
 //
 // POSIX has no registry: HKEY_LOCAL_MACHINE holds there the hives that this process has loaded and
 // nothing else, and the other predefined keys hold nothing. A key that is a link to another key is
@@ -14,6 +16,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace platform {
 
@@ -34,9 +37,9 @@ struct SKeyInfo {
 
 // Makes the keys of a hive file readable below HKEY_LOCAL_MACHINE under `mountName`, a single name.
 // What the file has lost to an interrupted write is taken from the log files beside it.
-// ERROR_FILE_NOT_FOUND and ERROR_PATH_NOT_FOUND as for any file; ERROR_BADDB when the file is no hive
-// or its root key cannot be read; ERROR_ACCESS_DENIED when the mount name is taken.
-// POSIX changes no file, and reads around damage: a key or value that cannot be read is not there, and
+// ERROR_FILE_NOT_FOUND and ERROR_PATH_NOT_FOUND as for any file; ERROR_BADDB when the file is no
+// hive or its root key cannot be read; ERROR_ACCESS_DENIED when the mount name is taken. POSIX
+// changes no file, and reads around damage: a key or value that cannot be read is not there, and
 // all others are.
 [[nodiscard]] int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName);
 
@@ -44,10 +47,10 @@ struct SKeyInfo {
 // ERROR_ACCESS_DENIED while a key of the hive is open.
 [[nodiscard]] int UnloadHive(KeyHandle machine, const char16_t* mountName);
 
-// Opens a key for reading: the one at `subKey`, names joined by backslashes, below the predefined key
-// of that number (0x80000002 is HKEY_LOCAL_MACHINE), or that key itself when `subKey` is empty.
+// Opens a key for reading: the one at `subKey`, names joined by backslashes, below the predefined
+// key of that number (0x80000002 is HKEY_LOCAL_MACHINE), or that key itself when `subKey` is empty.
 // ERROR_FILE_NOT_FOUND when there is none; ERROR_INVALID_HANDLE for any other number.
-[[nodiscard]] int OpenKey(std::uint32_t predefinedKey, const char16_t* subKey, KeyHandle& key);
+[[nodiscard]] int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& key);
 
 // Gives a key back. A null handle is no key, and nothing happens.
 void CloseKey(KeyHandle key);
@@ -64,14 +67,14 @@ void CloseKey(KeyHandle key);
                             std::uint32_t& type);
 
 // Copies the data of a value; an empty name asks for the default value. `size` says how many bytes
-// `data` has room for and receives how many the value has; a null `data` asks for type and size alone.
-// ERROR_MORE_DATA when there is too little room: type and size are written, the bytes are not.
-// ERROR_FILE_NOT_FOUND when the key has no such value.
-[[nodiscard]] int QueryValue(KeyHandle key, const char16_t* name, std::uint32_t& type, void* data,
-                             std::uint32_t& size);
+// `data` has room for and receives how many the value has; a null `data` asks for type and size
+// alone. ERROR_MORE_DATA when there is too little room: type and size are written, the bytes are
+// not. ERROR_FILE_NOT_FOUND when the key has no such value.
+[[nodiscard]] int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type,
+                             void* data, std::uint32_t& size);
 
-// Turns a privilege of the process on: -1 on failure, 0 when it was on already, 1 when it is on now.
-// On POSIX every privilege is always held.
+// Turns a privilege of the process on: -1 on failure, 0 when it was on already, 1 when it is on
+// now. On POSIX every privilege is always held.
 [[nodiscard]] int EnablePrivilege(const char16_t* name);
 
 // Turns a privilege of the process off; false on failure.

@@ -1,6 +1,202 @@
 #include "platform/registry.h"
 
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/posix/file_access.h"
+#include "platform/posix/hive.h"
+#include "platform/posix/hive_log.h"
+#include "platform/posix/name_fold.h"
+#include "platform/status.h"
+
 namespace platform {
+
+namespace {
+
+constexpr std::uint32_t kFirstPredefinedKey = 0x80000000U;
+constexpr std::uint32_t kLastPredefinedKey = 0x80000005U;
+constexpr std::uint32_t kLocalMachine = 0x80000002U;
+
+// A hive below HKEY_LOCAL_MACHINE.
+struct SMount {
+    std::u16string name;
+    CHive hive;
+    std::size_t openKeys = 0;
+};
+
+}  // namespace
+
+// A key of a mounted hive, or HKEY_LOCAL_MACHINE itself, which has no mount.
+struct SOpenKey {
+    SMount* mount = nullptr;
+    KeyNumber key = kRootKey;
+};
+
+namespace {
+
+std::vector<std::unique_ptr<SMount>>& GetMounts() {
+    static std::vector<std::unique_ptr<SMount>> s_mounts;
+    return s_mounts;
+}
+
+auto FindMount(std::u16string_view name) {
+    return std::ranges::find_if(GetMounts(), [name](const auto& mount) {
+        return mount->name == name ||
+               std::ranges::equal(mount->name, name, {}, FoldNameUnit, FoldNameUnit);
+    });
+}
+
+// Reads a hive's file, and its logs when its last write was cut off.
+int ReadHive(const std::u16string& fileName, CHiveImage& image) {
+    CFileDescriptor file;
+    if (const int status = OpenForReading(fileName.c_str(), file)) {
+        return status;
+    }
+    if (const int status = image.Read(file)) {
+        return status;
+    }
+    if (!IsDirtyHive(image)) {
+        return ERROR_SUCCESS;
+    }
+    std::vector<CHiveImage> logs;
+    for (const char16_t* const suffix : {u".LOG1", u".LOG2", u".LOG"}) {
+        CHiveImage log;
+        // A log that cannot be read leaves the hive as it stands, like one that is not there.
+        if (OpenForReading((fileName + suffix).c_str(), file) == ERROR_SUCCESS &&
+            log.Read(file) == ERROR_SUCCESS) {
+            logs.push_back(std::move(log));
+        }
+    }
+    ApplyHiveLogs(image, logs);
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+int ConnectMachine(KeyHandle& machine) {
+    machine = new SOpenKey;
+    return ERROR_SUCCESS;
+}
+
+int LoadHive(KeyHandle /*machine*/, const char16_t* mountName, const char16_t* fileName) {
+    if (FindMount(mountName) != GetMounts().end()) {
+        return SetLastError(ERROR_ACCESS_DENIED);
+    }
+    CHiveImage image;
+    if (const int status = ReadHive(fileName, image)) {
+        return status;
+    }
+    auto mount = std::make_unique<SMount>();
+    mount->name = mountName;
+    if (const int status = mount->hive.Load(std::move(image))) {
+        return SetLastError(status);
+    }
+    GetMounts().push_back(std::move(mount));
+    return ERROR_SUCCESS;
+}
+
+int UnloadHive(KeyHandle /*machine*/, const char16_t* mountName) {
+    const auto mount = FindMount(mountName);
+    if (mount == GetMounts().end()) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    if ((*mount)->openKeys != 0) {
+        return SetLastError(ERROR_ACCESS_DENIED);
+    }
+    GetMounts().erase(mount);
+    return ERROR_SUCCESS;
+}
+
+int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& key) {
+    if (predefinedKey < kFirstPredefinedKey || predefinedKey > kLastPredefinedKey) {
+        return SetLastError(ERROR_INVALID_HANDLE);
+    }
+    if (predefinedKey != kLocalMachine) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    if (subKey.empty()) {
+        return ConnectMachine(key);
+    }
+    const std::size_t length = std::min(subKey.find(u'\\'), subKey.size());
+    const auto mount = FindMount(subKey.substr(0, length));
+    if (mount == GetMounts().end()) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    const KeyNumber number =
+        (*mount)->hive.FindKey(subKey.substr(std::min(length + 1, subKey.size())));
+    if (number == kNoKey) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    key = new SOpenKey{mount->get(), number};
+    ++(*mount)->openKeys;
+    return ERROR_SUCCESS;
+}
+
+void CloseKey(KeyHandle key) {
+    if (key != nullptr && key->mount != nullptr) {
+        --key->mount->openKeys;
+    }
+    delete key;
+}
+
+int QueryKeyInfo(KeyHandle key, SKeyInfo& info) {
+    if (key->mount != nullptr) {
+        info = key->mount->hive.GetInfo(key->key);
+        return ERROR_SUCCESS;
+    }
+    info = SKeyInfo();
+    for (const auto& mount : GetMounts()) {
+        ++info.subKeyCount;
+        info.longestSubKeyName =
+            std::max(info.longestSubKeyName, static_cast<std::uint32_t>(mount->name.size()));
+    }
+    return ERROR_SUCCESS;
+}
+
+int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name) {
+    if (key->mount != nullptr) {
+        return key->mount->hive.GetChildName(key->key, index, name)
+                   ? ERROR_SUCCESS
+                   : SetLastError(ERROR_NO_MORE_ITEMS);
+    }
+    if (index >= GetMounts().size()) {
+        return SetLastError(ERROR_NO_MORE_ITEMS);
+    }
+    name = GetMounts()[index]->name;
+    return ERROR_SUCCESS;
+}
+
+int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name, std::uint32_t& type) {
+    SValueNode value;
+    if (key->mount == nullptr || !key->mount->hive.GetValue(key->key, index, value)) {
+        return SetLastError(ERROR_NO_MORE_ITEMS);
+    }
+    value.name.CopyTo(name);
+    type = value.type;
+    return ERROR_SUCCESS;
+}
+
+int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type, void* data,
+               std::uint32_t& size) {
+    SValueNode value;
+    if (key->mount == nullptr || !key->mount->hive.FindValue(key->key, name, value)) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    const bool hasRoom = value.size <= size;
+    type = value.type;
+    size = value.size;
+    if (data == nullptr) {
+        return ERROR_SUCCESS;
+    }
+    if (!hasRoom) {
+        return SetLastError(ERROR_MORE_DATA);
+    }
+    key->mount->hive.CopyData(value, static_cast<std::byte*>(data));
+    return ERROR_SUCCESS;
+}
 
 int EnablePrivilege(const char16_t* /*name*/) { return 0; }
 

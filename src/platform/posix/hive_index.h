@@ -1,0 +1,78 @@
+// platform/posix/hive_index.h - the keys of a hive as a tree that can be trusted.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "platform/posix/hive_cells.h"
+#include "platform/posix/name_table.h"
+#include "platform/registry.h"
+
+namespace platform {
+
+// A key by its place in the index. The root is 0.
+using KeyNumber = std::uint32_t;
+constexpr KeyNumber kRootKey = 0;
+constexpr KeyNumber kNoKey = 0xFFFFFFFFU;
+
+// Every key and value that can be reached and read, found once when a hive is loaded. Each key cell
+// is in it at most once, so whatever the lists of a hive say, this is a tree, no larger than the
+// hive. A key or value is left out when its record, its name or its data is not whole; a key also
+// when its name could not stand in a path. What remains needs no further check. Any thread.
+class CHiveIndex {
+public:
+    // Reads the tree below `root`; false when that is no key. `cells` must outlive the index.
+    [[nodiscard]] bool Build(const CHiveCells& cells, CellOffset root);
+
+    [[nodiscard]] SKeyInfo GetInfo(KeyNumber key) const;
+    [[nodiscard]] std::uint32_t GetChildCount(KeyNumber key) const {
+        return m_keys[key].childCount;
+    }
+    // The subkeys of a key have consecutive numbers.
+    [[nodiscard]] KeyNumber GetFirstChild(KeyNumber key) const { return m_keys[key].firstChild; }
+    [[nodiscard]] CellOffset GetCell(KeyNumber key) const { return m_keys[key].cell; }
+    [[nodiscard]] std::span<const CellOffset> GetValues(KeyNumber key) const {
+        return std::span(m_values).subspan(m_keys[key].firstValue, m_keys[key].valueCount);
+    }
+
+    // False when no value of the key has a name of that many units.
+    [[nodiscard]] bool MayHaveValue(KeyNumber key, std::size_t nameLength) const {
+        return (m_keys[key].valueNameLengths & LengthBit(nameLength)) != 0;
+    }
+
+    // The subkey of that name, or kNoKey. Of several with the same name it is the first whose name
+    // is whole.
+    [[nodiscard]] KeyNumber FindChild(KeyNumber parent, std::u16string_view name) const;
+
+private:
+    struct SKey {
+        CellOffset cell = 0;
+        KeyNumber firstChild = 0;
+        std::uint32_t childCount = 0;
+        std::uint32_t firstValue = 0;
+        std::uint32_t valueCount = 0;
+        std::uint32_t nameHash = 0;
+        std::uint32_t valueNameLengths = 0;  // a bit for each, modulo 32
+        std::uint16_t longestChildName = 0;
+        std::uint16_t longestValueName = 0;
+    };
+    class CBuilder;
+
+    [[nodiscard]] static std::uint32_t LengthBit(std::size_t length) { return 1U << length % 32; }
+
+    void NameChildren(KeyNumber parent);
+    [[nodiscard]] bool IsChild(KeyNumber key, KeyNumber parent, std::uint32_t nameHash) const {
+        return m_keys[key].nameHash == nameHash &&
+               key - m_keys[parent].firstChild < m_keys[parent].childCount;
+    }
+
+    const CHiveCells* m_cells = nullptr;
+    std::vector<SKey> m_keys;  // breadth first
+    std::vector<CellOffset> m_values;
+    CNameTable m_names;
+};
+
+}  // namespace platform

@@ -1,0 +1,241 @@
+#include "platform/posix/hive_log.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <vector>
+
+#include "platform/posix/little_endian.h"
+#include "platform/posix/marvin.h"
+
+namespace platform {
+
+namespace {
+
+constexpr std::uint32_t kVectorSignature = 0x54524944;  // "DIRT"
+constexpr std::uint32_t kEntrySignature = 0x454C7648;   // "HvLE"
+constexpr std::uint64_t kEntrySeed = 0x82EF4D887A4E55C5U;
+constexpr std::size_t kEntryHeaderSize = 40;
+constexpr std::size_t kReferenceSize = 8;
+constexpr std::size_t kEntryAlignment = 512;
+constexpr std::size_t kPageSize = 512;
+constexpr std::size_t kBinAlignment = 4096;
+constexpr std::size_t kBinTimeOffset = 20;
+constexpr std::size_t kFileTypeOffset = 28;
+
+// One log entry whose hashes are right and whose pages are all there.
+struct SLogEntry {
+    std::uint32_t sequence = 0;
+    std::size_t binsSize = 0;
+    std::span<const std::byte> references;
+    std::span<const std::byte> pages;
+    const CHiveImage* log = nullptr;
+};
+
+bool IsBaseBlockRight(const CHiveImage& image) {
+    return image.HasBaseBlock() && image.IsChecksumRight();
+}
+
+// What stands behind the first sector of a log, when it starts with `signature`; otherwise nothing.
+std::span<const std::byte> GetLogBody(const CHiveImage& log, std::uint32_t signature) {
+    if (!IsBaseBlockRight(log) || log.GetBytes().size() < log.GetSectorSize() + 4) {
+        return {};
+    }
+    const std::span<const std::byte> body = log.GetBytes().subspan(log.GetSectorSize());
+    return LoadU32(body.data()) == signature ? body : std::span<const std::byte>();
+}
+
+// Whether `binsSize` is one that the hive can have grown to: what is new stands in the logs.
+bool IsPlausibleSize(std::size_t binsSize, const CHiveImage& hive, std::size_t logSize) {
+    return binsSize % kPageSize == 0 && binsSize <= hive.GetBytes().size() + logSize;
+}
+
+void RepairBaseBlock(CHiveImage& hive, const CHiveImage& log) {
+    if (IsBaseBlockRight(hive)) {
+        return;
+    }
+    hive.Grow(CHiveImage::kBaseBlockSize);
+    const std::span<std::byte> bytes = hive.GetBytes();
+    std::ranges::copy(log.GetBytes().first(log.GetSectorSize()), bytes.begin());
+    std::ranges::fill(bytes.subspan(kFileTypeOffset, 4), std::byte{0});
+}
+
+// The time that a log must have to belong to the hive.
+bool HasSameWriteTime(const CHiveImage& hive, const CHiveImage& log) {
+    if (IsBaseBlockRight(hive)) {
+        return hive.GetWriteTime() == log.GetWriteTime();
+    }
+    const std::span<const std::byte> bins = hive.GetBins();
+    return bins.size() >= kBinTimeOffset + 8 &&
+           LoadU64(bins.data() + kBinTimeOffset) == log.GetWriteTime();
+}
+
+// Applies a log of the elder format: a bitmap of pages, then those pages. All of it or nothing.
+bool ApplyDirtyVector(CHiveImage& hive, const CHiveImage& log) {
+    const std::span<const std::byte> body = GetLogBody(log, kVectorSignature);
+    if (body.empty() || log.GetFirstSequence() != log.GetSecondSequence() ||
+        !HasSameWriteTime(hive, log)) {
+        return false;
+    }
+    const std::size_t binsSize = log.GetBinsSize();
+    const std::size_t pageCount = binsSize / kPageSize;
+    const std::size_t sectorSize = log.GetSectorSize();
+    const std::size_t start = (4 + (pageCount + 7) / 8 + sectorSize - 1) / sectorSize * sectorSize;
+    if (!IsPlausibleSize(binsSize, hive, log.GetBytes().size()) || start > body.size()) {
+        return false;
+    }
+    std::vector<std::size_t> dirty;
+    for (std::size_t page = 0; page < pageCount; ++page) {
+        if ((std::to_integer<unsigned>(body[4 + page / 8]) >> page % 8 & 1U) != 0) {
+            dirty.push_back(page);
+        }
+    }
+    if (dirty.size() > (body.size() - start) / kPageSize) {
+        return false;
+    }
+    RepairBaseBlock(hive, log);
+    hive.Grow(CHiveImage::kBaseBlockSize + binsSize);
+    const std::byte* source = body.data() + start;
+    for (const std::size_t page : dirty) {
+        std::memcpy(hive.GetBytes().data() + CHiveImage::kBaseBlockSize + page * kPageSize, source,
+                    kPageSize);
+        source += kPageSize;
+    }
+    return true;
+}
+
+// Whether the pages that an entry announces are in it and have a place in the bins.
+bool ArePagesRight(const SLogEntry& entry) {
+    std::size_t left = entry.pages.size();
+    for (std::size_t i = 0; i < entry.references.size(); i += kReferenceSize) {
+        const std::size_t offset = LoadU32(entry.references.data() + i);
+        const std::size_t size = LoadU32(entry.references.data() + i + 4);
+        if (size > left || offset + size > entry.binsSize) {
+            return false;
+        }
+        left -= size;
+    }
+    return true;
+}
+
+// Reads the entry at the start of `bytes`; returns its size, or 0 when it is none.
+std::size_t ReadEntry(std::span<const std::byte> bytes, SLogEntry& entry) {
+    if (bytes.size() < kEntryHeaderSize || LoadU32(bytes.data()) != kEntrySignature) {
+        return 0;
+    }
+    const std::size_t size = LoadU32(bytes.data() + 4);
+    const std::size_t references = kReferenceSize * std::size_t{LoadU32(bytes.data() + 20)};
+    if (size > bytes.size() || size % kEntryAlignment != 0 ||
+        kEntryHeaderSize + references > size) {
+        return 0;
+    }
+    const std::span<const std::byte> content = bytes.first(size).subspan(kEntryHeaderSize);
+    if (LoadU64(bytes.data() + 32) != CMarvin(kEntrySeed).Finish(bytes.first(32)) ||
+        LoadU64(bytes.data() + 24) != CMarvin(kEntrySeed).Finish(content)) {
+        return 0;
+    }
+    entry.sequence = LoadU32(bytes.data() + 12);
+    entry.binsSize = LoadU32(bytes.data() + 16);
+    entry.references = content.first(references);
+    entry.pages = content.subspan(references);
+    return entry.binsSize % kBinAlignment == 0 && ArePagesRight(entry) ? size : 0;
+}
+
+// Appends the entries of one log up to the first that is torn or left over from an earlier turn.
+void CollectEntries(const CHiveImage& log, std::vector<SLogEntry>& entries) {
+    std::span<const std::byte> rest = GetLogBody(log, kEntrySignature);
+    SLogEntry entry;
+    entry.log = &log;
+    for (bool isFirst = true;; isFirst = false) {
+        const std::uint32_t expected = entry.sequence + 1;
+        const std::size_t size = ReadEntry(rest, entry);
+        if (size == 0 || (!isFirst && entry.sequence != expected)) {
+            return;
+        }
+        entries.push_back(entry);
+        rest = rest.subspan(size);
+    }
+}
+
+// The sequence number of the first entry that the hive lacks. A base block that was torn does not
+// tell; then it is the start of the unbroken run that ends in the newest entry.
+std::uint32_t FindFirstSequence(const CHiveImage& hive, std::span<const SLogEntry> entries) {
+    if (IsBaseBlockRight(hive)) {
+        return hive.GetSecondSequence();
+    }
+    std::size_t first = entries.size() - 1;
+    while (first != 0 && entries[first].sequence - entries[first - 1].sequence <= 1) {
+        --first;
+    }
+    return entries[first].sequence;
+}
+
+// The entries to apply: from the first that the hive lacks up to a gap, behind which the pages
+// would not fit those that are there.
+std::vector<SLogEntry> SelectRun(const CHiveImage& hive, std::span<const SLogEntry> entries,
+                                 std::size_t logSize) {
+    std::vector<SLogEntry> run;
+    std::uint32_t expected = FindFirstSequence(hive, entries);
+    for (const SLogEntry& entry : entries) {
+        if (entry.sequence < expected) {
+            continue;
+        }
+        if (entry.sequence != expected || !IsPlausibleSize(entry.binsSize, hive, logSize)) {
+            break;
+        }
+        run.push_back(entry);
+        ++expected;
+    }
+    return run;
+}
+
+void ApplyPages(const SLogEntry& entry, std::byte* bins) {
+    std::span<const std::byte> pages = entry.pages;
+    for (std::size_t i = 0; i < entry.references.size(); i += kReferenceSize) {
+        const std::size_t size = LoadU32(entry.references.data() + i + 4);
+        std::ranges::copy(pages.first(size), bins + LoadU32(entry.references.data() + i));
+        pages = pages.subspan(size);
+    }
+}
+
+// Applies logs of the later format, whose entries may be spread over both files.
+void ApplyEntries(CHiveImage& hive, std::span<const CHiveImage> logs) {
+    std::vector<SLogEntry> entries;
+    std::size_t logSize = 0;
+    for (const CHiveImage& log : logs) {
+        CollectEntries(log, entries);
+        logSize += log.GetBytes().size();
+    }
+    if (entries.empty()) {
+        return;
+    }
+    std::ranges::stable_sort(entries, {}, &SLogEntry::sequence);
+    const std::vector<SLogEntry> run = SelectRun(hive, entries, logSize);
+    if (run.empty()) {
+        return;
+    }
+    RepairBaseBlock(hive, *run.front().log);
+    hive.Grow(CHiveImage::kBaseBlockSize +
+              std::ranges::max_element(run, {}, &SLogEntry::binsSize)->binsSize);
+    for (const SLogEntry& entry : run) {
+        ApplyPages(entry, hive.GetBytes().data() + CHiveImage::kBaseBlockSize);
+    }
+}
+
+}  // namespace
+
+bool IsDirtyHive(const CHiveImage& hive) {
+    return !IsBaseBlockRight(hive) || hive.GetFirstSequence() != hive.GetSecondSequence();
+}
+
+void ApplyHiveLogs(CHiveImage& hive, std::span<const CHiveImage> logs) {
+    if (!IsDirtyHive(hive)) {
+        return;
+    }
+    const auto isApplied = [&hive](const CHiveImage& log) { return ApplyDirtyVector(hive, log); };
+    if (std::ranges::none_of(logs, isApplied)) {
+        ApplyEntries(hive, logs);
+    }
+}
+
+}  // namespace platform

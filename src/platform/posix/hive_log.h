@@ -1,0 +1,18 @@
+// platform/posix/hive_log.h - what a hive's logs hold of an interrupted write.
+#pragma once
+
+#include <span>
+
+#include "platform/posix/hive_image.h"
+
+namespace platform {
+
+// Whether the last write of a hive was cut off, so that its logs count.
+[[nodiscard]] bool IsDirtyHive(const CHiveImage& hive);
+
+// Puts the pages of the logs, of either format and in the order of their names, into a dirty hive,
+// and repairs its base block when that was being written. Logs that do not belong to it, or are
+// themselves cut off, add nothing, or as much as they safely can.
+void ApplyHiveLogs(CHiveImage& hive, std::span<const CHiveImage> logs);
+
+}  // namespace platform

@@ -1,0 +1,63 @@
+// platform/posix/name_table.h - finds names without comparing them all.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "platform/posix/marvin.h"
+#include "platform/posix/name_fold.h"
+
+namespace platform {
+
+// The hash of a name, any text of units with an index operator, in whatever letter case, within a
+// scope of names. Its seed is another one in each process, since the names are an outsider's.
+[[nodiscard]] std::uint64_t GetNameSeed();
+
+template <class TName>
+[[nodiscard]] std::uint64_t HashName(std::uint32_t scope, const TName& name, std::size_t length) {
+    CMarvin hash(GetNameSeed());
+    hash.Add(scope);
+    for (std::size_t i = 0; i < length; i += 2) {
+        const std::uint32_t second = i + 1 < length ? FoldNameUnit(name[i + 1]) : 0;
+        hash.Add(FoldNameUnit(name[i]) | second << 16);
+    }
+    return hash.Finish();
+}
+
+// A hash table of items known by a name. It holds numbers only; the names stay with its user.
+class CNameTable {
+public:
+    static constexpr std::uint32_t kEmpty = 0xFFFFFFFFU;
+
+    // Empties the table and makes room for `count` items, which is also its limit.
+    void Reset(std::size_t count);
+
+    // The place of the item of which `isIt` says yes: where it stands, or an empty place where it
+    // may be put. The table must have been given room.
+    template <class TPredicate>
+    [[nodiscard]] std::uint32_t& Place(std::uint64_t hash, const TPredicate& isIt) {
+        return m_places[Find(hash, isIt)];
+    }
+    // The item itself, or kEmpty.
+    template <class TPredicate>
+    [[nodiscard]] std::uint32_t Get(std::uint64_t hash, const TPredicate& isIt) const {
+        return m_places[Find(hash, isIt)];
+    }
+
+private:
+    template <class TPredicate>
+    [[nodiscard]] std::size_t Find(std::uint64_t hash, const TPredicate& isIt) const {
+        std::size_t i = static_cast<std::size_t>(hash) & m_mask;
+        // A third of the places at least is empty, so there is an end.
+        while (m_places[i] != kEmpty && !isIt(m_places[i])) {
+            i = (i + 1) & m_mask;
+        }
+        return i;
+    }
+
+    std::vector<std::uint32_t> m_places;
+    std::size_t m_mask = 0;
+};
+
+}  // namespace platform
