@@ -1,0 +1,107 @@
+// tests/support/hive_builder.h - registry hives made in a test, whole or damaged.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+// The kinds of subkey lists, by the two letters they begin with.
+enum class EHiveList { Lf, Lh, Li };
+
+// One cell of a hive, named by what it is for. The header is named so too.
+struct SHiveCell {
+    enum EKind { Header, Key, SubKeys, SubKeysPart, Values, Value, Data, Segments };
+
+    EKind kind = Header;
+    std::u16string key;
+    std::u16string value = {};  // of Value, Data and Segments
+};
+
+// A hive, put together key by key, and laid out as the system does it: bins of 4096 bytes or more,
+// the cells of a key one behind the other, lists sorted by upper-cased name. What is damaged on
+// purpose is changed in the laid-out bytes.
+class CTestHive {
+public:
+    CTestHive();
+
+    // Makes the key at `path`, names joined by backslashes, with all above it, or goes back to it;
+    // the values that follow are in it. At first the root, "", is the current key.
+    CTestHive& Key(std::u16string_view path);
+    // Makes a subkey of the current key and leaves that current. Here a name may hold a backslash.
+    CTestHive& SubKey(std::u16string_view name);
+
+    // Texts get their terminator; Value takes any bytes for any type.
+    CTestHive& String(std::u16string_view name, std::u16string_view text);
+    CTestHive& ExpandString(std::u16string_view name, std::u16string_view text);
+    CTestHive& MultiString(std::u16string_view name,
+                           std::initializer_list<std::u16string_view> texts);
+    CTestHive& Binary(std::u16string_view name, std::string_view bytes);
+    CTestHive& Dword(std::u16string_view name, std::uint32_t number);
+    CTestHive& Qword(std::u16string_view name, std::uint64_t number);
+    CTestHive& Value(std::u16string_view name, std::uint32_t type, std::string_view bytes);
+
+    // Has the names that follow stored in UTF-16, also those that Latin-1 could hold.
+    CTestHive& WideNames(bool isWide = true);
+    // The format's minor version; 5 at first. From 4 on large data is in segments.
+    CTestHive& Version(std::uint32_t minor);
+    // All lists of subkeys; with more entries than `partSize` they are in parts below an "ri" list.
+    CTestHive& Lists(EHiveList kind, std::size_t partSize = 1012);
+    // The two numbers of the header that differ while a write is under way.
+    CTestHive& Sequences(std::uint32_t first, std::uint32_t second);
+
+    // Changes 4 or 2 bytes of a cell's content: to a number, or to the place of another cell.
+    CTestHive& Patch32(const SHiveCell& cell, std::size_t offset, std::uint32_t number);
+    CTestHive& Patch16(const SHiveCell& cell, std::size_t offset, std::uint16_t number);
+    CTestHive& Link(const SHiveCell& cell, std::size_t offset, const SHiveCell& target);
+    // Changes what the cell says of its own size, a negative number for a cell in use.
+    CTestHive& Resize(const SHiveCell& cell, std::int32_t size);
+
+    [[nodiscard]] std::string Bytes() const;
+    // Where in Bytes() the content of a cell begins.
+    [[nodiscard]] std::size_t Find(const SHiveCell& cell) const;
+
+private:
+    struct SValue {
+        std::u16string name;
+        bool isWide = false;
+        std::uint32_t type = 0;
+        std::string data;
+    };
+    struct SKey {
+        std::u16string name;
+        bool isWide = false;
+        std::size_t parent = 0;
+        std::vector<std::size_t> children = {};
+        std::vector<SValue> values = {};
+    };
+    struct SPatch {
+        SHiveCell cell;
+        std::ptrdiff_t offset = 0;
+        std::size_t size = 0;
+        std::uint32_t number = 0;
+        bool isLink = false;
+        SHiveCell target;
+    };
+    class CLayout;
+
+    std::size_t Add(std::size_t parent, std::u16string_view name);
+
+    std::vector<SKey> m_keys;  // parents before their children
+    std::unordered_map<std::u16string, std::size_t> m_paths;
+    std::size_t m_current = 0;
+    bool m_hasWideNames = false;
+    std::uint32_t m_minorVersion = 5;
+    EHiveList m_listKind = EHiveList::Lh;
+    std::size_t m_partSize = 1012;
+    std::pair<std::uint32_t, std::uint32_t> m_sequences = {1, 1};
+    std::vector<SPatch> m_patches;
+};
+
+// Gives the header of a hive or log the checksum that it must have.
+void SealHiveHeader(std::string& bytes);
