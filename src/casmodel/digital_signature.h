@@ -1,0 +1,18 @@
+// casmodel/digital_signature.h - how a package is signed.
+#pragma once
+
+#include <cstdint>
+
+class CXmlReader;
+
+// What a profile says about the package's signature. Nothing is made of it.
+class CCasDigitalSignature {
+public:
+    virtual ~CCasDigitalSignature() = default;
+
+    void Read(CXmlReader& reader);
+
+    bool Enabled = false;
+    std::uint32_t SignatureType = 0;
+    double ExpirationDate = 0;
+};

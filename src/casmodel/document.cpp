@@ -1,0 +1,50 @@
+#include "casmodel/document.h"
+
+#include "casmodel/element_path.h"
+#include "foundation/file_path.h"
+#include "foundation/xml_escape.h"
+#include "foundation/xml_reader.h"
+#include "platform/status.h"
+
+namespace {
+
+void OpenFile(CXmlReader& reader, const CFilePathW& file) {
+    reader.SetValueFilter(UnescapeXmlText);
+    const int status = reader.Open(file);
+    if (status < 0) {
+        throw status;
+    }
+}
+
+void GoToElement(CXmlReader& reader, std::u16string_view element) {
+    CElementPath path(element);
+    while (!path.IsOpen()) {
+        switch (reader.ReadNext()) {
+            case XmlTokenNone:
+                throw ERROR_NOT_FOUND;
+            case XmlTokenElement:
+                path.OnElement(reader.GetPath());
+                break;
+            case XmlTokenEndElement:
+                path.OnEndElement(reader.GetPath());
+                break;
+            default:
+                break;
+        }
+    }
+}
+
+}  // namespace
+
+int ReadDocument(const CFilePathW& file, std::u16string_view element,
+                 const std::function<void(CXmlReader& reader)>& read) {
+    CXmlReader reader;
+    try {
+        OpenFile(reader, file);
+        GoToElement(reader, element);
+        read(reader);
+    } catch (const int status) {
+        return status;
+    }
+    return ERROR_SUCCESS;
+}

@@ -1,0 +1,19 @@
+#include "casmodel/element_table.h"
+
+bool GoToNextElement(CXmlReader& reader, std::size_t parentLength) {
+    for (;;) {
+        switch (reader.ReadNext()) {
+            case XmlTokenNone:
+                return false;
+            case XmlTokenElement:
+                return true;
+            case XmlTokenEndElement:
+                if (reader.GetPath().size() == parentLength) {
+                    return false;
+                }
+                break;
+            default:
+                break;
+        }
+    }
+}

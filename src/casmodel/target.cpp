@@ -1,0 +1,56 @@
+#include "casmodel/target.h"
+
+#include "casmodel/element_table.h"
+#include "foundation/number_text.h"
+#include "platform/com.h"
+
+namespace {
+
+constexpr SElement<CCasOperatingSystem> kOperatingSystemElements[] = {
+    {u"/Enum", Value<&CCasOperatingSystem::Enum, ReadUInt32>},
+    {u"/ServicePacks", Value<&CCasOperatingSystem::ServicePacks, ReadString>},
+};
+
+constexpr SElement<CCasTarget> kTargetElements[] = {
+    {u"/Guid", Value<&CCasTarget::Guid, ReadGuid>},
+    {u"/Ver", Value<&CCasTarget::Ver, ReadUInt32>},
+    {u"/Name", Value<&CCasTarget::Name, ReadString>},
+    {u"/Description", Value<&CCasTarget::Description, ReadString>},
+    {u"/CreateTime", Value<&CCasTarget::CreateTime, ReadTimeT>},
+    {u"/ModifyTime", Value<&CCasTarget::ModifyTime, ReadTimeT>},
+    {u"/CodePage", Value<&CCasTarget::CodePage, ReadUInt32>},
+    {u"/Size", Value<&CCasTarget::Size, ReadUInt32>},
+    {u"/CreateOS", Value<&CCasTarget::CreateOS, ReadUInt32>},
+    {u"/ModifyOS", Value<&CCasTarget::ModifyOS, ReadUInt32>},
+    {u"/CreatePkgrVer", Block<&CCasTarget::CreatePkgrVer>},
+    {u"/ModifyPkgrVer", Block<&CCasTarget::ModifyPkgrVer>},
+    {u"/UsePkgLevelScripts", Value<&CCasTarget::UsePkgLevelScripts, ReadBool>},
+    {u"/UsePkgPreLaunchAnalysis", Value<&CCasTarget::UsePkgPreLaunchAnalysis, ReadBool>},
+    {u"/BootDrive", Value<&CCasTarget::BootDrive, ReadString>},
+    {u"/IsolationRevision", Value<&CCasTarget::IsolationRevision, ReadString>},
+    {u"/Languages", Value<&CCasTarget::Languages, ReadString>},
+    {u"/HashOfHashes", Value<&CCasTarget::HashOfHashes, ReadHexBytes>},
+    {u"/HashOfHashes256", Value<&CCasTarget::HashOfHashes256, ReadHexBytes>},
+    {u"/PreLaunchAnalysis", Block<&CCasTarget::PreLaunchAnalysis>},
+    {u"/OSes", Items<&CCasTarget::OSes>},
+    {u"/Apps", Items<&CCasTarget::Apps>},
+    {u"/Services", Items<&CCasTarget::Services>},
+    {u"/Scripts", Items<&CCasTarget::Scripts>},
+};
+
+}  // namespace
+
+void CCasOperatingSystem::Read(CXmlReader& reader) {
+    ReadElements(kOperatingSystemElements, *this, reader);
+}
+
+void CCasTarget::Read(CXmlReader& reader) { ReadElements(kTargetElements, *this, reader); }
+
+CStrW CCasTarget::GetFolderName() const {
+    const std::u16string guid = platform::GuidToText(Guid);
+    CStrW name(std::u16string_view(guid).substr(1, guid.size() - 2));
+    name.Append(u'_');
+    // A version from 2147483648 on prints as a negative number: so the packager names the folder.
+    name.Append(IntToDecimal(static_cast<std::int32_t>(Ver)));
+    return name;
+}
