@@ -2,6 +2,7 @@
 // description (TOML in UTF-8).
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>

@@ -21,6 +21,19 @@ namespace {
 // a text of any length.
 constexpr std::size_t kCollatedUnits = 1024;
 
+char16_t FoldBeyondAscii(char16_t unit) {
+    // The lower-case form of U+0130 is two characters, of which a unit would hold only the first.
+    return unit == 0x0130 ? unit : static_cast<char16_t>(u_tolower(unit));
+}
+
+// FoldUnit for the loops here, where a call for each unit would count.
+inline char16_t Fold(char16_t unit) {
+    if (unit >= 0x80) {
+        return FoldBeyondAscii(unit);
+    }
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+
 // A text as it is collated: its head, lower-cased where case is ignored.
 class CCollated {
 public:
@@ -50,7 +63,7 @@ UCollator* OpenCollator() {
         status = U_ZERO_ERROR;
     }
     UCollator* const collator = ucol_open(locale.data(), &status);
-    ucol_setStrength(collator, UCOL_IDENTICAL);
+    ucol_setAttribute(collator, UCOL_STRENGTH, UCOL_IDENTICAL, &status);
     ucol_setAttribute(collator, UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
     if (U_FAILURE(status)) {
         ucol_close(collator);
@@ -71,12 +84,27 @@ const UCollator* GetCollator() {
     return collator.getAlias();
 }
 
+// The order of the characters after decomposition, 0 for canonically equivalent texts.
+int CompareCharacters(const CCollated& left, const CCollated& right) {
+    UErrorCode status = U_ZERO_ERROR;
+    return unorm_compare(left.Data(), left.Length(), right.Data(), right.Length(),
+                         U_COMPARE_CODE_POINT_ORDER, &status);
+}
+
+// Without a collator the order is that of the characters.
+int Collate(const CCollated& left, const CCollated& right) {
+    const UCollator* const collator = GetCollator();
+    return collator == nullptr
+               ? CompareCharacters(left, right)
+               : ucol_strcoll(collator, left.Data(), left.Length(), right.Data(), right.Length());
+}
+
 std::u16string_view Tail(std::u16string_view text) {
     return text.substr(std::min(text.size(), kCollatedUnits));
 }
 
 int CompareTails(std::u16string_view left, std::u16string_view right, bool ignoreCase) {
-    const auto fold = [ignoreCase](char16_t unit) { return ignoreCase ? FoldUnit(unit) : unit; };
+    const auto fold = [ignoreCase](char16_t unit) { return ignoreCase ? Fold(unit) : unit; };
     left = Tail(left);
     right = Tail(right);
     const auto [l, r] = std::mismatch(left.begin(), left.end(), right.begin(), right.end(),
@@ -89,7 +117,7 @@ int CompareTails(std::u16string_view left, std::u16string_view right, bool ignor
 
 // The unit at `index`, folded; 0 behind the end.
 char16_t FoldedAt(std::u16string_view text, std::size_t index) {
-    return index < text.size() ? FoldUnit(text[index]) : u'\0';
+    return index < text.size() ? Fold(text[index]) : u'\0';
 }
 
 }  // namespace
@@ -98,14 +126,9 @@ int CompareText(std::u16string_view left, std::u16string_view right, bool ignore
     if (left == right) {
         return 0;
     }
-    const CCollated leftHead(left, ignoreCase);
-    const CCollated rightHead(right, ignoreCase);
-    if (const UCollator* const collator = GetCollator()) {
-        const UCollationResult order = ucol_strcoll(collator, leftHead.Data(), leftHead.Length(),
-                                                    rightHead.Data(), rightHead.Length());
-        if (order != UCOL_EQUAL) {
-            return order == UCOL_LESS ? -1 : 1;
-        }
+    const int order = Collate({left, ignoreCase}, {right, ignoreCase});
+    if (order != 0) {
+        return order < 0 ? -1 : 1;
     }
     return CompareTails(left, right, ignoreCase);
 }
@@ -113,37 +136,24 @@ int CompareText(std::u16string_view left, std::u16string_view right, bool ignore
 bool EqualText(std::u16string_view left, std::u16string_view right) {
     const auto difference =
         std::mismatch(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char16_t a, char16_t b) { return a == b || FoldUnit(a) == FoldUnit(b); });
+                      [](char16_t a, char16_t b) { return a == b || Fold(a) == Fold(b); });
     const auto same = static_cast<std::size_t>(difference.first - left.begin());
     if (same == left.size() && same == right.size()) {
         return true;
     }
-    // An ASCII character begins anew: nothing in front of it combines with it, and it is no part of
-    // a decomposition, so that two of them, or one and the end, cannot become equal any more.
+    // Normalization leaves an ASCII character as it is and where it is, behind the same text on
+    // both sides. So two of them, or one and the end, stay different whatever follows.
     if (same >= kCollatedUnits || (FoldedAt(left, same) < 0x80 && FoldedAt(right, same) < 0x80)) {
         return false;
     }
-    const CCollated leftHead(left, true);
-    const CCollated rightHead(right, true);
-    UErrorCode status = U_ZERO_ERROR;
-    const std::int32_t order = unorm_compare(leftHead.Data(), leftHead.Length(), rightHead.Data(),
-                                             rightHead.Length(), 0, &status);
-    return U_SUCCESS(status) && order == 0 && CompareTails(left, right, true) == 0;
+    return CompareCharacters({left, true}, {right, true}) == 0 &&
+           CompareTails(left, right, true) == 0;
 }
 
-char16_t FoldUnit(char16_t unit) {
-    if (unit < 0x80) {
-        return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
-    }
-    // The lower-case form of this one is two characters, of which a unit holds only the first.
-    if (unit == 0x0130) {
-        return unit;
-    }
-    return static_cast<char16_t>(u_tolower(unit));
-}
+char16_t FoldUnit(char16_t unit) { return Fold(unit); }
 
 void FoldText(char16_t* text, std::size_t length) {
-    std::transform(text, text + length, text, FoldUnit);
+    std::transform(text, text + length, text, Fold);
 }
 
 bool IsSpace(char16_t unit) { return u_isUWhiteSpace(unit) != 0; }
