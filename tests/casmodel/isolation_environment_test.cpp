@@ -1,27 +1,15 @@
 #include "casmodel/isolation_environment.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "foundation/file_path.h"
+#include "casmodel/document_test.h"
 #include "platform/status.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
 
 namespace {
 
-class IsolationEnvironmentTest : public testing::Test {
+class IsolationEnvironmentTest : public CDocumentTest<CCasIsolationEnvironment> {
 protected:
-    int ReadDocument(const std::string& xml) {
-        return m_environment.ReadFromFile(CFilePathW(m_folder.WriteFile("SandboxData.xml", xml)));
-    }
     void Read(const std::string& elements) {
         ASSERT_EQ(ReadDocument("<CitrixAIE><AIE>" + elements + "</AIE></CitrixAIE>"), 0);
     }
-
-    CTempFolder m_folder;
-    CCasIsolationEnvironment m_environment;
 };
 
 TEST_F(IsolationEnvironmentTest, ReadsEachElementIntoItsField) {
@@ -35,32 +23,33 @@ TEST_F(IsolationEnvironmentTest, ReadsEachElementIntoItsField) {
             <InstallRootLocation>3</InstallRootLocation></RegistryDefaultRule>
         <FileSystemDefaultRule><VirtualizedName>4</VirtualizedName><PhysicalName>5</PhysicalName>
         </FileSystemDefaultRule><Rules/>)");
-    EXPECT_EQ(m_environment.Name, CStrW(u"n"));
-    EXPECT_EQ(m_environment.Description, CStrW(u"d"));
-    EXPECT_EQ(m_environment.Security.ExeSecurityMode.Enhanced, CStrW(u"e"));
-    ASSERT_EQ(m_environment.Security.ExeControlList.size(), 2U);
-    EXPECT_EQ(m_environment.Security.ExeControlList[0]->ExePathName, CStrW(u"x"));
-    EXPECT_EQ(m_environment.NamedObjectDefaultRule.Description, CStrW(u"1"));
-    EXPECT_EQ(m_environment.RegistryDefaultRule.UserRootLocation, CStrW(u"2"));
-    EXPECT_EQ(m_environment.RegistryDefaultRule.InstallRootLocation, CStrW(u"3"));
-    EXPECT_EQ(m_environment.FileSystemDefaultRule.VirtualizedName, CStrW(u"4"));
-    EXPECT_EQ(m_environment.FileSystemDefaultRule.PhysicalName, CStrW(u"5"));
-    EXPECT_TRUE(m_environment.Rules.empty());
+    ASSERT_EQ(m_model.Security.ExeControlList.size(), 2U);
+    EXPECT_EQ(Joined({m_model.Name, m_model.Description, m_model.Security.ExeSecurityMode.Enhanced,
+                      m_model.Security.ExeControlList[0]->ExePathName}),
+              "n|d|e|x");
+    EXPECT_EQ(Joined({m_model.NamedObjectDefaultRule.Description,
+                      m_model.RegistryDefaultRule.UserRootLocation,
+                      m_model.RegistryDefaultRule.InstallRootLocation,
+                      m_model.FileSystemDefaultRule.VirtualizedName,
+                      m_model.FileSystemDefaultRule.PhysicalName}),
+              "1|2|3|4|5");
+    EXPECT_TRUE(m_model.Rules.empty());
 }
 
 TEST_F(IsolationEnvironmentTest, RulesHaveAttributesAndATypeNamedByAChild) {
     Read(R"(<Rules>
-        <Rule Origin="~0041" x:TYPE="file" xmlns:x="urn:x" other="o"><RuleType><IsolatePerUser/></RuleType>
+        <Rule Origin="~0041" x:TYPE="file" xmlns:x="urn:x" other="o">
+            <RuleType><IsolatePerUser/></RuleType>
             <Description>d</Description><VirtualizedName>v</VirtualizedName></Rule>
-        <Rule><RuleType><Redirect/><StrictIsolation>Ignore</StrictIsolation><Unknown/></RuleType></Rule>
+        <Rule><RuleType><Redirect/><StrictIsolation>Ignore</StrictIsolation><Other/></RuleType>
+        </Rule>
         <Rule type="t"/><Rule><RuleType><redirect/></RuleType><RuleType/></Rule></Rules>)");
-    ASSERT_EQ(m_environment.Rules.size(), 4U);
-    const auto& rules = m_environment.Rules;
-    EXPECT_EQ(rules[0]->Origin, CStrW(u"A"));
-    EXPECT_EQ(rules[0]->Type, CStrW(u"file"));
+    ASSERT_EQ(m_model.Rules.size(), 4U);
+    const auto& rules = m_model.Rules;
+    EXPECT_EQ(Joined({rules[0]->Origin, rules[0]->Type, rules[0]->Description,
+                      rules[0]->VirtualizedName}),
+              "A|file|d|v");
     EXPECT_EQ(rules[0]->RuleType, ECasRuleType::IsolatePerUser);
-    EXPECT_EQ(rules[0]->Description, CStrW(u"d"));
-    EXPECT_EQ(rules[0]->VirtualizedName, CStrW(u"v"));
     EXPECT_TRUE(rules[1]->Origin.IsEmpty());
     EXPECT_EQ(rules[1]->RuleType, ECasRuleType::StrictIsolation);
     EXPECT_EQ(rules[2]->Type, CStrW(u"t"));
@@ -73,7 +62,7 @@ TEST_F(IsolationEnvironmentTest, AFlagIsSetByATextThatBeginsWithT) {
         <InstallExecute>1</InstallExecute><PhysicalExecute>T</PhysicalExecute>
         <InstallCopyOnWrite>false</InstallCopyOnWrite><PhysicalCopyOnWrite/></AccessFlags>
         </RegistryDefaultRule>)");
-    const SCasAccessFlags& flags = m_environment.RegistryDefaultRule.AccessFlags;
+    const SCasAccessFlags& flags = m_model.RegistryDefaultRule.AccessFlags;
     EXPECT_TRUE(flags.UserExecute);
     EXPECT_FALSE(flags.InstallExecute);
     EXPECT_TRUE(flags.PhysicalExecute);
@@ -85,12 +74,12 @@ TEST_F(IsolationEnvironmentTest, TheRootIsFoundByItsWholePath) {
     EXPECT_EQ(ReadDocument("<citrixaie><Other><AIE><Name>no</Name></AIE></Other><Other/>"
                            "<aie><Name>n</Name></aie><AIE><Name>late</Name></AIE></citrixaie>"),
               0);
-    EXPECT_EQ(m_environment.Name, CStrW(u"n"));
+    EXPECT_EQ(m_model.Name, CStrW(u"n"));
     for (const char* xml : {"<AIE/>", "<CitrixAIE/>", "<Other><AIE/></Other>", ""}) {
         SCOPED_TRACE(xml);
         EXPECT_EQ(ReadDocument(xml), ERROR_NOT_FOUND);
     }
-    EXPECT_LT(m_environment.ReadFromFile(CFilePathW(m_folder.Name("missing.xml"))), 0);
+    EXPECT_LT(ReadMissingDocument(), 0);
 }
 
 }  // namespace

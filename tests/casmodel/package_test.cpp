@@ -28,14 +28,6 @@ TEST(PackageTest, IsNamedByItsProfileAndFindsItsTargetsBesideIt) {
     EXPECT_TRUE(folder.Exists(name + "/Device/C/old.txt"));
 }
 
-TEST(PackageTest, ANameThatIsAllExtensionIsEmpty) {
-    const CTempFolder folder;
-    folder.WriteFile(".profile", "<Package/>");
-    CCasPackage package;
-    ASSERT_EQ(package.Open(CStrW(folder.Name(".profile"))), 0);
-    EXPECT_TRUE(package.GetName().IsEmpty());
-}
-
 TEST(PackageTest, AFailureIsLoggedOnceWithTheFileAndCannotBeRetried) {
     const CTempFolder folder;
     folder.WriteFile("Other.profile", "<Other/>");

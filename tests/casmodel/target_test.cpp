@@ -1,44 +1,20 @@
 #include "casmodel/target.h"
 
-#include <gtest/gtest.h>
-
-#include <initializer_list>
-#include <string>
-#include <vector>
-
+#include "casmodel/document_test.h"
 #include "casmodel/profile.h"
-#include "foundation/file_path.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
 
 namespace {
 
-// The texts with "|" between them.
-std::string Joined(std::initializer_list<CStrW> texts) {
-    std::string all;
-    for (const CStrW& text : texts) {
-        all += (all.empty() ? "" : "|") + Utf8(text);
-    }
-    return all;
-}
-
-using Numbers = std::vector<std::uint32_t>;
-
-class TargetTest : public testing::Test {
+class TargetTest : public CDocumentTest<CCasProfile> {
 protected:
-    // The one target of a profile.
+    void ReadProfile(const std::string& elements) {
+        ASSERT_EQ(ReadDocument("<Package>" + elements + "</Package>"), 0);
+    }
+    // Reads a further target.
     const CCasTarget& Read(const std::string& elements) {
         ReadProfile("<Targets><Target>" + elements + "</Target></Targets>");
-        return *m_profile.Targets.at(0);
+        return *m_model.Targets.back();
     }
-    void ReadProfile(const std::string& elements) {
-        const CFilePathW file(
-            m_folder.WriteFile("a.profile", "<Package>" + elements + "</Package>"));
-        ASSERT_EQ(m_profile.ReadFromFile(file), 0);
-    }
-
-    CTempFolder m_folder;
-    CCasProfile m_profile;
 };
 
 TEST_F(TargetTest, ReadsEachElementIntoItsField) {
@@ -81,7 +57,6 @@ TEST_F(TargetTest, FolderIsNamedByGuidAndSignedVersion) {
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.elements);
-        m_profile.Targets.clear();
         EXPECT_EQ(Read(each.elements).GetFolderName(), CStrW(each.name));
     }
 }
@@ -103,19 +78,6 @@ TEST_F(TargetTest, ReadsServices) {
     EXPECT_TRUE(service.DeleteFlag);
     EXPECT_FALSE(service.Mangled);
     EXPECT_TRUE(target.Services[1]->Mangled);
-}
-
-TEST_F(TargetTest, ReadsScripts) {
-    ReadProfile(R"(<Scripts>
-        <a><Filename>f</Filename><Cmdline>c</Cmdline><Prelaunch>1</Prelaunch></a>
-        <b><Disabled>1</Disabled><Isolated>1</Isolated></b></Scripts>)");
-    ASSERT_EQ(m_profile.Scripts.size(), 2U);
-    EXPECT_EQ(Joined({m_profile.Scripts[0]->Filename, m_profile.Scripts[0]->Cmdline}), "f|c");
-    EXPECT_TRUE(m_profile.Scripts[0]->Prelaunch);
-    EXPECT_FALSE(m_profile.Scripts[0]->Disabled);
-    EXPECT_TRUE(m_profile.Scripts[1]->Disabled);
-    EXPECT_TRUE(m_profile.Scripts[1]->Isolated);
-    EXPECT_FALSE(m_profile.Scripts[1]->Prelaunch);
 }
 
 TEST_F(TargetTest, ReadsApplicationsOfTheTarget) {
@@ -146,8 +108,8 @@ TEST_F(TargetTest, ReadsApplicationsOfTheProfile) {
     ReadProfile(R"(<Apps><App><Icons><Icon><Offset>1</Offset><Size>2</Size>
         <MultiImage>true</MultiImage><Default>4</Default></Icon></Icons>
         <Icons3><i><TODO><Name>no</Name></TODO></i><i/></Icons3><Name>n</Name></App></Apps>)");
-    ASSERT_EQ(m_profile.Apps.size(), 1U);
-    const CCasProfileApplication& application = *m_profile.Apps[0];
+    ASSERT_EQ(m_model.Apps.size(), 1U);
+    const CCasProfileApplication& application = *m_model.Apps[0];
     EXPECT_EQ(application.Name, CStrW(u"n"));
     EXPECT_EQ(application.Icons3.size(), 2U);
     ASSERT_EQ(application.Icons.size(), 1U);
