@@ -267,7 +267,9 @@ CTestHive::CLayout::SValueCells CTestHive::CLayout::AddValue(const SValue& value
 std::uint32_t CTestHive::CLayout::AddSegments(const SValue& value, SValueCells& cells) {
     std::string list;
     for (std::size_t start = 0; start < value.data.size(); start += kSegmentLength) {
-        AppendNumber(list, AddCell(std::string_view(value.data).substr(start, kSegmentLength)), 4);
+        // The system leaves 4 bytes behind each, and there is a reader that relies on it.
+        const std::string rest(4, '\0');
+        AppendNumber(list, AddCell(value.data.substr(start, kSegmentLength) + rest), 4);
     }
     cells.segments = AddCell(list);
     std::string record = "db";

@@ -1,0 +1,170 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <span>
+
+#include "platform/posix/marvin.h"
+#include "platform/registry.h"
+#include "platform/status.h"
+#include "support/hive_builder.h"
+#include "support/hive_log_builder.h"
+#include "support/little_endian.h"
+#include "support/registry_tree.h"
+#include "support/temp_folder.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+constexpr const char16_t* kMount = u"OrvCasConvTest";
+
+// The hive after its first to third write. Each write gives it one more key, and the third makes it
+// grow by a bin.
+std::string MakeHive(int writes) {
+    CTestHive hive;
+    hive.Sequences(3, 2);
+    for (int i = 1; i <= writes; ++i) {
+        hive.Key(u"Key" + std::u16string(1, static_cast<char16_t>(u'0' + i)));
+        if (i == 3) {
+            hive.Binary(u"Large", std::string(9000, 'x'));
+        }
+    }
+    return hive.Bytes();
+}
+
+std::vector<std::string> KeysUpTo(int last) {
+    std::vector<std::string> lines;
+    for (int i = 1; i <= last; ++i) {
+        lines.push_back("Key" + std::to_string(i) + "\\");
+        if (i == 3) {
+            lines.push_back(ValueLine("Key3", "Large", 3, std::string(9000, 'x')));
+        }
+    }
+    lines.emplace_back("\\");
+    return lines;
+}
+
+class DirtyHiveTest : public testing::Test {
+protected:
+    // What is read of a hive that has these logs beside it; an empty log is none.
+    RegistryTree Read(const std::string& hive, const std::string& log1 = "",
+                      const std::string& log2 = "", const std::string& log = "") {
+        const CTempFolder folder;
+        const std::u16string name = folder.WriteFile("hive", hive);
+        const std::pair<const char*, std::string> logs[] = {
+            {"hive.LOG1", log1}, {"hive.LOG2", log2}, {"hive.LOG", log}};
+        for (const auto& [logName, bytes] : logs) {
+            if (!bytes.empty()) {
+                folder.WriteFile(logName, bytes);
+            }
+        }
+        platform::KeyHandle machine = nullptr;
+        EXPECT_EQ(platform::ConnectMachine(machine), ERROR_SUCCESS);
+        EXPECT_EQ(platform::LoadHive(machine, kMount, name.c_str()), ERROR_SUCCESS);
+        RegistryTree tree = ReadRegistryTree(kMount);
+        EXPECT_EQ(platform::UnloadHive(machine, kMount), ERROR_SUCCESS);
+        platform::CloseKey(machine);
+        EXPECT_EQ(folder.ReadFile("hive"), hive);
+        return tree;
+    }
+
+    std::string m_first = MakeHive(1);
+    std::string m_second = MakeHive(2);
+    std::string m_third = MakeHive(3);
+};
+
+TEST_F(DirtyHiveTest, StandsAsItIsWithoutLogs) { EXPECT_EQ(Read(m_first), KeysUpTo(1)); }
+
+TEST_F(DirtyHiveTest, TakesThePagesOfADirtyVector) {
+    const std::string log = MakeDirtyVectorLog(m_first, m_third);
+    EXPECT_EQ(Read(m_first, log), KeysUpTo(3));
+    EXPECT_EQ(Read(m_first, "", "", log), KeysUpTo(3));
+}
+
+TEST_F(DirtyHiveTest, LeavesADirtyVectorThatIsNotItsOwnOrNotWhole) {
+    std::string elsewhen = MakeDirtyVectorLog(m_first, m_third);
+    PutNumber(elsewhen, 12, 5, 4);
+    SealHiveHeader(elsewhen);
+    EXPECT_EQ(Read(m_first, elsewhen), KeysUpTo(1));
+
+    std::string unfinished = MakeDirtyVectorLog(m_first, m_third);
+    PutNumber(unfinished, 4, 9, 4);
+    SealHiveHeader(unfinished);
+    EXPECT_EQ(Read(m_first, unfinished), KeysUpTo(1));
+
+    std::string cut = MakeDirtyVectorLog(m_first, m_third);
+    cut.resize(cut.size() - 1);
+    EXPECT_EQ(Read(m_first, cut), KeysUpTo(1));
+}
+
+TEST_F(DirtyHiveTest, TakesEntriesFromBothLogsInTheirOrder) {
+    // The first entry of each log is from before the last write that is whole.
+    const std::string log1 = CTestHiveLog(m_first).Entry(2, m_first, m_second).Bytes();
+    const std::string log2 =
+        CTestHiveLog(m_first).Entry(1, m_third, m_first).Entry(2, m_first, m_second).Bytes();
+    const std::string log3 = CTestHiveLog(m_first).Entry(3, m_second, m_third).Bytes();
+    EXPECT_EQ(Read(m_first, log1, log3), KeysUpTo(3));
+    EXPECT_EQ(Read(m_first, log3, log1), KeysUpTo(3));
+    EXPECT_EQ(Read(m_first, log2, log3), KeysUpTo(3));
+}
+
+TEST_F(DirtyHiveTest, StopsAtAnEntryThatIsTornOrMissing) {
+    const std::string whole =
+        CTestHiveLog(m_first).Entry(2, m_first, m_second).Entry(3, m_second, m_third).Bytes();
+    const std::string gap =
+        CTestHiveLog(m_first).Entry(2, m_first, m_second).Entry(4, m_second, m_third).Bytes();
+    EXPECT_EQ(Read(m_first, gap), KeysUpTo(2));
+    EXPECT_EQ(Read(m_first, CTestHiveLog(m_first).Entry(3, m_first, m_third).Bytes()), KeysUpTo(1));
+    // One byte in the pages, in the list of pages and in the header of the second entry.
+    const std::size_t second = whole.find("HvLE", whole.find("HvLE") + 1);
+    for (const std::size_t offset : {whole.size() - 1, second + 44, second + 16, second}) {
+        SCOPED_TRACE(offset);
+        std::string torn = whole;
+        torn[offset] = static_cast<char>(torn[offset] ^ 1);
+        EXPECT_EQ(Read(m_first, torn), KeysUpTo(2));
+    }
+}
+
+TEST_F(DirtyHiveTest, RepairsATornHeader) {
+    std::string torn = m_first;
+    PutNumber(torn, 8, 77, 4);
+    EXPECT_EQ(Read(torn, CTestHiveLog(m_first).Entry(5, m_first, m_third).Bytes()), KeysUpTo(3));
+    EXPECT_EQ(Read(torn, MakeDirtyVectorLog(m_first, m_third)), KeysUpTo(3));
+    torn.replace(0, 512, 512, '\0');
+    EXPECT_EQ(Read(torn, CTestHiveLog(m_first).Entry(5, m_first, m_second).Bytes()), KeysUpTo(2));
+}
+
+TEST_F(DirtyHiveTest, NeedsNoLogsWhenItsLastWriteIsWhole) {
+    std::string clean = m_first;
+    PutNumber(clean, 4, 2, 4);
+    SealHiveHeader(clean);
+    EXPECT_EQ(Read(clean, CTestHiveLog(clean).Entry(2, m_first, m_third).Bytes()), KeysUpTo(1));
+    EXPECT_EQ(Read(clean, MakeDirtyVectorLog(clean, m_third)), KeysUpTo(1));
+}
+
+// The size that an entry gives the hive is checked: no log makes it larger than both files are.
+TEST_F(DirtyHiveTest, DoesNotGrowBeyondWhatItsLogsHold) {
+    std::string huge = m_third;
+    huge.resize(huge.size() + (std::size_t{1} << 20));
+    const std::string log = CTestHiveLog(m_first).Entry(2, huge.substr(0, 4096), huge).Bytes();
+    EXPECT_EQ(Read(m_first, log), KeysUpTo(3));
+    const std::string sparse =
+        CTestHiveLog(m_first)
+            .Entry(2, m_first + std::string(huge.size() - m_first.size(), '\0'), huge)
+            .Bytes();
+    EXPECT_EQ(Read(m_first, sparse), KeysUpTo(1));
+}
+
+// The hash of an entry's header as Windows 10 has written it.
+TEST(MarvinTest, GivesTheHashThatWindowsWrites) {
+    std::string header = "HvLE";
+    for (const std::uint32_t number : {0x5E00U, 0U, 2U, 0x5000U, 1U, 0x1807E431U, 0x67866C66U}) {
+        AppendNumber(header, number, 4);
+    }
+    EXPECT_EQ(platform::CMarvin(0x82EF4D887A4E55C5U).Finish(std::as_bytes(std::span(header))),
+              0xCD44F3CFA7657F02U);
+    EXPECT_NE(platform::CMarvin(0x82EF4D887A4E55C5U).Finish(std::as_bytes(std::span("abc", 3))),
+              platform::CMarvin(0x82EF4D887A4E55C5U).Finish(std::as_bytes(std::span("abd", 3))));
+}
+
+}  // namespace

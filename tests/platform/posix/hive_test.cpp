@@ -1,0 +1,405 @@
+#include "platform/posix/hive.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <hivex.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <span>
+#include <utility>
+
+#include "platform/status.h"
+#include "support/hive_builder.h"
+#include "support/registry_tree.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+
+using testing::ElementsAre;
+using testing::IsSubsetOf;
+
+namespace platform {
+namespace {
+
+constexpr std::uint32_t kAnywhere = 0xFFFFFFF8U;  // no cell can be there
+
+int LoadBytes(const std::string& bytes, CHive& hive) {
+    return hive.Load(CHiveImage(std::as_bytes(std::span(bytes))));
+}
+
+// What stands in a hive by index, each key and value found again by its name.
+RegistryTree ReadTree(CHive& hive) {
+    RegistryTree lines;
+    std::vector<std::u16string> paths = {u""};
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        const std::u16string path = paths[i];
+        const std::string shown = Utf8(path);
+        const KeyNumber key = hive.FindKey(path);
+        EXPECT_NE(key, kNoKey) << shown;
+        lines.push_back(KeyLine(shown));
+        std::u16string name;
+        for (std::uint32_t child = 0; hive.GetChildName(key, child, name); ++child) {
+            paths.push_back(path.empty() ? name : path + u"\\" + name);
+        }
+        SValueNode value;
+        for (std::uint32_t index = 0; hive.GetValue(key, index, value); ++index) {
+            value.name.CopyTo(name);
+            EXPECT_TRUE(hive.FindValue(key, name, value)) << shown << ": " << Utf8(name);
+            std::string data(value.size, '\0');
+            hive.CopyData(value, std::as_writable_bytes(std::span(data)).data());
+            lines.push_back(ValueLine(shown, Utf8(name), value.type, data));
+        }
+    }
+    std::ranges::sort(lines);
+    return lines;
+}
+
+RegistryTree ReadTree(const std::string& bytes) {
+    CHive hive;
+    EXPECT_EQ(LoadBytes(bytes, hive), ERROR_SUCCESS);
+    return ReadTree(hive);
+}
+
+template <class T>
+std::unique_ptr<T, decltype(&std::free)> Owned(T* allocated) {
+    return {allocated, &std::free};
+}
+
+// The same, as another reader of hives has it.
+RegistryTree ReadTreeByHivex(const std::string& bytes) {
+    const CTempFolder folder;
+    folder.WriteFile("hive", bytes);
+    const std::unique_ptr<hive_h, decltype(&hivex_close)> hive(
+        hivex_open(folder.Path("hive").c_str(), 0), &hivex_close);
+    RegistryTree lines;
+    if (hive == nullptr) {
+        return lines;
+    }
+    std::vector<std::pair<hive_node_h, std::string>> keys = {{hivex_root(hive.get()), ""}};
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        const auto [key, path] = keys[i];
+        lines.push_back(KeyLine(path));
+        const auto children = Owned(hivex_node_children(hive.get(), key));
+        for (const hive_node_h* child = children.get(); *child != 0; ++child) {
+            const auto name = Owned(hivex_node_name(hive.get(), *child));
+            keys.emplace_back(*child, path.empty() ? name.get() : path + "\\" + name.get());
+        }
+        const auto values = Owned(hivex_node_values(hive.get(), key));
+        for (const hive_value_h* value = values.get(); *value != 0; ++value) {
+            hive_type type{};
+            std::size_t size = 0;
+            const auto data = Owned(hivex_value_value(hive.get(), *value, &type, &size));
+            const auto name = Owned(hivex_value_key(hive.get(), *value));
+            lines.push_back(ValueLine(path, name.get(), type, {data.get(), size}));
+        }
+    }
+    std::ranges::sort(lines);
+    return lines;
+}
+
+// Keys and values of every kind that both readers know.
+CTestHive MakeVariedHive() {
+    CTestHive hive;
+    hive.Key(u"Texts")
+        .String(u"", u"default")
+        .String(u"Empty", u"")
+        .ExpandString(u"Path", u"%SystemRoot%\\a")
+        .MultiString(u"Several", {u"one", u"two"})
+        .String(u"\u0418\u043C\u044F", u"\u0442\u0435\u043A\u0441\u0442")
+        .String(u"\u00E4\u00F6", u"Latin-1");
+    hive.Key(u"Numbers").Dword(u"d", 0x01020304).Qword(u"q", 0x0102030405060708);
+    hive.Key(u"Sizes");
+    for (const std::size_t size : {0, 1, 3, 4, 5, 16343, 16344}) {
+        hive.Binary(Utf16(std::to_string(size)), std::string(size, 'x'));
+    }
+    hive.Key(u"Types").Value(u"link", 6, "abcdef").Value(u"odd", 0x12345678, "abcdef");
+    hive.Key(u"\u041F\u0440\u0438\u0432\u0435\u0442\\\u041A\u043B\u044E\u0447").Dword(u"x", 1);
+    hive.WideNames().Key(u"Wide\\Below").String(u"Wide", u"x").WideNames(false);
+    for (char16_t letter = u'a'; letter <= u'z'; ++letter) {
+        hive.Key(std::u16string(u"Many\\") + letter + u"\\Below").Dword(u"x", letter);
+    }
+    return hive;
+}
+
+TEST(HiveTest, AgreesWithAnotherReaderOnEveryForm) {
+    for (const std::uint32_t version : {3U, 5U, 6U}) {
+        for (const EHiveList list : {EHiveList::Lf, EHiveList::Lh, EHiveList::Li}) {
+            for (const std::size_t partSize : {1000U, 26U, 25U, 4U, 1U}) {
+                SCOPED_TRACE(testing::Message() << version << " " << partSize);
+                const std::string bytes =
+                    MakeVariedHive().Version(version).Lists(list, partSize).Bytes();
+                const RegistryTree tree = ReadTree(bytes);
+                EXPECT_GT(tree.size(), 100U);
+                EXPECT_EQ(tree, ReadTreeByHivex(bytes));
+            }
+        }
+    }
+}
+
+TEST(HiveTest, JoinsTheSegmentsOfLargeData) {
+    std::string data;
+    for (std::size_t i = 0; i < 3 * 16344 + 1; ++i) {
+        data += static_cast<char>(i * 31 >> 4);
+    }
+    for (const std::size_t size : {16345U, 2 * 16344U, 3 * 16344U + 1}) {
+        SCOPED_TRACE(size);
+        const std::string bytes = CTestHive().Binary(u"v", data.substr(0, size)).Bytes();
+        EXPECT_THAT(ReadTree(bytes),
+                    ElementsAre("\\", ValueLine("", "v", 3, data.substr(0, size))));
+        EXPECT_EQ(ReadTree(bytes), ReadTreeByHivex(bytes));
+    }
+    // Formats before 1.4 have it in one cell, whatever the data begins with.
+    data.replace(0, 2, "db");
+    EXPECT_THAT(ReadTree(CTestHive().Version(3).Binary(u"v", data).Bytes()),
+                ElementsAre("\\", ValueLine("", "v", 3, data)));
+}
+
+TEST(HiveTest, KnowsANameWithANulByWhatStandsBeforeIt) {
+    const std::u16string cut(u"zero\0key", 8);
+    CHive hive;
+    ASSERT_EQ(LoadBytes(CTestHive().Key(cut).Dword(std::u16string(u"v\0w", 3), 1).Bytes(), hive),
+              ERROR_SUCCESS);
+    EXPECT_THAT(ReadTree(hive), ElementsAre("\\", "zero\\", "zero\\v: 4 01000000"));
+
+    // A name that is whole comes first, wherever it stands.
+    std::string bytes = CTestHive()
+                            .Key(cut)
+                            .Dword(u"", 1)
+                            .Key(u"zero")
+                            .Dword(std::u16string(u"v\0w", 3), 2)
+                            .Dword(u"v", 3)
+                            .Bytes();
+    SValueNode value;
+    CHive both;
+    ASSERT_EQ(LoadBytes(bytes, both), ERROR_SUCCESS);
+    EXPECT_EQ(both.GetInfo(kRootKey).subKeyCount, 2U);
+    ASSERT_TRUE(both.FindValue(both.FindKey(u"ZERO"), u"V", value));
+    EXPECT_EQ(std::to_integer<int>(value.inlineData[0]), 3);
+}
+
+TEST(HiveTest, KeepsLoneSurrogatesInNames) {
+    CHive hive;
+    ASSERT_EQ(
+        LoadBytes(CTestHive().Key(u"a\xD800").Key(u"a\xDC00").Dword(u"\xDFFF", 1).Bytes(), hive),
+        ERROR_SUCCESS);
+    const KeyNumber key = hive.FindKey(u"A\xDC00");
+    ASSERT_NE(key, kNoKey);
+    EXPECT_NE(key, hive.FindKey(u"a\xD800"));
+    SValueNode value;
+    EXPECT_TRUE(hive.FindValue(key, u"\xDFFF", value));
+    EXPECT_FALSE(hive.FindValue(key, u"\xDFFE", value));
+}
+
+TEST(HiveTest, RefusesWhatHasNoHeaderOrNoRoot) {
+    const SHiveCell header = {SHiveCell::Header, u""};
+    const SHiveCell root = {SHiveCell::Key, u""};
+    const std::string hives[] = {
+        "",
+        "regf",
+        CTestHive().Bytes().substr(0, 4096),
+        CTestHive().Patch32(header, 0, 0x66676573).Bytes(),
+        CTestHive().Patch32(header, 20, 2).Bytes(),
+        CTestHive().Version(1).Bytes(),
+        CTestHive().Version(7).Bytes(),
+        CTestHive().Patch32(header, 36, kAnywhere).Bytes(),
+        CTestHive().Patch32(header, 36, 0x24).Bytes(),
+        CTestHive().Patch16(root, 0, 0x6B76).Bytes(),
+        CTestHive().Resize(root, 88).Bytes(),  // a free cell
+        CTestHive().Resize(root, -72).Bytes(),
+    };
+    for (const std::string& bytes : hives) {
+        SCOPED_TRACE(&bytes - hives);
+        CHive hive;
+        EXPECT_EQ(LoadBytes(bytes, hive), ERROR_BADDB);
+    }
+}
+
+// A small tree to be damaged: two keys with subkeys, and one with values.
+class DamagedHiveTest : public testing::Test {
+protected:
+    DamagedHiveTest() {
+        m_hive.Key(u"A\\B\\C")
+            .Key(u"A\\D")
+            .Key(u"E\\F")
+            .Key(u"V")
+            .Dword(u"d", 1)
+            .String(u"s", u"text");
+        m_hive.Binary(u"l", std::string(16345, 'x')).Dword(u"z", 2);
+        m_whole = ReadTree(m_hive.Bytes());
+    }
+
+    // The lines that the damage took away. Nothing else may change.
+    RegistryTree Lost(const CTestHive& damaged) const {
+        const RegistryTree left = ReadTree(damaged.Bytes());
+        RegistryTree lost;
+        std::ranges::set_difference(m_whole, left, std::back_inserter(lost));
+        EXPECT_EQ(left.size() + lost.size(), m_whole.size());
+        for (std::string& line : lost) {
+            line = line.substr(0, line.find(' '));
+        }
+        return lost;
+    }
+
+    CTestHive m_hive;
+    RegistryTree m_whole;
+
+    const SHiveCell m_root = {SHiveCell::Key, u""};
+    const SHiveCell m_a = {SHiveCell::Key, u"A"};
+    const SHiveCell m_b = {SHiveCell::Key, u"A\\B"};
+    const SHiveCell m_aList = {SHiveCell::SubKeys, u"A"};  // of B and D
+    const SHiveCell m_v = {SHiveCell::Key, u"V"};
+    const SHiveCell m_vList = {SHiveCell::Values, u"V"};
+    const SHiveCell m_text = {SHiveCell::Value, u"V", u"s"};
+    const SHiveCell m_large = {SHiveCell::Value, u"V", u"l"};
+    const SHiveCell m_largeRecord = {SHiveCell::Data, u"V", u"l"};
+    const SHiveCell m_largeList = {SHiveCell::Segments, u"V", u"l"};
+};
+
+TEST_F(DamagedHiveTest, LosesTheKeyWhoseEntryOrRecordIsBad) {
+    const RegistryTree lost = {"A\\B\\", "A\\B\\C\\"};
+    const CTestHive damages[] = {
+        CTestHive(m_hive).Patch32(m_aList, 4, kAnywhere),
+        CTestHive(m_hive).Patch32(m_aList, 4, 4),
+        CTestHive(m_hive).Link(m_aList, 4, m_text),
+        CTestHive(m_hive).Link(m_aList, 4, m_root),
+        CTestHive(m_hive).Link(m_aList, 4, m_a),
+        CTestHive(m_hive).Link(m_aList, 4, {SHiveCell::Key, u"A\\D"}),
+        CTestHive(m_hive).Link(m_aList, 4, {SHiveCell::Key, u"E\\F"}),
+        CTestHive(m_hive).Patch16(m_b, 0, 0),
+        CTestHive(m_hive).Patch16(m_b, 72, 0),
+        CTestHive(m_hive).Patch16(m_b, 72, 9),
+        CTestHive(m_hive).Patch16(m_b, 76, u'\\'),
+        CTestHive(m_hive).Resize(m_b, 88),
+        CTestHive(m_hive).Resize(m_b, -80),
+    };
+    for (const CTestHive& damaged : damages) {
+        SCOPED_TRACE(&damaged - damages);
+        EXPECT_EQ(Lost(damaged), lost);
+    }
+}
+
+TEST_F(DamagedHiveTest, LosesNoMoreThanWhatAListHolds) {
+    EXPECT_THAT(Lost(CTestHive(m_hive).Patch16(m_aList, 0, 0)),
+                ElementsAre("A\\B\\", "A\\B\\C\\", "A\\D\\"));
+    EXPECT_THAT(Lost(CTestHive(m_hive).Link({SHiveCell::Key, u"A\\B"}, 28, m_aList)),
+                ElementsAre("A\\B\\C\\"));
+    // The first of the parts, which has the first two of three keys.
+    m_hive.Lists(EHiveList::Lh, 2);
+    const SHiveCell parts = {SHiveCell::SubKeys, u""};
+    EXPECT_THAT(Lost(CTestHive(m_hive).Link(parts, 4, parts)),
+                ElementsAre("A\\", "A\\B\\", "A\\B\\C\\", "A\\D\\", "E\\", "E\\F\\"));
+}
+
+TEST_F(DamagedHiveTest, LosesTheValueWhoseEntryRecordOrDataIsBad) {
+    const std::pair<const char*, CTestHive> damages[] = {
+        {"V\\s:", CTestHive(m_hive).Patch32(m_vList, 4, kAnywhere)},
+        {"V\\s:", CTestHive(m_hive).Link(m_vList, 4, m_v)},
+        {"V\\s:", CTestHive(m_hive).Patch16(m_text, 0, 0)},
+        {"V\\s:", CTestHive(m_hive).Patch16(m_text, 2, 9)},
+        {"V\\s:", CTestHive(m_hive).Patch32(m_text, 4, 200)},
+        {"V\\s:", CTestHive(m_hive).Patch32(m_text, 4, 0x7FFFFFFF)},
+        {"V\\s:", CTestHive(m_hive).Patch32(m_text, 4, 0x80000005)},
+        {"V\\s:", CTestHive(m_hive).Patch32(m_text, 8, kAnywhere)},
+        {"V\\l:", CTestHive(m_hive).Patch32(m_large, 4, 2 * 16344 + 1)},
+        {"V\\l:", CTestHive(m_hive).Patch16(m_largeRecord, 2, 1)},
+        {"V\\l:", CTestHive(m_hive).Patch32(m_largeRecord, 4, kAnywhere)},
+        {"V\\l:", CTestHive(m_hive).Patch32(m_largeList, 0, kAnywhere)},
+        {"V\\l:", CTestHive(m_hive).Resize(m_largeList, -8)},
+    };
+    for (const auto& damage : damages) {
+        SCOPED_TRACE(&damage - damages);
+        EXPECT_THAT(Lost(damage.second), ElementsAre(damage.first));
+    }
+}
+
+TEST_F(DamagedHiveTest, LosesNothingToANumberThatIsNotNeeded) {
+    const CTestHive damages[] = {
+        CTestHive(m_hive).Patch32({SHiveCell::Header, u""}, 40, 4096),
+        CTestHive(m_hive).Patch16(m_aList, 2, 0xFFFF),
+        CTestHive(m_hive).Patch32(m_a, 20, 1),
+        CTestHive(m_hive).Patch32(m_a, 20, 0xFFFFFFFF),
+        CTestHive(m_hive).Patch32(m_b, 16, kAnywhere),
+        CTestHive(m_hive).Link(m_b, 16, m_root),
+        CTestHive(m_hive).Patch32(m_a, 52, 0),
+        CTestHive(m_hive).Patch32(m_v, 36, 0x10000000),
+        CTestHive(m_hive).Patch32(m_v, 60, 0),
+        CTestHive(m_hive).Resize(m_b, -0x70000000),
+    };
+    for (const CTestHive& damaged : damages) {
+        SCOPED_TRACE(&damaged - damages);
+        EXPECT_THAT(Lost(damaged), ElementsAre());
+    }
+}
+
+TEST_F(DamagedHiveTest, ReadsWhatIsLeftOfACutOffFile) {
+    const std::string bytes = m_hive.Bytes();
+    std::size_t loaded = 0;
+    for (std::size_t size = 0; size < bytes.size(); size += 4) {
+        CHive hive;
+        if (LoadBytes(bytes.substr(0, size), hive) == ERROR_SUCCESS) {
+            ++loaded;
+            EXPECT_THAT(ReadTree(hive), IsSubsetOf(m_whole));
+        }
+    }
+    EXPECT_GT(loaded, 5000U);
+}
+
+TEST(HiveTest, BoundsWhatOneListGivesToManyKeys) {
+    constexpr std::uint32_t kCount = 2000;
+    CTestHive hive;
+    hive.Key(u"First");
+    for (std::uint32_t i = 0; i < kCount; ++i) {
+        hive.Dword(Utf16(std::to_string(i)), i);
+    }
+    for (std::uint32_t i = 0; i < kCount; ++i) {
+        const std::u16string name = u"Key" + Utf16(std::to_string(i));
+        hive.Key(name).Patch32({SHiveCell::Key, name}, 36, kCount);
+        hive.Link({SHiveCell::Key, name}, 40, {SHiveCell::Values, u"First"});
+    }
+    CHive loaded;
+    ASSERT_EQ(LoadBytes(hive.Bytes(), loaded), ERROR_SUCCESS);
+    std::uint32_t values = 0;
+    std::u16string name;
+    for (std::uint32_t i = 0; loaded.GetChildName(kRootKey, i, name); ++i) {
+        values += loaded.GetInfo(loaded.FindKey(name)).valueCount;
+    }
+    EXPECT_GE(values, kCount);
+    EXPECT_LE(values, 20 * kCount);
+}
+
+TEST(HiveTest, HasNoLimitsOfNumberOrDepth) {
+    constexpr std::uint32_t kCount = 80000;  // beyond the counters of 16 bits
+    constexpr std::uint32_t kDepth = 5000;
+    CTestHive source;
+    std::u16string deep = u"Deep";
+    for (std::uint32_t i = 0; i < kDepth; ++i) {
+        deep += u"\\d";
+    }
+    source.Key(deep).Dword(u"x", 1).Key(u"Values");
+    for (std::uint32_t i = 0; i < kCount; ++i) {
+        source.Dword(Utf16(std::to_string(i)), i);
+    }
+    source.Key(u"Keys");
+    for (std::uint32_t i = 0; i < kCount; ++i) {
+        source.SubKey(Utf16(std::to_string(i)));
+    }
+    CHive hive;
+    ASSERT_EQ(LoadBytes(source.Bytes(), hive), ERROR_SUCCESS);
+    EXPECT_EQ(hive.GetInfo(hive.FindKey(deep)).valueCount, 1U);
+    const KeyNumber keys = hive.FindKey(u"Keys");
+    const KeyNumber values = hive.FindKey(u"Values");
+    SValueNode value;
+    std::u16string name;
+    std::uint32_t found = 0;
+    for (std::uint32_t i = 0; hive.GetChildName(keys, i, name); ++i) {
+        const bool hasBoth =
+            hive.FindKey(u"Keys\\" + name) != kNoKey && hive.FindValue(values, name, value);
+        found += hasBoth ? 1 : 0;
+    }
+    EXPECT_EQ(found, kCount);
+    EXPECT_FALSE(hive.FindValue(values, u"80000", value));
+}
+
+}  // namespace
+}  // namespace platform

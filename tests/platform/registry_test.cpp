@@ -1,0 +1,127 @@
+#include "platform/registry.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/status.h"
+#include "support/hive_builder.h"
+#include "support/registry_tree.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+constexpr std::uint32_t kLocalMachine = 0x80000002U;
+constexpr const char16_t* kMount = u"OrvCasConvTest";
+
+std::u16string At(std::u16string_view path) { return kMount + std::u16string(u"\\").append(path); }
+
+class RegistryTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_GE(platform::EnablePrivilege(u"SeBackupPrivilege"), 0);
+        ASSERT_GE(platform::EnablePrivilege(u"SeRestorePrivilege"), 0);
+        ASSERT_EQ(platform::ConnectMachine(m_machine), ERROR_SUCCESS);
+    }
+    void TearDown() override {
+        platform::CloseKey(m_key);
+        static_cast<void>(platform::UnloadHive(m_machine, kMount));  // not every test loads one
+        platform::CloseKey(m_machine);
+    }
+
+    int Load(const std::string& bytes) {
+        return platform::LoadHive(m_machine, kMount, m_folder.WriteFile("hive", bytes).c_str());
+    }
+    int Open(std::u16string_view path) {
+        platform::CloseKey(m_key);
+        m_key = nullptr;
+        return platform::OpenKey(kLocalMachine, path, m_key);
+    }
+
+    CTempFolder m_folder;
+    platform::KeyHandle m_machine = nullptr;
+    platform::KeyHandle m_key = nullptr;
+};
+
+TEST_F(RegistryTest, LoadsAHiveUnderItsNameUntilItIsUnloaded) {
+    ASSERT_EQ(Load(CTestHive().Key(u"Software\\App").Dword(u"Build", 7).Bytes()), ERROR_SUCCESS);
+    EXPECT_THAT(ReadRegistryTree(kMount), ElementsAre("Software\\", "Software\\App\\",
+                                                      "Software\\App\\Build: 4 07000000", "\\"));
+    EXPECT_EQ(platform::UnloadHive(m_machine, kMount), ERROR_SUCCESS);
+    EXPECT_EQ(Open(kMount), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(RegistryTest, RefusesWhatIsNoHive) {
+    EXPECT_EQ(platform::LoadHive(m_machine, kMount, m_folder.Name("none").c_str()),
+              ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(platform::LoadHive(m_machine, kMount, m_folder.Name("none/hive").c_str()),
+              ERROR_PATH_NOT_FOUND);
+    EXPECT_EQ(Load("Windows Registry Editor Version 5.00"), ERROR_BADDB);
+    EXPECT_EQ(Open(kMount), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(RegistryTest, KeepsALoadedHiveFromBeingReplacedOrTakenAway) {
+    const std::string bytes = CTestHive().Key(u"A").Bytes();
+    EXPECT_EQ(platform::UnloadHive(m_machine, kMount), ERROR_FILE_NOT_FOUND);
+    ASSERT_EQ(Load(bytes), ERROR_SUCCESS);
+    EXPECT_EQ(Load(bytes), ERROR_ACCESS_DENIED);
+    ASSERT_EQ(Open(At(u"A")), ERROR_SUCCESS);
+    EXPECT_EQ(platform::UnloadHive(m_machine, kMount), ERROR_ACCESS_DENIED);
+    platform::CloseKey(m_key);
+    m_key = nullptr;
+    EXPECT_EQ(platform::UnloadHive(m_machine, kMount), ERROR_SUCCESS);
+}
+
+TEST_F(RegistryTest, OpensAKeyByAnyCaseAndNothingElse) {
+    ASSERT_EQ(Load(CTestHive().Key(u"Software\\\u00C4pp\\Sub").Bytes()), ERROR_SUCCESS);
+    for (const char16_t* path :
+         {u"", u"software", u"SOFTWARE\\\u00E4PP", u"Software\\\u00C4pp\\Sub\\"}) {
+        EXPECT_EQ(Open(At(path)), ERROR_SUCCESS) << Utf8(path);
+    }
+    for (const char16_t* path : {u"Soft", u"Software2", u"Sub", u"Software\\\u00C4pp\\Sub\\Sub",
+                                 u"Software\\\u00C4p", u"Software\\\u00C4pp\\Su"}) {
+        EXPECT_EQ(Open(At(path)), ERROR_FILE_NOT_FOUND) << Utf8(path);
+    }
+    EXPECT_EQ(platform::OpenKey(0, At(u""), m_key), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(platform::GetLastError(), ERROR_INVALID_HANDLE);
+}
+
+TEST_F(RegistryTest, EnumeratesUpToTheLast) {
+    ASSERT_EQ(
+        Load(CTestHive().Key(u"A").Key(u"b").Key(u"").Dword(u"x", 1).String(u"", u"").Bytes()),
+        ERROR_SUCCESS);
+    ASSERT_EQ(Open(At(u"")), ERROR_SUCCESS);
+    std::u16string name;
+    std::uint32_t type = 0;
+    EXPECT_EQ(platform::EnumKey(m_key, 1, name), ERROR_SUCCESS);
+    EXPECT_EQ(name, u"b");
+    EXPECT_EQ(platform::EnumKey(m_key, 2, name), ERROR_NO_MORE_ITEMS);
+    EXPECT_EQ(platform::EnumValue(m_key, 1, name, type), ERROR_SUCCESS);
+    EXPECT_EQ(name, u"");
+    EXPECT_EQ(type, 1U);
+    EXPECT_EQ(platform::EnumValue(m_key, 2, name, type), ERROR_NO_MORE_ITEMS);
+}
+
+TEST_F(RegistryTest, QueriesAsMuchOfAValueAsThereIsRoomFor) {
+    ASSERT_EQ(Load(CTestHive().Binary(u"Five", "12345").String(u"", u"d").Bytes()), ERROR_SUCCESS);
+    ASSERT_EQ(Open(At(u"")), ERROR_SUCCESS);
+    std::uint32_t type = 0;
+    std::uint32_t size = 0;
+    EXPECT_EQ(platform::QueryValue(m_key, u"five", type, nullptr, size), ERROR_SUCCESS);
+    EXPECT_EQ(size, 5U);
+    std::string data = "......";
+    size = 4;
+    EXPECT_EQ(platform::QueryValue(m_key, u"FIVE", type, data.data(), size), ERROR_MORE_DATA);
+    EXPECT_EQ(size, 5U);
+    EXPECT_EQ(type, 3U);
+    EXPECT_EQ(data, "......");
+    EXPECT_EQ(platform::QueryValue(m_key, u"Five", type, data.data(), size), ERROR_SUCCESS);
+    EXPECT_EQ(data, "12345.");
+    EXPECT_EQ(platform::QueryValue(m_key, u"", type, data.data(), size), ERROR_SUCCESS);
+    EXPECT_EQ(size, 4U);
+    EXPECT_EQ(platform::QueryValue(m_key, u"Fiv", type, data.data(), size), ERROR_FILE_NOT_FOUND);
+}
+
+}  // namespace
