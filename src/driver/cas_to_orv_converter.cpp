@@ -140,6 +140,21 @@ CFilePathW CCasToOrvConverter::TargetFolder(const CCasTarget& target) const {
     return CFilePathW(m_package.GetFolder(), CFilePathSegmentW(target.GetFolderName()));
 }
 
+bool IsTarget64Bit(const CCasTarget& target) {
+    switch (target.CreateOS) {
+        case 1:
+        case 3:
+        case 5:
+        case 7:
+        case 9:
+        case 11:
+        case 12:
+            return true;
+        default:
+            return false;
+    }
+}
+
 void SaveLog(const CFilePathW& logFile) {
     const std::vector<CStrW>& lines = GetLogger().GetLines();
     if (lines.empty()) {

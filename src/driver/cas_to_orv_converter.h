@@ -5,6 +5,7 @@
 
 #include "casmodel/package.h"
 #include "discovery/assembly_processor.h"
+#include "discovery/service_processor.h"
 #include "foundation/file_path.h"
 #include "orvcasconv/orvcasconv.h"
 #include "orvpackage/package.h"
@@ -52,7 +53,11 @@ private:
 
     CCasPackage m_package;
     CAssemblyProcessor m_assemblyProcessor;
+    CServiceProcessor m_serviceProcessor;
 };
+
+// Whether a target was captured on a system of 64 bits.
+[[nodiscard]] bool IsTarget64Bit(const CCasTarget& target);
 
 // Writes the lines of the process's log to a file, with the folders above it. Without any line it
 // does nothing; a failure is not reported.

@@ -8,26 +8,6 @@
 #include "reporting/logger.h"
 #include "traversal/cas_file_traverse_manager.h"
 
-namespace {
-
-// The operating systems of 64 bits, by the numbers that packages give them.
-bool Is64BitSystem(std::uint32_t createOs) {
-    switch (createOs) {
-        case 1:
-        case 3:
-        case 5:
-        case 7:
-        case 9:
-        case 11:
-        case 12:
-            return true;
-        default:
-            return false;
-    }
-}
-
-}  // namespace
-
 // A check that the rules can be read: none of them has an effect on the package.
 int CCasToOrvConverter::ProcessIsolationEnvironment(COrvPackage& /*package*/,
                                                     const CCasTarget& target,
@@ -47,7 +27,7 @@ int CCasToOrvConverter::ProcessProperties(COrvPackage& package, const CCasTarget
     properties.Name = m_package.GetName() + u'_' + CStrW(platform::GuidToText(target.Guid));
     properties.Version = IntToDecimal(static_cast<std::int32_t>(target.Ver));
     properties.Architecture =
-        Is64BitSystem(target.CreateOS) ? OrvArchitectureX64 : OrvArchitectureX86;
+        IsTarget64Bit(target) ? OrvArchitectureX64 : OrvArchitectureX86;
     properties.SetDirty(true);
     return ERROR_SUCCESS;
 }
@@ -62,11 +42,6 @@ int CCasToOrvConverter::ProcessFiles(COrvPackage& package, const CCasTarget& tar
     if (manager.Start()) {
         manager.Wait();
     }
-    return ERROR_SUCCESS;
-}
-
-int CCasToOrvConverter::ProcessRegistry(COrvPackage& /*package*/, const CCasTarget& /*target*/,
-                                        CProgressEvent& /*parent*/) {
     return ERROR_SUCCESS;
 }
 

@@ -284,7 +284,7 @@ CStrW CStrW::Mid(std::size_t start, std::size_t count) const {
     return part;
 }
 
-bool CStrW::IsTrue() const { return IsEmpty() || platform::CompareText(View(), u"0", false) != 0; }
+bool CStrW::IsTrue() const { return View() != u"0"; }
 
 int CStrW::CompareNoCase(std::u16string_view other) const { return ::CompareNoCase(View(), other); }
 

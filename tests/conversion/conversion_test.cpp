@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "orvcasconv/orvcasconv.h"
+#include "support/hive_builder.h"
 #include "support/link_builder.h"
 #include "support/text.h"
 
@@ -18,7 +19,9 @@ constexpr const char* kGuid = "{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}";
 constexpr const char* kOtherGuid = "{11111111-2222-3333-4444-555555555555}";
 
 CTestTarget TestTarget(std::string_view version = "1") {
-    return CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9", version).Sandbox();
+    return CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9", version)
+        .Sandbox()
+        .Hive(CTestHive().Bytes());
 }
 
 class ConversionTest : public testing::Test {
@@ -121,7 +124,7 @@ TEST_F(ConversionTest, ProgressTellsOfEveryLevel) {
 
 TEST_F(ConversionTest, TargetWithoutAnythingStillGivesAManifest) {
     ASSERT_EQ(Convert(CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9")), 0U);
-    ASSERT_EQ(m_conversion.LogLines().size(), 1U);
+    ASSERT_EQ(m_conversion.LogLines().size(), 2U);
     EXPECT_NE(m_conversion.LogLines()[0].find("Error: Failed to read the file 'Z:"),
               std::string::npos);
     EXPECT_NE(m_conversion.LogLines()[0].find("SandboxData.xml' .  .  The system cannot find"),
@@ -219,7 +222,7 @@ TEST_F(ConversionTest, UnreadableProfilesEndWithTheirStatus) {
         {"other root", "<Other><Package/></Other>", 1168, 1},
         {"no XML", "PK\x03\x04 not at all", 1168, 1},
         {"document type", "<!DOCTYPE Package [<!ENTITY a \"b\">]><Package/>", 1168, 1},
-        {"cut off", "<Package><Targets><T><Guid>0a1b2c3d", 0, 1},
+        {"cut off", "<Package><Targets><T><Guid>0a1b2c3d", 0, 2},
         {"nested", nested, 0, 0},
         {"no targets", "<Package/>", 0, 0},
     };

@@ -1,0 +1,58 @@
+#include "driver/cas_to_orv_converter.h"
+#include "driver/reg_exclusions.h"
+#include "foundation/reg_path.h"
+#include "orvpackage/key_collections.h"
+#include "platform/status.h"
+#include "reporting/logger.h"
+#include "traversal/cas_registry_reader.h"
+
+namespace {
+
+// Deletes the excluded keys of one collection. A key is tested, and shown, by its portable path, as it
+// would stand in the manifest.
+template <class TItem>
+void ExcludeFrom(COrvCollection& keys, const COrvSanitizer& sanitizer, CProgressEvent& progress) {
+    const CRegExclusions& exclusions = CRegExclusions::Get();
+    for (COrvItemItr<TItem> key(keys); key.Get() != nullptr;) {
+        const CStrW path =
+            sanitizer.Sanitize(CRegPathW(key.Get()->GetTarget()).ToString(), SanitizeAll);
+        if (exclusions.IsExcluded(path)) {
+            key.Erase();
+        } else {
+            key.Advance();
+        }
+        progress.SetMessage(u"Excluding " + path);
+        progress.Step();
+    }
+}
+
+// Takes the noise out of the two collections of keys. Values are left alone, so that a value below an
+// excluded key brings its key back.
+void ExcludeRegistryKeys(COrvPackage& package, CProgressEvent& parent) {
+    auto& created = package.Get<COrvCreateKeysCollection>();
+    auto& deleted = package.Get<COrvDeleteKeysCollection>();
+    CProgressEvent progress(static_cast<std::uint32_t>(created.GetCount() + deleted.GetCount()),
+                            &parent);
+    ExcludeFrom<COrvCreateKey>(created, package.GetSanitizer(), progress);
+    ExcludeFrom<COrvDeleteKey>(deleted, package.GetSanitizer(), progress);
+}
+
+}  // namespace
+
+int CCasToOrvConverter::ProcessRegistry(COrvPackage& package, const CCasTarget& target,
+                                        CProgressEvent& parent) {
+    CProgressEvent progress(2, &parent);
+    progress.SetMessage(u"Reading registry.");
+    const CFilePathW hive(TargetFolder(target), CFilePathSegmentW(u"InstallRoot.dat"));
+    CCasRegistryReader reader(m_assemblyProcessor, m_serviceProcessor, progress);
+    const int status = reader.Read(package, hive, IsTarget64Bit(target));
+    if (status < 0) {
+        GetLogger().LogStatus(status, ReadFailedText(hive.ToString()));
+        return status;
+    }
+    // A hive that could not be mounted has its line in the log, and leaves nothing to exclude.
+    progress.Step();
+    ExcludeRegistryKeys(package, progress);
+    progress.Finish();
+    return status;
+}

@@ -1,0 +1,122 @@
+#include "foundation/reg_key.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/status.h"
+
+namespace {
+
+constexpr std::size_t kUnit = sizeof(char16_t);
+
+}  // namespace
+
+CStrW CRegBuf::GetText() const {
+    const std::size_t units = m_dataSize / kUnit;
+    std::u16string text(units, u'\0');
+    std::memcpy(text.data(), m_data.data(), units * kUnit);
+    return CStrW(text.c_str());
+}
+
+std::uint32_t CRegBuf::GetNumber() const {
+    std::uint32_t number = 0;
+    std::memcpy(&number, m_data.data(), std::min<std::size_t>(m_dataSize, sizeof(number)));
+    return number;
+}
+
+// Makes the data, which has at least that many units, end in `units` NULs.
+void CRegBuf::Terminate(std::size_t units) {
+    std::size_t present = 0;
+    while (present < units) {
+        const std::byte* const last = m_data.data() + m_dataSize - (present + 1) * kUnit;
+        if (last[0] != std::byte{0} || last[1] != std::byte{0}) {
+            break;
+        }
+        ++present;
+    }
+    const std::size_t added = (units - present) * kUnit;
+    m_data.resize(std::max(m_data.size(), m_dataSize + added));
+    std::fill_n(m_data.begin() + m_dataSize, added, std::byte{0});
+    m_dataSize += static_cast<std::uint32_t>(added);
+}
+
+int CRegKey::Open(const CRegPathW& path) {
+    Close();
+    return platform::OpenKey(path.GetHive().GetHandle(), path.GetSubKeyText(), m_hKey);
+}
+
+void CRegKey::Close() {
+    platform::CloseKey(m_hKey);
+    m_hKey = nullptr;
+}
+
+int CRegKey::QueryInfo(platform::SKeyInfo& info) const {
+    return platform::QueryKeyInfo(m_hKey, info);
+}
+
+int CRegKey::EnumKey(std::uint32_t index, std::u16string& name) const {
+    return platform::EnumKey(m_hKey, index, name);
+}
+
+int CRegKey::EnumValue(std::uint32_t index, std::u16string& name, std::uint32_t& type) const {
+    return platform::EnumValue(m_hKey, index, name, type);
+}
+
+int CRegKey::QueryValue(std::u16string_view name, CRegBuf& buffer) const {
+    buffer.m_dataSize = 0;
+    buffer.m_type = REG_NONE;
+    std::uint32_t type = REG_NONE;
+    auto size = static_cast<std::uint32_t>(buffer.m_data.size());
+    // A null buffer asks for the size alone, which is no answer for a value that has data.
+    int status = platform::QueryValue(m_hKey, name, type, buffer.m_data.data(), size);
+    if (status == ERROR_MORE_DATA || size > buffer.m_data.size()) {
+        buffer.m_data.resize(std::max<std::size_t>(size, buffer.m_data.size()));
+        size = static_cast<std::uint32_t>(buffer.m_data.size());
+        status = platform::QueryValue(m_hKey, name, type, buffer.m_data.data(), size);
+    }
+    if (status != ERROR_SUCCESS) {
+        return status;
+    }
+    buffer.m_dataSize = size;
+    buffer.m_type = type;
+    // An odd last byte is no unit: the terminators go behind it, as they go behind a whole one.
+    if ((type == REG_SZ || type == REG_EXPAND_SZ) && size >= kUnit) {
+        buffer.Terminate(1);
+    } else if (type == REG_MULTI_SZ && size >= 2 * kUnit) {
+        buffer.Terminate(2);
+    }
+    return ERROR_SUCCESS;
+}
+
+int CRegKey::QueryString(std::u16string_view name, CStrW& value) const {
+    value.Assign({});
+    std::uint32_t type = REG_NONE;
+    std::uint32_t size = 0;
+    int status = platform::QueryValue(m_hKey, name, type, nullptr, size);
+    if ((type != REG_SZ && type != REG_EXPAND_SZ) ||
+        (status != ERROR_SUCCESS && status != ERROR_MORE_DATA)) {
+        return status;
+    }
+    const std::size_t capacity = size / kUnit + 1;
+    auto* const buffer = static_cast<char16_t*>(std::calloc(capacity, kUnit));
+    if (buffer == nullptr) {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+    size = static_cast<std::uint32_t>(capacity * kUnit);
+    status = platform::QueryValue(m_hKey, name, type, buffer, size);
+    if (status != ERROR_SUCCESS) {
+        std::free(buffer);
+        return status;
+    }
+    value.Attach(buffer, capacity);
+    return status;
+}
+
+std::uint32_t CRegKey::QueryNumber(std::u16string_view name) const {
+    std::uint32_t number = 0;
+    std::uint32_t type = REG_NONE;
+    std::uint32_t size = sizeof(number);
+    const int status = platform::QueryValue(m_hKey, name, type, &number, size);
+    return status == ERROR_SUCCESS && type == REG_DWORD && size == sizeof(number) ? number : 0;
+}

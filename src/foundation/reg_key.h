@@ -1,0 +1,78 @@
+// foundation/reg_key.h - an open registry key and the raw data of its values.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "foundation/reg_path.h"
+#include "foundation/wide_string.h"
+#include "platform/registry.h"
+
+// The registry's types of values.
+enum ERegType : std::uint32_t {
+    REG_NONE = 0,
+    REG_SZ = 1,
+    REG_EXPAND_SZ = 2,
+    REG_BINARY = 3,
+    REG_DWORD = 4,
+    REG_DWORD_BIG_ENDIAN = 5,
+    REG_LINK = 6,
+    REG_MULTI_SZ = 7,
+    REG_RESOURCE_LIST = 8,
+    REG_FULL_RESOURCE_DESCRIPTOR = 9,
+    REG_RESOURCE_REQUIREMENTS_LIST = 10,
+    REG_QWORD = 11,
+};
+
+// The raw data of one value, filled by CRegKey::QueryValue. Its storage is kept from one value to
+// the next.
+class CRegBuf {
+public:
+    [[nodiscard]] const std::byte* GetData() const { return m_data.data(); }
+    // In bytes, added terminators included.
+    [[nodiscard]] std::uint32_t GetSize() const { return m_dataSize; }
+    [[nodiscard]] std::uint32_t GetType() const { return m_type; }
+    // The data as UTF-16 up to its first NUL.
+    [[nodiscard]] CStrW GetText() const;
+    // The first four bytes; bytes that are not there count as 0.
+    [[nodiscard]] std::uint32_t GetNumber() const;
+
+private:
+    friend class CRegKey;
+    void Terminate(std::size_t units);
+
+    std::vector<std::byte> m_data;  // as long as there is room, not as long as the value
+    std::uint32_t m_dataSize = 0;
+    std::uint32_t m_type = REG_NONE;
+};
+
+// A key that is open for reading. Statuses are Windows error numbers. One thread at a time.
+class CRegKey {
+public:
+    CRegKey() = default;
+    ~CRegKey() { Close(); }
+    CRegKey(const CRegKey&) = delete;
+    CRegKey& operator=(const CRegKey&) = delete;
+
+    // Opens the key of a path with a hive, closing any other.
+    [[nodiscard]] int Open(const CRegPathW& path);
+    void Close();
+
+    // Of the open key, by the operations of the platform.
+    [[nodiscard]] int QueryInfo(platform::SKeyInfo& info) const;
+    [[nodiscard]] int EnumKey(std::uint32_t index, std::u16string& name) const;
+    [[nodiscard]] int EnumValue(std::uint32_t index, std::u16string& name,
+                                std::uint32_t& type) const;
+
+    // Reads a value of any type; texts and lists of texts get the terminators that they lack.
+    [[nodiscard]] int QueryValue(std::u16string_view name, CRegBuf& buffer) const;
+    // Reads a text; a value of another type gives 0 and an empty text.
+    int QueryString(std::u16string_view name, CStrW& value) const;
+    // Reads a 32-bit number; anything else gives 0.
+    [[nodiscard]] std::uint32_t QueryNumber(std::u16string_view name) const;
+
+private:
+    platform::KeyHandle m_hKey = nullptr;
+};

@@ -1,0 +1,194 @@
+#include "traversal/cas_registry_traverse_manager.h"
+
+#include <algorithm>
+#include <functional>
+#include <initializer_list>
+
+#include "foundation/reg_access.h"
+#include "orvpackage/env_var_collections.h"
+#include "orvpackage/key_collections.h"
+#include "orvpackage/value_collections.h"
+#include "platform/status.h"
+
+namespace {
+
+constexpr std::u16string_view kMount = u"CasToOrvConversion";
+constexpr std::u16string_view kVirtualStatus = u"CitrixAIEKeyVirtualStatus";
+constexpr std::u16string_view kDeletedValues = u"CitrixAIEDeletedValues";
+constexpr std::u16string_view kInstallProperties = u"InstallProperties";
+
+// What the package does with an entry, as the processors are told.
+constexpr std::uint32_t kModeCreate = 1;
+constexpr std::uint32_t kModeDelete = 3;
+
+// A status hides its key when its highest bit is the third one.
+bool StatusIsHidden(std::uint32_t status) { return status >= 4 && status <= 7; }
+
+// Whether `names` stand one behind the other in a path. Unlike CRegPathW::Contains this compares
+// the first of them too, without which every user's "Environment" key would pass.
+bool ContainsNames(const CRegPathW& path, std::initializer_list<std::u16string_view> names) {
+    for (std::size_t start = 0; start + names.size() <= path.GetSegmentCount(); ++start) {
+        std::size_t at = start;
+        if (std::all_of(names.begin(), names.end(), [&path, &at](std::u16string_view name) {
+                return EqualsNoCase(path.GetSegmentText(at++), name);
+            })) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+CCasRegistryTraverseManager::CCasRegistryTraverseManager(CAssemblyProcessor& assemblyProcessor,
+                                                         CServiceProcessor& serviceProcessor,
+                                                         COrvPackage& package, bool is64Bit)
+    : m_is64Bit(is64Bit),
+      m_assemblyProcessor(assemblyProcessor),
+      m_serviceProcessor(serviceProcessor),
+      m_package(package),
+      m_sid(GetCurrentUserSid()),
+      m_mount(kMount),
+      m_machineEnvironment(uR"(SYSTEM\CurrentControlSet\Control\Session Manager\Environment)") {}
+
+CCasRegistryTraverseManager::~CCasRegistryTraverseManager() { Stop(true); }
+
+void CCasRegistryTraverseManager::ShowProgress(CStrW text) {
+    if (m_progress) {
+        m_progress->SetMessage(std::move(text));
+        m_progress->Step();
+    }
+}
+
+std::uint32_t CCasRegistryTraverseManager::GetArchitecture() const {
+    return m_is64Bit ? OrvArchitectureX64 : OrvArchitectureX86;
+}
+
+// Folds a mounted path onto the key of the real machine. This is done on the text, not name by
+// name: what is taken out or replaced goes wherever it stands, inside of names too.
+CRegPathW CCasRegistryTraverseManager::MapHivePath(const CRegPathW& mountedPath) const {
+    CStrW text = mountedPath.GetSubKeyText();
+    text.Remove(kMount);
+    text.Remove(uR"(\REGISTRY)");
+    const bool isUser = text.StartsWithNoCase(uR"(\USER)");
+    text.Remove(uR"(\MACHINE)");
+    text.Remove(uR"(\USER)");
+    text.Replace(u"_ow6432Node", u"Wow6432Node", true);
+    if (!m_sid.IsEmpty()) {
+        text.Replace(u"CurrentUser", m_sid, true);
+    }
+    const CHiveNameW hive(isUser ? u"HKEY_USERS" : u"HKEY_LOCAL_MACHINE");
+    return CRegPathW(hive, CRegPathW(text));
+}
+
+bool CCasRegistryTraverseManager::IsEnvironmentKey(const CRegPathW& mountedPath) const {
+    return ContainsNames(mountedPath, {kMount, u"CurrentUser", u"Environment"}) ||
+           mountedPath.Contains(m_machineEnvironment);
+}
+
+bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
+    ShowProgress(path.ToString());
+    const CRegPathW real = MapHivePath(path);
+    const bool isUserRoot =
+        real.GetSegmentCount() == 2 && EqualsNoCase(real.GetSegmentText(1), m_sid);
+    if (real.GetSegmentCount() < 2 || isUserRoot || IsEnvironmentKey(path)) {
+        return true;
+    }
+    CRegKey key;
+    // A key that cannot be opened has no status, and makes an item all the same.
+    const bool isHidden =
+        key.Open(path) == ERROR_SUCCESS && StatusIsHidden(key.QueryNumber(kVirtualStatus));
+    if (!isHidden && m_serviceProcessor.CheckKey(real, kModeCreate)) {
+        m_package.Get<COrvCreateKeysCollection>().AddItem(real.ToString(), GetArchitecture());
+    }
+    return true;
+}
+
+void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key) {
+    const CRegPathW real = MapHivePath(key);
+    m_valueKey.mountedText = key.ToString();
+    m_valueKey.realText = real.ToString();
+    m_valueKey.isRoot = real.GetSegmentCount() < 2;
+    m_valueKey.isUserScope = key.Contains(m_mount);
+    m_valueKey.isInstallProperties =
+        EqualsNoCase(key.GetSegmentText(key.GetSegmentCount() - 1), kInstallProperties);
+    m_valueKey.isEnvironment = IsEnvironmentKey(key);
+    m_valueKey.isHidden = false;
+    m_valueKey.deletedValues.Clear();
+    if (m_valueKey.key.Open(key) == ERROR_SUCCESS) {
+        m_valueKey.isHidden = StatusIsHidden(m_valueKey.key.QueryNumber(kVirtualStatus));
+        m_valueKey.key.QueryString(kDeletedValues, m_valueKey.deletedValues);
+    }
+}
+
+void CCasRegistryTraverseManager::EndValues() { m_valueKey.key.Close(); }
+
+bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& name,
+                                             std::uint32_t /*type*/) {
+    ShowProgress(m_valueKey.mountedText + u'\\' + name);
+    if (name.EqualsNoCase(kVirtualStatus) || name.EqualsNoCase(kDeletedValues) ||
+        m_valueKey.isRoot) {
+        return true;
+    }
+    CStrW text;
+    if (m_valueKey.isInstallProperties || m_valueKey.isEnvironment) {
+        m_valueKey.key.QueryString(name, text);
+    } else if (m_valueKey.key.QueryValue(name, m_buffer) != ERROR_SUCCESS) {
+        m_buffer = CRegBuf();
+    }
+    // No position is greater than the one that means "not found", so nothing comes out deleted: the
+    // list names values that the isolated view has brought back as well.
+    const bool deleted =
+        std::greater<>()(FindSubstringNoCaseIndex(m_valueKey.deletedValues, name), kAllCharacters);
+    if (m_valueKey.isInstallProperties && name.EqualsNoCase(u"Publisher")) {
+        SetManufacturer(text);
+    }
+    const std::uint32_t mode = deleted ? kModeDelete : kModeCreate;
+    if (m_valueKey.isHidden || !m_assemblyProcessor.CheckValue(key, name, mode) ||
+        !m_serviceProcessor.CheckValue(key, name, mode)) {
+        return true;
+    }
+    if (m_valueKey.isEnvironment) {
+        AddVariable(name, text, deleted);
+    } else {
+        AddValue(name, text, deleted);
+    }
+    return true;
+}
+
+// The first publisher found is the manufacturer.
+void CCasRegistryTraverseManager::SetManufacturer(const CStrW& publisher) {
+    CStrW& manufacturer = m_package.GetProperties().Manufacturer;
+    if (manufacturer.IsEmpty()) {
+        manufacturer = publisher;
+        m_package.GetProperties().SetDirty(true);
+    }
+}
+
+void CCasRegistryTraverseManager::AddVariable(const CStrW& name, const CStrW& text, bool deleted) {
+    if (deleted) {
+        m_package.Get<COrvDeleteEnvVarsCollection>().AddItem(name, m_valueKey.isUserScope);
+    } else if (COrvCreateEnvVar* const variable =
+                   m_package.Get<COrvCreateEnvVarsCollection>().AddItem(name,
+                                                                        m_valueKey.isUserScope)) {
+        variable->SetValue(text);
+    }
+}
+
+void CCasRegistryTraverseManager::AddValue(const CStrW& name, const CStrW& text, bool deleted) {
+    const CStrW& key = m_valueKey.realText;
+    if (deleted) {
+        m_package.Get<COrvDeleteValuesCollection>().AddItem(key, name, GetArchitecture());
+        return;
+    }
+    COrvCreateValue* const value =
+        m_package.Get<COrvCreateValuesCollection>().AddItem(key, name, GetArchitecture());
+    if (value == nullptr) {
+        return;
+    }
+    if (m_valueKey.isInstallProperties) {
+        value->SetString(text);
+    } else {
+        value->SetData(m_buffer.GetData(), m_buffer.GetSize(), m_buffer.GetType());
+    }
+}

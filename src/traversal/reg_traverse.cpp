@@ -1,0 +1,120 @@
+#include "traversal/reg_traverse.h"
+
+#include <algorithm>
+
+#include "platform/status.h"
+
+namespace {
+
+// Takes the first path out of the queue and opens its key.
+bool OpenNext(std::deque<CRegPathW>& pending, CRegPathW& path, CRegKey& key) {
+    path = std::move(pending.front());
+    pending.pop_front();
+    return key.Open(path) == ERROR_SUCCESS;
+}
+
+// Whether an enumeration is over. One that goes on failing behind the last item is, too.
+bool IsEnd(int status, std::uint32_t index, std::uint32_t count) {
+    return status == ERROR_NO_MORE_ITEMS || (status != ERROR_SUCCESS && index >= count);
+}
+
+// The path of a subkey; empty when its name is no valid one.
+CRegPathW PathOf(const CRegPathW& key, const std::u16string& name) {
+    const CRegPathSegmentW segment(name);
+    return segment.IsEmpty() ? CRegPathW() : CRegPathW(key, segment);
+}
+
+}  // namespace
+
+void CRegTraverse::Clear() {
+    m_pending.clear();
+    m_excluded.clear();
+}
+
+bool CRegTraverse::VisitKey(const CRegPathW& /*path*/) { return true; }
+
+bool CRegTraverse::IsExcluded(const CRegPathW& key) const {
+    return std::any_of(m_excluded.begin(), m_excluded.end(),
+                       [&key](const CRegPathW& excluded) { return excluded.Equals(key); });
+}
+
+void CRegTraverse::Run() {
+    CRegPathW path;
+    while (!IsStopped() && !m_pending.empty()) {
+        CRegKey key;
+        if (OpenNext(m_pending, path, key)) {
+            VisitSubKeys(key, path);
+            VisitValues(key, path);
+        }
+    }
+}
+
+void CRegTraverse::VisitSubKeys(const CRegKey& key, const CRegPathW& path) {
+    platform::SKeyInfo info;
+    if (key.QueryInfo(info) != ERROR_SUCCESS) {
+        return;
+    }
+    std::u16string name;
+    for (std::uint32_t i = 0; !IsStopped(); ++i) {
+        const int status = key.EnumKey(i, name);
+        if (IsEnd(status, i, info.subKeyCount)) {
+            return;
+        }
+        CRegPathW subKey = status == ERROR_SUCCESS ? PathOf(path, name) : CRegPathW();
+        if (!subKey.IsEmpty() && !IsExcluded(subKey) && VisitKey(subKey)) {
+            m_pending.push_back(std::move(subKey));
+        }
+    }
+}
+
+void CRegTraverse::VisitValues(const CRegKey& key, const CRegPathW& path) {
+    platform::SKeyInfo info;
+    if (key.QueryInfo(info) != ERROR_SUCCESS) {
+        return;
+    }
+    BeginValues(path);
+    VisitEachValue(key, path, info.valueCount);
+    EndValues();
+}
+
+void CRegTraverse::VisitEachValue(const CRegKey& key, const CRegPathW& path, std::uint32_t count) {
+    std::u16string name;
+    for (std::uint32_t i = 0; !IsStopped(); ++i) {
+        std::uint32_t type = REG_NONE;
+        const int status = key.EnumValue(i, name, type);
+        if (IsEnd(status, i, count)) {
+            return;
+        }
+        if (status == ERROR_SUCCESS && !VisitValue(path, CStrW(name), type)) {
+            Stop(false);
+        }
+    }
+}
+
+std::uint32_t CRegTraverse::EstimateVisits() const {
+    std::deque<CRegPathW> pending = m_pending;
+    CRegPathW path;
+    std::uint32_t count = 0;
+    while (!pending.empty()) {
+        CRegKey key;
+        platform::SKeyInfo info;
+        if (!OpenNext(pending, path, key) || key.QueryInfo(info) != ERROR_SUCCESS ||
+            info.longestSubKeyName == 0) {
+            continue;
+        }
+        count += info.valueCount;
+        std::u16string name;
+        for (std::uint32_t i = 0;; ++i) {
+            const int status = key.EnumKey(i, name);
+            if (IsEnd(status, i, info.subKeyCount)) {
+                break;
+            }
+            CRegPathW subKey = status == ERROR_SUCCESS ? PathOf(path, name) : CRegPathW();
+            if (!subKey.IsEmpty() && !IsExcluded(subKey)) {
+                ++count;
+                pending.push_back(std::move(subKey));
+            }
+        }
+    }
+    return count;
+}

@@ -1,0 +1,64 @@
+#include "driver/reg_exclusions.h"
+
+#include <gtest/gtest.h>
+
+#include "support/machine.h"
+#include "support/text.h"
+
+namespace {
+
+class RegExclusionsTest : public testing::Test {
+protected:
+    CTestMachine m_machine = CTestMachine()
+                                 .Sid(u"S-1-5-21-7")
+                                 .Hive(uR"(\REGISTRY\MACHINE\HARDWARE)")
+                                 .Hive(uR"(\Registry\User\Memory)");
+    CRegExclusions m_exclusions;
+};
+
+TEST_F(RegExclusionsTest, TellsNoiseFromTheApplicationsOwn) {
+    const struct {
+        const char16_t* path;
+        bool isExcluded;
+    } kPaths[] = {
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\ControlSet002\Services\x)", true},
+        {uR"(hkey_local_machine\system\controlset001\enum\x)", true},
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\ControlSet001\Services\{x)", true},
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\ControlSet001\Services\x)", false},
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\ControlSet001\Control\Session Manager)", true},
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\ControlSet001\Control\Session Manager\Memory)", false},
+        {uR"(HKEY_LOCAL_MACHINE\SAMPLE)", true},
+        {uR"(HKEY_LOCAL_MACHINE\SA)", false},
+        {uR"(HKEY_CURRENT_USER\x\SOFTWARE\microsoft\Windows\Shell\Bags\1)", true},
+        {uR"(HKEY_CURRENT_USER\Software\App)", false},
+        {uR"(HKEY_USERS\S-1-5-21-1-2-3-1000\Software\x)", true},
+        {uR"(HKEY_USERS\s-1-5-21-7\Software\x)", false},
+        {uR"(HKEY_USERS\S-1-5-21-7_Classes\x)", false},
+        {uR"(HKEY_USERS\.DEFAULT\Software\x)", false},
+        {uR"(HKEY_USERS)", false},
+        {uR"(\registry\MACHINE\x)", true},
+        {u"", false},
+    };
+    for (const auto& path : kPaths) {
+        SCOPED_TRACE(Utf8(path.path));
+        EXPECT_EQ(m_exclusions.IsExcluded(path.path), path.isExcluded);
+    }
+}
+
+TEST_F(RegExclusionsTest, RefusesARuleThatIsThere) {
+    EXPECT_FALSE(m_exclusions.AddRule(
+        uR"(hkey_users\.default\software\microsoft\windows\shell\muicache)", MatchPrefix, false));
+    EXPECT_FALSE(m_exclusions.AddRule(uR"(HKEY_LOCAL_MACHINE\hardware)", MatchSuffix, false));
+    EXPECT_FALSE(m_exclusions.AddRule(uR"(HKEY_USERS\Memory)", MatchPrefix, false));
+    EXPECT_TRUE(m_exclusions.AddRule(u"Tail", MatchSuffix, false));
+    EXPECT_TRUE(m_exclusions.IsExcluded(uR"(HKEY_LOCAL_MACHINE\SOFTWARE\aTAIL)"));
+    EXPECT_FALSE(m_exclusions.IsExcluded(uR"(HKEY_LOCAL_MACHINE\SOFTWARE\Tails)"));
+}
+
+TEST_F(RegExclusionsTest, WithoutASidNobodyIsAnotherUser) {
+    m_machine.Sid(u"");
+    const CRegExclusions exclusions;
+    EXPECT_FALSE(exclusions.IsExcluded(uR"(HKEY_USERS\S-1-5-21-1\Software\x)"));
+}
+
+}  // namespace
