@@ -7,32 +7,38 @@
 
 namespace {
 
-constexpr std::u16string_view kKernelRoot = uR"(\REGISTRY\)";
+constexpr std::u16string_view kLowerKernelRoot = uR"(\registry\)";
 constexpr std::u16string_view kUsers = uR"(HKEY_USERS\)";
-constexpr std::u16string_view kDefaultUser = uR"(HKEY_USERS\.DEFAULT)";
+constexpr std::u16string_view kLowerUsers = uR"(hkey_users\)";
+constexpr std::u16string_view kLowerDefaultUser = uR"(hkey_users\.default)";
 
-bool EndsWithNoCase(std::u16string_view text, std::u16string_view end) {
-    return text.size() >= end.size() && EqualsNoCase(text.substr(text.size() - end.size()), end);
-}
-
-bool Matches(const CExclusionRule& rule, const CStrW& path) {
+// Lower-case patterns and paths are compared unit by unit: the patterns are ASCII, where this is
+// what the locale says too, but for hives with names beyond it, which a machine keeps none of in
+// memory.
+bool Matches(const CExclusionRule& rule, std::u16string_view lowerPath) {
+    const std::u16string_view pattern = rule.m_lowerPattern;
     switch (rule.m_match) {
         case MatchPrefix:
-            return path.StartsWithNoCase(rule.m_pattern);
+            return lowerPath.starts_with(pattern);
         case MatchSuffix:
-            return EndsWithNoCase(path, rule.m_pattern);
+            return lowerPath.ends_with(pattern);
         case MatchContains:
-            return FindSubstringNoCaseIndex(path, rule.m_pattern) != kAllCharacters;
+            return lowerPath.find(pattern) != std::u16string_view::npos;
         case MatchExact:
-            return path.EqualsNoCase(rule.m_pattern);
+            return lowerPath == pattern;
         default:
             return false;
     }
 }
 
+CStrW LowerCase(CStrW text) {
+    text.Fold();
+    return text;
+}
+
 }  // namespace
 
-CRegExclusions::CRegExclusions() : m_userKey(CStrW(kUsers) + GetCurrentUserSid()) {
+CRegExclusions::CRegExclusions() : m_lowerUserKey(LowerCase(CStrW(kUsers) + GetCurrentUserSid())) {
     for (const SExclusionRow& row : GetExclusionRows()) {
         AddRule(row.pattern, row.match, row.flag);
     }
@@ -57,7 +63,7 @@ bool CRegExclusions::AddRule(const CStrW& pattern, std::uint32_t match, bool fla
         m_rules.begin(), m_rules.end(),
         [&pattern](const CExclusionRule& rule) { return rule.m_pattern.EqualsNoCase(pattern); });
     if (!isKnown) {
-        m_rules.push_back({pattern, match, flag});
+        m_rules.push_back({pattern, match, flag, LowerCase(pattern)});
     }
     return !isKnown;
 }
@@ -66,13 +72,15 @@ bool CRegExclusions::IsExcluded(const CStrW& path) const {
     if (path.IsEmpty()) {
         return false;
     }
+    const CStrW lowerPath = LowerCase(path);
+    const std::u16string_view lower = lowerPath;
     return std::any_of(m_rules.begin(), m_rules.end(),
-                       [&path](const CExclusionRule& rule) { return Matches(rule, path); }) ||
-           path.StartsWithNoCase(kKernelRoot) || IsOtherUser(path);
+                       [lower](const CExclusionRule& rule) { return Matches(rule, lower); }) ||
+           lower.starts_with(kLowerKernelRoot) || IsOtherUser(lower);
 }
 
 // Without the user's SID its key is all of the users' keys, and nobody is another user.
-bool CRegExclusions::IsOtherUser(const CStrW& path) const {
-    return path.StartsWithNoCase(kUsers) && !path.StartsWithNoCase(kDefaultUser) &&
-           !path.StartsWithNoCase(m_userKey);
+bool CRegExclusions::IsOtherUser(std::u16string_view lowerPath) const {
+    return lowerPath.starts_with(kLowerUsers) && !lowerPath.starts_with(kLowerDefaultUser) &&
+           !lowerPath.starts_with(m_lowerUserKey.View());
 }

@@ -13,6 +13,7 @@ struct CExclusionRule {
     CStrW m_pattern;
     std::uint32_t m_match;
     bool m_flag;
+    CStrW m_lowerPattern;
 };
 
 // Knows the fixed table, the hives that the machine keeps in memory alone, and the hives of other
@@ -31,9 +32,9 @@ public:
 
 private:
     void AddVolatileHives();
-    [[nodiscard]] bool IsOtherUser(const CStrW& path) const;
+    [[nodiscard]] bool IsOtherUser(std::u16string_view lowerPath) const;
 
     std::vector<CExclusionRule> m_rules;
     CSharedHolder<CRegPathConverter> m_pathConverter;  // kept alive for those who use it
-    CStrW m_userKey;
+    CStrW m_lowerUserKey;
 };

@@ -8,8 +8,8 @@
 
 namespace {
 
-// Deletes the excluded keys of one collection. A key is tested, and shown, by its portable path, as it
-// would stand in the manifest.
+// Deletes the excluded keys of one collection. A key is tested, and shown, by its portable path, as
+// it would stand in the manifest.
 template <class TItem>
 void ExcludeFrom(COrvCollection& keys, const COrvSanitizer& sanitizer, CProgressEvent& progress) {
     const CRegExclusions& exclusions = CRegExclusions::Get();
@@ -26,8 +26,8 @@ void ExcludeFrom(COrvCollection& keys, const COrvSanitizer& sanitizer, CProgress
     }
 }
 
-// Takes the noise out of the two collections of keys. Values are left alone, so that a value below an
-// excluded key brings its key back.
+// Takes the noise out of the two collections of keys. Values are left alone, so that a value below
+// an excluded key brings its key back.
 void ExcludeRegistryKeys(COrvPackage& package, CProgressEvent& parent) {
     auto& created = package.Get<COrvCreateKeysCollection>();
     auto& deleted = package.Get<COrvDeleteKeysCollection>();

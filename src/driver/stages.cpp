@@ -26,8 +26,7 @@ int CCasToOrvConverter::ProcessProperties(COrvPackage& package, const CCasTarget
     COrvPropertiesCollection& properties = package.GetProperties();
     properties.Name = m_package.GetName() + u'_' + CStrW(platform::GuidToText(target.Guid));
     properties.Version = IntToDecimal(static_cast<std::int32_t>(target.Ver));
-    properties.Architecture =
-        IsTarget64Bit(target) ? OrvArchitectureX64 : OrvArchitectureX86;
+    properties.Architecture = IsTarget64Bit(target) ? OrvArchitectureX64 : OrvArchitectureX86;
     properties.SetDirty(true);
     return ERROR_SUCCESS;
 }
