@@ -8,8 +8,8 @@
 namespace {
 
 struct SHive {
-    const char16_t* longName;
-    const char16_t* shortName;
+    std::u16string_view longName;  // a literal, so that its text ends in a NUL
+    std::u16string_view shortName;
     std::uint32_t handle;
 };
 
@@ -81,7 +81,7 @@ int CHiveNameW::AssignHandle(std::uint32_t handle) {
 
 const char16_t* CHiveNameW::GetLongName() const {
     const SHive* const hive = FindHive(View());
-    return hive == nullptr ? nullptr : hive->longName;
+    return hive == nullptr ? nullptr : hive->longName.data();
 }
 
 std::uint32_t CHiveNameW::GetHandle() const {
