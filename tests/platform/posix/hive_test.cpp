@@ -87,9 +87,11 @@ RegistryTree ReadTreeByHivex(const std::string& bytes) {
         }
         const auto values = Owned(hivex_node_values(hive.get(), key));
         for (const hive_value_h* value = values.get(); *value != 0; ++value) {
-            hive_type type{};
+            // Any number may be a type, and not only those that the enumeration has.
+            std::uint32_t type = 0;
             std::size_t size = 0;
-            const auto data = Owned(hivex_value_value(hive.get(), *value, &type, &size));
+            const auto data = Owned(
+                hivex_value_value(hive.get(), *value, reinterpret_cast<hive_type*>(&type), &size));
             const auto name = Owned(hivex_value_key(hive.get(), *value));
             lines.push_back(ValueLine(path, name.get(), type, {data.get(), size}));
         }
