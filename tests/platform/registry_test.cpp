@@ -80,8 +80,9 @@ TEST_F(RegistryTest, OpensAKeyByAnyCaseAndNothingElse) {
          {u"", u"software", u"SOFTWARE\\\u00E4PP", u"Software\\\u00C4pp\\Sub\\"}) {
         EXPECT_EQ(Open(At(path)), ERROR_SUCCESS) << Utf8(path);
     }
-    for (const char16_t* path : {u"Soft", u"Software2", u"Sub", u"Software\\\u00C4pp\\Sub\\Sub",
-                                 u"Software\\\u00C4p", u"Software\\\u00C4pp\\Su"}) {
+    for (const char16_t* path :
+         {u"Soft", u"Software2", u"Software\\\\\u00C4pp", u"Sub", u"Software\\\u00C4pp\\Sub\\Sub",
+          u"Software\\\u00C4p", u"Software\\\u00C4pp\\Su"}) {
         EXPECT_EQ(Open(At(path)), ERROR_FILE_NOT_FOUND) << Utf8(path);
     }
     EXPECT_EQ(platform::OpenKey(0, At(u""), m_key), ERROR_INVALID_HANDLE);

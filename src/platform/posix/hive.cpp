@@ -17,8 +17,8 @@ constexpr std::uint32_t kLastMinorVersion = 6;
 // Up to here it is faster to look at each value than to hash the name.
 constexpr std::size_t kFewValues = 16;
 
-// How far ahead the memory is asked for the subkeys of a key.
-constexpr std::uint32_t kChildrenAhead = 4;
+// How far ahead the memory is asked for keys.
+constexpr KeyNumber kKeysAhead = 4;
 
 constexpr std::uint32_t kNoValue = CNameTable::kEmpty;
 
@@ -64,27 +64,42 @@ KeyNumber CHive::FindKey(std::u16string_view path) {
     if (path.ends_with(u'\\')) {
         path.remove_suffix(1);
     }
-    KeyNumber key = kRootKey;
-    std::u16string_view rest = path;
-    if (SKnownPath* const known = FindKnownPath(path)) {
-        known->lastUse = ++m_uses;
-        key = known->key;
-        rest.remove_prefix(std::min(known->path.size() + 1, path.size()));
-        if (known->path.size() == path.size()) {
-            return key;
-        }
+    SKnownPath* const known = FindKnownPath(path);
+    if (path.empty() || (known != nullptr && known->path.size() == path.size())) {
+        return Use(known);
     }
-    while (key != kNoKey && !rest.empty()) {
+    const std::size_t parentLength = ParentLength(path);
+    const KeyNumber parent = FindParent(path.substr(0, parentLength), known);
+    if (parent == kNoKey) {
+        return kNoKey;
+    }
+    // Keys are mostly asked for in the order in which they were enumerated.
+    SKnownPath* const sibling = FindSibling(path.substr(0, parentLength));
+    const KeyNumber guess = sibling == nullptr ? m_index.GetFirstChild(parent) : sibling->key + 1;
+    const std::u16string_view name = path.substr(parentLength == 0 ? 0 : parentLength + 1);
+    const KeyNumber key = m_index.FindChild(parent, name, guess);
+    if (key != kNoKey) {
+        Remember(path, key, sibling);
+        m_index.PrefetchKey(key + kKeysAhead);
+    }
+    return key;
+}
+
+// Goes to the key at `path`, from `known` on, which stands at or above it, or from the root.
+KeyNumber CHive::FindParent(std::u16string_view path, SKnownPath* known) {
+    KeyNumber key = Use(known);
+    if (path.empty() || (known != nullptr && known->path.size() == path.size())) {
+        return key;
+    }
+    std::u16string_view rest = path.substr(known == nullptr ? 0 : known->path.size() + 1);
+    for (bool isLast = false; !isLast && key != kNoKey;) {
         const std::size_t length = std::min(rest.find(u'\\'), rest.size());
-        // The neighbours of the key are likely to be asked for next.
-        if (length == rest.size() && length + 1 < path.size()) {
-            Remember(path.substr(0, path.size() - length - 1), key);
-        }
+        isLast = length == rest.size();
         key = m_index.FindChild(key, rest.substr(0, length));
-        rest.remove_prefix(std::min(length + 1, rest.size()));
+        rest.remove_prefix(isLast ? length : length + 1);
     }
     if (key != kNoKey) {
-        Remember(path, key);
+        Remember(path, key, FindSibling(path.substr(0, ParentLength(path))));
     }
     return key;
 }
@@ -101,39 +116,44 @@ CHive::SKnownPath* CHive::FindKnownPath(std::u16string_view path) {
     return best;
 }
 
-// Keeps a path in the place of a sibling, or of the one that was not asked for the longest. So a
-// walk through the children of a key does not push out the key itself, nor what is above it.
-void CHive::Remember(std::u16string_view path, KeyNumber key) {
-    const std::size_t parentLength = ParentLength(path);
-    SKnownPath* place = nullptr;
+// The remembered path of a child of the key at `parentPath`; null when there is none.
+CHive::SKnownPath* CHive::FindSibling(std::u16string_view parentPath) {
     for (SKnownPath& known : m_knownPaths) {
-        if (EqualUnits(known.path, path)) {
-            return;
-        }
-        if (known.parentLength == parentLength &&
-            EqualUnits(path.substr(0, parentLength),
-                       std::u16string_view(known.path).substr(0, parentLength))) {
-            place = &known;
+        if (known.key != kNoKey && known.parentLength == parentPath.size() &&
+            EqualUnits(std::u16string_view(known.path).substr(0, known.parentLength), parentPath)) {
+            return &known;
         }
     }
-    if (place == nullptr) {
-        place = &*std::ranges::min_element(m_knownPaths, {}, &SKnownPath::lastUse);
+    return nullptr;
+}
+
+// The key of a remembered path, or the root for none.
+KeyNumber CHive::Use(SKnownPath* known) {
+    if (known == nullptr) {
+        return kRootKey;
     }
-    place->path = path;
-    place->parentLength = parentLength;
-    place->key = key;
-    place->lastUse = ++m_uses;
+    known->lastUse = ++m_uses;
+    return known->key;
+}
+
+// Keeps a path in the place of its sibling, or else of the one that was not asked for the longest.
+// So a walk through the children of a key does not push out the key itself, nor what is above it.
+void CHive::Remember(std::u16string_view path, KeyNumber key, SKnownPath* sibling) {
+    SKnownPath& place = sibling != nullptr
+                            ? *sibling
+                            : *std::ranges::min_element(m_knownPaths, {}, &SKnownPath::lastUse);
+    place.path = path;
+    place.parentLength = ParentLength(path);
+    place.key = key;
+    place.lastUse = ++m_uses;
 }
 
 bool CHive::GetChildName(KeyNumber key, std::uint32_t index, std::u16string& name) const {
-    const std::uint32_t count = m_index.GetChildCount(key);
-    if (index >= count) {
+    if (index >= m_index.GetChildCount(key)) {
         return false;
     }
     const KeyNumber child = m_index.GetFirstChild(key) + index;
-    if (index + kChildrenAhead < count) {
-        m_cells.Prefetch(m_index.GetCell(child + kChildrenAhead));
-    }
+    m_index.PrefetchKey(child + kKeysAhead);
     SKeyNode node;
     if (!m_cells.ReadKey(m_index.GetCell(child), node)) {
         return false;
@@ -142,14 +162,26 @@ bool CHive::GetChildName(KeyNumber key, std::uint32_t index, std::u16string& nam
     return true;
 }
 
-bool CHive::GetValue(KeyNumber key, std::uint32_t index, SValueNode& value) const {
+bool CHive::GetValue(KeyNumber key, std::uint32_t index, SValueNode& value) {
     const std::span<const CellOffset> values = m_index.GetValues(key);
     m_cells.PrefetchFrom(values, index);
+    m_lastValueKey = key;
+    m_lastValue = index;
     return index < values.size() && m_cells.ReadValue(values[index], value);
 }
 
 bool CHive::FindValue(KeyNumber key, std::u16string_view name, SValueNode& value) {
+    // Most keys are asked for values that they do not have, and for the value that was just told
+    // of.
+    if (!m_index.MayHaveValue(key, name.size())) {
+        return false;
+    }
     const std::span<const CellOffset> values = m_index.GetValues(key);
+    if (m_lastValueKey == key && m_lastValue < values.size() &&
+        m_cells.ReadValue(values[m_lastValue], value) && value.name.GetCapacity() == name.size() &&
+        value.name.EqualsNoCase(name)) {
+        return true;
+    }
     const std::uint32_t index =
         values.size() > kFewValues ? FindHashedValue(key, name) : FindFirstValue(values, name);
     return index != kNoValue && m_cells.ReadValue(values[index], value);

@@ -34,10 +34,10 @@ public:
     [[nodiscard]] SKeyInfo GetInfo(KeyNumber key) const { return m_index.GetInfo(key); }
     // False behind the last one.
     [[nodiscard]] bool GetChildName(KeyNumber key, std::uint32_t index, std::u16string& name) const;
-    [[nodiscard]] bool GetValue(KeyNumber key, std::uint32_t index, SValueNode& value) const;
+    [[nodiscard]] bool GetValue(KeyNumber key, std::uint32_t index, SValueNode& value);
 
-    // The value of that name; false if there is none. Of several with the same name it is the first
-    // whose name is whole.
+    // The value of that name; false if there is none. Of several with the same name it is one whose
+    // name is whole, if there is one.
     [[nodiscard]] bool FindValue(KeyNumber key, std::u16string_view name, SValueNode& value);
 
     // Copies the `value.size` bytes of a value that this hive gave.
@@ -51,8 +51,11 @@ private:
         std::uint64_t lastUse = 0;
     };
 
+    [[nodiscard]] KeyNumber FindParent(std::u16string_view path, SKnownPath* known);
     [[nodiscard]] SKnownPath* FindKnownPath(std::u16string_view path);
-    void Remember(std::u16string_view path, KeyNumber key);
+    [[nodiscard]] SKnownPath* FindSibling(std::u16string_view parentPath);
+    [[nodiscard]] KeyNumber Use(SKnownPath* known);
+    void Remember(std::u16string_view path, KeyNumber key, SKnownPath* sibling);
     [[nodiscard]] std::uint32_t FindFirstValue(std::span<const CellOffset> values,
                                                std::u16string_view name) const;
     [[nodiscard]] std::uint32_t FindHashedValue(KeyNumber key, std::u16string_view name);
@@ -66,6 +69,10 @@ private:
     // The key that is walked through, its neighbours and their parent are asked for in turns.
     std::array<SKnownPath, 4> m_knownPaths;
     std::uint64_t m_uses = 0;
+
+    // The value that was enumerated last.
+    KeyNumber m_lastValueKey = kNoKey;
+    std::uint32_t m_lastValue = 0;
 
     // The names of the last key that has too many values to look at each.
     CNameTable m_valueNames;

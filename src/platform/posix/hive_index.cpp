@@ -177,16 +177,16 @@ bool CHiveIndex::Build(const CHiveCells& cells, CellOffset root) {
     return true;
 }
 
-// Puts the subkeys of a key into the table; of those with the same name the first whose name is
-// whole.
+// Puts the subkeys of a key into the table; of namesakes the first whose name is whole.
 void CHiveIndex::NameChildren(KeyNumber parent) {
     const KeyNumber end = m_keys[parent].firstChild + m_keys[parent].childCount;
     for (KeyNumber key = m_keys[parent].firstChild; key < end; ++key) {
         SKeyNode child;
         SKeyNode other;
         std::u16string name;
-        std::uint32_t& place = m_names.Place(m_keys[key].nameHash, [&](KeyNumber candidate) {
-            if (!IsChild(candidate, parent, m_keys[key].nameHash) ||
+        const std::uint32_t hash = m_keys[key].nameHash;
+        std::uint32_t& place = m_names.Place(hash, [&](KeyNumber candidate) {
+            if (m_keys[candidate].nameHash != hash || !IsChild(candidate, parent) ||
                 !m_cells->ReadKey(m_keys[key].cell, child) ||
                 !m_cells->ReadKey(m_keys[candidate].cell, other)) {
                 return false;
@@ -194,9 +194,12 @@ void CHiveIndex::NameChildren(KeyNumber parent) {
             child.name.CopyTo(name);
             return other.name.EqualsNoCase(name);
         });
-        const bool isBetter =
-            child.name.GetCapacity() == name.size() && other.name.GetCapacity() != name.size();
-        if (place == CNameTable::kEmpty || isBetter) {
+        if (place == CNameTable::kEmpty) {
+            place = key;
+            continue;
+        }
+        m_hasNamesakes = true;
+        if (child.name.GetCapacity() == name.size() && other.name.GetCapacity() != name.size()) {
             place = key;
         }
     }
@@ -209,14 +212,21 @@ SKeyInfo CHiveIndex::GetInfo(KeyNumber key) const {
             .longestValueName = m_keys[key].longestValueName};
 }
 
-KeyNumber CHiveIndex::FindChild(KeyNumber parent, std::u16string_view name) const {
+KeyNumber CHiveIndex::FindChild(KeyNumber parent, std::u16string_view name, KeyNumber guess) const {
+    if (!m_hasNamesakes && IsChild(guess, parent) && HasName(guess, name)) {
+        return guess;
+    }
     const std::uint32_t hash = NameHash(HashName(parent, name, name.size()));
-    SKeyNode child;
     const std::uint32_t key = m_names.Get(hash, [&](KeyNumber candidate) {
-        return IsChild(candidate, parent, hash) &&
-               m_cells->ReadKey(m_keys[candidate].cell, child) && child.name.EqualsNoCase(name);
+        return m_keys[candidate].nameHash == hash && IsChild(candidate, parent) &&
+               HasName(candidate, name);
     });
     return key == CNameTable::kEmpty ? kNoKey : key;
+}
+
+bool CHiveIndex::HasName(KeyNumber key, std::u16string_view name) const {
+    SKeyNode node;
+    return m_cells->ReadKey(m_keys[key].cell, node) && node.name.EqualsNoCase(name);
 }
 
 }  // namespace platform

@@ -38,14 +38,22 @@ public:
         return std::span(m_values).subspan(m_keys[key].firstValue, m_keys[key].valueCount);
     }
 
+    // Asks the memory for a key that will be read soon, if there is one of that number.
+    void PrefetchKey(KeyNumber key) const {
+        if (key < m_keys.size()) {
+            m_cells->Prefetch(m_keys[key].cell);
+        }
+    }
+
     // False when no value of the key has a name of that many units.
     [[nodiscard]] bool MayHaveValue(KeyNumber key, std::size_t nameLength) const {
         return (m_keys[key].valueNameLengths & LengthBit(nameLength)) != 0;
     }
 
     // The subkey of that name, or kNoKey. Of several with the same name it is the first whose name
-    // is whole.
-    [[nodiscard]] KeyNumber FindChild(KeyNumber parent, std::u16string_view name) const;
+    // is whole. `guess`, any number, is looked at first.
+    [[nodiscard]] KeyNumber FindChild(KeyNumber parent, std::u16string_view name,
+                                      KeyNumber guess = kNoKey) const;
 
 private:
     struct SKey {
@@ -64,15 +72,16 @@ private:
     [[nodiscard]] static std::uint32_t LengthBit(std::size_t length) { return 1U << length % 32; }
 
     void NameChildren(KeyNumber parent);
-    [[nodiscard]] bool IsChild(KeyNumber key, KeyNumber parent, std::uint32_t nameHash) const {
-        return m_keys[key].nameHash == nameHash &&
-               key - m_keys[parent].firstChild < m_keys[parent].childCount;
+    [[nodiscard]] bool IsChild(KeyNumber key, KeyNumber parent) const {
+        return key - m_keys[parent].firstChild < m_keys[parent].childCount;
     }
+    [[nodiscard]] bool HasName(KeyNumber key, std::u16string_view name) const;
 
     const CHiveCells* m_cells = nullptr;
     std::vector<SKey> m_keys;  // breadth first
     std::vector<CellOffset> m_values;
     CNameTable m_names;
+    bool m_hasNamesakes = false;  // two subkeys of one key that answer to the same name
 };
 
 }  // namespace platform
