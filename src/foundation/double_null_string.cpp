@@ -30,7 +30,9 @@ CDoubleNullStringW::CDoubleNullStringW(CDoubleNullStringW&& other) noexcept : CD
 CDoubleNullStringW::~CDoubleNullStringW() { Clear(); }
 
 CDoubleNullStringW& CDoubleNullStringW::operator=(const CDoubleNullStringW& other) {
-    Assign(other);
+    if (this != &other) {
+        Assign(other);
+    }
     return *this;
 }
 

@@ -2,6 +2,9 @@
 
 #include <cstddef>
 
+#include "foundation/hex.h"
+#include "foundation/number_text.h"
+
 namespace {
 
 constexpr std::size_t kDigits = 4;
@@ -21,51 +24,27 @@ void AppendEscaped(std::u16string& escaped, char16_t unit) {
     }
 }
 
-// The number that a hexadecimal digit stands for; 16 for any other unit.
-unsigned DigitValue(char16_t unit) {
-    if (unit >= u'0' && unit <= u'9') {
-        return unit - u'0';
-    }
-    const unsigned lower = unit | 0x20U;
-    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : 16;
-}
-
-// Reads the four digits at the start of `text`; false when they are not there.
-bool ReadDigits(std::u16string_view text, char16_t& value) {
-    if (text.size() < kDigits) {
-        return false;
-    }
-    unsigned number = 0;
-    for (const char16_t unit : text.substr(0, kDigits)) {
-        const unsigned digit = DigitValue(unit);
-        if (digit > 15) {
-            return false;
-        }
-        number = number << 4 | digit;
-    }
-    value = static_cast<char16_t>(number);
-    return true;
-}
-
 // Appends what the tilde at the start of `text` stands for. Returns how many units that took.
 std::size_t AppendUnescaped(std::u16string& plain, std::u16string_view text) {
-    char16_t value = 0;
     if (text.size() > 1 && text[1] == u'~') {
         plain += u'~';
         return 2;
     }
-    if (!ReadDigits(text.substr(1), value)) {
+    const std::u16string_view digits = text.substr(1, kDigits);
+    if (digits.size() < kDigits || !IsHexString(digits)) {
         plain += u'~';
         return 1;
     }
     const std::size_t escapeLength = 1 + kDigits;
+    const auto value = static_cast<char16_t>(ReadPlainNumber64(digits, 16));
     if (value != 0) {
         plain += value;
         return escapeLength;
     }
     // The unit behind an escaped NUL takes its place and is passed over, be it a tilde.
-    plain += text.substr(escapeLength, 1);
-    return escapeLength + text.substr(escapeLength, 1).size();
+    const std::u16string_view next = text.substr(escapeLength, 1);
+    plain += next;
+    return escapeLength + next.size();
 }
 
 }  // namespace

@@ -24,8 +24,9 @@ enum class EXmlNode {
 };
 
 // Reads one document node by node. A document type definition is an error, and so is everything
-// that is not well-formed; nesting and text are limited by memory alone. An element without content
-// gives no end node: IsEmptyElement tells it apart.
+// that is not well-formed; nesting and text are limited by memory alone, but thousands of
+// attributes in one element, or hundreds of namespaces in force, may be refused. An element without
+// content gives no end node: IsEmptyElement tells it apart.
 class CXmlInput {
 public:
     CXmlInput();

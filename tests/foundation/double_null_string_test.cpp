@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -41,18 +42,16 @@ TEST(DoubleNullStringTest, ACopyHasStringsOfItsOwn) {
     EXPECT_EQ(Units(copy), u"a\0b\0\0"sv);
     strings = std::move(copy);
     EXPECT_EQ(Units(strings), u"a\0b\0\0"sv);
-    strings = CDoubleNullStringW();
-    EXPECT_EQ(strings.GetCount(), 0U);
 }
 
 TEST(DoubleNullStringTest, HoldsManyStrings) {
     CDoubleNullStringW strings;
-    for (std::size_t i = 0; i < 100000; ++i) {
+    std::u16string units;
+    for (std::size_t i = 0; i < 1000; ++i) {
         strings.Add(i % 2 == 0 ? u"even" : u"odd");
+        units += i % 2 == 0 ? u"even\0"sv : u"odd\0"sv;
     }
-    EXPECT_EQ(strings.GetCount(), 100000U);
-    EXPECT_EQ(strings.GetLength(), 50000U * (5 + 4) + 1);
-    EXPECT_EQ(strings.GetStrings()[99999], u"odd"sv);
+    EXPECT_TRUE(Units(strings) == units + u'\0');
 }
 
 }  // namespace

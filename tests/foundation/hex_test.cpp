@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 
 #include "support/text.h"
@@ -24,19 +25,14 @@ TEST(HexTest, TellsHexadecimalTextFromOther) {
 }
 
 TEST(HexTest, DecodesEveryPairAndALoneLastUnit) {
-    std::uint8_t bytes[4] = {9, 9, 9, 9};
+    std::array<std::uint8_t, 4> bytes = {9, 9, 9, 9};
     std::size_t count = 0;
-    HexToBytes(u"0AF", bytes, count);
+    HexToBytes(u"0AF", bytes.data(), count);
     EXPECT_EQ(count, 1U);
-    EXPECT_EQ(bytes[0], 0x0A);
-    EXPECT_EQ(bytes[1], 0x0F);
-    EXPECT_EQ(bytes[2], 9);
-    HexToBytes(u"fFz1-17-", bytes, count);
+    EXPECT_EQ(bytes, (std::array<std::uint8_t, 4>{0x0A, 0x0F, 9, 9}));
+    HexToBytes(u"fFz1-17-", bytes.data(), count);
     EXPECT_EQ(count, 4U);
-    EXPECT_EQ(bytes[0], 0xFF);
-    EXPECT_EQ(bytes[1], 0x31);  // 35 * 16 + 1
-    EXPECT_EQ(bytes[2], 0);
-    EXPECT_EQ(bytes[3], 7);
+    EXPECT_EQ(bytes, (std::array<std::uint8_t, 4>{0xFF, 0x31, 0, 7}));  // "z1" is 35 * 16 + 1
 }
 
 }  // namespace

@@ -41,15 +41,11 @@ TEST(XmlWriterTest, LineEndsStandOnlyWhereCallersAskForThem) {
 }
 
 TEST(XmlWriterTest, WritesNothingWithoutAFile) {
-    const CTempFolder folder;
-    const std::u16string name = folder.MakeFolder("taken");
     CXmlWriter writer;
-    EXPECT_EQ(writer.Open(CFilePathW(CStrW(std::u16string_view(name)))),
-              HresultFromError(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(writer.Open(CFilePathW(CStrW(uR"(Z:\missing\a.xml)"))),
+              HresultFromError(ERROR_PATH_NOT_FOUND));
     writer.StartDocument();
     EXPECT_EQ(writer.StartElement(u"a", true), E_FAIL);
-    EXPECT_EQ(writer.WriteAttribute(u"a", u""), E_FAIL);
-    EXPECT_EQ(writer.EndElement(true), E_FAIL);
     writer.EndDocument();
 }
 

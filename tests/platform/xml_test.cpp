@@ -114,26 +114,18 @@ TEST_F(XmlInputTest, TellsTheLineWhereANodeStarts) {
     EXmlNode node = EXmlNode::None;
     std::string lines;
     while (m_input.Read(node) == S_OK) {
-        if (node != EXmlNode::Whitespace) {
-            lines += std::to_string(m_input.GetLineNumber()) + " ";
-        }
+        lines += std::to_string(m_input.GetLineNumber()) + " ";
     }
-    EXPECT_EQ(lines, "1 2 3 5 5 6 6 ");
-    EXPECT_EQ(m_input.GetLineNumber(), 0U);
+    EXPECT_EQ(lines, "1 2 2 3 4 5 5 6 6 ");
 }
 
 TEST_F(XmlInputTest, ReadsTheEncodingsOfTheFile) {
     const std::string_view document = "<?xml version=\"1.0\" encoding=\"utf-16\"?><a>b</a>";
     EXPECT_EQ(ReadAll(Utf16Bytes(document)), "xml<a>'b'</a>.");
     EXPECT_EQ(ReadAll(Utf16Bytes(document, true)), "xml<a>'b'</a>.");
-    EXPECT_EQ(ReadAll("\xEF\xBB\xBF<a>\u00E9</a>"), "<a>'\u00E9'</a>.");
+    EXPECT_EQ(ReadAll("\xEF\xBB\xBF<a>\U0001F600</a>"), "<a>'\U0001F600'</a>.");
     EXPECT_EQ(ReadAll("<?xml version='1.0' encoding='windows-1252'?><a>\x80\xE9</a>"),
               "xml<a>'\u20AC\u00E9'</a>.");
-    Open("<a>\U0001F600</a>");
-    EXmlNode node = EXmlNode::None;
-    ASSERT_EQ(m_input.Read(node), S_OK);
-    ASSERT_EQ(m_input.Read(node), S_OK);
-    EXPECT_EQ(m_input.GetValue(), u"\U0001F600");
 }
 
 TEST_F(XmlInputTest, WhatIsNotWellFormedIsAFaultBehindTheNodesAheadOfIt) {
@@ -160,9 +152,9 @@ TEST_F(XmlInputTest, WhatIsNotWellFormedIsAFaultBehindTheNodesAheadOfIt) {
 TEST_F(XmlInputTest, DocumentTypesAreRefused) {
     EXPECT_EQ(ReadAll("<!DOCTYPE a><a/>"), "#");
     EXPECT_EQ(ReadAll("<?xml version='1.0'?><!DOCTYPE a [<!ENTITY e 'x'>]><a>&e;</a>"), "xml#");
-    const std::string secret = m_folder.Path("secret.txt").string();
-    m_folder.WriteFile("secret.txt", "secret");
-    EXPECT_EQ(ReadAll("<!DOCTYPE a [<!ENTITY e SYSTEM '" + secret + "'>]><a>&e;</a>"), "#");
+    EXPECT_EQ(ReadAll("<!DOCTYPE a SYSTEM 'file:///etc/passwd'><a/>"), "#");
+    // Nor may one be read behind another fault, which would lose memory.
+    EXPECT_EQ(ReadAll("<!DOCTYPE [<!ENTITY e 'x'>]><a b='&e;'/>"), "#");
 }
 
 TEST_F(XmlInputTest, FaultsPrintNothing) {
@@ -176,26 +168,28 @@ TEST_F(XmlInputTest, DepthIsLimitedByMemoryAlone) {
     constexpr std::size_t kDepth = 1000000;
     Open(Repeat("<a>", kDepth) + Repeat("</a>", kDepth));
     EXmlNode node = EXmlNode::None;
-    std::size_t starts = 0;
-    std::size_t ends = 0;
-    int result = S_OK;
-    while ((result = m_input.Read(node)) == S_OK) {
-        (node == EXmlNode::Element ? starts : ends) += 1;
+    std::size_t count = 0;
+    while (m_input.Read(node) == S_OK) {
+        ++count;
     }
-    EXPECT_EQ(result, S_FALSE);
-    EXPECT_EQ(starts, kDepth);
-    EXPECT_EQ(ends, kDepth);
+    EXPECT_EQ(count, 2 * kDepth);
+    EXPECT_EQ(m_input.Read(node), S_FALSE);
 }
 
+// libxml2 stops at ten million bytes unless told otherwise.
 TEST_F(XmlInputTest, LongTokensCome) {
-    const std::string big(20000000, 'x');
-    EXPECT_EQ(ReadAll("<a b='" + big + "'/>").size(), big.size() + 8);
-    EXPECT_EQ(ReadAll("<a>" + big + "</a>").size(), big.size() + 10);
-    EXPECT_EQ(ReadAll("<a><!--" + big + "--><![CDATA[" + big + "]]></a>").size(),
-              2 * big.size() + 12);
+    const std::string big = Repeat("x", 10000001);
+    Open("<a b='" + big + "'>" + big + "<!--" + big + "--><![CDATA[" + big + "]]></a>");
+    EXmlNode node = EXmlNode::None;
+    std::size_t total = 0;
+    while (m_input.Read(node) == S_OK) {
+        static_cast<void>(m_input.MoveToFirstAttribute());  // only the element has one
+        total += m_input.GetValue().size();
+    }
+    EXPECT_EQ(total, 4 * big.size());
 }
 
-TEST_F(XmlInputTest, FloodsOfAttributesAndNamespacesAreRefusedInTime) {
+TEST_F(XmlInputTest, FloodsOfNamesAreRefusedInsteadOfComparedForHours) {
     std::string attributes = "<a";
     std::string namespaces;
     for (int i = 0; i < 300000; ++i) {
@@ -203,15 +197,7 @@ TEST_F(XmlInputTest, FloodsOfAttributesAndNamespacesAreRefusedInTime) {
         namespaces += "<a xmlns:p" + std::to_string(i) + "='urn:u'>";
     }
     EXPECT_EQ(ReadAll(attributes + "/>"), "#");
-    EXPECT_EQ(ReadAll(namespaces + Repeat("</a>", 300000)).back(), '#');
-}
-
-TEST_F(XmlInputTest, FilesThatCannotBeReadDoNotOpen) {
-    EXPECT_EQ(m_input.Open(m_folder.Name("missing.xml").c_str()),
-              HresultFromError(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(m_input.Open(m_folder.MakeFolder("folder").c_str()),
-              HresultFromError(ERROR_ACCESS_DENIED));
-    EXPECT_FALSE(m_input.IsOpen());
+    EXPECT_EQ(ReadAll(namespaces).back(), '#');
 }
 
 class XmlOutputTest : public testing::Test {
@@ -249,16 +235,16 @@ TEST_F(XmlOutputTest, WritesTheseBytes) {
 
 TEST_F(XmlOutputTest, CallsOutOfPlaceWriteNothing) {
     EXPECT_LT(m_output.WriteText(u"x"), 0);
-    EXPECT_LT(m_output.WriteEndElement(), 0);
     EXPECT_LT(m_output.WriteEndDocument(), 0);
     EXPECT_EQ(m_output.WriteStartElement(u"a"), S_OK);
     EXPECT_LT(m_output.WriteStartDocument(), 0);
     EXPECT_LT(m_output.WriteWhitespace(u"x"), 0);
     EXPECT_LT(m_output.WriteAttribute(u"c", u"\x01"), 0);
-    EXPECT_LT(m_output.WriteText(std::u16string_view(u"\xD800x", 2)), 0);
+    EXPECT_LT(m_output.WriteText(u"\xD800x"), 0);
     EXPECT_EQ(m_output.WriteText(u"x"), S_OK);
     EXPECT_LT(m_output.WriteAttribute(u"b", u""), 0);
     EXPECT_EQ(m_output.WriteEndElement(), S_OK);
+    EXPECT_LT(m_output.WriteEndElement(), 0);
     EXPECT_LT(m_output.WriteStartElement(u"b"), 0);
     EXPECT_EQ(m_output.WriteWhitespace(u"\n"), S_OK);
     EXPECT_EQ(m_output.WriteEndDocument(), S_OK);
@@ -267,17 +253,15 @@ TEST_F(XmlOutputTest, CallsOutOfPlaceWriteNothing) {
 }
 
 TEST_F(XmlOutputTest, LongDocumentsComeOutWhole) {
-    const std::u16string value(999, u'v');
-    const std::string shown = "<i v=\"" + std::string(999, 'v') + "\" />";
+    constexpr std::size_t kItems = 10007;
     m_output.WriteStartElement(u"a");
-    for (int i = 0; i < 1000; ++i) {
+    for (std::size_t i = 0; i < kItems; ++i) {
         m_output.WriteStartElement(u"i");
-        m_output.WriteAttribute(u"v", value);
+        m_output.WriteAttribute(u"v", u"123");
         EXPECT_EQ(m_output.WriteEndElement(), S_OK);
     }
     EXPECT_EQ(m_output.WriteEndDocument(), S_OK);
-    EXPECT_EQ(m_output.Flush(), S_OK);
-    EXPECT_EQ(Written(), Utf16Bytes("<a>" + Repeat(shown, 1000) + "</a>"));
+    EXPECT_EQ(Written(), Utf16Bytes("<a>" + Repeat("<i v=\"123\" />", kItems) + "</a>"));
 }
 
 }  // namespace

@@ -19,12 +19,10 @@ namespace {
 constexpr int kNotWellFormed = static_cast<int>(0xC00CEE2DU);  // WC_E_SYNTAX
 constexpr int kDtdProhibited = static_cast<int>(0xC00CEE4FU);  // WC_E_DTDPROHIBITED
 
-// What ICU can still convert in one go, with room to spare.
-constexpr std::size_t kMaxText = std::size_t{1} << 30;
-
-// Attribute values come with predefined entities and character references replaced only when all
-// entities are; there are no others, since nothing declares any.
-constexpr int kOptions = XML_PARSE_NOENT | XML_PARSE_NONET | XML_PARSE_HUGE;
+// NOENT: attribute values come with predefined entities replaced only when all entities are; there
+// are no others, since nothing declares any. RECOVER: without it the parser is silent after a
+// fault, and so about a document type that it then goes on to read.
+constexpr int kOptions = XML_PARSE_NOENT | XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_RECOVER;
 
 const char* Chars(const xmlChar* text) {
     return text == nullptr ? "" : reinterpret_cast<const char*>(text);
@@ -194,6 +192,7 @@ void CXmlParser::OnDoctype(void* context, const xmlChar* /*name*/, const xmlChar
                            const xmlChar* /*systemId*/) {
     CXmlParser& self = Self(context);
     self.Fail(kDtdProhibited);
+    // Not even after another failure may it see what the document type declares.
     xmlStopParser(self.m_context.get());
 }
 
@@ -288,10 +287,6 @@ void CXmlParser::AddText(std::string_view text) {
     std::vector<SXmlNode>& nodes = m_document.m_nodes;
     if (!IsText(nodes.back().type)) {
         AddNode(IsBlank(text) ? EXmlNode::Whitespace : EXmlNode::Text, "", "", text);
-        return;
-    }
-    if (m_document.m_values.size() - nodes.back().valueStart + text.size() > kMaxText) {
-        Fail(E_OUTOFMEMORY);
         return;
     }
     if (nodes.back().type == EXmlNode::Whitespace && !IsBlank(text)) {

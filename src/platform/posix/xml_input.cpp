@@ -1,10 +1,11 @@
-#include <unicode/ustring.h>
-
+#include <cstddef>
+#include <memory>
 #include <string>
 
 #include "platform/posix/file_access.h"
 #include "platform/posix/xml_document.h"
 #include "platform/status.h"
+#include "platform/utf8.h"
 #include "platform/xml.h"
 
 namespace platform {
@@ -12,16 +13,6 @@ namespace platform {
 namespace {
 
 constexpr std::size_t kNoNode = static_cast<std::size_t>(-1);
-
-// Well-formed text, as the parser gives it, never takes more units than it has bytes.
-void ToUtf16(std::string_view bytes, std::u16string& text) {
-    text.resize(bytes.size());
-    std::int32_t length = 0;
-    UErrorCode error = U_ZERO_ERROR;
-    u_strFromUTF8(text.data(), static_cast<std::int32_t>(text.size()), &length, bytes.data(),
-                  static_cast<std::int32_t>(bytes.size()), &error);
-    text.resize(U_SUCCESS(error) ? static_cast<std::size_t>(length) : 0);
-}
 
 }  // namespace
 
@@ -45,7 +36,7 @@ struct CXmlInput::SState {
     }
 
     std::u16string_view Show(std::string_view bytes) {
-        ToUtf16(bytes, text);
+        text = Utf8ToUtf16(bytes);
         return text;
     }
 };
