@@ -174,7 +174,11 @@ void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CFilePat
         }
         // What stands in the way, or cannot be made, shows when the file is copied.
         static_cast<void>(DeleteFileForce(destination));
-        static_cast<void>(CreateDirectoryChain(destination.GetParent()));
+        CFilePathW folder = destination.GetParent();
+        if (folder.NotEquals(m_lastFolder)) {
+            static_cast<void>(CreateDirectoryChain(folder));
+            m_lastFolder = std::move(folder);
+        }
         status = platform::CopyFile(path.ToString().Get(), destination.ToString().Get());
     }
     if (status != ERROR_SUCCESS) {
