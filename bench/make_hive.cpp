@@ -85,7 +85,7 @@ private:
     std::u16string Word() { return std::u16string(kWords[Pick(kWords.size())]); }
 
     std::u16string Path() {
-        std::u16string path = u"C:\\Program Files\\Example Company";
+        std::u16string path = u"C:\\Program Files\\Example Company Ltd";
         for (std::uint64_t i = 2 + Pick(3); i != 0; --i) {
             path += u"\\" + Word();
         }

@@ -90,7 +90,6 @@ private:
     struct SKeyCells {
         std::uint32_t key = kNoCell;
         std::uint32_t subKeys = kNoCell;
-        std::uint32_t subKeysPart = kNoCell;
         std::uint32_t values = kNoCell;
         std::vector<SValueCells> valueCells;
     };
@@ -291,12 +290,13 @@ void CTestHive::CLayout::AddSubKeys(const SKey& key, SKeyCells& cells) {
     std::string parts = "ri";
     AppendNumber(parts, AlignUp(children.size(), m_hive.m_partSize) / m_hive.m_partSize, 2);
     for (std::size_t first = 0; first < children.size(); first += m_hive.m_partSize) {
-        const std::uint32_t part =
+        cells.subKeys =
             AddPart(children, first, std::min(m_hive.m_partSize, children.size() - first));
-        cells.subKeysPart = first == 0 ? part : cells.subKeysPart;
-        AppendNumber(parts, part, 4);
+        AppendNumber(parts, cells.subKeys, 4);
     }
-    cells.subKeys = children.size() <= m_hive.m_partSize ? cells.subKeysPart : AddCell(parts);
+    if (children.size() > m_hive.m_partSize) {
+        cells.subKeys = AddCell(parts);
+    }
     SetField(cells.key, 20, static_cast<std::uint32_t>(children.size()));
     SetField(cells.key, 28, cells.subKeys);
 }
@@ -327,8 +327,6 @@ std::uint32_t CTestHive::CLayout::FindCell(const SHiveCell& cell) const {
             return cells.key;
         case SHiveCell::SubKeys:
             return cells.subKeys;
-        case SHiveCell::SubKeysPart:
-            return cells.subKeysPart;
         case SHiveCell::Values:
             return cells.values;
         default:
@@ -476,10 +474,6 @@ std::string CTestHive::Bytes() const {
     }
     layout.Seal();
     return layout.GetBytes();
-}
-
-std::size_t CTestHive::Find(const SHiveCell& cell) const {
-    return cell.kind == SHiveCell::Header ? 0 : kHeaderSize + CLayout(*this).FindCell(cell) + 4;
 }
 
 void SealHiveHeader(std::string& bytes) {

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -16,7 +15,7 @@ enum class EHiveList { Lf, Lh, Li };
 
 // One cell of a hive, named by what it is for. The header is named so too.
 struct SHiveCell {
-    enum EKind { Header, Key, SubKeys, SubKeysPart, Values, Value, Data, Segments };
+    enum EKind { Header, Key, SubKeys, Values, Value, Data, Segments };
 
     EKind kind = Header;
     std::u16string key;
@@ -63,8 +62,6 @@ public:
     CTestHive& Resize(const SHiveCell& cell, std::int32_t size);
 
     [[nodiscard]] std::string Bytes() const;
-    // Where in Bytes() the content of a cell begins.
-    [[nodiscard]] std::size_t Find(const SHiveCell& cell) const;
 
 private:
     struct SValue {

@@ -77,7 +77,7 @@ RegistryTree ReadRegistryTree(std::u16string_view key) {
         std::uint32_t count = 0;
         for (; platform::EnumKey(handle, count, name) == ERROR_SUCCESS; ++count) {
             EXPECT_LE(name.size(), info.longestSubKeyName) << shown;
-            paths.push_back(path + u"\\" + name);
+            paths.push_back(std::u16string(path).append(u"\\").append(name));
         }
         EXPECT_EQ(count, info.subKeyCount) << shown;
         ReadValues(handle, shown, lines);

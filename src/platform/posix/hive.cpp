@@ -17,9 +17,6 @@ constexpr std::uint32_t kLastMinorVersion = 6;
 // Up to here it is faster to look at each value than to hash the name.
 constexpr std::size_t kFewValues = 16;
 
-// How far ahead the memory is asked for keys.
-constexpr KeyNumber kKeysAhead = 4;
-
 constexpr std::uint32_t kNoValue = CNameTable::kEmpty;
 
 bool IsKnownVersion(const CHiveImage& image) {
@@ -80,7 +77,7 @@ KeyNumber CHive::FindKey(std::u16string_view path) {
     const KeyNumber key = m_index.FindChild(parent, name, guess);
     if (key != kNoKey) {
         Remember(path, key, sibling);
-        m_index.PrefetchKey(key + kKeysAhead);
+        m_index.PrefetchBehind(key);
     }
     return key;
 }
@@ -153,7 +150,7 @@ bool CHive::GetChildName(KeyNumber key, std::uint32_t index, std::u16string& nam
         return false;
     }
     const KeyNumber child = m_index.GetFirstChild(key) + index;
-    m_index.PrefetchKey(child + kKeysAhead);
+    m_index.PrefetchBehind(child);
     SKeyNode node;
     if (!m_cells.ReadKey(m_index.GetCell(child), node)) {
         return false;
@@ -171,8 +168,7 @@ bool CHive::GetValue(KeyNumber key, std::uint32_t index, SValueNode& value) {
 }
 
 bool CHive::FindValue(KeyNumber key, std::u16string_view name, SValueNode& value) {
-    // Most keys are asked for values that they do not have, and for the value that was just told
-    // of.
+    // Most questions are for a value that the key does not have, or that it has just told of.
     if (!m_index.MayHaveValue(key, name.size())) {
         return false;
     }

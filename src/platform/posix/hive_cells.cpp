@@ -9,7 +9,6 @@ namespace platform {
 
 namespace {
 
-constexpr std::size_t kCellAlignment = 8;
 constexpr std::size_t kBinHeaderSize = 32;
 
 constexpr unsigned kKeySignature = 0x6B6E;        // "nk"
@@ -28,7 +27,6 @@ constexpr std::uint32_t kDataIsInline = 0x80000000U;
 
 constexpr std::size_t kListHeaderSize = 4;
 constexpr std::size_t kSegmentsSize = 8;
-constexpr std::uint32_t kSegmentLength = 16344;
 constexpr std::uint32_t kFirstVersionWithSegments = 4;
 
 // The signature of a record; 0, which none has, when the cell is too small for the record.

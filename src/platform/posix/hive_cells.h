@@ -15,6 +15,11 @@ namespace platform {
 // Where a cell stands, counted from the first bin. Every offset in a hive is one.
 using CellOffset = std::uint32_t;
 
+constexpr std::size_t kCellAlignment = 8;
+
+// Larger data is divided into segments of this many bytes.
+constexpr std::uint32_t kSegmentLength = 16344;
+
 // The name of a key or value where it stands in its cell: a loan, in Latin-1 or in UTF-16. Its
 // units are those before the first NUL.
 class CHiveName {

@@ -6,9 +6,7 @@ namespace platform {
 
 namespace {
 
-constexpr std::size_t kCellAlignment = 8;
 constexpr std::size_t kSmallestValueCell = 24;
-constexpr std::uint32_t kSegmentLength = 16344;
 
 // An empty name, or one with a backslash, would lead a path back to its parent or elsewhere.
 bool CanStandInPath(const CHiveName& name, std::uint32_t length) {
@@ -70,6 +68,7 @@ bool CHiveIndex::CBuilder::Build(CellOffset root) {
     static_cast<void>(Visit(root));  // nothing was visited before
     m_index.m_keys.push_back({.cell = root});
     for (KeyNumber key = 0; key < m_index.m_keys.size(); ++key) {
+        m_index.PrefetchBehind(key);
         // Each key was readable when it was taken in.
         static_cast<void>(m_cells.ReadKey(m_index.m_keys[key].cell, node));
         AddChildren(key, node);
@@ -119,8 +118,8 @@ void CHiveIndex::CBuilder::AddChild(KeyNumber parent, CellOffset cell) {
 }
 
 // Whether `parent`, which is what the key at `cell` calls its parent, has it in its list too. Then
-// the key is left to that one: the list at hand is what is damaged. Otherwise the key's own word
-// is.
+// the key is left to that one: the list at hand is what is damaged, and otherwise the key's own
+// word.
 bool CHiveIndex::CBuilder::BelongsElsewhere(CellOffset cell, CellOffset parent) {
     SKeyNode node;
     if (!m_cells.ReadKey(parent, node) || node.subKeyCount == 0) {

@@ -38,10 +38,11 @@ public:
         return std::span(m_values).subspan(m_keys[key].firstValue, m_keys[key].valueCount);
     }
 
-    // Asks the memory for a key that will be read soon, if there is one of that number.
-    void PrefetchKey(KeyNumber key) const {
-        if (key < m_keys.size()) {
-            m_cells->Prefetch(m_keys[key].cell);
+    // Asks the memory for a key a few numbers behind `key`, which is likely to be read soon.
+    void PrefetchBehind(KeyNumber key) const {
+        constexpr KeyNumber kDistance = 4;
+        if (key + kDistance < m_keys.size()) {
+            m_cells->Prefetch(m_keys[key + kDistance].cell);
         }
     }
 

@@ -10,10 +10,12 @@
 
 namespace platform {
 
-// The hash of a name, any text of units with an index operator, in whatever letter case, within a
-// scope of names. Its seed is another one in each process, since the names are an outsider's.
+// A number that is another one in each process: the names are an outsider's, who must not be able
+// to choose names that collide.
 [[nodiscard]] std::uint64_t GetNameSeed();
 
+// The hash of a name, any text of units with an index operator, in whatever letter case, within a
+// scope of names.
 template <class TName>
 [[nodiscard]] std::uint64_t HashName(std::uint32_t scope, const TName& name, std::size_t length) {
     CMarvin hash(GetNameSeed());

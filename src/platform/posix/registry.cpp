@@ -62,6 +62,7 @@ int ReadHive(const std::u16string& fileName, CHiveImage& image) {
         return ERROR_SUCCESS;
     }
     std::vector<CHiveImage> logs;
+    const int lastError = GetLastError();
     for (const char16_t* const suffix : {u".LOG1", u".LOG2", u".LOG"}) {
         CHiveImage log;
         // A log that cannot be read leaves the hive as it stands, like one that is not there.
@@ -70,6 +71,7 @@ int ReadHive(const std::u16string& fileName, CHiveImage& image) {
             logs.push_back(std::move(log));
         }
     }
+    SetLastError(lastError);
     ApplyHiveLogs(image, logs);
     return ERROR_SUCCESS;
 }

@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <span>
@@ -11,8 +10,6 @@
 #include "support/little_endian.h"
 #include "support/registry_tree.h"
 #include "support/temp_folder.h"
-
-using testing::ElementsAre;
 
 namespace {
 

@@ -40,7 +40,7 @@ RegistryTree ReadTree(CHive& hive) {
         lines.push_back(KeyLine(shown));
         std::u16string name;
         for (std::uint32_t child = 0; hive.GetChildName(key, child, name); ++child) {
-            paths.push_back(path.empty() ? name : path + u"\\" + name);
+            paths.push_back(path.empty() ? name : std::u16string(path).append(u"\\").append(name));
         }
         SValueNode value;
         for (std::uint32_t index = 0; hive.GetValue(key, index, value); ++index) {
