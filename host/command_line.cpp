@@ -1,0 +1,268 @@
+#include "host/command_line.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <optional>
+
+namespace host {
+
+namespace {
+
+constexpr const char* kDescription =
+    "Converts an application package of CAS to ORV packages, one for each target: a manifest\n"
+    "with its payload beside it.";
+
+constexpr const char* kFooter =
+    "'cas2orv COMMAND --help' tells more of a command.\n"
+    "\n"
+    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
+    "3 converted, but the log has errors.";
+
+constexpr const char* kConvertFooter =
+    "For an OUT.orv of FOLDER/NAME, the manifest of a target becomes FOLDER/{GUID}/NAME,\n"
+    "with its payload beside it. stdout has a line for each target: GUID, tab, path of the\n"
+    "manifest. Paths are those of this system; a Windows path (X:\\... or \\\\server\\share\\...)\n"
+    "is taken as it is.\n"
+    "\n"
+    "Example: cas2orv convert capture/App.profile out/app.orv --log out/log.html\n"
+    "\n"
+    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
+    "3 converted, but the log has errors.";
+
+constexpr const char* kTargetsFooter =
+    "stdout has a line for each target: GUID, tab, name.\n"
+    "\n"
+    "Example: cas2orv targets capture/App.profile";
+
+constexpr const char* kMachineFooter =
+    "The text is TOML and can be given back as --machine FILE, here or elsewhere.\n"
+    "\n"
+    "Example: cas2orv machine > reference.toml";
+
+constexpr const char* kConvertUsage =
+    "cas2orv convert PROFILE OUT.orv [--log FILE] [--machine FILE] [--progress auto|plain|none] "
+    "[--json]";
+constexpr const char* kTargetsUsage = "cas2orv targets PROFILE [--machine FILE] [--json]";
+constexpr const char* kMachineUsage = "cas2orv machine [--machine FILE]";
+constexpr const char* kCommands = "convert, targets or machine";
+
+// The parser of one command line. It fills the command while it reads.
+class CParser {
+public:
+    CParser();
+    std::variant<SCommand, SReply> Parse(const std::vector<std::string>& arguments);
+
+private:
+    CLI::App* AddVerb(EVerb verb, const char* name, const char* description, const char* footer);
+    void AddProfile(CLI::App& app);
+    void AddMachine(CLI::App& app);
+    void AddJson(CLI::App& app, const char* description);
+    void AddConvert();
+
+    [[nodiscard]] std::string GetPath() const;
+    [[nodiscard]] std::string GetUsage() const;
+    [[nodiscard]] std::string DescribeFailure(const CLI::ParseError& error) const;
+    [[nodiscard]] std::string DescribeMissing() const;
+    [[nodiscard]] std::string DescribeExtra() const;
+    [[nodiscard]] std::string DescribeCount(const CLI::ParseError& error) const;
+    [[nodiscard]] std::optional<std::string> FindBadValue() const;
+    [[nodiscard]] SReply Complain(const std::string& problem) const;
+
+    SCommand m_command;
+    std::string m_progress = "auto";
+    CLI::App m_app{kDescription, "cas2orv"};
+    const CLI::App* m_verb = nullptr;  // that of the command line
+};
+
+CParser::CParser() {
+    m_app.allow_windows_style_options(false);
+    m_app.set_help_flag("-h,--help", "Print this help");
+    m_app.set_version_flag("--version", "cas2orv " CAS2ORV_VERSION, "Print the version");
+    m_app.get_formatter()->label("REQUIRED", "");
+    m_app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    m_app.require_subcommand(1);
+    m_app.footer(kFooter);
+    AddConvert();
+    CLI::App* const targets =
+        AddVerb(EVerb::Targets, "targets", "List the targets of a package", kTargetsFooter);
+    AddProfile(*targets);
+    AddMachine(*targets);
+    AddJson(*targets, "Print an array of objects with guid and name");
+    CLI::App* const machine = AddVerb(EVerb::Machine, "machine",
+                                      "Print the machine description in effect", kMachineFooter);
+    AddMachine(*machine);
+}
+
+CLI::App* CParser::AddVerb(EVerb verb, const char* name, const char* description,
+                           const char* footer) {
+    CLI::App* const app = m_app.add_subcommand(name, description);
+    app->group("Commands");
+    app->footer(footer);
+    app->preparse_callback([this, app, verb](std::size_t) {
+        m_verb = app;
+        m_command.verb = verb;
+    });
+    return app;
+}
+
+void CParser::AddProfile(CLI::App& app) {
+    app.add_option("PROFILE", m_command.profile, "The package's profile file")
+        ->required()
+        ->type_name("");
+}
+
+void CParser::AddMachine(CLI::App& app) {
+    app.add_option("--machine", m_command.machine,
+                   "The machine description to use, in place of the\n"
+                   "one that ORVCASCONV_MACHINE names in the\n"
+                   "environment, or else the built-in one")
+        ->type_name("FILE");
+}
+
+void CParser::AddJson(CLI::App& app, const char* description) {
+    app.add_flag("--json", m_command.isJson, description)->disable_flag_override();
+}
+
+void CParser::AddConvert() {
+    CLI::App& app = *AddVerb(EVerb::Convert, "convert", "Convert a package", kConvertFooter);
+    AddProfile(app);
+    app.add_option("OUT.orv", m_command.output, "Folder and name for the manifests")
+        ->required()
+        ->type_name("");
+    app.add_option("--log", m_command.log,
+                   "Save the log of this run in FILE, as lines of\n"
+                   "HTML in UTF-16, and replace an older one;\n"
+                   "without errors and warnings it is empty")
+        ->type_name("FILE");
+    AddMachine(app);
+    app.add_option("--progress", m_progress,
+                   "auto: a display on a terminal, else as plain;\n"
+                   "plain: a line for each target and stage; none")
+        ->type_name("HOW")
+        ->check(CLI::IsMember({"auto", "plain", "none"}).description(""));
+    AddJson(app,
+            "Print an array of objects with guid, name and\n"
+            "manifest");
+}
+
+std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& arguments) {
+    // The library takes the arguments from the end.
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    try {
+        m_app.parse(reversed);
+    } catch (const CLI::CallForHelp&) {
+        return SReply{m_app.help()};
+    } catch (const CLI::CallForVersion&) {
+        return SReply{m_app.version() + '\n'};
+    } catch (const CLI::ParseError& error) {
+        return Complain(DescribeFailure(error));
+    }
+    if (const std::optional<std::string> problem = FindBadValue()) {
+        return Complain(*problem);
+    }
+    m_command.progress = m_progress == "plain"  ? EProgressStyle::Plain
+                         : m_progress == "none" ? EProgressStyle::None
+                                                : EProgressStyle::Auto;
+    return m_command;
+}
+
+std::string CParser::GetPath() const {
+    return m_verb == nullptr ? "cas2orv" : "cas2orv " + m_verb->get_name();
+}
+
+std::string CParser::GetUsage() const {
+    if (m_verb == nullptr) {
+        return "cas2orv COMMAND ...";
+    }
+    return m_command.verb == EVerb::Convert   ? kConvertUsage
+           : m_command.verb == EVerb::Targets ? kTargetsUsage
+                                              : kMachineUsage;
+}
+
+SReply CParser::Complain(const std::string& problem) const {
+    return {problem + "\nUsage: " + GetUsage() + "\nMore: " + GetPath() + " --help", true};
+}
+
+std::string CParser::DescribeFailure(const CLI::ParseError& error) const {
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        return DescribeMissing();
+    }
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        return DescribeExtra();
+    }
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        return DescribeCount(error);
+    }
+    if (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr) {
+        return "--progress takes auto, plain or none";
+    }
+    return std::string("an option cannot be read (") + error.what() +
+           "); write it as the line below has it";
+}
+
+std::string CParser::DescribeMissing() const {
+    if (m_verb != nullptr) {
+        return m_command.verb == EVerb::Convert
+                   ? "convert needs two paths: the package's profile file and that of the output"
+                   : "targets needs a path: the package's profile file";
+    }
+    const std::vector<std::string> words = m_app.remaining();
+    const std::string start =
+        words.empty() ? "a command is missing" : "'" + words.front() + "' is no command of cas2orv";
+    return start + "; begin with " + kCommands;
+}
+
+std::string CParser::DescribeExtra() const {
+    const std::vector<std::string> early = m_app.remaining();
+    const std::vector<std::string> words = early.empty() ? m_verb->remaining() : early;
+    const auto option = std::find_if(words.begin(), words.end(), [](const std::string& word) {
+        return word.size() > 1 && word.front() == '-';
+    });
+    if (option == words.end()) {
+        return "'" + words.front() +
+               "' is one argument too many; a path with blanks needs quotes around it";
+    }
+    return early.empty() ? "'" + *option + "' is no option of " + m_verb->get_name() +
+                               "; write ./" + *option + " if it is a file"
+                         : "'" + *option + "' stands before the command; write it behind";
+}
+
+std::string CParser::DescribeCount(const CLI::ParseError& error) const {
+    const std::string text = error.what();
+    const std::string name = text.substr(0, text.find(':'));
+    const CLI::Option* const option = m_verb->get_option_no_throw(name);
+    if (option == nullptr) {
+        return "--json takes no value; write it alone";  // as the only flag
+    }
+    return name + (option->count() > 1 ? " is given more than once; give it once"
+                                       : " needs a value behind it");
+}
+
+std::optional<std::string> CParser::FindBadValue() const {
+    for (const CLI::Option* const option : m_verb->get_options()) {
+        const std::vector<std::string>& values = option->results();
+        if (values.empty() || option->get_expected_max() == 0) {
+            continue;
+        }
+        const std::string name = option->get_name();
+        if (values.front().empty()) {
+            return name + " is empty; write a path";
+        }
+        // Most likely the value was forgotten and the next option taken for it.
+        if (option->nonpositional() && values.front().front() == '-') {
+            return name + " needs a value behind it; write ./" + values.front() +
+                   " if that is its file";
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::variant<SCommand, SReply> ParseCommandLine(const std::vector<std::string>& arguments) {
+    return CParser().Parse(arguments);
+}
+
+}  // namespace host

@@ -1,0 +1,36 @@
+#include "host/console.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "host/system.h"
+#include "platform/utf8.h"
+
+namespace host {
+
+std::string Printable(std::u16string_view text) {
+    std::u16string shown(text);
+    for (char16_t& unit : shown) {
+        if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0)) {
+            unit = 0xFFFD;
+        }
+    }
+    return platform::Utf16ToUtf8(shown);
+}
+
+void Complain(std::string_view message) {
+    WriteTerminal("cas2orv: " + std::string(message) + '\n');
+}
+
+bool PrintResult(std::string_view result) {
+    errno = 0;
+    const bool isWritten = std::fwrite(result.data(), 1, result.size(), stdout) == result.size();
+    if (isWritten && std::fflush(stdout) == 0) {
+        return true;
+    }
+    Complain(std::string("the result cannot be written to stdout: ") + std::strerror(errno));
+    return false;
+}
+
+}  // namespace host

@@ -1,0 +1,11 @@
+// host/exit_status.h - the program's exit statuses.
+#pragma once
+
+namespace host {
+
+constexpr int kExitDone = 0;
+constexpr int kExitFailed = 1;     // nothing, or not all, was done
+constexpr int kExitUsage = 2;      // the arguments are wrong
+constexpr int kExitHasErrors = 3;  // converted, but the log has errors
+
+}  // namespace host

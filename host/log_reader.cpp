@@ -1,0 +1,85 @@
+#include "host/log_reader.h"
+
+#include <string>
+
+#include "host/utf16_reader.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::u16string_view kErrorStart =
+    u"<font color=\"#FF0000\"><span style=\"font-weight: bold\">Error:</span></font> ";
+constexpr std::u16string_view kWarningStart =
+    u"<font color=\"#C0C000\"><span style=\"font-weight: bold\">Warning:</span></font> ";
+constexpr std::u16string_view kEntryEnd = u"<br>";
+
+bool StartsWith(std::u16string_view text, std::u16string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+// Puts lines together to entries, each of which is known to be over when the next one starts.
+class CEntryBuilder {
+public:
+    CEntryBuilder(SLogSummary& summary, const LogEntryHandler& handle)
+        : m_summary(summary), m_handle(handle) {}
+
+    void AddLine(const std::u16string& line) {
+        const bool isError = StartsWith(line, kErrorStart);
+        if (isError || StartsWith(line, kWarningStart)) {
+            Flush();
+            ++(isError ? m_summary.errors : m_summary.warnings);
+            m_hasEntry = true;
+            m_isError = isError;
+            m_entry = line.substr((isError ? kErrorStart : kWarningStart).size());
+        } else {
+            m_entry += u' ';
+            m_entry += line;
+        }
+    }
+
+    void Flush() {
+        if (!m_hasEntry) {
+            return;
+        }
+        std::u16string_view text = m_entry;
+        const bool isWhole = text.size() >= kEntryEnd.size() &&
+                             text.substr(text.size() - kEntryEnd.size()) == kEntryEnd;
+        m_summary.isComplete = isWhole;
+        text.remove_suffix(isWhole ? kEntryEnd.size() : 0);
+        m_handle(m_isError, text);
+        m_hasEntry = false;
+    }
+
+private:
+    SLogSummary& m_summary;
+    const LogEntryHandler& m_handle;
+    std::u16string m_entry;
+    bool m_hasEntry = false;
+    bool m_isError = false;
+};
+
+}  // namespace
+
+SLogSummary ReadLog(std::istream& log, const LogEntryHandler& handle) {
+    SLogSummary summary;
+    CUtf16Reader reader(log);
+    CEntryBuilder builder(summary, handle);
+    std::u16string line;
+    summary.isComplete = reader.HasMark();
+    for (int unit = reader.Next(); unit != CUtf16Reader::kEnd; unit = reader.Next()) {
+        if (unit == u'\n') {
+            builder.AddLine(line);
+            line.clear();
+        } else if (unit != u'\r') {
+            line += static_cast<char16_t>(unit);
+        }
+    }
+    if (!line.empty()) {
+        builder.AddLine(line);
+    }
+    builder.Flush();
+    return summary;
+}
+
+}  // namespace host

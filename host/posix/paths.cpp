@@ -1,0 +1,146 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <system_error>
+
+#include "host/system.h"
+#include "platform/posix/file_location.h"
+#include "platform/posix/file_name.h"
+#include "platform/posix/folder_cache.h"
+#include "platform/posix/machine_description.h"
+#include "platform/status.h"
+
+namespace host {
+
+namespace {
+
+bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+
+bool IsWindowsPath(std::string_view argument) {
+    const bool hasDrive =
+        argument.size() > 2 && IsLetter(argument[0]) && argument[1] == ':' && argument[2] == '\\';
+    return hasDrive || argument.substr(0, 2) == R"(\\)";
+}
+
+// UTF-16 with every character as it is.
+std::u16string PlainText(std::string_view bytes) {
+    std::u16string text;
+    platform::CNameReader reader(bytes, 0);
+    for (int unit = reader.Next(); unit != platform::CNameReader::kEnd; unit = reader.Next()) {
+        text += static_cast<char16_t>(unit);
+    }
+    return text;
+}
+
+// Takes a path one folder up, to where the system would go: a link is followed first.
+void GoUp(std::string& path) {
+    struct SFree {
+        void operator()(char* text) const { free(text); }
+    };
+    const std::unique_ptr<char, SFree> real(realpath(path.empty() ? "/" : path.c_str(), nullptr));
+    if (real) {
+        path = real.get();
+    }
+    path.resize(path.empty() ? 0 : path.rfind('/'));
+}
+
+// A full path without ".", ".." and doubled slashes; empty for the root.
+std::string Normalize(std::string_view whole) {
+    std::string path;
+    while (!whole.empty()) {
+        const std::string_view name = whole.substr(0, whole.find('/'));
+        whole.remove_prefix(name.size() == whole.size() ? name.size() : name.size() + 1);
+        if (name == "..") {
+            GoUp(path);
+        } else if (!name.empty() && name != ".") {
+            path += '/';
+            path += name;
+        }
+    }
+    return path;
+}
+
+// The start that stands for the POSIX root. A description may have another use for Z:, and a path
+// without a drive is below the root in any case.
+std::u16string RootText() {
+    const auto& drives = platform::GetMachineDescription().drives;
+    const auto drive = drives.find(u'Z');
+    return drive != drives.end() && drive->second == "/" ? u"Z:" : u"";
+}
+
+// Where a path leads when not all of its folders are there: each name as it would be created.
+std::filesystem::path SpellOut(const platform::SFileLocation& location) {
+    std::filesystem::path path = location.root;
+    std::u16string_view rest = std::u16string_view(location.path).substr(location.rootLength);
+    while (!rest.empty()) {
+        rest.remove_prefix(1);
+        const std::u16string_view name = rest.substr(0, rest.find(u'\\'));
+        rest.remove_prefix(name.size());
+        std::string bytes;
+        static_cast<void>(platform::NameFromText(name, bytes));  // what is no name stays empty
+        path /= bytes;
+    }
+    return path;
+}
+
+}  // namespace
+
+std::optional<std::u16string> LibraryPath(const std::string& argument) {
+    if (IsWindowsPath(argument)) {
+        return PlainText(argument);
+    }
+    std::string whole = argument;
+    if (whole.empty() || whole[0] != '/') {
+        std::error_code error;
+        const std::filesystem::path current = std::filesystem::current_path(error);
+        if (error) {
+            return std::nullopt;
+        }
+        whole = current.native() + '/' + whole;
+    }
+    const std::string path = Normalize(whole);
+    std::u16string text = RootText();
+    for (std::size_t start = 0; start < path.size();) {
+        const std::size_t end = std::min(path.find('/', start + 1), path.size());
+        text += u'\\';
+        text += platform::TextFromName(std::string_view(path).substr(start + 1, end - start - 1));
+        start = end;
+    }
+    return path.empty() ? text + u'\\' : text;
+}
+
+std::filesystem::path LocalPath(const std::string& argument) {
+    return IsWindowsPath(argument) ? LocalPath(PlainText(argument))
+                                   : std::filesystem::path(argument);
+}
+
+std::filesystem::path LocalPath(const std::u16string& path) {
+    platform::SFileLocation location;
+    if (platform::ReadLocation(path, location) != ERROR_SUCCESS) {
+        return {};
+    }
+    std::shared_ptr<platform::CFolder> folder;
+    const int status = location.IsRoot() ? ERROR_PATH_NOT_FOUND
+                                         : platform::CFolderCache::Get().Open(
+                                               location, location.GetFolderPath(), folder);
+    if (status != ERROR_SUCCESS) {
+        return SpellOut(location);
+    }
+    platform::SEntry entry;
+    // What is not there gets the name that a new file would have.
+    static_cast<void>(folder->Find(location.GetName(), entry));
+    return std::filesystem::path(folder->GetPath()) / entry.name;
+}
+
+std::string PathBytes(const std::filesystem::path& path) { return path.native(); }
+
+std::u16string PathText(const std::filesystem::path& path) { return PlainText(path.native()); }
+
+bool IsWritable(const std::filesystem::path& folder) {
+    return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+}
+
+}  // namespace host

@@ -1,0 +1,69 @@
+#include "host/progress_display.h"
+
+#include <new>
+
+#include "host/console.h"
+#include "host/progress_text.h"
+
+namespace host {
+
+namespace {
+
+// Ten times a second at most. A conversion that is over sooner shows nothing.
+constexpr std::chrono::milliseconds kRedrawInterval{100};
+
+}  // namespace
+
+void CProgressDisplay::Show(const OrvProgress& root, Time now) noexcept {
+    try {
+        if (m_kind == EProgressDisplay::Lines) {
+            ShowLines(root);
+        } else if (m_kind == EProgressDisplay::Block && now - m_lastDraw >= kRedrawInterval) {
+            m_lastDraw = now;
+            DrawBlock(root);
+        }
+    } catch (const std::bad_alloc&) {
+        // A conversion goes on without its display, and ends by itself where memory is short.
+        m_kind = EProgressDisplay::None;
+    }
+}
+
+void CProgressDisplay::ShowLines(const OrvProgress& root) {
+    const OrvProgress* const target = root.child;
+    // A target's message is still there when the target is done, but not its stages.
+    if (target == nullptr || target->child == nullptr) {
+        return;
+    }
+    if (m_target != target->current) {
+        m_target = target->current;
+        m_stage.clear();
+        m_write(Printable(GetMessage(*target)) + " (" + std::to_string(m_target + 1) + " of " +
+                std::to_string(target->total) + ")\n");
+    }
+    const std::u16string_view stage = GetMessage(*target->child);
+    if (stage != m_stage) {
+        m_stage = stage;
+        m_write("  " + Printable(stage) + '\n');
+    }
+}
+
+void CProgressDisplay::DrawBlock(const OrvProgress& root) {
+    std::size_t lines = 0;
+    const std::string text = FormatLevels(root, m_getSize(), lines);
+    // In one piece, so that nothing of it is seen half drawn.
+    m_write(ReturnToTop() + text + "\x1b[J");
+    m_drawnLines = lines;
+}
+
+void CProgressDisplay::Clear() {
+    if (m_drawnLines != 0) {
+        m_write(ReturnToTop() + "\x1b[J");
+        m_drawnLines = 0;
+    }
+}
+
+std::string CProgressDisplay::ReturnToTop() const {
+    return m_drawnLines == 0 ? "" : "\r\x1b[" + std::to_string(m_drawnLines) + 'A';
+}
+
+}  // namespace host

@@ -1,0 +1,49 @@
+// host/progress_display.h - shows the progress of a conversion while it runs.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "host/system.h"
+#include "orvcasconv/orvcasconv.h"
+
+namespace host {
+
+enum class EProgressDisplay {
+    None,
+    Lines,  // a line for each target and each stage as it comes up
+    Block,  // a line for each live level, drawn over and over in the same place
+};
+
+// One thread at a time, whichever makes a step. Does nothing costly unless there is something to
+// show, and never throws.
+class CProgressDisplay {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    CProgressDisplay(EProgressDisplay kind, std::function<void(std::string_view)> write,
+                     std::function<STerminalSize()> getSize, Time now)
+        : m_kind(kind), m_write(std::move(write)), m_getSize(std::move(getSize)), m_lastDraw(now) {}
+
+    void Show(const OrvProgress& root, Time now) noexcept;
+    // Takes a drawn block away.
+    void Clear();
+
+private:
+    void ShowLines(const OrvProgress& root);
+    void DrawBlock(const OrvProgress& root);
+    [[nodiscard]] std::string ReturnToTop() const;
+
+    EProgressDisplay m_kind;
+    std::function<void(std::string_view)> m_write;
+    std::function<STerminalSize()> m_getSize;
+    Time m_lastDraw;
+    std::size_t m_drawnLines = 0;
+    std::int64_t m_target = -1;  // the last one of which a line was shown
+    std::u16string m_stage;
+};
+
+}  // namespace host

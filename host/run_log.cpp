@@ -1,0 +1,87 @@
+#include "host/run_log.h"
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <vector>
+
+#include "host/console.h"
+
+namespace host {
+
+namespace {
+
+// What the library's file holds at first. The library replaces it only if there is something to
+// log, so a file that is gone or empty afterwards tells of a full disk.
+constexpr char kUntouched = '-';
+
+}  // namespace
+
+bool CRunLog::Open(const std::string& argument) {
+    std::string problem;
+    if (!m_folder.Create(std::string(1, kUntouched), problem)) {
+        Complain(problem);
+        return false;
+    }
+    return argument.empty() || OpenUserFile(argument);
+}
+
+// A file that cannot be written shows before the work is done, not after it.
+bool CRunLog::OpenUserFile(const std::string& argument) {
+    m_userPath = LocalPath(argument);
+    std::error_code error;
+    std::filesystem::create_directories(m_userPath.parent_path(), error);  // shows below
+    m_userFile.open(m_userPath, std::ios::binary | std::ios::trunc);
+    if (!m_userFile.is_open()) {
+        Complain("the log '" + Printable(PathText(m_userPath)) +
+                 "' cannot be written: " + std::strerror(errno) + "; nothing was converted");
+    }
+    return m_userFile.is_open();
+}
+
+std::u16string CRunLog::GetLibraryPath() const {
+    // It is named by a full path, so nothing can be missing.
+    return LibraryPath(m_folder.GetFile()).value_or(u"");
+}
+
+bool CRunLog::Finish(SLogSummary& summary) {
+    std::ifstream log(m_folder.GetFile(), std::ios::binary);
+    if (log.peek() != kUntouched) {
+        summary = ReadLog(log, [](bool isError, std::u16string_view text) {
+            WriteTerminal((isError ? "error: " : "warning: ") + Printable(text) + '\n');
+        });
+        log.clear();
+        log.seekg(0);
+        CopyToUserFile(log);
+    }
+    if (!summary.isComplete) {
+        Complain(
+            "errors and warnings may be missing, since the temporary log is cut off; see "
+            "whether the disk is full, or name another place in the variable TMPDIR");
+    }
+    return CloseUserFile() && summary.isComplete;
+}
+
+// A stream that copies a whole other one takes the end of the room for the end of the other.
+void CRunLog::CopyToUserFile(std::ifstream& log) {
+    std::vector<char> piece(std::size_t{64} << 10);
+    while (m_userFile.is_open() && m_userFile.good() && log.good()) {
+        log.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+        m_userFile.write(piece.data(), log.gcount());
+    }
+}
+
+bool CRunLog::CloseUserFile() {
+    if (!m_userFile.is_open()) {
+        return true;
+    }
+    m_userFile.close();
+    if (m_userFile.fail()) {
+        Complain("the log '" + Printable(PathText(m_userPath)) +
+                 "' cannot be written: " + std::strerror(errno));
+        return false;
+    }
+    return true;
+}
+
+}  // namespace host

@@ -1,0 +1,74 @@
+// host/system.h - what the program asks of its operating system: the meaning of path arguments, the
+// terminal, a place for temporary files. One folder of sources for each system.
+//
+// Arguments and output are bytes: UTF-8 on Windows, on POSIX whatever they are.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "orvcasconv/orvcasconv.h"
+
+namespace host {
+
+// The path that the library gets for an argument. A Windows path goes through as it is; what else
+// an argument of this system means is made absolute and spelled as Windows would. Nothing when the
+// current folder is gone.
+[[nodiscard]] std::optional<std::u16string> LibraryPath(const std::string& argument);
+
+// Where the file lies that an argument names, for this program's own use of it.
+[[nodiscard]] std::filesystem::path LocalPath(const std::string& argument);
+// Where the file lies that the library knows by `path`, or would be put; empty when the path leads
+// nowhere on this machine.
+[[nodiscard]] std::filesystem::path LocalPath(const std::u16string& path);
+
+// A path as bytes for stdout, and as text; bytes that are no UTF-8 become U+DC00 plus the byte.
+[[nodiscard]] std::string PathBytes(const std::filesystem::path& path);
+[[nodiscard]] std::u16string PathText(const std::filesystem::path& path);
+
+// Whether files can be put into a folder.
+[[nodiscard]] bool IsWritable(const std::filesystem::path& folder);
+
+// Makes `file` the machine description of this process, for the library too. False where the
+// machine is always the one that the program runs on.
+[[nodiscard]] bool UseMachineFile(const std::string& file);
+
+// A folder that no other user can enter, with room for one file. It goes when the object does, and
+// when the process is told to end. At most one at a time.
+class CPrivateFolder {
+public:
+    CPrivateFolder() = default;
+    ~CPrivateFolder();
+    CPrivateFolder(const CPrivateFolder&) = delete;
+    CPrivateFolder& operator=(const CPrivateFolder&) = delete;
+
+    // Makes the folder and the file, which holds `content`. False with `problem` telling why not,
+    // and what to do.
+    [[nodiscard]] bool Create(std::string_view content, std::string& problem);
+    // The file's full path.
+    [[nodiscard]] const std::string& GetFile() const { return m_file; }
+
+private:
+    std::string m_folder;
+    std::string m_file;
+};
+
+struct STerminalSize {
+    std::size_t columns = 80;
+    std::size_t rows = 24;
+};
+
+// Whether stderr is a terminal whose cursor can be moved.
+[[nodiscard]] bool HasTerminal();
+[[nodiscard]] STerminalSize GetTerminalSize();
+// Writes to stderr at once. A failure is ignored: there is nowhere to tell it.
+void WriteTerminal(std::string_view bytes);
+
+// Free what the library has handed out: the array of targets, and the texts of an enumeration.
+void FreeTargets(GUID* targets);
+void FreeText(OrvChar* text);
+
+}  // namespace host

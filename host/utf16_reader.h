@@ -1,0 +1,40 @@
+// host/utf16_reader.h - reads UTF-16 files unit by unit.
+#pragma once
+
+#include <cstddef>
+#include <istream>
+#include <vector>
+
+namespace host {
+
+// The units of a little-endian UTF-16 stream behind its byte order mark. Holds one piece of the
+// stream at a time. A last byte without a partner is left out.
+class CUtf16Reader {
+public:
+    static constexpr int kEnd = -1;
+
+    explicit CUtf16Reader(std::istream& bytes);
+
+    // A stream without the mark is at its end at once.
+    [[nodiscard]] bool HasMark() const { return m_hasMark; }
+    [[nodiscard]] int Next() {
+        if (m_next + 1 >= m_size && !Fill()) {
+            return kEnd;
+        }
+        const unsigned low = m_piece[m_next];
+        const unsigned high = m_piece[m_next + 1];
+        m_next += 2;
+        return static_cast<int>(high << 8 | low);
+    }
+
+private:
+    bool Fill();
+
+    std::istream& m_bytes;
+    std::vector<unsigned char> m_piece;
+    std::size_t m_size = 0;
+    std::size_t m_next = 0;
+    bool m_hasMark = false;
+};
+
+}  // namespace host

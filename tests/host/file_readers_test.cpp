@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "host/json.h"
+#include "host/log_reader.h"
+#include "host/manifest_reader.h"
+#include "support/text.h"
+
+namespace {
+
+// A file as the library writes it: UTF-16LE with its mark, lines ended by CR LF.
+std::istringstream File(const std::string& text) {
+    std::string bytes = "\xFF\xFE";
+    for (const char16_t unit : Utf16(text)) {
+        if (unit == u'\n') {
+            bytes += std::string("\r\0", 2);
+        }
+        bytes += static_cast<char>(unit & 0xFF);
+        bytes += static_cast<char>(unit >> 8);
+    }
+    return std::istringstream(bytes);
+}
+
+const std::string kError =
+    "<font color=\"#FF0000\"><span style=\"font-weight: bold\">Error:</span></font> ";
+const std::string kWarning =
+    "<font color=\"#C0C000\"><span style=\"font-weight: bold\">Warning:</span></font> ";
+
+TEST(LogReaderTest, TellsErrorsFromWarningsAndTakesTheirHtmlAway) {
+    std::istringstream log = File(kError + "\xC3\xA9t\xC3\xA9 <b>&amp;<br>\n" + kWarning +
+                                  "<br>\n" + kError + "two\nlines<br>\n");
+    std::vector<std::string> entries;
+    const host::SLogSummary summary =
+        host::ReadLog(log, [&](bool isError, std::u16string_view text) {
+            entries.push_back((isError ? "E:" : "W:") + Utf8(text));
+        });
+    // Texts are not escaped in the log, so what looks like markup in them is their own.
+    EXPECT_EQ(entries,
+              (std::vector<std::string>{"E:\xC3\xA9t\xC3\xA9 <b>&amp;", "W:", "E:two lines"}));
+    EXPECT_EQ(summary.errors, 2U);
+    EXPECT_EQ(summary.warnings, 1U);
+    EXPECT_TRUE(summary.isComplete);
+}
+
+TEST(LogReaderTest, NoticesAFileThatWasCutOff) {
+    const auto ignore = [](bool, std::u16string_view) {};
+    std::istringstream cut = File(kError + "one<br>\n" + kError + "tw");
+    const host::SLogSummary summary = host::ReadLog(cut, ignore);
+    EXPECT_EQ(summary.errors, 2U);
+    EXPECT_FALSE(summary.isComplete);
+    std::istringstream empty;
+    EXPECT_FALSE(host::ReadLog(empty, ignore).isComplete);
+}
+
+TEST(ManifestReaderTest, CountsTheItemsOfAllCollections) {
+    // The text of the value is longer than what is read at once.
+    const std::string text =
+        "<?xml version=\"1.0\" encoding=\"utf-16\"?>\n<Package Version=\"1\">\n"
+        "<Properties>\n<Name>a</Name>\n<PerUserInstall>1</PerUserInstall>\n</Properties>\n"
+        "<CreateFiles>\n<File Target=\"a\" />\n<File Target=\"b\" />\n</CreateFiles>\n"
+        "<CreateKeys>\n</CreateKeys>\n"
+        "<CreateValues>\n<Value Key=\"k\">" +
+        std::string(100'000, 'x') + "</Value>\n<Value Key=\"l\"></Value>\n</CreateValues>\n";
+    std::istringstream whole = File(text + "</Package>\n");
+    const host::SManifestSummary summary = host::ReadManifest(whole);
+    EXPECT_EQ(summary.items, 4U);
+    EXPECT_TRUE(summary.isComplete);
+    std::istringstream cut = File(text + "</Pack");
+    EXPECT_FALSE(host::ReadManifest(cut).isComplete);
+}
+
+TEST(JsonTest, KeepsEveryUnitAndNoControlCharacter) {
+    const std::u16string text = {u'"',   u'\\',  u'\n',  0x9B, 0xE9,
+                                 0xD83D, 0xDE00, 0xD83D, u' ', 0xDC80};
+    EXPECT_EQ(host::JsonText(text), R"("\"\\\u000a\u009b)"
+                                    "\xC3\xA9\xF0\x9F\x98\x80"
+                                    R"(\ud83d \udc80")");
+}
+
+TEST(JsonTest, RowsAreAnArrayOfObjects) {
+    host::CJsonRows rows;
+    EXPECT_EQ(rows.Finish(), "[]\n");
+    rows.Add({{"guid", u"{1}"}, {"name", std::nullopt}});
+    rows.Add({{"guid", u"{2}"}, {"name", u""}});
+    EXPECT_EQ(
+        rows.Finish(),
+        "[\n  {\"guid\": \"{1}\", \"name\": null},\n  {\"guid\": \"{2}\", \"name\": \"\"}\n]\n");
+}
+
+}  // namespace

@@ -1,0 +1,80 @@
+// How arguments of a POSIX system become paths of the library, and the way back.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "host/system.h"
+#include "support/machine.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class PathArgumentTest : public testing::Test {
+protected:
+    void SetUp() override { fs::current_path(m_folder.Path()); }
+    void TearDown() override { fs::current_path(m_before); }
+
+    CTestMachine m_machine;
+    CTempFolder m_folder;
+    fs::path m_before = fs::current_path();
+};
+
+TEST_F(PathArgumentTest, PathsAreSpelledAsWindowsWould) {
+    const std::u16string here = m_folder.Name();
+    const struct {
+        std::string argument;
+        std::u16string path;
+    } kCases[] = {
+        {"/a/b", uR"(Z:\a\b)"},
+        {"/", uR"(Z:\)"},
+        {"//a/./b//", uR"(Z:\a\b)"},
+        {"/no/such/../b/../..", uR"(Z:\)"},
+        {"a", here + uR"(\a)"},
+        {"./a/../b", here + uR"(\b)"},
+        {"C:a", here + u"\\C\uF03Aa"},
+        {"/a:b|c\\d?\n", u"Z:\\a\uF03Ab\uF07Cc\uF05Cd\uF03F\uF00A"},
+        {"/\xC3\xA9\xFF\xE2\x82",
+         std::u16string(u"Z:\\\u00E9") + char16_t{0xDCFF} + char16_t{0xDCE2} + char16_t{0xDC82}},
+        {R"(c:\a\..\b/c)", uR"(c:\a\..\b/c)"},
+        {R"(\\server\share\a)", uR"(\\server\share\a)"},
+        {R"(\\?\Z:\a)", uR"(\\?\Z:\a)"},
+    };
+    for (const auto& row : kCases) {
+        SCOPED_TRACE(row.argument);
+        EXPECT_EQ(Utf8(host::LibraryPath(row.argument).value_or(u"nothing")), Utf8(row.path));
+        EXPECT_EQ(host::LibraryPath(row.argument), row.path);
+    }
+}
+
+TEST_F(PathArgumentTest, ParentOfALinkIsThatOfWhatItLeadsTo) {
+    m_folder.MakeFolder("real/inner");
+    fs::create_symlink("real/inner", m_folder.Path("link"));
+    EXPECT_EQ(host::LibraryPath("link/../x"), m_folder.Name("real/x"));
+    EXPECT_EQ(host::LibraryPath("link/x"), m_folder.Name("link/x"));
+}
+
+TEST_F(PathArgumentTest, RootIsReachedWithoutItsDrive) {
+    m_machine.Drive(u'Z', m_folder.Path().native());
+    EXPECT_EQ(host::LibraryPath("/a/b"), uR"(\a\b)");
+}
+
+TEST_F(PathArgumentTest, FilesOfTheLibraryAreFoundOnDisk) {
+    const fs::path found = m_folder.Path("Dir:1/File\xFF.txt");
+    fs::create_directory(found.parent_path());
+    std::ofstream(found) << "text";
+    EXPECT_EQ(host::LocalPath(host::LibraryPath("Dir:1/File\xFF.txt").value()), found);
+    EXPECT_EQ(host::LocalPath(m_folder.Name() + u"\\dir\uF03A1\\FILE\xDCFF.TXT"), found);
+    EXPECT_EQ(host::LocalPath(host::LibraryPath("dir:1/new/a").value()),
+              m_folder.Path("dir\xEF\x80\xBA"
+                            "1/new/a"));
+    EXPECT_EQ(host::LocalPath(std::u16string(uR"(Q:\a)")), fs::path());
+    EXPECT_EQ(host::LocalPath(std::string(R"(Z:\a)")), "/a");
+    EXPECT_EQ(host::PathText(found.filename()), u"File\xDCFF.txt");
+}
+
+}  // namespace
