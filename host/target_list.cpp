@@ -1,0 +1,46 @@
+#include "host/target_list.h"
+
+#include <memory>
+
+#include "host/system.h"
+#include "orvcasconv/orvcasconv.h"
+
+namespace host {
+
+namespace {
+
+// Ends an enumeration.
+struct SRelease {
+    void operator()(void* handle) const { ReleaseCasTargetInformation(handle); }
+};
+
+// Takes over a text of the library, which may be null.
+std::optional<std::u16string> Take(OrvChar* text) {
+    const std::unique_ptr<OrvChar, decltype(&FreeText)> owner(text, &FreeText);
+    if (text == nullptr) {
+        return std::nullopt;
+    }
+    return std::u16string(reinterpret_cast<const char16_t*>(text));
+}
+
+}  // namespace
+
+std::uint32_t ListTargets(const std::u16string& profile, std::vector<STarget>& targets) {
+    void* handle = nullptr;
+    const std::uint32_t status =
+        InitCasTargetInformation(reinterpret_cast<const OrvChar*>(profile.c_str()), &handle);
+    if (status != 0) {
+        return status;
+    }
+    const std::unique_ptr<void, SRelease> release(handle);
+    std::vector<STarget> listed;
+    OrvChar* guid = nullptr;
+    OrvChar* name = nullptr;
+    while (GetNextCasTargetInformation(handle, &guid, &name) == 0) {
+        listed.push_back({Take(guid).value_or(u""), Take(name)});
+    }
+    targets = std::move(listed);
+    return 0;
+}
+
+}  // namespace host

@@ -1,0 +1,187 @@
+// The program as a process: what it prints, where, and with which exit status.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/package_builder.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr const char* kPlainGuid = "0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9";
+constexpr const char* kGuid = "{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}";
+constexpr const char* kOtherGuid = "{11111111-2222-3333-4444-555555555555}";
+
+struct SRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+// Runs the program in a folder of the test's own, and looks there for what it has left.
+class CliTest : public testing::Test {
+protected:
+    // `out` is what takes stdout in place of a file that is read afterwards.
+    SRun Run(std::vector<std::string> arguments, const char* out = nullptr) {
+        const std::string outFile = m_folder.Path("stdout").native();
+        const pid_t child = fork();
+        if (child == 0) {
+            Start(arguments, out == nullptr ? outFile.c_str() : out);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+                out == nullptr ? m_folder.ReadFile("stdout") : "", m_folder.ReadFile("stderr")};
+    }
+
+    // Its rules can be read, so that nothing is logged.
+    static CTestTarget Target(std::string_view guid = kPlainGuid) {
+        return CTestTarget(guid).Sandbox().Elements("<Name>A&#9;\"B\"</Name>");
+    }
+    std::string Write(const CTestPackage& package) {
+        return package.Write(m_folder.Path("package")).native();
+    }
+    // A package of two targets with two files and one that is deleted.
+    std::string WriteSample() {
+        return Write(
+            CTestPackage()
+                .Target(Target().File("C/App/a.txt").DeletedFile("C/App/b.txt"))
+                .Target(Target("11111111-2222-3333-4444-555555555555").File("C/App/c.txt")));
+    }
+    [[nodiscard]] std::string Manifest(std::string_view guid) const {
+        return m_folder.Path("out/" + std::string(guid) + "/app.orv").native();
+    }
+    [[nodiscard]] bool HasLeftovers() const { return !fs::is_empty(m_folder.Path("tmp")); }
+
+    CTempFolder m_folder;
+
+private:
+    void SetUp() override { m_folder.MakeFolder("tmp"); }
+
+    [[noreturn]] void Start(std::vector<std::string>& arguments, const char* out) {
+        std::vector<char*> words = {const_cast<char*>(CAS2ORV_PROGRAM)};
+        for (std::string& argument : arguments) {
+            words.push_back(argument.data());
+        }
+        words.push_back(nullptr);
+        unsetenv("ORVCASCONV_MACHINE");
+        setenv("TMPDIR", m_folder.Path("tmp").c_str(), 1);
+        const int err = open(m_folder.Path("stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int to = open(out, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (chdir(m_folder.Path().c_str()) == 0 && dup2(to, STDOUT_FILENO) != -1 &&
+            dup2(err, STDERR_FILENO) != -1) {
+            execv(words[0], words.data());
+        }
+        _exit(127);
+    }
+};
+
+TEST_F(CliTest, ConvertListsManifestsAndCountsItems) {
+    const SRun run = Run({"convert", WriteSample(), "out/app.orv", "--log", "logs/log.html"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, std::string(kGuid) + '\t' + Manifest(kGuid) + '\n' + kOtherGuid + '\t' +
+                           Manifest(kOtherGuid) + '\n');
+    EXPECT_THAT(run.err, StartsWith(std::string("CAS Target:  ") + kGuid + " (1 of 2)\n"));
+    EXPECT_THAT(run.err, HasSubstr("\n  Processing files.\n"));
+    EXPECT_THAT(run.err, HasSubstr("\n2 targets, 3 items, 0 errors, 0 warnings\n"));
+    EXPECT_TRUE(m_folder.Exists("out/" + std::string(kGuid) + "/app.orv"));
+    EXPECT_EQ(m_folder.ReadFile("logs/log.html"), "");
+    EXPECT_FALSE(HasLeftovers());
+}
+
+TEST_F(CliTest, ErrorsOfTheLogAreShownAndSavedAndTold) {
+    const std::string profile =
+        Write(CTestPackage().Target(CTestTarget(kPlainGuid).File("C/App/a.txt")));
+    m_folder.WriteFile("log.html", "older");
+    const SRun run = Run({"convert", profile, "out/app.orv", "--log=log.html", "--progress=none"});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_THAT(run.err, StartsWith("error: Failed to read the file 'Z:\\"));
+    EXPECT_THAT(run.err, Not(HasSubstr("<br>")));
+    EXPECT_THAT(run.err, HasSubstr("\n1 target, 1 item, 1 error, 0 warnings\n"));
+    EXPECT_THAT(m_folder.ReadFile("log.html"), StartsWith(std::string("\xFF\xFE<\0f\0", 6)));
+
+    const SRun full = Run({"convert", profile, "out/app.orv", "--log", "/dev/full"});
+    EXPECT_EQ(full.status, 1);
+    EXPECT_THAT(full.err, HasSubstr("the log '/dev/full' cannot be written: No space left"));
+}
+
+TEST_F(CliTest, JsonTellsGuidNameAndManifest) {
+    const std::string profile = WriteSample();
+    const std::string start =
+        "[\n  {\"guid\": \"" + std::string(kGuid) + R"(", "name": "A\u0009\"B\"")";
+    EXPECT_THAT(Run({"targets", profile, "--json"}).out, StartsWith(start + "},\n"));
+    EXPECT_THAT(Run({"convert", profile, "out/app.orv", "--json"}).out,
+                StartsWith(start + ", \"manifest\": \"" + Manifest(kGuid) + "\"},\n"));
+    EXPECT_THAT(Run({"targets", profile}).out, StartsWith(std::string(kGuid) + "\tA"));
+}
+
+TEST_F(CliTest, FailuresSayWhatIsWrong) {
+    m_folder.WriteFile("file", "<Other/>");
+    m_folder.WriteFile("bad.toml", "[system]\nspeed = 1\n");
+    const std::string profile = WriteSample();
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        const char* message;
+    } kCases[] = {
+        {{"convert", "missing", "out/app.orv"}, 1, "status 2: The system cannot find the file"},
+        {{"targets", "package"}, 1, "This is a folder; name the profile file"},
+        {{"convert", "file", "out/app.orv"}, 1, "status 1168: Element not found."},
+        {{"convert", profile, "file/app.orv"}, 1, "no manifest was saved"},
+        {{"convert", profile, "out/app.orv", "--log", "file/log"}, 1, "nothing was converted"},
+        {{"convert", profile, "out/app.orv", "--machine", "bad.toml"}, 1, "speed"},
+        {{"machine", "--machine", "missing.toml"}, 1, "missing.toml"},
+        {{"convert", profile, "out/"}, 2, "is a folder; add a name"},
+        {{"convert", profile, "package"}, 2, "is a folder; add a name"},
+        {{"convert", profile, R"(Q:\app.orv)"}, 2, "does not map"},
+        {{"convert", profile, "out/app.orv", "--log", profile}, 2, "names the profile itself"},
+        {{"convert", profile}, 2, "Usage: cas2orv convert PROFILE OUT.orv"},
+    };
+    for (const auto& row : kCases) {
+        SCOPED_TRACE(row.message);
+        const SRun run = Run(row.arguments);
+        EXPECT_EQ(run.status, row.status);
+        EXPECT_THAT(run.err, HasSubstr(row.message));
+        EXPECT_EQ(run.out, "");
+        EXPECT_FALSE(HasLeftovers());
+    }
+    EXPECT_FALSE(m_folder.Exists("out"));
+}
+
+TEST_F(CliTest, TargetWithoutAManifestIsNoResult) {
+    m_folder.MakeFolder("out/" + std::string(kGuid) + "/app.orv");
+    const SRun run = Run({"convert", WriteSample(), "out/app.orv"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr(std::string("target ") + kGuid + ": no manifest was saved"));
+    EXPECT_THAT(run.out, StartsWith(kOtherGuid));
+}
+
+TEST_F(CliTest, ResultThatCannotBeWrittenIsAFailure) {
+    const SRun run = Run({"targets", WriteSample()}, "/dev/full");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("cannot be written to stdout"));
+}
+
+TEST_F(CliTest, MachineDescriptionCanBeGivenBack) {
+    const SRun first = Run({"machine"});
+    EXPECT_EQ(first.status, 0);
+    EXPECT_THAT(first.out, StartsWith("[system]\n"));
+    m_folder.WriteFile("changed.toml", "[user]\nsid = 'S-1-5-21-7'\n");
+    const SRun changed = Run({"machine", "--machine", "changed.toml"});
+    EXPECT_NE(changed.out, first.out);
+    m_folder.WriteFile("again.toml", changed.out);
+    EXPECT_EQ(Run({"machine", "--machine", "again.toml"}).out, changed.out);
+}
+
+}  // namespace
