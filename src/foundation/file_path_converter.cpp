@@ -148,6 +148,9 @@ CStrW CFilePathConverter::Expand(const CStrW& text) const {
 
 bool CFilePathConverter::CollapsePaths(CStrW& text, bool expandLongName) const {
     bool changed = expandLongName && ExpandLongName(text);
+    if (!MayHoldPath(text)) {
+        return changed;
+    }
     CStrW lower(text);
     lower.Fold();
     while (true) {
@@ -183,6 +186,12 @@ void CFilePathConverter::ReplaceByToken(CStrW& text, std::u16string_view lower,
     } while (m_hasOnlyAbsolutePaths && at != std::u16string_view::npos);
     result.append(original, done);
     text.Assign(result);
+}
+
+// False when none of the paths can stand in a text, which most texts tell at a glance.
+bool CFilePathConverter::MayHoldPath(std::u16string_view text) const {
+    return !m_hasOnlyAbsolutePaths || text.find(u':') != std::u16string_view::npos ||
+           text.find(uR"(\\)") != std::u16string_view::npos;
 }
 
 // The first row, in their order, whose path stands in the text, at its leftmost place.

@@ -58,6 +58,7 @@ private:
     void AddEnvironment();
     void GroupRows();
     [[nodiscard]] const CFolderEntry* FindToken(std::u16string_view span) const;
+    [[nodiscard]] bool MayHoldPath(std::u16string_view text) const;
     [[nodiscard]] SMatch FindLongestPath(std::u16string_view lower) const;
 
     void ReplaceByToken(CStrW& text, std::u16string_view lower, const SMatch& match) const;

@@ -69,9 +69,9 @@ void CCasFileTraverseManager::OnFinish() {
     platform::LeaveApartment();
 }
 
-void CCasFileTraverseManager::ShowProgress(const CFilePathW& path) {
+void CCasFileTraverseManager::ShowProgress(const CStrW& name) {
     if (m_progress) {
-        m_progress->SetMessage(path.ToString());
+        m_progress->SetMessage(name);
         m_progress->Step();
     }
 }
@@ -106,7 +106,7 @@ CFilePathW MakePayloadName(const CStrW& collapsed) {
 
 bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
                                           const platform::SFindData& /*data*/) {
-    ShowProgress(path);
+    ShowProgress(path.ToString());
     const bool hasDrive =
         path.GetKind() == FilePathAbsolute || path.GetKind() == FilePathDriveRelative;
     // A folder with content is implied by it; and of a package on a drive no folder becomes an
@@ -131,13 +131,14 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
 
 bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
                                         const platform::SFindData& /*data*/) {
-    ShowProgress(path);
-    const CFilePathSegmentW& name = path.GetLastSegment();
-    if (name.EqualsNoCase(kPlaceholder)) {
+    const CStrW name = path.ToString();
+    ShowProgress(name);
+    const CFilePathSegmentW& last = path.GetLastSegment();
+    if (last.EqualsNoCase(kPlaceholder)) {
         return true;
     }
-    const bool deleted = StreamExists(path.ToString() + kDeleteMarker);
-    const bool shortcut = !path.IsRoot() && name.CompareExtension(kShortcutExtension) == 0;
+    const bool deleted = StreamExists(name + kDeleteMarker);
+    const bool shortcut = !path.IsRoot() && last.CompareExtension(kShortcutExtension) == 0;
     if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
         return true;
     }
@@ -149,22 +150,24 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
     } else if (shortcut) {
         AddShortcut(path, target.ToString());
     } else {
-        AddFile(path, target);
+        AddFile(path, name, target);
     }
     return true;
 }
 
-void CCasFileTraverseManager::AddFile(const CFilePathW& path, const CFilePathW& target) {
+void CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
+                                      const CFilePathW& target) {
     // The payload of a deep file is named like any other, so the long form's prefix stays out of
     // it.
     const CStrW collapsed = m_pathConverter->Collapse(target.ToPlainString());
     const CFilePathW relative = MakePayloadName(collapsed);
     m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative);
     // A double has its copy made all the same.
-    CopyPayload(path, relative);
+    CopyPayload(path, name, relative);
 }
 
-void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CFilePathW& relative) {
+void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CStrW& name,
+                                          const CFilePathW& relative) {
     int status = ERROR_ACCESS_DENIED;
     // Without a name the destination would be the output folder itself.
     if (!relative.IsEmpty()) {
@@ -179,10 +182,10 @@ void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CFilePat
             static_cast<void>(CreateDirectoryChain(folder));
             m_lastFolder = std::move(folder);
         }
-        status = platform::CopyFile(path.ToString().Get(), destination.ToString().Get());
+        status = platform::CopyFile(name.Get(), destination.ToString().Get());
     }
     if (status != ERROR_SUCCESS) {
-        GetLogger().LogMessage(MessageCopyFailed, nullptr, path.ToString().Get(),
+        GetLogger().LogMessage(MessageCopyFailed, nullptr, name.Get(),
                                GetSystemErrorMessage(status).Get());
     }
 }

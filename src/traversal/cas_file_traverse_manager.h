@@ -37,12 +37,13 @@ protected:
     bool VisitFile(const CFilePathW& path, const platform::SFindData& data) override;
 
 private:
-    void ShowProgress(const CFilePathW& path);
+    void ShowProgress(const CStrW& name);
     // The place on the captured machine of an entry of the capture.
     [[nodiscard]] CFilePathW MapToTarget(const CFilePathW& path) const;
-    void AddFile(const CFilePathW& path, const CFilePathW& target);
+    // `name` is the path as text.
+    void AddFile(const CFilePathW& path, const CStrW& name, const CFilePathW& target);
     void AddShortcut(const CFilePathW& path, const CStrW& target);
-    void CopyPayload(const CFilePathW& path, const CFilePathW& relative);
+    void CopyPayload(const CFilePathW& path, const CStrW& name, const CFilePathW& relative);
 
     CFilePathW m_root;
     std::size_t m_rootDepth = 0;
