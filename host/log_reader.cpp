@@ -63,10 +63,10 @@ private:
 
 SLogSummary ReadLog(std::istream& log, const LogEntryHandler& handle) {
     SLogSummary summary;
+    summary.isComplete = false;
     CUtf16Reader reader(log);
     CEntryBuilder builder(summary, handle);
     std::u16string line;
-    summary.isComplete = reader.HasMark();
     for (int unit = reader.Next(); unit != CUtf16Reader::kEnd; unit = reader.Next()) {
         if (unit == u'\n') {
             builder.AddLine(line);

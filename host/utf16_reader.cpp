@@ -10,8 +10,7 @@ constexpr int kByteOrderMark = 0xFEFF;
 }  // namespace
 
 CUtf16Reader::CUtf16Reader(std::istream& bytes) : m_bytes(bytes), m_piece(kPiece) {
-    m_hasMark = Next() == kByteOrderMark;
-    if (!m_hasMark) {
+    if (Next() != kByteOrderMark) {
         m_bytes.setstate(std::ios::eofbit);
         m_size = 0;
         m_next = 0;

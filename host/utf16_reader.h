@@ -13,10 +13,9 @@ class CUtf16Reader {
 public:
     static constexpr int kEnd = -1;
 
+    // A stream without the mark is at its end at once.
     explicit CUtf16Reader(std::istream& bytes);
 
-    // A stream without the mark is at its end at once.
-    [[nodiscard]] bool HasMark() const { return m_hasMark; }
     [[nodiscard]] int Next() {
         if (m_next + 1 >= m_size && !Fill()) {
             return kEnd;
@@ -34,7 +33,6 @@ private:
     std::vector<unsigned char> m_piece;
     std::size_t m_size = 0;
     std::size_t m_next = 0;
-    bool m_hasMark = false;
 };
 
 }  // namespace host

@@ -53,6 +53,8 @@ TEST(LogReaderTest, NoticesAFileThatWasCutOff) {
     EXPECT_FALSE(summary.isComplete);
     std::istringstream empty;
     EXPECT_FALSE(host::ReadLog(empty, ignore).isComplete);
+    std::istringstream mark = File("");
+    EXPECT_FALSE(host::ReadLog(mark, ignore).isComplete);
 }
 
 TEST(ManifestReaderTest, CountsTheItemsOfAllCollections) {
