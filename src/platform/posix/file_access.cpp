@@ -1,17 +1,104 @@
 #include "platform/posix/file_access.h"
 
-#include "platform/posix/file_place.h"
+#include <fcntl.h>
+
+#include <cerrno>
+
+#include "platform/posix/errno_status.h"
+#include "platform/posix/file_location.h"
+#include "platform/posix/folder_cache.h"
 #include "platform/status.h"
 
 namespace platform {
 
+namespace {
+
+// While the file is open, no other can have its number.
+struct SKeptFile {
+    CFileDescriptor file;
+    dev_t device = 0;
+    ino_t number = 0;
+};
+SKeptFile g_kept;
+
+bool IsKept(const struct stat& info) {
+    return g_kept.file.IsOpen() && info.st_dev == g_kept.device && info.st_ino == g_kept.number;
+}
+
+}  // namespace
+
+int FindFolder(std::u16string_view path, SFilePlace& place) {
+    CFolderCache& cache = CFolderCache::Get();
+    SSplitPath split;
+    if (SplitPath(path, split) && cache.Open(split.folder, place.folder) == ERROR_SUCCESS) {
+        place.name = split.name;
+        place.stream = split.stream;
+        return ERROR_SUCCESS;
+    }
+    SFileLocation location;
+    if (const int status = ReadLocation(path, location)) {
+        return status;
+    }
+    place.name = location.GetName();
+    place.stream = location.stream;
+    return cache.Open(location, location.IsRoot() ? location.path : location.GetFolderPath(),
+                      place.folder);
+}
+
+int FindEntryAt(SFilePlace& place) {
+    if (!place.name.empty()) {
+        return place.folder->Find(place.name, place.entry);
+    }
+    const int error = place.folder->Look(".", place.entry);
+    return error == 0 ? ERROR_SUCCESS : StatusFromErrno(error);
+}
+
+int FindFile(std::u16string_view path, SFilePlace& place) {
+    if (const int status = FindFolder(path, place)) {
+        return status;
+    }
+    return place.stream.empty() ? FindEntryAt(place) : ERROR_INVALID_NAME;
+}
+
+int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info) {
+    if (place.entry.IsFolder()) {
+        return ERROR_ACCESS_DENIED;
+    }
+    if (!place.entry.IsRegular()) {
+        const bool leadsNowhere = place.entry.IsUnfollowed() && !place.folder->IsSealed();
+        return leadsNowhere ? ERROR_FILE_NOT_FOUND : ERROR_CANT_ACCESS_FILE;
+    }
+    if (IsKept(place.entry.info)) {
+        file = std::move(g_kept.file);
+        info = place.entry.info;
+        return ERROR_SUCCESS;
+    }
+    // Should the file be replaced between the look and the opening, O_NONBLOCK keeps a pipe from
+    // holding this thread up, and the second look finds out.
+    const int follow = place.folder->IsSealed() ? O_NOFOLLOW : 0;
+    CFileDescriptor opened(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
+                                  O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | follow));
+    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0) {
+        return StatusFromErrno(errno);
+    }
+    if (!S_ISREG(info.st_mode)) {
+        return ERROR_CANT_ACCESS_FILE;
+    }
+    file = std::move(opened);
+    return ERROR_SUCCESS;
+}
+
+void KeepOpen(CFileDescriptor file, const struct stat& info) {
+    g_kept = {std::move(file), info.st_dev, info.st_ino};
+}
+
 int OpenForReading(const char16_t* name, CFileDescriptor& file) {
     SFilePlace place;
     struct stat info {};
-    if (const int status = FindPlace(name, place)) {
+    if (const int status = FindFile(name, place)) {
         return SetLastError(status);
     }
-    const int status = OpenPlace(place, file, info);
+    const int status = OpenEntry(place, file, info);
     return status == ERROR_SUCCESS ? status : SetLastError(status);
 }
 

@@ -1,8 +1,15 @@
-// platform/posix/file_access.h - files of the POSIX side that are read by more than the file
-// operations.
+// platform/posix/file_access.h - finds the file that a Windows name means, and opens it for
+// reading.
 #pragma once
 
+#include <sys/stat.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/folder.h"
 
 namespace platform {
 
@@ -12,5 +19,33 @@ namespace platform {
 // a link below the package folder, a pipe, a socket or a device, none of which is opened at all. A
 // failure is also the last error and leaves `file` as it was.
 [[nodiscard]] int OpenForReading(const char16_t* name, CFileDescriptor& file);
+
+// A name in a folder that is there.
+struct SFilePlace {
+    std::shared_ptr<CFolder> folder;
+    std::u16string name;    // as it was asked for; empty for a root, which is found as its own "."
+    std::u16string stream;  // as it was asked for; empty for the file itself
+    SEntry entry;           // what FindEntryAt, or FindFile, found
+};
+
+// These set no last error.
+
+// Opens the folder of `path`. ERROR_PATH_NOT_FOUND when there is none.
+[[nodiscard]] int FindFolder(std::u16string_view path, SFilePlace& place);
+
+// Looks place.name up in the folder. ERROR_FILE_NOT_FOUND leaves in entry.name the name that a new
+// file gets.
+[[nodiscard]] int FindEntryAt(SFilePlace& place);
+
+// Both. ERROR_INVALID_NAME for a path with a stream.
+[[nodiscard]] int FindFile(std::u16string_view path, SFilePlace& place);
+
+// Opens what was found, for reading. ERROR_ACCESS_DENIED, ERROR_CANT_ACCESS_FILE as
+// OpenForReading has them; otherwise `info` is of the open file.
+[[nodiscard]] int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info);
+
+// Leaves a file that OpenEntry gave, and that nobody has read from, to the next OpenEntry of the
+// same file. One file is kept at a time; none, when `file` is not open.
+void KeepOpen(CFileDescriptor file, const struct stat& info);
 
 }  // namespace platform

@@ -100,23 +100,21 @@ void RemoveLastName(SFileLocation& location) {
     }
 }
 
-// Splits "name:stream" at its first colon; a type behind a second one may say that it is data.
-int ReadStream(SFileLocation& location, std::u16string_view& last) {
+// Cuts the stream off "name:stream", and the type that may follow it. False when there is a colon
+// and no stream.
+bool CutStream(std::u16string_view& name, std::u16string_view& stream) {
     constexpr std::u16string_view kDataType = u":$DATA";
-    const std::size_t colon = last.find(u':');
+    const std::size_t colon = name.find(u':');
     if (colon == std::u16string_view::npos) {
-        location.stream.clear();
-        return ERROR_SUCCESS;
+        return true;
     }
-    std::u16string_view stream = last.substr(colon + 1);
-    last = last.substr(0, colon);
+    stream = name.substr(colon + 1);
+    name = name.substr(0, colon);
     if (stream.size() > kDataType.size() &&
         IsSameName(stream.substr(stream.size() - kDataType.size()), kDataType)) {
         stream.remove_suffix(kDataType.size());
     }
-    location.stream = stream;
-    const bool isName = !stream.empty() && stream.find(u':') == std::u16string_view::npos;
-    return isName ? ERROR_SUCCESS : ERROR_INVALID_NAME;
+    return !stream.empty() && stream.find(u':') == std::u16string_view::npos;
 }
 
 int AddName(SFileLocation& location, std::u16string_view name) {
@@ -146,6 +144,18 @@ std::u16string_view SFileLocation::GetFolderPath() const {
     return std::u16string_view(path).substr(0, path.rfind(u'\\'));
 }
 
+bool SplitPath(std::u16string_view text, SSplitPath& split) {
+    const std::size_t cut = text.rfind(u'\\') + 1;  // 0 when there is none
+    std::u16string_view name = text.substr(cut);
+    const bool hasDrive = cut == 0 && name.size() >= 2 && name[1] == u':';
+    std::u16string_view stream;
+    if (hasDrive || text.size() > kMaxPath || !CutStream(name, stream)) {
+        return false;
+    }
+    split = {text.substr(0, cut), name, stream};
+    return !name.empty() && name != u"." && name != u"..";
+}
+
 int ReadLocation(std::u16string_view text, SFileLocation& location) {
     if (text.size() > kMaxPath) {
         return ERROR_FILENAME_EXCED_RANGE;
@@ -156,16 +166,17 @@ int ReadLocation(std::u16string_view text, SFileLocation& location) {
     if (const int status = ReadStart(location, text)) {
         return status;
     }
-    location.stream.clear();
+    std::u16string_view stream;
     while (!text.empty()) {
         std::u16string_view segment = TakeSegment(text);
-        if (const int status = text.empty() ? ReadStream(location, segment) : ERROR_SUCCESS) {
-            return status;
+        if (text.empty() && !CutStream(segment, stream)) {
+            return ERROR_INVALID_NAME;
         }
         if (const int status = AddName(location, segment)) {
             return status;
         }
     }
+    location.stream = stream;
     return ERROR_SUCCESS;
 }
 

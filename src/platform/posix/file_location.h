@@ -23,6 +23,16 @@ struct SFileLocation {
     [[nodiscard]] std::u16string_view GetFolderPath() const;
 };
 
+// A path split before its last name, which may have a stream behind it.
+struct SSplitPath {
+    std::u16string_view folder;  // with its last backslash; empty for a bare name
+    std::u16string_view name;
+    std::u16string_view stream;
+};
+
+// Splits a path whose last name is nothing but a name; false for every other, such as a root.
+[[nodiscard]] bool SplitPath(std::u16string_view text, SSplitPath& split);
+
 // Reads a path, plain or behind "\\?\". A path without a drive starts at the root folder or at the
 // current one; so does "Z:a" where the drive is the root folder itself, and ".." works on the text
 // alone, as on Windows. Gives ERROR_PATH_NOT_FOUND for a drive or share that is not mapped,

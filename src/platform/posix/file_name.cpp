@@ -74,7 +74,7 @@ void AppendUtf8(std::string& bytes, UChar32 c) {
 
 }  // namespace
 
-int CNameReader::Next() {
+int CNameReader::NextOther() {
     if (m_trail != 0) {
         return std::exchange(m_trail, char16_t{0});
     }
@@ -126,10 +126,7 @@ bool NameFromText(std::u16string_view text, std::string& bytes) {
     return true;
 }
 
-char16_t UpperUnit(char16_t unit) {
-    if (unit < 0x80) {
-        return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;
-    }
+char16_t UpperOtherUnit(char16_t unit) {
     const UChar32 upper = u_toupper(unit);
     // The dotless i and the long s stay: no other letter turns into an ASCII one on Windows.
     return upper >= 0x80 && upper < 0x10000 ? static_cast<char16_t>(upper) : unit;

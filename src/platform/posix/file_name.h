@@ -5,6 +5,7 @@
 // byte.
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,16 @@ constexpr bool IsForeign(char32_t c) {
     return c < 0x20 || (c < 0x80 && kForeign.find(c) != std::u32string_view::npos);
 }
 
+// Whether a byte appears as itself.
+inline constexpr auto kPlainBytes = [] {
+    std::array<bool, 256> plain{};
+    for (unsigned char c = 1; c < 0x80; ++c) {
+        plain[c] = !IsForeign(c);
+    }
+    return plain;
+}();
+inline bool IsPlain(char byte) { return kPlainBytes[static_cast<unsigned char>(byte)]; }
+
 // Gives the units of a name one by one, as TextFromName has them.
 class CNameReader {
 public:
@@ -26,9 +37,18 @@ public:
         : m_bytes(bytes), m_foreignBase(foreignBase) {}
 
     // kEnd behind the last unit, however often it is called.
-    int Next();
+    int Next() {
+        if (!m_bytes.empty() && m_trail == 0 && IsPlain(m_bytes[0])) {
+            const char byte = m_bytes[0];
+            m_bytes.remove_prefix(1);
+            return byte;
+        }
+        return NextOther();
+    }
 
 private:
+    int NextOther();
+
     std::string_view m_bytes;
     char16_t m_foreignBase;
     char16_t m_trail = 0;
@@ -48,7 +68,13 @@ private:
 [[nodiscard]] bool NameFromText(std::u16string_view text, std::string& bytes);
 
 // The upper-case form by which NTFS orders and compares names, each unit by itself.
-[[nodiscard]] char16_t UpperUnit(char16_t unit);
+[[nodiscard]] char16_t UpperOtherUnit(char16_t unit);
+[[nodiscard]] inline char16_t UpperUnit(char16_t unit) {
+    if (unit < 0x80) {
+        return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;
+    }
+    return UpperOtherUnit(unit);
+}
 void AppendUpper(std::u16string& upper, std::u16string_view text);
 
 // Whether two texts are the same name but for letter case.

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/posix/file_name.h"
+#include "platform/status.h"
 
 namespace platform {
 
@@ -17,16 +18,9 @@ namespace {
 
 // The names of the attributes, each ended by a NUL; empty when there are none or they cannot be
 // had.
-std::string ListAttributes(const SFilePlace& place) {
-    // Nothing else can have attributes of a user, and a device must not be opened.
-    if (!place.entry.IsRegular() && !place.entry.IsFolder()) {
-        return {};
-    }
-    const int follow = place.folder->IsSealed() ? O_NOFOLLOW : 0;
-    const CFileDescriptor file(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
-                                      O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | follow));
+std::string ListAttributes(int file) {
     std::array<char, 1024> names;
-    ssize_t size = flistxattr(file.Get(), names.data(), names.size());
+    ssize_t size = flistxattr(file, names.data(), names.size());
     if (size >= 0) {
         return {names.data(), static_cast<std::size_t>(size)};
     }
@@ -34,9 +28,27 @@ std::string ListAttributes(const SFilePlace& place) {
         return {};
     }
     std::string longNames(XATTR_LIST_MAX, '\0');
-    size = flistxattr(file.Get(), longNames.data(), longNames.size());
+    size = flistxattr(file, longNames.data(), longNames.size());
     longNames.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
     return longNames;
+}
+
+// Only files and folders can have attributes of a user, and a device must not be opened.
+std::string ListAttributes(const SFilePlace& place) {
+    if (place.entry.IsFolder()) {
+        const CFileDescriptor folder(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
+                                            O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        return ListAttributes(folder.Get());
+    }
+    CFileDescriptor file;
+    struct stat info {};
+    if (OpenEntry(place, file, info) != ERROR_SUCCESS) {
+        return {};
+    }
+    std::string names = ListAttributes(file.Get());
+    // A file that has no such stream is copied next.
+    KeepOpen(std::move(file), info);
+    return names;
 }
 
 bool IsStreamAttribute(std::string_view attribute, std::u16string_view stream) {
@@ -57,16 +69,16 @@ bool IsStreamAttribute(std::string_view attribute, std::u16string_view stream) {
 
 }  // namespace
 
-bool HasStream(const SFilePlace& place, std::u16string_view name, std::u16string_view stream) {
+bool HasStream(const SFilePlace& place) {
     const CNameSet* const names = place.folder->GetNames();
-    if (names != nullptr && names->HasStream(name, stream)) {
+    if (names != nullptr && names->HasStream(place.name, place.stream)) {
         return true;
     }
     const std::string attributes = ListAttributes(place);
     std::string_view rest = attributes;
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find('\0'), rest.size() - 1);
-        if (IsStreamAttribute(rest.substr(0, end), stream)) {
+        if (IsStreamAttribute(rest.substr(0, end), place.stream)) {
             return true;
         }
         rest.remove_prefix(end + 1);

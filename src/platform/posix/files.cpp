@@ -6,8 +6,8 @@
 #include <cstdio>
 
 #include "platform/posix/errno_status.h"
+#include "platform/posix/file_access.h"
 #include "platform/posix/file_name.h"
-#include "platform/posix/file_place.h"
 #include "platform/posix/folder_cache.h"
 #include "platform/posix/output.h"
 #include "platform/status.h"
@@ -17,10 +17,6 @@ namespace platform {
 namespace {
 
 constexpr mode_t kAllWrite = S_IWUSR | S_IWGRP | S_IWOTH;
-
-int Result(int status) { return status == ERROR_SUCCESS ? status : SetLastError(status); }
-
-int ResultOfErrno(int result) { return result == 0 ? ERROR_SUCCESS : FailWithErrno(); }
 
 // Whether a file may be unlinked in place of being deleted. A device never is: the package cannot
 // have made it, and the machine needs it.
@@ -43,21 +39,17 @@ int Rename(const SFilePlace& from, const SFilePlace& to, const std::string& newN
 
 int Move(std::u16string_view from, std::u16string_view to) {
     SFilePlace source;
-    if (const int status = FindPlace(from, source)) {
-        return status;
-    }
-    SFileLocation location;
-    if (const int status = ReadLocation(to, location)) {
+    if (const int status = FindFile(from, source)) {
         return status;
     }
     SFilePlace target;
-    const int status = FindPlace(to, target);
+    const int status = FindFile(to, target);
     std::string newName = target.entry.name;
     if (status == ERROR_SUCCESS) {
         // A file may change the letter case of its own name.
-        const bool isSelf = target.folder == source.folder &&
+        const bool isSelf = target.folder->IsSameAs(*source.folder) &&
                             target.entry.name == source.entry.name &&
-                            NameFromText(location.GetName(), newName);
+                            NameFromText(target.name, newName);
         if (!isSelf || newName == source.entry.name) {
             return isSelf ? ERROR_SUCCESS : ERROR_ALREADY_EXISTS;
         }
@@ -76,7 +68,7 @@ int Move(std::u16string_view from, std::u16string_view to) {
 
 int SetAttributes(const char16_t* name, std::uint32_t attributes) {
     SFilePlace place;
-    if (const int status = FindPlace(name, place)) {
+    if (const int status = FindFile(name, place)) {
         return SetLastError(status);
     }
     // Neither a folder nor a link has the attribute.
@@ -85,14 +77,15 @@ int SetAttributes(const char16_t* name, std::uint32_t attributes) {
     }
     const mode_t mode = place.entry.info.st_mode & 07777;
     const bool isReadOnly = (attributes & kAttributeReadOnly) != 0;
-    return ResultOfErrno(fchmodat(place.folder->GetDescriptor(), place.entry.name.c_str(),
-                                  isReadOnly ? mode & ~kAllWrite : mode | S_IWUSR,
-                                  AT_SYMLINK_NOFOLLOW));
+    const int result = fchmodat(place.folder->GetDescriptor(), place.entry.name.c_str(),
+                                isReadOnly ? mode & ~kAllWrite : mode | S_IWUSR,
+                                place.folder->IsSealed() ? AT_SYMLINK_NOFOLLOW : 0);
+    return result == 0 ? ERROR_SUCCESS : FailWithErrno();
 }
 
 int DeleteFile(const char16_t* name) {
     SFilePlace place;
-    if (const int status = FindPlace(name, place)) {
+    if (const int status = FindFile(name, place)) {
         return SetLastError(status);
     }
     if (!IsDeletable(place.entry)) {
@@ -105,11 +98,14 @@ int DeleteFile(const char16_t* name) {
     return ERROR_SUCCESS;
 }
 
-int MoveFile(const char16_t* from, const char16_t* to) { return Result(Move(from, to)); }
+int MoveFile(const char16_t* from, const char16_t* to) {
+    const int status = Move(from, to);
+    return status == ERROR_SUCCESS ? status : SetLastError(status);
+}
 
 int CreateFolder(const char16_t* name) {
     SFilePlace place;
-    const int status = FindPlace(name, place);
+    const int status = FindFile(name, place);
     if (status != ERROR_FILE_NOT_FOUND) {
         return SetLastError(status == ERROR_SUCCESS ? ERROR_ALREADY_EXISTS : status);
     }
@@ -122,7 +118,7 @@ int CreateFolder(const char16_t* name) {
 
 int GetLongName(const char16_t* name, std::u16string& longName) {
     SFilePlace place;
-    if (const int status = FindPlace(name, place)) {
+    if (const int status = FindFile(name, place)) {
         return SetLastError(status);
     }
     longName = name;
@@ -132,6 +128,7 @@ int GetLongName(const char16_t* name, std::u16string& longName) {
 void SetPackageFolder(const char16_t* name) {
     CFolderCache& cache = CFolderCache::Get();
     cache.SetPackageFolder(nullptr);
+    KeepOpen({}, {});
     SFileLocation location;
     std::shared_ptr<CFolder> folder;
     if (name != nullptr && ReadLocation(name, location) == ERROR_SUCCESS &&

@@ -2,9 +2,8 @@
 
 #include "platform/files.h"
 #include "platform/posix/errno_status.h"
-#include "platform/posix/file_location.h"
+#include "platform/posix/file_access.h"
 #include "platform/posix/file_name.h"
-#include "platform/posix/file_place.h"
 #include "platform/posix/file_stream.h"
 #include "platform/posix/folder_cache.h"
 #include "platform/status.h"
@@ -24,25 +23,23 @@ std::uint32_t GetAttributes(const SEntry& entry) {
     return entry.IsReadOnly() ? kAttributeReadOnly : kAttributeNormal;
 }
 
-// Looks up what is no pattern.
-int FindOne(const SFileLocation& location, SFindData& found) {
+// Looks up what is no pattern, in a folder that is found already.
+int FindOne(SFilePlace& place, SFindData& found) {
     constexpr char16_t kColonOnDisk = 0xF03A;
-    SFilePlace place;
-    if (const int status = FindPlace(location, place)) {
-        return status;
-    }
-    std::u16string name(location.GetName());
-    if (!location.stream.empty()) {
-        // Without a file in front, a file that is named like the stream is found as itself.
-        const bool isOwnFile =
-            location.IsRoot() &&
-            place.folder->Find(kColonOnDisk + location.stream, place.entry) == ERROR_SUCCESS;
-        if (!isOwnFile && !HasStream(place, name, location.stream)) {
+    // Without a file in front, a file that is named like the stream is found as itself.
+    const bool isStreamAlone =
+        place.name.empty() && !place.stream.empty() &&
+        place.folder->Find(kColonOnDisk + place.stream, place.entry) == ERROR_SUCCESS;
+    if (!isStreamAlone) {
+        if (const int status = FindEntryAt(place)) {
+            return status;
+        }
+        if (!place.stream.empty() && !HasStream(place)) {
             return ERROR_FILE_NOT_FOUND;
         }
     }
-    found.attributes = GetAttributes(place.entry);
-    found.name = location.IsRoot() ? name : TextFromName(place.entry.name);
+    found = {place.name.empty() ? std::u16string() : TextFromName(place.entry.name),
+             GetAttributes(place.entry)};
     return ERROR_SUCCESS;
 }
 
@@ -50,25 +47,38 @@ int FindOne(const SFileLocation& location, SFindData& found) {
 
 // Goes from name to name rather than through a copy of them, so that it bears any change.
 struct CFindHandle::SSearch {
-    std::shared_ptr<CFolder> folder;
-    std::u16string pattern;  // empty when there is but one answer, which First has given
-    std::string last;        // name on disk, empty at the start
-    int ownNames = 0;        // how many of "." and ".." are done
+    // Has no entries: the one answer is given already.
+    SSearch() = default;
+    SSearch(std::shared_ptr<CFolder> folder, std::u16string pattern)
+        : m_folder(std::move(folder)), m_pattern(std::move(pattern)) {
+        m_folder->BeginSearch();
+    }
+    ~SSearch() {
+        if (m_folder) {
+            m_folder->EndSearch();
+        }
+    }
+    SSearch(const SSearch&) = delete;
+    SSearch& operator=(const SSearch&) = delete;
 
     int Next(SFindData& found);
 
 private:
     bool NextOwnName(SFindData& found);
+
+    std::shared_ptr<CFolder> m_folder;
+    std::u16string m_pattern;
+    std::string m_last;  // name on disk, empty at the start
+    std::size_t m_ownNames = 0;
 };
 
 // Windows has both in every folder, so that a search through one that is empty does find something.
 bool CFindHandle::SSearch::NextOwnName(SFindData& found) {
-    constexpr const char16_t* kOwnNames[] = {u".", u".."};
-    while (ownNames < 2) {
-        const std::u16string_view name = kOwnNames[ownNames++];
-        if (MatchesPattern(name, pattern)) {
-            found.name = name;
-            found.attributes = kAttributeDirectory;
+    constexpr std::u16string_view kOwnNames[] = {u".", u".."};
+    while (m_ownNames < std::size(kOwnNames)) {
+        const std::u16string_view name = kOwnNames[m_ownNames++];
+        if (MatchesPattern(name, m_pattern)) {
+            found = {std::u16string(name), kAttributeDirectory};
             return true;
         }
     }
@@ -76,24 +86,23 @@ bool CFindHandle::SSearch::NextOwnName(SFindData& found) {
 }
 
 int CFindHandle::SSearch::Next(SFindData& found) {
-    if (pattern.empty()) {
+    if (!m_folder) {
         return ERROR_NO_MORE_FILES;
     }
     if (NextOwnName(found)) {
         return ERROR_SUCCESS;
     }
-    const CNameSet* const names = folder->GetHeldNames();
+    const CNameSet* const names = m_folder->GetHeldNames();
     if (names == nullptr) {
         return StatusFromErrno(errno);
     }
-    while (const std::string* const name = names->FindNext(last)) {
-        last = *name;
-        SEntry entry;
-        std::u16string text = names->GetText(last);
-        if (!names->IsStream(last) && MatchesPattern(text, pattern) &&
-            folder->Look(last, entry) == 0) {
-            found.attributes = GetAttributes(entry);
-            found.name = std::move(text);
+    SEntry entry;
+    while (const std::string* const name = names->FindNext(m_last)) {
+        m_last = *name;
+        std::u16string text = names->GetText(m_last);
+        if (!names->IsStream(m_last) && MatchesPattern(text, m_pattern) &&
+            m_folder->Look(m_last, entry) == 0) {
+            found = {std::move(text), GetAttributes(entry)};
             return ERROR_SUCCESS;
         }
     }
@@ -105,27 +114,21 @@ CFindHandle::~CFindHandle() = default;
 
 int CFindHandle::First(const char16_t* pattern, SFindData& found) {
     Close();
-    SFileLocation location;
-    if (const int status = ReadLocation(pattern, location)) {
+    SFilePlace place;
+    if (const int status = FindFolder(pattern, place)) {
         return SetLastError(status);
     }
-    auto search = std::make_unique<SSearch>();
-    if (!location.stream.empty() || !IsPattern(location.GetName())) {
-        const int status = FindOne(location, found);
-        if (status == ERROR_SUCCESS) {
-            m_search = std::move(search);
-        }
-        return status == ERROR_SUCCESS ? status : SetLastError(status);
+    std::unique_ptr<SSearch> search;
+    int status = ERROR_SUCCESS;
+    if (!place.stream.empty() || !IsPattern(place.name)) {
+        search = std::make_unique<SSearch>();
+        status = FindOne(place, found);
+    } else if (place.folder->GetNames() == nullptr) {
+        status = StatusFromErrno(errno);
+    } else {
+        search = std::make_unique<SSearch>(std::move(place.folder), std::move(place.name));
+        status = search->Next(found);
     }
-    if (const int status =
-            CFolderCache::Get().Open(location, location.GetFolderPath(), search->folder)) {
-        return SetLastError(status);
-    }
-    if (search->folder->GetNames() == nullptr) {
-        return FailWithErrno();
-    }
-    search->pattern = location.GetName();
-    const int status = search->Next(found);
     if (status != ERROR_SUCCESS) {
         return SetLastError(status == ERROR_NO_MORE_FILES ? ERROR_FILE_NOT_FOUND : status);
     }
@@ -144,16 +147,14 @@ int CFindHandle::Next(SFindData& found) {
 void CFindHandle::Close() { m_search.reset(); }
 
 int FindEntry(const char16_t* name, SFindData& found) {
-    SFileLocation location;
-    int status = ReadLocation(name, location);
-    if (status == ERROR_SUCCESS) {
-        if (IsPattern(location.GetName()) && location.stream.empty()) {
-            CFindHandle search;
-            return search.First(name, found);
-        }
-        status = FindOne(location, found);
+    // The folder that a file goes to is asked for with every file.
+    if (const auto folder = CFolderCache::Get().FindRecent(name)) {
+        const std::string& path = folder->GetPath();
+        found = {TextFromName(path.substr(path.rfind('/') + 1)), kAttributeDirectory};
+        return ERROR_SUCCESS;
     }
-    return status == ERROR_SUCCESS ? status : SetLastError(status);
+    CFindHandle search;
+    return search.First(name, found);
 }
 
 }  // namespace platform

@@ -15,8 +15,8 @@ namespace platform {
 
 namespace {
 
-// Looks a path up that may be longer than the system takes at once.
-int StatPath(std::string_view path, struct stat& info) {
+// Looks a path up that is longer than the system takes at once.
+int StatLongPath(std::string_view path, struct stat& info) {
     CFileDescriptor folder;
     int start = AT_FDCWD;
     while (path.size() >= PATH_MAX) {
@@ -60,6 +60,13 @@ CFolder::SStamp::SStamp(const struct stat& info)
       size(info.st_size),
       links(info.st_nlink) {}
 
+// Whether the changes behind the two lie closer together than any coarse clock ticks.
+bool CFolder::SStamp::IsRightAfter(const SStamp& other) const {
+    constexpr long kShortest = 900 * 1000;
+    const long apart = changedPart - other.changedPart;
+    return changed == other.changed && apart > 0 && apart < kShortest;
+}
+
 CFolder::CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed)
     : m_folder(std::move(folder)),
       m_path(std::move(path)),
@@ -70,7 +77,10 @@ CFolder::CFolder(CFileDescriptor folder, std::string path, const struct stat& in
 
 bool CFolder::IsCurrent() {
     struct stat info {};
-    if (StatPath(m_path, info) != 0 || !IsSameAs(info)) {
+    const int result = m_searches > 0             ? fstat(m_folder.Get(), &info)
+                       : m_path.size() < PATH_MAX ? stat(m_path.c_str(), &info)
+                                                  : StatLongPath(m_path, info);
+    if (result != 0 || !IsSameAs(info)) {
         return false;
     }
     const SStamp stamp(info);
@@ -79,6 +89,10 @@ bool CFolder::IsCurrent() {
         m_names.reset();
     }
     return true;
+}
+
+bool CFolder::IsSameAs(const struct stat& info) const {
+    return info.st_dev == m_device && info.st_ino == m_number;
 }
 
 int CFolder::Look(const std::string& name, SEntry& entry) const {
@@ -103,6 +117,11 @@ int CFolder::Find(std::u16string_view text, SEntry& entry) {
     if (!NameFromText(text, name)) {
         return ERROR_INVALID_NAME;
     }
+    // Not to ask in vain: a missing name is what costs most.
+    if (m_hasFineTimes && m_names && m_names->Find(text) == nullptr) {
+        entry.name = std::move(name);
+        return ERROR_FILE_NOT_FOUND;
+    }
     if (const int error = Look(name, entry); error != ENOENT) {
         return error == 0 ? ERROR_SUCCESS : StatusFromErrno(error);
     }
@@ -115,6 +134,11 @@ int CFolder::Find(std::u16string_view text, SEntry& entry) {
     return ERROR_SUCCESS;
 }
 
+bool CFolder::LacksName(std::u16string_view text, SEntry& entry) {
+    const CNameSet* const names = GetNames();
+    return names != nullptr && names->Find(text) == nullptr && NameFromText(text, entry.name);
+}
+
 const CNameSet* CFolder::GetNames() {
     if (!m_names || m_isRecent) {
         struct stat info {};
@@ -122,12 +146,12 @@ const CNameSet* CFolder::GetNames() {
             return nullptr;
         }
         m_stamp = SStamp(info);
+        m_isRecent = IsRecent(info.st_ctim);
         if (const int error = m_names.emplace().Read(m_folder.Get())) {
             m_names.reset();
             errno = error;
             return nullptr;
         }
-        m_isRecent = IsRecent(info.st_ctim);
     }
     return &*m_names;
 }
@@ -150,11 +174,13 @@ void CFolder::NoteRemoved(const std::string& name) {
 
 void CFolder::NoteOwnChange() {
     struct stat info {};
-    if (fstat(m_folder.Get(), &info) == 0) {
-        m_stamp = SStamp(info);
-    } else {
+    if (fstat(m_folder.Get(), &info) != 0) {
         m_names.reset();
+        return;
     }
+    const SStamp stamp(info);
+    m_hasFineTimes = m_hasFineTimes || stamp.IsRightAfter(m_stamp);
+    m_stamp = stamp;
 }
 
 }  // namespace platform

@@ -42,12 +42,16 @@ public:
     [[nodiscard]] dev_t GetDevice() const { return m_device; }
     [[nodiscard]] const std::string& GetPath() const { return m_path; }
     [[nodiscard]] bool IsSealed() const { return m_isSealed; }
-    [[nodiscard]] bool IsSameAs(const struct stat& info) const {
-        return info.st_dev == m_device && info.st_ino == m_number;
+    [[nodiscard]] bool IsSameAs(const struct stat& info) const;
+    [[nodiscard]] bool IsSameAs(const CFolder& other) const {
+        return other.m_device == m_device && other.m_number == m_number;
     }
 
     // Whether the way still leads here. Names that are out of date are forgotten on this occasion.
+    // A folder that is searched stays where it is, as it does on Windows, where nobody can move it.
     [[nodiscard]] bool IsCurrent();
+    void BeginSearch() { ++m_searches; }
+    void EndSearch() { --m_searches; }
 
     // Looks an entry up by its name on disk. 0, or errno.
     [[nodiscard]] int Look(const std::string& name, SEntry& entry) const;
@@ -56,6 +60,9 @@ public:
     // differs in letter case. ERROR_FILE_NOT_FOUND leaves in entry.name the name that a new file
     // gets. ERROR_INVALID_NAME when there can be none.
     [[nodiscard]] int Find(std::u16string_view text, SEntry& entry);
+
+    // Whether Find would not find `text`, as far as the names tell; entry.name is then set.
+    [[nodiscard]] bool LacksName(std::u16string_view text, SEntry& entry);
 
     // The names as of the last IsCurrent(); null, with errno set, when they cannot be read. Names
     // that are already held are good enough to go on with a search.
@@ -74,6 +81,7 @@ private:
     struct SStamp {
         explicit SStamp(const struct stat& info);
         bool operator==(const SStamp&) const = default;
+        [[nodiscard]] bool IsRightAfter(const SStamp& other) const;
 
         time_t modified, changed;
         long modifiedPart, changedPart;
@@ -90,7 +98,9 @@ private:
     bool m_isSealed;
     SStamp m_stamp;
     std::optional<CNameSet> m_names;
-    bool m_isRecent = false;
+    bool m_isRecent = false;      // since then it may have changed without another stamp
+    bool m_hasFineTimes = false;  // no two changes have the same stamp
+    int m_searches = 0;
 };
 
 }  // namespace platform

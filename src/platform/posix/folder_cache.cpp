@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "platform/posix/errno_status.h"
 #include "platform/posix/machine_description.h"
@@ -16,6 +17,12 @@ namespace {
 // Leaves most of the usual 1024 descriptors to the rest of the process.
 constexpr std::size_t kMaxFolders = 64;
 constexpr std::size_t kMaxNames = 250'000;
+
+// The library's own comparison looks at one unit at a time.
+bool IsSameText(std::u16string_view left, std::u16string_view right) {
+    return left.size() == right.size() &&
+           std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0;
+}
 
 bool IsSame(const struct stat& left, const struct stat& right) {
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
@@ -45,10 +52,7 @@ CFolderCache& CFolderCache::Get() {
 
 int CFolderCache::Open(const SFileLocation& location, std::u16string_view path,
                        std::shared_ptr<CFolder>& folder) {
-    if (m_machine != GetMachineGeneration()) {
-        m_folders.clear();
-        m_machine = GetMachineGeneration();
-    }
+    CheckMachine();
     std::size_t known = path.size();
     std::shared_ptr<CFolder> current = FindCurrent(path);
     while (!current && known > location.rootLength) {
@@ -75,9 +79,54 @@ int CFolderCache::Open(const SFileLocation& location, std::u16string_view path,
     return ERROR_SUCCESS;
 }
 
+int CFolderCache::Open(std::u16string_view text, std::shared_ptr<CFolder>& folder) {
+    CheckMachine();
+    for (const SRecent& recent : m_recent) {
+        if (recent.folder && IsSameText(recent.text, text) && recent.folder->IsCurrent()) {
+            folder = recent.folder;
+            return ERROR_SUCCESS;
+        }
+    }
+    SFileLocation location;
+    if (const int status = ReadLocation(text.empty() ? u"." : text, location)) {
+        return status;
+    }
+    const int status = Open(location, location.path, folder);
+    if (status == ERROR_SUCCESS) {
+        m_recent[m_nextRecent] = {std::u16string(text), folder};
+        m_nextRecent = (m_nextRecent + 1) % m_recent.size();
+    }
+    return status;
+}
+
+std::shared_ptr<CFolder> CFolderCache::FindRecent(std::u16string_view path) {
+    CheckMachine();
+    for (const SRecent& recent : m_recent) {
+        const std::u16string_view text = recent.text;
+        const bool isOf = text.size() == path.size() + 1 && text.back() == u'\\';
+        if (isOf && IsSameText(text.substr(0, path.size()), path) && recent.folder->IsCurrent()) {
+            return recent.folder;
+        }
+    }
+    return nullptr;
+}
+
+// Drives and shares may lie elsewhere on another machine.
+void CFolderCache::CheckMachine() {
+    if (m_machine != GetMachineGeneration()) {
+        Clear();
+        m_machine = GetMachineGeneration();
+    }
+}
+
+void CFolderCache::Clear() {
+    m_folders.clear();
+    m_recent = {};
+}
+
 void CFolderCache::SetPackageFolder(const std::shared_ptr<CFolder>& folder) {
     m_package = folder;
-    m_folders.clear();
+    Clear();
 }
 
 std::shared_ptr<CFolder> CFolderCache::FindCurrent(std::u16string_view path) {

@@ -1,6 +1,8 @@
 // platform/posix/folder_cache.h - the folders that are in use, by the way that leads to each.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -26,6 +28,13 @@ public:
     [[nodiscard]] int Open(const SFileLocation& location, std::u16string_view path,
                            std::shared_ptr<CFolder>& folder);
 
+    // The same from a path as SplitPath leaves it.
+    [[nodiscard]] int Open(std::u16string_view text, std::shared_ptr<CFolder>& folder);
+
+    // The folder of the path itself, if it is among the last that were asked for; otherwise null,
+    // which says nothing.
+    [[nodiscard]] std::shared_ptr<CFolder> FindRecent(std::u16string_view path);
+
     // Makes `folder`, or with null none, the package folder. All that was known is forgotten.
     void SetPackageFolder(const std::shared_ptr<CFolder>& folder);
 
@@ -40,6 +49,11 @@ private:
             return std::hash<std::u16string_view>()(path);
         }
     };
+    // A path as it was last given, so that it need not be read again.
+    struct SRecent {
+        std::u16string text;
+        std::shared_ptr<CFolder> folder;
+    };
     using Folders = std::unordered_map<std::u16string, SCached, SHash, std::equal_to<>>;
 
     std::shared_ptr<CFolder> FindCurrent(std::u16string_view path);
@@ -50,7 +64,12 @@ private:
     void LimitNames();
     [[nodiscard]] bool IsInPackage(int folder) const;
 
+    void CheckMachine();
+    void Clear();
+
     Folders m_folders;
+    std::array<SRecent, 4> m_recent;
+    std::size_t m_nextRecent = 0;
     std::uint64_t m_uses = 0;
     std::uint64_t m_machine = 0;
     std::shared_ptr<CFolder> m_package;

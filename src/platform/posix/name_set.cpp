@@ -18,19 +18,8 @@ namespace {
 
 constexpr char16_t kMovedUpColon = 0xF03A;
 
-// The upper-case form of a byte that appears as itself; 0 for all others.
-constexpr auto kPlainUpper = [] {
-    std::array<unsigned char, 256> upper{};
-    for (unsigned c = 1; c < 0x80; ++c) {
-        const bool isSmall = c >= 'a' && c <= 'z';
-        upper[c] = static_cast<unsigned char>(IsForeign(c) ? 0 : isSmall ? c - 0x20 : c);
-    }
-    return upper;
-}();
-
-unsigned char PlainUpper(char byte) { return kPlainUpper[static_cast<unsigned char>(byte)]; }
-
-// Compares what two readers give, in upper case or as it stands: below 0, 0 or above 0.
+// Compares what two readers give, in upper case or as it stands: below 0, 0 or above 0. The end
+// comes before every unit.
 template <class TLeft, class TRight>
 int CompareUnits(TLeft left, TRight right, bool upper) {
     for (;;) {
@@ -46,17 +35,17 @@ int CompareUnits(TLeft left, TRight right, bool upper) {
     }
 }
 
-// Compares two names in upper case. Nearly all are plain ASCII, which needs no decoding.
+// CompareUnits of two names in upper case. Nearly all are plain, which needs no reader.
 int CompareUpper(std::string_view left, std::string_view right) {
     const std::size_t shorter = std::min(left.size(), right.size());
     for (std::size_t i = 0; i < shorter; ++i) {
-        const unsigned char a = PlainUpper(left[i]);
-        const unsigned char b = PlainUpper(right[i]);
-        if (a == 0 || b == 0) {
+        if (!IsPlain(left[i]) || !IsPlain(right[i])) {
             return CompareUnits(CNameReader(left.substr(i)), CNameReader(right.substr(i)), true);
         }
-        if (a != b) {
-            return a - b;
+        const int order =
+            UpperUnit(static_cast<char16_t>(left[i])) - UpperUnit(static_cast<char16_t>(right[i]));
+        if (order != 0) {
+            return order;
         }
     }
     return left.size() < right.size() ? -1 : left.size() > right.size() ? 1 : 0;
@@ -104,11 +93,8 @@ int ReadNames(int folder, std::vector<std::string>& names) {
 }  // namespace
 
 bool CNameSet::SOrder::operator()(const std::string& left, const std::string& right) const {
-    if (left == right) {
-        return false;
-    }
     int order = CompareUpper(left, right);
-    if (order == 0) {
+    if (order == 0 && left != right) {
         order = CompareUnits(CNameReader(left), CNameReader(right), false);
     }
     return order != 0 ? order < 0 : left < right;
@@ -157,13 +143,13 @@ void CNameSet::Remove(const std::string& name) {
 const std::string* CNameSet::Find(std::u16string_view text) const {
     std::u16string upper;
     AppendUpper(upper, text);
-    const auto exact = m_names.lower_bound(SKey{upper, &text});
-    if (exact != m_names.end() && CompareWithText(*exact, text, false) == 0) {
-        return &*exact;
-    }
     const auto variant = m_names.lower_bound(SKey{upper});
-    return variant != m_names.end() && CompareWithText(*variant, upper, true) == 0 ? &*variant
-                                                                                   : nullptr;
+    if (variant == m_names.end() || CompareWithText(*variant, upper, true) != 0) {
+        return nullptr;
+    }
+    const auto exact = m_names.lower_bound(SKey{upper, &text});
+    const bool isExact = exact != m_names.end() && CompareWithText(*exact, text, false) == 0;
+    return isExact ? &*exact : &*variant;
 }
 
 const std::string* CNameSet::FindNext(const std::string& name) const {
@@ -172,9 +158,10 @@ const std::string* CNameSet::FindNext(const std::string& name) const {
 }
 
 std::u16string CNameSet::GetText(const std::string& name) const {
-    const std::u16string text = TextFromName(name);
+    std::u16string text = TextFromName(name);
     std::string literal;
-    if (NameFromText(text, literal) && literal == name) {
+    if (std::all_of(name.begin(), name.end(), IsPlain) ||
+        (NameFromText(text, literal) && literal == name)) {
         return text;
     }
     std::u16string upper;

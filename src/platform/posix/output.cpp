@@ -1,9 +1,11 @@
 #include "platform/posix/output.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 
+#include "platform/files.h"
 #include "platform/posix/errno_status.h"
 #include "platform/status.h"
 
@@ -13,6 +15,9 @@ namespace {
 
 // Opening a pipe must not wait for its reader.
 constexpr int kWrite = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+// What COutputFile holds is the descriptor plus one, since 0 stands for none.
+int Descriptor(std::intptr_t handle) { return static_cast<int>(handle - 1); }
 
 int OpenNew(SOutput& output, mode_t mode) {
     CFolder& folder = *output.place.folder;
@@ -50,7 +55,21 @@ int OpenExisting(SOutput& output) {
 }  // namespace
 
 int OpenOutput(std::u16string_view name, mode_t mode, SOutput& output) {
-    const int status = FindPlace(name, output.place);
+    SFilePlace& place = output.place;
+    if (const int status = FindFolder(name, place)) {
+        return status;
+    }
+    if (!place.stream.empty()) {
+        return ERROR_INVALID_NAME;
+    }
+    // Creating it tells more reliably than looking whether the file is there by now.
+    if (place.folder->LacksName(place.name, place.entry)) {
+        const int status = OpenNew(output, mode);
+        if (status != ERROR_ALREADY_EXISTS) {
+            return status;
+        }
+    }
+    const int status = FindEntryAt(place);
     if (status == ERROR_FILE_NOT_FOUND) {
         return OpenNew(output, mode);
     }
@@ -79,6 +98,43 @@ int WriteAll(int file, const void* bytes, std::size_t count) {
         }
     }
     return 0;
+}
+
+COutputFile::~COutputFile() { Close(); }
+
+int COutputFile::Create(const char16_t* name) {
+    Close();
+    SOutput output;
+    if (const int status = OpenOutput(name, 0666, output)) {
+        return SetLastError(status);
+    }
+    if (!output.isNew && ftruncate(output.file.Get(), 0) != 0) {
+        return FailWithErrno();
+    }
+    m_handle = output.file.Release() + 1;
+    return ERROR_SUCCESS;
+}
+
+int COutputFile::Rewind() {
+    return lseek(Descriptor(m_handle), 0, SEEK_SET) < 0 ? FailWithErrno() : ERROR_SUCCESS;
+}
+
+int COutputFile::Write(const void* bytes, std::size_t count) {
+    const int error = WriteAll(Descriptor(m_handle), bytes, count);
+    return error == 0 ? ERROR_SUCCESS : SetLastError(StatusFromErrno(error));
+}
+
+int COutputFile::SetEnd() {
+    const off_t position = lseek(Descriptor(m_handle), 0, SEEK_CUR);
+    const bool isSet = position >= 0 && ftruncate(Descriptor(m_handle), position) == 0;
+    return isSet ? ERROR_SUCCESS : FailWithErrno();
+}
+
+void COutputFile::Close() {
+    if (IsOpen()) {
+        close(Descriptor(m_handle));
+        m_handle = 0;
+    }
 }
 
 }  // namespace platform

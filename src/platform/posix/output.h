@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "platform/posix/file_access.h"
 #include "platform/posix/file_descriptor.h"
-#include "platform/posix/file_place.h"
 
 namespace platform {
 
