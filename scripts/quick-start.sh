@@ -36,11 +36,13 @@ done
 for manifest in "$sample"/out/*/Sample.orv; do
     title "From $manifest"
     iconv -f UTF-16 -t UTF-8 "$manifest" | tr -d '\r' | awk '
-        function indent() { match($0, /^ */); return RLENGTH }
-        /^  <[A-Za-z]/ && !/\/>$/ { shown = 0; skipped = 0 }
-        indent() < 4 { if (skipped) printf "    ... %d more lines\n", skipped; skipped = 0; print; next }
-        shown < 12 { shown++; print; next }
-        { skipped++ }'
+        /^<\/?[A-Za-z]+>$/ || /^<.xml / || /^<Package / {
+            if (lines > 5) printf "... and %d more\n", lines - 5
+            lines = 0
+            print
+            next
+        }
+        ++lines <= 5 { sub(/00000000000000000000[0-9A-F]*/, "..."); print }'
 done
 
 title "The log: $sample/log.html"
