@@ -28,8 +28,8 @@ ctest --preset sanitize -j "$jobs"
 
 # The compile database is of GCC, which has warnings that clang does not know.
 title "Static analysis"
-run-clang-tidy -quiet -p build/release -j "$jobs" -extra-arg=-Wno-unknown-warning-option \
-    '/(src|host)/.*\.cpp$'
+run-clang-tidy -quiet -p build/release -j "$jobs" -header-filter='/(src|host)/' \
+    -extra-arg=-Wno-unknown-warning-option '/(src|host)/.*\.cpp$'
 
 title "Tests"
 ctest --preset release -j "$jobs"
