@@ -4,9 +4,9 @@
 # benchmarks need. Takes root, or sudo; when everything is there already, neither is needed.
 set -eu
 
-build_packages="g++ cmake ninja-build ccache pkg-config libicu-dev libxml2-dev libssl-dev
+build_packages="g++ make cmake ninja-build ccache pkg-config libicu-dev libxml2-dev libssl-dev
     libtomlplusplus-dev libabsl-dev libcli11-dev"
-test_packages="libgtest-dev libgmock-dev libhivex-dev clang clang-format clang-tidy
+test_packages="libgtest-dev libgmock-dev libhivex-dev clang libclang-rt-14-dev clang-format clang-tidy
     libbenchmark-dev libhivex-bin reglookup libwin-hivex-perl time python3"
 
 case "${1-}" in
