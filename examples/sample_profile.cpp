@@ -12,10 +12,10 @@ constexpr std::string_view kPackageElements = R"(
 <HashOfHashes>00112233445566778899aabbccddeeff00112233</HashOfHashes>
 <HashOfHashes256>00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff</HashOfHashes256>
 <CreatePkgrVer>
-<MajorUpper>6</MajorUpper><MajorLower>5</MajorLower><MinorUpper>0</MinorUpper><MinorLower>12</MinorLower>
+<MajorUpper>2</MajorUpper><MajorLower>1</MajorLower><MinorUpper>0</MinorUpper><MinorLower>12</MinorLower>
 </CreatePkgrVer>
 <ModifyPkgrVer>
-<MajorUpper>6</MajorUpper><MajorLower>7</MajorLower><MinorUpper>1</MinorUpper><MinorLower>3</MinorLower>
+<MajorUpper>2</MajorUpper><MajorLower>3</MajorLower><MinorUpper>1</MinorUpper><MinorLower>3</MinorLower>
 </ModifyPkgrVer>
 <Version>4</Version>
 <SubProfiles/>
@@ -73,8 +73,8 @@ constexpr std::string_view kTargetElements = R"(
 <ModifyTime>1769907600</ModifyTime>
 <CodePage>1252</CodePage>
 <Size>262144</Size>
-<CreatePkgrVer><MajorUpper>6</MajorUpper><MajorLower>7</MajorLower></CreatePkgrVer>
-<ModifyPkgrVer><MajorUpper>6</MajorUpper><MajorLower>7</MajorLower></ModifyPkgrVer>
+<CreatePkgrVer><MajorUpper>2</MajorUpper><MajorLower>3</MajorLower></CreatePkgrVer>
+<ModifyPkgrVer><MajorUpper>2</MajorUpper><MajorLower>3</MajorLower></ModifyPkgrVer>
 <UsePkgLevelScripts>1</UsePkgLevelScripts>
 <UsePkgPreLaunchAnalysis>1</UsePkgPreLaunchAnalysis>
 <BootDrive>C:</BootDrive>
@@ -144,8 +144,8 @@ constexpr std::string_view kIsolationRules = R"(<?xml version="1.0" encoding="ut
 <PhysicalExecute>true</PhysicalExecute><InstallCopyOnWrite>true</InstallCopyOnWrite>
 <PhysicalCopyOnWrite>false</PhysicalCopyOnWrite>
 </AccessFlags>
-<UserRootLocation>%UserRegRoot%</UserRootLocation>
-<InstallRootLocation>%InstallRegRoot%</InstallRootLocation>
+<UserRootLocation>user layer</UserRootLocation>
+<InstallRootLocation>installation layer</InstallRootLocation>
 </RegistryDefaultRule>
 <FileSystemDefaultRule>
 <RuleType><StrictIsolation/></RuleType>
