@@ -277,12 +277,12 @@ int CFilePathW::PrependSegment(const CFilePathSegmentW& segment) {
         }
         return ERROR_SUCCESS;
     }
-    if (GetFirstSegment().IsDot()) {
-        m_segments.erase(m_segments.begin());
+    const bool hadDot = GetFirstSegment().IsDot();
+    m_kind = KindOfFirstSegment(segment);
+    m_segments.insert(m_segments.begin(), segment);
+    if (hadDot) {
+        m_segments.erase(m_segments.begin() + 1);
     }
-    const CFilePathSegmentW copy(segment);
-    m_segments.insert(m_segments.begin(), copy);
-    m_kind = KindOfFirstSegment(copy);
     return ERROR_SUCCESS;
 }
 
