@@ -63,7 +63,7 @@ bool TextToGuid(std::u16string_view text, GUID& guid) {
     if (text.size() != kShape.size()) {
         return false;
     }
-    std::uint32_t nibbles[32];
+    std::uint32_t nibbles[32] = {};
     std::size_t count = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (kShape[i] == u'{' || kShape[i] == u'}' || kShape[i] == u'-') {
