@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "support/hive_builder.h"
 #include "support/package_builder.h"
 #include "support/temp_folder.h"
 
@@ -45,9 +46,12 @@ protected:
                 out == nullptr ? m_folder.ReadFile("stdout") : "", m_folder.ReadFile("stderr")};
     }
 
-    // Its rules can be read, so that nothing is logged.
+    // All of its files can be read, so that nothing is logged.
     static CTestTarget Target(std::string_view guid = kPlainGuid) {
-        return CTestTarget(guid).Sandbox().Elements("<Name>A&#9;\"B\"</Name>");
+        return CTestTarget(guid)
+            .Sandbox()
+            .Hive(CTestHive().Bytes())
+            .Elements("<Name>A&#9;\"B\"</Name>");
     }
     std::string Write(const CTestPackage& package) {
         return package.Write(m_folder.Path("package")).native();
@@ -107,8 +111,9 @@ TEST_F(CliTest, ErrorsOfTheLogAreShownAndSavedAndTold) {
     const SRun run = Run({"convert", profile, "out/app.orv", "--log=log.html", "--progress=none"});
     EXPECT_EQ(run.status, 3);
     EXPECT_THAT(run.err, StartsWith("error: Failed to read the file 'Z:\\"));
+    EXPECT_THAT(run.err, HasSubstr("\nwarning: Failed to read the file 'Z:\\"));
     EXPECT_THAT(run.err, Not(HasSubstr("<br>")));
-    EXPECT_THAT(run.err, HasSubstr("\n1 target, 1 item, 1 error, 0 warnings\n"));
+    EXPECT_THAT(run.err, HasSubstr("\n1 target, 1 item, 1 error, 1 warning\n"));
     EXPECT_THAT(m_folder.ReadFile("log.html"), StartsWith(std::string("\xFF\xFE<\0f\0", 6)));
 
     const SRun full = Run({"convert", profile, "out/app.orv", "--log", "/dev/full"});
