@@ -1,9 +1,23 @@
 #include "orvpackage/collection.h"
 
+#include "foundation/file_system.h"
 #include "foundation/xml_reader.h"
 #include "foundation/xml_writer.h"
 #include "orvpackage/package.h"
+#include "orvpackage/prefetch.h"
 #include "reporting/logger.h"
+
+namespace {
+
+// How far ahead of the item that is written others are asked for: a step further with each stride.
+constexpr unsigned kPrefetchSteps = 3;
+constexpr std::size_t kPrefetchStride = 4;
+constexpr std::size_t kPrefetchedItem = 64;  // the size of a value, of which there are most
+
+// A text whose first unit is NUL counts as empty.
+bool IsEmptyText(std::u16string_view text) { return text.empty() || text.front() == u'\0'; }
+
+}  // namespace
 
 COrvCollection::COrvCollection(COrvPackage& package, const SOrvElement& element)
     : m_package(package),
@@ -37,28 +51,66 @@ bool COrvCollection::Remove(const COrvItem& item) {
 const COrvSanitizer& COrvCollection::GetSanitizer() const { return m_package.GetSanitizer(); }
 
 void COrvCollection::WriteSanitized(CXmlWriter& writer, std::u16string_view name,
-                                    const CStrW& value, std::uint32_t flags) const {
-    writer.WriteAttribute(name, GetSanitizer().Sanitize(value, flags));
+                                    std::u16string_view value, std::uint32_t flags) const {
+    CStrW buffer;
+    writer.WriteAttribute(name, GetSanitizer().Sanitize(value, flags, buffer));
 }
 
-void COrvCollection::WriteIfAny(CXmlWriter& writer, std::u16string_view name, const CStrW& value,
-                                std::uint32_t flags) const {
-    if (!value.IsEmpty()) {
+void COrvCollection::WriteIfAny(CXmlWriter& writer, std::u16string_view name,
+                                std::u16string_view value, std::uint32_t flags) const {
+    if (!IsEmptyText(value)) {
         WriteSanitized(writer, name, value, flags);
     }
+}
+
+void COrvCollection::WriteIfAny(CXmlWriter& writer, std::u16string_view name,
+                                std::u16string_view value) {
+    if (!IsEmptyText(value)) {
+        writer.WriteAttribute(name, value);
+    }
+}
+
+void COrvCollection::WriteBool(CXmlWriter& writer, std::u16string_view name, bool value) {
+    writer.WriteAttribute(name, value ? u"1" : u"0");
 }
 
 void COrvCollection::Write(CXmlWriter& writer) const {
     if (IsEmpty() || writer.StartElement(m_element.collection, true) < 0) {
         return;
     }
-    for (COrvItemCItr<COrvItem> item(*this); item.Get() != nullptr; item.Advance()) {
-        if (item.Get()->IsValid() && writer.StartElement(m_element.item, false) >= 0) {
-            WriteItem(writer, *item.Get());
-            writer.EndElement(true);
+    const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
+    for (std::size_t place = 0; place < order.size(); ++place) {
+        PrefetchBehind(place);
+        if (order[place].item != nullptr) {
+            WriteElement(writer, *order[place].item);
         }
     }
     writer.EndElement(true);
+}
+
+// The items lie in memory in another order than that of the manifest. To wait for each of them
+// would take longer than to write it.
+void COrvCollection::PrefetchBehind(std::size_t place) const {
+    const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
+    for (unsigned step = 0; step < kPrefetchSteps; ++step) {
+        const std::size_t ahead = place + (kPrefetchSteps - step) * kPrefetchStride;
+        if (ahead < order.size() && order[ahead].item != nullptr) {
+            PrefetchItem(*order[ahead].item, step);
+        }
+    }
+}
+
+void COrvCollection::PrefetchItem(const COrvItem& item, unsigned step) const {
+    if (step == 0) {
+        Prefetch(&item, kPrefetchedItem);
+    }
+}
+
+void COrvCollection::WriteElement(CXmlWriter& writer, const COrvItem& item) const {
+    if (item.IsValid() && writer.StartElement(m_element.item, false) >= 0) {
+        WriteItem(writer, item);
+        writer.EndElement(true);
+    }
 }
 
 bool COrvCollection::Read(CXmlReader& reader) {
@@ -76,19 +128,21 @@ bool COrvCollection::Read(CXmlReader& reader) {
         return true;
     }
     if (reader.GetNodeType() == platform::EXmlNode::Element) {
-        ReadAttributes(reader);
+        ForEachAttribute(
+            reader, [this](const CStrW& name, const CStrW& value) { ReadAttribute(name, value); });
         return true;
     }
     return reader.GetNodeType() == platform::EXmlNode::Text && ReadText(reader);
 }
 
-void COrvCollection::ReadAttributes(CXmlReader& reader) {
+void COrvCollection::ForEachAttribute(
+    CXmlReader& reader, const std::function<void(const CStrW& name, const CStrW& value)>& take) {
     for (int status = reader.MoveToFirstAttribute(); status == 0;
          status = reader.MoveToNextAttribute()) {
         CStrW name;
         CStrW value;
         if (reader.GetLocalName(name) == 0 && reader.GetValue(value) == 0) {
-            ReadAttribute(name, value);
+            take(name, value);
         }
     }
 }
@@ -105,4 +159,11 @@ bool COrvCollection::ReadText(CXmlReader& /*reader*/) { return false; }
 
 bool COrvCollection::ReadChild(std::u16string_view /*child*/, CXmlReader& /*reader*/) {
     return false;
+}
+
+void COrvCollection::DeletePayload(const CStrW& relativeSource, const CStrW& kept) const {
+    const CFilePathW payload(m_package.GetFolder(), CFilePathW(relativeSource));
+    if (payload.NotEquals(CFilePathW(kept))) {
+        static_cast<void>(DeleteFileForce(payload));
+    }
 }

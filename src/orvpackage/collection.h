@@ -2,7 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string_view>
+#include <utility>
 
 #include "orvpackage/item.h"
 
@@ -93,11 +96,25 @@ protected:
     [[nodiscard]] const COrvSanitizer& GetSanitizer() const;
     [[nodiscard]] const SOrvElement& GetElement() const { return m_element; }
     // Writes an attribute through the sanitizer.
-    void WriteSanitized(CXmlWriter& writer, std::u16string_view name, const CStrW& value,
+    void WriteSanitized(CXmlWriter& writer, std::u16string_view name, std::u16string_view value,
                         std::uint32_t flags) const;
     // The same, unless the value is empty.
-    void WriteIfAny(CXmlWriter& writer, std::u16string_view name, const CStrW& value,
+    void WriteIfAny(CXmlWriter& writer, std::u16string_view name, std::u16string_view value,
                     std::uint32_t flags) const;
+    // Writes a value as it stands, unless it is empty.
+    static void WriteIfAny(CXmlWriter& writer, std::u16string_view name, std::u16string_view value);
+    static void WriteBool(CXmlWriter& writer, std::u16string_view name, bool value);
+    // Writes the element of an item; nothing for an invalid one.
+    void WriteElement(CXmlWriter& writer, const COrvItem& item) const;
+    // Asks for the memory of an item that is written soon: in step 0 for the item itself, in step 1
+    // for what it points at, and in step 2 for what that points at.
+    virtual void PrefetchItem(const COrvItem& item, unsigned step) const;
+    // Gives each attribute of the element that `reader` stands on to `take`.
+    static void ForEachAttribute(
+        CXmlReader& reader, const std::function<void(const CStrW& name, const CStrW& value)>& take);
+    // Deletes the payload copy of an item that was refused, but never `kept`, the file that is to
+    // stay.
+    void DeletePayload(const CStrW& relativeSource, const CStrW& kept) const;
 
     // Writes what stands in the element of an item, which is open.
     virtual void WriteItem(CXmlWriter& writer, const COrvItem& item) const = 0;
@@ -111,8 +128,8 @@ protected:
     virtual bool FinishItem() = 0;
 
 private:
-    void ReadAttributes(CXmlReader& reader);
     void FinishOrLog(const CXmlReader& reader);
+    void PrefetchBehind(std::size_t place) const;
 
     COrvPackage& m_package;
     const SOrvElement& m_element;
@@ -122,23 +139,34 @@ private:
 };
 
 // A walk over a collection in the order of its table. Adding to the collection meanwhile is not
-// allowed.
+// allowed; removing is.
 template <class TItem>
 class COrvItemCItr {
 public:
     explicit COrvItemCItr(const COrvCollection& collection)
-        : m_collection(collection), m_item(collection.GetItems().GetFirst()) {}
+        : m_order(collection.GetItems().GetOrder()) {
+        Skip();
+    }
 
     // The current item; null at the end.
-    [[nodiscard]] const TItem* Get() const { return static_cast<const TItem*>(m_item); }
+    [[nodiscard]] const TItem* Get() const {
+        return m_place < m_order.size() ? static_cast<TItem*>(m_order[m_place].item) : nullptr;
+    }
     // Goes on; at the end it stays there.
     void Advance() {
-        m_item = m_item == nullptr ? nullptr : m_collection.GetItems().GetNext(*m_item);
+        ++m_place;
+        Skip();
     }
 
 private:
-    const COrvCollection& m_collection;
-    const COrvItem* m_item;
+    void Skip() {
+        while (m_place < m_order.size() && m_order[m_place].item == nullptr) {
+            ++m_place;
+        }
+    }
+
+    const std::vector<COrvItemTable::SEntry>& m_order;
+    std::size_t m_place = 0;
 };
 
 // The same, able to delete what it stands on.
@@ -146,23 +174,18 @@ template <class TItem>
 class COrvItemItr {
 public:
     explicit COrvItemItr(COrvCollection& collection)
-        : m_collection(collection), m_item(collection.GetItems().GetFirst()) {}
+        : m_collection(collection), m_current(collection) {}
 
-    [[nodiscard]] TItem* Get() const { return static_cast<TItem*>(m_item); }
-    void Advance() {
-        m_item = m_item == nullptr ? nullptr : m_collection.GetItems().GetNext(*m_item);
-    }
+    [[nodiscard]] TItem* Get() const { return const_cast<TItem*>(m_current.Get()); }
+    void Advance() { m_current.Advance(); }
     // Deletes the current item and goes on; false at the end.
     bool Erase() {
-        if (m_item == nullptr) {
-            return false;
-        }
-        const COrvItem& erased = *m_item;
-        Advance();
-        return m_collection.Remove(erased);
+        const COrvItem* const erased = m_current.Get();
+        m_current.Advance();
+        return erased != nullptr && m_collection.Remove(*erased);
     }
 
 private:
     COrvCollection& m_collection;
-    COrvItem* m_item;
+    COrvItemCItr<TItem> m_current;
 };

@@ -3,9 +3,8 @@
 #include <utility>
 
 #include "foundation/file_path_converter.h"
-#include "foundation/file_system.h"
 #include "foundation/xml_writer.h"
-#include "orvpackage/package.h"
+#include "orvpackage/sanitizer.h"
 
 namespace {
 
@@ -72,8 +71,7 @@ bool COrvCreateFoldersCollection::FinishItem() { return AddItem(TakeReadTarget()
 
 void COrvDeleteFoldersCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
     COrvTargetCollection::WriteItem(writer, item);
-    writer.WriteAttribute(kRecursive,
-                          static_cast<const COrvDeleteFolder&>(item).Recursive ? u"1" : u"0");
+    WriteBool(writer, kRecursive, static_cast<const COrvDeleteFolder&>(item).Recursive);
 }
 
 void COrvDeleteFoldersCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
@@ -101,11 +99,7 @@ COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
     if (Add(item)) {
         return added;
     }
-    const CFilePathW payload(GetPackage().GetFolder(), CFilePathW(added->GetRelativeSource()));
-    // The copy of a double goes, but never the file that is to stay.
-    if (payload.NotEquals(CFilePathW(added->GetTarget()))) {
-        static_cast<void>(DeleteFileForce(payload));
-    }
+    DeletePayload(added->GetRelativeSource(), added->GetTarget());
     return nullptr;
 }
 

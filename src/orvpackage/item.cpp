@@ -2,59 +2,147 @@
 
 #include <absl/hash/internal/city.h>
 
+#include <algorithm>
 #include <bit>
+#include <numeric>
+#include <string>
+#include <utility>
+
+#include "platform/text.h"
 
 namespace {
 
-constexpr std::size_t kFirstBuckets = 9;
+constexpr unsigned kFirstPlaceBits = 4;
+constexpr std::size_t kFirstBucketEntries = 9;
 constexpr unsigned kDensityShift = 2;  // four items a bucket
+
+// Spreads hashes that are counted numbers.
+std::uint32_t Mix(std::uint64_t hash) {
+    return static_cast<std::uint32_t>(hash * 0x9E3779B97F4A7C15U >> 32);
+}
 
 }  // namespace
 
-std::uint64_t HashKeyText(const CStrW& keyText) {
+std::uint64_t HashKeyText(std::initializer_list<std::u16string_view> parts) {
     static_assert(std::endian::native == std::endian::little, "the hash is over UTF-16LE bytes");
-    CStrW folded(keyText);
-    folded.Fold();
-    return absl::hash_internal::CityHash64(reinterpret_cast<const char*>(folded.Get()),
-                                           folded.GetLength() * sizeof(char16_t));
+    thread_local std::u16string folded;  // kept, for one is made for every item
+    folded.clear();
+    for (const std::u16string_view part : parts) {
+        folded += part;
+    }
+    platform::FoldText(folded.data(), folded.size());
+    return absl::hash_internal::CityHash64(reinterpret_cast<const char*>(folded.data()),
+                                           folded.size() * sizeof(char16_t));
 }
 
-COrvItemTable::COrvItemTable() { Reset(); }
-
-COrvItemTable::~COrvItemTable() { Clear(); }
-
 void COrvItemTable::Reset() {
-    m_end.m_previous = &m_end;
-    m_end.m_next = &m_end;
+    m_entries.clear();
     m_count = 0;
-    m_buckets.assign(kFirstBuckets, &m_end);
+    m_places.assign(std::size_t{1} << kFirstPlaceBits, SPlace());
+    m_shift = 32 - kFirstPlaceBits;
     m_mask = 1;
     m_bucketCount = 1;
+    m_bucketEntries = kFirstBucketEntries;
+    m_order.clear();
 }
 
 void COrvItemTable::Clear() {
-    for (COrvItem* item = GetFirst(); item != nullptr;) {
-        COrvItem* const next = GetNext(*item);
-        delete item;
-        item = next;
+    for (const SEntry& entry : m_entries) {
+        delete entry.item;
     }
     Reset();
 }
 
-COrvItem* COrvItemTable::ItemAt(COrvItemLinks* node) const {
-    return node == &m_end ? nullptr : static_cast<COrvItem*>(node);
+// The place of the item with a hash, or the empty one where it would be.
+std::size_t COrvItemTable::FindPlace(std::uint64_t hash) const {
+    const std::uint32_t mixed = Mix(hash);
+    std::size_t place = HomeOf(mixed);
+    while (m_places[place].entry != kNoEntry &&
+           (m_places[place].mixed != mixed || m_entries[m_places[place].entry].hash != hash)) {
+        place = Next(place);
+    }
+    return place;
 }
 
-void COrvItemTable::Unlink(COrvItemLinks* node) {
-    node->m_previous->m_next = node->m_next;
-    node->m_next->m_previous = node->m_previous;
+COrvItem* COrvItemTable::Find(std::uint64_t hash) const {
+    const std::uint32_t entry = m_places[FindPlace(hash)].entry;
+    return entry == kNoEntry ? nullptr : m_entries[entry].item;
 }
 
-void COrvItemTable::LinkBefore(COrvItemLinks* node, COrvItemLinks* place) {
-    node->m_previous = place->m_previous;
-    node->m_next = place;
-    place->m_previous->m_next = node;
-    place->m_previous = node;
+bool COrvItemTable::Insert(std::unique_ptr<COrvItem>& item) {
+    // Growing comes before the test for a double, which is why a caller looks for one first.
+    if (m_bucketCount <= m_count >> kDensityShift) {
+        Grow();
+    }
+    m_order.clear();
+    if (4 * (m_count + 1) > 3 * m_places.size()) {
+        Widen();
+    }
+    const std::uint64_t hash = item->GetHash();
+    SPlace& place = m_places[FindPlace(hash)];
+    if (place.entry != kNoEntry) {
+        return false;
+    }
+    m_entries.push_back({hash, item.get()});
+    static_cast<void>(item.release());  // the entry has it
+    place = {Mix(hash), static_cast<std::uint32_t>(m_entries.size() - 1)};
+    ++m_count;
+    return true;
+}
+
+void COrvItemTable::Widen() {
+    std::vector<SPlace> places(2 * m_places.size());
+    m_places.swap(places);
+    --m_shift;
+    for (const SPlace& old : places) {
+        if (old.entry != kNoEntry) {
+            std::size_t place = HomeOf(old.mixed);
+            while (m_places[place].entry != kNoEntry) {
+                place = Next(place);
+            }
+            m_places[place] = old;
+        }
+    }
+}
+
+std::unique_ptr<COrvItem> COrvItemTable::Remove(std::uint64_t hash) {
+    std::size_t gap = FindPlace(hash);
+    if (m_places[gap].entry == kNoEntry) {
+        return nullptr;
+    }
+    SEntry& entry = m_entries[m_places[gap].entry];
+    std::unique_ptr<COrvItem> item(std::exchange(entry.item, nullptr));
+    --m_count;
+    // What stands behind the gap and has its home at it or in front of it moves up.
+    const std::size_t mask = m_places.size() - 1;
+    for (std::size_t place = Next(gap); m_places[place].entry != kNoEntry; place = Next(place)) {
+        const std::size_t home = HomeOf(m_places[place].mixed);
+        if (((place - home) & mask) >= ((place - gap) & mask)) {
+            m_places[gap] = m_places[place];
+            gap = place;
+        }
+    }
+    m_places[gap] = SPlace();
+    const auto isBefore = [this](const SEntry& left, std::uint64_t right) {
+        return std::pair(BucketOf(left.hash), left.hash) < std::pair(BucketOf(right), right);
+    };
+    const auto ordered = std::lower_bound(m_order.begin(), m_order.end(), hash, isBefore);
+    if (ordered != m_order.end()) {
+        ordered->item = nullptr;
+    }
+    return item;
+}
+
+void COrvItemTable::Grow() {
+    if (m_bucketEntries - 1 > m_bucketCount) {
+        if (m_mask < m_bucketCount) {
+            m_mask = m_mask * 2 + 1;
+        }
+    } else {
+        m_mask = m_bucketEntries * 2 - 3;
+        m_bucketEntries = m_bucketEntries * 2 - 1;
+    }
+    ++m_bucketCount;
 }
 
 std::size_t COrvItemTable::BucketOf(std::uint64_t hash) const {
@@ -66,104 +154,34 @@ std::size_t COrvItemTable::BucketOf(std::uint64_t hash) const {
     return bucket;
 }
 
-COrvItem* COrvItemTable::Find(std::uint64_t hash) const {
-    const std::size_t bucket = BucketOf(hash);
-    for (COrvItemLinks* node = m_buckets[bucket]; node != m_buckets[bucket + 1];
-         node = node->m_next) {
-        auto* const item = static_cast<COrvItem*>(node);
-        if (item->m_hash >= hash) {
-            return item->m_hash == hash ? item : nullptr;
-        }
+const std::vector<COrvItemTable::SEntry>& COrvItemTable::GetOrder() const {
+    if (m_order.empty() && m_count != 0) {
+        MakeOrder();
     }
-    return nullptr;
+    return m_order;
 }
 
-bool COrvItemTable::Insert(std::unique_ptr<COrvItem>& item) {
-    // Growing comes before the test for a double, which is why a caller looks for one first.
-    if (m_bucketCount <= m_count >> kDensityShift) {
-        Grow();
-    }
-    std::size_t bucket = BucketOf(item->m_hash);
-    COrvItemLinks* place = m_buckets[bucket + 1];
-    while (place != m_buckets[bucket]) {
-        const auto* const before = static_cast<COrvItem*>(place->m_previous);
-        if (before->m_hash == item->m_hash) {
-            return false;
-        }
-        if (before->m_hash < item->m_hash) {
-            break;
-        }
-        place = place->m_previous;
-    }
-    COrvItemLinks* const node = item.release();
-    LinkBefore(node, place);
-    ++m_count;
-    while (m_buckets[bucket] == place) {
-        m_buckets[bucket] = node;
-        if (bucket-- == 0) {
-            break;
+void COrvItemTable::MakeOrder() const {
+    // Counted into buckets first: they are small, so that the whole is linear.
+    std::vector<std::size_t> ends(m_bucketCount + 1);
+    for (const SEntry& entry : m_entries) {
+        if (entry.item != nullptr) {
+            ++ends[BucketOf(entry.hash) + 1];
         }
     }
-    return true;
-}
-
-std::unique_ptr<COrvItem> COrvItemTable::Remove(std::uint64_t hash) {
-    COrvItem* const item = Find(hash);
-    if (item == nullptr) {
-        return nullptr;
-    }
-    std::size_t bucket = BucketOf(hash);
-    COrvItemLinks* const node = item;
-    while (m_buckets[bucket] == node) {
-        m_buckets[bucket] = node->m_next;
-        if (bucket-- == 0) {
-            break;
+    std::partial_sum(ends.begin(), ends.end(), ends.begin());
+    m_order.resize(m_count);
+    for (const SEntry& entry : m_entries) {
+        if (entry.item != nullptr) {
+            m_order[ends[BucketOf(entry.hash)]++] = entry;
         }
     }
-    Unlink(node);
-    --m_count;
-    return std::unique_ptr<COrvItem>(item);
-}
-
-// Splits one bucket: the items that the wider mask puts elsewhere become the new last bucket.
-void COrvItemTable::Grow() {
-    if (m_buckets.size() - 1 > m_bucketCount) {
-        if (m_mask < m_bucketCount) {
-            m_mask = m_mask * 2 + 1;
-        }
-    } else {
-        m_mask = m_buckets.size() * 2 - 3;
-        m_buckets.resize(m_buckets.size() * 2 - 1, &m_end);
-    }
-    const std::size_t bucket = m_bucketCount - (m_mask >> 1) - 1;
-    // The walk ends where the bucket ended, or at the first item that it moved behind itself.
-    const COrvItemLinks* const stop = m_buckets[bucket + 1];
-    const COrvItemLinks* firstMoved = nullptr;
-    for (COrvItemLinks* node = m_buckets[bucket]; node != stop && node != firstMoved;) {
-        COrvItemLinks* const next = node->m_next;
-        if ((static_cast<COrvItem*>(node)->m_hash & m_mask) != bucket) {
-            MoveToEnd(node, bucket);
-            firstMoved = firstMoved == nullptr ? node : firstMoved;
-        }
-        node = next;
-    }
-    ++m_bucketCount;
-}
-
-void COrvItemTable::MoveToEnd(COrvItemLinks* node, std::size_t bucket) {
-    for (std::size_t b = bucket; m_buckets[b] == node; --b) {
-        m_buckets[b] = node->m_next;
-        if (b == 0) {
-            break;
-        }
-    }
-    Unlink(node);
-    LinkBefore(node, &m_end);
-    m_buckets[m_bucketCount + 1] = &m_end;
-    for (std::size_t b = m_bucketCount; m_buckets[b] == &m_end; --b) {
-        m_buckets[b] = node;
-        if (b == 0) {
-            break;
-        }
+    // Each bucket now ends where the next began.
+    auto begin = m_order.begin();
+    for (std::size_t bucket = 0; bucket < m_bucketCount; ++bucket) {
+        const auto end = m_order.begin() + static_cast<std::ptrdiff_t>(ends[bucket]);
+        std::sort(begin, end,
+                  [](const SEntry& left, const SEntry& right) { return left.hash < right.hash; });
+        begin = end;
     }
 }

@@ -3,28 +3,25 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
+#include <initializer_list>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "foundation/wide_string.h"
 
-class COrvItem;
-
-// The hash that identifies an item: CityHash64 over the lower-cased key text.
-[[nodiscard]] std::uint64_t HashKeyText(const CStrW& keyText);
-
-// Turns the neighbours of an item in its table's list.
-class COrvItemLinks {
-protected:
-    friend class COrvItemTable;
-    COrvItemLinks* m_previous = nullptr;
-    COrvItemLinks* m_next = nullptr;
-};
+// The hash that identifies an item: CityHash64 over the lower-cased key text, which may be given in
+// parts.
+[[nodiscard]] std::uint64_t HashKeyText(std::initializer_list<std::u16string_view> parts);
+[[nodiscard]] inline std::uint64_t HashKeyText(const CStrW& keyText) {
+    return HashKeyText({keyText.View()});
+}
 
 // One operation: a file to create, a value to delete. Two items of a table are the same item when
 // their hashes are equal; no text is compared. An item stands in at most one table, which then owns
 // it.
-class COrvItem : private COrvItemLinks {
+class COrvItem {
 public:
     explicit COrvItem(std::uint64_t hash) : m_hash(hash) {}
     virtual ~COrvItem() = default;
@@ -38,18 +35,17 @@ public:
     [[nodiscard]] virtual bool IsValid() const = 0;
 
 private:
-    friend class COrvItemTable;
     const std::uint64_t m_hash;
 };
 
-// Items by their hash, in a linear-hashing table that also keeps them in one list. The order of the
-// list is the order of the manifest, and so part of the format: the elements of a bucket stand
-// together, by rising hash, and the table grows bucket by bucket, moving what leaves a bucket to
-// the list's end.
+// Items by their hash. Their order is the order of the manifest, and so part of the format: that of
+// a linear-hashing table, in which the items of a bucket stand together by rising hash, and which
+// grows by one bucket at a time, splitting an old one. It depends on nothing but the hashes and the
+// number of buckets: so items are found by other means, and put in order when it is asked for.
 class COrvItemTable {
 public:
-    COrvItemTable();
-    ~COrvItemTable();
+    COrvItemTable() { Reset(); }
+    ~COrvItemTable() { Clear(); }
     COrvItemTable(const COrvItemTable&) = delete;
     COrvItemTable& operator=(const COrvItemTable&) = delete;
 
@@ -57,30 +53,50 @@ public:
     // The item with a hash; null when there is none.
     [[nodiscard]] COrvItem* Find(std::uint64_t hash) const;
     // Takes the item over and gives true. When its hash is there already, gives false and leaves
-    // the item with the caller; the table may have grown all the same.
+    // the item with the caller; the order may have changed all the same.
     bool Insert(std::unique_ptr<COrvItem>& item);
-    // Takes the item with a hash out; null when there is none. The table never shrinks.
+    // Takes the item with a hash out; null when there is none. The number of buckets stays.
     std::unique_ptr<COrvItem> Remove(std::uint64_t hash);
     // Deletes all items and goes back to the first state.
     void Clear();
 
-    // The list: null at its end.
-    [[nodiscard]] COrvItem* GetFirst() const { return ItemAt(m_end.m_next); }
-    [[nodiscard]] COrvItem* GetNext(const COrvItem& item) const { return ItemAt(item.m_next); }
+    struct SEntry {
+        std::uint64_t hash;
+        COrvItem* item;  // null for one that has been removed
+    };
+    // The items in their order. Lasts until the next Insert or Clear; Remove leaves an entry
+    // without an item.
+    [[nodiscard]] const std::vector<SEntry>& GetOrder() const;
 
 private:
+    // One place of the look-up table: the upper half of a mixed hash, and an index of m_entries.
+    struct SPlace {
+        std::uint32_t mixed = 0;
+        std::uint32_t entry = kNoEntry;
+    };
+    static constexpr std::uint32_t kNoEntry = 0xFFFFFFFF;
+
     void Reset();
     void Grow();
-    void MoveToEnd(COrvItemLinks* node, std::size_t bucket);
+    void Widen();
+    void MakeOrder() const;
     [[nodiscard]] std::size_t BucketOf(std::uint64_t hash) const;
-    [[nodiscard]] COrvItem* ItemAt(COrvItemLinks* node) const;
-    static void Unlink(COrvItemLinks* node);
-    static void LinkBefore(COrvItemLinks* node, COrvItemLinks* place);
+    [[nodiscard]] std::size_t HomeOf(std::uint32_t mixed) const { return mixed >> m_shift; }
+    [[nodiscard]] std::size_t Next(std::size_t place) const {
+        return (place + 1) & (m_places.size() - 1);
+    }
+    [[nodiscard]] std::size_t FindPlace(std::uint64_t hash) const;
 
-    COrvItemLinks m_end;  // the list's end, before its first node and behind its last
+    std::deque<SEntry> m_entries;  // as they came, and so mostly as the items lie in memory
     std::size_t m_count = 0;
-    std::vector<COrvItemLinks*>
-        m_buckets;  // bucket b starts at m_buckets[b], ends at m_buckets[b + 1]
+    // Open addressing: an item is found at its home, or behind it before the first empty place.
+    std::vector<SPlace> m_places;
+    unsigned m_shift = 0;
+
+    // The linear-hashing table, as numbers.
     std::uint64_t m_mask = 1;
     std::size_t m_bucketCount = 1;
+    std::size_t m_bucketEntries = 1;
+
+    mutable std::vector<SEntry> m_order;  // empty when it has to be made
 };

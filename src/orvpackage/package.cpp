@@ -3,8 +3,14 @@
 #include "foundation/file_system.h"
 #include "foundation/xml_escape.h"
 #include "foundation/xml_writer.h"
+#include "orvpackage/action_collections.h"
+#include "orvpackage/assembly_collections.h"
+#include "orvpackage/env_var_collections.h"
 #include "orvpackage/file_collections.h"
+#include "orvpackage/key_collections.h"
+#include "orvpackage/service_collections.h"
 #include "orvpackage/shortcut_collection.h"
+#include "orvpackage/value_collections.h"
 #include "platform/files.h"
 #include "platform/status.h"
 #include "reporting/logger.h"
@@ -14,8 +20,21 @@ COrvPackage::COrvPackage() {
     AddCollection<COrvDeleteFoldersCollection>();
     AddCollection<COrvCreateFilesCollection>();
     AddCollection<COrvDeleteFilesCollection>();
+    AddCollection<COrvCreateKeysCollection>();
+    AddCollection<COrvDeleteKeysCollection>();
+    AddCollection<COrvCreateValuesCollection>();
+    AddCollection<COrvDeleteValuesCollection>();
     AddCollection<COrvCreateShortcutsCollection>();
     AddCollection<COrvDeleteShortcutsCollection>();
+    AddCollection<COrvCreateEnvVarsCollection>();
+    AddCollection<COrvDeleteEnvVarsCollection>();
+    AddCollection<COrvCreateServicesCollection>();
+    AddCollection<COrvDeleteServicesCollection>();
+    AddCollection<COrvControlServicesCollection>();
+    AddCollection<COrvCreateAssembliesCollection>();
+    AddCollection<COrvDeleteAssembliesCollection>();
+    AddCollection<COrvPreActionsCollection>();
+    AddCollection<COrvPostActionsCollection>();
 }
 
 COrvPackage::~COrvPackage() = default;
@@ -30,18 +49,10 @@ void COrvPackage::SetManifestPath(const CFilePathW& path) {
     m_isDirty = true;
 }
 
-COrvCollection* COrvPackage::FindCollection(EOrvCollection type) const {
-    return m_collections[static_cast<std::size_t>(type)].get();
-}
-
-COrvCollection& COrvPackage::GetCollection(EOrvCollection type) const {
-    return *FindCollection(type);
-}
-
 bool COrvPackage::IsDirty() const {
     bool isDirty = m_isDirty || m_properties.IsDirty();
     for (const auto& collection : m_collections) {
-        isDirty = isDirty || (collection && collection->IsDirty());
+        isDirty = isDirty || collection->IsDirty();
     }
     return isDirty;
 }
@@ -50,9 +61,7 @@ void COrvPackage::SetClean() {
     m_isDirty = false;
     m_properties.SetDirty(false);
     for (const auto& collection : m_collections) {
-        if (collection) {
-            collection->SetDirty(false);
-        }
+        collection->SetDirty(false);
     }
 }
 
@@ -101,9 +110,7 @@ int COrvPackage::WriteManifest(const CFilePathW& path) const {
         writer.WriteNewLine();
         m_properties.Write(writer);
         for (const auto& collection : m_collections) {
-            if (collection) {
-                collection->Write(writer);
-            }
+            collection->Write(writer);
         }
         writer.EndElement(true);
     }

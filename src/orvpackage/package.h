@@ -31,10 +31,10 @@ public:
     void SetLogger(CLogger* logger) { m_logger = logger; }
     [[nodiscard]] CLogger* GetLogger() const { return m_logger; }
 
-    // The collection of a type, or of a class of collections; the first gives null for a kind of items
-    // that no package carries yet.
-    [[nodiscard]] COrvCollection* FindCollection(EOrvCollection type) const;
-    [[nodiscard]] COrvCollection& GetCollection(EOrvCollection type) const;
+    // The collection of a type, or of a class of collections.
+    [[nodiscard]] COrvCollection& GetCollection(EOrvCollection type) const {
+        return *m_collections[static_cast<std::size_t>(type)];
+    }
     template <class TCollection>
     [[nodiscard]] TCollection& Get() const {
         return static_cast<TCollection&>(GetCollection(TCollection::kElement.type));

@@ -1,31 +1,49 @@
 #include "orvpackage/sanitizer.h"
 
 #include <algorithm>
-#include <string>
+#include <utility>
 
 #include "foundation/reg_access.h"
 
 namespace {
 
 constexpr std::u16string_view kSidToken = u"%SID%";
-constexpr std::u16string_view kSeparator = uR"(\0)";
+
+// Whether a text holds one of the characters without which there is nothing to escape and nothing
+// to collapse: a path has a colon or a backslash, and the name of every hive an underscore.
+bool HasMarks(std::u16string_view text) {
+    return std::any_of(text.begin(), text.end(), [](char16_t unit) {
+        return unit == u'|' || unit == u'%' || unit == u':' || unit == u'\\' || unit == u'_';
+    });
+}
 
 }  // namespace
 
 COrvSanitizer::COrvSanitizer() : m_sid(GetCurrentUserSid()) {}
 
-CStrW COrvSanitizer::Sanitize(const CStrW& text, std::uint32_t flags) const {
-    CStrW result(text);
-    result.Replace(u"|", u"||", false);
-    result.Replace(u"%", u"|%", false);
+CStrW COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags) const {
+    CStrW buffer;
+    const std::u16string_view result = Sanitize(text, flags, buffer);
+    return result.data() == buffer.Get() ? std::move(buffer) : CStrW(result);
+}
+
+std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags,
+                                            CStrW& buffer) const {
+    if (!HasMarks(text) &&
+        (text.size() < m_sid.GetLength() || text.find(m_sid.View()) == std::u16string_view::npos)) {
+        return text;
+    }
+    buffer.Assign(text);
+    buffer.Replace(u"|", u"||", false);
+    buffer.Replace(u"%", u"|%", false);
     if ((flags & SanitizeNoFilePaths) == 0) {
-        m_fileConverter->CollapsePaths(result, false);
+        m_fileConverter->CollapsePaths(buffer, false);
     }
     if ((flags & SanitizeNoRegPaths) == 0) {
-        m_regConverter->CollapseKeyText(result);
+        m_regConverter->CollapseKeyText(buffer);
     }
-    result.Replace(m_sid, kSidToken, false);
-    return result;
+    buffer.Replace(m_sid, kSidToken, false);
+    return buffer;
 }
 
 CStrW COrvSanitizer::Desanitize(const CStrW& text, std::uint32_t flags) const {
@@ -47,36 +65,7 @@ CDoubleNullStringW COrvSanitizer::SanitizeMulti(const CDoubleNullStringW& string
     CDoubleNullStringW result;
     const CDoubleNullStringW::StringArray array = strings.GetStrings();
     for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
-        result.Add(Sanitize(CStrW(array[i]), flags).Get());
+        result.Add(Sanitize(array[i], flags).Get());
     }
     return result;
-}
-
-CStrW FormatMultiString(const CDoubleNullStringW& strings) {
-    std::u16string text;
-    const CDoubleNullStringW::StringArray array = strings.GetStrings();
-    for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
-        if (i != 0) {
-            text += kSeparator;
-        }
-        for (const char16_t unit : std::u16string_view(array[i])) {
-            text.append(unit == u'\\' ? 2 : 1, unit);
-        }
-    }
-    text += kSeparator;
-    text += kSeparator;
-    return CStrW(text);
-}
-
-CDoubleNullStringW ParseMultiString(const CStrW& text) {
-    CDoubleNullStringW strings;
-    const std::u16string_view rest = text;
-    for (std::size_t start = 0; start < rest.size();) {
-        const std::size_t end = std::min(rest.find(kSeparator, start), rest.size());
-        CStrW string(rest.substr(start, end - start));
-        string.Replace(uR"(\\)", uR"(\)", false);
-        strings.Add(string.Get());
-        start = end + kSeparator.size();
-    }
-    return strings;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "foundation/double_null_string.h"
 #include "foundation/file_path_converter.h"
@@ -24,7 +25,10 @@ public:
     COrvSanitizer(const COrvSanitizer&) = delete;
     COrvSanitizer& operator=(const COrvSanitizer&) = delete;
 
-    [[nodiscard]] CStrW Sanitize(const CStrW& text, std::uint32_t flags) const;
+    [[nodiscard]] CStrW Sanitize(std::u16string_view text, std::uint32_t flags) const;
+    // The same; what stays as it is is not copied: the result is `text` itself, or else `buffer`.
+    [[nodiscard]] std::u16string_view Sanitize(std::u16string_view text, std::uint32_t flags,
+                                               CStrW& buffer) const;
     // Each string by itself; what becomes empty is dropped.
     [[nodiscard]] CDoubleNullStringW SanitizeMulti(const CDoubleNullStringW& strings,
                                                    std::uint32_t flags) const;
@@ -36,9 +40,3 @@ private:
     CSharedHolder<CRegPathConverter> m_regConverter;
     CStrW m_sid;
 };
-
-// The text form of a multi-string: each backslash doubled, the strings joined by "\0", "\0\0" at
-// the end. Reading takes every "\0" for a separator, also one made of a doubled backslash and a
-// zero, and drops empty strings.
-[[nodiscard]] CStrW FormatMultiString(const CDoubleNullStringW& strings);
-[[nodiscard]] CDoubleNullStringW ParseMultiString(const CStrW& text);

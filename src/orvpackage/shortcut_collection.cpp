@@ -11,7 +11,6 @@
 #include "foundation/xml_reader.h"
 #include "foundation/xml_writer.h"
 #include "orvpackage/sanitizer.h"
-#include "platform/status.h"
 
 namespace {
 
@@ -142,9 +141,7 @@ void COrvCreateShortcutsCollection::WriteItem(CXmlWriter& writer, const COrvItem
     COrvTargetCollection::WriteItem(writer, item);
     const SOrvShortcut& content = static_cast<const COrvCreateShortcut&>(item).GetContent();
     WriteSanitized(writer, u"ShortcutTarget", content.shortcutTarget, kPath);
-    if (!content.description.IsEmpty()) {
-        writer.WriteAttribute(u"Description", content.description);
-    }
+    WriteIfAny(writer, u"Description", content.description);
     WriteIfAny(writer, u"Arguments", content.arguments, kPath);
     if (content.hotkey != 0) {
         writer.WriteAttribute(u"Hotkey", UnsignedToText(content.hotkey));
@@ -196,15 +193,11 @@ bool COrvCreateShortcutsCollection::ReadChild(std::u16string_view child, CXmlRea
     if (reader.GetNodeType() != platform::EXmlNode::Element) {
         return false;
     }
-    for (int status = reader.MoveToFirstAttribute(); status == S_OK;
-         status = reader.MoveToNextAttribute()) {
-        CStrW name;
-        CStrW value;
-        if (reader.GetLocalName(name) == S_OK && name.EqualsNoCase(u"Signature") &&
-            reader.GetValue(value) == S_OK) {
+    ForEachAttribute(reader, [](const CStrW& name, const CStrW& value) {
+        if (name.EqualsNoCase(u"Signature")) {
             ReadSoFar().signature = ReadCheckedNumber32(value);
         }
-    }
+    });
     return true;
 }
 

@@ -65,8 +65,10 @@ bool Insert(COrvItemTable& table, std::uint64_t hash) {
 
 std::vector<std::uint64_t> ListOf(const COrvItemTable& table) {
     std::vector<std::uint64_t> list;
-    for (const COrvItem* item = table.GetFirst(); item != nullptr; item = table.GetNext(*item)) {
-        list.push_back(item->GetHash());
+    for (const COrvItemTable::SEntry& entry : table.GetOrder()) {
+        if (entry.item != nullptr) {
+            list.push_back(entry.item->GetHash());
+        }
     }
     return list;
 }

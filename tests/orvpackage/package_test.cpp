@@ -5,45 +5,15 @@
 #include <string>
 
 #include "orvpackage/file_collections.h"
+#include "orvpackage/package_fixture.h"
 #include "orvpackage/shortcut_collection.h"
 #include "platform/files.h"
 #include "platform/status.h"
 #include "reporting/logger.h"
-#include "support/machine.h"
 #include "support/manifest.h"
-#include "support/temp_folder.h"
 #include "support/text.h"
 
 namespace {
-
-class PackageTest : public testing::Test {
-protected:
-    void SetUp() override { m_package.SetManifestPath(Manifest()); }
-
-    [[nodiscard]] CFilePathW Manifest(std::string_view name = "out/app.orv") const {
-        return CFilePathW(m_folder.Name(name));
-    }
-    // Saves the package and gives the manifest's text.
-    std::string Saved() {
-        m_package.GetProperties().SetDirty(true);
-        EXPECT_EQ(m_package.Save(), S_OK);
-        return ReadUtf16File(m_folder.ReadFile("out/app.orv"));
-    }
-    // The lines between the tags of the package, without the properties.
-    std::string SavedItems() {
-        const std::string text = Saved();
-        const std::string head = "</Properties>\n";
-        const std::size_t start = text.find(head) + head.size();
-        return text.substr(start, text.find("</Package>") - start);
-    }
-
-    CTempFolder m_folder;
-    CTestMachine m_machine = CTestMachine()
-                                 .Sid(u"S-1-5-21-7")
-                                 .Folder(u"CSIDL_PROGRAM_FILES", uR"(C:\Program Files)")
-                                 .Environment(u"SystemDrive", u"C:");
-    COrvPackage m_package;
-};
 
 TEST_F(PackageTest, SavesOnlyWhatHasChangedAndHasAPath) {
     COrvPackage unchanged;
@@ -146,14 +116,12 @@ TEST_F(PackageTest, FilesAndFoldersComeBackAsTheyWere) {
 }
 
 TEST_F(PackageTest, ReadingRefusesDoublesAndSaysWhere) {
-    const std::string manifest =
-        "<Package Version=\"1\"><Properties/><DeleteFiles>\n<File Target=\"C:\\a\"/>\n"
-        "<file TARGET=\"c:\\A\"></file></DeleteFiles><DeleteFolders><Folder Target=\"C:\\f\"/>"
-        "<Folder Target=\"C:\\g\" Recursive=\"\"/></DeleteFolders></Package>";
-    m_folder.WriteFile("m.orv", manifest);
     CLogger logger;
     m_package.SetLogger(&logger);
-    ASSERT_TRUE(LoadManifest(Manifest("m.orv"), m_package));
+    Read(
+        "<Properties/><DeleteFiles>\n<File Target=\"C:\\a\"/>\n"
+        "<file TARGET=\"c:\\A\"></file></DeleteFiles><DeleteFolders><Folder Target=\"C:\\f\"/>"
+        "<Folder Target=\"C:\\g\" Recursive=\"\"/></DeleteFolders>");
     EXPECT_EQ(m_package.Get<COrvDeleteFilesCollection>().GetCount(), 1U);
     EXPECT_EQ(logger.GetLines().size(), 2U);
     EXPECT_EQ(SavedItems(),
@@ -200,17 +168,12 @@ TEST_F(ShortcutTest, ComesBackButForANegativeIconIndex) {
     link.SetIconIndex(4);
     link.SetDataBlock(6, std::vector<std::byte>(5, std::byte{5}));
     link.SetDataBlock(5, {std::byte{6}, {}, {}, {}, {}, {}});
-    const std::string text = Saved();
-    COrvPackage copy;
-    ASSERT_TRUE(LoadManifest(Manifest(), copy));
-    copy.SetManifestPath(Manifest("out/copy.orv"));
-    EXPECT_EQ(copy.Save(), S_OK);
-    EXPECT_EQ(ReadUtf16File(m_folder.ReadFile("out/copy.orv")), text);
+    const std::string text = SavedItems();
+    EXPECT_EQ(SavedItemsAgain(), text);
 }
 
 TEST_F(ShortcutTest, ReadsWithinItsLimits) {
-    const std::string head =
-        "<Package><CreateShortcuts><Shortcut Target=\"C:\\a\" ShortcutTarget=\"b\"";
+    const std::string head = "<CreateShortcuts><Shortcut Target=\"C:\\a\" ShortcutTarget=\"b\"";
     const struct {
         std::string rest;
         std::string written;
@@ -225,9 +188,8 @@ TEST_F(ShortcutTest, ReadsWithinItsLimits) {
     };
     for (const auto& test : kCases) {
         SCOPED_TRACE(test.rest.substr(0, 60));
-        m_folder.WriteFile("m.orv", head + test.rest + "</CreateShortcuts></Package>");
         m_package.Get<COrvCreateShortcutsCollection>().Clear();
-        ASSERT_TRUE(LoadManifest(Manifest("m.orv"), m_package));
+        Read(head + test.rest + "</CreateShortcuts>");
         EXPECT_NE(SavedItems().find(test.written), std::string::npos) << SavedItems();
     }
 }

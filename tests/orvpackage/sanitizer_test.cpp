@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "orvpackage/multi_string.h"
 #include "support/machine.h"
 #include "support/text.h"
 

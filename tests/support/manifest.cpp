@@ -26,10 +26,7 @@ bool LoadManifest(const CFilePathW& path, COrvPackage& package) {
     while (reader.ReadNext() != XmlTokenNone) {
         bool isTaken = package.GetProperties().Read(reader);
         for (std::size_t type = 0; type < kOrvCollections && !isTaken; ++type) {
-            if (COrvCollection* const collection =
-                    package.FindCollection(static_cast<EOrvCollection>(type))) {
-                isTaken = collection->Read(reader);
-            }
+            isTaken = package.GetCollection(static_cast<EOrvCollection>(type)).Read(reader);
         }
     }
     return true;

@@ -166,10 +166,12 @@ int ReadLocation(std::u16string_view text, SFileLocation& location) {
     if (const int status = ReadStart(location, text)) {
         return status;
     }
+    // What ends in a backslash is a folder, and "a:b" no name of one.
+    const bool mayHaveStream = !text.empty() && text.back() != u'\\';
     std::u16string_view stream;
     while (!text.empty()) {
         std::u16string_view segment = TakeSegment(text);
-        if (text.empty() && !CutStream(segment, stream)) {
+        if (text.empty() && mayHaveStream && !CutStream(segment, stream)) {
             return ERROR_INVALID_NAME;
         }
         if (const int status = AddName(location, segment)) {

@@ -43,9 +43,8 @@ std::size_t DecodeCharacter(std::string_view bytes, char32_t& c) {
     return isTooLong || (c >= 0xD800 && c < 0xE000) || c > 0x10FFFF ? 0 : length;
 }
 
-std::u16string ReadAll(CNameReader reader, std::size_t size) {
-    std::u16string text;
-    text.reserve(size);
+// Reads the rest of a name behind its start `text`.
+std::u16string ReadAll(CNameReader reader, std::u16string text) {
     for (int unit = reader.Next(); unit != CNameReader::kEnd; unit = reader.Next()) {
         text += static_cast<char16_t>(unit);
     }
@@ -97,17 +96,23 @@ int CNameReader::NextOther() {
 }
 
 std::u16string TextFromName(std::string_view bytes) {
-    return ReadAll(CNameReader(bytes), bytes.size());
+    const auto* const other = std::find_if_not(bytes.begin(), bytes.end(), IsPlain);
+    std::u16string text(bytes.begin(), other);
+    return other == bytes.end() ? text
+                                : ReadAll(CNameReader({other, bytes.end()}), std::move(text));
 }
 
 std::u16string UnambiguousTextFromName(std::string_view bytes) {
-    return ReadAll(CNameReader(bytes, kRawByte), bytes.size());
+    return ReadAll(CNameReader(bytes, kRawByte), {});
 }
 
 bool NameFromText(std::u16string_view text, std::string& bytes) {
-    std::string name;
-    name.reserve(text.size() + 8);
-    for (std::size_t i = 0; i < text.size();) {
+    const auto isPlain = [](char16_t unit) {
+        return unit < 0x80 && unit != u'/' && IsPlain(static_cast<char>(unit));
+    };
+    const auto* const other = std::find_if_not(text.begin(), text.end(), isPlain);
+    std::string name(text.begin(), other);
+    for (auto i = static_cast<std::size_t>(other - text.begin()); i < text.size();) {
         UChar32 c = 0;
         U16_NEXT(text.data(), i, text.size(), c);
         if (c == u'/' || IsForeign(static_cast<char32_t>(c))) {

@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include "platform/posix/file_descriptor.h"
@@ -110,6 +111,7 @@ bool CNameSet::SOrder::operator()(const std::string& left, const SKey& right) co
 
 int CNameSet::Read(int folder) {
     m_names.clear();
+    m_place = m_names.end();
     m_colonNames = 0;
     // Some file systems show a folder for good as it was when its descriptor was opened.
     const CFileDescriptor opened(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -129,15 +131,14 @@ int CNameSet::Read(int folder) {
 }
 
 void CNameSet::Add(const std::string& name) {
-    if (m_names.insert(name).second && HasColon(name)) {
-        ++m_colonNames;
-    }
+    const std::size_t before = m_names.size();
+    m_place = m_names.insert(m_place == m_names.end() ? m_place : std::next(m_place), name);
+    m_colonNames += m_names.size() != before && HasColon(name) ? 1 : 0;
 }
 
 void CNameSet::Remove(const std::string& name) {
-    if (m_names.erase(name) != 0 && HasColon(name)) {
-        --m_colonNames;
-    }
+    m_place = m_names.end();
+    m_colonNames -= m_names.erase(name) != 0 && HasColon(name) ? 1 : 0;
 }
 
 const std::string* CNameSet::Find(std::u16string_view text) const {
@@ -153,8 +154,11 @@ const std::string* CNameSet::Find(std::u16string_view text) const {
 }
 
 const std::string* CNameSet::FindNext(const std::string& name) const {
-    const auto next = name.empty() ? m_names.begin() : m_names.upper_bound(name);
-    return next == m_names.end() ? nullptr : &*next;
+    const bool isBeside = m_place != m_names.end() && *m_place == name;
+    m_place = isBeside       ? std::next(m_place)
+              : name.empty() ? m_names.begin()
+                             : m_names.upper_bound(name);
+    return m_place == m_names.end() ? nullptr : &*m_place;
 }
 
 std::u16string CNameSet::GetText(const std::string& name) const {

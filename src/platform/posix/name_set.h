@@ -12,6 +12,10 @@ namespace platform {
 // differ in letter case only follow each other in a fixed order.
 class CNameSet {
 public:
+    CNameSet() = default;
+    CNameSet(const CNameSet&) = delete;
+    CNameSet& operator=(const CNameSet&) = delete;
+
     // Reads the names of the folder open at `folder`. 0 or the errno of the failure, which leaves
     // no names.
     [[nodiscard]] int Read(int folder);
@@ -49,7 +53,11 @@ private:
         bool operator()(const std::string& left, const SKey& right) const;
     };
 
-    std::set<std::string, SOrder> m_names;
+    using Names = std::set<std::string, SOrder>;
+
+    Names m_names;
+    // The name that was last added or passed: most come in order, and the next is beside it.
+    mutable Names::const_iterator m_place = m_names.end();
     std::size_t m_colonNames = 0;
 };
 

@@ -1,0 +1,86 @@
+// orvpackage/assembly_collections.h - assemblies to install with all their files, and to remove.
+#pragma once
+
+#include <cstdint>
+#include <set>
+
+#include "orvpackage/named_items.h"
+
+// Orders texts as the machine collates them, ignoring case.
+struct STextLessNoCase {
+    bool operator()(const CStrW& left, const CStrW& right) const {
+        return left.CompareNoCase(right) < 0;
+    }
+};
+using SortedTexts = std::set<CStrW, STextLessNoCase>;
+
+// An assembly to install, known by its identity text. All sources are payload paths, relative to
+// the folder of the manifest.
+class COrvCreateAssembly : public COrvNamedItem {
+public:
+    explicit COrvCreateAssembly(const CStrW& id) : COrvNamedItem(id) {}
+
+    // Needs a manifest.
+    [[nodiscard]] bool IsValid() const override;
+
+    // Take a text and expand its tokens.
+    void SetManifestRelativeSource(const CStrW& text);
+    void SetCatalogRelativeSource(const CStrW& text);
+    void SetPrivate(const CStrW& text);
+    // Adds a member file, with its tokens expanded; of two that differ in case alone, the first
+    // stays.
+    void AddFile(const CStrW& text);
+
+    [[nodiscard]] const CStrW& GetManifestRelativeSource() const { return m_manifest; }
+    [[nodiscard]] const CStrW& GetCatalogRelativeSource() const { return m_catalog; }
+    [[nodiscard]] const SortedTexts& GetFiles() const { return m_files; }
+    // The folder of a private assembly.
+    [[nodiscard]] const CStrW& GetPrivate() const { return m_private; }
+
+    std::uint32_t AssemblyType = 0;  // 1 for an assembly of the global cache
+
+private:
+    CStrW m_manifest;
+    CStrW m_catalog;
+    SortedTexts m_files;
+    CStrW m_private;
+};
+
+class COrvDeleteAssembly : public COrvNamedItem {
+public:
+    explicit COrvDeleteAssembly(const CStrW& name) : COrvNamedItem(name) {}
+};
+
+class COrvCreateAssembliesCollection : public COrvNamedItemCollection {
+public:
+    static constexpr SOrvElement kElement{OrvCreateAssemblies, u"CreateAssemblies", u"Assembly"};
+    explicit COrvCreateAssembliesCollection(COrvPackage& package)
+        : COrvNamedItemCollection(package, kElement, u"Id") {}
+
+    // Adds an assembly without files and lends it; null for a double.
+    COrvCreateAssembly* AddItem(const CStrW& id) {
+        return AddOwned(std::make_unique<COrvCreateAssembly>(id));
+    }
+
+protected:
+    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
+    void ReadAttribute(const CStrW& name, const CStrW& value) override;
+    bool ReadChild(std::u16string_view child, CXmlReader& reader) override;
+    bool FinishItem() override;
+};
+
+// What is "Id" above is "Name" here.
+class COrvDeleteAssembliesCollection : public COrvNamedItemCollection {
+public:
+    static constexpr SOrvElement kElement{OrvDeleteAssemblies, u"DeleteAssemblies", u"Assembly"};
+    explicit COrvDeleteAssembliesCollection(COrvPackage& package)
+        : COrvNamedItemCollection(package, kElement, u"Name") {}
+
+    // Adds an item and lends it; null for a double.
+    COrvDeleteAssembly* AddItem(const CStrW& name) {
+        return AddOwned(std::make_unique<COrvDeleteAssembly>(name));
+    }
+
+protected:
+    bool FinishItem() override;
+};

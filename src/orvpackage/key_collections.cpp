@@ -1,0 +1,128 @@
+#include "orvpackage/key_collections.h"
+
+#include <utility>
+
+#include "foundation/reg_path.h"
+#include "foundation/reg_path_converter.h"
+#include "foundation/xml_writer.h"
+#include "orvpackage/package.h"
+#include "orvpackage/prefetch.h"
+
+namespace {
+
+constexpr std::u16string_view kRecursive = u"Recursive";
+
+// What has been read of a key to delete so far, but for the key itself; an element that never ends
+// leaves it to the next.
+bool& RecursiveReadSoFar() {
+    static bool recursive = true;
+    return recursive;
+}
+
+// One digit, for there is one for every architecture.
+char16_t ArchitectureDigit(std::uint32_t architecture) {
+    return static_cast<char16_t>(u'0' + architecture);
+}
+
+}  // namespace
+
+void ExpandKeyTokens(CStrW& text) {
+    // Every alias has an underscore.
+    if (text.View().find(u'_') != std::u16string_view::npos) {
+        CSharedHolder<CRegPathConverter>()->ExpandKeyText(text);
+    }
+}
+
+COrvKeyPath::COrvKeyPath(const CStrW& text) : m_text(text) {
+    ExpandKeyTokens(m_text);
+    m_isEmpty = m_text.IsEmpty();
+}
+
+COrvKeyPath::COrvKeyPath(const CStrW& text, const COrvSanitizer& sanitizer) : COrvKeyPath(text) {
+    m_portable = sanitizer.Sanitize(CRegPathW(m_text).ToLongString(), SanitizeNoFilePaths);
+}
+
+std::u16string_view COrvKeyPath::GetPortable(const COrvSanitizer& sanitizer, CStrW& buffer) const {
+    if (m_portable.GetLength() != 0) {
+        return m_portable;
+    }
+    buffer = sanitizer.Sanitize(CRegPathW(m_text).ToLongString(), SanitizeNoFilePaths);
+    return buffer;
+}
+
+void COrvKeyPath::PrefetchPortable() const {
+    Prefetch(m_portable.Get(), m_portable.GetLength() * sizeof(char16_t));
+}
+
+COrvKeyItem::COrvKeyItem(std::shared_ptr<const COrvKeyPath> key, std::uint32_t architecture,
+                         std::u16string_view value)
+    : COrvItem(
+          HashKeyText({key->GetText(), std::u16string{ArchitectureDigit(architecture)}, value})),
+      m_key(std::move(key)),
+      m_architecture(architecture) {}
+
+void COrvKeyItemCollection::PrefetchItem(const COrvItem& item, unsigned step) const {
+    COrvCollection::PrefetchItem(item, step);
+    if (step == 1) {
+        Prefetch(&static_cast<const COrvKeyItem&>(item).GetKey(), sizeof(COrvKeyPath));
+    } else if (step == 2) {
+        static_cast<const COrvKeyItem&>(item).GetKey().PrefetchPortable();
+    }
+}
+
+void COrvKeyItemCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
+    const auto& keyItem = static_cast<const COrvKeyItem&>(item);
+    CStrW buffer;
+    writer.WriteAttribute(u"Target", keyItem.GetKey().GetPortable(GetSanitizer(), buffer));
+    const std::uint32_t architecture = keyItem.GetArchitecture();
+    const char16_t* const name = ArchitectureName(architecture);
+    if (name != nullptr && architecture != GetPackage().GetProperties().Architecture) {
+        writer.WriteAttribute(u"Architecture", name);
+    }
+}
+
+// One set of values serves all collections of a kind: an element that never ends leaves them to the
+// next.
+COrvKeyItemCollection::SReadKey& COrvKeyItemCollection::ReadKeySoFar(EOrvCollection type) {
+    static SReadKey values[kOrvCollections];
+    return values[type];
+}
+
+void COrvKeyItemCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
+    if (name.EqualsNoCase(u"Target")) {
+        ReadKeySoFar(GetType()).target = GetSanitizer().Desanitize(value, SanitizeNoFilePaths);
+    } else if (name.EqualsNoCase(u"Architecture")) {
+        ParseArchitecture(value, ReadKeySoFar(GetType()).architecture);
+    }
+}
+
+COrvKeyItemCollection::SReadKey COrvKeyItemCollection::TakeReadKey() {
+    return std::exchange(ReadKeySoFar(GetType()), SReadKey());
+}
+
+bool COrvCreateKeysCollection::FinishItem() {
+    const SReadKey read = TakeReadKey();
+    return AddItem(read.target, read.architecture) != nullptr;
+}
+
+void COrvDeleteKeysCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
+    COrvKeyItemCollection::WriteItem(writer, item);
+    WriteBool(writer, kRecursive, static_cast<const COrvDeleteKey&>(item).Recursive);
+}
+
+void COrvDeleteKeysCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
+    COrvKeyItemCollection::ReadAttribute(name, value);
+    if (name.EqualsNoCase(kRecursive)) {
+        RecursiveReadSoFar() = value.IsTrue();
+    }
+}
+
+bool COrvDeleteKeysCollection::FinishItem() {
+    const SReadKey read = TakeReadKey();
+    const bool recursive = std::exchange(RecursiveReadSoFar(), true);
+    COrvDeleteKey* const added = AddItem(read.target, read.architecture);
+    if (added != nullptr) {
+        added->Recursive = recursive;
+    }
+    return added != nullptr;
+}

@@ -1,0 +1,118 @@
+// orvpackage/key_collections.h - registry keys, and what all items of a key have in common.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "orvpackage/collection.h"
+
+// Puts stored keys in the place of the aliases in `text`, by the shared converter.
+void ExpandKeyTokens(CStrW& text);
+
+// The path of a key, which the values of the key share.
+class COrvKeyPath {
+public:
+    explicit COrvKeyPath(const CStrW& text);
+    // The same, with the portable form made in advance: for a key that is written many times.
+    COrvKeyPath(const CStrW& text, const COrvSanitizer& sanitizer);
+
+    [[nodiscard]] const CStrW& GetText() const { return m_text; }
+    [[nodiscard]] bool IsEmpty() const { return m_isEmpty; }
+    // The path with the long name of its hive, as the manifest has it; empty when it is no path. A
+    // part of this object, or `buffer`.
+    [[nodiscard]] std::u16string_view GetPortable(const COrvSanitizer& sanitizer,
+                                                  CStrW& buffer) const;
+    void PrefetchPortable() const;
+
+private:
+    CStrW m_text;
+    CStrW m_portable;  // empty when it was not made in advance
+    bool m_isEmpty;
+};
+
+// An item known by a key and an architecture, and values by their name as well.
+class COrvKeyItem : public COrvItem {
+public:
+    [[nodiscard]] const CStrW& GetTarget() const { return m_key->GetText(); }
+    [[nodiscard]] const COrvKeyPath& GetKey() const { return *m_key; }
+    [[nodiscard]] std::uint32_t GetArchitecture() const { return m_architecture; }
+    [[nodiscard]] CStrW GetName() const override { return GetTarget(); }
+    [[nodiscard]] bool IsValid() const override { return !m_key->IsEmpty(); }
+
+protected:
+    COrvKeyItem(std::shared_ptr<const COrvKeyPath> key, std::uint32_t architecture,
+                std::u16string_view value = {});
+
+private:
+    std::shared_ptr<const COrvKeyPath> m_key;
+    std::uint32_t m_architecture;
+};
+
+class COrvCreateKey : public COrvKeyItem {
+public:
+    COrvCreateKey(const CStrW& target, std::uint32_t architecture)
+        : COrvKeyItem(std::make_shared<const COrvKeyPath>(target), architecture) {}
+};
+
+class COrvDeleteKey : public COrvKeyItem {
+public:
+    COrvDeleteKey(const CStrW& target, std::uint32_t architecture)
+        : COrvKeyItem(std::make_shared<const COrvKeyPath>(target), architecture) {}
+    bool Recursive = true;
+};
+
+// A collection whose items' elements hold a key as "Target", and its architecture where that is not
+// the package's: so an item of the package's architecture comes back without one.
+class COrvKeyItemCollection : public COrvCollection {
+protected:
+    using COrvCollection::COrvCollection;
+
+    struct SReadKey {
+        CStrW target;
+        std::uint32_t architecture = 0;
+    };
+
+    void PrefetchItem(const COrvItem& item, unsigned step) const override;
+    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
+    void ReadAttribute(const CStrW& name, const CStrW& value) override;
+    // The key read of the element that ends; forgets it.
+    [[nodiscard]] SReadKey TakeReadKey();
+
+private:
+    [[nodiscard]] static SReadKey& ReadKeySoFar(EOrvCollection type);
+};
+
+class COrvCreateKeysCollection : public COrvKeyItemCollection {
+public:
+    static constexpr SOrvElement kElement{OrvCreateKeys, u"CreateKeys", u"Key"};
+    explicit COrvCreateKeysCollection(COrvPackage& package)
+        : COrvKeyItemCollection(package, kElement) {}
+
+    // Adds an item and lends it; null for a double.
+    COrvCreateKey* AddItem(const CStrW& target, std::uint32_t architecture) {
+        return AddOwned(std::make_unique<COrvCreateKey>(target, architecture));
+    }
+
+protected:
+    bool FinishItem() override;
+};
+
+class COrvDeleteKeysCollection : public COrvKeyItemCollection {
+public:
+    static constexpr SOrvElement kElement{OrvDeleteKeys, u"DeleteKeys", u"Key"};
+    explicit COrvDeleteKeysCollection(COrvPackage& package)
+        : COrvKeyItemCollection(package, kElement) {}
+
+    // Adds an item and lends it; null for a double.
+    COrvDeleteKey* AddItem(const CStrW& target, std::uint32_t architecture) {
+        return AddOwned(std::make_unique<COrvDeleteKey>(target, architecture));
+    }
+
+protected:
+    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
+    void ReadAttribute(const CStrW& name, const CStrW& value) override;
+    bool FinishItem() override;
+};
+
+using COrvCreateKeyItr = COrvItemItr<COrvCreateKey>;
+using COrvDeleteKeyItr = COrvItemItr<COrvDeleteKey>;

@@ -1,0 +1,62 @@
+#include "orvpackage/multi_string.h"
+
+#include <algorithm>
+#include <string>
+
+#include "foundation/file_path_converter.h"
+
+namespace {
+
+constexpr std::u16string_view kSeparator = uR"(\0)";
+
+}  // namespace
+
+CDoubleNullStringW SplitMultiString(std::u16string_view units) {
+    CDoubleNullStringW strings;
+    while (!units.empty() && units.front() != u'\0') {
+        const std::size_t length = std::min(units.find(u'\0'), units.size());
+        strings.Add(CStrW(units.substr(0, length)).Get());
+        units.remove_prefix(std::min(length + 1, units.size()));
+    }
+    return strings;
+}
+
+CDoubleNullStringW ExpandMultiString(const CDoubleNullStringW& strings) {
+    CDoubleNullStringW expanded;
+    const CDoubleNullStringW::StringArray array = strings.GetStrings();
+    for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
+        CStrW string(array[i]);
+        ExpandFileTokens(string);
+        expanded.Add(string.Get());
+    }
+    return expanded;
+}
+
+CStrW FormatMultiString(const CDoubleNullStringW& strings) {
+    std::u16string text;
+    const CDoubleNullStringW::StringArray array = strings.GetStrings();
+    for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
+        if (i != 0) {
+            text += kSeparator;
+        }
+        for (const char16_t unit : std::u16string_view(array[i])) {
+            text.append(unit == u'\\' ? 2 : 1, unit);
+        }
+    }
+    text += kSeparator;
+    text += kSeparator;
+    return CStrW(text);
+}
+
+CDoubleNullStringW ParseMultiString(const CStrW& text) {
+    CDoubleNullStringW strings;
+    const std::u16string_view rest = text;
+    for (std::size_t start = 0; start < rest.size();) {
+        const std::size_t end = std::min(rest.find(kSeparator, start), rest.size());
+        CStrW string(rest.substr(start, end - start));
+        string.Replace(uR"(\\)", uR"(\)", false);
+        strings.Add(string.Get());
+        start = end + kSeparator.size();
+    }
+    return strings;
+}

@@ -1,0 +1,91 @@
+#include "orvpackage/value_collections.h"
+
+#include <utility>
+
+#include "foundation/xml_reader.h"
+#include "foundation/xml_writer.h"
+#include "orvpackage/sanitizer.h"
+#include "orvpackage/value_text.h"
+
+namespace {
+
+// What has been read of an element so far, but for its key. One set serves all collections of a
+// kind: an element that never ends leaves its values to the next.
+struct SReadValue {
+    CStrW name;
+    std::uint32_t type = OrvValueUnset;
+    CStrW data;
+};
+
+SReadValue& ReadSoFar(EOrvCollection type) {
+    static SReadValue values[kOrvCollections];
+    return values[type];
+}
+
+SReadValue TakeRead(EOrvCollection type) { return std::exchange(ReadSoFar(type), SReadValue()); }
+
+}  // namespace
+
+const std::shared_ptr<const COrvKeyPath>& COrvValueItemCollection::ShareKey(const CStrW& target) {
+    if (!m_lastKey || !(m_lastTarget == target)) {
+        m_lastKey = std::make_shared<const COrvKeyPath>(target, GetSanitizer());
+        m_lastTarget = target;
+    }
+    return m_lastKey;
+}
+
+void COrvValueItemCollection::PrefetchItem(const COrvItem& item, unsigned step) const {
+    COrvKeyItemCollection::PrefetchItem(item, step);
+    if (step == 1) {
+        static_cast<const COrvValueItem&>(item).PrefetchContent();
+    }
+}
+
+void COrvValueItemCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
+    COrvKeyItemCollection::WriteItem(writer, item);
+    WriteIfAny(writer, u"Value", static_cast<const COrvValueItem&>(item).GetValue(), SanitizeAll);
+}
+
+void COrvValueItemCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
+    COrvKeyItemCollection::ReadAttribute(name, value);
+    if (name.EqualsNoCase(u"Value")) {
+        ReadSoFar(GetType()).name = GetSanitizer().Desanitize(value, SanitizeAll);
+    }
+}
+
+void COrvCreateValuesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
+    COrvValueItemCollection::WriteItem(writer, item);
+    const auto& value = static_cast<const COrvCreateValue&>(item);
+    if (const char16_t* const type = ValueTypeName(value.GetType())) {
+        writer.WriteAttribute(u"Type", type);
+        CStrW buffer;
+        writer.WriteText(FormatValueData(value, GetSanitizer(), buffer));
+    }
+}
+
+void COrvCreateValuesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
+    COrvValueItemCollection::ReadAttribute(name, value);
+    if (name.EqualsNoCase(u"Type")) {
+        ParseValueType(value, ReadSoFar(GetType()).type);
+    }
+}
+
+bool COrvCreateValuesCollection::ReadText(CXmlReader& reader) {
+    reader.GetValueChunked(ReadSoFar(GetType()).data);
+    return true;
+}
+
+bool COrvCreateValuesCollection::FinishItem() {
+    const SReadKey key = TakeReadKey();
+    const SReadValue read = TakeRead(GetType());
+    COrvCreateValue* const added = AddItem(key.target, read.name, key.architecture);
+    if (added != nullptr) {
+        ParseValueData(read.data, read.type, GetSanitizer(), *added);
+    }
+    return added != nullptr;
+}
+
+bool COrvDeleteValuesCollection::FinishItem() {
+    const SReadKey key = TakeReadKey();
+    return AddItem(key.target, TakeRead(GetType()).name, key.architecture) != nullptr;
+}

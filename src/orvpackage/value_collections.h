@@ -1,0 +1,56 @@
+// orvpackage/value_collections.h - the registry values of a package.
+#pragma once
+
+#include <memory>
+
+#include "orvpackage/value_items.h"
+
+// A collection whose items' elements also hold the name of a value as "Value", unless it is empty.
+class COrvValueItemCollection : public COrvKeyItemCollection {
+protected:
+    using COrvKeyItemCollection::COrvKeyItemCollection;
+
+    // The path of a key, which is that of the item before when `target` is the same.
+    [[nodiscard]] const std::shared_ptr<const COrvKeyPath>& ShareKey(const CStrW& target);
+
+    void PrefetchItem(const COrvItem& item, unsigned step) const override;
+    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
+    void ReadAttribute(const CStrW& name, const CStrW& value) override;
+
+private:
+    CStrW m_lastTarget;
+    std::shared_ptr<const COrvKeyPath> m_lastKey;
+};
+
+class COrvCreateValuesCollection : public COrvValueItemCollection {
+public:
+    static constexpr SOrvElement kElement{OrvCreateValues, u"CreateValues", u"Value"};
+    explicit COrvCreateValuesCollection(COrvPackage& package)
+        : COrvValueItemCollection(package, kElement) {}
+
+    // Adds a value without data and lends it; null for a double.
+    COrvCreateValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture) {
+        return AddOwned(std::make_unique<COrvCreateValue>(ShareKey(target), value, architecture));
+    }
+
+protected:
+    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
+    void ReadAttribute(const CStrW& name, const CStrW& value) override;
+    bool ReadText(CXmlReader& reader) override;
+    bool FinishItem() override;
+};
+
+class COrvDeleteValuesCollection : public COrvValueItemCollection {
+public:
+    static constexpr SOrvElement kElement{OrvDeleteValues, u"DeleteValues", u"Value"};
+    explicit COrvDeleteValuesCollection(COrvPackage& package)
+        : COrvValueItemCollection(package, kElement) {}
+
+    // Adds an item and lends it; null for a double.
+    COrvDeleteValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture) {
+        return AddOwned(std::make_unique<COrvDeleteValue>(ShareKey(target), value, architecture));
+    }
+
+protected:
+    bool FinishItem() override;
+};

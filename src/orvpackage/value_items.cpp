@@ -1,0 +1,156 @@
+#include "orvpackage/value_items.h"
+
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "foundation/file_path_converter.h"
+#include "foundation/hex.h"
+#include "orvpackage/multi_string.h"
+#include "orvpackage/prefetch.h"
+
+namespace {
+
+std::u16string_view ToUnits(const void* bytes, std::size_t size) {
+    return {static_cast<const char16_t*>(bytes), size / sizeof(char16_t)};
+}
+
+std::u16string_view FirstString(std::u16string_view units) {
+    return units.substr(0, units.find(u'\0'));
+}
+
+}  // namespace
+
+// The name, expanded once for both the hash and the field; as it was given in the common case.
+struct COrvValueItem::SExpanded {
+    explicit SExpanded(const CStrW& text) : name(text) {
+        if (name.find(u'_') != std::u16string_view::npos) {
+            expanded = text;
+            ExpandKeyTokens(expanded);
+            name = expanded;
+        }
+    }
+    CStrW expanded;
+    std::u16string_view name;
+};
+
+COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
+                             std::uint32_t architecture)
+    : COrvValueItem(std::move(key), SExpanded(value), architecture) {}
+
+COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
+                             std::uint32_t architecture)
+    : COrvKeyItem(std::move(key), architecture, value.name),
+      m_nameLength(static_cast<std::uint32_t>(value.name.size())) {
+    if (m_nameLength != 0) {
+        m_block.reset(new std::byte[GetNameSize()]);
+        std::memcpy(m_block.get(), value.name.data(), GetNameSize());
+    }
+}
+
+bool COrvValueItem::ResizeTail(std::size_t size) {
+    std::unique_ptr<std::byte[]> block(new (std::nothrow) std::byte[GetNameSize() + size]);
+    if (!block) {
+        return false;
+    }
+    if (m_nameLength != 0) {
+        std::memcpy(block.get(), m_block.get(), GetNameSize());
+    }
+    m_block = std::move(block);
+    return true;
+}
+
+std::u16string_view COrvValueItem::GetValue() const {
+    return {reinterpret_cast<const char16_t*>(m_block.get()), m_nameLength};
+}
+
+void COrvValueItem::PrefetchContent() const {
+    // The name and a short text; more follows by itself.
+    Prefetch(m_block.get(), 128);
+}
+
+CStrW COrvValueItem::GetName() const { return GetTarget() + u'/' + CStrW(GetValue()); }
+
+bool COrvCreateValue::IsValid() const { return COrvKeyItem::IsValid() && m_type != OrvValueUnset; }
+
+void COrvCreateValue::ClearData() {
+    m_type = OrvValueUnset;
+    m_size = 0;
+}
+
+std::byte* COrvCreateValue::Allocate(std::size_t size, std::uint32_t type) {
+    ClearData();
+    if (size > std::numeric_limits<std::uint32_t>::max() || !ResizeTail(size)) {
+        return nullptr;
+    }
+    m_type = type;
+    m_size = static_cast<std::uint32_t>(size);
+    return GetTail();
+}
+
+void COrvCreateValue::SetData(const void* bytes, std::uint32_t size, std::uint32_t type) {
+    if (size == 0) {
+        ClearData();
+        m_type = type;
+    } else if (type == OrvValueString || type == OrvValueExpandString) {
+        StoreString(FirstString(ToUnits(bytes, size)), type);
+    } else if (type == OrvValueMultiString) {
+        SetMultiString(SplitMultiString(ToUnits(bytes, size)));
+    } else if (std::byte* const data = Allocate(size, type)) {
+        std::memcpy(data, bytes, size);
+    }
+}
+
+void COrvCreateValue::SetBinaryFromHex(const CStrW& text) {
+    ClearData();
+    if (text.IsEmpty()) {
+        m_type = OrvValueBinary;
+        return;
+    }
+    // A digit left over is decoded too, but does not count.
+    if (std::byte* const data = Allocate((text.GetLength() + 1) / 2, OrvValueBinary)) {
+        std::size_t count = 0;
+        HexToBytes(text, data, count);
+        m_size = static_cast<std::uint32_t>(count);
+    }
+}
+
+void COrvCreateValue::StoreString(std::u16string_view text, std::uint32_t type) {
+    CStrW expanded;
+    if (text.find(u'%') != std::u16string_view::npos) {
+        expanded.Assign(text);
+        ExpandFileTokens(expanded);
+        text = expanded;
+    }
+    const std::size_t size = text.size() * sizeof(char16_t);
+    if (std::byte* const data = Allocate(size + sizeof(char16_t), type)) {
+        std::memcpy(data, text.data(), size);
+        std::memset(data + size, 0, sizeof(char16_t));
+    }
+}
+
+void COrvCreateValue::SetMultiString(const CDoubleNullStringW& strings) {
+    ClearData();
+    const CDoubleNullStringW expanded = ExpandMultiString(strings);
+    const std::size_t size = expanded.GetLength() * sizeof(char16_t);
+    std::byte* const data =
+        expanded.Get() == nullptr ? nullptr : Allocate(size, OrvValueMultiString);
+    if (data != nullptr) {
+        std::memcpy(data, expanded.Get(), size);
+    }
+}
+
+std::u16string_view COrvCreateValue::GetUnits() const { return ToUnits(GetTail(), m_size); }
+
+std::u16string_view COrvCreateValue::GetString() const {
+    const bool isString = m_type == OrvValueString || m_type == OrvValueExpandString;
+    return isString ? FirstString(GetUnits()) : std::u16string_view();
+}
+
+bool COrvCreateValue::GetMultiString(CDoubleNullStringW& out) const {
+    if (m_type != OrvValueMultiString) {
+        return false;
+    }
+    out = SplitMultiString(GetUnits());
+    return true;
+}

@@ -1,0 +1,105 @@
+// orvpackage/value_items.h - registry values to create, with their data, and to delete.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "foundation/double_null_string.h"
+#include "orvpackage/key_collections.h"
+
+// The types of data that a value is treated by; the registry knows more.
+enum EOrvValueType : std::uint32_t {
+    OrvValueString = 1,
+    OrvValueExpandString = 2,
+    OrvValueBinary = 3,
+    OrvValueDword = 4,
+    OrvValueMultiString = 7,
+    OrvValueQword = 11,
+    OrvValueUnset = 0xFFFFFFFF,
+};
+
+// An item known by a key and the name of a value, which is empty for the key's default value.
+class COrvValueItem : public COrvKeyItem {
+public:
+    [[nodiscard]] std::u16string_view GetValue() const;
+    void PrefetchContent() const;
+    // The key and the name with a slash between them.
+    [[nodiscard]] CStrW GetName() const override;
+
+protected:
+    COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
+                  std::uint32_t architecture);
+
+    // The bytes behind the name.
+    [[nodiscard]] std::byte* GetTail() const { return m_block.get() + GetNameSize(); }
+    // Makes room for `size` bytes behind the name, in the same block: a package holds very many
+    // values. False, with the block as it was, when there is no memory.
+    [[nodiscard]] bool ResizeTail(std::size_t size);
+
+private:
+    [[nodiscard]] std::size_t GetNameSize() const { return m_nameLength * sizeof(char16_t); }
+
+    struct SExpanded;
+    COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
+                  std::uint32_t architecture);
+
+    std::uint32_t m_nameLength;            // in units
+    std::unique_ptr<std::byte[]> m_block;  // the name, and what ResizeTail makes room for behind it
+};
+
+class COrvDeleteValue : public COrvValueItem {
+public:
+    COrvDeleteValue(const CStrW& target, const CStrW& value, std::uint32_t architecture)
+        : COrvDeleteValue(std::make_shared<const COrvKeyPath>(target), value, architecture) {}
+    COrvDeleteValue(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
+                    std::uint32_t architecture)
+        : COrvValueItem(std::move(key), value, architecture) {}
+};
+
+// A value to create. It has no data, and no place in the manifest, until it is given some, even if
+// of 0 bytes. Strings are kept with their NUL and their file tokens expanded, multi-strings in
+// double-NUL form, everything else as it was given. A setter first takes away what is there; what
+// finds no memory leaves the value without data.
+class COrvCreateValue : public COrvValueItem {
+public:
+    COrvCreateValue(const CStrW& target, const CStrW& value, std::uint32_t architecture)
+        : COrvCreateValue(std::make_shared<const COrvKeyPath>(target), value, architecture) {}
+    COrvCreateValue(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
+                    std::uint32_t architecture)
+        : COrvValueItem(std::move(key), value, architecture) {}
+
+    [[nodiscard]] bool IsValid() const override;
+    [[nodiscard]] std::uint32_t GetType() const { return m_type; }
+    // Null when there are no bytes.
+    [[nodiscard]] const std::byte* GetData() const { return m_size == 0 ? nullptr : GetTail(); }
+    [[nodiscard]] std::uint32_t GetDataSize() const { return m_size; }
+
+    // Takes the bytes of a registry value, which are not this value's own; those of strings lie at
+    // an even address. A string ends at its first NUL and a multi-string at its first empty string,
+    // or where the bytes end.
+    void SetData(const void* bytes, std::uint32_t size, std::uint32_t type);
+    // Units that are no hexadecimal digits give what HexToBytes makes of them.
+    void SetBinaryFromHex(const CStrW& text);
+    void SetString(const CStrW& text) { StoreString(text, OrvValueString); }
+    void SetExpandString(const CStrW& text) { StoreString(text, OrvValueExpandString); }
+    void SetMultiString(const CDoubleNullStringW& strings);
+    // The string of a value of a string type, as a loan until the data changes; empty for any
+    // other.
+    [[nodiscard]] std::u16string_view GetString() const;
+    // False, with `out` untouched, for any other type than a multi-string.
+    [[nodiscard]] bool GetMultiString(CDoubleNullStringW& out) const;
+
+private:
+    void ClearData();
+    // Makes room for `size` bytes of a type; null, with the value left without data, when there is
+    // none.
+    std::byte* Allocate(std::size_t size, std::uint32_t type);
+    void StoreString(std::u16string_view text, std::uint32_t type);
+    [[nodiscard]] std::u16string_view GetUnits() const;
+
+    std::uint32_t m_type = OrvValueUnset;
+    std::uint32_t m_size = 0;
+};

@@ -1,0 +1,123 @@
+#include "orvpackage/value_text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <vector>
+
+#include "foundation/hex.h"
+#include "foundation/number_text.h"
+#include "orvpackage/multi_string.h"
+#include "orvpackage/sanitizer.h"
+#include "orvpackage/value_items.h"
+
+namespace {
+
+// The types that the manifest has a name for, by their number.
+constexpr const char16_t* kTypeNames[] = {
+    u"REG_NONE",
+    u"REG_SZ",
+    u"REG_EXPAND_SZ",
+    u"REG_BINARY",
+    u"REG_DWORD",
+    u"REG_DWORD_BIG_ENDIAN",
+    u"REG_LINK",
+    u"REG_MULTI_SZ",
+    u"REG_RESOURCE_LIST",
+    u"REG_FULL_RESOURCE_DESCRIPTOR",
+    u"REG_RESOURCE_REQUIREMENTS_LIST",
+    u"REG_QWORD",
+};
+
+std::size_t NumberSize(std::uint32_t type) {
+    return type == OrvValueDword ? sizeof(std::uint32_t) : sizeof(std::uint64_t);
+}
+
+std::uint64_t ReadNumber(const COrvCreateValue& value) {
+    std::uint64_t number = 0;
+    const std::size_t size =
+        std::min<std::size_t>(value.GetDataSize(), NumberSize(value.GetType()));
+    if (size != 0) {
+        std::memcpy(&number, value.GetData(), size);
+    }
+    return number;
+}
+
+void SetBytesFromHex(const CStrW& text, std::uint32_t type, COrvCreateValue& value) {
+    if (text.GetLength() % 2 != 0 || !IsHexString(text)) {
+        return;
+    }
+    std::vector<std::byte> bytes(text.GetLength() / 2);
+    std::size_t count = 0;
+    HexToBytes(text, bytes.data(), count);
+    value.SetData(bytes.data(), static_cast<std::uint32_t>(count), type);
+}
+
+}  // namespace
+
+const char16_t* ValueTypeName(std::uint32_t type) {
+    return type < std::size(kTypeNames) ? kTypeNames[type] : nullptr;
+}
+
+void ParseValueType(const CStrW& name, std::uint32_t& type) {
+    const auto* const found =
+        std::find_if(std::begin(kTypeNames), std::end(kTypeNames),
+                     [&name](const char16_t* known) { return name.EqualsNoCase(known); });
+    if (found != std::end(kTypeNames)) {
+        type = static_cast<std::uint32_t>(found - std::begin(kTypeNames));
+    }
+}
+
+std::u16string_view FormatValueData(const COrvCreateValue& value, const COrvSanitizer& sanitizer,
+                                    CStrW& buffer) {
+    switch (value.GetType()) {
+        case OrvValueString:
+        case OrvValueExpandString:
+            return sanitizer.Sanitize(value.GetString(), SanitizeAll, buffer);
+        case OrvValueDword:
+        case OrvValueQword:
+            buffer = NumberToHex(ReadNumber(value));
+            break;
+        case OrvValueMultiString: {
+            CDoubleNullStringW strings;
+            static_cast<void>(value.GetMultiString(strings));  // the type is right
+            buffer = FormatMultiString(sanitizer.SanitizeMulti(strings, SanitizeAll));
+            break;
+        }
+        default:
+            if (ValueTypeName(value.GetType()) != nullptr) {
+                buffer = BytesToHex(value.GetData(), value.GetDataSize());
+            }
+            break;
+    }
+    return buffer;
+}
+
+void ParseValueData(const CStrW& text, std::uint32_t type, const COrvSanitizer& sanitizer,
+                    COrvCreateValue& value) {
+    switch (type) {
+        case OrvValueString:
+            value.SetString(sanitizer.Desanitize(text, SanitizeAll));
+            break;
+        case OrvValueExpandString:
+            value.SetExpandString(sanitizer.Desanitize(text, SanitizeAll));
+            break;
+        case OrvValueBinary:
+            value.SetBinaryFromHex(text);
+            break;
+        case OrvValueDword:
+        case OrvValueQword: {
+            const std::uint64_t number = ReadCheckedNumber64(text);
+            value.SetData(&number, static_cast<std::uint32_t>(NumberSize(type)), type);
+            break;
+        }
+        case OrvValueMultiString:
+            value.SetMultiString(ParseMultiString(sanitizer.Desanitize(text, SanitizeAll)));
+            break;
+        default:
+            if (ValueTypeName(type) != nullptr) {
+                SetBytesFromHex(text, type, value);
+            }
+            break;
+    }
+}

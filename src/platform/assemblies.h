@@ -1,0 +1,40 @@
+// platform/assemblies.h - the assemblies of the machine: where one is installed, and what is one.
+//
+// Nothing throws but std::bad_alloc. One thread at a time.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// The machine's store of side-by-side assemblies and its reader of managed ones, while it is open.
+// Windows binds its libraries late, when this is opened, and lets go of them when it is closed;
+// POSIX looks into the store's folder on the machine's Windows drive. Closes itself.
+class CAssemblyCache {
+public:
+    CAssemblyCache();
+    ~CAssemblyCache();
+    CAssemblyCache(const CAssemblyCache&) = delete;
+    CAssemblyCache& operator=(const CAssemblyCache&) = delete;
+
+    // Opens the machine's store as it is now, closing any former one. False when there is none, as
+    // on a described machine whose Windows drive is not mapped.
+    [[nodiscard]] bool Open();
+    void Close();
+
+    // Where the assembly of an identity is installed; false when the machine does not have it. An
+    // identity is written as `name,type="win32",version="1.0.0.0"`. The place is a folder, maybe
+    // with a backslash at its end, or the manifest of an assembly that has nothing else.
+    [[nodiscard]] bool FindAssembly(std::u16string_view identity, std::u16string& place) const;
+
+    // Whether a file is a managed assembly; a mere module of one is not.
+    [[nodiscard]] bool IsManagedAssembly(const char16_t* name) const;
+
+private:
+    struct SState;
+    std::unique_ptr<SState> m_state;
+};
+
+}  // namespace platform

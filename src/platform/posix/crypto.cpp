@@ -1,0 +1,75 @@
+#include "platform/crypto.h"
+
+#include <openssl/evp.h>
+
+#include <array>
+#include <memory>
+
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+constexpr std::uint32_t kBlockSize = 16;
+constexpr std::array<unsigned char, kBlockSize> kZeroVector{};
+
+struct SContextFree {
+    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+};
+using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, SContextFree>;
+
+}  // namespace
+
+// The algorithms come from the library's default provider, which needs no opening.
+struct SCryptoProvider {};
+
+struct SCryptoKey {
+    std::array<unsigned char, 32> bytes{};
+};
+
+CryptoProvider OpenCryptoProvider() { return new SCryptoProvider; }
+
+void CloseCryptoProvider(CryptoProvider provider) { delete provider; }
+
+int DeriveKey(CryptoProvider /*provider*/, std::uint32_t hashId, std::uint32_t cipherId,
+              const void* bytes, std::uint32_t size, CryptoKey& key) {
+    if (hashId != kHashSha256 || cipherId != kCipherAes256) {
+        return SetLastError(ERROR_INVALID_PARAMETER);
+    }
+    auto derived = std::make_unique<SCryptoKey>();
+    if (EVP_Digest(bytes, size, derived->bytes.data(), nullptr, EVP_sha256(), nullptr) != 1) {
+        return SetLastError(ERROR_GEN_FAILURE);
+    }
+    key = derived.release();
+    return ERROR_SUCCESS;
+}
+
+void DestroyKey(CryptoKey key) { delete key; }
+
+int GetEncryptedSize(CryptoKey /*key*/, std::uint32_t& size) {
+    size = (size / kBlockSize + 1) * kBlockSize;
+    return ERROR_SUCCESS;
+}
+
+int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size, std::uint32_t capacity) {
+    std::uint32_t encryptedSize = size;
+    if (GetEncryptedSize(key, encryptedSize) != ERROR_SUCCESS || capacity < encryptedSize) {
+        return SetLastError(ERROR_MORE_DATA);
+    }
+    const CipherContext context(EVP_CIPHER_CTX_new());
+    auto* const bytes = static_cast<unsigned char*>(buffer);
+    int written = 0;
+    int padded = 0;
+    if (!context ||
+        EVP_EncryptInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, key->bytes.data(),
+                           kZeroVector.data()) != 1 ||
+        EVP_EncryptUpdate(context.get(), bytes, &written, bytes, static_cast<int>(size)) != 1 ||
+        EVP_EncryptFinal_ex(context.get(), bytes + written, &padded) != 1) {
+        return SetLastError(ERROR_GEN_FAILURE);
+    }
+    size = static_cast<std::uint32_t>(written + padded);
+    return ERROR_SUCCESS;
+}
+
+}  // namespace platform

@@ -1,0 +1,176 @@
+#include <string>
+#include <string_view>
+
+#include "orvpackage/package_fixture.h"
+#include "orvpackage/value_collections.h"
+#include "reporting/logger.h"
+#include "support/text.h"
+
+namespace {
+
+using namespace std::literals;
+
+// The bytes of units.
+std::string Bytes(std::u16string_view units) {
+    return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(char16_t)};
+}
+
+class ValueTest : public PackageTest {
+protected:
+    COrvCreateValue* Create(const char16_t* name = u"v", const char16_t* target = uR"(HKLM\k)") {
+        return m_package.Get<COrvCreateValuesCollection>().AddItem(target, name, 0);
+    }
+    static void SetData(COrvCreateValue* value, std::string_view bytes, std::uint32_t type) {
+        value->SetData(bytes.data(), static_cast<std::uint32_t>(bytes.size()), type);
+    }
+    // What stands in the one element behind the value's name.
+    std::string SavedValue() {
+        const std::string text = SavedItems();
+        const std::string head =
+            "<CreateValues>\n<Value Target=\"HKEY_LOCAL_MACHINE\\k\" Value=\"v\"";
+        const std::size_t end = text.find("\n</CreateValues>");
+        EXPECT_TRUE(text.starts_with(head) && end != std::string::npos) << text;
+        return text.substr(head.size(), end - head.size());
+    }
+    // The same for a value that was read.
+    std::string SavedAfterReading(const std::string& value) {
+        m_package.Get<COrvCreateValuesCollection>().Clear();
+        Read("<CreateValues><Value Target=\"HKLM\\k\" Value=\"v\"" + value + "</CreateValues>");
+        return SavedValue();
+    }
+};
+
+TEST_F(ValueTest, EveryTypeHasItsTextAndComesBack) {
+    const struct {
+        std::uint32_t type;
+        std::string bytes;
+        const char* written;
+    } kValues[] = {
+        {0, "", R"( Type="REG_NONE"></Value>)"},
+        {1, "", R"( Type="REG_SZ"></Value>)"},
+        {1, Bytes(u"50% |"), R"( Type="REG_SZ">50|% ||</Value>)"},
+        {1, Bytes(u"ab\0c\0"sv), R"( Type="REG_SZ">ab</Value>)"},
+        {1, Bytes(u"ab") + "c", R"( Type="REG_SZ">ab</Value>)"},
+        {1, Bytes(uR"(HKEY_USERS\S-1-5-21-7)"), R"( Type="REG_SZ">HKEY_CURRENT_USER</Value>)"},
+        {2, Bytes(u"C:\\Program Files\\a\0"sv),
+         R"( Type="REG_EXPAND_SZ">%CSIDL_PROGRAM_FILES%\a</Value>)"},
+        {3, "\x01\xAB", R"( Type="REG_BINARY">01AB</Value>)"},
+        {3, "", R"( Type="REG_BINARY"></Value>)"},
+        {4, "\xFF\0\0\0"s, R"( Type="REG_DWORD">0xFF</Value>)"},
+        {4, "\1\2\3\4\5", R"( Type="REG_DWORD">0x4030201</Value>)"},
+        {4, "\1\2", R"( Type="REG_DWORD">0x201</Value>)"},
+        {4, "", R"( Type="REG_DWORD">0x0</Value>)"},
+        {5, "\0\0\0\1"s, R"( Type="REG_DWORD_BIG_ENDIAN">00000001</Value>)"},
+        {6, "\x0A", R"( Type="REG_LINK">0A</Value>)"},
+        {7, Bytes(u"C:\\Program Files\0b\0\0"sv),
+         R"( Type="REG_MULTI_SZ">%CSIDL_PROGRAM_FILES%\0b\0\0</Value>)"},
+        {7, Bytes(u"a\0\0b\0\0"sv), R"( Type="REG_MULTI_SZ">a\0\0</Value>)"},
+        {7, Bytes(u"a\0b"sv), R"( Type="REG_MULTI_SZ">a\0b\0\0</Value>)"},
+        {7, "", R"( Type="REG_MULTI_SZ">\0\0</Value>)"},
+        {8, "\1", R"( Type="REG_RESOURCE_LIST">01</Value>)"},
+        {9, "\1", R"( Type="REG_FULL_RESOURCE_DESCRIPTOR">01</Value>)"},
+        {10, "\1", R"( Type="REG_RESOURCE_REQUIREMENTS_LIST">01</Value>)"},
+        {11, "\0\0\0\0\0\0\0\x80"s, R"( Type="REG_QWORD">0x8000000000000000</Value>)"},
+        {11, "\1\2\3\4\5", R"( Type="REG_QWORD">0x504030201</Value>)"},
+    };
+    COrvCreateValue* const value = Create();
+    for (const auto& test : kValues) {
+        SCOPED_TRACE(test.written);
+        SetData(value, test.bytes, test.type);
+        EXPECT_EQ(SavedValue(), test.written);
+        EXPECT_EQ(SavedItemsAgain(), SavedItems());
+    }
+}
+
+TEST_F(ValueTest, DataIsKeptExactlySizedWithItsTokensExpanded) {
+    COrvCreateValue* const value = Create();
+    SetData(value, Bytes(u"%SystemDrive%a\0"sv), OrvValueString);
+    EXPECT_EQ(Utf8(value->GetString()), R"(C:\a)");
+    EXPECT_EQ(value->GetDataSize(), 10U);
+    value->SetString(u"");
+    EXPECT_EQ(value->GetDataSize(), 2U);
+    SetData(value, Bytes(u"\0\0"sv), OrvValueMultiString);
+    EXPECT_EQ(value->GetDataSize(), 4U);
+    CDoubleNullStringW strings;
+    strings.Add(u"%SystemDrive%a");
+    value->SetMultiString(strings);
+    EXPECT_EQ(value->GetDataSize(), 12U);
+    EXPECT_TRUE(value->GetMultiString(strings));
+    EXPECT_EQ(Utf8(strings.Get()), R"(C:\a)");
+    SetData(value, "", OrvValueMultiString);
+    EXPECT_EQ(value->GetData(), nullptr);
+    EXPECT_TRUE(value->GetMultiString(strings));
+    EXPECT_EQ(strings.GetCount(), 0U);
+    value->SetBinaryFromHex(u"0AF");
+    EXPECT_EQ(value->GetDataSize(), 1U);
+    EXPECT_FALSE(value->GetMultiString(strings));
+}
+
+TEST_F(ValueTest, WithoutDataOrATypeNameThereIsNoText) {
+    COrvCreateValue* const value = Create();
+    EXPECT_EQ(SavedItems(), "<CreateValues>\n</CreateValues>\n");
+    SetData(value, "\1", 12);
+    EXPECT_EQ(SavedValue(), " />");
+}
+
+TEST_F(ValueTest, ReadsWhatPeopleWrite) {
+    const struct {
+        const char* element;
+        const char* written;
+    } kValues[] = {
+        {R"( Type="reg_dword">0XFF</Value>)", R"( Type="REG_DWORD">0xFF</Value>)"},
+        {R"( Type="REG_DWORD">255</Value>)", R"( Type="REG_DWORD">0xFF</Value>)"},
+        {R"( Type="REG_DWORD">12a</Value>)", R"( Type="REG_DWORD">0x0</Value>)"},
+        {R"( Type="REG_DWORD">0x100000002</Value>)", R"( Type="REG_DWORD">0x2</Value>)"},
+        {R"( Type="REG_QWORD" />)", R"( Type="REG_QWORD">0x0</Value>)"},
+        {R"( Type="REG_SZ" />)", R"( Type="REG_SZ"></Value>)"},
+        {R"( Type="REG_NONE" />)", R"( Type="REG_NONE"></Value>)"},
+        {R"( Type="REG_BINARY">0aF</Value>)", R"( Type="REG_BINARY">0A</Value>)"},
+        {R"( Type="REG_LINK">0aff</Value>)", R"( Type="REG_LINK">0AFF</Value>)"},
+        {R"( Type="REG_MULTI_SZ">a\0\0b</Value>)", R"( Type="REG_MULTI_SZ">a\0b\0\0</Value>)"},
+        // A string that held a backslash and a zero falls apart.
+        {R"( Type="REG_MULTI_SZ">a\\0x\0\0</Value>)", R"( Type="REG_MULTI_SZ">a\\\0x\0\0</Value>)"},
+    };
+    for (const auto& test : kValues) {
+        SCOPED_TRACE(test.element);
+        EXPECT_EQ(SavedAfterReading(test.element), test.written);
+    }
+}
+
+TEST_F(ValueTest, ReadsUnusableDataAsAnInvalidItem) {
+    Read(R"(<CreateValues><Value Target="HKLM\k" Value="1" Type="REG_NONE">0</Value>)"
+         R"(<Value Target="HKLM\k" Value="2" Type="REG_LINK">0G</Value>)"
+         R"(<Value Target="HKLM\k" Value="3" Type="REG_TEXT">a</Value>)"
+         R"(<Value Target="HKLM\k" Value="4">a</Value></CreateValues>)");
+    EXPECT_EQ(m_package.Get<COrvCreateValuesCollection>().GetCount(), 4U);
+    EXPECT_EQ(SavedItems(), "<CreateValues>\n</CreateValues>\n");
+}
+
+TEST_F(ValueTest, NothingOfAnElementReachesTheNext) {
+    CLogger logger;
+    m_package.SetLogger(&logger);
+    Read(R"(<CreateValues><Value Target="HKLM\k" Value="v" Architecture="x86" Type="REG_SZ">a)"
+         R"(</Value><Value Target="HKLM\K" Value="V" Architecture="x86" Type="REG_SZ">b</Value>)"
+         R"(<Value Target="HKLM\k"/></CreateValues>)");
+    EXPECT_EQ(logger.GetLines().size(), 2U);
+    auto& values = m_package.Get<COrvCreateValuesCollection>();
+    EXPECT_EQ(values.GetCount(), 2U);
+    const auto* last = static_cast<COrvCreateValue*>(
+        values.Find(COrvCreateValue(uR"(HKLM\k)", u"", OrvArchitectureNone)));
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->GetType(), OrvValueUnset);
+}
+
+TEST_F(ValueTest, KnownByKeyNameAndArchitecture) {
+    EXPECT_NE(Create(u"v", uR"(HKLM\a)"), nullptr);
+    EXPECT_NE(Create(u"v", uR"(HKLM\b)"), nullptr);
+    EXPECT_NE(Create(u"w", uR"(HKLM\a)"), nullptr);
+    EXPECT_EQ(Create(u"V", uR"(hklm\A)"), nullptr);
+    auto& values = m_package.Get<COrvCreateValuesCollection>();
+    EXPECT_NE(values.AddItem(uR"(HKLM\a)", u"v", OrvArchitectureX86), nullptr);
+    // Names are keys too: an alias in one is expanded.
+    EXPECT_NE(Create(uR"(HKEY_CURRENT_USER\x)"), nullptr);
+    EXPECT_EQ(Create(uR"(HKEY_USERS\S-1-5-21-7\x)"), nullptr);
+}
+
+}  // namespace

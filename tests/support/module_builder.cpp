@@ -1,0 +1,48 @@
+#include "support/module_builder.h"
+
+#include "support/little_endian.h"
+
+namespace {
+
+constexpr std::uint32_t kAddress = 0x2000;
+
+std::string MakeMetadata(std::uint32_t assemblies) {
+    std::string bytes("BSJB\1\0\1\0\0\0\0\0\14\0\0\0v4.0.30319\0\0\0\0\2\0", 32);
+    AppendNumber(bytes, 200, 8);
+    bytes += std::string("#Strings\0\0\0\0", 12);
+    AppendNumber(bytes, SModuleLayout::kTables - SModuleLayout::kMetadata, 8);
+    bytes += std::string("#~\0\0", 4);
+    AppendNumber(bytes, 0, 8);
+    AppendNumber(bytes, 5 | (assemblies == 0 ? 0 : std::uint64_t{1} << 32), 8);
+    AppendNumber(bytes, 0, 8);
+    // The rows of two tables that every module has, then those of assemblies.
+    AppendNumber(bytes, std::uint64_t{7} << 32 | 1, 8);
+    if (assemblies != 0) {
+        AppendNumber(bytes, assemblies, 4);
+    }
+    return bytes;
+}
+
+}  // namespace
+
+std::string MakeModule(std::uint32_t assemblies, bool is64Bit) {
+    constexpr std::size_t kImage = SModuleLayout::kImage;
+    constexpr std::size_t kOptional = SModuleLayout::kOptional;
+    const std::size_t directories = kOptional + (is64Bit ? 112 : 96);
+    const std::size_t section = directories + 128;
+    const std::string metadata = MakeMetadata(assemblies);
+    std::string bytes = "MZ";
+    bytes.resize(SModuleLayout::kMetadata);
+    PutNumber(bytes, 60, kImage, 4);
+    bytes.replace(kImage, 2, "PE");
+    PutNumber(bytes, kImage + 6, 1, 2);
+    PutNumber(bytes, kImage + 20, section - kOptional, 2);
+    PutNumber(bytes, kOptional, is64Bit ? 0x20B : 0x10B, 2);
+    PutNumber(bytes, directories - 4, 16, 4);
+    PutNumber(bytes, directories + 112, kAddress, 4);
+    PutNumber(bytes, section + 12, kAddress, 4);
+    PutNumber(bytes, section + 16, 72 + metadata.size(), 4);
+    PutNumber(bytes, section + 20, SModuleLayout::kManaged, 4);
+    PutNumber(bytes, SModuleLayout::kManaged + 8, kAddress + 72, 4);
+    return bytes + metadata;
+}
