@@ -1,13 +1,187 @@
 #include "discovery/assembly_processor.h"
 
-bool CAssemblyProcessor::CheckFile(const CFilePathW& /*path*/, std::uint32_t /*mode*/) {
-    return true;
+#include "foundation/file_system.h"
+#include "platform/assemblies.h"
+#include "platform/files.h"
+#include "platform/machine.h"
+#include "platform/status.h"
+
+namespace {
+
+constexpr std::uint32_t kGlobalAssembly = 1;
+
+bool IsCreated(std::uint32_t mode) { return mode == 1 || mode == 2; }
+
+template <class TPath>
+bool StartsWith(const TPath& path, const TPath& root) {
+    return path.EqualsFirstN(root, root.GetSegmentCount());
 }
 
-bool CAssemblyProcessor::CheckValue(const CRegPathW& /*key*/, const CStrW& /*name*/,
-                                    std::uint32_t /*mode*/) {
-    return true;
+}  // namespace
+
+// Where the assemblies of one package go.
+class CAssemblyProcessor::COutput {
+public:
+    COutput(COrvPackage& package, const CFilePathW& packageFolder)
+        : m_assemblies(package.Get<COrvCreateAssembliesCollection>()),
+          m_packageFolder(packageFolder),
+          m_folder(packageFolder, CFilePathSegmentW(u"Assemblies")) {}
+
+    platform::CAssemblyCache& Cache() { return m_cache; }
+    COrvCreateAssembliesCollection& Assemblies() { return m_assemblies; }
+    [[nodiscard]] const CFilePathW& GetFolder() const { return m_folder; }
+
+    // Copies a file into a folder, in place of one that was left there before. Returns the copy's
+    // path from the package's folder on, or an empty text when it cannot be made.
+    [[nodiscard]] CStrW Copy(const CFilePathW& source, const CFilePathW& folder) const {
+        const CFilePathSegmentW& name = source.GetFileName();
+        // Without a name the destination would be the folder itself.
+        if (name.IsEmpty()) {
+            return {};
+        }
+        CFilePathW destination(folder, name);
+        // What stands in the way, or cannot be made, shows when the file is copied.
+        static_cast<void>(DeleteFileForce(destination));
+        static_cast<void>(CreateDirectoryChain(destination.GetParent()));
+        if (platform::CopyFile(source.ToString().Get(), destination.ToString().Get()) !=
+            ERROR_SUCCESS) {
+            return {};
+        }
+        destination.RemoveFirst(m_packageFolder.GetSegmentCount());
+        return destination.ToString();
+    }
+
+private:
+    platform::CAssemblyCache m_cache;
+    COrvCreateAssembliesCollection& m_assemblies;
+    const CFilePathW& m_packageFolder;
+    CFilePathW m_folder;
+};
+
+CAssemblyProcessor::CAssemblyProcessor()
+    : m_winSxSPath(GetWindowsDirectoryPath(), CFilePathSegmentW(u"WinSxS")),
+      m_gacPath(GetGacPath()),
+      m_netGacPath(GetNetGacPath()),
+      m_sideBySideKey(
+          uR"(HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows\CurrentVersion\SideBySide)"),
+      m_componentsKey(uR"(HKEY_LOCAL_MACHINE\COMPONENTS)"),
+      m_isVistaOrLater(platform::GetSystemVersion().major >= 6) {}
+
+bool CAssemblyProcessor::CheckFile(const CFilePathW& path, std::uint32_t mode) {
+    if (!StartsWith(path, m_winSxSPath)) {
+        return true;
+    }
+    if (!IsCreated(mode)) {
+        return false;
+    }
+    const CFilePathSegmentW& name = path.GetFileName();
+    if (!name.IsEmpty() && name.CompareExtension(u"manifest") == 0) {
+        AddManifest(path, false);
+    } else if (!name.IsEmpty() && name.CompareExtension(u"cat") == 0) {
+        m_catalogs.AddFile(path);
+    } else {
+        m_files[path.GetParent().ToPlainString()].insert_or_assign(name.GetText(), path);
+    }
+    return false;
 }
 
-void CAssemblyProcessor::AddAssemblies(COrvPackage& /*package*/,
-                                       const CFilePathW& /*packageFolder*/) {}
+bool CAssemblyProcessor::CheckValue(const CRegPathW& key, const CStrW& name, std::uint32_t mode) {
+    if (!StartsWith(key, m_sideBySideKey) && !StartsWith(key, m_componentsKey)) {
+        return true;
+    }
+    if (IsCreated(mode)) {
+        m_catalogs.AddValue(key, name);
+    }
+    return false;
+}
+
+void CAssemblyProcessor::AddManifest(const CFilePathW& path, bool isGlobal) {
+    m_manifests.insert_or_assign(path.ToString(), CManifestInfo{path, isGlobal});
+}
+
+void CAssemblyProcessor::AddAssemblies(COrvPackage& package, const CFilePathW& packageFolder) {
+    if (m_manifests.empty()) {
+        return;
+    }
+    COutput output(package, packageFolder);
+    if (!output.Cache().Open()) {
+        return;
+    }
+    m_catalogs.Index(m_isVistaOrLater);
+    for (const auto& [name, manifest] : m_manifests) {
+        CAssemblyInfo assembly(manifest.m_path, manifest.m_isGlobal);
+        assembly.ReadManifest();
+        assembly.MakeIdentity();
+        if (manifest.m_isGlobal) {
+            AddGlobal(assembly, output);
+        } else {
+            AddSideBySide(assembly, output);
+        }
+    }
+}
+
+void CAssemblyProcessor::AddGlobal(const CAssemblyInfo& assembly, COutput& output) const {
+    const CFilePathW& module = assembly.GetManifestPath();
+    if (!assembly.IsComplete() || !output.Cache().IsManagedAssembly(module.ToString().Get())) {
+        return;
+    }
+    CFilePathW folder = output.GetFolder();
+    for (const CFilePathW* const root : {&m_gacPath, &m_netGacPath}) {
+        if (StartsWith(module, *root)) {
+            // "GAC_MSIL\Name\Version_Culture_Token"
+            static_cast<void>(folder.Append(module.SubPath(root->GetSegmentCount(), 3)));
+            break;
+        }
+    }
+    COrvCreateAssembly* const added = output.Assemblies().AddItem(assembly.GetIdentity());
+    if (added == nullptr) {
+        return;
+    }
+    added->AssemblyType = kGlobalAssembly;
+    added->SetManifestRelativeSource(output.Copy(module, folder));
+}
+
+void CAssemblyProcessor::AddSideBySide(CAssemblyInfo& assembly, COutput& output) const {
+    std::u16string place;
+    if (output.Cache().FindAssembly(assembly.GetIdentity(), place)) {
+        assembly.SetPlace(place);
+    }
+    assembly.SetCatalogPath(m_catalogs.FindByName(assembly.GetManifestPath().GetStem()));
+    if (assembly.GetCatalogPath().IsEmpty() && m_isVistaOrLater) {
+        assembly.SetCatalogPath(m_catalogs.FindByComponent(assembly.GetComponentKey()));
+    }
+    FindFiles(assembly);
+    if (!assembly.IsComplete()) {
+        return;
+    }
+    COrvCreateAssembly* const added = output.Assemblies().AddItem(assembly.GetIdentity());
+    if (added == nullptr) {
+        return;
+    }
+    // A key that is no name is left out, and the files then lie in "Assemblies" itself.
+    const CFilePathW folder(output.GetFolder(), CFilePathSegmentW(assembly.GetComponentKey()));
+    added->SetManifestRelativeSource(output.Copy(assembly.GetManifestPath(), folder));
+    if (added->GetManifestRelativeSource().IsEmpty()) {
+        return;
+    }
+    added->SetCatalogRelativeSource(output.Copy(assembly.GetCatalogPath(), folder));
+    if (added->GetCatalogRelativeSource().IsEmpty()) {
+        return;
+    }
+    for (const auto& [name, path] : assembly.GetFiles()) {
+        const CStrW source = output.Copy(path, folder);
+        if (!source.IsEmpty()) {
+            added->AddFile(source);
+        }
+    }
+}
+
+// Gives the assembly the captured files of its folder.
+void CAssemblyProcessor::FindFiles(CAssemblyInfo& assembly) const {
+    const auto files = m_files.find(assembly.GetAssemblyFolder().ToPlainString());
+    if (files != m_files.end()) {
+        for (const auto& [name, path] : files->second) {
+            assembly.AddMemberFile(path, true);
+        }
+    }
+}

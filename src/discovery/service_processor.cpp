@@ -1,8 +1,200 @@
 #include "discovery/service_processor.h"
 
-bool CServiceProcessor::CheckKey(const CRegPathW& /*path*/, std::uint32_t /*mode*/) { return true; }
+#include <algorithm>
+#include <span>
+#include <string>
 
-bool CServiceProcessor::CheckValue(const CRegPathW& /*key*/, const CStrW& /*name*/,
-                                   std::uint32_t /*mode*/) {
-    return true;
+#include "foundation/file_path_converter.h"
+#include "orvpackage/multi_string.h"
+#include "orvpackage/service_collections.h"
+#include "platform/files.h"
+#include "platform/status.h"
+
+namespace {
+
+constexpr std::u16string_view kLocalSystem = u"LocalSystem";
+// No path of the system is longer, so that behind it no further blank need be tried.
+constexpr std::size_t kMaxPath = 32767;
+
+CDoubleNullStringW StringsOf(const CRegBuf& data) {
+    std::u16string units(data.GetSize() / sizeof(char16_t), u'\0');
+    const std::span<std::byte> bytes = std::as_writable_bytes(std::span(units));
+    std::copy_n(data.GetData(), bytes.size(), bytes.begin());
+    return SplitMultiString(units);
+}
+
+template <class TEach>
+void ForEachString(const CDoubleNullStringW& strings, const TEach& each) {
+    const CDoubleNullStringW::StringArray array = strings.GetStrings();
+    for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
+        each(array[i]);
+    }
+}
+
+bool IsFile(const CFilePathW& path) {
+    platform::SFindData found;
+    return platform::FindEntry(path.ToString().Get(), found) == ERROR_SUCCESS && !found.IsFolder();
+}
+
+// The values of a service's key, each with the one type that it is read in.
+struct SServiceValue {
+    const char16_t* name;
+    std::uint32_t type;
+    void (*store)(CServiceInfo& service, const CRegBuf& data);
+};
+
+template <std::uint32_t CServiceInfo::*kField>
+void StoreNumber(CServiceInfo& service, const CRegBuf& data) {
+    service.*kField = data.GetNumber();
+}
+
+template <CStrW CServiceInfo::*kField>
+void StoreText(CServiceInfo& service, const CRegBuf& data) {
+    service.*kField = data.GetText();
+}
+
+void StoreImagePath(CServiceInfo& service, const CRegBuf& data) {
+    service.SetImagePath(data.GetText());
+}
+
+void StoreGroups(CServiceInfo& service, const CRegBuf& data) {
+    service.AddDependOnGroup(StringsOf(data));
+}
+
+void StoreServices(CServiceInfo& service, const CRegBuf& data) {
+    ForEachString(StringsOf(data),
+                  [&service](const char16_t* name) { service.Dependencies.Add(name); });
+}
+
+void StoreObjectName(CServiceInfo& service, const CRegBuf& data) {
+    const CStrW name = data.GetText();
+    if (!name.IsEmpty() && !name.EqualsNoCase(kLocalSystem)) {
+        service.ObjectName = name;
+    }
+}
+
+constexpr SServiceValue kServiceValues[] = {
+    {u"Type", REG_DWORD, &StoreNumber<&CServiceInfo::Type>},
+    {u"Start", REG_DWORD, &StoreNumber<&CServiceInfo::Start>},
+    {u"ErrorControl", REG_DWORD, &StoreNumber<&CServiceInfo::ErrorControl>},
+    {u"DisplayName", REG_SZ, &StoreText<&CServiceInfo::DisplayName>},
+    {u"Description", REG_SZ, &StoreText<&CServiceInfo::Description>},
+    {u"ImagePath", REG_SZ, &StoreImagePath},
+    {u"ImagePath", REG_EXPAND_SZ, &StoreImagePath},
+    {u"Group", REG_SZ, &StoreText<&CServiceInfo::Group>},
+    {u"DependOnGroup", REG_MULTI_SZ, &StoreGroups},
+    {u"DependOnService", REG_MULTI_SZ, &StoreServices},
+    {u"ObjectName", REG_SZ, &StoreObjectName},
+};
+
+void Fill(COrvCreateService& item, const CServiceInfo& service) {
+    item.SetServiceType(CheckServiceType(service.Type));
+    item.SetStartType(CheckStartType(service.Start));
+    item.SetErrorControl(CheckErrorControl(service.ErrorControl));
+    item.SetDisplayName(CheckDisplayName(service.DisplayName));
+    item.SetDescription(service.Description);
+    item.SetBinary(service.Binary.ToString());
+    item.SetArguments(service.Arguments);
+    item.SetLoadOrder(service.Group);
+    item.SetDependencies(service.Dependencies);
+    item.SetUsername(service.ObjectName);
+}
+
+}  // namespace
+
+void CServiceInfo::SetImagePath(std::u16string_view text) {
+    Binary.Clear();
+    Arguments.Clear();
+    if (!text.starts_with(u'"')) {
+        SplitAtBlank(text);
+    } else {
+        text.remove_prefix(1);
+        const std::size_t end = text.find(u'"');
+        Binary = CFilePathW(text.substr(0, end));
+        if (end != std::u16string_view::npos) {
+            Arguments = text.substr(end + 1);
+        }
+    }
+    Arguments.Trim();
+}
+
+void CServiceInfo::SplitAtBlank(std::u16string_view text) {
+    for (std::size_t blank = text.find(u' '); blank < kMaxPath;
+         blank = text.find(u' ', blank + 1)) {
+        CStrW program = text.substr(0, blank);
+        ExpandFileTokens(program);
+        if (IsFile(CFilePathW(program))) {
+            Binary = CFilePathW(text.substr(0, blank));
+            Arguments = text.substr(blank + 1);
+            return;
+        }
+    }
+    Binary = CFilePathW(text);
+}
+
+void CServiceInfo::AddDependOnGroup(const CDoubleNullStringW& groups) {
+    ForEachString(groups,
+                  [this](const char16_t* group) { Dependencies.Add((u'+' + CStrW(group)).Get()); });
+}
+
+CServiceProcessor::CServiceProcessor()
+    : m_servicesKey(CHiveNameW(u"HKEY_LOCAL_MACHINE"),
+                    CRegPathW(uR"(SYSTEM\CurrentControlSet\Services)")) {}
+
+bool CServiceProcessor::IsBelowServices(const CRegPathW& path) const {
+    return path.EqualsFirstN(m_servicesKey, m_servicesKey.GetSegmentCount());
+}
+
+bool CServiceProcessor::IsService(const CRegPathW& path) const {
+    return path.GetSegmentCount() == m_servicesKey.GetSegmentCount() + 1;
+}
+
+bool CServiceProcessor::CheckKey(const CRegPathW& path, std::uint32_t /*mode*/) {
+    if (!IsBelowServices(path)) {
+        return true;
+    }
+    if (IsService(path)) {
+        const CStrW name = path.GetLastSegment().GetText();
+        // A service that comes back is not deleted any more.
+        m_deletedServices.erase(name);
+        FindOrAdd(name);
+    }
+    return false;
+}
+
+bool CServiceProcessor::CheckValue(const CRegPathW& key, const CStrW& name, std::uint32_t mode) {
+    if (!IsBelowServices(key)) {
+        return true;
+    }
+    if (!IsService(key) || (mode != 1 && mode != 2)) {
+        return false;
+    }
+    CServiceInfo& service = FindOrAdd(key.GetLastSegment().GetText());
+    CRegKey openKey;
+    if (openKey.Open(key) != ERROR_SUCCESS || openKey.QueryValue(name, m_buffer) != ERROR_SUCCESS) {
+        return false;
+    }
+    for (const SServiceValue& value : kServiceValues) {
+        if (m_buffer.GetType() == value.type && name.EqualsNoCase(value.name)) {
+            value.store(service, m_buffer);
+        }
+    }
+    return false;
+}
+
+CServiceInfo& CServiceProcessor::FindOrAdd(const CStrW& name) {
+    return m_services.try_emplace(name).first->second;
+}
+
+void CServiceProcessor::Apply(COrvPackage& package) const {
+    auto& created = package.Get<COrvCreateServicesCollection>();
+    for (const auto& [name, service] : m_services) {
+        if (COrvCreateService* const item = created.AddItem(name)) {
+            Fill(*item, service);
+        }
+    }
+    auto& deleted = package.Get<COrvDeleteServicesCollection>();
+    for (const CStrW& name : m_deletedServices) {
+        deleted.AddItem(name);
+    }
 }

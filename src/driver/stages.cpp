@@ -43,13 +43,3 @@ int CCasToOrvConverter::ProcessFiles(COrvPackage& package, const CCasTarget& tar
     }
     return ERROR_SUCCESS;
 }
-
-int CCasToOrvConverter::ProcessServices(COrvPackage& /*package*/, const CCasTarget& /*target*/,
-                                        CProgressEvent& /*parent*/) {
-    return ERROR_SUCCESS;
-}
-
-int CCasToOrvConverter::ProcessScripts(COrvPackage& /*package*/, const CCasTarget& /*target*/,
-                                       CProgressEvent& /*parent*/) {
-    return ERROR_SUCCESS;
-}

@@ -165,6 +165,7 @@ TEST_F(PosixFilesTest, AFileBesideMayBeAStream) {
     EXPECT_EQ(Find(f + uR"(\File:Other)"), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(Find(f + uR"(\alone:Mark)"), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(Find(f + uR"(\File:)"), ERROR_INVALID_NAME);
+    EXPECT_EQ(Find(f + uR"(\sub:mark\x)"), ERROR_INVALID_NAME);
     EXPECT_EQ(platform::DeleteFile((f + uR"(\File:Mark)").c_str()), ERROR_INVALID_NAME);
 }
 

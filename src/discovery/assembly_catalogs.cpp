@@ -1,0 +1,77 @@
+#include "discovery/assembly_catalogs.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr const char16_t* kCatalogsKey = uR"(HKEY_LOCAL_MACHINE\COMPONENTS\CanonicalData\Catalogs)";
+constexpr const char16_t* kComponentsKey =
+    uR"(HKEY_LOCAL_MACHINE\COMPONENTS\DerivedData\Components)";
+// Begins the name of a value that stands for a catalog.
+constexpr std::u16string_view kCatalogMark = u"c!";
+
+template <class TPaths>
+CFilePathW FindPath(const TPaths& paths, const CStrW& key) {
+    const auto found = paths.find(key);
+    return found == paths.end() ? CFilePathW() : found->second;
+}
+
+}  // namespace
+
+void CAssemblyCatalogs::AddFile(const CFilePathW& path) {
+    m_catalogs.insert_or_assign(path.ToString(), CCatalogInfo{path, {}});
+}
+
+void CAssemblyCatalogs::AddValue(const CRegPathW& key, const CStrW& name) {
+    m_registry[key.ToLongString()].insert(name);
+}
+
+void CAssemblyCatalogs::Index(bool withValueNames) {
+    m_byStem.clear();
+    m_byValueName.clear();
+    // Where several catalogs answer to one name, the first of them does.
+    for (auto& [name, catalog] : m_catalogs) {
+        m_byStem.try_emplace(catalog.m_path.GetStem(), catalog.m_path);
+        if (withValueNames) {
+            LoadValueName(catalog);
+            m_byValueName.try_emplace(catalog.m_valueName, catalog.m_path);
+        }
+    }
+}
+
+void CAssemblyCatalogs::LoadValueName(CCatalogInfo& catalog) const {
+    const CRegPathSegmentW stem(catalog.m_path.GetStem());
+    const SortedTexts* const values =
+        stem.IsEmpty() ? nullptr : FindValues(CRegPathW(CRegPathW(kCatalogsKey), stem));
+    if (values == nullptr) {
+        return;
+    }
+    const auto name = std::find_if(values->begin(), values->end(), [](const CStrW& value) {
+        return value.StartsWithNoCase(kCatalogMark);
+    });
+    if (name != values->end()) {
+        catalog.m_valueName = *name;
+    }
+}
+
+const SortedTexts* CAssemblyCatalogs::FindValues(const CRegPathW& key) const {
+    const auto found = m_registry.find(key.ToLongString());
+    return found == m_registry.end() ? nullptr : &found->second;
+}
+
+CFilePathW CAssemblyCatalogs::FindByName(const CStrW& stem) const {
+    return FindPath(m_byStem, stem);
+}
+
+CFilePathW CAssemblyCatalogs::FindByComponent(const CStrW& componentKey) const {
+    const SortedTexts* const values =
+        FindValues(CRegPathW(CRegPathW(kComponentsKey), CRegPathW(componentKey)));
+    if (values != nullptr) {
+        for (const CStrW& name : *values) {
+            if (const auto found = m_byValueName.find(name); found != m_byValueName.end()) {
+                return found->second;
+            }
+        }
+    }
+    return {};
+}

@@ -1,0 +1,170 @@
+#include "discovery/assembly_info.h"
+
+#include <algorithm>
+
+#include "foundation/file_system.h"
+#include "foundation/xml_escape.h"
+#include "foundation/xml_reader.h"
+#include "platform/status.h"
+
+namespace {
+
+constexpr std::u16string_view kManifestExtension = u".manifest";
+constexpr std::u16string_view kAssembly = u"/assembly";
+
+// The architecture of each folder of a global cache.
+struct SCacheFolder {
+    const char16_t* name;
+    const char16_t* architecture;
+};
+constexpr SCacheFolder kCacheFolders[] = {
+    {u"GAC_32", u"x86"},
+    {u"GAC_64", u"AMD64"},
+    {u"GAC_MSIL", u"MSIL"},
+};
+
+// Gives each attribute of the element that `reader` stands on to `take`.
+template <class TTake>
+void ForEachAttribute(CXmlReader& reader, const TTake& take) {
+    CStrW name;
+    CStrW value;
+    for (int status = reader.MoveToFirstAttribute(); status == S_OK;
+         status = reader.MoveToNextAttribute()) {
+        reader.GetLocalName(name);
+        reader.GetValue(value);
+        take(name, value);
+    }
+}
+
+}  // namespace
+
+// In the order of the identity text.
+const CAssemblyInfo::SPart CAssemblyInfo::kParts[] = {
+    {u"type", &CAssemblyInfo::m_type, true},
+    {u"version", &CAssemblyInfo::m_version, true},
+    {u"language", &CAssemblyInfo::m_language, true},
+    {u"culture", &CAssemblyInfo::m_culture, false},
+    {u"publicKeyToken", &CAssemblyInfo::m_publicKeyToken, true},
+    {u"processorArchitecture", &CAssemblyInfo::m_processorArchitecture, true},
+};
+
+CFilePathW GetGacPath() {
+    return CFilePathW(GetWindowsDirectoryPath(), CFilePathSegmentW(u"assembly"));
+}
+
+CFilePathW GetNetGacPath() {
+    return CFilePathW(GetWindowsDirectoryPath(), CFilePathW(uR"(Microsoft.NET\assembly)"));
+}
+
+void CAssemblyInfo::ReadManifest() {
+    if (m_isGlobal) {
+        ReadPath();
+    } else {
+        ReadXml();
+    }
+}
+
+void CAssemblyInfo::ReadXml() {
+    CXmlReader reader;
+    reader.SetValueFilter(&UnescapeXmlText);
+    if (reader.Open(m_manifestPath) != S_OK) {
+        return;
+    }
+    EXmlToken token = reader.ReadNext();
+    for (; token != XmlTokenNone; token = reader.ReadNext()) {
+        if (token != XmlTokenElement) {
+            continue;
+        }
+        if (reader.PathEquals(kAssembly, u"/assemblyIdentity")) {
+            ForEachAttribute(reader, [this](const CStrW& name, const CStrW& value) {
+                if (name.EqualsNoCase(u"name")) {
+                    m_name = value;
+                }
+                for (const SPart& part : kParts) {
+                    if (part.isInManifest && name.EqualsNoCase(part.name)) {
+                        this->*part.field = value;
+                    }
+                }
+            });
+        } else if (reader.PathEquals(kAssembly, u"/file")) {
+            ForEachAttribute(reader, [this](const CStrW& name, const CStrW& value) {
+                if (name.EqualsNoCase(u"name")) {
+                    AddMemberFile(CFilePathW(value), false);
+                }
+            });
+        }
+    }
+}
+
+void CAssemblyInfo::ReadPath() {
+    std::size_t index = 0;
+    for (const CFilePathW& root : {GetGacPath(), GetNetGacPath()}) {
+        if (m_manifestPath.EqualsFirstN(root, root.GetSegmentCount())) {
+            index = root.GetSegmentCount();
+            break;
+        }
+    }
+    m_name = m_manifestPath.GetSegment(index + 1).GetText();
+    const std::u16string_view version = m_manifestPath.GetSegment(index + 2).View();
+    const std::size_t first = version.find(u'_');
+    if (first != std::u16string_view::npos) {
+        const std::size_t last = version.rfind(u'_');
+        m_version = version.substr(0, first);
+        m_culture = last > first + 1 ? version.substr(first + 1, last - first - 1) : u"neutral";
+        m_publicKeyToken = version.substr(last + 1);
+    }
+    for (const SCacheFolder& folder : kCacheFolders) {
+        if (m_manifestPath.GetSegment(index).EqualsNoCase(folder.name)) {
+            m_processorArchitecture = folder.architecture;
+        }
+    }
+}
+
+void CAssemblyInfo::MakeIdentity() {
+    m_identity = m_name;
+    for (const SPart& part : kParts) {
+        const CStrW& value = this->*part.field;
+        if (!value.IsEmpty()) {
+            m_identity.Append(u',');
+            m_identity.Append(part.name);
+            m_identity.Append(u"=\"");
+            m_identity.Append(value);
+            m_identity.Append(u'"');
+        }
+    }
+}
+
+void CAssemblyInfo::SetPlace(std::u16string_view place) {
+    while (place.ends_with(u'\\')) {
+        place.remove_suffix(1);
+    }
+    m_assemblyFolder = CFilePathW(place);
+    const CFilePathSegmentW& name = m_assemblyFolder.GetLastSegment();
+    // A name without a dot would be its own extension.
+    const bool isManifest = name.GetText().GetLength() >= kManifestExtension.size() &&
+                            name.CompareExtension(kManifestExtension) == 0;
+    m_componentKey = isManifest ? name.GetStem() : name.GetText();
+}
+
+void CAssemblyInfo::AddMemberFile(const CFilePathW& path, bool match) {
+    if (!match) {
+        m_files.try_emplace(path.ToString(), path);
+    } else if (path.GetParent().Equals(m_assemblyFolder)) {
+        const auto declared = m_files.find(path.GetFileName().GetText());
+        if (declared != m_files.end()) {
+            declared->second = path;
+        }
+    }
+}
+
+bool CAssemblyInfo::IsComplete() const {
+    const bool isNamed = !m_identity.IsEmpty() && !m_manifestPath.IsEmpty() && !m_name.IsEmpty();
+    if (m_isGlobal || !isNamed) {
+        return isNamed;
+    }
+    return !m_catalogPath.IsEmpty() &&
+           std::none_of(m_files.begin(), m_files.end(), [](const Files::value_type& file) {
+               const EFilePathKind kind = file.second.GetKind();
+               return kind == FilePathRelative || kind == FilePathRootRelative;
+           });
+}

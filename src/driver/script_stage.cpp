@@ -1,0 +1,79 @@
+#include "driver/cas_to_orv_converter.h"
+#include "foundation/file_system.h"
+#include "orvpackage/action_collections.h"
+#include "platform/files.h"
+#include "platform/status.h"
+#include "reporting/logger.h"
+
+namespace {
+
+// Scripts of the profile, or of a target.
+struct SScope {
+    const char16_t* prefix;  // keeps scripts of one name and different scopes apart
+    const char16_t* message;
+    CFilePathW folder;  // that the scripts' files stand in
+};
+
+int CopyFileOver(const CFilePathW& source, const CFilePathW& destination) {
+    // What stands in the way, or cannot be made, shows when the file is copied.
+    static_cast<void>(DeleteFileForce(destination));
+    static_cast<void>(CreateDirectoryChain(destination.GetParent()));
+    return platform::CopyFile(source.ToString().Get(), destination.ToString().Get());
+}
+
+// Makes a script an action and copies its file. The action stays when that cannot be done.
+int CopyScript(COrvPackage& package, const CCasScript& script, const SScope& scope) {
+    if (script.Disabled) {
+        return ERROR_SUCCESS;
+    }
+    const CStrW name = scope.prefix + script.Filename;
+    const CFilePathSegmentW segment(name);
+    const CFilePathW relative(CFilePathW(u"InstallActions"), segment);
+    if (script.Prelaunch) {
+        package.Get<COrvPreActionsCollection>().AddAction(name, relative.ToString());
+    } else {
+        package.Get<COrvPostActionsCollection>().AddAction(name, relative.ToString());
+    }
+    const CFilePathW destination(package.GetFolder(), relative);
+    const CFilePathW source(scope.folder, CFilePathSegmentW(script.Filename));
+    if (source.Equals(destination)) {
+        return ERROR_SUCCESS;
+    }
+    // Without a name the destination would be the folder of all scripts.
+    const int status = segment.IsEmpty() ? ERROR_ACCESS_DENIED : CopyFileOver(source, destination);
+    if (status != ERROR_SUCCESS) {
+        GetLogger().LogMessage(MessageCopyFailed, nullptr, source.ToString().Get(),
+                               GetSystemErrorMessage(status).Get());
+    }
+    return status;
+}
+
+void CopyScripts(COrvPackage& package, const std::vector<std::unique_ptr<CCasScript>>& scripts,
+                 const SScope& scope, CProgressEvent& progress) {
+    for (const auto& script : scripts) {
+        // Logged already, and no reason to leave the others.
+        static_cast<void>(CopyScript(package, *script, scope));
+        progress.SetMessage(scope.message + script->Filename);
+        progress.Step();
+    }
+}
+
+}  // namespace
+
+int CCasToOrvConverter::ProcessScripts(COrvPackage& package, const CCasTarget& target,
+                                       CProgressEvent& parent) {
+    const auto& profileScripts = m_package.GetProfile().Scripts;
+    const CFilePathSegmentW scripts(u"Scripts");
+    CProgressEvent progress(
+        static_cast<std::uint32_t>(profileScripts.size() + target.Scripts.size()), &parent);
+    CopyScripts(
+        package, profileScripts,
+        {u"Profile_", u"Processing profile script ", CFilePathW(m_package.GetFolder(), scripts)},
+        progress);
+    CopyScripts(
+        package, target.Scripts,
+        {u"Target_", u"Processing target script ", CFilePathW(TargetFolder(target), scripts)},
+        progress);
+    progress.Finish();
+    return ERROR_SUCCESS;
+}

@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "conversion/conversion.h"
+#include "support/hive_builder.h"
+#include "support/text.h"
+
+namespace {
+
+constexpr const char* kGuid = "{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}";
+constexpr const char* kOtherGuid = "{11111111-2222-3333-4444-555555555555}";
+const std::string kStore = "C/Windows/WinSxS/";
+const std::string kComponent = "x86_app.crt_1fc8b3b9a1e18e3b_9.0.21022.8_none_bcb86ed6ac711f91";
+
+class AssemblyConversionTest : public testing::Test {
+protected:
+    // Converts a capture with an assembly in its store, and an empty one, on a machine whose
+    // Windows folder is `windows`, a path below the test's folder.
+    void ConvertOn(const std::string& windows) {
+        m_conversion.Folder().WriteFile(
+            "machine.toml", "[system]\nwindows = '" + Utf8(m_conversion.Folder().Name(windows)) +
+                                "'\n[folders]\n[environment]\n[registry]\nhivelist = []\n");
+        setenv("ORVCASCONV_MACHINE", m_conversion.Folder().Path("machine.toml").c_str(), 1);
+        const std::string hive = CTestHive().Bytes();
+        CTestTarget first("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9");
+        CTestTarget second("11111111-2222-3333-4444-555555555555");
+        first.Sandbox()
+            .Hive(hive)
+            .File("C/App/app.exe", "program")
+            .File(kStore + "Manifests/" + kComponent + ".manifest",
+                  "<assembly xmlns=\"urn:schemas-microsoft-com:asm.v1\" manifestVersion=\"1.0\">"
+                  "<assemblyIdentity type=\"win32\" name=\"App.CRT\" version=\"9.0.21022.8\" "
+                  "processorArchitecture=\"x86\" publicKeyToken=\"1fc8b3b9a1e18e3b\"/>"
+                  "<file name=\"r.dll\"/><file name=\"P.dll\"/></assembly>")
+            .File(kStore + "Manifests/" + kComponent + ".cat", "catalog")
+            .File(kStore + kComponent + "/r.dll", "r")
+            .File(kStore + kComponent + "/p.dll", "p");
+        second.Sandbox().Hive(hive);
+        ASSERT_EQ(m_conversion.Convert(CTestPackage().Target(first).Target(second)), 0U);
+        EXPECT_TRUE(m_conversion.LogLines().empty());
+    }
+    void TearDown() override { unsetenv("ORVCASCONV_MACHINE"); }
+
+    CTestConversion m_conversion;
+};
+
+TEST_F(AssemblyConversionTest, AssemblyOfACaptureInTheMachinesStoreIsCarriedWhole) {
+    ConvertOn("package/0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9_1/Device/C/Windows");
+    const std::string folder = "Assemblies\\" + kComponent + "\\";
+    const std::string element =
+        "<CreateAssemblies>\n<Assembly Id=\"App.CRT,type=&quot;win32&quot;,"
+        "version=&quot;9.0.21022.8&quot;,publicKeyToken=&quot;1fc8b3b9a1e18e3b&quot;,"
+        "processorArchitecture=&quot;x86&quot;\" AssemblyType=\"0\" ManifestRelativeSource=\"" +
+        folder + kComponent + ".manifest\" CatalogRelativeSource=\"" + folder + kComponent +
+        ".cat\"><File RelativeSource=\"" + folder + "p.dll\" /><File RelativeSource=\"" + folder +
+        "r.dll\" /></Assembly>\n</CreateAssemblies>\n";
+    EXPECT_EQ(m_conversion.Collection(kGuid, "CreateAssemblies"), element);
+    EXPECT_EQ(m_conversion.Collection(kGuid, "CreateFiles"),
+              "<CreateFiles>\n<File Target=\"C:\\App\\app.exe\" RelativeSource=\"C\\App\\app.exe\" "
+              "/>\n</CreateFiles>\n");
+    const std::string payload = "Assemblies/" + kComponent + "/";
+    std::vector<std::string> files = {payload + "p.dll", payload + "r.dll",
+                                      payload + kComponent + ".cat",
+                                      payload + kComponent + ".manifest"};
+    // What was gathered of one target goes with the next as well.
+    EXPECT_EQ(m_conversion.Collection(kOtherGuid, "CreateAssemblies"), element);
+    EXPECT_EQ(m_conversion.Payload(kOtherGuid), files);
+    files.emplace_back("C/App/app.exe");
+    EXPECT_EQ(m_conversion.Payload(kGuid), files);
+}
+
+TEST_F(AssemblyConversionTest, CaptureElsewhereKeepsItsAssembliesAsFiles) {
+    m_conversion.Folder().MakeFolder("machine/Windows/WinSxS/" + kComponent);
+    ConvertOn("machine/Windows");
+    EXPECT_EQ(m_conversion.Collection(kGuid, "CreateAssemblies"), "");
+    EXPECT_EQ(m_conversion.Payload(kGuid).size(), 5U);
+    EXPECT_TRUE(m_conversion.Payload(kOtherGuid).empty());
+}
+
+}  // namespace

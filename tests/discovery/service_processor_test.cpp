@@ -1,0 +1,125 @@
+#include "discovery/service_processor.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "orvpackage/multi_string.h"
+#include "orvpackage/service_collections.h"
+#include "platform/registry.h"
+#include "support/hive_builder.h"
+#include "support/machine.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+
+namespace {
+
+TEST(ServiceProcessorTest, ClaimsTheKeysOfServices) {
+    CServiceProcessor processor;
+    for (const char16_t* key :
+         {uR"(HKEY_LOCAL_MACHINE\SOFTWARE\x)", uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet)",
+          uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\ServicesX\App)"}) {
+        EXPECT_TRUE(processor.CheckKey(CRegPathW(key), 1)) << Utf8(key);
+    }
+    for (const char16_t* key :
+         {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services)",
+          uR"(HKLM\system\currentcontrolset\services\App)",
+          uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\APP)",
+          uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\Other\Parameters)"}) {
+        EXPECT_FALSE(processor.CheckKey(CRegPathW(key), 1)) << Utf8(key);
+    }
+    COrvPackage package;
+    processor.Apply(package);
+    const auto& services = package.Get<COrvCreateServicesCollection>();
+    ASSERT_EQ(services.GetCount(), 1U);
+    EXPECT_EQ(Utf8(COrvItemCItr<COrvCreateService>(services).Get()->GetName()), "App");
+}
+
+TEST(ServiceProcessorTest, RecordsGoToEveryPackageAndNeverInPlaceOfAnItem) {
+    CServiceProcessor processor;
+    CServiceInfo& service = processor.FindOrAdd(u"app");
+    service.Type = 288;
+    service.Start = 5;
+    service.SetImagePath(uR"("C:\a b\app.exe" -x)");
+    COrvPackage package;
+    auto& services = package.Get<COrvCreateServicesCollection>();
+    COrvCreateService* const item = services.AddItem(u"App");
+    item->SetDescription(u"of the profile");
+    processor.Apply(package);
+    EXPECT_EQ(services.GetCount(), 1U);
+    EXPECT_EQ(item->GetContent().serviceType, 0U);
+    COrvPackage next;
+    processor.Apply(next);
+    const COrvCreateService* const added =
+        COrvItemCItr<COrvCreateService>(next.Get<COrvCreateServicesCollection>()).Get();
+    ASSERT_NE(added, nullptr);
+    EXPECT_EQ(added->GetContent().serviceType, 288U);
+    EXPECT_EQ(added->GetContent().startType, 4U);
+    EXPECT_EQ(Utf8(added->GetContent().binary + u'|' + added->GetContent().arguments),
+              R"(C:\a b\app.exe|-x)");
+}
+
+TEST(ServiceInfoTest, ImagePathIsSplitWhereItsProgramEnds) {
+    const CTempFolder folder;
+    folder.WriteFile("Program Files/App/svc.exe");
+    const CTestMachine machine = CTestMachine()
+                                     .Drive(u'C', folder.Path().string())
+                                     .Environment(u"ProgramFiles", uR"(C:\Program Files)");
+    const struct {
+        const char16_t* text;
+        const char* binary;
+        const char* arguments;
+    } kPaths[] = {
+        {u"\"C:\\a b\\svc.exe\" -x  ", R"(C:\a b\svc.exe)", "-x"},
+        {u"\"C:\\a b\\svc.exe", R"(C:\a b\svc.exe)", ""},
+        {uR"(C:\Program Files\App\svc.exe -run now)", R"(C:\Program Files\App\svc.exe)",
+         "-run now"},
+        {uR"(%ProgramFiles%\App\svc.exe  -run)", R"(%ProgramFiles%\App\svc.exe)", "-run"},
+        {uR"(C:\Program Files\App\other.exe -run)", R"(C:\Program Files\App\other.exe -run)", ""},
+        {uR"(\SystemRoot\driver.sys)", R"(\SystemRoot\driver.sys)", ""},
+        {u"C:\\svc.exe /s", "", ""},
+        {u"\"", "", ""},
+        {u" ", " ", ""},
+    };
+    CServiceInfo service;
+    for (const auto& path : kPaths) {
+        service.SetImagePath(path.text);
+        EXPECT_EQ(Utf8(service.Binary.ToString()), path.binary);
+        EXPECT_EQ(Utf8(service.Arguments), path.arguments);
+    }
+}
+
+// A hive of services under the name that the machine's own would have.
+TEST(ServiceProcessorTest, ValuesGoToTheRecordInTheirOneType) {
+    const CTempFolder folder;
+    CTestHive hive;
+    hive.Key(uR"(CurrentControlSet\Services\App)").Dword(u"Type", 16).String(u"Start", u"2");
+    hive.Dword(u"ERRORCONTROL", 3).String(u"DisplayName", u"The App").String(u"Group", u"G");
+    hive.ExpandString(u"Description", u"wrong").ExpandString(u"ImagePath", u"a.exe");
+    hive.MultiString(u"DependOnGroup", {u"A", u"B"}).MultiString(u"DependOnService", {u"C"});
+    hive.String(u"ObjectName", u"localSYSTEM");
+    platform::KeyHandle machine = nullptr;
+    ASSERT_EQ(platform::ConnectMachine(machine), 0);
+    ASSERT_EQ(
+        platform::LoadHive(machine, u"SYSTEM", folder.WriteFile("hive", hive.Bytes()).c_str()), 0);
+    CServiceProcessor processor;
+    const CRegPathW key(uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\App)");
+    for (const char16_t* name :
+         {u"Type", u"Start", u"ErrorControl", u"DisplayName", u"Description", u"ImagePath",
+          u"DependOnGroup", u"DependOnService", u"ObjectName", u"missing"}) {
+        EXPECT_FALSE(processor.CheckValue(key, name, 1));
+    }
+    EXPECT_FALSE(processor.CheckValue(key, u"Group", 3));
+    EXPECT_EQ(platform::UnloadHive(machine, u"SYSTEM"), 0);
+    platform::CloseKey(machine);
+    const CServiceInfo& service = processor.FindOrAdd(u"App");
+    EXPECT_EQ(service.Type, 16U);
+    EXPECT_EQ(service.Start, 4U);
+    EXPECT_EQ(service.ErrorControl, 3U);
+    EXPECT_EQ(Utf8(service.DisplayName), "The App");
+    EXPECT_EQ(Utf8(service.Binary.ToString()), "a.exe");
+    EXPECT_EQ(Utf8(FormatMultiString(service.Dependencies)), R"(+A\0+B\0C\0\0)");
+    EXPECT_EQ(Utf8(service.Description + service.Group + service.ObjectName), "");
+}
+
+}  // namespace
