@@ -15,13 +15,17 @@ constexpr std::size_t kUnit = sizeof(char16_t);
 CStrW CRegBuf::GetText() const {
     const std::size_t units = m_dataSize / kUnit;
     std::u16string text(units, u'\0');
-    std::memcpy(text.data(), m_data.data(), units * kUnit);
+    if (units != 0) {
+        std::memcpy(text.data(), m_data.data(), units * kUnit);
+    }
     return CStrW(text.c_str());
 }
 
 std::uint32_t CRegBuf::GetNumber() const {
     std::uint32_t number = 0;
-    std::memcpy(&number, m_data.data(), std::min<std::size_t>(m_dataSize, sizeof(number)));
+    if (m_dataSize != 0) {
+        std::memcpy(&number, m_data.data(), std::min<std::size_t>(m_dataSize, sizeof(number)));
+    }
     return number;
 }
 
