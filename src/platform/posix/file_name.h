@@ -67,8 +67,10 @@ private:
 // UTF-8 would.
 [[nodiscard]] bool NameFromText(std::u16string_view text, std::string& bytes);
 
-// The upper-case form by which NTFS orders and compares names, each unit by itself.
+// UpperUnit of what is not ASCII.
 [[nodiscard]] char16_t UpperOtherUnit(char16_t unit);
+
+// The upper-case form by which NTFS orders and compares names, each unit by itself.
 [[nodiscard]] inline char16_t UpperUnit(char16_t unit) {
     if (unit < 0x80) {
         return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;

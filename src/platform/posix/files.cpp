@@ -18,8 +18,7 @@ namespace {
 
 constexpr mode_t kAllWrite = S_IWUSR | S_IWGRP | S_IWOTH;
 
-// Whether a file may be unlinked in place of being deleted. A device never is: the package cannot
-// have made it, and the machine needs it.
+// Pipes and devices are none of this library's making, and the machine may need them.
 bool IsDeletable(const SEntry& entry) {
     return (entry.IsRegular() && !entry.IsReadOnly()) || entry.IsUnfollowed();
 }

@@ -39,7 +39,7 @@ int StatLongPath(std::string_view path, struct stat& info) {
 // Whether a folder that changed at `changed` may change again without showing it: a clock that
 // ticks coarsely gives two changes the same time.
 bool IsRecent(const struct timespec& changed) {
-    constexpr long long kMillisecond = 1000 * 1000;
+    constexpr long long kMillisecond = 1'000'000;
     struct timespec now {};
     clock_gettime(CLOCK_REALTIME, &now);
     const long long age =
@@ -62,7 +62,7 @@ CFolder::SStamp::SStamp(const struct stat& info)
 
 // Whether the changes behind the two lie closer together than any coarse clock ticks.
 bool CFolder::SStamp::IsRightAfter(const SStamp& other) const {
-    constexpr long kShortest = 900 * 1000;
+    constexpr long kShortest = 900'000;
     const long apart = changedPart - other.changedPart;
     return changed == other.changed && apart > 0 && apart < kShortest;
 }

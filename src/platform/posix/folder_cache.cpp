@@ -103,8 +103,9 @@ std::shared_ptr<CFolder> CFolderCache::FindRecent(std::u16string_view path) {
     CheckMachine();
     for (const SRecent& recent : m_recent) {
         const std::u16string_view text = recent.text;
-        const bool isOf = text.size() == path.size() + 1 && text.back() == u'\\';
-        if (isOf && IsSameText(text.substr(0, path.size()), path) && recent.folder->IsCurrent()) {
+        const bool mayBeOf = !path.empty() && text.size() == path.size() + 1;
+        if (mayBeOf && text.back() == u'\\' && IsSameText(text.substr(0, path.size()), path) &&
+            recent.folder->IsCurrent()) {
             return recent.folder;
         }
     }

@@ -115,6 +115,8 @@ int COutputFile::Create(const char16_t* name) {
     return ERROR_SUCCESS;
 }
 
+// The operations change the file, though not the object that holds it.
+// NOLINTBEGIN(readability-make-member-function-const)
 int COutputFile::Rewind() {
     return lseek(Descriptor(m_handle), 0, SEEK_SET) < 0 ? FailWithErrno() : ERROR_SUCCESS;
 }
@@ -129,6 +131,7 @@ int COutputFile::SetEnd() {
     const bool isSet = position >= 0 && ftruncate(Descriptor(m_handle), position) == 0;
     return isSet ? ERROR_SUCCESS : FailWithErrno();
 }
+// NOLINTEND(readability-make-member-function-const)
 
 void COutputFile::Close() {
     if (IsOpen()) {

@@ -365,7 +365,7 @@ TEST_F(PosixFilesTest, AFailedCopyLeavesNothing) {
 }
 
 TEST_F(PosixFilesTest, HolesStayHoles) {
-    constexpr off_t kSize = 8 * 1024 * 1024;
+    constexpr off_t kSize = 8'000'000;
     const std::u16string source = m_folder.WriteFile("source", "start");
     std::ofstream(m_folder.Path("source"), std::ios::in).seekp(kSize / 2) << "middle";
     ASSERT_EQ(truncate(m_folder.Path("source").c_str(), kSize), 0);
