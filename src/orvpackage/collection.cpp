@@ -80,7 +80,7 @@ void COrvCollection::Write(CXmlWriter& writer) const {
     }
     const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
     for (std::size_t place = 0; place < order.size(); ++place) {
-        PrefetchBehind(place);
+        PrefetchAhead(place);
         if (order[place].item != nullptr) {
             WriteElement(writer, *order[place].item);
         }
@@ -88,9 +88,9 @@ void COrvCollection::Write(CXmlWriter& writer) const {
     writer.EndElement(true);
 }
 
-// The items lie in memory in another order than that of the manifest. To wait for each of them
+// The items lie in memory in another order than that of the manifest, and to wait for each of them
 // would take longer than to write it.
-void COrvCollection::PrefetchBehind(std::size_t place) const {
+void COrvCollection::PrefetchAhead(std::size_t place) const {
     const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
     for (unsigned step = 0; step < kPrefetchSteps; ++step) {
         const std::size_t ahead = place + (kPrefetchSteps - step) * kPrefetchStride;

@@ -129,7 +129,7 @@ protected:
 
 private:
     void FinishOrLog(const CXmlReader& reader);
-    void PrefetchBehind(std::size_t place) const;
+    void PrefetchAhead(std::size_t place) const;
 
     COrvPackage& m_package;
     const SOrvElement& m_element;

@@ -26,27 +26,35 @@ char16_t ArchitectureDigit(std::uint32_t architecture) {
 
 }  // namespace
 
-void ExpandKeyTokens(CStrW& text) {
+std::u16string_view ExpandKeyTokens(std::u16string_view text, CStrW& buffer) {
     // Every alias has an underscore.
-    if (text.View().find(u'_') != std::u16string_view::npos) {
-        CSharedHolder<CRegPathConverter>()->ExpandKeyText(text);
+    if (text.find(u'_') == std::u16string_view::npos) {
+        return text;
     }
+    buffer.Assign(text);
+    CSharedHolder<CRegPathConverter>()->ExpandKeyText(buffer);
+    return buffer;
 }
 
-COrvKeyPath::COrvKeyPath(const CStrW& text) : m_text(text) {
-    ExpandKeyTokens(m_text);
+COrvKeyPath::COrvKeyPath(const CStrW& text) {
+    CStrW buffer;
+    m_text.Assign(ExpandKeyTokens(text, buffer));
     m_isEmpty = m_text.IsEmpty();
 }
 
 COrvKeyPath::COrvKeyPath(const CStrW& text, const COrvSanitizer& sanitizer) : COrvKeyPath(text) {
-    m_portable = sanitizer.Sanitize(CRegPathW(m_text).ToLongString(), SanitizeNoFilePaths);
+    m_portable = MakePortable(sanitizer);
+}
+
+CStrW COrvKeyPath::MakePortable(const COrvSanitizer& sanitizer) const {
+    return sanitizer.Sanitize(CRegPathW(m_text).ToLongString(), SanitizeNoFilePaths);
 }
 
 std::u16string_view COrvKeyPath::GetPortable(const COrvSanitizer& sanitizer, CStrW& buffer) const {
     if (m_portable.GetLength() != 0) {
         return m_portable;
     }
-    buffer = sanitizer.Sanitize(CRegPathW(m_text).ToLongString(), SanitizeNoFilePaths);
+    buffer = MakePortable(sanitizer);
     return buffer;
 }
 

@@ -3,11 +3,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 #include "orvpackage/collection.h"
 
-// Puts stored keys in the place of the aliases in `text`, by the shared converter.
-void ExpandKeyTokens(CStrW& text);
+// The text with stored keys in the place of their aliases, by the shared converter: `text` itself
+// when there are none, or else `buffer`.
+[[nodiscard]] std::u16string_view ExpandKeyTokens(std::u16string_view text, CStrW& buffer);
 
 // The path of a key, which the values of the key share.
 class COrvKeyPath {
@@ -25,9 +27,11 @@ public:
     void PrefetchPortable() const;
 
 private:
+    [[nodiscard]] CStrW MakePortable(const COrvSanitizer& sanitizer) const;
+
     CStrW m_text;
     CStrW m_portable;  // empty when it was not made in advance
-    bool m_isEmpty;
+    bool m_isEmpty = false;
 };
 
 // An item known by a key and an architecture, and values by their name as well.

@@ -10,5 +10,7 @@ inline void Prefetch(const void* bytes, std::size_t size) {
     for (std::size_t at = 0; at < size; at += kCacheLine) {
         __builtin_prefetch(first + at);
     }
-    __builtin_prefetch(first + size - 1);  // the last line may be one more
+    if (size != 0) {
+        __builtin_prefetch(first + size - 1);  // the last line may be one more
+    }
 }

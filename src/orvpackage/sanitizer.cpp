@@ -29,8 +29,7 @@ CStrW COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags) con
 
 std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags,
                                             CStrW& buffer) const {
-    if (!HasMarks(text) &&
-        (text.size() < m_sid.GetLength() || text.find(m_sid.View()) == std::u16string_view::npos)) {
+    if (!HasMarks(text) && text.find(m_sid.View()) == std::u16string_view::npos) {
         return text;
     }
     buffer.Assign(text);

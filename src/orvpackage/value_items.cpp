@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr std::size_t kPrefetchedContent = 128;  // the name and most data; more comes by itself
+
 std::u16string_view ToUnits(const void* bytes, std::size_t size) {
     return {static_cast<const char16_t*>(bytes), size / sizeof(char16_t)};
 }
@@ -21,16 +23,10 @@ std::u16string_view FirstString(std::u16string_view units) {
 
 }  // namespace
 
-// The name, expanded once for both the hash and the field; as it was given in the common case.
+// The name, expanded once for both the hash and the field.
 struct COrvValueItem::SExpanded {
-    explicit SExpanded(const CStrW& text) : name(text) {
-        if (name.find(u'_') != std::u16string_view::npos) {
-            expanded = text;
-            ExpandKeyTokens(expanded);
-            name = expanded;
-        }
-    }
-    CStrW expanded;
+    explicit SExpanded(const CStrW& text) : name(ExpandKeyTokens(text, buffer)) {}
+    CStrW buffer;
     std::u16string_view name;
 };
 
@@ -64,10 +60,7 @@ std::u16string_view COrvValueItem::GetValue() const {
     return {reinterpret_cast<const char16_t*>(m_block.get()), m_nameLength};
 }
 
-void COrvValueItem::PrefetchContent() const {
-    // The name and a short text; more follows by itself.
-    Prefetch(m_block.get(), 128);
-}
+void COrvValueItem::PrefetchContent() const { Prefetch(m_block.get(), kPrefetchedContent); }
 
 CStrW COrvValueItem::GetName() const { return GetTarget() + u'/' + CStrW(GetValue()); }
 

@@ -25,9 +25,10 @@ enum EOrvValueType : std::uint32_t {
 class COrvValueItem : public COrvKeyItem {
 public:
     [[nodiscard]] std::u16string_view GetValue() const;
-    void PrefetchContent() const;
     // The key and the name with a slash between them.
     [[nodiscard]] CStrW GetName() const override;
+    // Asks for the memory of the name and of data.
+    void PrefetchContent() const;
 
 protected:
     COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
@@ -35,8 +36,8 @@ protected:
 
     // The bytes behind the name.
     [[nodiscard]] std::byte* GetTail() const { return m_block.get() + GetNameSize(); }
-    // Makes room for `size` bytes behind the name, in the same block: a package holds very many
-    // values. False, with the block as it was, when there is no memory.
+    // Makes room for exactly `size` bytes behind the name. False, with the block as it was, when
+    // there is no memory.
     [[nodiscard]] bool ResizeTail(std::size_t size);
 
 private:
@@ -46,8 +47,10 @@ private:
     COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
                   std::uint32_t architecture);
 
-    std::uint32_t m_nameLength;            // in units
-    std::unique_ptr<std::byte[]> m_block;  // the name, and what ResizeTail makes room for behind it
+    std::uint32_t m_nameLength;  // in units
+    // The name, and the tail behind it: a package holds so many values that a block less for each
+    // counts.
+    std::unique_ptr<std::byte[]> m_block;
 };
 
 class COrvDeleteValue : public COrvValueItem {
