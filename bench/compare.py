@@ -16,6 +16,7 @@ import os
 import pathlib
 import random
 import shutil
+import signal
 import statistics
 import subprocess
 import sys
@@ -84,6 +85,9 @@ class Bench:
         self.make_hive = options.build / "bench" / "make_hive"
         self.memory = pathlib.Path(tempfile.mkdtemp(prefix="orv-bench-", dir=options.memory))
         self.disk = pathlib.Path(tempfile.mkdtemp(prefix="orv-bench-", dir=options.disk))
+        # The command that runs may end, so that nobody writes into the folders that are removed.
+        self.is_stopped = False
+        signal.signal(signal.SIGTERM, lambda *_: setattr(self, "is_stopped", True))
 
     def finish(self):
         for root in (self.memory, self.disk):
@@ -122,6 +126,8 @@ class Bench:
             if number < 2:  # the first round only warms the caches
                 figures = {command.name: Figures() for command in commands}
             for index, command in enumerate(commands):
+                if self.is_stopped:
+                    sys.exit(1)
                 if root == self.disk:
                     os.sync()  # or one command pays for what another one left to be written
                 self.run(command, folder / f"{number}-{index}", figures[command.name])
@@ -341,6 +347,9 @@ def parse_options():
     unknown = set(options.cases) - set(Bench.CASES)
     if unknown:
         parser.error(f"unknown case: {', '.join(sorted(unknown))}")
+    for folder in (options.memory, options.disk):
+        if not os.path.isdir(folder):
+            parser.error(f"no such folder: {folder}")
     if options.rounds < 1:
         parser.error("--rounds must be at least 1")
     return options
