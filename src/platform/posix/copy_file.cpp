@@ -151,7 +151,7 @@ int OpenSource(std::u16string_view name, SSource& source) {
 int Fill(const SSource& source, SOutput& output) {
     const int to = output.file.Get();
     if (const int error =
-            CopyFileData(source.file.Get(), source.info, to, output.place.folder->GetDevice())) {
+            CopyFileData(source.file.Get(), source.info, to, output.place.folder->GetId().first)) {
         return error;
     }
     if (!output.isNew && source.IsReadOnly() &&
@@ -175,7 +175,7 @@ int Copy(std::u16string_view from, std::u16string_view to) {
         return status;
     }
     if (!output.isNew) {
-        if (output.info.st_dev == source.info.st_dev && output.info.st_ino == source.info.st_ino) {
+        if (GetFileId(output.info) == GetFileId(source.info)) {
             return ERROR_SHARING_VIOLATION;
         }
         if (ftruncate(output.file.Get(), 0) != 0) {

@@ -13,17 +13,11 @@ namespace platform {
 
 namespace {
 
-// While the file is open, no other can have its number.
 struct SKeptFile {
     CFileDescriptor file;
-    dev_t device = 0;
-    ino_t number = 0;
+    FileId id;
 };
 SKeptFile g_kept;
-
-bool IsKept(const struct stat& info) {
-    return g_kept.file.IsOpen() && info.st_dev == g_kept.device && info.st_ino == g_kept.number;
-}
 
 }  // namespace
 
@@ -68,7 +62,7 @@ int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info)
         const bool leadsNowhere = place.entry.IsUnfollowed() && !place.folder->IsSealed();
         return leadsNowhere ? ERROR_FILE_NOT_FOUND : ERROR_CANT_ACCESS_FILE;
     }
-    if (IsKept(place.entry.info)) {
+    if (g_kept.file.IsOpen() && g_kept.id == GetFileId(place.entry.info)) {
         file = std::move(g_kept.file);
         info = place.entry.info;
         return ERROR_SUCCESS;
@@ -89,7 +83,7 @@ int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info)
 }
 
 void KeepOpen(CFileDescriptor file, const struct stat& info) {
-    g_kept = {std::move(file), info.st_dev, info.st_ino};
+    g_kept = {std::move(file), GetFileId(info)};
 }
 
 int OpenForReading(const char16_t* name, CFileDescriptor& file) {

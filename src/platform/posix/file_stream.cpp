@@ -16,8 +16,8 @@ namespace platform {
 
 namespace {
 
-// The names of the attributes, each ended by a NUL; empty when there are none or they cannot be
-// had.
+// The names of the attributes, each ended by a NUL; empty when there are none, or the file system
+// has none.
 std::string ListAttributes(int file) {
     std::array<char, 1024> names;
     ssize_t size = flistxattr(file, names.data(), names.size());
@@ -31,24 +31,6 @@ std::string ListAttributes(int file) {
     size = flistxattr(file, longNames.data(), longNames.size());
     longNames.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
     return longNames;
-}
-
-// Only files and folders can have attributes of a user, and a device must not be opened.
-std::string ListAttributes(const SFilePlace& place) {
-    if (place.entry.IsFolder()) {
-        const CFileDescriptor folder(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
-                                            O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        return ListAttributes(folder.Get());
-    }
-    CFileDescriptor file;
-    struct stat info {};
-    if (OpenEntry(place, file, info) != ERROR_SUCCESS) {
-        return {};
-    }
-    std::string names = ListAttributes(file.Get());
-    // A file that has no such stream is copied next.
-    KeepOpen(std::move(file), info);
-    return names;
 }
 
 bool IsStreamAttribute(std::string_view attribute, std::u16string_view stream) {
@@ -67,23 +49,58 @@ bool IsStreamAttribute(std::string_view attribute, std::u16string_view stream) {
     return attribute.starts_with(kPlain) && is(attribute.substr(kPlain.size()));
 }
 
-}  // namespace
-
-bool HasStream(const SFilePlace& place) {
-    const CNameSet* const names = place.folder->GetNames();
-    if (names != nullptr && names->HasStream(place.name, place.stream)) {
-        return true;
-    }
-    const std::string attributes = ListAttributes(place);
+bool HasStreamAttribute(int file, std::u16string_view stream) {
+    const std::string attributes = ListAttributes(file);
     std::string_view rest = attributes;
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find('\0'), rest.size() - 1);
-        if (IsStreamAttribute(rest.substr(0, end), place.stream)) {
+        if (IsStreamAttribute(rest.substr(0, end), stream)) {
             return true;
         }
         rest.remove_prefix(end + 1);
     }
     return false;
+}
+
+// Finds the file and opens it, unless it is of the kinds that have no attributes, or cannot be
+// opened.
+int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
+    struct stat info {};
+    // A walk has come by the file a moment ago, so that opening it tells enough.
+    if (place.folder->Recall(place.name, place.entry) &&
+        OpenEntry(place, file, info) == ERROR_SUCCESS) {
+        place.entry.info = info;
+        return ERROR_SUCCESS;
+    }
+    if (const int status = FindEntryAt(place)) {
+        return status;
+    }
+    if (place.entry.IsFolder()) {
+        file = CFileDescriptor(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
+                                      O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    } else {
+        static_cast<void>(OpenEntry(place, file, info));  // It says so by `file`.
+    }
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+int FindStream(SFilePlace& place) {
+    CFileDescriptor file;
+    if (const int status = FindAndOpen(place, file)) {
+        return status;
+    }
+    const CNameSet* const names = place.folder->GetNames();
+    if ((names != nullptr && names->HasStream(place.name, place.stream)) ||
+        (file.IsOpen() && HasStreamAttribute(file.Get(), place.stream))) {
+        return ERROR_SUCCESS;
+    }
+    if (place.entry.IsRegular()) {
+        // A file without a mark is copied next.
+        KeepOpen(std::move(file), place.entry.info);
+    }
+    return ERROR_FILE_NOT_FOUND;
 }
 
 }  // namespace platform

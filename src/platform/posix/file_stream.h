@@ -5,9 +5,9 @@
 
 namespace platform {
 
-// Whether the file that was found has the stream place.stream: as a file beside it named
-// "name:stream", or as an extended attribute "user.stream" or "user.DosStream.stream:$DATA". Letter
-// case does not count.
-[[nodiscard]] bool HasStream(const SFilePlace& place);
+// Finds the file that `place` asks for, as FindEntryAt does, and its stream: a file beside it named
+// "name:stream", or an extended attribute "user.stream" or "user.DosStream.stream:$DATA". Letter
+// case does not count. ERROR_FILE_NOT_FOUND when either is missing. Sets no last error.
+[[nodiscard]] int FindStream(SFilePlace& place);
 
 }  // namespace platform

@@ -46,7 +46,7 @@ int Move(std::u16string_view from, std::u16string_view to) {
     std::string newName = target.entry.name;
     if (status == ERROR_SUCCESS) {
         // A file may change the letter case of its own name.
-        const bool isSelf = target.folder->IsSameAs(*source.folder) &&
+        const bool isSelf = target.folder->GetId() == source.folder->GetId() &&
                             target.entry.name == source.entry.name &&
                             NameFromText(target.name, newName);
         if (!isSelf || newName == source.entry.name) {

@@ -31,11 +31,9 @@ int FindOne(SFilePlace& place, SFindData& found) {
         place.name.empty() && !place.stream.empty() &&
         place.folder->Find(kColonOnDisk + place.stream, place.entry) == ERROR_SUCCESS;
     if (!isStreamAlone) {
-        if (const int status = FindEntryAt(place)) {
+        const int status = place.stream.empty() ? FindEntryAt(place) : FindStream(place);
+        if (status != ERROR_SUCCESS) {
             return status;
-        }
-        if (!place.stream.empty() && !HasStream(place)) {
-            return ERROR_FILE_NOT_FOUND;
         }
     }
     found = {place.name.empty() ? std::u16string() : TextFromName(place.entry.name),
@@ -153,8 +151,16 @@ int FindEntry(const char16_t* name, SFindData& found) {
         found = {TextFromName(path.substr(path.rfind('/') + 1)), kAttributeDirectory};
         return ERROR_SUCCESS;
     }
-    CFindHandle search;
-    return search.First(name, found);
+    SFilePlace place;
+    int status = FindFolder(name, place);
+    if (status == ERROR_SUCCESS) {
+        if (place.stream.empty() && IsPattern(place.name)) {
+            CFindHandle search;
+            return search.First(name, found);
+        }
+        status = FindOne(place, found);
+    }
+    return status == ERROR_SUCCESS ? status : SetLastError(status);
 }
 
 }  // namespace platform

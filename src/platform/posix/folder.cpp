@@ -36,6 +36,13 @@ int StatLongPath(std::string_view path, struct stat& info) {
     return fstatat(start, std::string(path).c_str(), &info, 0);
 }
 
+// Nanoseconds since some moment.
+std::int64_t Now() {
+    struct timespec now {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
 // Whether a folder that changed at `changed` may change again without showing it: a clock that
 // ticks coarsely gives two changes the same time.
 bool IsRecent(const struct timespec& changed) {
@@ -52,7 +59,7 @@ bool IsRecent(const struct timespec& changed) {
 
 }  // namespace
 
-CFolder::SStamp::SStamp(const struct stat& info)
+SFolderStamp::SFolderStamp(const struct stat& info)
     : modified(info.st_mtim.tv_sec),
       changed(info.st_ctim.tv_sec),
       modifiedPart(info.st_mtim.tv_nsec),
@@ -60,8 +67,7 @@ CFolder::SStamp::SStamp(const struct stat& info)
       size(info.st_size),
       links(info.st_nlink) {}
 
-// Whether the changes behind the two lie closer together than any coarse clock ticks.
-bool CFolder::SStamp::IsRightAfter(const SStamp& other) const {
+bool SFolderStamp::IsRightAfter(const SFolderStamp& other) const {
     constexpr long kShortest = 900'000;
     const long apart = changedPart - other.changedPart;
     return changed == other.changed && apart > 0 && apart < kShortest;
@@ -70,20 +76,30 @@ bool CFolder::SStamp::IsRightAfter(const SStamp& other) const {
 CFolder::CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed)
     : m_folder(std::move(folder)),
       m_path(std::move(path)),
-      m_device(info.st_dev),
-      m_number(info.st_ino),
+      m_id(GetFileId(info)),
       m_isSealed(isSealed),
       m_stamp(info) {}
 
+int CFolder::LookAtSelf(struct stat& info) {
+    constexpr std::int64_t kMoment = 200'000;
+    if (m_searches > 0) {
+        return fstat(m_folder.Get(), &info);
+    }
+    const std::int64_t now = Now();
+    if (m_hasFineTimes && now - m_lastLookAtWay < kMoment && fstat(m_folder.Get(), &info) == 0 &&
+        SFolderStamp(info) == m_stamp) {
+        return 0;
+    }
+    m_lastLookAtWay = now;
+    return m_path.size() < PATH_MAX ? stat(m_path.c_str(), &info) : StatLongPath(m_path, info);
+}
+
 bool CFolder::IsCurrent() {
     struct stat info {};
-    const int result = m_searches > 0             ? fstat(m_folder.Get(), &info)
-                       : m_path.size() < PATH_MAX ? stat(m_path.c_str(), &info)
-                                                  : StatLongPath(m_path, info);
-    if (result != 0 || !IsSameAs(info)) {
+    if (LookAtSelf(info) != 0 || GetFileId(info) != m_id) {
         return false;
     }
-    const SStamp stamp(info);
+    const SFolderStamp stamp(info);
     if (stamp != m_stamp) {
         m_stamp = stamp;
         m_names.reset();
@@ -91,11 +107,7 @@ bool CFolder::IsCurrent() {
     return true;
 }
 
-bool CFolder::IsSameAs(const struct stat& info) const {
-    return info.st_dev == m_device && info.st_ino == m_number;
-}
-
-int CFolder::Look(const std::string& name, SEntry& entry) const {
+int CFolder::Look(const std::string& name, SEntry& entry) {
     struct stat info {};
     if (fstatat(m_folder.Get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
         return errno;
@@ -106,6 +118,9 @@ int CFolder::Look(const std::string& name, SEntry& entry) const {
         if (fstatat(m_folder.Get(), name.c_str(), &target, 0) == 0) {
             info = target;
         }
+    }
+    if (S_ISREG(info.st_mode) && !entry.isLink) {
+        m_lastRegular = name;
     }
     entry.info = info;
     entry.name = name;
@@ -134,6 +149,16 @@ int CFolder::Find(std::u16string_view text, SEntry& entry) {
     return ERROR_SUCCESS;
 }
 
+bool CFolder::Recall(std::u16string_view text, SEntry& entry) const {
+    std::string name;
+    if (m_lastRegular.empty() || !NameFromText(text, name) || name != m_lastRegular) {
+        return false;
+    }
+    entry.name = std::move(name);
+    entry.info.st_mode = S_IFREG;
+    return true;
+}
+
 bool CFolder::LacksName(std::u16string_view text, SEntry& entry) {
     const CNameSet* const names = GetNames();
     return names != nullptr && names->Find(text) == nullptr && NameFromText(text, entry.name);
@@ -145,15 +170,29 @@ const CNameSet* CFolder::GetNames() {
         if (fstat(m_folder.Get(), &info) != 0) {
             return nullptr;
         }
-        m_stamp = SStamp(info);
+        m_stamp = SFolderStamp(info);
         m_isRecent = IsRecent(info.st_ctim);
-        if (const int error = m_names.emplace().Read(m_folder.Get())) {
+        m_names = std::make_unique<CNameSet>();
+        if (const int error = m_names->Read(m_folder.Get())) {
             m_names.reset();
             errno = error;
             return nullptr;
         }
     }
-    return &*m_names;
+    return m_names.get();
+}
+
+SKnownNames CFolder::TakeNames() {
+    if (m_isRecent) {
+        m_names.reset();
+    }
+    return {m_stamp, std::move(m_names)};
+}
+
+void CFolder::PutNames(SKnownNames known) {
+    if (known.stamp == m_stamp) {
+        m_names = std::move(known.names);
+    }
 }
 
 void CFolder::NoteAdded(const std::string& name) {
@@ -178,7 +217,7 @@ void CFolder::NoteOwnChange() {
         m_names.reset();
         return;
     }
-    const SStamp stamp(info);
+    const SFolderStamp stamp(info);
     m_hasFineTimes = m_hasFineTimes || stamp.IsRightAfter(m_stamp);
     m_stamp = stamp;
 }

@@ -3,14 +3,22 @@
 
 #include <sys/stat.h>
 
-#include <optional>
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/name_set.h"
 
 namespace platform {
+
+// Tells files and folders apart, for as long as one that counts is open.
+using FileId = std::pair<dev_t, ino_t>;
+[[nodiscard]] inline FileId GetFileId(const struct stat& info) {
+    return {info.st_dev, info.st_ino};
+}
 
 // What a folder tells of one of its entries. For a link that is followed, `info` is of what it
 // leads to; a link that is not, or that leads nowhere, is told of itself.
@@ -29,6 +37,25 @@ struct SEntry {
     }
 };
 
+// What of a folder changes whenever a name is added or removed.
+struct SFolderStamp {
+    explicit SFolderStamp(const struct stat& info);
+    bool operator==(const SFolderStamp&) const = default;
+    // Whether the changes behind the two lie closer together than any coarse clock ticks.
+    [[nodiscard]] bool IsRightAfter(const SFolderStamp& other) const;
+
+    time_t modified, changed;
+    long modifiedPart, changedPart;
+    off_t size;
+    nlink_t links;
+};
+
+// The names in a folder when it had a certain stamp; none, when they are not known.
+struct SKnownNames {
+    SFolderStamp stamp;
+    std::unique_ptr<CNameSet> names;
+};
+
 // A folder that stays open, so that it remains the same one whatever happens to the way that led
 // to it. Its names are read when first asked for and kept for as long as the folder's times and
 // size stay what they were; changes made through this class are entered into them.
@@ -39,27 +66,29 @@ public:
     CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed);
 
     [[nodiscard]] int GetDescriptor() const { return m_folder.Get(); }
-    [[nodiscard]] dev_t GetDevice() const { return m_device; }
+    [[nodiscard]] FileId GetId() const { return m_id; }
     [[nodiscard]] const std::string& GetPath() const { return m_path; }
     [[nodiscard]] bool IsSealed() const { return m_isSealed; }
-    [[nodiscard]] bool IsSameAs(const struct stat& info) const;
-    [[nodiscard]] bool IsSameAs(const CFolder& other) const {
-        return other.m_device == m_device && other.m_number == m_number;
-    }
 
     // Whether the way still leads here. Names that are out of date are forgotten on this occasion.
     // A folder that is searched stays where it is, as it does on Windows, where nobody can move it.
+    // Where the folder itself would show being moved, the folders above are looked at again only
+    // after a moment, and not for every question about one file.
     [[nodiscard]] bool IsCurrent();
     void BeginSearch() { ++m_searches; }
     void EndSearch() { --m_searches; }
 
     // Looks an entry up by its name on disk. 0, or errno.
-    [[nodiscard]] int Look(const std::string& name, SEntry& entry) const;
+    [[nodiscard]] int Look(const std::string& name, SEntry& entry);
 
     // Looks an entry up by the name that it appears under; an exact name goes before one that
     // differs in letter case. ERROR_FILE_NOT_FOUND leaves in entry.name the name that a new file
     // gets. ERROR_INVALID_NAME when there can be none.
     [[nodiscard]] int Find(std::u16string_view text, SEntry& entry);
+
+    // Gives what was last looked up if that was a regular file and this is its name. It may be gone
+    // or another by now, but it can be opened to find out.
+    [[nodiscard]] bool Recall(std::u16string_view text, SEntry& entry) const;
 
     // Whether Find would not find `text`, as far as the names tell; entry.name is then set.
     [[nodiscard]] bool LacksName(std::u16string_view text, SEntry& entry);
@@ -67,40 +96,33 @@ public:
     // The names as of the last IsCurrent(); null, with errno set, when they cannot be read. Names
     // that are already held are good enough to go on with a search.
     [[nodiscard]] const CNameSet* GetNames();
-    [[nodiscard]] const CNameSet* GetHeldNames() { return m_names ? &*m_names : GetNames(); }
+    [[nodiscard]] const CNameSet* GetHeldNames() { return m_names ? m_names.get() : GetNames(); }
     // How many names are held.
     [[nodiscard]] std::size_t GetNameCount() const { return m_names ? m_names->GetCount() : 0; }
-    void ForgetNames() { m_names.reset(); }
+    // Take the names out of a folder that is closed, and put them into it when it is open again.
+    // They count only while the folder is as it was.
+    [[nodiscard]] SKnownNames TakeNames();
+    void PutNames(SKnownNames known);
 
     // Enter what the caller has just made or removed here.
     void NoteAdded(const std::string& name);
     void NoteRemoved(const std::string& name);
 
 private:
-    // What changes whenever a name is added or removed.
-    struct SStamp {
-        explicit SStamp(const struct stat& info);
-        bool operator==(const SStamp&) const = default;
-        [[nodiscard]] bool IsRightAfter(const SStamp& other) const;
-
-        time_t modified, changed;
-        long modifiedPart, changedPart;
-        off_t size;
-        nlink_t links;
-    };
-
+    [[nodiscard]] int LookAtSelf(struct stat& info);
     void NoteOwnChange();
 
     CFileDescriptor m_folder;
     std::string m_path;
-    dev_t m_device;
-    ino_t m_number;
+    FileId m_id;
     bool m_isSealed;
-    SStamp m_stamp;
-    std::optional<CNameSet> m_names;
+    SFolderStamp m_stamp;
+    std::unique_ptr<CNameSet> m_names;
     bool m_isRecent = false;      // since then it may have changed without another stamp
     bool m_hasFineTimes = false;  // no two changes have the same stamp
     int m_searches = 0;
+    std::int64_t m_lastLookAtWay = 0;  // in nanoseconds
+    std::string m_lastRegular;
 };
 
 }  // namespace platform

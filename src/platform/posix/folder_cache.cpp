@@ -16,16 +16,12 @@ namespace {
 
 // Leaves most of the usual 1024 descriptors to the rest of the process.
 constexpr std::size_t kMaxFolders = 64;
-constexpr std::size_t kMaxNames = 250'000;
+constexpr std::size_t kMaxNames = 100'000;
 
 // The library's own comparison looks at one unit at a time.
 bool IsSameText(std::u16string_view left, std::u16string_view right) {
     return left.size() == right.size() &&
            std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0;
-}
-
-bool IsSame(const struct stat& left, const struct stat& right) {
-    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
 // Opens a folder, also one that may be passed through but not be listed.
@@ -123,6 +119,8 @@ void CFolderCache::CheckMachine() {
 void CFolderCache::Clear() {
     m_folders.clear();
     m_recent = {};
+    m_names.clear();
+    m_nameCount = 0;
 }
 
 void CFolderCache::SetPackageFolder(const std::shared_ptr<CFolder>& folder) {
@@ -155,7 +153,7 @@ int CFolderCache::OpenRoot(const SFileLocation& location, std::shared_ptr<CFolde
 }
 
 int CFolderCache::OpenChild(CFolder& parent, std::u16string_view name,
-                            std::shared_ptr<CFolder>& folder) const {
+                            std::shared_ptr<CFolder>& folder) {
     SEntry entry;
     if (const int status = parent.Find(name, entry)) {
         return status;
@@ -173,27 +171,55 @@ int CFolderCache::OpenChild(CFolder& parent, std::u16string_view name,
     // A folder below an unsealed one is sealed only if it is the package folder, or a link led
     // there.
     const bool isSealed =
-        parent.IsSealed() ||
-        (m_package && (entry.isLink ? IsInPackage(opened.Get()) : m_package->IsSameAs(info)));
+        parent.IsSealed() || (m_package && (entry.isLink ? IsInPackage(opened.Get())
+                                                         : m_package->GetId() == GetFileId(info)));
     std::string path = parent.GetPath();
     if (path.back() != '/') {
         path += '/';
     }
     folder = std::make_shared<CFolder>(std::move(opened), path + entry.name, info, isSealed);
+    if (const auto known = m_names.find(folder->GetId()); known != m_names.end()) {
+        m_nameCount -= known->second.names->GetCount();
+        folder->PutNames(std::move(known->second));
+        m_names.erase(known);
+    }
     return ERROR_SUCCESS;
 }
 
 void CFolderCache::Keep(std::u16string_view path, const std::shared_ptr<CFolder>& folder) {
     if (m_folders.size() >= kMaxFolders) {
-        m_folders.erase(std::min_element(m_folders.begin(), m_folders.end(),
-                                         [](const auto& left, const auto& right) {
-                                             return left.second.lastUse < right.second.lastUse;
-                                         }));
+        CloseOldest();
     }
     LimitNames();
     m_folders[std::u16string(path)] = {folder, ++m_uses};
 }
 
+void CFolderCache::CloseOldest() {
+    const auto oldest = std::min_element(m_folders.begin(), m_folders.end(),
+                                         [](const auto& left, const auto& right) {
+                                             return left.second.lastUse < right.second.lastUse;
+                                         });
+    // One that someone still searches keeps its names.
+    if (oldest->second.folder.use_count() == 1) {
+        KeepNames(*oldest->second.folder);
+    }
+    m_folders.erase(oldest);
+}
+
+void CFolderCache::KeepNames(CFolder& folder) {
+    SKnownNames known = folder.TakeNames();
+    const std::size_t count = known.names ? known.names->GetCount() : 0;
+    if (count == 0 || count > kMaxNames) {
+        return;
+    }
+    if (m_nameCount + count > kMaxNames) {
+        m_names.clear();
+        m_nameCount = 0;
+    }
+    m_nameCount += m_names.try_emplace(folder.GetId(), std::move(known)).second ? count : 0;
+}
+
+// Lets go of names in open folders when there are too many.
 void CFolderCache::LimitNames() {
     std::size_t count = 0;
     for (const auto& [path, cached] : m_folders) {
@@ -203,7 +229,7 @@ void CFolderCache::LimitNames() {
         // A folder that is searched would have to read its names again at once.
         if (entry->second.folder.use_count() == 1) {
             count -= entry->second.folder->GetNameCount();
-            entry->second.folder->ForgetNames();
+            static_cast<void>(entry->second.folder->TakeNames());
         }
     }
 }
@@ -218,14 +244,14 @@ bool CFolderCache::IsInPackage(int folder) const {
         return true;
     }
     // Ends at the root folder, which is its own parent.
-    while (!m_package->IsSameAs(info)) {
+    while (m_package->GetId() != GetFileId(info)) {
         const int start = parent.IsOpen() ? parent.Get() : folder;
         CFileDescriptor above(openat(start, "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
         struct stat aboveInfo {};
         if (!above.IsOpen() || fstat(above.Get(), &aboveInfo) != 0) {
             return true;
         }
-        if (IsSame(info, aboveInfo)) {
+        if (GetFileId(info) == GetFileId(aboveInfo)) {
             return false;
         }
         parent = std::move(above);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -58,9 +59,10 @@ private:
 
     std::shared_ptr<CFolder> FindCurrent(std::u16string_view path);
     int OpenRoot(const SFileLocation& location, std::shared_ptr<CFolder>& folder) const;
-    int OpenChild(CFolder& parent, std::u16string_view name,
-                  std::shared_ptr<CFolder>& folder) const;
+    int OpenChild(CFolder& parent, std::u16string_view name, std::shared_ptr<CFolder>& folder);
     void Keep(std::u16string_view path, const std::shared_ptr<CFolder>& folder);
+    void CloseOldest();
+    void KeepNames(CFolder& folder);
     void LimitNames();
     [[nodiscard]] bool IsInPackage(int folder) const;
 
@@ -68,6 +70,9 @@ private:
     void Clear();
 
     Folders m_folders;
+    // The names of folders that are closed by now: a walk passes each of them several times.
+    std::map<FileId, SKnownNames> m_names;
+    std::size_t m_nameCount = 0;
     std::array<SRecent, 4> m_recent;
     std::size_t m_nextRecent = 0;
     std::uint64_t m_uses = 0;
