@@ -12,8 +12,8 @@ namespace {
 // What has been read of an element so far. One set serves all collections of a kind: an element
 // that never ends leaves its values to the next.
 struct SReadEnvVar {
-    bool isUser = false;
     CStrW value;
+    bool isUser = false;
     std::uint8_t installMode = 0;
 };
 

@@ -1,6 +1,6 @@
 #include "orvpackage/sanitizer.h"
 
-#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "foundation/reg_access.h"
@@ -9,12 +9,29 @@ namespace {
 
 constexpr std::u16string_view kSidToken = u"%SID%";
 
-// Whether a text holds one of the characters without which there is nothing to escape and nothing
-// to collapse: a path has a colon or a backslash, and the name of every hive an underscore.
-bool HasMarks(std::u16string_view text) {
-    return std::any_of(text.begin(), text.end(), [](char16_t unit) {
-        return unit == u'|' || unit == u'%' || unit == u':' || unit == u'\\' || unit == u'_';
-    });
+// The characters without which there is nothing to escape, or nothing to collapse.
+enum EMarks : std::uint8_t {
+    NoMarks = 0,
+    EscapeMarks = 1,
+    FilePathMarks = 2,
+    RegPathMarks = 4,
+};
+
+constexpr std::array<std::uint8_t, 128> MakeMarks() {
+    std::array<std::uint8_t, 128> marks{};
+    marks[u'|'] = marks[u'%'] = EscapeMarks;
+    marks[u':'] = marks[u'\\'] = FilePathMarks;  // every path has one of them
+    marks[u'_'] = RegPathMarks;                  // the name of every hive has it
+    return marks;
+}
+
+unsigned FindMarks(std::u16string_view text) {
+    static constexpr std::array<std::uint8_t, 128> kMarks = MakeMarks();
+    unsigned found = NoMarks;
+    for (const char16_t unit : text) {
+        found |= unit < kMarks.size() ? kMarks[unit] : NoMarks;
+    }
+    return found;
 }
 
 }  // namespace
@@ -29,16 +46,19 @@ CStrW COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags) con
 
 std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags,
                                             CStrW& buffer) const {
-    if (!HasMarks(text) && text.find(m_sid.View()) == std::u16string_view::npos) {
+    const unsigned marks = FindMarks(text);
+    if (marks == NoMarks && text.find(m_sid.View()) == std::u16string_view::npos) {
         return text;
     }
     buffer.Assign(text);
-    buffer.Replace(u"|", u"||", false);
-    buffer.Replace(u"%", u"|%", false);
-    if ((flags & SanitizeNoFilePaths) == 0) {
+    if ((marks & EscapeMarks) != 0) {
+        buffer.Replace(u"|", u"||", false);
+        buffer.Replace(u"%", u"|%", false);
+    }
+    if ((marks & FilePathMarks) != 0 && (flags & SanitizeNoFilePaths) == 0) {
         m_fileConverter->CollapsePaths(buffer, false);
     }
-    if ((flags & SanitizeNoRegPaths) == 0) {
+    if ((marks & RegPathMarks) != 0 && (flags & SanitizeNoRegPaths) == 0) {
         m_regConverter->CollapseKeyText(buffer);
     }
     buffer.Replace(m_sid, kSidToken, false);
