@@ -29,7 +29,7 @@ unsigned FindMarks(std::u16string_view text) {
     static constexpr std::array<std::uint8_t, 128> kMarks = MakeMarks();
     unsigned found = NoMarks;
     for (const char16_t unit : text) {
-        found |= unit < kMarks.size() ? kMarks[unit] : NoMarks;
+        found |= unit < kMarks.size() ? kMarks[unit] : 0U;
     }
     return found;
 }
