@@ -4,7 +4,7 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
+#include <cmath>
 #include <ctime>
 
 #include "platform/posix/errno_status.h"
@@ -46,15 +46,12 @@ std::int64_t Now() {
 // Whether a folder that changed at `changed` may change again without showing it: a clock that
 // ticks coarsely gives two changes the same time.
 bool IsRecent(const struct timespec& changed) {
-    constexpr long long kMillisecond = 1'000'000;
     struct timespec now {};
     clock_gettime(CLOCK_REALTIME, &now);
-    const long long age =
-        (static_cast<long long>(now.tv_sec) - changed.tv_sec) * 1000 * kMillisecond +
-        (now.tv_nsec - changed.tv_nsec);
+    const double age = static_cast<double>(now.tv_sec) - static_cast<double>(changed.tv_sec) +
+                       static_cast<double>(now.tv_nsec - changed.tv_nsec) * 1e-9;
     // Without parts of a second the file system probably counts whole ones.
-    const long long tick = (changed.tv_nsec == 0 ? 2000 : 20) * kMillisecond;
-    return std::llabs(age) < tick;
+    return std::abs(age) < (changed.tv_nsec == 0 ? 2.0 : 0.02);
 }
 
 }  // namespace

@@ -333,7 +333,7 @@ TEST_F(PosixFilesTest, ATreeMayBeDeeperThanThePathsOfTheSystem) {
     EXPECT_THAT(Search(name), ElementsAre(u"copy"));
 }
 
-TEST_F(PosixFilesTest, FoldersInUseAreBoundedInDescriptors) {
+TEST_F(PosixFilesTest, FoldersInUseAreBoundedAndSeenAsTheyAre) {
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
     const int next = dup(STDERR_FILENO);
@@ -345,6 +345,16 @@ TEST_F(PosixFilesTest, FoldersInUseAreBoundedInDescriptors) {
         const std::u16string folder = m_folder.Name(std::to_string(i));
         ASSERT_EQ(platform::CreateFolder(folder.c_str()), ERROR_SUCCESS);
         ASSERT_EQ(Copy(source, folder + uR"(\copy)"), ERROR_SUCCESS);
+    }
+    for (int i = 0; i < 200; ++i) {
+        const std::string folder = std::to_string(i);
+        EXPECT_THAT(Search(m_folder.Name(folder)), ElementsAre(u"copy"));
+        m_folder.WriteFile(folder + "/other");
+    }
+    for (int i = 0; i < 200; ++i) {
+        const std::u16string folder = m_folder.Name(std::to_string(i));
+        EXPECT_THAT(Search(folder), ElementsAre(u"copy", u"other"));
+        EXPECT_EQ(Find(folder + uR"(\OTHER)"), ERROR_SUCCESS);
     }
     setrlimit(RLIMIT_NOFILE, &before);
 }
