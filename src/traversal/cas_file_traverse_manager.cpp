@@ -99,8 +99,13 @@ CFilePathW MakePayloadName(const CStrW& collapsed) {
     if (first.GetLength() > 1 && first.View()[1] == u':') {
         first.Delete(1, 1);
     }
+    const CFilePathSegmentW name(first);
+    // A folder named "%..%" must not lead the payload out of the target's folder.
+    if (name.IsDot() || name.IsDotDot()) {
+        return CFilePathW();
+    }
     path.RemoveFirst(1);
-    static_cast<void>(path.PrependSegment(CFilePathSegmentW(first)));
+    static_cast<void>(path.PrependSegment(name));
     return path;
 }
 

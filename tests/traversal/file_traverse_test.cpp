@@ -110,6 +110,8 @@ TEST(PayloadNameTest, KeepsTheTokensNameOrTheDrivesLetter) {
         {uR"(rest\a)", R"(rest\a)"},
         {u"", ""},
         {u"%", ""},
+        {uR"(%..%\a.txt)", ""},
+        {uR"(%.%\a.txt)", ""},
     };
     for (const auto& name : kNames) {
         SCOPED_TRACE(Utf8(name.collapsed));
