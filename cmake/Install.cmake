@@ -7,6 +7,8 @@ add_library(OrvCasConv::OrvCasConv ALIAS OrvCasConv)
 
 install(TARGETS OrvCasConv EXPORT OrvCasConvTargets
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
         INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 install(FILES "${PROJECT_SOURCE_DIR}/include/orvcasconv/orvcasconv.h"
         DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/orvcasconv")

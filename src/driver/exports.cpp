@@ -11,8 +11,14 @@
 
 namespace {
 
+// A host's texts, which on Windows are of wchar_t.
+const char16_t* TextOf(const OrvChar* text) { return reinterpret_cast<const char16_t*>(text); }
+
+// Hands a text over to the host.
+OrvChar* Release(CStrW& text) { return reinterpret_cast<OrvChar*>(text.Detach()); }
+
 // A path as the host gives it; empty for null and for what is no path.
-CFilePathW PathOf(const OrvChar* text) { return CFilePathW(CStrW(text)); }
+CFilePathW PathOf(const OrvChar* text) { return CFilePathW(CStrW(TextOf(text))); }
 
 // Readies the machine's answers; without them nothing is converted, and the log says why.
 int LoadMachineOrLog() {
@@ -28,7 +34,7 @@ int Convert(const OrvChar* casFile, const CFilePathW& cas, const CFilePathW& orv
             std::uint32_t* targetCount, OrvProgressCallback callback, const CFilePathW& log) {
     CProgressEvent root(1, nullptr);
     root.SetCallback(callback);
-    root.SetMessage(CStrW(FormatMessageStyle, u"Converting %1 to ORV.", casFile));
+    root.SetMessage(CStrW(FormatMessageStyle, u"Converting %1 to ORV.", TextOf(casFile)));
     int status = LoadMachineOrLog();
     if (status == ERROR_SUCCESS) {
         CCasToOrvConverter converter;
@@ -91,8 +97,8 @@ uint32_t GetNextCasTargetInformation(void* handle, OrvChar** guidText, OrvChar**
     if (items.empty()) {
         return ERROR_NO_MORE_ITEMS;
     }
-    *guidText = items.front().GuidText.Detach();
-    *name = items.front().Name.Detach();
+    *guidText = Release(items.front().GuidText);
+    *name = Release(items.front().Name);
     items.erase(items.begin());
     return ERROR_SUCCESS;
 }

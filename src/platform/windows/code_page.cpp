@@ -1,0 +1,18 @@
+#include "platform/code_page.h"
+
+#include "platform/windows/win.h"
+
+namespace platform {
+
+std::string ToCodePage(std::u16string_view text, std::uint32_t codePage) {
+    const wchar_t* const units = ToWide(text.data());
+    const int length = static_cast<int>(text.size());
+    const int size = WideCharToMultiByte(codePage, 0, units, length, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    const int written =
+        WideCharToMultiByte(codePage, 0, units, length, bytes.data(), size, nullptr, nullptr);
+    bytes.resize(static_cast<std::size_t>(written));
+    return bytes;
+}
+
+}  // namespace platform

@@ -1,0 +1,54 @@
+#include "platform/com.h"
+
+#include "platform/windows/win.h"
+// Behind windows.h.
+#include <objbase.h>
+
+namespace platform {
+
+namespace {
+
+constexpr std::size_t kGuidLength = 38;
+
+}  // namespace
+
+bool CreateGuid(GUID& guid) {
+    GUID created;
+    if (CoCreateGuid(&created) != S_OK) {
+        return false;
+    }
+    guid = created;
+    return true;
+}
+
+std::u16string GuidToText(const GUID& guid) {
+    wchar_t* buffer = nullptr;
+    if (StringFromIID(guid, &buffer) != S_OK) {
+        return {};
+    }
+    std::u16string text(FromWide(buffer));
+    CoTaskMemFree(buffer);
+    return text;
+}
+
+bool TextToGuid(std::u16string_view text, GUID& guid) {
+    // IIDFromString takes a null text for a GUID of zeros.
+    if (text.size() != kGuidLength) {
+        return false;
+    }
+    GUID read;
+    if (IIDFromString(ToWide(std::u16string(text).c_str()), &read) != S_OK) {
+        return false;
+    }
+    guid = read;
+    return true;
+}
+
+void* AllocateForCaller(std::size_t size) { return CoTaskMemAlloc(size); }
+
+// A worker thread is this library's own, so that nobody has set it up in another way before.
+void EnterApartment() { static_cast<void>(CoInitialize(nullptr)); }
+
+void LeaveApartment() { CoUninitialize(); }
+
+}  // namespace platform
