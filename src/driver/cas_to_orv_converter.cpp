@@ -71,13 +71,12 @@ int CCasToOrvConverter::Convert(const CFilePathW& casFile, const CFilePathW& orv
 void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets,
                                         CProgressEvent& progress) {
     const CPackageFolder packageFolder(m_package.GetFolder());
-    const CFilePathW outputFolder = orvFile.GetParent();
+    m_outputFolder = orvFile.GetParent();
     for (const auto& target : m_package.GetProfile().Targets) {
         COrvPackage package;
         const CStrW guid = GuidText(target->Guid);
         *targets++ = target->Guid;
-        const CFilePathW folder(outputFolder, CFilePathSegmentW(guid));
-        package.SetManifestPath(CFilePathW(folder, orvFile.GetFileName()));
+        package.SetManifestPath(CFilePathW(OutputFolder(*target), orvFile.GetFileName()));
         progress.SetMessage(CStrW(FormatMessageStyle, u"CAS Target:  %1", guid.Get()));
         ConvertTarget(package, *target, progress);
         progress.Step();
@@ -138,6 +137,10 @@ void CCasToOrvConverter::SaveTarget(COrvPackage& package) {
 
 CFilePathW CCasToOrvConverter::TargetFolder(const CCasTarget& target) const {
     return CFilePathW(m_package.GetFolder(), CFilePathSegmentW(target.GetFolderName()));
+}
+
+CFilePathW CCasToOrvConverter::OutputFolder(const CCasTarget& target) const {
+    return CFilePathW(m_outputFolder, CFilePathSegmentW(GuidText(target.Guid)));
 }
 
 bool IsTarget64Bit(const CCasTarget& target) {

@@ -49,11 +49,14 @@ private:
     int ProcessScripts(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
     static void SaveTarget(COrvPackage& package);
 
+    // Where a target was captured to, and where it is written.
     [[nodiscard]] CFilePathW TargetFolder(const CCasTarget& target) const;
+    [[nodiscard]] CFilePathW OutputFolder(const CCasTarget& target) const;
 
     CCasPackage m_package;
     CAssemblyProcessor m_assemblyProcessor;
     CServiceProcessor m_serviceProcessor;
+    CFilePathW m_outputFolder;  // that holds those of the targets
 };
 
 // Whether a target was captured on a system of 64 bits.

@@ -81,6 +81,9 @@ private:
 // parent. POSIX has no short names: there the name comes back as it is, if it exists.
 [[nodiscard]] int GetLongName(const char16_t* name, std::u16string& longName);
 
+// Whether two names lead to one and the same folder, which is there.
+[[nodiscard]] bool IsSameFolder(const char16_t* left, const char16_t* right);
+
 // Names the folder of the package that is being read. On POSIX no symbolic link below it is
 // followed, so that a package cannot reach out of itself; Windows has no use for it. A null name
 // ends this. The way to the folder itself may hold links.

@@ -55,8 +55,12 @@ void CFileTraverse::Clear() {
 }
 
 bool CFileTraverse::IsExcluded(const CFilePathW& folder) const {
-    return std::any_of(m_excluded.begin(), m_excluded.end(),
-                       [&folder](const CFilePathW& excluded) { return excluded.Equals(folder); });
+    // Links and drives may give a folder many paths, which differ in what stands before its name.
+    return std::any_of(m_excluded.begin(), m_excluded.end(), [&folder](const CFilePathW& excluded) {
+        return excluded.GetLastSegment().EqualsNoCase(folder.GetLastSegment().View()) &&
+               (excluded.Equals(folder) ||
+                platform::IsSameFolder(excluded.ToString().Get(), folder.ToString().Get()));
+    });
 }
 
 bool CFileTraverse::VisitFolder(const CFilePathW& /*path*/, const platform::SFindData& /*data*/) {

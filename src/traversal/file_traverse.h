@@ -13,7 +13,8 @@
 // no valid name, is passed over without a word.
 class CFileTraverse : public CTraverse {
 public:
-    // Add folders to walk, and folders to leave out. Not while a walk runs.
+    // Add folders to walk, and folders to leave out, which may be missing and may be given by
+    // another path than the walk takes. Not while a walk runs.
     void AddRoot(const CFilePathW& folder) { m_pending.push_back(folder); }
     void AddExcluded(const CFilePathW& folder) { m_excluded.push_back(folder); }
     // What entries of a folder must match; "*" for all.

@@ -205,6 +205,26 @@ TEST_F(ConversionTest, SecondConversionReplacesWhatTheFirstLeft) {
     EXPECT_EQ(m_conversion.Manifest(kGuid).find("gone.txt"), std::string::npos);
 }
 
+TEST_F(ConversionTest, OutputAmongTheCapturedFilesIsNotCapturedAgain) {
+    CTestPackage package;
+    package.Target(CTestTarget("11111111-2222-3333-4444-555555555555").File("C/b.txt", "b"))
+        .Target(TestTarget().File("C/a.txt", "a").File("C/out/kept.txt", "kept"));
+    package.Write(m_conversion.Folder().Path("package"), "App.profile");
+    const std::string captured = "package/0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9_1/Device/C/out";
+    // By a link, so that the output's path does not show where it lies.
+    std::filesystem::create_directory_symlink(m_conversion.Folder().Path(captured),
+                                              m_conversion.Folder().Path("out"));
+    for (const char* run : {"first", "second"}) {
+        SCOPED_TRACE(run);
+        ASSERT_EQ(m_conversion.ConvertFile("package/App.profile"), 0U);
+        EXPECT_EQ(m_conversion.Payload(kGuid),
+                  (std::vector<std::string>{"SystemDrive/a.txt", "SystemDrive/out/kept.txt"}));
+        EXPECT_EQ(m_conversion.Payload(kOtherGuid), std::vector<std::string>{"SystemDrive/b.txt"});
+        EXPECT_EQ(m_conversion.Collection(kGuid, "CreateFiles").find("{"), std::string::npos);
+    }
+    EXPECT_EQ(m_conversion.Folder().ReadFile(captured + "/kept.txt"), "kept");
+}
+
 struct SBadProfile {
     const char* name;
     std::string text;

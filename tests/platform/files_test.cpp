@@ -236,6 +236,18 @@ TEST_F(FilesTest, MakesAFolderWhereTheNameIsFree) {
     EXPECT_TRUE(fs::is_directory(m_folder.Path("new")));
 }
 
+TEST_F(FilesTest, KnowsAFolderByAnyOfItsNames) {
+    const auto isSame = [](const std::u16string& left, const std::u16string& right) {
+        return platform::IsSameFolder(left.c_str(), right.c_str());
+    };
+    const std::u16string folder = m_folder.MakeFolder("a/b");
+    const std::u16string file = m_folder.WriteFile("a/file");
+    EXPECT_TRUE(isSame(folder, m_folder.Name("A") + uR"(\.\B\)"));
+    EXPECT_FALSE(isSame(folder, m_folder.Name("a")));
+    EXPECT_FALSE(isSame(file, file));
+    EXPECT_FALSE(isSame(m_folder.Name("missing"), m_folder.Name("missing")));
+}
+
 TEST_F(FilesTest, WritesAFileFromItsStart) {
     const std::u16string name = m_folder.WriteFile("out", "something longer");
     platform::COutputFile file;

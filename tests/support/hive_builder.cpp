@@ -187,7 +187,7 @@ std::uint32_t CTestHive::CLayout::AddKey(const SKey& key) {
               (&key == m_hive.m_keys.data() ? kRootFlags : 0) | (key.isWide ? 0 : kLatin1KeyName),
               2);
     PutNumber(content, 4, kWriteTime, 8);
-    for (const std::size_t offset : {28, 32, 40, 48}) {
+    for (const std::size_t offset : {28U, 32U, 40U, 48U}) {
         PutNumber(content, offset, kNoCell, 4);
     }
     PutNumber(content, 72, name.size(), 2);

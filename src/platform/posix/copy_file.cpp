@@ -155,7 +155,7 @@ int Fill(const SSource& source, SOutput& output) {
         return error;
     }
     if (!output.isNew && source.IsReadOnly() &&
-        fchmod(to, output.info.st_mode & 07777 & ~(S_IWUSR | S_IWGRP | S_IWOTH)) != 0) {
+        fchmod(to, output.info.st_mode & 07777 & ~mode_t{S_IWUSR | S_IWGRP | S_IWOTH}) != 0) {
         return errno;
     }
     const struct timespec times[2] = {{0, UTIME_OMIT}, source.info.st_mtim};

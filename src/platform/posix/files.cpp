@@ -124,6 +124,14 @@ int GetLongName(const char16_t* name, std::u16string& longName) {
     return ERROR_SUCCESS;
 }
 
+bool IsSameFolder(const char16_t* left, const char16_t* right) {
+    SFilePlace first;
+    SFilePlace second;
+    return FindFile(left, first) == ERROR_SUCCESS && first.entry.IsFolder() &&
+           FindFile(right, second) == ERROR_SUCCESS &&
+           GetFileId(first.entry.info) == GetFileId(second.entry.info);
+}
+
 void SetPackageFolder(const char16_t* name) {
     CFolderCache& cache = CFolderCache::Get();
     cache.SetPackageFolder(nullptr);

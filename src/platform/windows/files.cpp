@@ -4,6 +4,36 @@
 
 namespace platform {
 
+namespace {
+
+// A folder open for questions about it; closes itself.
+class CFolderHandle {
+public:
+    explicit CFolderHandle(const char16_t* name)
+        : m_handle(CreateFileW(ToWide(name), 0,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                               OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
+    ~CFolderHandle() {
+        if (m_handle != INVALID_HANDLE_VALUE) {
+            CloseHandle(m_handle);
+        }
+    }
+    CFolderHandle(const CFolderHandle&) = delete;
+    CFolderHandle& operator=(const CFolderHandle&) = delete;
+
+    // False when there is no such folder.
+    bool GetInfo(BY_HANDLE_FILE_INFORMATION& info) const {
+        return m_handle != INVALID_HANDLE_VALUE &&
+               GetFileInformationByHandle(m_handle, &info) != FALSE &&
+               (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    }
+
+private:
+    HANDLE m_handle;
+};
+
+}  // namespace
+
 int SetAttributes(const char16_t* name, std::uint32_t attributes) {
     return StatusFromCall(SetFileAttributesW(ToWide(name), attributes));
 }
@@ -36,6 +66,17 @@ int GetLongName(const char16_t* name, std::u16string& longName) {
         size = length;
     }
     return GetLastError();
+}
+
+bool IsSameFolder(const char16_t* left, const char16_t* right) {
+    // Both stay open, so that none can be removed and its number be given to the other.
+    const CFolderHandle first(left);
+    const CFolderHandle second(right);
+    BY_HANDLE_FILE_INFORMATION one;
+    BY_HANDLE_FILE_INFORMATION other;
+    return first.GetInfo(one) && second.GetInfo(other) &&
+           one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
+           one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
 }
 
 void SetPackageFolder(const char16_t* /*name*/) {}
