@@ -1,0 +1,108 @@
+#include "platform/windows/win.h"
+// The headers of COM need the one above.
+#include <shlwapi.h>
+#include <xmllite.h>
+
+#include "platform/status.h"
+#include "platform/windows/com_pointer.h"
+#include "platform/xml.h"
+
+namespace platform {
+
+struct CXmlInput::SState {
+    CComPointer<IStream> stream;
+    CComPointer<IXmlReader> reader;
+    int result = S_OK;  // what ended the reading
+    bool isEmptyElement = false;
+};
+
+namespace {
+
+using TextOperation = HRESULT (IXmlReader::*)(LPCWSTR*, UINT*);
+
+std::u16string_view ReadText(IXmlReader* reader, TextOperation operation) {
+    const wchar_t* text = nullptr;
+    UINT length = 0;
+    const bool hasText = (reader->*operation)(&text, &length) == S_OK && text != nullptr;
+    return hasText ? std::u16string_view(FromWide(text), length) : std::u16string_view();
+}
+
+}  // namespace
+
+CXmlInput::CXmlInput() = default;
+CXmlInput::~CXmlInput() = default;
+
+int CXmlInput::Open(const char16_t* name) {
+    Close();
+    auto state = std::make_unique<SState>();
+    CComPointer<IXmlReader>& reader = state->reader;
+    HRESULT result = ::CreateXmlReader(__uuidof(IXmlReader), reader.ReceiveAny(), nullptr);
+    if (SUCCEEDED(result)) {
+        result = reader->SetProperty(XmlReaderProperty_DtdProcessing, DtdProcessing_Prohibit);
+    }
+    if (SUCCEEDED(result)) {
+        // 256 unless it is said otherwise; 0 stands for no limit.
+        result = reader->SetProperty(XmlReaderProperty_MaxElementDepth, 0);
+    }
+    if (SUCCEEDED(result)) {
+        result = ::SHCreateStreamOnFileW(ToWide(name), STGM_READ, state->stream.Receive());
+    }
+    if (SUCCEEDED(result)) {
+        result = reader->SetInput(state->stream.Get());
+    }
+    if (FAILED(result)) {
+        return result;
+    }
+    m_state = std::move(state);
+    return S_OK;
+}
+
+void CXmlInput::Close() { m_state.reset(); }
+
+int CXmlInput::Read(EXmlNode& node) {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    SState& state = *m_state;
+    if (state.result != S_OK) {
+        return state.result;
+    }
+    XmlNodeType type = XmlNodeType_None;
+    state.result = state.reader->Read(&type);
+    state.isEmptyElement = state.result == S_OK && type == XmlNodeType_Element &&
+                           state.reader->IsEmptyElement() != FALSE;
+    if (state.result == S_OK) {
+        node = static_cast<EXmlNode>(type);  // the numbers are XmlLite's
+    }
+    return state.result;
+}
+
+int CXmlInput::MoveToFirstAttribute() {
+    return IsOpen() ? m_state->reader->MoveToFirstAttribute() : E_FAIL;
+}
+
+int CXmlInput::MoveToNextAttribute() {
+    return IsOpen() ? m_state->reader->MoveToNextAttribute() : E_FAIL;
+}
+
+std::u16string_view CXmlInput::GetPrefix() {
+    return IsOpen() ? ReadText(m_state->reader.Get(), &IXmlReader::GetPrefix) : u"";
+}
+
+std::u16string_view CXmlInput::GetLocalName() {
+    return IsOpen() ? ReadText(m_state->reader.Get(), &IXmlReader::GetLocalName) : u"";
+}
+
+std::u16string_view CXmlInput::GetValue() {
+    return IsOpen() ? ReadText(m_state->reader.Get(), &IXmlReader::GetValue) : u"";
+}
+
+bool CXmlInput::IsEmptyElement() const { return IsOpen() && m_state->isEmptyElement; }
+
+std::uint32_t CXmlInput::GetLineNumber() const {
+    UINT line = 0;
+    const bool isKnown = IsOpen() && m_state->reader->GetLineNumber(&line) == S_OK;
+    return isKnown ? line : 0;
+}
+
+}  // namespace platform
