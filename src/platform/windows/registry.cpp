@@ -1,0 +1,216 @@
+#include "platform/registry.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "platform/status.h"
+#include "platform/windows/win.h"
+
+namespace platform {
+
+namespace {
+
+// Nearly all names fit into the first buffer, and all there can be into the second.
+constexpr std::size_t kShortName = 256;
+constexpr std::size_t kLongestName = 32768;
+
+HKEY ToHandle(KeyHandle key) { return reinterpret_cast<HKEY>(key); }
+KeyHandle FromHandle(HKEY key) { return reinterpret_cast<KeyHandle>(key); }
+
+// The number of a predefined key as the handle that stands for it: with its sign in 64 bits.
+HKEY PredefinedHandle(std::uint32_t number) {
+    const auto handle = static_cast<std::intptr_t>(static_cast<std::int32_t>(number));
+    return reinterpret_cast<HKEY>(handle);
+}
+
+// The registry returns its errors and leaves the thread's last one as it was.
+int Result(LSTATUS status) {
+    return status == NO_ERROR ? ERROR_SUCCESS : SetLastError(static_cast<int>(status));
+}
+
+// Calls `enumerate` with room for a name, a second time when it is an exceptionally long one. A
+// name is what stands before its first NUL.
+template <typename TEnumerate>
+int EnumName(std::u16string& name, const TEnumerate& enumerate) {
+    std::array<char16_t, kShortName> buffer{};
+    auto size = static_cast<DWORD>(buffer.size());
+    LSTATUS status = enumerate(ToWide(buffer.data()), size);
+    if (status == NO_ERROR) {
+        name = buffer.data();
+        return ERROR_SUCCESS;
+    }
+    if (status == ERROR_MORE_DATA) {
+        std::vector<char16_t> longBuffer(kLongestName);
+        size = static_cast<DWORD>(longBuffer.size());
+        status = enumerate(ToWide(longBuffer.data()), size);
+        if (status == NO_ERROR) {
+            name = longBuffer.data();
+        }
+    }
+    return Result(status);
+}
+
+struct SHandleClose {
+    using pointer = HANDLE;
+    void operator()(HANDLE handle) const { ::CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<HANDLE, SHandleClose>;
+
+Handle OpenToken() {
+    HANDLE token = nullptr;
+    const DWORD access = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
+    return Handle(::OpenProcessToken(::GetCurrentProcess(), access, &token) ? token : nullptr);
+}
+
+// The process's token and the number that a privilege goes by on this machine.
+struct SPrivilege {
+    Handle token;
+    LUID number{};
+};
+
+bool FindPrivilege(const char16_t* name, SPrivilege& privilege) {
+    privilege.token = OpenToken();
+    return privilege.token != nullptr &&
+           ::LookupPrivilegeValueW(nullptr, ToWide(name), &privilege.number) != 0;
+}
+
+// The privileges of a token with their attributes, as the system lays them out; empty on failure.
+std::vector<std::byte> ReadPrivileges(HANDLE token) {
+    DWORD size = 0;
+    ::GetTokenInformation(token, TokenPrivileges, nullptr, 0, &size);
+    std::vector<std::byte> bytes(size);
+    if (size == 0 || !::GetTokenInformation(token, TokenPrivileges, bytes.data(), size, &size)) {
+        bytes.clear();
+    }
+    return bytes;
+}
+
+bool IsOn(const LUID_AND_ATTRIBUTES& entry, const LUID& number) {
+    return entry.Luid.LowPart == number.LowPart && entry.Luid.HighPart == number.HighPart &&
+           (entry.Attributes == SE_PRIVILEGE_ENABLED_BY_DEFAULT ||
+            entry.Attributes == SE_PRIVILEGE_ENABLED);
+}
+
+bool Adjust(const SPrivilege& privilege, DWORD attributes) {
+    TOKEN_PRIVILEGES change{};
+    change.PrivilegeCount = 1;
+    change.Privileges[0].Luid = privilege.number;
+    change.Privileges[0].Attributes = attributes;
+    ::SetLastError(NO_ERROR);
+    ::AdjustTokenPrivileges(privilege.token.get(), FALSE, &change, 0, nullptr, nullptr);
+    // It also succeeds when the token does not hold the privilege; the last error tells.
+    return ::GetLastError() == NO_ERROR;
+}
+
+}  // namespace
+
+int ConnectMachine(KeyHandle& machine) {
+    HKEY handle = nullptr;
+    const int status = Result(::RegConnectRegistryW(nullptr, HKEY_LOCAL_MACHINE, &handle));
+    if (status == ERROR_SUCCESS) {
+        machine = FromHandle(handle);
+    }
+    return status;
+}
+
+int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName) {
+    return Result(::RegLoadKeyW(ToHandle(machine), ToWide(mountName), ToWide(fileName)));
+}
+
+int UnloadHive(KeyHandle machine, const char16_t* mountName) {
+    return Result(::RegUnLoadKeyW(ToHandle(machine), ToWide(mountName)));
+}
+
+int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& key) {
+    HKEY handle = nullptr;
+    const std::u16string path(subKey);
+    const int status = Result(::RegOpenKeyExW(PredefinedHandle(predefinedKey), ToWide(path.c_str()),
+                                              0, KEY_READ, &handle));
+    if (status == ERROR_SUCCESS) {
+        key = FromHandle(handle);
+    }
+    return status;
+}
+
+void CloseKey(KeyHandle key) {
+    if (key != nullptr) {
+        ::RegCloseKey(ToHandle(key));
+    }
+}
+
+int QueryKeyInfo(KeyHandle key, SKeyInfo& info) {
+    DWORD subKeyCount = 0;
+    DWORD longestSubKeyName = 0;
+    DWORD valueCount = 0;
+    DWORD longestValueName = 0;
+    const int status = Result(::RegQueryInfoKeyW(
+        ToHandle(key), nullptr, nullptr, nullptr, &subKeyCount, &longestSubKeyName, nullptr,
+        &valueCount, &longestValueName, nullptr, nullptr, nullptr));
+    if (status == ERROR_SUCCESS) {
+        info = {subKeyCount, longestSubKeyName, valueCount, longestValueName};
+    }
+    return status;
+}
+
+int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name) {
+    return EnumName(name, [&](wchar_t* buffer, DWORD& size) {
+        return ::RegEnumKeyExW(ToHandle(key), index, buffer, &size, nullptr, nullptr, nullptr,
+                               nullptr);
+    });
+}
+
+int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name, std::uint32_t& type) {
+    DWORD foundType = REG_NONE;
+    const int status = EnumName(name, [&](wchar_t* buffer, DWORD& size) {
+        return ::RegEnumValueW(ToHandle(key), index, buffer, &size, nullptr, &foundType, nullptr,
+                               nullptr);
+    });
+    if (status == ERROR_SUCCESS) {
+        type = foundType;
+    }
+    return status;
+}
+
+int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type, void* data,
+               std::uint32_t& size) {
+    const std::u16string valueName(name);
+    DWORD foundType = REG_NONE;
+    DWORD foundSize = size;
+    const int status = Result(::RegQueryValueExW(ToHandle(key), ToWide(valueName.c_str()), nullptr,
+                                                 &foundType, static_cast<BYTE*>(data), &foundSize));
+    if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
+        type = foundType;
+        size = foundSize;
+    }
+    return status;
+}
+
+int EnablePrivilege(const char16_t* name) {
+    SPrivilege privilege;
+    if (!FindPrivilege(name, privilege)) {
+        return -1;
+    }
+    const std::vector<std::byte> bytes = ReadPrivileges(privilege.token.get());
+    if (bytes.empty()) {
+        return -1;
+    }
+    const auto* const held = reinterpret_cast<const TOKEN_PRIVILEGES*>(bytes.data());
+    const LUID_AND_ATTRIBUTES* const entries = held->Privileges;
+    const bool isOn = std::any_of(
+        entries, entries + held->PrivilegeCount,
+        [&](const LUID_AND_ATTRIBUTES& entry) { return IsOn(entry, privilege.number); });
+    if (isOn) {
+        return 0;
+    }
+    return Adjust(privilege, SE_PRIVILEGE_ENABLED) ? 1 : -1;
+}
+
+bool DisablePrivilege(const char16_t* name) {
+    SPrivilege privilege;
+    return FindPrivilege(name, privilege) && Adjust(privilege, 0);
+}
+
+}  // namespace platform
