@@ -30,7 +30,7 @@ std::string Program(std::string_view name, std::size_t size = 512) {
 // An icon of 16 by 16 pixels in one colour, given as blue, green, red and alpha.
 std::string Icon(std::uint32_t colour) {
     std::string bytes;
-    for (const std::uint64_t number : {0, 1, 1}) {  // an icon file with one image
+    for (const unsigned number : {0U, 1U, 1U}) {  // an icon file with one image
         AppendNumber(bytes, number, 2);
     }
     AppendNumber(bytes, 0x1010, 4);     // its size; no palette
