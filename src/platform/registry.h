@@ -43,6 +43,9 @@ struct SKeyInfo {
 // all others are.
 [[nodiscard]] int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName);
 
+// Whether such a hive says that it has more keys or values than are there. Windows loads none.
+[[nodiscard]] bool IsHiveDamaged(const char16_t* mountName);
+
 // Takes such a hive away. ERROR_FILE_NOT_FOUND when nothing is loaded under that name;
 // ERROR_ACCESS_DENIED while a key of the hive is open.
 [[nodiscard]] int UnloadHive(KeyHandle machine, const char16_t* mountName);

@@ -62,6 +62,10 @@ int CCasRegistryReader::ReadMounted(COrvPackage& package, const CFilePathW& hive
         GetLogger().LogStatus(status, ReadFailedText(hiveFile.ToString()));
         return status;
     }
+    // What can be read of a damaged hive is converted, but not without a word.
+    if (platform::IsHiveDamaged(kMountName)) {
+        GetLogger().LogStatus(ERROR_BADDB, ReadFailedText(hiveFile.ToString()));
+    }
     const CRegPathW root(CHiveNameW(u"HKEY_LOCAL_MACHINE"), CRegPathSegmentW(kMountName));
     Walk(package, root, is64Bit);
     status = machine.Unmount();

@@ -42,6 +42,22 @@ protected:
     CTestConversion m_conversion;
 };
 
+TEST_F(RegistryConversionTest, DamagedHiveIsConvertedAsFarAsItCanBeRead) {
+    Convert(CTestHive()
+                .Key(uR"(REGISTRY\MACHINE\Bad)")
+                .Key(uR"(REGISTRY\MACHINE\Good)")
+                .Dword(u"kept", 1)
+                .Patch16({SHiveCell::Key, uR"(REGISTRY\MACHINE\Bad)"}, 0, 0)
+                .Bytes());
+    EXPECT_TRUE(Holds("CreateKeys", R"(HKEY_LOCAL_MACHINE\Good)"));
+    EXPECT_TRUE(Holds("CreateValues", R"(Value="kept")"));
+    EXPECT_EQ(Count("CreateKeys"), 1);
+    ASSERT_EQ(m_conversion.LogLines().size(), 1U);
+    EXPECT_TRUE(m_conversion.LogLines()[0].starts_with("Warning: Failed to read the file 'Z:"));
+    EXPECT_NE(m_conversion.LogLines()[0].find("InstallRoot.dat' .  .  The configuration registry"),
+              std::string::npos);
+}
+
 TEST_F(RegistryConversionTest, KeysAreFoldedOntoTheRealMachine) {
     Convert(CTestHive()
                 .String(u"lost", u"directly below the mount")

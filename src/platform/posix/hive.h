@@ -26,6 +26,8 @@ public:
     // Takes over the bytes of a hive, logs applied. Returns 0, or ERROR_BADDB when they are no hive
     // or have no root key; the hive is of no use then.
     [[nodiscard]] int Load(CHiveImage image);
+    // Whether there are fewer keys or values than it says.
+    [[nodiscard]] bool IsDamaged() const { return m_index.IsDamaged(); }
 
     // The key at `path`, names joined by backslashes; the root when it is empty. kNoKey if there is
     // none. A backslash at the end means nothing.

@@ -73,6 +73,9 @@ bool CHiveIndex::CBuilder::Build(CellOffset root) {
         static_cast<void>(m_cells.ReadKey(m_index.m_keys[key].cell, node));
         AddChildren(key, node);
         AddValues(key, node);
+        const SKey& added = m_index.m_keys[key];
+        m_index.m_isDamaged = m_index.m_isDamaged || added.childCount < node.subKeyCount ||
+                              added.valueCount < node.valueCount;
     }
     return true;
 }

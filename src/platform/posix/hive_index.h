@@ -27,6 +27,9 @@ public:
     // Reads the tree below `root`; false when that is no key. `cells` must outlive the index.
     [[nodiscard]] bool Build(const CHiveCells& cells, CellOffset root);
 
+    // Whether a key has fewer subkeys or values than it says.
+    [[nodiscard]] bool IsDamaged() const { return m_isDamaged; }
+
     [[nodiscard]] SKeyInfo GetInfo(KeyNumber key) const;
     [[nodiscard]] std::uint32_t GetChildCount(KeyNumber key) const {
         return m_keys[key].childCount;
@@ -82,6 +85,7 @@ private:
     std::vector<SKey> m_keys;  // breadth first
     std::vector<CellOffset> m_values;
     CNameTable m_names;
+    bool m_isDamaged = false;
     bool m_hasNamesakes = false;  // two subkeys of one key that answer to the same name
 };
 

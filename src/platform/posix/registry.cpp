@@ -100,6 +100,11 @@ int LoadHive(KeyHandle /*machine*/, const char16_t* mountName, const char16_t* f
     return ERROR_SUCCESS;
 }
 
+bool IsHiveDamaged(const char16_t* mountName) {
+    const auto mount = FindMount(mountName);
+    return mount != GetMounts().end() && (*mount)->hive.IsDamaged();
+}
+
 int UnloadHive(KeyHandle /*machine*/, const char16_t* mountName) {
     const auto mount = FindMount(mountName);
     if (mount == GetMounts().end()) {

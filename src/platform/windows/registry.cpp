@@ -120,6 +120,8 @@ int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileN
     return Result(::RegLoadKeyW(ToHandle(machine), ToWide(mountName), ToWide(fileName)));
 }
 
+bool IsHiveDamaged(const char16_t* /*mountName*/) { return false; }
+
 int UnloadHive(KeyHandle machine, const char16_t* mountName) {
     return Result(::RegUnLoadKeyW(ToHandle(machine), ToWide(mountName)));
 }

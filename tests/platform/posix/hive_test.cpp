@@ -233,10 +233,13 @@ protected:
 
     // The lines that the damage took away. Nothing else may change.
     RegistryTree Lost(const CTestHive& damaged) const {
-        const RegistryTree left = ReadTree(damaged.Bytes());
+        CHive hive;
+        EXPECT_EQ(LoadBytes(damaged.Bytes(), hive), ERROR_SUCCESS);
+        const RegistryTree left = ReadTree(hive);
         RegistryTree lost;
         std::ranges::set_difference(m_whole, left, std::back_inserter(lost));
         EXPECT_EQ(left.size() + lost.size(), m_whole.size());
+        EXPECT_TRUE(hive.IsDamaged() || lost.empty());
         for (std::string& line : lost) {
             line = line.substr(0, line.find(' '));
         }
