@@ -24,7 +24,6 @@ TEST_F(AssemblyTest, WritesAnAssemblyWithItsSortedFilesOnOneLine) {
         "CatalogRelativeSource=\"Assemblies\\c\" Private=\"%CSIDL_PROGRAM_FILES%\\App\">"
         "<File RelativeSource=\"a\" /><File RelativeSource=\"B\" />"
         "<File RelativeSource=\"C:\\x\" /></Assembly>\n</CreateAssemblies>\n");
-    EXPECT_EQ(SavedItemsAgain(), SavedItems());
 }
 
 TEST_F(AssemblyTest, WithoutAManifestItStaysOut) {
@@ -51,7 +50,6 @@ TEST_F(AssemblyTest, DeletedAssemblyHasANameAndNoId) {
     auto& assemblies = m_package.Get<COrvDeleteAssembliesCollection>();
     assemblies.AddItem(u"50%");
     EXPECT_EQ(SavedItems(), "<DeleteAssemblies>\n<Assembly Name=\"50%\" />\n</DeleteAssemblies>\n");
-    EXPECT_EQ(SavedItemsAgain(), SavedItems());
     assemblies.Clear();
     Read(R"(<DeleteAssemblies><Assembly Id="a"/></DeleteAssemblies>)");
     EXPECT_EQ(assemblies.GetCount(), 1U);

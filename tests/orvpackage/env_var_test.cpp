@@ -25,7 +25,6 @@ TEST_F(EnvVarTest, ValueIsPortableAndTheNameStandsAsItIs) {
               "Value=\"%SystemDrive%\\bin;%CSIDL_PROGRAM_FILES%\\a;50|%\" InstallMode=\"255\" />\n"
               "</CreateEnvVars>\n<DeleteEnvVars>\n<EnvVar Variable=\"OLD\" User=\"0\" />\n"
               "</DeleteEnvVars>\n");
-    EXPECT_EQ(SavedItemsAgain(), SavedItems());
 }
 
 TEST_F(EnvVarTest, ReadsScopeAndModeByTheirRules) {

@@ -74,7 +74,6 @@ TEST_F(KeyTest, DeletionIsRecursiveUnlessItSaysZero) {
     Read(R"(<DeleteKeys><Key Target="HKLM\a" Recursive="0"/><Key Target="HKLM\b"/></DeleteKeys>)");
     EXPECT_NE(SavedItems().find(R"(\a" Recursive="0")"), std::string::npos);
     EXPECT_NE(SavedItems().find(R"(\b" Recursive="1")"), std::string::npos);
-    EXPECT_EQ(SavedItemsAgain(), SavedItems());
 }
 
 TEST_F(KeyTest, ValueToDeleteIsNamedUnlessItIsTheDefaultValue) {
@@ -83,7 +82,6 @@ TEST_F(KeyTest, ValueToDeleteIsNamedUnlessItIsTheDefaultValue) {
     EXPECT_EQ(SavedItems(),
               "<DeleteValues>\n<Value Target=\"HKEY_LOCAL_MACHINE\\a\" Value=\"50|%\" />\n"
               "</DeleteValues>\n");
-    EXPECT_EQ(SavedItemsAgain(), SavedItems());
     values.Clear();
     EXPECT_EQ(Utf8(values.AddItem(uR"(HKLM\a)", u"", 0)->GetName()), R"(HKLM\a/)");
     EXPECT_EQ(SavedItems(),

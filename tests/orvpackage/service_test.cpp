@@ -20,7 +20,7 @@ protected:
     }
 };
 
-TEST_F(ServiceTest, WritesAllOfAServiceAndReadsItBack) {
+TEST_F(ServiceTest, WritesAllOfAService) {
     CDoubleNullStringW dependencies;
     dependencies.Add(u"+Group 50%");
     dependencies.Add(uR"(C:\Program Files)");
@@ -42,7 +42,6 @@ TEST_F(ServiceTest, WritesAllOfAServiceAndReadsItBack) {
               "Binary=\"%SystemDrive%\\s.exe\" Arguments=\"-f %CSIDL_PROGRAM_FILES%\\x 5|%\" "
               "LoadOrder=\"g\" Dependencies=\"+Group 50%\\0C:\\\\Program Files\\0\\0\" "
               "Username=\".\\u\" EncryptedPassword=\"0A\" />\n</CreateServices>\n");
-    EXPECT_EQ(SavedItemsAgain(), SavedItems());
 }
 
 TEST_F(ServiceTest, NeedsATypeAndAProgram) {
@@ -83,7 +82,6 @@ TEST_F(ServiceTest, ReadsNumbersAndNamesWithinTheirLimits) {
 TEST_F(ServiceTest, DeletedServiceIsANameAlone) {
     m_package.Get<COrvDeleteServicesCollection>().AddItem(u"50%");
     EXPECT_EQ(SavedItems(), "<DeleteServices>\n<Service Name=\"50%\" />\n</DeleteServices>\n");
-    EXPECT_EQ(SavedItemsAgain(), SavedItems());
 }
 
 TEST_F(ServiceTest, ArgumentsOfAControlledServiceArePortable) {
@@ -99,7 +97,6 @@ TEST_F(ServiceTest, ArgumentsOfAControlledServiceArePortable) {
     Read(R"(<ControlServices><Service Name="s" Action="1a"/></ControlServices>)");
     EXPECT_EQ(SavedItems(),
               "<ControlServices>\n<Service Name=\"s\" Action=\"20\" />\n</ControlServices>\n");
-    EXPECT_EQ(SavedItemsAgain(), SavedItems());
 }
 
 TEST_F(ServiceTest, ArgumentsAreDesanitizedAsOneText) {
