@@ -5,11 +5,18 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "support/package_builder.h"
 
 // The whole package: what its profile says, with both targets.
 [[nodiscard]] CTestPackage MakeSample();
+
+// A machine on which all of the sample shows, as a machine description: a share is the folder of
+// the package, named as POSIX names it, and the Windows folder is that of the 64-bit capture.
+// Without a drive the package's folders are carried, and in the machine's own store its assemblies
+// are.
+[[nodiscard]] std::string MakeMachine(std::string_view packageFolder);
 
 // The captured files of a target: program, shared parts, settings, documents, shortcuts, and the
 // marks that a capture leaves.

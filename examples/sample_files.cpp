@@ -111,6 +111,22 @@ void AddData(CTestTarget& target) {
     target.File(deep + "first.tbplan", "plan 1\r\n");
 }
 
+// A side-by-side assembly: manifest, catalog and files, in the store that Windows keeps them in.
+void AddAssembly(CTestTarget& target) {
+    const std::string store = "C/Windows/WinSxS/";
+    const std::string name =
+        "amd64_tarnbrook.runtime_63d0c2b4e0a51c3e_2.1.0.0_none_4f0ab7e591c05d3a";
+    target
+        .File(store + "Manifests/" + name + ".manifest",
+              "<assembly xmlns=\"urn:schemas-microsoft-com:asm.v1\" manifestVersion=\"1.0\">\r\n"
+              "<assemblyIdentity type=\"win32\" name=\"Tarnbrook.Runtime\" version=\"2.1.0.0\" "
+              "processorArchitecture=\"amd64\" publicKeyToken=\"63d0c2b4e0a51c3e\"/>\r\n"
+              "<file name=\"tbrt.dll\"/><file name=\"tbrtres.dll\"/>\r\n</assembly>\r\n")
+        .File(store + "Manifests/" + name + ".cat", Program("a catalog"))
+        .File(store + name + "/tbrt.dll", Program("tbrt.dll"))
+        .File(store + name + "/tbrtres.dll", Program("tbrtres.dll"));
+}
+
 void AddMarks(CTestTarget& target) {
     target.DeletedFile(kProgram + "planner 3.exe")
         .DeletedFile("C/Windows/System32/tbprint3.dll")
@@ -171,6 +187,7 @@ void AddFiles(CTestTarget& target, bool is64Bit) {
     AddProgram(target);
     if (is64Bit) {
         AddProgram32On64(target);
+        AddAssembly(target);
     }
     AddData(target);
     AddMarks(target);

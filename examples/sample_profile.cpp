@@ -2,6 +2,9 @@
 
 namespace {
 
+constexpr std::string_view kGuid64 = "41B7A0C2-5E0D-4F6A-8D3B-0C9E7A126401";
+constexpr std::string_view kGuid32 = "41B7A0C2-5E0D-4F6A-8D3B-0C9E7A123202";
+
 constexpr std::string_view kPackageElements = R"(
 <Guid>6D0F3C52-88A1-4E0B-9C7D-2B5A41E7F010</Guid>
 <CreateTime>1767225600</CreateTime>
@@ -196,8 +199,22 @@ CTestPackage MakeSample() {
         .Elements(kPackageElements)
         .Elements(kPackageApplications)
         .Elements(kPackageConditions)
-        .Target(MakeTarget("41B7A0C2-5E0D-4F6A-8D3B-0C9E7A126401", true))
-        .Target(MakeTarget("41B7A0C2-5E0D-4F6A-8D3B-0C9E7A123202", false))
+        .Target(MakeTarget(kGuid64, true))
+        .Target(MakeTarget(kGuid32, false))
         .Script("prepare.cmd", "@echo off\r\nver\r\n", "<Prelaunch>1</Prelaunch>")
         .Script("clean up.vbs", "WScript.Quit 0\r\n", "<Cmdline>//B</Cmdline>");
+}
+
+std::string MakeMachine(std::string_view packageFolder) {
+    std::string folder;
+    for (const char c : packageFolder) {
+        folder.append(c == '"' || c == '\\' ? "\\" : "").push_back(c);
+    }
+    return std::string(R"([system]
+windows = '\\sample\planner\)") +
+           std::string(kGuid64) + R"(_2\Device\C\Windows'
+
+[shares]
+'\\sample\planner' = ")" +
+           folder + "\"\n";
 }

@@ -23,9 +23,11 @@ rm -rf "$sample"
 profile=$("$build/examples/make_sample" "$sample/package")
 "$build/host/cas2orv" targets "$profile"
 
-title "Converting it: cas2orv convert $profile $sample/out/Sample.orv --log $sample/log.html"
-"$build/host/cas2orv" convert "$profile" "$sample/out/Sample.orv" --log "$sample/log.html" \
-    --progress plain
+# On the machine that is described beside it, where the package is on a share.
+share='\\sample\planner\Planner.profile'
+title "Converting it: cas2orv convert '$share' $sample/out/Sample.orv --machine $sample/package/machine.toml"
+"$build/host/cas2orv" convert "$share" "$sample/out/Sample.orv" --log "$sample/log.html" \
+    --machine "$sample/package/machine.toml" --progress plain
 
 for folder in "$sample"/out/*; do
     title "$folder"
