@@ -20,8 +20,8 @@ namespace platform {
 // Whether CompareText gives 0 with `ignoreCase`; far cheaper where only that is asked.
 [[nodiscard]] bool EqualText(std::u16string_view left, std::u16string_view right);
 
-// The lower-case form of one unit, by itself. What has none comes back as it is, and so do U+0130
-// and U+0131.
+// The lower-case form of one unit, by itself. What has none comes back as it is, and so does what
+// is not the upper-case form of it, such as U+0130 and U+212A.
 [[nodiscard]] char16_t FoldUnit(char16_t unit);
 
 // Lower-cases `length` units in place, each by itself as FoldUnit does.
@@ -32,13 +32,14 @@ void FoldText(char16_t* text, std::size_t length);
 
 // Formats with printf placeholders ("%s" takes const char16_t*) into `buffer`, which has room for
 // `capacity` units. The result is terminated whenever `capacity` is not 0. Returns the number of
-// units without the terminator, or -1 when they do not fit or the format is bad.
+// units without the terminator, or -1 when they do not fit. A bad format gives -1 on POSIX; Windows
+// takes a placeholder that it does not know for text.
 [[nodiscard]] int FormatPrintf(char16_t* buffer, std::size_t capacity, const char16_t* format,
                                std::va_list arguments);
 
 // Composes a message with the inserts "%1" to "%99" (each a const char16_t*, or "%1!format!") and
 // the escapes "%%", "%n", "%r", "%t", "%b", "%." and "%!"; "%0" ends the text. False, with `text`
-// untouched, when the format is bad.
+// untouched, when the format is bad, but a "!format!" as FormatPrintf has it.
 [[nodiscard]] bool ComposeMessage(std::u16string& text, const char16_t* format,
                                   std::va_list arguments);
 

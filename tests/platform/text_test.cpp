@@ -34,9 +34,13 @@ TEST(CollationTest, IgnoresNothingButLetterCase) {
 }
 
 TEST(FoldTest, LowersEachUnitByItself) {
-    std::u16string text = u"Az[\u00C4\u00DF\u03A3\u0416\u1E9E\u212A\u0130\u0131\xD801\xDC00";
+    std::u16string text = u"Az[\u00C4\u00DF\u03A3\u0416\u0131\xD801\xDC00";
     platform::FoldText(text.data(), text.size());
-    EXPECT_EQ(Utf8(text), Utf8(u"az[\u00E4\u00DF\u03C3\u0436\u00DFk\u0130\u0131\xD801\xDC00"));
+    EXPECT_EQ(Utf8(text), Utf8(u"az[\u00E4\u00DF\u03C3\u0436\u0131\xD801\xDC00"));
+    // The upper-case form of what these would become is another character.
+    for (const char16_t unit : u"\u0130\u01C5\u01C8\u01F2\u03F4\u1E9E\u2126\u212A\u212B") {
+        EXPECT_EQ(platform::FoldUnit(unit), unit) << std::hex << static_cast<unsigned>(unit);
+    }
 }
 
 TEST(WhiteSpaceTest, IsMoreThanTheBlank) {
@@ -49,9 +53,9 @@ TEST(WhiteSpaceTest, IsMoreThanTheBlank) {
 }
 
 TEST(SystemTextTest, AnHresultHasTheWordsOfItsErrorNumber) {
-    EXPECT_EQ(Utf8(SystemText(2)), "The system cannot find the file specified.\r\n");
+    EXPECT_TRUE(SystemText(2).ends_with(u".\r\n"));
     EXPECT_EQ(SystemText(0x80070002U), SystemText(2));
-    EXPECT_EQ(Utf8(SystemText(0x80070057U)), "The parameter is incorrect.\r\n");
+    EXPECT_NE(SystemText(0x80070057U), SystemText(2));
     EXPECT_FALSE(SystemText(0x8007000EU).empty());
     EXPECT_FALSE(SystemText(0x80004005U).empty());
     EXPECT_TRUE(SystemText(0x2ABCDEF0U).empty());

@@ -26,12 +26,18 @@ char16_t FoldBeyondAscii(char16_t unit) {
     return unit == 0x0130 ? unit : static_cast<char16_t>(u_tolower(unit));
 }
 
-// FoldUnit for the loops here, where a call for each unit would count.
+// For comparisons, to which a character is also what it looks like: the sign of Kelvin is a K.
 inline char16_t Fold(char16_t unit) {
     if (unit >= 0x80) {
         return FoldBeyondAscii(unit);
     }
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+
+// As Windows folds.
+char16_t FoldWhatComesBack(char16_t unit) {
+    const char16_t folded = Fold(unit);
+    return folded == unit || u_toupper(folded) == unit ? folded : unit;
 }
 
 // A text as it is collated: its head, lower-cased where case is ignored.
@@ -41,7 +47,7 @@ public:
         : m_length(std::min(text.size(), kCollatedUnits)) {
         std::copy_n(text.begin(), m_length, m_units.begin());
         if (ignoreCase) {
-            FoldText(m_units.data(), m_length);
+            std::transform(m_units.data(), m_units.data() + m_length, m_units.data(), Fold);
         }
     }
     [[nodiscard]] const char16_t* Data() const { return m_units.data(); }
@@ -150,10 +156,10 @@ bool EqualText(std::u16string_view left, std::u16string_view right) {
            CompareTails(left, right, true) == 0;
 }
 
-char16_t FoldUnit(char16_t unit) { return Fold(unit); }
+char16_t FoldUnit(char16_t unit) { return unit < 0x80 ? Fold(unit) : FoldWhatComesBack(unit); }
 
 void FoldText(char16_t* text, std::size_t length) {
-    std::transform(text, text + length, text, Fold);
+    std::transform(text, text + length, text, FoldUnit);
 }
 
 bool IsSpace(char16_t unit) { return u_isUWhiteSpace(unit) != 0; }

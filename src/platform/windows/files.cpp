@@ -32,6 +32,8 @@ private:
     HANDLE m_handle;
 };
 
+constexpr std::size_t kLongestName = 32767;
+
 }  // namespace
 
 int SetAttributes(const char16_t* name, std::uint32_t attributes) {
@@ -53,6 +55,11 @@ int CreateFolder(const char16_t* name) {
 }
 
 int GetLongName(const char16_t* name, std::u16string& longName) {
+    // No name is longer than what a counted text of the kernel holds, and a caller who retries with
+    // ever shorter ones must not do so with a whole document.
+    if (std::char_traits<char16_t>::length(name) >= kLongestName) {
+        return SetLastError(ERROR_FILENAME_EXCED_RANGE);
+    }
     std::u16string buffer;
     // Another name may have come in the meantime, and be longer.
     for (DWORD size = GetLongPathNameW(ToWide(name), nullptr, 0); size != 0;) {

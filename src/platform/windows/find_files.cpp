@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -41,6 +42,21 @@ std::u16string UpperCase(std::u16string text) {
     return text;
 }
 
+// Leaves the last error as it is, but that a file in the place of a folder is no way to anything:
+// systems have several numbers for it.
+int LevelledError(const char16_t* name) {
+    const int status = GetLastError();
+    if (status != ERROR_DIRECTORY && status != ERROR_INVALID_NAME) {
+        return status;
+    }
+    const std::u16string_view path(name);
+    const std::u16string parent(path.substr(0, std::min(path.rfind(u'\\'), path.size())));
+    WIN32_FIND_DATAW data;
+    const bool isFile = CSearchHandle(parent.c_str(), data, 0).IsOpen() &&
+                        (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+    return SetLastError(isFile ? ERROR_PATH_NOT_FOUND : status);
+}
+
 struct SSortedEntry {
     explicit SSortedEntry(const WIN32_FIND_DATAW& found)
         : data(FromWindows(found)), upperName(UpperCase(data.name)) {}
@@ -72,7 +88,7 @@ int CFindHandle::First(const char16_t* pattern, SFindData& found) {
     WIN32_FIND_DATAW data;
     CSearchHandle handle(pattern, data, FIND_FIRST_EX_LARGE_FETCH);
     if (!handle.IsOpen()) {
-        return GetLastError();
+        return LevelledError(pattern);
     }
     auto search = std::make_unique<SSearch>();
     do {
@@ -101,7 +117,7 @@ int FindEntry(const char16_t* name, SFindData& found) {
     WIN32_FIND_DATAW data;
     const CSearchHandle handle(name, data, 0);
     if (!handle.IsOpen()) {
-        return GetLastError();
+        return LevelledError(name);
     }
     found = FromWindows(data);
     return ERROR_SUCCESS;

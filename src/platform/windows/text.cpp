@@ -43,11 +43,8 @@ int Compare(std::u16string_view left, std::u16string_view right, DWORD flags) {
                           ToWide(right.data()), Length(right));
 }
 
-bool IsSame(char16_t left, char16_t right) {
-    const auto fold = [](char16_t unit) {
-        return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
-    };
-    return left == right || fold(left) == fold(right);
+char16_t FoldAscii(char16_t unit) {
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }
 
 }  // namespace
@@ -60,25 +57,24 @@ int CompareText(std::u16string_view left, std::u16string_view right, bool ignore
 }
 
 bool EqualText(std::u16string_view left, std::u16string_view right) {
-    if (std::equal(left.begin(), left.end(), right.begin(), right.end(), IsSame)) {
+    if (std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                   [](char16_t a, char16_t b) { return FoldAscii(a) == FoldAscii(b); })) {
         return true;
     }
     return Compare(left, right, NORM_IGNORECASE) == CSTR_EQUAL;
 }
 
 char16_t FoldUnit(char16_t unit) {
-    FoldText(&unit, 1);
+    if (unit < 0x80) {
+        return FoldAscii(unit);
+    }
+    // One at a time, since two that are a pair would be taken for their character.
+    CharLowerBuffW(ToWide(&unit), 1);
     return unit;
 }
 
 void FoldText(char16_t* text, std::size_t length) {
-    constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
-    while (length > 0) {
-        const std::size_t piece = std::min(length, kMostAtOnce);
-        CharLowerBuffW(ToWide(text), static_cast<DWORD>(piece));
-        text += piece;
-        length -= piece;
-    }
+    std::transform(text, text + length, text, FoldUnit);
 }
 
 bool IsSpace(char16_t unit) { return std::iswspace(unit) != 0; }
