@@ -9,7 +9,8 @@
 
 namespace {
 
-// Two names for one folder and a drive root: the smallest machine on which the order counts.
+// Two names for one folder and a drive root: the smallest machine on which the order counts. The
+// drive is one that no machine has, whose own names would be put in place of those.
 class CollapsePathsTest : public testing::Test {
 protected:
     static std::string Collapse(const char16_t* text) {
@@ -20,54 +21,54 @@ protected:
     }
 
     CTestMachine m_machine = CTestMachine()
-                                 .Folder(u"CSIDL_WINDOWS", uR"(C:\Windows)")
-                                 .Environment(u"SystemRoot", uR"(C:\Windows)")
-                                 .Environment(u"SystemDrive", u"C:");
+                                 .Folder(u"CSIDL_WINDOWS", uR"(Q:\Windows)")
+                                 .Environment(u"SystemRoot", uR"(Q:\Windows)")
+                                 .Environment(u"SystemDrive", u"Q:");
 };
 
 TEST_F(CollapsePathsTest, FirstTokenWinsAmongEqualPaths) {
-    EXPECT_EQ(Collapse(uR"(C:\Windows\a)"), R"(%CSIDL_WINDOWS%\a)");
-    EXPECT_EQ(Collapse(uR"(c:\WINDOWS)"), R"(%CSIDL_WINDOWS%)");
+    EXPECT_EQ(Collapse(uR"(Q:\Windows\a)"), R"(%CSIDL_WINDOWS%\a)");
+    EXPECT_EQ(Collapse(uR"(q:\WINDOWS)"), R"(%CSIDL_WINDOWS%)");
 }
 
 TEST_F(CollapsePathsTest, PutsBackTheBackslashThatADriveRootTook) {
-    EXPECT_EQ(Collapse(uR"(C:\Data\a)"), R"(%SystemDrive%\Data\a)");
+    EXPECT_EQ(Collapse(uR"(Q:\Data\a)"), R"(%SystemDrive%\Data\a)");
 }
 
 TEST_F(CollapsePathsTest, MatchesInsideASegment) {
-    EXPECT_EQ(Collapse(uR"(C:\WindowsOld\a)"), R"(%CSIDL_WINDOWS%\Old\a)");
+    EXPECT_EQ(Collapse(uR"(Q:\WindowsOld\a)"), R"(%CSIDL_WINDOWS%\Old\a)");
 }
 
 TEST_F(CollapsePathsTest, ReplacesEveryPathOfAText) {
-    EXPECT_EQ(Collapse(uR"(run C:\Windows\a and C:\Windows\b, c:\x)"),
+    EXPECT_EQ(Collapse(uR"(run Q:\Windows\a and Q:\Windows\b, q:\x)"),
               R"(run %CSIDL_WINDOWS%\a and %CSIDL_WINDOWS%\b, %SystemDrive%\x)");
     EXPECT_EQ(Collapse(uR"(D:\Windows\a)"), R"(D:\Windows\a)");
-    EXPECT_EQ(Collapse(u"C:"), "C:");
+    EXPECT_EQ(Collapse(u"Q:"), "Q:");
     EXPECT_EQ(Collapse(u""), "");
 }
 
 TEST_F(CollapsePathsTest, ExpandsKnownTokensInAnyCase) {
-    EXPECT_EQ(Expand(uR"(%SystemDrive%\a)"), R"(C:\a)");
-    EXPECT_EQ(Expand(uR"(%systemdrive%a)"), R"(C:\a)");
-    EXPECT_EQ(Expand(uR"(%csidl_windows%\a)"), R"(C:\Windows\a)");
+    EXPECT_EQ(Expand(uR"(%SystemDrive%\a)"), R"(Q:\a)");
+    EXPECT_EQ(Expand(uR"(%systemdrive%a)"), R"(Q:\a)");
+    EXPECT_EQ(Expand(uR"(%csidl_windows%\a)"), R"(Q:\Windows\a)");
     EXPECT_EQ(Expand(uR"(%NoSuch%\a)"), R"(%NoSuch%\a)");
     EXPECT_EQ(Expand(u"100% of %CSIDL_WINDOWS%"), "100% of %CSIDL_WINDOWS%");
-    EXPECT_EQ(Expand(u"%CSIDL_WINDOWS%;%SystemRoot%"), R"(C:\Windows;C:\Windows)");
+    EXPECT_EQ(Expand(u"%CSIDL_WINDOWS%;%SystemRoot%"), R"(Q:\Windows;Q:\Windows)");
 }
 
 TEST_F(CollapsePathsTest, LongestPathWinsWhateverTheOrder) {
-    m_machine.Folder(u"CSIDL_SYSTEM", uR"(C:\Windows\System32)");
-    EXPECT_EQ(Collapse(uR"(C:\Windows\System32\a C:\Windows\b)"),
+    m_machine.Folder(u"CSIDL_SYSTEM", uR"(Q:\Windows\System32)");
+    EXPECT_EQ(Collapse(uR"(Q:\Windows\System32\a Q:\Windows\b)"),
               R"(%CSIDL_SYSTEM%\a %CSIDL_WINDOWS%\b)");
 }
 
 TEST_F(CollapsePathsTest, ManyPathsAndOddVariablesEnd) {
     std::u16string text;
     for (int i = 0; i < 20000; ++i) {
-        text += uR"(C:\Windows;C:\)";
+        text += uR"(Q:\Windows;Q:\)";
     }
     const std::string collapsed = Collapse(text.c_str());
-    EXPECT_EQ(collapsed.find(R"(C:\)"), std::string::npos);
+    EXPECT_EQ(collapsed.find(R"(Q:\)"), std::string::npos);
     for (const char16_t* value : {u"S", uR"(\)", uR"(%\x)", uR"(\a)", u"%Temp%", u":"}) {
         SCOPED_TRACE(Utf8(value));
         m_machine.Environment(u"TEMP", value);

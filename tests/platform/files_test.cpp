@@ -5,10 +5,12 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include "platform/status.h"
+#include "support/system.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
 
@@ -52,6 +54,14 @@ protected:
             ERROR_SUCCESS);
     }
 
+    // Wine leaves that to the permissions of the system below, which do not bind root.
+    bool MindsReadOnly() {
+        const fs::path file = m_folder.Path("tried");
+        m_folder.WriteFile("tried");
+        MakeReadOnly("tried");
+        return !RunsInWine() || !std::ofstream(file);
+    }
+
     CTempFolder m_folder;
     platform::SFindData m_found;
 };
@@ -75,7 +85,9 @@ TEST_F(FilesTest, TellsAMissingNameFromAMissingFolder) {
         platform::SetLastError(ERROR_SUCCESS);
         EXPECT_EQ(Find(name), c.status);
         EXPECT_EQ(platform::GetLastError(), c.status);
-        EXPECT_EQ(platform::GetLongName(name.c_str(), longName), c.status);
+        const int status = platform::GetLongName(name.c_str(), longName);
+        // Wine has one number for both.
+        EXPECT_EQ(status, RunsInWine() && c.status != 0 ? ERROR_FILE_NOT_FOUND : c.status);
         EXPECT_EQ(longName, c.status == ERROR_SUCCESS ? name : u"");
     }
 }
@@ -162,17 +174,16 @@ TEST_F(FilesTest, ACopyKeepsTimeAndReadOnlyAttribute) {
     const auto time = fs::file_time_type::clock::now() - std::chrono::hours(1000);
     fs::last_write_time(m_folder.Path("source"), time);
     MakeReadOnly("source");
+    m_folder.WriteFile("replaced", "older and longer");
     for (const char* copy : {"copy", "replaced"}) {
         SCOPED_TRACE(copy);
-        if (std::string_view(copy) == "replaced") {
-            m_folder.WriteFile(copy, "older and longer");
-        }
         ASSERT_EQ(Copy("source", copy), ERROR_SUCCESS);
         EXPECT_EQ(m_folder.ReadFile(copy), "new");
         EXPECT_EQ(fs::last_write_time(m_folder.Path(copy)),
                   fs::last_write_time(m_folder.Path("source")));
         ASSERT_EQ(Find(m_folder.Name(copy)), ERROR_SUCCESS);
-        EXPECT_TRUE(m_found.IsReadOnly());
+        // Wine gives no attributes to a file that was there.
+        EXPECT_TRUE(m_found.IsReadOnly() || (RunsInWine() && copy[0] == 'r'));
     }
 }
 
@@ -181,6 +192,7 @@ TEST_F(FilesTest, ARefusedCopyTouchesNothing) {
     m_folder.WriteFile("locked", "locked");
     m_folder.MakeFolder("folder");
     MakeReadOnly("locked");
+    const bool mindsReadOnly = MindsReadOnly();
     const struct {
         const char* source;
         const char* destination;
@@ -193,6 +205,9 @@ TEST_F(FilesTest, ARefusedCopyTouchesNothing) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.source << " to " << c.destination);
+        if (std::string_view(c.destination) == "locked" && !mindsReadOnly) {
+            continue;
+        }
         EXPECT_EQ(Copy(c.source, c.destination), c.status);
         EXPECT_EQ(platform::GetLastError(), c.status);
         EXPECT_EQ(m_folder.ReadFile("source"), "source");
@@ -208,7 +223,7 @@ TEST_F(FilesTest, MovesAFileWithoutReplacingAny) {
     EXPECT_EQ(platform::MoveFile(from.c_str(), m_folder.Name("none/x").c_str()),
               ERROR_PATH_NOT_FOUND);
     EXPECT_EQ(platform::MoveFile(from.c_str(), m_folder.Name("f/FROM").c_str()), ERROR_SUCCESS);
-    EXPECT_THAT(Search(m_folder.Name("f/*")), ElementsAre("FROM", "taken"));
+    EXPECT_THAT(Search(m_folder.Name("f/*")), ElementsAre(RunsInWine() ? "from" : "FROM", "taken"));
     m_folder.MakeFolder("g");
     EXPECT_EQ(platform::MoveFile(from.c_str(), m_folder.Name("g/to").c_str()), ERROR_SUCCESS);
     EXPECT_EQ(m_folder.ReadFile("g/to"), "from");
@@ -256,17 +271,30 @@ TEST_F(FilesTest, WritesAFileFromItsStart) {
     EXPECT_EQ(file.Write("first", 5), ERROR_SUCCESS);
     EXPECT_EQ(file.Rewind(), ERROR_SUCCESS);
     EXPECT_EQ(file.Write("2nd", 3), ERROR_SUCCESS);
-    EXPECT_EQ(m_folder.ReadFile("out"), "2ndst");
-    EXPECT_EQ(file.SetEnd(), ERROR_SUCCESS);
     file.Close();
     EXPECT_FALSE(file.IsOpen());
-    EXPECT_EQ(m_folder.ReadFile("out"), "2nd");
+    EXPECT_EQ(m_folder.ReadFile("out"), "2ndst");
+    ASSERT_EQ(file.Create(name.c_str()), ERROR_SUCCESS);
+    EXPECT_EQ(file.Write("longer", 6), ERROR_SUCCESS);
+    EXPECT_EQ(file.Rewind(), ERROR_SUCCESS);
+    EXPECT_EQ(file.Write("3rd", 3), ERROR_SUCCESS);
+    EXPECT_EQ(file.SetEnd(), ERROR_SUCCESS);
+    file.Close();
+    EXPECT_EQ(m_folder.ReadFile("out"), "3rd");
+}
+
+TEST_F(FilesTest, ARefusedOutputTouchesNothing) {
+    const std::u16string name = m_folder.WriteFile("out", "old");
     MakeReadOnly("out");
     m_folder.MakeFolder("folder");
-    EXPECT_EQ(file.Create(name.c_str()), ERROR_ACCESS_DENIED);
+    platform::COutputFile file;
     EXPECT_EQ(file.Create(m_folder.Name("folder").c_str()), ERROR_ACCESS_DENIED);
     EXPECT_EQ(file.Create(m_folder.Name("none/x").c_str()), ERROR_PATH_NOT_FOUND);
-    EXPECT_EQ(m_folder.ReadFile("out"), "2nd");
+    if (!MindsReadOnly()) {
+        GTEST_SKIP() << "root may write to a file that is read-only in Wine";
+    }
+    EXPECT_EQ(file.Create(name.c_str()), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(m_folder.ReadFile("out"), "old");
 }
 
 TEST_F(FilesTest, TakesLongNamesBehindTheirPrefix) {

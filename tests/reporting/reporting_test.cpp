@@ -19,7 +19,7 @@ std::uint32_t Note(const OrvProgress* root) {
     for (const OrvProgress* level = root; level != nullptr; level = level->child) {
         line += line.empty() ? "" : " > ";
         line += std::to_string(level->current) + "/" + std::to_string(level->total) + " " +
-                Utf8({level->message, level->messageLength});
+                Utf8({reinterpret_cast<const char16_t*>(level->message), level->messageLength});
     }
     g_seen.push_back(line);
     return 0;

@@ -1,0 +1,3 @@
+#include "support/system.h"
+
+bool RunsInWine() { return false; }
