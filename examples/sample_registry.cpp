@@ -220,5 +220,5 @@ std::string MakeHive(bool is64Bit) {
     AddUsers(hive);
     AddServices(hive);
     AddNoise(hive);
-    return hive.Bytes();
+    return hive.LoadableBytes();
 }

@@ -23,7 +23,7 @@ protected:
             "machine.toml", "[system]\nwindows = '" + Utf8(m_conversion.Folder().Name(windows)) +
                                 "'\n[folders]\n[environment]\n[registry]\nhivelist = []\n");
         setenv("ORVCASCONV_MACHINE", m_conversion.Folder().Path("machine.toml").c_str(), 1);
-        const std::string hive = CTestHive().Bytes();
+        const std::string hive = CTestHive().LoadableBytes();
         CTestTarget first("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9");
         CTestTarget second("11111111-2222-3333-4444-555555555555");
         first.Sandbox()

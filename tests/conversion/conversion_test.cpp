@@ -21,7 +21,7 @@ constexpr const char* kOtherGuid = "{11111111-2222-3333-4444-555555555555}";
 CTestTarget TestTarget(std::string_view version = "1") {
     return CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9", version)
         .Sandbox()
-        .Hive(CTestHive().Bytes());
+        .Hive(CTestHive().LoadableBytes());
 }
 
 class ConversionTest : public testing::Test {

@@ -70,7 +70,7 @@ TEST_F(RegistryConversionTest, KeysAreFoldedOntoTheRealMachine) {
                 .Key(uR"(REGISTRY\USER\.DEFAULT\Software\App)")
                 .Key(uR"(REGISTRY\USER\S-1-5-21-9-9-9-500\Software\App)")
                 .Dword(u"stays", 1)
-                .Bytes());
+                .LoadableBytes());
     EXPECT_TRUE(m_conversion.LogLines().empty());
     for (const char* key :
          {R"(HKEY_LOCAL_MACHINE\SOFTWARE\App)", R"(HKEY_LOCAL_MACHINE\SOFTWARE\Wow6432Node\App)",
@@ -102,7 +102,7 @@ TEST_F(RegistryConversionTest, ValuesOfEveryTypeHaveTheirText) {
                 .Value(u"odd", 77, "x")
                 .Value(u"open", 1, std::string("a\0b\0", 4))
                 .Value(u"half", 1, std::string("a\0b", 3))
-                .Bytes());
+                .LoadableBytes());
     const struct {
         const char* value;
         const char* rest;
@@ -142,7 +142,7 @@ TEST_F(RegistryConversionTest, BookkeepingAndHiddenKeysAreLeftOut) {
                 .Dword(u"CitrixAIEKeyVirtualStatus", 8)
                 .Key(uR"(REGISTRY\MACHINE\SOFTWARE\NoNumber)")
                 .Value(u"CitrixAIEKeyVirtualStatus", 3, std::string("\x04\0\0\0", 4))
-                .Bytes());
+                .LoadableBytes());
     for (const char* key : {"Seen", R"(Hidden\Below)", "Eight", "NoNumber"}) {
         EXPECT_TRUE(Holds("CreateKeys", std::string(R"(SOFTWARE\)") + key + "\"")) << key;
     }
@@ -161,7 +161,7 @@ TEST_F(RegistryConversionTest, MachineEnvironmentBecomesVariables) {
             .Dword(u"NUMBER", 1)
             .Key(uR"(REGISTRY\USER\CurrentUser\Environment)")
             .String(u"MINE", u"x")
-            .Bytes());
+            .LoadableBytes());
     EXPECT_EQ(m_conversion.Collection(kGuid, "CreateEnvVars"),
               "<CreateEnvVars>\n<EnvVar Variable=\"APP_HOME\" User=\"1\" "
               "Value=\"%CSIDL_WINDOWS%\\app 5|%\" InstallMode=\"0\" />\n</CreateEnvVars>\n");
@@ -180,7 +180,7 @@ TEST_F(RegistryConversionTest, FirstPublisherIsTheManufacturer) {
                 .String(u"Publisher", u"Second")
                 .Key(uR"(REGISTRY\MACHINE\SOFTWARE\C)")
                 .String(u"Publisher", u"Third")
-                .Bytes(),
+                .LoadableBytes(),
             "1");
     EXPECT_NE(m_conversion.Manifest(kGuid).find("<Manufacturer>First &amp; Co</Manufacturer>"),
               std::string::npos);
@@ -196,7 +196,7 @@ TEST_F(RegistryConversionTest, NoiseGoesButItsValuesStay) {
                 .Key(uR"(REGISTRY\MACHINE\SAMPLE)")
                 .Key(uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\Enum\x)")
                 .Key(uR"(REGISTRY\MACHINE\SOFTWARE\App)")
-                .Bytes());
+                .LoadableBytes());
     EXPECT_FALSE(Holds("CreateKeys", "ESENT"));
     EXPECT_FALSE(Holds("CreateKeys", "SAMPLE"));
     EXPECT_TRUE(Holds("CreateValues", R"(Microsoft\ESENT\x")"));

@@ -16,7 +16,7 @@ constexpr const char* kHead = "\" ServiceType=\"16\" StartType=\"0\" ErrorContro
 constexpr const char* kBinary = "Binary=\"%CSIDL_WINDOWS%\\svc.exe\"";
 
 CTestTarget TestTarget(const CTestHive& hive = {}) {
-    return CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9").Sandbox().Hive(hive.Bytes());
+    return CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9").Sandbox().Hive(hive.LoadableBytes());
 }
 
 std::string Service(const std::string& name, const std::string& elements = {},

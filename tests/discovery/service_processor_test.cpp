@@ -100,8 +100,9 @@ TEST(ServiceProcessorTest, ValuesGoToTheRecordInTheirOneType) {
     hive.String(u"ObjectName", u"localSYSTEM");
     platform::KeyHandle machine = nullptr;
     ASSERT_EQ(platform::ConnectMachine(machine), 0);
-    ASSERT_EQ(
-        platform::LoadHive(machine, u"SYSTEM", folder.WriteFile("hive", hive.Bytes()).c_str()), 0);
+    ASSERT_EQ(platform::LoadHive(machine, u"SYSTEM",
+                                 folder.WriteFile("hive", hive.LoadableBytes()).c_str()),
+              0);
     CServiceProcessor processor;
     const CRegPathW key(uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\App)");
     for (const char16_t* name :

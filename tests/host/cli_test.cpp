@@ -50,7 +50,7 @@ protected:
     static CTestTarget Target(std::string_view guid = kPlainGuid) {
         return CTestTarget(guid)
             .Sandbox()
-            .Hive(CTestHive().Bytes())
+            .Hive(CTestHive().LoadableBytes())
             .Elements("<Name>A&#9;\"B\"</Name>");
     }
     std::string Write(const CTestPackage& package) {

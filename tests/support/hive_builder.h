@@ -62,6 +62,11 @@ public:
     CTestHive& Resize(const SHiveCell& cell, std::int32_t size);
 
     [[nodiscard]] std::string Bytes() const;
+    // The same keys and values in the form of Wine, whose registry reads no other. It knows neither
+    // layout nor damage, and a backslash in a name parts two names.
+    [[nodiscard]] std::string WineText() const;
+    // The form that the registry of this system loads.
+    [[nodiscard]] std::string LoadableBytes() const;
 
 private:
     struct SValue {
