@@ -63,7 +63,8 @@ private:
 
 // Writes one document as UTF-16LE with a byte order mark, without any layout of its own. Markup
 // characters are escaped. A call that does not fit the place in the document fails and writes
-// nothing. A failure to write is remembered: the calls go on giving it.
+// nothing; on Windows it may end the document. A failure to write is remembered: the calls go on
+// giving it.
 class CXmlOutput {
 public:
     CXmlOutput();

@@ -9,11 +9,27 @@
 
 namespace platform {
 
+namespace {
+
+constexpr HRESULT kUnexpectedEnd = static_cast<HRESULT>(MX_E_INPUTEND);
+
+// Where a node stands, as the reader tells it.
+struct SPlace {
+    XmlNodeType type = XmlNodeType_None;
+    UINT line = 0;
+    UINT position = 0;
+
+    bool operator==(const SPlace&) const = default;
+};
+
+}  // namespace
+
 struct CXmlInput::SState {
     CComPointer<IStream> stream;
     CComPointer<IXmlReader> reader;
     int result = S_OK;  // what ended the reading
     bool isEmptyElement = false;
+    SPlace place;
 };
 
 namespace {
@@ -67,14 +83,23 @@ int CXmlInput::Read(EXmlNode& node) {
     if (state.result != S_OK) {
         return state.result;
     }
-    XmlNodeType type = XmlNodeType_None;
-    state.result = state.reader->Read(&type);
-    state.isEmptyElement = state.result == S_OK && type == XmlNodeType_Element &&
-                           state.reader->IsEmptyElement() != FALSE;
+    SPlace place;
+    state.result = state.reader->Read(&place.type);
     if (state.result == S_OK) {
-        node = static_cast<EXmlNode>(type);  // the numbers are XmlLite's
+        static_cast<void>(state.reader->GetLineNumber(&place.line));
+        static_cast<void>(state.reader->GetLinePosition(&place.position));
+        // In Wine the last node of a document that is cut off comes again and again.
+        state.result = place == state.place ? kUnexpectedEnd : S_OK;
+        state.place = place;
     }
-    return state.result;
+    if (state.result != S_OK) {
+        state.isEmptyElement = false;
+        return state.result;
+    }
+    state.isEmptyElement =
+        place.type == XmlNodeType_Element && state.reader->IsEmptyElement() != FALSE;
+    node = static_cast<EXmlNode>(place.type);  // the numbers are XmlLite's
+    return S_OK;
 }
 
 int CXmlInput::MoveToFirstAttribute() {

@@ -203,17 +203,6 @@ TEST(DamagedShellLinkTest, BrokenPlaceOfTheTargetLeavesTheNextOne) {
     EXPECT_EQ(Utf8(*Parse(bytes).path), "");
 }
 
-TEST(ReadShellLinkTest, TellsAFileThatCannotBeReadFromOneThatIsNoLink) {
-    const CTempFolder folder;
-    SShellLink link;
-    EXPECT_EQ(platform::ReadShellLink(folder.Name("none.lnk").c_str(), link),
-              HresultFromError(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(platform::ReadShellLink(folder.MakeFolder("a.lnk").c_str(), link),
-              HresultFromError(ERROR_ACCESS_DENIED));
-    EXPECT_EQ(platform::ReadShellLink(folder.WriteFile("b.lnk").c_str(), link), E_FAIL);
-    EXPECT_FALSE(link.path);
-}
-
 TEST(ReadShellLinkTest, RefusesAFileOfMoreThan64Megabytes) {
     constexpr std::uintmax_t kLimit = std::uintmax_t{64} << 20;
     const CTempFolder folder;

@@ -1,0 +1,90 @@
+#include "platform/shell_link.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/com.h"
+#include "platform/status.h"
+#include "support/link_builder.h"
+#include "support/system.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+
+namespace {
+
+constexpr std::size_t kEnvironmentBlock = 2;
+constexpr std::size_t kConsoleBlock = 4;
+
+class ReadShellLinkTest : public testing::Test {
+protected:
+    ReadShellLinkTest() { platform::EnterApartment(); }
+    ~ReadShellLinkTest() override { platform::LeaveApartment(); }
+
+    platform::SShellLink Read(const CTestLink& link) {
+        platform::SShellLink answers;
+        EXPECT_EQ(
+            platform::ReadShellLink(m_folder.WriteFile("a.lnk", link.Bytes()).c_str(), answers),
+            S_OK);
+        return answers;
+    }
+
+    CTempFolder m_folder;
+};
+
+TEST_F(ReadShellLinkTest, GivesEachTextAndNumberFromItsPlace) {
+    const platform::SShellLink link = Read(CTestLink()
+                                               .Local(uR"(C:\Data\a.exe)", u"")
+                                               .Description(u"Zo\u00EB \u8BF4")
+                                               .WorkingDirectory(uR"(C:\Work)")
+                                               .Arguments(u"-a -b")
+                                               .Icon(uR"(C:\a.ico)", -3)
+                                               .HotKey(0x0347));
+    EXPECT_EQ(link.path, uR"(C:\Data\a.exe)");
+    EXPECT_EQ(link.description, u"Zo\u00EB \u8BF4");
+    EXPECT_EQ(link.workingDirectory, uR"(C:\Work)");
+    EXPECT_EQ(link.arguments, u"-a -b");
+    EXPECT_EQ(link.iconLocation, uR"(C:\a.ico)");
+    EXPECT_EQ(link.iconIndex, -3);
+    EXPECT_EQ(link.hotkey, 0x0347);
+}
+
+TEST_F(ReadShellLinkTest, ATextThatIsNotThereIsEmptyAndALongOneIsCut) {
+    const platform::SShellLink link = Read(CTestLink()
+                                               .Arguments(std::u16string(1023, u'a'))
+                                               .WorkingDirectory(std::u16string(1024, u'w')));
+    EXPECT_EQ(link.path, u"");
+    EXPECT_EQ(link.description, u"");
+    EXPECT_EQ(link.iconLocation, u"");
+    EXPECT_EQ(link.arguments, std::u16string(1023, u'a'));
+    EXPECT_EQ(link.workingDirectory, std::u16string(1023, u'w'));
+}
+
+TEST_F(ReadShellLinkTest, GivesTheFlagsAndBlocksAsTheyStand) {
+    if (RunsInWine()) {
+        GTEST_SKIP() << "Wine keeps neither the blocks nor the show command";
+    }
+    const platform::SShellLink link = Read(CTestLink()
+                                               .Local(uR"(C:\Data\a.exe)", u"")
+                                               .Environment(uR"(%ProgramFiles%\a.exe)")
+                                               .Block(0xA0000002U, std::string(196, 'c'))
+                                               .ShowCommand(3));
+    EXPECT_EQ(link.path, uR"(%ProgramFiles%\a.exe)");
+    EXPECT_EQ(link.showCommand, 3);
+    EXPECT_NE(link.flags.value_or(0) & 0x200U, 0U);
+    for (std::size_t i = 0; i < link.dataBlocks.size(); ++i) {
+        const std::size_t size = i == kEnvironmentBlock ? 788 : i == kConsoleBlock ? 204 : 0;
+        EXPECT_EQ(link.dataBlocks[i].size(), size) << i;
+    }
+    EXPECT_EQ(link.dataBlocks[kConsoleBlock].back(), std::byte{'c'});
+}
+
+TEST_F(ReadShellLinkTest, TellsAFileThatCannotBeReadFromOneThatIsNoLink) {
+    platform::SShellLink link;
+    EXPECT_EQ(platform::ReadShellLink(m_folder.Name("none.lnk").c_str(), link),
+              HresultFromError(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(platform::ReadShellLink(m_folder.MakeFolder("a.lnk").c_str(), link),
+              HresultFromError(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(platform::ReadShellLink(m_folder.WriteFile("b.lnk").c_str(), link), E_FAIL);
+    EXPECT_FALSE(link.path);
+}
+
+}  // namespace
