@@ -92,7 +92,7 @@ void CTestConversion::ReadLog() {
 const std::vector<std::string>& CTestConversion::Progress() const { return g_progress; }
 
 std::string CTestConversion::Manifest(std::string_view guid) const {
-    return ReadUtf16File(m_folder.ReadFile("out/" + std::string(guid) + "/app.orv"));
+    return ReadManifestFile(m_folder.ReadFile("out/" + std::string(guid) + "/app.orv"));
 }
 
 std::string CTestConversion::Collection(std::string_view guid, const std::string& name) const {

@@ -1,6 +1,7 @@
 #include "orvpackage/assembly_collections.h"
 
 #include "orvpackage/package_fixture.h"
+#include "support/system.h"
 #include "support/text.h"
 
 namespace {
@@ -8,6 +9,9 @@ namespace {
 using AssemblyTest = PackageTest;
 
 TEST_F(AssemblyTest, WritesAnAssemblyWithItsSortedFilesOnOneLine) {
+    if (RunsInWine()) {
+        GTEST_SKIP() << "Wine writes the quotes of an attribute as they are";
+    }
     COrvCreateAssembly* const assembly =
         m_package.Get<COrvCreateAssembliesCollection>().AddItem(u"a,type=\"win32\",50%");
     assembly->AssemblyType = 1;

@@ -16,7 +16,7 @@ std::string Items(const std::string& manifest) {
 std::string PackageTest::Saved() {
     m_package.GetProperties().SetDirty(true);
     EXPECT_EQ(m_package.Save(), S_OK);
-    return ReadUtf16File(m_folder.ReadFile("out/app.orv"));
+    return ReadManifestFile(m_folder.ReadFile("out/app.orv"));
 }
 
 std::string PackageTest::SavedItems() { return Items(Saved()); }
@@ -26,7 +26,7 @@ std::string PackageTest::SavedItemsAgain() {
     EXPECT_TRUE(LoadManifest(Manifest(), copy));
     copy.SetManifestPath(Manifest("out/copy.orv"));
     EXPECT_EQ(copy.Save(), S_OK);
-    return Items(ReadUtf16File(m_folder.ReadFile("out/copy.orv")));
+    return Items(ReadManifestFile(m_folder.ReadFile("out/copy.orv")));
 }
 
 void PackageTest::Read(const std::string& collections) {

@@ -13,7 +13,7 @@ namespace {
 class SanitizerTest : public testing::Test {
 protected:
     CTestMachine m_machine =
-        CTestMachine().Sid(u"S-1-5-21-7").Folder(u"CSIDL_WINDOWS", uR"(C:\Windows)");
+        CTestMachine().Sid(u"S-1-5-21-7").Folder(u"CSIDL_WINDOWS", uR"(Q:\Windows)");
     COrvSanitizer m_sanitizer;
 };
 
@@ -26,11 +26,11 @@ TEST_F(SanitizerTest, GoesOutAndComesBack) {
         {u"", SanitizeAll, ""},
         {u"50%", SanitizeNoPaths, "50|%"},
         {u"a|b||%", SanitizeNoPaths, "a||b|||||%"},
-        {uR"(C:\Windows\50%)", SanitizeAll, R"(%CSIDL_WINDOWS%\50|%)"},
-        {uR"(C:\Windows\x)", SanitizeNoFilePaths, R"(C:\Windows\x)"},
+        {uR"(Q:\Windows\50%)", SanitizeAll, R"(%CSIDL_WINDOWS%\50|%)"},
+        {uR"(Q:\Windows\x)", SanitizeNoFilePaths, R"(Q:\Windows\x)"},
         {uR"(HKEY_USERS\S-1-5-21-7\x)", SanitizeNoFilePaths, R"(HKEY_CURRENT_USER\x)"},
         {uR"(HKEY_USERS\S-1-5-21-7\x)", SanitizeNoRegPaths, R"(HKEY_USERS\%SID%\x)"},
-        {uR"(C:\Windows|S-1-5-21-7)", SanitizeNoPaths, R"(C:\Windows||%SID%)"},
+        {uR"(Q:\Windows|S-1-5-21-7)", SanitizeNoPaths, R"(Q:\Windows||%SID%)"},
     };
     for (const auto& text : kTexts) {
         SCOPED_TRACE(Utf8(text.text));
@@ -42,7 +42,7 @@ TEST_F(SanitizerTest, GoesOutAndComesBack) {
 
 TEST_F(SanitizerTest, ListsKeepTheirOrderAndHaveATextForm) {
     CDoubleNullStringW strings;
-    strings.Add(uR"(C:\Windows\a)");
+    strings.Add(uR"(Q:\Windows\a)");
     strings.Add(u"b");
     const CDoubleNullStringW portable = m_sanitizer.SanitizeMulti(strings, SanitizeAll);
     EXPECT_EQ(portable.GetCount(), 2U);

@@ -107,21 +107,4 @@ TEST_F(ServiceTest, ArgumentsAreDesanitizedAsOneText) {
         << SavedItems();
 }
 
-TEST(EncryptPasswordTest, GivesTheSameTextOnEverySystem) {
-    const struct {
-        const char16_t* password;
-        const char* encrypted;
-    } kPasswords[] = {
-        {u"", "6529D35FC215BEE4BF786B1928E48D0E"},
-        {u"secret", "BC3FA4710B7F7DA767564ADF6B302F7C"},
-        {u"1234567",
-         "2DE074840280F381D573F812F198133A9D418AFCEAC2D9945C8E667C10E40001"},  // a whole block, and
-                                                                               // one of padding
-    };
-    for (const auto& test : kPasswords) {
-        SCOPED_TRACE(Utf8(test.password));
-        EXPECT_EQ(Utf8(EncryptPassword(test.password)), test.encrypted);
-    }
-}
-
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "foundation/xml_escape.h"
 #include "foundation/xml_reader.h"
+#include "support/system.h"
 #include "support/text.h"
 
 std::string ReadUtf16File(const std::string& bytes) {
@@ -15,6 +16,13 @@ std::string ReadUtf16File(const std::string& bytes) {
         }
     }
     return Utf8(text);
+}
+
+std::string ReadManifestFile(const std::string& bytes) {
+    const std::string_view end = "?><";
+    std::string text = ReadUtf16File(bytes);
+    const std::size_t found = RunsInWine() ? text.find(end) : std::string::npos;
+    return found == std::string::npos ? text : text.insert(found + end.size() - 1, "\n");
 }
 
 bool LoadManifest(const CFilePathW& path, COrvPackage& package) {
