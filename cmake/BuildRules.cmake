@@ -51,3 +51,18 @@ function(orv_add_test name)
                           GTest::gmock_main)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
 endfunction()
+
+# orv_add_version(TARGET DESCRIPTION)
+# Gives a program or a library of Windows the version that its properties show.
+function(orv_add_version target description)
+    get_target_property(type ${target} TYPE)
+    set(suffix ".exe")
+    set(file_type VFT_APP)
+    if(type STREQUAL "SHARED_LIBRARY")
+        set(suffix ".dll")
+        set(file_type VFT_DLL)
+    endif()
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/windows/version.rc.in"
+                   "${CMAKE_CURRENT_BINARY_DIR}/${target}_version.rc" @ONLY)
+    target_sources(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${target}_version.rc")
+endfunction()

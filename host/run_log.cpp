@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/console.h"
+#include "host/system.h"
 
 namespace host {
 
@@ -56,8 +57,9 @@ bool CRunLog::Finish(SLogSummary& summary) {
     }
     if (!summary.isComplete) {
         Complain(
-            "errors and warnings may be missing, since the temporary log is cut off; see "
-            "whether the disk is full, or name another place in the variable TMPDIR");
+            std::string("errors and warnings may be missing, since the temporary log is cut off; "
+                        "see whether the disk is full, or name another place in the variable ") +
+            kTemporaryVariable);
     }
     return CloseUserFile() && summary.isComplete;
 }

@@ -36,6 +36,9 @@ namespace host {
 // machine is always the one that the program runs on.
 [[nodiscard]] bool UseMachineFile(const std::string& file);
 
+// The environment variable that names the place for temporary files.
+extern const char* const kTemporaryVariable;
+
 // A folder that no other user can enter, with room for one file. It goes when the object does, and
 // when the process is told to end. At most one at a time.
 class CPrivateFolder {

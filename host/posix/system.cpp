@@ -17,6 +17,8 @@
 
 namespace host {
 
+const char* const kTemporaryVariable = "TMPDIR";
+
 namespace {
 
 constexpr std::array kEndingSignals = {SIGHUP, SIGINT, SIGTERM};
@@ -70,7 +72,7 @@ bool UseMachineFile(const std::string& file) {
 }
 
 bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
-    const char* const place = std::getenv("TMPDIR");
+    const char* const place = std::getenv(kTemporaryVariable);
     std::error_code error;
     const std::filesystem::path parent =
         std::filesystem::absolute(place == nullptr || *place == 0 ? "/tmp" : place, error);
@@ -86,7 +88,8 @@ bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
     }
     if (!isMade) {
         problem = "no temporary file can be made in '" + Printable(PathText(parent)) +
-                  "': " + std::strerror(errno) + "; name another place in the variable TMPDIR";
+                  "': " + std::strerror(errno) + "; name another place in the variable " +
+                  kTemporaryVariable;
     }
     return isMade;
 }

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <string>
+#include <vector>
+
 namespace {
 
 using host::ParseCommandLine;
@@ -82,7 +86,10 @@ TEST(CommandLineTest, HelpIsThatOfTheCommandAndFitsATerminal) {
         const auto& reply = std::get<host::SReply>(parsed);
         EXPECT_FALSE(reply.isError);
         EXPECT_THAT(reply.text, HasSubstr(row.reply));
-        EXPECT_FALSE(testing::internal::RE::PartialMatch(reply.text, "[^\n]{101}"));
+        std::istringstream lines(reply.text);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), 100U) << line;
+        }
     }
 }
 

@@ -25,7 +25,7 @@ struct SLevel : OrvProgress {
 
     void Say(std::u16string text) {
         words = std::move(text);
-        message = words.c_str();
+        message = reinterpret_cast<const OrvChar*>(words.c_str());
         messageLength = words.size();
     }
 

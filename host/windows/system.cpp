@@ -1,0 +1,127 @@
+#include "host/system.h"
+
+#include <fstream>
+
+#include "host/console.h"
+#include "platform/com.h"
+#include "platform/machine.h"
+#include "platform/text.h"
+#include "platform/utf8.h"
+#include "platform/windows/win.h"
+// Behind windows.h.
+#include <objbase.h>
+#include <sddl.h>
+
+namespace host {
+
+const char* const kTemporaryVariable = "TMP";
+
+namespace {
+
+// What is removed when the process is told to end: empty while no private folder is there.
+struct SCleanUp {
+    std::filesystem::path file;
+    std::filesystem::path folder;
+};
+SCleanUp s_cleanUp;
+
+void RemoveFolder() {
+    if (!s_cleanUp.folder.empty()) {
+        DeleteFileW(s_cleanUp.file.c_str());
+        RemoveDirectoryW(s_cleanUp.folder.c_str());
+        s_cleanUp = {};
+    }
+}
+
+// Runs on a thread of its own. The process ends as it would have without this.
+BOOL WINAPI OnEnd(DWORD /*kind*/) {
+    RemoveFolder();
+    return FALSE;
+}
+
+// Makes a folder for the user and the system alone.
+bool MakePrivateFolder(const std::filesystem::path& folder) {
+    const std::u16string rights =
+        u"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;" + platform::GetUserSid() + u")";
+    SECURITY_ATTRIBUTES security{sizeof(security), nullptr, FALSE};
+    if (ConvertStringSecurityDescriptorToSecurityDescriptorW(
+            platform::ToWide(rights.c_str()), SDDL_REVISION_1, &security.lpSecurityDescriptor,
+            nullptr) == FALSE) {
+        return false;
+    }
+    const bool isMade = CreateDirectoryW(folder.c_str(), &security) != FALSE;
+    LocalFree(security.lpSecurityDescriptor);
+    return isMade;
+}
+
+std::filesystem::path GetTemporaryFolder() {
+    wchar_t buffer[MAX_PATH + 1] = L"";
+    GetTempPathW(MAX_PATH + 1, buffer);
+    return buffer;
+}
+
+HANDLE Stderr() { return GetStdHandle(STD_ERROR_HANDLE); }
+
+}  // namespace
+
+bool UseMachineFile(const std::string& /*file*/) { return false; }
+
+bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
+    const std::filesystem::path parent = GetTemporaryFolder();
+    GUID guid{};
+    bool isMade = platform::CreateGuid(guid);
+    const std::u16string name = u"cas2orv-" + platform::GuidToText(guid);
+    const std::filesystem::path folder = parent / platform::ToWide(name.c_str());
+    isMade = isMade && MakePrivateFolder(folder);
+    if (isMade) {
+        m_folder = PathBytes(folder);
+        m_file = PathBytes(folder / L"log.html");
+        s_cleanUp = {folder / L"log.html", folder};
+        SetConsoleCtrlHandler(&OnEnd, TRUE);
+        std::ofstream file(s_cleanUp.file, std::ios::binary);
+        file << content;
+        file.close();
+        isMade = !file.fail();
+    }
+    if (!isMade) {
+        problem = "no temporary file can be made in '" + Printable(PathText(parent)) +
+                  "'; name another place in the variable " + kTemporaryVariable;
+    }
+    return isMade;
+}
+
+CPrivateFolder::~CPrivateFolder() { RemoveFolder(); }
+
+bool HasTerminal() {
+    DWORD mode = 0;
+    return GetConsoleMode(Stderr(), &mode) != FALSE &&
+           SetConsoleMode(Stderr(), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+}
+
+STerminalSize GetTerminalSize() {
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    if (GetConsoleScreenBufferInfo(Stderr(), &info) == FALSE) {
+        return {};
+    }
+    const SMALL_RECT& window = info.srWindow;
+    return {static_cast<std::size_t>(window.Right - window.Left + 1),
+            static_cast<std::size_t>(window.Bottom - window.Top + 1)};
+}
+
+void WriteTerminal(std::string_view bytes) {
+    while (!bytes.empty()) {
+        DWORD written = 0;
+        if (WriteFile(Stderr(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
+                      nullptr) == FALSE) {
+            return;
+        }
+        bytes.remove_prefix(written);
+    }
+}
+
+void FreeTargets(GUID* targets) { CoTaskMemFree(targets); }
+
+// A text comes from the library's own heap, for which it has no function.
+void FreeText(OrvChar* /*text*/) {}
+
+}  // namespace host
