@@ -2,13 +2,11 @@
 #pragma once
 
 #include <map>
-#include <set>
 #include <string_view>
 
 #include "foundation/file_path.h"
 #include "foundation/reg_path.h"
-#include "foundation/wide_string.h"
-#include "orvpackage/assembly_collections.h"
+#include "foundation/sorted_texts.h"
 
 // A captured catalog.
 struct CCatalogInfo {

@@ -5,8 +5,7 @@
 #include <string_view>
 
 #include "foundation/file_path.h"
-#include "foundation/wide_string.h"
-#include "orvpackage/assembly_collections.h"
+#include "foundation/sorted_texts.h"
 
 // One assembly on its way into the package: first read, then put together from captured files. What
 // cannot be read stays empty, and IsComplete tells.

@@ -1,6 +1,7 @@
 #include "discovery/assembly_processor.h"
 
 #include "foundation/file_system.h"
+#include "orvpackage/assembly_collections.h"
 #include "platform/assemblies.h"
 #include "platform/files.h"
 #include "platform/machine.h"

@@ -9,8 +9,7 @@
 #include "foundation/file_path.h"
 #include "foundation/reg_key.h"
 #include "foundation/reg_path.h"
-#include "foundation/wide_string.h"
-#include "orvpackage/assembly_collections.h"
+#include "foundation/sorted_texts.h"
 #include "orvpackage/package.h"
 
 // What the registry says of a service; what it does not say is as a service manager has it.

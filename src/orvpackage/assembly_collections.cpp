@@ -110,5 +110,3 @@ bool COrvCreateAssembliesCollection::FinishItem() {
     added->SetPrivate(read.privateFolder);
     return true;
 }
-
-bool COrvDeleteAssembliesCollection::FinishItem() { return AddItem(TakeReadName()) != nullptr; }

@@ -2,17 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <set>
 
+#include "foundation/sorted_texts.h"
 #include "orvpackage/named_items.h"
-
-// Orders texts as the machine collates them, ignoring case.
-struct STextLessNoCase {
-    bool operator()(const CStrW& left, const CStrW& right) const {
-        return left.CompareNoCase(right) < 0;
-    }
-};
-using SortedTexts = std::set<CStrW, STextLessNoCase>;
 
 // An assembly to install, known by its identity text. All sources are payload paths, relative to
 // the folder of the manifest.
@@ -51,16 +43,12 @@ public:
     explicit COrvDeleteAssembly(const CStrW& name) : COrvNamedItem(name) {}
 };
 
-class COrvCreateAssembliesCollection : public COrvNamedItemCollection {
+class COrvCreateAssembliesCollection
+    : public COrvCollectionOf<COrvNamedItemCollection, COrvCreateAssembly> {
 public:
     static constexpr SOrvElement kElement{OrvCreateAssemblies, u"CreateAssemblies", u"Assembly"};
     explicit COrvCreateAssembliesCollection(COrvPackage& package)
-        : COrvNamedItemCollection(package, kElement, u"Id") {}
-
-    // Adds an assembly without files and lends it; null for a double.
-    COrvCreateAssembly* AddItem(const CStrW& id) {
-        return AddOwned(std::make_unique<COrvCreateAssembly>(id));
-    }
+        : COrvCollectionOf(package, kElement, u"Id") {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
@@ -70,17 +58,10 @@ protected:
 };
 
 // What is "Id" above is "Name" here.
-class COrvDeleteAssembliesCollection : public COrvNamedItemCollection {
+class COrvDeleteAssembliesCollection
+    : public COrvCollectionOf<COrvNamedItemCollection, COrvDeleteAssembly> {
 public:
     static constexpr SOrvElement kElement{OrvDeleteAssemblies, u"DeleteAssemblies", u"Assembly"};
     explicit COrvDeleteAssembliesCollection(COrvPackage& package)
-        : COrvNamedItemCollection(package, kElement, u"Name") {}
-
-    // Adds an item and lends it; null for a double.
-    COrvDeleteAssembly* AddItem(const CStrW& name) {
-        return AddOwned(std::make_unique<COrvDeleteAssembly>(name));
-    }
-
-protected:
-    bool FinishItem() override;
+        : COrvCollectionOf(package, kElement, u"Name") {}
 };

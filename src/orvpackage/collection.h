@@ -138,6 +138,19 @@ private:
     COrvItemTable m_items;
 };
 
+// A collection of TItems, which are made of one text: the one that `TBase` reads of an element.
+template <class TBase, class TItem>
+class COrvCollectionOf : public TBase {
+public:
+    // Adds an item of which no more is said yet, and lends it; null for a double.
+    TItem* AddItem(const CStrW& text) { return this->AddOwned(std::make_unique<TItem>(text)); }
+
+protected:
+    using TBase::TBase;
+
+    bool FinishItem() override { return AddItem(this->TakeReadName()) != nullptr; }
+};
+
 // A walk over a collection in the order of its table. Adding to the collection meanwhile is not
 // allowed; removing is.
 template <class TItem>

@@ -65,9 +65,7 @@ void COrvTargetCollection::ReadAttribute(const CStrW& name, const CStrW& value) 
     }
 }
 
-CStrW COrvTargetCollection::TakeReadTarget() { return TakeRead(GetType()).target; }
-
-bool COrvCreateFoldersCollection::FinishItem() { return AddItem(TakeReadTarget()) != nullptr; }
+CStrW COrvTargetCollection::TakeReadName() { return TakeRead(GetType()).target; }
 
 void COrvDeleteFoldersCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
     COrvTargetCollection::WriteItem(writer, item);
@@ -124,7 +122,3 @@ bool COrvCreateFilesCollection::FinishItem() {
     }
     return added != nullptr;
 }
-
-bool COrvDeleteFilesCollection::FinishItem() { return AddItem(TakeReadTarget()) != nullptr; }
-
-bool COrvDeleteShortcutsCollection::FinishItem() { return AddItem(TakeReadTarget()) != nullptr; }

@@ -66,34 +66,23 @@ protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
     void ReadAttribute(const CStrW& name, const CStrW& value) override;
     // The target read of the element that ends; forgets it.
-    [[nodiscard]] CStrW TakeReadTarget();
+    [[nodiscard]] CStrW TakeReadName();
 };
 
-class COrvCreateFoldersCollection : public COrvTargetCollection {
+class COrvCreateFoldersCollection
+    : public COrvCollectionOf<COrvTargetCollection, COrvCreateFolder> {
 public:
     static constexpr SOrvElement kElement{OrvCreateFolders, u"CreateFolders", u"Folder"};
     explicit COrvCreateFoldersCollection(COrvPackage& package)
-        : COrvTargetCollection(package, kElement) {}
-
-    // Adds an item and lends it; null for a double.
-    COrvCreateFolder* AddItem(const CStrW& target) {
-        return AddOwned(std::make_unique<COrvCreateFolder>(target));
-    }
-
-protected:
-    bool FinishItem() override;
+        : COrvCollectionOf(package, kElement) {}
 };
 
-class COrvDeleteFoldersCollection : public COrvTargetCollection {
+class COrvDeleteFoldersCollection
+    : public COrvCollectionOf<COrvTargetCollection, COrvDeleteFolder> {
 public:
     static constexpr SOrvElement kElement{OrvDeleteFolders, u"DeleteFolders", u"Folder"};
     explicit COrvDeleteFoldersCollection(COrvPackage& package)
-        : COrvTargetCollection(package, kElement) {}
-
-    // Adds an item and lends it; null for a double.
-    COrvDeleteFolder* AddItem(const CStrW& target) {
-        return AddOwned(std::make_unique<COrvDeleteFolder>(target));
-    }
+        : COrvCollectionOf(package, kElement) {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
@@ -117,32 +106,17 @@ protected:
     bool FinishItem() override;
 };
 
-class COrvDeleteFilesCollection : public COrvTargetCollection {
+class COrvDeleteFilesCollection : public COrvCollectionOf<COrvTargetCollection, COrvDeleteFile> {
 public:
     static constexpr SOrvElement kElement{OrvDeleteFiles, u"DeleteFiles", u"File"};
     explicit COrvDeleteFilesCollection(COrvPackage& package)
-        : COrvTargetCollection(package, kElement) {}
-
-    // Adds an item and lends it; null for a double.
-    COrvDeleteFile* AddItem(const CStrW& target) {
-        return AddOwned(std::make_unique<COrvDeleteFile>(target));
-    }
-
-protected:
-    bool FinishItem() override;
+        : COrvCollectionOf(package, kElement) {}
 };
 
-class COrvDeleteShortcutsCollection : public COrvTargetCollection {
+class COrvDeleteShortcutsCollection
+    : public COrvCollectionOf<COrvTargetCollection, COrvDeleteShortcut> {
 public:
     static constexpr SOrvElement kElement{OrvDeleteShortcuts, u"DeleteShortcuts", u"Shortcut"};
     explicit COrvDeleteShortcutsCollection(COrvPackage& package)
-        : COrvTargetCollection(package, kElement) {}
-
-    // Adds an item and lends it; null for a double.
-    COrvDeleteShortcut* AddItem(const CStrW& target) {
-        return AddOwned(std::make_unique<COrvDeleteShortcut>(target));
-    }
-
-protected:
-    bool FinishItem() override;
+        : COrvCollectionOf(package, kElement) {}
 };

@@ -155,8 +155,6 @@ bool COrvCreateServicesCollection::FinishItem() {
     return true;
 }
 
-bool COrvDeleteServicesCollection::FinishItem() { return AddItem(TakeReadName()) != nullptr; }
-
 void COrvControlServicesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
     COrvNamedItemCollection::WriteItem(writer, item);
     const auto& service = static_cast<const COrvControlService&>(item);

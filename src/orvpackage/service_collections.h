@@ -75,16 +75,12 @@ private:
     CDoubleNullStringW m_arguments;
 };
 
-class COrvCreateServicesCollection : public COrvNamedItemCollection {
+class COrvCreateServicesCollection
+    : public COrvCollectionOf<COrvNamedItemCollection, COrvCreateService> {
 public:
     static constexpr SOrvElement kElement{OrvCreateServices, u"CreateServices", u"Service"};
     explicit COrvCreateServicesCollection(COrvPackage& package)
-        : COrvNamedItemCollection(package, kElement, u"Name") {}
-
-    // Adds a service of which nothing is said yet and lends it; null for a double.
-    COrvCreateService* AddItem(const CStrW& name) {
-        return AddOwned(std::make_unique<COrvCreateService>(name));
-    }
+        : COrvCollectionOf(package, kElement, u"Name") {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
@@ -92,31 +88,20 @@ protected:
     bool FinishItem() override;
 };
 
-class COrvDeleteServicesCollection : public COrvNamedItemCollection {
+class COrvDeleteServicesCollection
+    : public COrvCollectionOf<COrvNamedItemCollection, COrvDeleteService> {
 public:
     static constexpr SOrvElement kElement{OrvDeleteServices, u"DeleteServices", u"Service"};
     explicit COrvDeleteServicesCollection(COrvPackage& package)
-        : COrvNamedItemCollection(package, kElement, u"Name") {}
-
-    // Adds an item and lends it; null for a double.
-    COrvDeleteService* AddItem(const CStrW& name) {
-        return AddOwned(std::make_unique<COrvDeleteService>(name));
-    }
-
-protected:
-    bool FinishItem() override;
+        : COrvCollectionOf(package, kElement, u"Name") {}
 };
 
-class COrvControlServicesCollection : public COrvNamedItemCollection {
+class COrvControlServicesCollection
+    : public COrvCollectionOf<COrvNamedItemCollection, COrvControlService> {
 public:
     static constexpr SOrvElement kElement{OrvControlServices, u"ControlServices", u"Service"};
     explicit COrvControlServicesCollection(COrvPackage& package)
-        : COrvNamedItemCollection(package, kElement, u"Name") {}
-
-    // Adds an item and lends it; null for a double.
-    COrvControlService* AddItem(const CStrW& name) {
-        return AddOwned(std::make_unique<COrvControlService>(name));
-    }
+        : COrvCollectionOf(package, kElement, u"Name") {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;

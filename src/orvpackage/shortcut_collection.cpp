@@ -133,10 +133,6 @@ int COrvCreateShortcut::LoadFromFile(const CFilePathW& path) {
     return status;
 }
 
-COrvCreateShortcut* COrvCreateShortcutsCollection::AddItem(const CStrW& target) {
-    return AddOwned(std::make_unique<COrvCreateShortcut>(target));
-}
-
 void COrvCreateShortcutsCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
     COrvTargetCollection::WriteItem(writer, item);
     const SOrvShortcut& content = static_cast<const COrvCreateShortcut&>(item).GetContent();
@@ -203,7 +199,7 @@ bool COrvCreateShortcutsCollection::ReadChild(std::u16string_view child, CXmlRea
 
 bool COrvCreateShortcutsCollection::FinishItem() {
     const SOrvShortcut read = std::exchange(ReadSoFar(), SReadShortcut()).content;
-    COrvCreateShortcut* const added = AddItem(TakeReadTarget());
+    COrvCreateShortcut* const added = AddItem(TakeReadName());
     if (added == nullptr) {
         return false;
     }

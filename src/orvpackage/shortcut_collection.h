@@ -57,14 +57,12 @@ private:
     SOrvShortcut m_content;
 };
 
-class COrvCreateShortcutsCollection : public COrvTargetCollection {
+class COrvCreateShortcutsCollection
+    : public COrvCollectionOf<COrvTargetCollection, COrvCreateShortcut> {
 public:
     static constexpr SOrvElement kElement{OrvCreateShortcuts, u"CreateShortcuts", u"Shortcut"};
     explicit COrvCreateShortcutsCollection(COrvPackage& package)
-        : COrvTargetCollection(package, kElement) {}
-
-    // Adds a shortcut that says nothing yet and lends it; null for a double.
-    COrvCreateShortcut* AddItem(const CStrW& target);
+        : COrvCollectionOf(package, kElement) {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;

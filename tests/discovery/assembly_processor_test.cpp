@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "orvpackage/assembly_collections.h"
 #include "support/machine.h"
 #include "support/module_builder.h"
 #include "support/temp_folder.h"
