@@ -23,10 +23,8 @@ CStrW BytesToHex(const void* bytes, std::size_t count) {
 }
 
 bool IsHexString(std::u16string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char16_t unit) {
-        const unsigned lower = unit | 0x20U;
-        return (unit >= u'0' && unit <= u'9') || (lower >= u'a' && lower <= u'f');
-    });
+    return std::all_of(text.begin(), text.end(),
+                       [](char16_t unit) { return DigitValue(unit) < 16; });
 }
 
 void HexToBytes(std::u16string_view text, void* bytes, std::size_t& count) {

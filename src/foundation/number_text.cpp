@@ -3,21 +3,6 @@
 #include <algorithm>
 #include <iterator>
 
-namespace {
-
-constexpr unsigned kNoDigit = 36;
-
-// The number that a digit or letter stands for; kNoDigit for any other unit.
-unsigned DigitValue(char16_t unit) {
-    if (unit >= u'0' && unit <= u'9') {
-        return unit - u'0';
-    }
-    const unsigned lower = unit | 0x20U;
-    return lower >= u'a' && lower <= u'z' ? lower - u'a' + 10 : kNoDigit;
-}
-
-}  // namespace
-
 std::uint64_t ReadPlainNumber64(std::u16string_view text, unsigned radix) {
     std::uint64_t value = 0;
     for (const char16_t unit : text) {

@@ -6,6 +6,17 @@
 
 #include "foundation/wide_string.h"
 
+constexpr unsigned kNoDigit = 36;
+
+// The number that a digit or letter stands for; kNoDigit for any other unit.
+[[nodiscard]] inline unsigned DigitValue(char16_t unit) {
+    if (unit >= u'0' && unit <= u'9') {
+        return unit - u'0';
+    }
+    const unsigned lower = unit | 0x20U;
+    return lower >= u'a' && lower <= u'z' ? lower - u'a' + 10 : kNoDigit;
+}
+
 // The plain rule: letters are digits too, "a" and "A" 10 and so on up to 35, whatever the radix, so
 // that "1a" is 20 in radix 10. The first other unit ends the number, and nothing in front of it
 // gives 0. A number too large wraps around.

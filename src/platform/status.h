@@ -56,6 +56,13 @@ constexpr int HresultFromError(int status) {
 
 namespace platform {
 
+// Of the XML reader and writer.
+constexpr int kXmlBadCharacter = static_cast<int>(0xC00CEE2BU);   // WC_E_XMLCHARACTER
+constexpr int kXmlNotWellFormed = static_cast<int>(0xC00CEE2DU);  // WC_E_SYNTAX
+constexpr int kXmlDtdProhibited = static_cast<int>(0xC00CEE4FU);  // WC_E_DTDPROHIBITED
+constexpr int kXmlNonWhitespace = static_cast<int>(0xC00CEF01U);  // WR_E_NONWHITESPACE
+constexpr int kXmlInvalidAction = static_cast<int>(0xC00CEF0BU);  // WR_E_INVALIDACTION
+
 // The status of the calling thread's last failed operation of this layer; 0 when none failed. A
 // success leaves it as it is.
 [[nodiscard]] int GetLastError();

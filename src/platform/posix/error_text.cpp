@@ -55,12 +55,11 @@ constexpr SErrorText kErrorTexts[] = {
     {ERROR_PRIVILEGE_NOT_HELD, u"A required privilege is not held by the client."},
     {ERROR_CANT_ACCESS_FILE, u"The file cannot be accessed by the system."},
     {E_FAIL, u"Unspecified error"},
-    // Of the XML reader and writer.
-    {static_cast<int>(0xC00CEE2BU), u"The text holds a character that XML does not allow."},
-    {static_cast<int>(0xC00CEE2DU), u"The document is not well-formed."},
-    {static_cast<int>(0xC00CEE4FU), u"A document type definition is not allowed."},
-    {static_cast<int>(0xC00CEF01U), u"Only white space may stand at this place in the document."},
-    {static_cast<int>(0xC00CEF0BU), u"This cannot stand at this place in the document."},
+    {kXmlBadCharacter, u"The text holds a character that XML does not allow."},
+    {kXmlNotWellFormed, u"The document is not well-formed."},
+    {kXmlDtdProhibited, u"A document type definition is not allowed."},
+    {kXmlNonWhitespace, u"Only white space may stand at this place in the document."},
+    {kXmlInvalidAction, u"This cannot stand at this place in the document."},
 };
 
 }  // namespace

@@ -16,9 +16,6 @@ namespace platform {
 
 namespace {
 
-constexpr int kNotWellFormed = static_cast<int>(0xC00CEE2DU);  // WC_E_SYNTAX
-constexpr int kDtdProhibited = static_cast<int>(0xC00CEE4FU);  // WC_E_DTDPROHIBITED
-
 // NOENT: attribute values come with predefined entities replaced only when all entities are; there
 // are no others, since nothing declares any. RECOVER: without it the parser is silent after a
 // fault, and so about a document type that it then goes on to read.
@@ -139,7 +136,7 @@ int CXmlParser::Run() {
     xmlDictReference(m_context->dict);
     m_document.m_names.reset(m_context->dict);
     if (xmlParseDocument(m_context.get()) != 0) {
-        Fail(kNotWellFormed);
+        Fail(kXmlNotWellFormed);
     }
     return m_status;
 }
@@ -148,7 +145,7 @@ int CXmlParser::Run() {
 int CXmlParser::OnRead(void* context, char* buffer, int size) {
     CXmlParser& self = Self(context);
     if (self.HasTooManyNames()) {
-        self.Fail(kNotWellFormed);
+        self.Fail(kXmlNotWellFormed);
     }
     if (self.m_status < 0) {
         return 0;
@@ -191,7 +188,7 @@ void CXmlParser::OnStartDocument(void* context) {
 void CXmlParser::OnDoctype(void* context, const xmlChar* /*name*/, const xmlChar* /*publicId*/,
                            const xmlChar* /*systemId*/) {
     CXmlParser& self = Self(context);
-    self.Fail(kDtdProhibited);
+    self.Fail(kXmlDtdProhibited);
     // Not even after another failure may it see what the document type declares.
     xmlStopParser(self.m_context.get());
 }
@@ -259,7 +256,7 @@ void CXmlParser::OnError(void* context, xmlErrorPtr error) {
     if (error->level < XML_ERR_ERROR || error->code == XML_WAR_NS_URI) {
         return;
     }
-    Self(context).Fail(error->code == XML_ERR_NO_MEMORY ? E_OUTOFMEMORY : kNotWellFormed);
+    Self(context).Fail(error->code == XML_ERR_NO_MEMORY ? E_OUTOFMEMORY : kXmlNotWellFormed);
 }
 
 SXmlNode& CXmlParser::AddNode(EXmlNode type, const char* prefix, const char* name,

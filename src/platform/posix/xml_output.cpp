@@ -15,10 +15,6 @@ namespace {
 // Units lie in memory as they stand in the file.
 static_assert(std::endian::native == std::endian::little);
 
-constexpr int kNonWhitespace = static_cast<int>(0xC00CEF01U);  // WR_E_NONWHITESPACE
-constexpr int kInvalidAction = static_cast<int>(0xC00CEF0BU);  // WR_E_INVALIDACTION
-constexpr int kBadCharacter = static_cast<int>(0xC00CEE2BU);   // WC_E_XMLCHARACTER
-
 constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"utf-16\"?>";
 constexpr std::size_t kBufferUnits = 32768;
 
@@ -187,7 +183,7 @@ int CXmlOutput::WriteStartDocument() {
         return E_FAIL;
     }
     if (m_state->place != EPlace::Start) {
-        return kInvalidAction;
+        return kXmlInvalidAction;
     }
     m_state->Begin();
     m_state->Put(kDeclaration);
@@ -203,7 +199,7 @@ int CXmlOutput::WriteStartElement(std::u16string_view name) {
         return E_INVALIDARG;
     }
     if (state.place >= EPlace::Epilog) {
-        return kInvalidAction;
+        return kXmlInvalidAction;
     }
     state.Begin();
     state.EndStartTag();
@@ -221,13 +217,13 @@ int CXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view val
     }
     SState& state = *m_state;
     if (state.place != EPlace::StartTag) {
-        return kInvalidAction;
+        return kXmlInvalidAction;
     }
     if (name.empty()) {
         return E_INVALIDARG;
     }
     if (!state.ToMarkup(value, true)) {
-        return kBadCharacter;
+        return kXmlBadCharacter;
     }
     state.Put(u" ");
     state.Put(name);
@@ -243,10 +239,10 @@ int CXmlOutput::WriteText(std::u16string_view text) {
     }
     SState& state = *m_state;
     if (!state.IsInElement()) {
-        return kInvalidAction;
+        return kXmlInvalidAction;
     }
     if (!state.ToMarkup(text, false)) {
-        return kBadCharacter;
+        return kXmlBadCharacter;
     }
     state.EndStartTag();
     state.Put(text);
@@ -259,10 +255,10 @@ int CXmlOutput::WriteWhitespace(std::u16string_view text) {
     }
     SState& state = *m_state;
     if (!std::all_of(text.begin(), text.end(), IsWhitespace)) {
-        return kNonWhitespace;
+        return kXmlNonWhitespace;
     }
     if (state.place == EPlace::End) {
-        return kInvalidAction;
+        return kXmlInvalidAction;
     }
     state.Begin();
     state.EndStartTag();
@@ -275,7 +271,7 @@ int CXmlOutput::WriteEndElement() {
         return E_FAIL;
     }
     if (!m_state->IsInElement()) {
-        return kInvalidAction;
+        return kXmlInvalidAction;
     }
     m_state->CloseElement();
     return m_state->status;
@@ -288,7 +284,7 @@ int CXmlOutput::WriteEndDocument() {
     SState& state = *m_state;
     const bool hasRoot = state.IsInElement() || state.place == EPlace::Epilog;
     if (!hasRoot) {
-        return kInvalidAction;
+        return kXmlInvalidAction;
     }
     while (state.IsInElement()) {
         state.CloseElement();
