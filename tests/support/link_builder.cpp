@@ -1,25 +1,15 @@
 #include "support/link_builder.h"
 
+#include "support/little_endian.h"
+
 namespace {
 
 constexpr std::uint32_t kIsUnicode = 0x80;
 
-void AppendU8(std::string& bytes, unsigned value) { bytes += static_cast<char>(value); }
-
-void AppendU16(std::string& bytes, std::size_t value) {
-    AppendU8(bytes, value & 0xFFU);
-    AppendU8(bytes, value >> 8 & 0xFFU);
-}
-
-void AppendU32(std::string& bytes, std::size_t value) {
-    AppendU16(bytes, value & 0xFFFFU);
-    AppendU16(bytes, value >> 16 & 0xFFFFU);
-}
-
 std::string AnsiBytes(std::u16string_view text) {
     std::string bytes;
     for (const char16_t unit : text) {
-        AppendU8(bytes, unit < 0x100 ? unit : u'?');
+        AppendNumber(bytes, unit < 0x100 ? unit : u'?', 1);
     }
     return bytes;
 }
@@ -27,7 +17,7 @@ std::string AnsiBytes(std::u16string_view text) {
 std::string WideBytes(std::u16string_view text) {
     std::string bytes;
     for (const char16_t unit : text) {
-        AppendU16(bytes, unit);
+        AppendNumber(bytes, unit, 2);
     }
     return bytes;
 }
@@ -43,7 +33,7 @@ std::string Padded(std::string bytes, std::size_t size) {
 
 std::string RootItem(unsigned sortIndex, std::string_view classId) {
     std::string item = "\x1F";
-    AppendU8(item, sortIndex);
+    AppendNumber(item, sortIndex, 1);
     return item.append(classId);
 }
 
@@ -55,7 +45,7 @@ std::string ComputerRoot() {
 std::string MakeVolume() {
     std::string volume;
     for (const unsigned word : {0x11U, 3U, 0U, 0x10U}) {
-        AppendU32(volume, word);
+        AppendNumber(volume, word, 4);
     }
     return volume + '\0';
 }
@@ -66,11 +56,11 @@ std::string MakeNetwork(std::u16string_view name, bool isWide) {
     std::string network;
     for (const std::size_t word : {headerSize + names.size(), std::size_t{2}, headerSize,
                                    std::size_t{0}, std::size_t{0x20000}}) {
-        AppendU32(network, word);
+        AppendNumber(network, word, 4);
     }
     if (isWide) {
-        AppendU32(network, headerSize + name.size() + 1);
-        AppendU32(network, 0);
+        AppendNumber(network, headerSize + name.size() + 1, 4);
+        AppendNumber(network, 0, 4);
     }
     return network + names;
 }
@@ -99,7 +89,7 @@ CTestLink& CTestLink::ShowCommand(std::uint32_t command) {
 
 void CTestLink::Item(const std::string& content) {
     m_flags |= 0x1;
-    AppendU16(m_idList, content.size() + 2);
+    AppendNumber(m_idList, content.size() + 2, 2);
     m_idList += content;
 }
 
@@ -130,23 +120,23 @@ CTestLink& CTestLink::FileItem(std::u16string_view shortName, std::u16string_vie
 CTestLink& CTestLink::FileEntry(unsigned type, std::u16string_view shortName,
                                 std::u16string_view longName) {
     std::string item;
-    AppendU8(item, type);
+    AppendNumber(item, type, 1);
     item.resize(10);
-    AppendU16(item, type == 0x31 ? 0x10 : 0x20);
+    AppendNumber(item, type == 0x31 ? 0x10 : 0x20, 2);
     item += AnsiZ(shortName);
     item.resize(item.size() + item.size() % 2);
     if (longName.empty()) {
         item.resize(item.size() + 2);
     } else {
         const std::size_t offset = item.size() + 2;
-        AppendU16(item, 20 + 2 * (longName.size() + 1) + 2);
-        AppendU16(item, 3);
-        AppendU32(item, 0xBEEF0004U);
-        AppendU32(item, 0);
-        AppendU32(item, 0);
-        AppendU32(item, 20);  // where the name begins
+        AppendNumber(item, 20 + 2 * (longName.size() + 1) + 2, 2);
+        AppendNumber(item, 3, 2);
+        AppendNumber(item, 0xBEEF0004U, 4);
+        AppendNumber(item, 0, 4);
+        AppendNumber(item, 0, 4);
+        AppendNumber(item, 20, 4);  // where the name begins
         item += WideZ(longName);
-        AppendU16(item, offset);
+        AppendNumber(item, offset, 2);
     }
     Item(item);
     return *this;
@@ -204,8 +194,8 @@ CTestLink& CTestLink::IconEnvironment(std::u16string_view icon) {
 }
 
 CTestLink& CTestLink::Block(std::uint32_t signature, std::string_view content) {
-    AppendU32(m_blocks, content.size() + 8);
-    AppendU32(m_blocks, signature);
+    AppendNumber(m_blocks, content.size() + 8, 4);
+    AppendNumber(m_blocks, signature, 4);
     m_blocks += content;
     return *this;
 }
@@ -222,12 +212,12 @@ std::string CTestLink::MakeLinkInfo() const {
     std::string content;
     // Puts a part behind the header and its offset into it.
     const auto add = [&](bool isThere, const std::string& part) {
-        AppendU32(header, isThere ? headerSize + content.size() : 0);
+        AppendNumber(header, isThere ? headerSize + content.size() : 0, 4);
         content += isThere ? part : "";
     };
-    AppendU32(header, 0);
-    AppendU32(header, headerSize);
-    AppendU32(header, (m_localBase ? 1U : 0U) | (m_share ? 2U : 0U));
+    AppendNumber(header, 0, 4);
+    AppendNumber(header, headerSize, 4);
+    AppendNumber(header, (m_localBase ? 1U : 0U) | (m_share ? 2U : 0U), 4);
     add(m_localBase.has_value(), MakeVolume());
     add(m_localBase.has_value(), AnsiZ(base));
     add(m_share.has_value(), MakeNetwork(m_share.value_or(u""), m_hasWideInfo));
@@ -237,22 +227,22 @@ std::string CTestLink::MakeLinkInfo() const {
         add(true, WideZ(m_suffix));
     }
     std::string size;
-    AppendU32(size, header.size() + content.size());
+    AppendNumber(size, header.size() + content.size(), 4);
     return header.replace(0, 4, size) + content;
 }
 
 std::string CTestLink::Bytes() const {
     std::string bytes;
     for (const std::size_t word : {0x4CU, 0x00021401U, 0U, 0xC0U, 0x46000000U, m_flags, 0x20U}) {
-        AppendU32(bytes, word);
+        AppendNumber(bytes, word, 4);
     }
     bytes.resize(0x38);  // no times, no size
-    AppendU32(bytes, static_cast<std::uint32_t>(m_iconIndex));
-    AppendU32(bytes, m_showCommand);
-    AppendU16(bytes, m_hotKey);
+    AppendNumber(bytes, static_cast<std::uint32_t>(m_iconIndex), 4);
+    AppendNumber(bytes, m_showCommand, 4);
+    AppendNumber(bytes, m_hotKey, 2);
     bytes.resize(0x4C);
     if (!m_idList.empty()) {
-        AppendU16(bytes, m_idList.size() + 2);
+        AppendNumber(bytes, m_idList.size() + 2, 2);
         bytes += m_idList + std::string(2, '\0');
     }
     if (m_localBase || m_share) {
@@ -260,7 +250,7 @@ std::string CTestLink::Bytes() const {
     }
     for (const std::optional<std::u16string>& text : m_texts) {
         if (text) {
-            AppendU16(bytes, text->size());
+            AppendNumber(bytes, text->size(), 2);
             bytes += (m_flags & kIsUnicode) != 0 ? WideBytes(*text) : AnsiBytes(*text);
         }
     }
