@@ -105,7 +105,7 @@ void CAssemblyInfo::ReadPath() {
         }
     }
     m_name = m_manifestPath.GetSegment(index + 1).GetText();
-    const std::u16string_view version = m_manifestPath.GetSegment(index + 2).View();
+    const std::u16string_view version = m_manifestPath.ViewSegment(index + 2);
     const std::size_t first = version.find(u'_');
     if (first != std::u16string_view::npos) {
         const std::size_t last = version.rfind(u'_');
@@ -114,7 +114,7 @@ void CAssemblyInfo::ReadPath() {
         m_publicKeyToken = version.substr(last + 1);
     }
     for (const SCacheFolder& folder : kCacheFolders) {
-        if (m_manifestPath.GetSegment(index).EqualsNoCase(folder.name)) {
+        if (EqualsNoCase(m_manifestPath.ViewSegment(index), folder.name)) {
             m_processorArchitecture = folder.architecture;
         }
     }
@@ -139,7 +139,7 @@ void CAssemblyInfo::SetPlace(std::u16string_view place) {
         place.remove_suffix(1);
     }
     m_assemblyFolder = CFilePathW(place);
-    const CFilePathSegmentW& name = m_assemblyFolder.GetLastSegment();
+    const CFilePathSegmentW name = m_assemblyFolder.GetLastSegment();
     // A name without a dot would be its own extension.
     const bool isManifest = name.GetText().GetLength() >= kManifestExtension.size() &&
                             name.CompareExtension(kManifestExtension) == 0;

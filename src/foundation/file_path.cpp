@@ -12,11 +12,6 @@ constexpr std::size_t kMaxPlainPath = 247;
 constexpr std::u16string_view kLongPrefix = uR"(\\?\)";
 constexpr std::u16string_view kLongUncPrefix = uR"(\\?\UNC\)";
 
-const CFilePathSegmentW& EmptySegment() {
-    static const CFilePathSegmentW empty;
-    return empty;
-}
-
 bool IsValidSegment(std::u16string_view name) {
     if (name.empty() || name.size() > kMaxSegment) {
         return false;
@@ -44,9 +39,25 @@ bool IsValidMachineName(std::u16string_view name) {
            name.find_first_of(uR"(",*+/:;<>=?[]\|)") == std::u16string_view::npos;
 }
 
-bool SameSegments(const CFilePathSegmentW& left, const CFilePathSegmentW& right) {
-    return left.EqualsNoCase(right.View());
+// Take the first or the last name off `names`.
+std::u16string_view TakeFirst(std::u16string_view& names) {
+    const std::u16string_view name = names.substr(0, names.find(u'\\'));
+    names.remove_prefix(std::min(name.size() + 1, names.size()));
+    return name;
 }
+std::u16string_view TakeLast(std::u16string_view& names) {
+    const std::u16string_view name = names.substr(names.rfind(u'\\') + 1);
+    names.remove_suffix(std::min(name.size() + 1, names.size()));
+    return name;
+}
+
+bool IsDriveName(std::u16string_view name) { return name.size() == 2 && name[1] == u':'; }
+
+EFilePathKind KindOfFirstName(std::u16string_view name) {
+    return IsDriveName(name) ? FilePathAbsolute : FilePathRelative;
+}
+
+bool IsDots(std::u16string_view name) { return name == u"." || name == u".."; }
 
 }  // namespace
 
@@ -67,9 +78,7 @@ bool CFilePathSegmentW::EqualsNoCase(std::u16string_view other) const {
     return m_name.EqualsNoCase(other);
 }
 
-bool CFilePathSegmentW::IsDrive() const {
-    return m_name.GetLength() == 2 && m_name.View()[1] == u':';
-}
+bool CFilePathSegmentW::IsDrive() const { return IsDriveName(View()); }
 
 int CFilePathSegmentW::CompareExtension(std::u16string_view extension) const {
     if (!extension.empty() && extension.front() == u'.') {
@@ -99,17 +108,21 @@ int CMachineNameW::Assign(std::u16string_view name) {
 }
 
 EFilePathKind KindOfFirstSegment(const CFilePathSegmentW& segment) {
-    return segment.IsDrive() ? FilePathAbsolute : FilePathRelative;
+    return KindOfFirstName(segment.View());
 }
 
-CFilePathW::CFilePathW(const CFilePathW& base, const CFilePathW& tail) : CFilePathW(base) {
+CFilePathW::CFilePathW(const CFilePathW& base, const CFilePathW& tail) : m_kind(base.m_kind) {
+    m_names.reserve(base.m_names.size() + tail.m_names.size() + 1);
+    m_names = base.m_names;
+    m_count = base.m_count;
     static_cast<void>(Append(tail));
 }
 
 CFilePathW::CFilePathW(const CFilePathW& base, const CFilePathSegmentW& last)
     : m_kind(base.m_kind) {
-    m_segments.reserve(base.m_segments.size() + 1);
-    m_segments = base.m_segments;
+    m_names.reserve(base.m_names.size() + last.View().size() + 1);
+    m_names = base.m_names;
+    m_count = base.m_count;
     static_cast<void>(AppendSegment(last));
 }
 
@@ -120,7 +133,7 @@ int CFilePathW::Parse(std::u16string_view text) {
     }
     std::size_t start = 0;
     int status = ParseKind(text, start);
-    m_segments.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), u'\\') + 2));
+    m_names.reserve(text.size() + 1);
     while (status == ERROR_SUCCESS) {
         const std::size_t end = std::min(text.find(u'\\', start), text.size());
         status = AddPiece(text.substr(start, end - start), text.substr(start));
@@ -166,24 +179,34 @@ int CFilePathW::ParseKind(std::u16string_view text, std::size_t& start) {
 
 // Adds what stands up to the next backslash; `rest` is the text from there to its end.
 int CFilePathW::AddPiece(std::u16string_view piece, std::u16string_view rest) {
-    if (m_segments.empty() && m_kind == FilePathUnc) {
-        CMachineNameW server;
-        const int status = server.Assign(piece);
-        m_segments.push_back(std::move(static_cast<CFilePathSegmentW&>(server)));
-        return status;
+    const auto add = [this](std::u16string_view name, bool isValid) {
+        AddName(isValid ? name : std::u16string_view());
+        return isValid ? ERROR_SUCCESS : ERROR_INVALID_DATA;
+    };
+    if (IsEmpty() && m_kind == FilePathUnc) {
+        return add(piece, IsValidMachineName(piece));
     }
-    if (m_segments.empty() && rest.size() >= 3 && rest[1] == u':' && rest[2] != u'\\') {
-        const int status = m_segments.emplace_back().Assign(piece.substr(0, 2));
-        return status != ERROR_SUCCESS ? status : m_segments.emplace_back().Assign(piece.substr(2));
+    if (IsEmpty() && rest.size() >= 3 && rest[1] == u':' && rest[2] != u'\\') {
+        const int status = add(piece.substr(0, 2), IsValidSegment(piece.substr(0, 2)));
+        piece.remove_prefix(2);
+        return status != ERROR_SUCCESS ? status : add(piece, IsValidSegment(piece));
     }
-    return m_segments.emplace_back().Assign(piece);
+    return add(piece, IsValidSegment(piece));
+}
+
+void CFilePathW::AddName(std::u16string_view name) {
+    if (!IsEmpty()) {
+        m_names += u'\\';
+    }
+    m_names += name;
+    ++m_count;
 }
 
 void CFilePathW::AssignSegment(const CFilePathSegmentW& segment) {
     Clear();
     if (!segment.IsEmpty()) {
         m_kind = KindOfFirstSegment(segment);
-        m_segments.push_back(segment);
+        AddName(segment.View());
     }
 }
 
@@ -191,9 +214,7 @@ bool CFilePathW::HasDriveOrServer() const {
     return m_kind == FilePathAbsolute || m_kind == FilePathDriveRelative || m_kind == FilePathUnc;
 }
 
-bool CFilePathW::StartsWithDots() const {
-    return GetFirstSegment().IsDot() || GetFirstSegment().IsDotDot();
-}
+bool CFilePathW::StartsWithDots() const { return IsDots(ViewSegment(0)); }
 
 int CFilePathW::Append(const CFilePathW& tail) {
     if (tail.IsEmpty()) {
@@ -209,32 +230,39 @@ int CFilePathW::Append(const CFilePathW& tail) {
     if (tail.StartsWithDots()) {
         return JoinResolving(*this, tail) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
     }
-    m_segments.reserve(m_segments.size() + tail.m_segments.size());
-    const std::size_t count = tail.m_segments.size();
-    for (std::size_t i = 0; i < count; ++i) {
-        m_segments.push_back(tail.m_segments[i]);
-    }
+    // The tail may be this path itself.
+    const std::size_t length = tail.m_names.size();
+    const std::size_t count = tail.m_count;
+    m_names += u'\\';
+    m_names.append(tail.m_names, 0, length);
+    m_count += count;
     return ERROR_SUCCESS;
 }
 
 int CFilePathW::AppendSegment(const CFilePathSegmentW& segment) {
-    if (segment.IsEmpty()) {
+    return AppendChecked(segment.View());
+}
+
+// Appends a name that is valid, or empty.
+int CFilePathW::AppendChecked(std::u16string_view name) {
+    if (name.empty()) {
         return ERROR_SUCCESS;
     }
     if (IsEmpty()) {
-        AssignSegment(CFilePathSegmentW(segment));
+        m_kind = KindOfFirstName(name);
+        AddName(name);
         return ERROR_SUCCESS;
     }
-    if (segment.IsDrive()) {
+    if (IsDriveName(name)) {
         return ERROR_INVALID_DATA;
     }
-    if (segment.IsDotDot()) {
+    if (name == u"..") {
         if (HasDriveOrServer() && IsRoot()) {
             return ERROR_INVALID_DATA;
         }
         RemoveLast(1);
-    } else if (segment.IsNotDot()) {
-        m_segments.push_back(segment);
+    } else if (name != u".") {
+        AddName(name);
     }
     return ERROR_SUCCESS;
 }
@@ -253,9 +281,9 @@ int CFilePathW::Prepend(const CFilePathW& head) {
     if (StartsWithDots()) {
         return JoinResolving(head, *this) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
     }
-    CFilePathW sum(head);
-    sum.m_segments.insert(sum.m_segments.end(), m_segments.begin(), m_segments.end());
-    *this = std::move(sum);
+    m_names.insert(0, head.m_names + u'\\');
+    m_count += head.m_count;
+    m_kind = head.m_kind;
     return ERROR_SUCCESS;
 }
 
@@ -270,20 +298,31 @@ int CFilePathW::PrependSegment(const CFilePathSegmentW& segment) {
         AssignSegment(CFilePathSegmentW(segment));
         return ERROR_SUCCESS;
     }
-    if (GetFirstSegment().IsDotDot()) {
-        m_segments.erase(m_segments.begin());
-        if (m_segments.empty()) {
-            m_kind = FilePathNone;
-        }
+    const std::u16string_view first = ViewSegment(0);
+    if (first == u"..") {
+        RemoveFirstName();
         return ERROR_SUCCESS;
     }
-    const bool hadDot = GetFirstSegment().IsDot();
     m_kind = KindOfFirstSegment(segment);
-    m_segments.insert(m_segments.begin(), segment);
-    if (hadDot) {
-        m_segments.erase(m_segments.begin() + 1);
+    if (first == u".") {
+        m_names.replace(0, 1, segment.View());
+        return ERROR_SUCCESS;
     }
+    m_names.insert(0, u"\\").insert(0, segment.View());
+    ++m_count;
     return ERROR_SUCCESS;
+}
+
+// Takes the first name away and leaves the kind, unless that clears the path.
+void CFilePathW::RemoveFirstName() {
+    std::u16string_view rest = m_names;
+    TakeFirst(rest);
+    if (m_count <= 1) {
+        Clear();
+        return;
+    }
+    m_names.erase(0, m_names.size() - rest.size());
+    --m_count;
 }
 
 // Makes this path `base` with `relative` behind it, whose leading dots are resolved. False, with
@@ -291,7 +330,7 @@ int CFilePathW::PrependSegment(const CFilePathSegmentW& segment) {
 bool CFilePathW::JoinResolving(const CFilePathW& base, CFilePathW relative) {
     CFilePathW sum(base);
     while (relative.StartsWithDots()) {
-        if (relative.GetFirstSegment().IsDotDot()) {
+        if (relative.ViewSegment(0) == u"..") {
             if (sum.IsRoot() || sum.IsEmpty()) {
                 return false;
             }
@@ -307,54 +346,74 @@ bool CFilePathW::JoinResolving(const CFilePathW& base, CFilePathW relative) {
 }
 
 bool CFilePathW::Equals(const CFilePathW& other) const {
-    return m_kind == other.m_kind && m_segments.size() == other.m_segments.size() &&
-           std::equal(m_segments.rbegin(), m_segments.rend(), other.m_segments.rbegin(),
-                      SameSegments);
+    if (m_kind != other.m_kind || m_count != other.m_count) {
+        return false;
+    }
+    // Paths that differ mostly do so at their end.
+    std::u16string_view left = m_names;
+    std::u16string_view right = other.m_names;
+    for (std::size_t i = 0; i < m_count; ++i) {
+        if (!EqualsNoCase(TakeLast(left), TakeLast(right))) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool CFilePathW::EqualsFirstN(const CFilePathW& other, std::size_t count) const {
-    const std::size_t shorter = std::min(m_segments.size(), other.m_segments.size());
-    const bool isLongEnough = shorter >= count || m_segments.size() == other.m_segments.size();
+    const std::size_t shorter = std::min(m_count, other.m_count);
+    const bool isLongEnough = shorter >= count || m_count == other.m_count;
     if (count == 0 || m_kind != other.m_kind || !isLongEnough) {
         return false;
     }
-    const auto end = static_cast<std::ptrdiff_t>(std::min(count, shorter));
-    return std::equal(m_segments.begin(), m_segments.begin() + end, other.m_segments.begin(),
-                      SameSegments);
+    std::u16string_view left = m_names;
+    std::u16string_view right = other.m_names;
+    for (std::size_t i = 0; i < std::min(count, shorter); ++i) {
+        if (!EqualsNoCase(TakeFirst(left), TakeFirst(right))) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void CFilePathW::Clear() {
     m_kind = FilePathNone;
-    m_segments.clear();
+    m_names.clear();
+    m_count = 0;
 }
 
 bool CFilePathW::IsRoot() const {
     switch (m_kind) {
         case FilePathAbsolute:
         case FilePathDriveRelative:
-            return m_segments.size() < 2;
+            return m_count < 2;
         case FilePathUnc:
-            return m_segments.size() < 3;
+            return m_count < 3;
         default:
             return false;
     }
 }
 
-const CFilePathSegmentW& CFilePathW::GetSegment(std::size_t index) const {
-    return index < m_segments.size() ? m_segments[index] : EmptySegment();
+std::u16string_view CFilePathW::ViewSegment(std::size_t index) const {
+    std::u16string_view rest = m_names;
+    for (std::size_t i = 0; i < index && !rest.empty(); ++i) {
+        TakeFirst(rest);
+    }
+    return TakeFirst(rest);
 }
 
-const CFilePathSegmentW& CFilePathW::GetLastSegment() const {
-    return m_segments.empty() ? EmptySegment() : m_segments.back();
+CFilePathSegmentW CFilePathW::GetLastSegment() const {
+    std::u16string_view rest = m_names;
+    return CFilePathSegmentW(TakeLast(rest));
 }
 
-const CFilePathSegmentW& CFilePathW::GetDriveSegment() const {
+CFilePathSegmentW CFilePathW::GetDriveSegment() const {
     const bool hasDrive = m_kind == FilePathAbsolute || m_kind == FilePathDriveRelative;
-    return hasDrive ? GetFirstSegment() : EmptySegment();
+    return hasDrive ? GetFirstSegment() : CFilePathSegmentW();
 }
 
-const CFilePathSegmentW& CFilePathW::GetFileName() const {
-    return IsRoot() ? EmptySegment() : GetLastSegment();
+CFilePathSegmentW CFilePathW::GetFileName() const {
+    return IsRoot() ? CFilePathSegmentW() : GetLastSegment();
 }
 
 CFilePathW CFilePathW::GetParent() const {
@@ -367,17 +426,21 @@ CFilePathW CFilePathW::GetParent() const {
 
 CFilePathW CFilePathW::GetUncRoot() const {
     CFilePathW root;
-    if (m_kind == FilePathUnc && m_segments.size() >= 2) {
-        root.m_kind = FilePathUnc;
-        root.m_segments.assign(m_segments.begin(), m_segments.begin() + 2);
+    if (m_kind == FilePathUnc && m_count >= 2) {
+        root = *this;
+        root.RemoveLast(m_count - 2);
     }
     return root;
 }
 
 CFilePathW CFilePathW::SubPath(std::size_t start, std::size_t count) const {
     CFilePathW part;
-    for (std::size_t i = start; i < m_segments.size() && i - start < count; ++i) {
-        static_cast<void>(part.AppendSegment(m_segments[i]));
+    std::u16string_view rest = m_names;
+    for (std::size_t i = 0; i < m_count && (i < start || i - start < count); ++i) {
+        const std::u16string_view name = TakeFirst(rest);
+        if (i >= start) {
+            static_cast<void>(part.AppendChecked(name));
+        }
     }
     if (start == 0 && !part.IsEmpty()) {
         part.m_kind = m_kind;
@@ -392,43 +455,48 @@ void CFilePathW::RemoveFirst(std::size_t count) {
 }
 
 void CFilePathW::DropFirst(std::size_t count) {
-    if (count >= m_segments.size()) {
+    if (count >= m_count) {
         Clear();
         return;
     }
-    m_segments.erase(m_segments.begin(), m_segments.begin() + static_cast<std::ptrdiff_t>(count));
+    std::u16string_view rest = m_names;
+    for (std::size_t i = 0; i < count; ++i) {
+        TakeFirst(rest);
+    }
+    m_names.erase(0, m_names.size() - rest.size());
+    m_count -= count;
     m_kind = FilePathRelative;
 }
 
 void CFilePathW::RemoveLast(std::size_t count) {
-    if (count >= m_segments.size()) {
+    if (count >= m_count) {
         Clear();
         return;
     }
-    m_segments.resize(m_segments.size() - count);
+    std::u16string_view rest = m_names;
+    for (std::size_t i = 0; i < count; ++i) {
+        TakeLast(rest);
+    }
+    m_names.resize(rest.size());
+    m_count -= count;
 }
 
 CStrW CFilePathW::ToPlainString() const {
-    std::size_t length = m_segments.size() + 2;
-    for (const CFilePathSegmentW& segment : m_segments) {
-        length += segment.View().size();
-    }
     CStrW text;
-    if (m_segments.empty() || !text.Reserve(length + 1)) {
+    // Room for what stands in front or behind, and for the terminator.
+    if (IsEmpty() || !text.Reserve(m_names.size() + 3)) {
         return text;
     }
+    std::u16string_view names = m_names;
     if (m_kind == FilePathUnc) {
         text.Append(uR"(\\)");
     } else if (m_kind == FilePathRootRelative) {
         text.Append(u'\\');
+    } else if (m_kind == FilePathDriveRelative) {
+        text.Append(TakeFirst(names));
     }
-    for (std::size_t i = 0; i < m_segments.size(); ++i) {
-        if (i > 1 || (i == 1 && m_kind != FilePathDriveRelative)) {
-            text.Append(u'\\');
-        }
-        text.Append(m_segments[i].View());
-    }
-    if (m_kind == FilePathAbsolute && m_segments.size() == 1) {
+    text.Append(names);
+    if (m_kind == FilePathAbsolute && m_count == 1) {
         text.Append(u'\\');
     }
     return text;

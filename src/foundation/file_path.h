@@ -3,8 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
-#include <vector>
 
 #include "foundation/wide_string.h"
 
@@ -106,19 +106,23 @@ public:
 
     void Clear();
     [[nodiscard]] EFilePathKind GetKind() const { return m_kind; }
-    [[nodiscard]] std::size_t GetSegmentCount() const { return m_segments.size(); }
-    [[nodiscard]] bool IsEmpty() const { return m_segments.empty(); }
+    [[nodiscard]] std::size_t GetSegmentCount() const { return m_count; }
+    [[nodiscard]] bool IsEmpty() const { return m_count == 0; }
     // A drive or share without anything below it: nothing climbs above it.
     [[nodiscard]] bool IsRoot() const;
 
     // The segment at an index, the first and the last; an empty one when there is none.
-    [[nodiscard]] const CFilePathSegmentW& GetSegment(std::size_t index) const;
-    [[nodiscard]] const CFilePathSegmentW& GetFirstSegment() const { return GetSegment(0); }
-    [[nodiscard]] const CFilePathSegmentW& GetLastSegment() const;
+    [[nodiscard]] CFilePathSegmentW GetSegment(std::size_t index) const {
+        return CFilePathSegmentW(ViewSegment(index));
+    }
+    [[nodiscard]] CFilePathSegmentW GetFirstSegment() const { return GetSegment(0); }
+    [[nodiscard]] CFilePathSegmentW GetLastSegment() const;
+    // A segment's name in its place, to be looked at only.
+    [[nodiscard]] std::u16string_view ViewSegment(std::size_t index) const;
     // "C:" of a path that has one; otherwise empty.
-    [[nodiscard]] const CFilePathSegmentW& GetDriveSegment() const;
+    [[nodiscard]] CFilePathSegmentW GetDriveSegment() const;
     // The last name; empty for a root such as "C:\".
-    [[nodiscard]] const CFilePathSegmentW& GetFileName() const;
+    [[nodiscard]] CFilePathSegmentW GetFileName() const;
     [[nodiscard]] CStrW GetStem() const { return GetFileName().GetStem(); }
     // The path without its last name; a root is its own parent.
     [[nodiscard]] CFilePathW GetParent() const;
@@ -143,12 +147,17 @@ public:
 private:
     [[nodiscard]] int ParseKind(std::u16string_view text, std::size_t& start);
     [[nodiscard]] int AddPiece(std::u16string_view piece, std::u16string_view rest);
+    void AddName(std::u16string_view name);
+    [[nodiscard]] int AppendChecked(std::u16string_view name);
+    void RemoveFirstName();
     [[nodiscard]] bool JoinResolving(const CFilePathW& base, CFilePathW relative);
     [[nodiscard]] bool HasDriveOrServer() const;
     [[nodiscard]] bool StartsWithDots() const;
 
     EFilePathKind m_kind = FilePathNone;
-    std::vector<CFilePathSegmentW> m_segments;  // the root's backslash is implied by the kind
+    std::size_t m_count = 0;
+    // Backslashes stand between them; the one of the root is implied by the kind.
+    std::u16string m_names;
 };
 
 // The kind of a path that begins with `segment`.

@@ -1,6 +1,7 @@
 #include "foundation/file_path_converter.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 #include "foundation/file_system.h"
@@ -25,6 +26,12 @@ bool IsCollapsible(std::u16string_view path) {
 bool IsAbsolute(std::u16string_view path) {
     return path.find(u'%') == std::u16string_view::npos &&
            ((path.size() > 1 && path[1] == u':') || path.starts_with(uR"(\\)"));
+}
+
+// std::u16string_view::starts_with, but that looks at one unit at a time.
+bool StartsWith(std::u16string_view text, std::u16string_view start) {
+    return text.size() >= start.size() &&
+           std::memcmp(text.data(), start.data(), start.size() * sizeof(char16_t)) == 0;
 }
 
 std::u16string_view CommonPrefix(std::u16string_view left, std::u16string_view right) {
@@ -148,21 +155,18 @@ CStrW CFilePathConverter::Expand(const CStrW& text) const {
 
 bool CFilePathConverter::CollapsePaths(CStrW& text, bool expandLongName) const {
     bool changed = expandLongName && ExpandLongName(text);
-    if (!MayHoldPath(text)) {
-        return changed;
-    }
-    CStrW lower(text);
-    lower.Fold();
-    while (true) {
-        const SMatch match = FindLongestPath(lower);
-        if (match.entry == nullptr) {
-            return changed;
-        }
-        ReplaceByToken(text, lower, match);
+    CStrW lower;
+    while (MayHoldPath(text)) {
         lower = text;
         lower.Fold();
+        const SMatch match = FindLongestPath(lower);
+        if (match.entry == nullptr) {
+            break;
+        }
+        ReplaceByToken(text, lower, match);
         changed = true;
     }
+    return changed;
 }
 
 // Replaces a match, and with it all further matches of its row where they come next anyway: a table
@@ -201,12 +205,12 @@ CFilePathConverter::SMatch CFilePathConverter::FindLongestPath(std::u16string_vi
     for (const SGroup& group : m_groups) {
         for (std::size_t at = lower.find(group.prefix); at != std::u16string_view::npos;
              at = lower.find(group.prefix, at + 1)) {
-            const std::u16string_view rest = lower.substr(at);
+            const std::u16string_view rest = lower.substr(at + group.prefix.size());
             for (const std::size_t row : group.rows) {
                 if (row >= best) {
                     break;
                 }
-                if (rest.starts_with(m_entries[row].lowerPath.View())) {
+                if (StartsWith(rest, m_entries[row].lowerPath.View().substr(group.prefix.size()))) {
                     best = row;
                     match = {&m_entries[row], at};
                 }

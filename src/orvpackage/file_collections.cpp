@@ -28,6 +28,10 @@ SReadTarget& ReadSoFar(EOrvCollection type) {
 // Takes the values read and forgets them.
 SReadTarget TakeRead(EOrvCollection type) { return std::exchange(ReadSoFar(type), SReadTarget()); }
 
+bool IsRelative(const CFilePathW& path) {
+    return path.GetKind() == FilePathRelative || path.GetKind() == FilePathRootRelative;
+}
+
 }  // namespace
 
 // The target, expanded once for both the hash and the field.
@@ -44,15 +48,20 @@ COrvTargetItem::COrvTargetItem(SExpanded expanded)
 void COrvCreateFile::SetRelativeSource(const CStrW& text) {
     m_relativeSource = text;
     ExpandFileTokens(m_relativeSource);
+    m_isRelative = IsRelative(CFilePathW(m_relativeSource));
 }
 
-bool COrvCreateFile::IsValid() const {
-    if (GetTarget().IsEmpty() || m_relativeSource.IsEmpty()) {
-        return false;
+void COrvCreateFile::SetRelativeSource(const CFilePathW& path) {
+    const CStrW text = path.ToString();
+    if (text.View().find(u'%') != std::u16string_view::npos) {
+        SetRelativeSource(text);
+        return;
     }
-    const EFilePathKind kind = CFilePathW(m_relativeSource).GetKind();
-    return kind == FilePathRelative || kind == FilePathRootRelative;
+    m_relativeSource = text;
+    m_isRelative = IsRelative(path);
 }
+
+bool COrvCreateFile::IsValid() const { return !GetTarget().IsEmpty() && m_isRelative; }
 
 void COrvTargetCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
     WriteSanitized(writer, kTarget, static_cast<const COrvTargetItem&>(item).GetTarget(),
@@ -91,7 +100,7 @@ bool COrvDeleteFoldersCollection::FinishItem() {
 COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
                                                    const CFilePathW& relativeSource) {
     auto file = std::make_unique<COrvCreateFile>(target.ToString());
-    file->SetRelativeSource(relativeSource.ToString());
+    file->SetRelativeSource(relativeSource);
     COrvCreateFile* const added = file.get();
     std::unique_ptr<COrvItem> item = std::move(file);
     if (Add(item)) {

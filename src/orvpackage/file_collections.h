@@ -51,11 +51,13 @@ public:
     [[nodiscard]] const CStrW& GetRelativeSource() const { return m_relativeSource; }
     // Takes the payload's path, and expands its tokens.
     void SetRelativeSource(const CStrW& text);
+    void SetRelativeSource(const CFilePathW& path);
     // Needs a payload path that is relative.
     [[nodiscard]] bool IsValid() const override;
 
 private:
     CStrW m_relativeSource;
+    bool m_isRelative = false;
 };
 
 // A collection whose items' elements hold a "Target" and little else.
