@@ -35,17 +35,13 @@ public:
     // Copies a file into a folder, in place of one that was left there before. Returns the copy's
     // path from the package's folder on, or an empty text when it cannot be made.
     [[nodiscard]] CStrW Copy(const CFilePathW& source, const CFilePathW& folder) const {
-        const CFilePathSegmentW& name = source.GetFileName();
+        const CFilePathSegmentW name = source.GetFileName();
         // Without a name the destination would be the folder itself.
         if (name.IsEmpty()) {
             return {};
         }
         CFilePathW destination(folder, name);
-        // What stands in the way, or cannot be made, shows when the file is copied.
-        static_cast<void>(DeleteFileForce(destination));
-        static_cast<void>(CreateDirectoryChain(destination.GetParent()));
-        if (platform::CopyFile(source.ToString().Get(), destination.ToString().Get()) !=
-            ERROR_SUCCESS) {
+        if (CopyFileOver(source.ToString(), destination) != ERROR_SUCCESS) {
             return {};
         }
         destination.RemoveFirst(m_packageFolder.GetSegmentCount());
@@ -75,7 +71,7 @@ bool CAssemblyProcessor::CheckFile(const CFilePathW& path, std::uint32_t mode) {
     if (!IsCreated(mode)) {
         return false;
     }
-    const CFilePathSegmentW& name = path.GetFileName();
+    const CFilePathSegmentW name = path.GetFileName();
     if (!name.IsEmpty() && name.CompareExtension(u"manifest") == 0) {
         AddManifest(path, false);
     } else if (!name.IsEmpty() && name.CompareExtension(u"cat") == 0) {

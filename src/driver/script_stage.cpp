@@ -1,7 +1,6 @@
 #include "driver/cas_to_orv_converter.h"
 #include "foundation/file_system.h"
 #include "orvpackage/action_collections.h"
-#include "platform/files.h"
 #include "platform/status.h"
 #include "reporting/logger.h"
 
@@ -13,13 +12,6 @@ struct SScope {
     const char16_t* message;
     CFilePathW folder;  // that the scripts' files stand in
 };
-
-int CopyFileOver(const CFilePathW& source, const CFilePathW& destination) {
-    // What stands in the way, or cannot be made, shows when the file is copied.
-    static_cast<void>(DeleteFileForce(destination));
-    static_cast<void>(CreateDirectoryChain(destination.GetParent()));
-    return platform::CopyFile(source.ToString().Get(), destination.ToString().Get());
-}
 
 // Makes a script an action and copies its file. The action stays when that cannot be done.
 int CopyScript(COrvPackage& package, const CCasScript& script, const SScope& scope) {
@@ -40,7 +32,8 @@ int CopyScript(COrvPackage& package, const CCasScript& script, const SScope& sco
         return ERROR_SUCCESS;
     }
     // Without a name the destination would be the folder of all scripts.
-    const int status = segment.IsEmpty() ? ERROR_ACCESS_DENIED : CopyFileOver(source, destination);
+    const int status = segment.IsEmpty() ? ERROR_ACCESS_DENIED
+                                         : CopyFileOver(source.ToString(), destination);
     if (status != ERROR_SUCCESS) {
         GetLogger().LogMessage(MessageCopyFailed, nullptr, source.ToString().Get(),
                                GetSystemErrorMessage(status).Get());

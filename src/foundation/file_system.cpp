@@ -24,11 +24,13 @@ bool CreateDirectoryChain(const CFilePathW& path) {
     if (path.IsEmpty()) {
         return false;
     }
-    // The usual case first: a folder that is there has all its parents. The chain of "C:a" and "\a"
-    // is another one than the path itself.
+    // The usual cases first: only the folder itself is missing, or it is there, and so has all its
+    // parents. The chain of "C:a" and "\a" is another one than the path itself.
     const bool isOwnChain =
         path.GetKind() != FilePathDriveRelative && path.GetKind() != FilePathRootRelative;
-    if (isOwnChain && IsExistingFolder(path)) {
+    if (isOwnChain && !path.IsRoot() &&
+        (platform::CreateFolder(path.ToString().Get()) == ERROR_SUCCESS ||
+         IsExistingFolder(path))) {
         return true;
     }
     CFilePathW folder;
@@ -67,6 +69,28 @@ bool DeleteFileForce(const CFilePathW& path) {
     return platform::DeleteFile(name.Get()) == ERROR_SUCCESS;
 }
 
+int CopyFileOver(const CStrW& source, const CFilePathW& destination,
+                 platform::CFileCopier* copier) {
+    const CStrW name = destination.ToString();
+    const auto copy = [&](platform::EExisting existing) {
+        return copier != nullptr ? copier->Copy(source.Get(), name.Get(), existing)
+                                 : platform::CopyFile(source.Get(), name.Get(), existing);
+    };
+    // The usual case first: the folder is there, and nothing stands in the way. What does, or
+    // cannot be made, shows when the file is copied.
+    int status = copy(platform::EExisting::Keep);
+    if (status == ERROR_PATH_NOT_FOUND) {
+        static_cast<void>(CreateDirectoryChain(destination.GetParent()));
+        status = copy(platform::EExisting::Keep);
+    }
+    if (status != ERROR_SUCCESS) {
+        static_cast<void>(DeleteFileForce(destination));
+        static_cast<void>(CreateDirectoryChain(destination.GetParent()));
+        status = copy(platform::EExisting::Replace);
+    }
+    return status;
+}
+
 CFilePathW GetSpecialFolderPath(int csidl) {
     std::u16string path;
     return platform::GetSpecialFolder(csidl, path) ? CFilePathW(path) : CFilePathW();
@@ -96,6 +120,9 @@ bool ExpandLongPath(CFilePathW& path) {
 }
 
 bool ExpandLongName(CStrW& text) {
+    if (!platform::HasShortNames()) {
+        return false;
+    }
     CStrW existing(text);
     while (!existing.IsEmpty()) {
         std::u16string longName;

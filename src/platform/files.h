@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -28,7 +29,8 @@ struct SFindData {
 };
 
 // A search through one folder. The entries come by upper-cased name; "." and ".." may or may not be
-// among them. Closes itself.
+// among them. It tells folders from files, but only FindEntry tells for sure what is read-only.
+// Closes itself.
 class CFindHandle {
 public:
     CFindHandle();
@@ -64,10 +66,39 @@ private:
 // Removes a file. ERROR_ACCESS_DENIED for a folder and for a read-only file.
 [[nodiscard]] int DeleteFile(const char16_t* name);
 
-// Copies data, last write time and the read-only attribute; an existing file is replaced, unless it
-// is read-only or a folder (ERROR_ACCESS_DENIED). A failed copy leaves no half-written file.
-// ERROR_CANT_ACCESS_FILE when the source is a link that may not be followed.
-[[nodiscard]] int CopyFile(const char16_t* source, const char16_t* destination);
+// What becomes of a file that is there already.
+enum class EExisting { Replace, Keep };
+
+// Copies data, last write time and the read-only attribute. An existing file is replaced, unless it
+// is read-only or a folder (ERROR_ACCESS_DENIED), or kept (ERROR_FILE_EXISTS). A failed copy leaves
+// no half-written file. ERROR_CANT_ACCESS_FILE when the source is a link that may not be followed.
+[[nodiscard]] int CopyFile(const char16_t* source, const char16_t* destination,
+                           EExisting existing = EExisting::Replace);
+
+// Copies many files, and may move their data while the caller goes on. It is used by one thread;
+// its other thread, if it has one, touches nothing but the files that are being copied.
+class CFileCopier {
+public:
+    // Is told of every copy that failed after Copy had given 0: the source's name and the status.
+    // Runs within Copy and Finish, in the order of the copies.
+    using Failed = std::function<void(const std::u16string& source, int status)>;
+
+    explicit CFileCopier(Failed failed);
+    // What is still under way is finished, but nobody is told any more.
+    ~CFileCopier();
+    CFileCopier(const CFileCopier&) = delete;
+    CFileCopier& operator=(const CFileCopier&) = delete;
+
+    // As CopyFile, but a failure to move the data may be told later.
+    [[nodiscard]] int Copy(const char16_t* source, const char16_t* destination, EExisting existing);
+
+    // Returns when all copies have ended and all failures are told.
+    void Finish();
+
+private:
+    struct SState;
+    std::unique_ptr<SState> m_state;
+};
 
 // Renames a file. ERROR_ALREADY_EXISTS when the new name is taken.
 [[nodiscard]] int MoveFile(const char16_t* from, const char16_t* to);
@@ -75,6 +106,9 @@ private:
 // Makes one folder, whose parent must exist. ERROR_ALREADY_EXISTS when the name is taken, be it by
 // a folder or by a file. ERROR_PATH_NOT_FOUND when the parent is missing or is a file.
 [[nodiscard]] int CreateFolder(const char16_t* name);
+
+// Whether files can have short (8.3) names beside their own.
+[[nodiscard]] bool HasShortNames();
 
 // Gives the long form of a name that exists. ERROR_FILE_NOT_FOUND when only its last part is
 // missing, ERROR_PATH_NOT_FOUND when something above is: on these two a caller may retry with the

@@ -41,13 +41,19 @@ bool IsFolderEmpty(const CFilePathW& folder) {
     return true;
 }
 
+void LogFailedCopy(const char16_t* source, int status) {
+    GetLogger().LogMessage(MessageCopyFailed, nullptr, source, GetSystemErrorMessage(status).Get());
+}
+
 }  // namespace
 
 CCasFileTraverseManager::CCasFileTraverseManager(CAssemblyProcessor& assemblyProcessor,
                                                  COrvPackage& package)
     : m_assemblyProcessor(assemblyProcessor),
       m_package(package),
-      m_packageFolder(package.GetFolder()) {
+      m_packageFolder(package.GetFolder()),
+      m_copier(
+          [](const std::u16string& source, int status) { LogFailedCopy(source.c_str(), status); }) {
     SetPattern(CFilePathSegmentW(u"*"));
 }
 
@@ -65,6 +71,7 @@ void CCasFileTraverseManager::OnStart() {
 }
 
 void CCasFileTraverseManager::OnFinish() {
+    m_copier.Finish();
     CFileTraverse::OnFinish();
     platform::LeaveApartment();
 }
@@ -77,13 +84,10 @@ void CCasFileTraverseManager::ShowProgress(const CStrW& name) {
 }
 
 CFilePathW CCasFileTraverseManager::MapToTarget(const CFilePathW& path) const {
-    CFilePathW tail(path);
-    tail.RemoveFirst(m_rootDepth - 1);
     // The folder of a drive is its letter alone; any other name is no drive and leaves a relative
     // path.
-    CFilePathW target(tail.GetFirstSegment().GetText() + uR"(:\)");
-    tail.RemoveFirst(1);
-    static_cast<void>(target.Append(tail));
+    CFilePathW target(path.GetSegment(m_rootDepth - 1).GetText() + uR"(:\)");
+    static_cast<void>(target.Append(path.SubPath(m_rootDepth, path.GetSegmentCount())));
     return target;
 }
 
@@ -138,7 +142,7 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
                                         const platform::SFindData& /*data*/) {
     const CStrW name = path.ToString();
     ShowProgress(name);
-    const CFilePathSegmentW& last = path.GetLastSegment();
+    const CFilePathSegmentW last = path.GetLastSegment();
     if (last.EqualsNoCase(kPlaceholder)) {
         return true;
     }
@@ -180,18 +184,12 @@ void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CStrW& n
         if (destination.Equals(path)) {
             return;
         }
-        // What stands in the way, or cannot be made, shows when the file is copied.
-        static_cast<void>(DeleteFileForce(destination));
-        CFilePathW folder = destination.GetParent();
-        if (folder.NotEquals(m_lastFolder)) {
-            static_cast<void>(CreateDirectoryChain(folder));
-            m_lastFolder = std::move(folder);
-        }
-        status = platform::CopyFile(name.Get(), destination.ToString().Get());
+        status = CopyFileOver(name, destination, &m_copier);
     }
     if (status != ERROR_SUCCESS) {
-        GetLogger().LogMessage(MessageCopyFailed, nullptr, name.Get(),
-                               GetSystemErrorMessage(status).Get());
+        // So that those of earlier files come before it.
+        m_copier.Finish();
+        LogFailedCopy(name.Get(), status);
     }
 }
 
@@ -203,6 +201,7 @@ void CCasFileTraverseManager::AddShortcut(const CFilePathW& path, const CStrW& t
     }
     const int status = added->LoadFromFile(path);
     if (status < 0) {
+        m_copier.Finish();
         GetLogger().LogMessage(MessageShortcutFailed, nullptr, path.ToString().Get(),
                                GetSystemErrorMessage(status).Get());
     }

@@ -52,7 +52,7 @@ private:
     std::unique_ptr<CProgressEvent> m_progress;
     COrvPackage& m_package;
     const CFilePathW m_packageFolder;
-    CFilePathW m_lastFolder;  // that a payload copy went to, and so is there
+    platform::CFileCopier m_copier;
 };
 
 // The name of a payload copy relative to the manifest, from a collapsed path: its first name loses

@@ -216,6 +216,39 @@ TEST_F(FilesTest, ARefusedCopyTouchesNothing) {
     }
 }
 
+// More than fit into one batch of a copier that works by the batch.
+TEST_F(FilesTest, ACopierCopiesManyFilesAndTheLastOfAPlaceStays) {
+    constexpr int kFiles = 300;
+    m_folder.MakeFolder("to");
+    m_folder.WriteFile("to/kept", "old");
+    for (int i = 0; i < kFiles; ++i) {
+        m_folder.WriteFile("from/" + std::to_string(i), std::string(1000, 'a') + std::to_string(i));
+    }
+    platform::CFileCopier copier(
+        [](const std::u16string& source, int /*status*/) { ADD_FAILURE() << Utf8(source); });
+    const auto copy = [&](const std::string& from, const std::string& to,
+                          platform::EExisting existing) {
+        return copier.Copy(m_folder.Name("from/" + from).c_str(), m_folder.Name("to/" + to).c_str(),
+                           existing);
+    };
+    for (int i = 0; i < kFiles; ++i) {
+        EXPECT_EQ(copy(std::to_string(i), std::to_string(i), platform::EExisting::Keep), 0);
+        EXPECT_EQ(copy(std::to_string(i), "last", platform::EExisting::Replace), 0);
+    }
+    EXPECT_EQ(copy("1", "kept", platform::EExisting::Keep), ERROR_FILE_EXISTS);
+    EXPECT_EQ(copy("1", "LAST", platform::EExisting::Keep), ERROR_FILE_EXISTS);
+    EXPECT_EQ(copy("1", "no/file", platform::EExisting::Keep), ERROR_PATH_NOT_FOUND);
+    EXPECT_EQ(copy("missing", "new", platform::EExisting::Keep), ERROR_FILE_NOT_FOUND);
+    copier.Finish();
+    for (int i = 0; i < kFiles; ++i) {
+        const std::string name = std::to_string(i);
+        ASSERT_EQ(m_folder.ReadFile("to/" + name), m_folder.ReadFile("from/" + name));
+    }
+    EXPECT_EQ(m_folder.ReadFile("to/last"), m_folder.ReadFile("from/299"));
+    EXPECT_EQ(m_folder.ReadFile("to/kept"), "old");
+    EXPECT_FALSE(m_folder.Exists("to/new"));
+}
+
 TEST_F(FilesTest, MovesAFileWithoutReplacingAny) {
     const std::u16string from = m_folder.WriteFile("f/from", "from");
     const std::u16string taken = m_folder.WriteFile("f/taken", "taken");

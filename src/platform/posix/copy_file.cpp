@@ -1,3 +1,5 @@
+#include "platform/posix/copy_file.h"
+
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
@@ -11,8 +13,6 @@
 
 #include "platform/files.h"
 #include "platform/posix/errno_status.h"
-#include "platform/posix/file_access.h"
-#include "platform/posix/output.h"
 #include "platform/status.h"
 
 namespace platform {
@@ -26,8 +26,8 @@ constexpr off_t kNoLimit = std::numeric_limits<off_t>::max();
 // Tries to let `to` share the data of `from`. What one file system refuses another is not asked for
 // again with every file.
 bool ShareData(int from, dev_t fromDevice, int to, dev_t toDevice) {
-    static dev_t refusedFrom = 0;
-    static dev_t refusedTo = 0;
+    static thread_local dev_t refusedFrom = 0;
+    static thread_local dev_t refusedTo = 0;
     if (fromDevice == refusedFrom && toDevice == refusedTo) {
         return false;
     }
@@ -134,65 +134,94 @@ int CopyFileData(int from, const struct stat& info, int to, dev_t toDevice) {
     return hasHoles ? CopyAllButHoles(from, info, to) : CopyRange(from, to, 0, info.st_size);
 }
 
-struct SSource {
-    CFileDescriptor file;
-    struct stat info {};
-
-    [[nodiscard]] bool IsReadOnly() const { return (info.st_mode & S_IWUSR) == 0; }
-};
-
-int OpenSource(std::u16string_view name, SSource& source) {
-    SFilePlace place;
-    const int status = FindFile(name, place);
-    return status != ERROR_SUCCESS ? status : OpenEntry(place, source.file, source.info);
-}
-
 // Fills an empty output. 0, or errno.
-int Fill(const SSource& source, SOutput& output) {
+int Fill(int from, const struct stat& info, SOutput& output) {
     const int to = output.file.Get();
-    if (const int error =
-            CopyFileData(source.file.Get(), source.info, to, output.place.folder->GetId().first)) {
-        return error;
-    }
-    if (!output.isNew && source.IsReadOnly() &&
-        fchmod(to, output.info.st_mode & 07777 & ~mode_t{S_IWUSR | S_IWGRP | S_IWOTH}) != 0) {
+    if (output.isNew && fstat(to, &output.info) != 0) {
         return errno;
     }
-    const struct timespec times[2] = {{0, UTIME_OMIT}, source.info.st_mtim};
+    if (const int error = CopyFileData(from, info, to, output.info.st_dev)) {
+        return error;
+    }
+    constexpr mode_t kAllWrite = S_IWUSR | S_IWGRP | S_IWOTH;
+    if (!output.isNew && (info.st_mode & S_IWUSR) == 0 &&
+        fchmod(to, output.info.st_mode & 07777 & ~kAllWrite) != 0) {
+        return errno;
+    }
+    const struct timespec times[2] = {{0, UTIME_OMIT}, info.st_mtim};
     // A file that belongs to someone else may be written and yet not be given a time.
     static_cast<void>(futimens(to, times));
     // Some file systems write only now, and tell only now that they could not.
     return close(output.file.Release()) == 0 ? 0 : errno;
 }
 
-int Copy(std::u16string_view from, std::u16string_view to) {
-    SSource source;
-    if (const int status = OpenSource(from, source)) {
+int Copy(std::u16string_view from, std::u16string_view to, EExisting existing) {
+    SFileCopy copy;
+    if (const int status = BeginCopy(from, to, existing, copy)) {
         return status;
     }
-    SOutput output;
-    if (const int status = OpenOutput(to, source.IsReadOnly() ? 0444 : 0666, output)) {
-        return status;
-    }
-    if (!output.isNew) {
-        if (GetFileId(output.info) == GetFileId(source.info)) {
-            return ERROR_SHARING_VIOLATION;
-        }
-        if (ftruncate(output.file.Get(), 0) != 0) {
-            return StatusFromErrno(errno);
-        }
-    }
-    const int error = Fill(source, output);
-    if (error != 0) {
-        DiscardOutput(output);
-    }
-    return error == 0 ? ERROR_SUCCESS : StatusFromErrno(error);
+    MoveData(copy);
+    return EndCopy(copy);
 }
 
 }  // namespace
 
-int CopyFile(const char16_t* source, const char16_t* destination) {
-    const int status = Copy(source, destination);
+int PlaceCopy(std::u16string_view from, std::u16string_view to, SFileCopy& copy) {
+    if (const int status = PlaceOutput(to, copy.output)) {
+        return status;
+    }
+    if (const int status = OpenFile(from, copy.source, copy.sourceInfo)) {
+        return status;
+    }
+    copy.output.place.folder->BeginAdding(copy.output.place.entry.name, EEntryKind::Regular);
+    copy.isPlaced = true;
+    return ERROR_SUCCESS;
+}
+
+int BeginCopy(std::u16string_view from, std::u16string_view to, EExisting existing,
+              SFileCopy& copy) {
+    if (const int status = OpenFile(from, copy.source, copy.sourceInfo)) {
+        return status;
+    }
+    SOutput& output = copy.output;
+    if (const int status = OpenOutput(to, copy.GetMode(), existing, output)) {
+        return status;
+    }
+    if (output.isNew) {
+        return ERROR_SUCCESS;
+    }
+    if (GetFileId(output.info) == GetFileId(copy.sourceInfo)) {
+        return ERROR_SHARING_VIOLATION;
+    }
+    return ftruncate(output.file.Get(), 0) == 0 ? ERROR_SUCCESS : StatusFromErrno(errno);
+}
+
+void MoveData(SFileCopy& copy) {
+    copy.error = copy.isPlaced ? CreateOutput(copy.GetMode(), copy.output) : 0;
+    if (copy.error == 0) {
+        copy.error = Fill(copy.source.Get(), copy.sourceInfo, copy.output);
+    }
+    copy.source.Close();
+}
+
+int EndCopy(SFileCopy& copy) {
+    SOutput& output = copy.output;
+    const bool isTaken = copy.isPlaced && !output.isNew && copy.error == EEXIST;
+    if (copy.isPlaced) {
+        output.place.folder->EndAdding(output.place.entry.name, output.isNew || isTaken);
+    }
+    if (copy.error == 0) {
+        return ERROR_SUCCESS;
+    }
+    if (copy.isPlaced && !output.isNew) {
+        return isTaken ? ERROR_FILE_EXISTS : StatusFromErrno(copy.error);
+    }
+    DiscardOutput(output);
+    return StatusFromErrno(copy.error);
+}
+
+int CopyFile(const char16_t* source, const char16_t* destination, EExisting existing) {
+    const int status = Copy(source, destination, existing);
     return status == ERROR_SUCCESS ? status : SetLastError(status);
 }
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "platform/posix/errno_status.h"
 #include "platform/posix/file_location.h"
@@ -15,9 +16,21 @@ namespace {
 
 struct SKeptFile {
     CFileDescriptor file;
-    FileId id;
+    std::u16string path;
 };
 SKeptFile g_kept;
+
+bool TakeKept(std::u16string_view path, CFileDescriptor& file, struct stat& info) {
+    if (!g_kept.file.IsOpen() || g_kept.path != path) {
+        return false;
+    }
+    SKeptFile kept = std::exchange(g_kept, {});
+    if (fstat(kept.file.Get(), &info) != 0 || info.st_nlink == 0) {
+        return false;
+    }
+    file = std::move(kept.file);
+    return true;
+}
 
 }  // namespace
 
@@ -62,11 +75,6 @@ int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info)
         const bool leadsNowhere = place.entry.IsUnfollowed() && !place.folder->IsSealed();
         return leadsNowhere ? ERROR_FILE_NOT_FOUND : ERROR_CANT_ACCESS_FILE;
     }
-    if (g_kept.file.IsOpen() && g_kept.id == GetFileId(place.entry.info)) {
-        file = std::move(g_kept.file);
-        info = place.entry.info;
-        return ERROR_SUCCESS;
-    }
     // Should the file be replaced between the look and the opening, O_NONBLOCK keeps a pipe from
     // holding this thread up, and the second look finds out.
     const int follow = place.folder->IsSealed() ? O_NOFOLLOW : 0;
@@ -82,17 +90,25 @@ int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info)
     return ERROR_SUCCESS;
 }
 
-void KeepOpen(CFileDescriptor file, const struct stat& info) {
-    g_kept = {std::move(file), GetFileId(info)};
+int OpenFile(std::u16string_view path, CFileDescriptor& file, struct stat& info) {
+    if (TakeKept(path, file, info)) {
+        return ERROR_SUCCESS;
+    }
+    SFilePlace place;
+    const int status = FindFile(path, place);
+    return status == ERROR_SUCCESS ? OpenEntry(place, file, info) : status;
 }
 
+void KeepOpen(CFileDescriptor file, std::u16string_view path) {
+    g_kept.file = std::move(file);
+    g_kept.path = path;
+}
+
+void CloseKept() { g_kept = {}; }
+
 int OpenForReading(const char16_t* name, CFileDescriptor& file) {
-    SFilePlace place;
     struct stat info {};
-    if (const int status = FindFile(name, place)) {
-        return SetLastError(status);
-    }
-    const int status = OpenEntry(place, file, info);
+    const int status = OpenFile(name, file, info);
     return status == ERROR_SUCCESS ? status : SetLastError(status);
 }
 

@@ -86,7 +86,7 @@ int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
 
 }  // namespace
 
-int FindStream(SFilePlace& place) {
+int FindStream(SFilePlace& place, std::u16string_view path) {
     CFileDescriptor file;
     if (const int status = FindAndOpen(place, file)) {
         return status;
@@ -98,7 +98,7 @@ int FindStream(SFilePlace& place) {
     }
     if (place.entry.IsRegular()) {
         // A file without a mark is copied next.
-        KeepOpen(std::move(file), place.entry.info);
+        KeepOpen(std::move(file), path.substr(0, path.find(u':', path.rfind(u'\\') + 1)));
     }
     return ERROR_FILE_NOT_FOUND;
 }

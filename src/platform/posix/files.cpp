@@ -59,7 +59,7 @@ int Move(std::u16string_view from, std::u16string_view to) {
         return StatusFromErrno(errno);
     }
     source.folder->NoteRemoved(source.entry.name);
-    target.folder->NoteAdded(newName);
+    target.folder->NoteAdded(newName, EEntryKind::Unknown);
     return ERROR_SUCCESS;
 }
 
@@ -111,9 +111,11 @@ int CreateFolder(const char16_t* name) {
     if (mkdirat(place.folder->GetDescriptor(), place.entry.name.c_str(), 0777) != 0) {
         return FailWithErrno();
     }
-    place.folder->NoteAdded(place.entry.name);
+    place.folder->NoteAdded(place.entry.name, EEntryKind::Folder);
     return ERROR_SUCCESS;
 }
+
+bool HasShortNames() { return false; }
 
 int GetLongName(const char16_t* name, std::u16string& longName) {
     SFilePlace place;
@@ -135,7 +137,7 @@ bool IsSameFolder(const char16_t* left, const char16_t* right) {
 void SetPackageFolder(const char16_t* name) {
     CFolderCache& cache = CFolderCache::Get();
     cache.SetPackageFolder(nullptr);
-    KeepOpen({}, {});
+    CloseKept();
     SFileLocation location;
     std::shared_ptr<CFolder> folder;
     if (name != nullptr && ReadLocation(name, location) == ERROR_SUCCESS &&

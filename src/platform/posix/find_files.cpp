@@ -23,15 +23,15 @@ std::uint32_t GetAttributes(const SEntry& entry) {
     return entry.IsReadOnly() ? kAttributeReadOnly : kAttributeNormal;
 }
 
-// Looks up what is no pattern, in a folder that is found already.
-int FindOne(SFilePlace& place, SFindData& found) {
+// Looks up what is no pattern, in a folder that is found already, which `path` led to.
+int FindOne(SFilePlace& place, std::u16string_view path, SFindData& found) {
     constexpr char16_t kColonOnDisk = 0xF03A;
     // Without a file in front, a file that is named like the stream is found as itself.
     const bool isStreamAlone =
         place.name.empty() && !place.stream.empty() &&
         place.folder->Find(kColonOnDisk + place.stream, place.entry) == ERROR_SUCCESS;
     if (!isStreamAlone) {
-        const int status = place.stream.empty() ? FindEntryAt(place) : FindStream(place);
+        const int status = place.stream.empty() ? FindEntryAt(place) : FindStream(place, path);
         if (status != ERROR_SUCCESS) {
             return status;
         }
@@ -63,6 +63,7 @@ struct CFindHandle::SSearch {
 
 private:
     bool NextOwnName(SFindData& found);
+    bool PassEntry(EEntryKind kind, std::uint32_t& attributes);
 
     std::shared_ptr<CFolder> m_folder;
     std::u16string m_pattern;
@@ -83,6 +84,22 @@ bool CFindHandle::SSearch::NextOwnName(SFindData& found) {
     return false;
 }
 
+// Tells the attributes of the entry that the search stands at; false when it is gone by now. What
+// the folder says of its entries is enough for most.
+bool CFindHandle::SSearch::PassEntry(EEntryKind kind, std::uint32_t& attributes) {
+    if (kind == EEntryKind::Unknown) {
+        SEntry entry;
+        const bool isThere = m_folder->Look(m_last, entry) == 0;
+        attributes = isThere ? GetAttributes(entry) : 0;
+        return isThere;
+    }
+    attributes = kind == EEntryKind::Folder ? kAttributeDirectory : kAttributeNormal;
+    if (kind == EEntryKind::Regular) {
+        m_folder->NotePassed(m_last);
+    }
+    return true;
+}
+
 int CFindHandle::SSearch::Next(SFindData& found) {
     if (!m_folder) {
         return ERROR_NO_MORE_FILES;
@@ -94,13 +111,14 @@ int CFindHandle::SSearch::Next(SFindData& found) {
     if (names == nullptr) {
         return StatusFromErrno(errno);
     }
-    SEntry entry;
-    while (const std::string* const name = names->FindNext(m_last)) {
-        m_last = *name;
+    while (const CNameSet::Name* const name = names->FindNext(m_last)) {
+        m_last = name->first;
+        const EEntryKind kind = name->second;
         std::u16string text = names->GetText(m_last);
+        std::uint32_t attributes = 0;
         if (!names->IsStream(m_last) && MatchesPattern(text, m_pattern) &&
-            m_folder->Look(m_last, entry) == 0) {
-            found = {std::move(text), GetAttributes(entry)};
+            PassEntry(kind, attributes)) {
+            found = {std::move(text), attributes};
             return ERROR_SUCCESS;
         }
     }
@@ -120,7 +138,7 @@ int CFindHandle::First(const char16_t* pattern, SFindData& found) {
     int status = ERROR_SUCCESS;
     if (!place.stream.empty() || !IsPattern(place.name)) {
         search = std::make_unique<SSearch>();
-        status = FindOne(place, found);
+        status = FindOne(place, pattern, found);
     } else if (place.folder->GetNames() == nullptr) {
         status = StatusFromErrno(errno);
     } else {
@@ -158,7 +176,7 @@ int FindEntry(const char16_t* name, SFindData& found) {
             CFindHandle search;
             return search.First(name, found);
         }
-        status = FindOne(place, found);
+        status = FindOne(place, name, found);
     }
     return status == ERROR_SUCCESS ? status : SetLastError(status);
 }

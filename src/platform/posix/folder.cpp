@@ -78,13 +78,14 @@ CFolder::CFolder(CFileDescriptor folder, std::string path, const struct stat& in
       m_stamp(info) {}
 
 int CFolder::LookAtSelf(struct stat& info) {
-    constexpr std::int64_t kMoment = 200'000;
+    constexpr std::int64_t kMoment = 1'000'000;
     if (m_searches > 0) {
         return fstat(m_folder.Get(), &info);
     }
     const std::int64_t now = Now();
-    if (m_hasFineTimes && now - m_lastLookAtWay < kMoment && fstat(m_folder.Get(), &info) == 0 &&
-        SFolderStamp(info) == m_stamp) {
+    // A relative way leads elsewhere as soon as the current directory is another one.
+    if (m_path.front() == '/' && now - m_lastLookAtWay < kMoment &&
+        fstat(m_folder.Get(), &info) == 0 && SFolderStamp(info) == m_stamp) {
         return 0;
     }
     m_lastLookAtWay = now;
@@ -99,7 +100,9 @@ bool CFolder::IsCurrent() {
     const SFolderStamp stamp(info);
     if (stamp != m_stamp) {
         m_stamp = stamp;
-        m_names.reset();
+        if (m_additions == 0) {
+            m_names.reset();
+        }
     }
     return true;
 }
@@ -192,9 +195,9 @@ void CFolder::PutNames(SKnownNames known) {
     }
 }
 
-void CFolder::NoteAdded(const std::string& name) {
+void CFolder::NoteAdded(const std::string& name, EEntryKind kind) {
     if (m_names) {
-        m_names->Add(name);
+        m_names->Add(name, kind);
         // To find that the name was free, the names were read a moment ago.
         m_isRecent = false;
         NoteOwnChange();
@@ -204,6 +207,24 @@ void CFolder::NoteAdded(const std::string& name) {
 void CFolder::NoteRemoved(const std::string& name) {
     if (m_names) {
         m_names->Remove(name);
+        NoteOwnChange();
+    }
+}
+
+void CFolder::BeginAdding(const std::string& name, EEntryKind kind) {
+    ++m_additions;
+    if (m_names) {
+        m_names->Add(name, kind);
+        m_isRecent = false;
+    }
+}
+
+void CFolder::EndAdding(const std::string& name, bool isThere) {
+    --m_additions;
+    if (m_names && !isThere) {
+        m_names->Remove(name);
+    }
+    if (m_names && m_additions == 0) {
         NoteOwnChange();
     }
 }

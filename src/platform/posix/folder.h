@@ -49,8 +49,8 @@ public:
 
     // Whether the way still leads here. Names that are out of date are forgotten on this occasion.
     // A folder that is searched stays where it is, as it does on Windows, where nobody can move it.
-    // Where the folder itself would show being moved, the folders above are looked at again only
-    // after a moment, and not for every question about one file.
+    // The way is looked at again only after a moment, and not for every question about one file,
+    // unless the folder itself shows a change: being removed does, and mostly being moved.
     [[nodiscard]] bool IsCurrent();
     void BeginSearch() { ++m_searches; }
     void EndSearch() { --m_searches; }
@@ -63,8 +63,10 @@ public:
     // gets. ERROR_INVALID_NAME when there can be none.
     [[nodiscard]] int Find(std::u16string_view text, SEntry& entry);
 
-    // Gives what was last looked up if that was a regular file and this is its name. It may be gone
-    // or another by now, but it can be opened to find out.
+    // Notes the name of a regular file that a search comes by.
+    void NotePassed(const std::string& name) { m_lastRegular = name; }
+    // Gives what was last looked up or passed if that was a regular file and this is its name. It
+    // may be gone or another by now, but it can be opened to find out.
     [[nodiscard]] bool Recall(std::u16string_view text, SEntry& entry) const;
 
     // Whether Find would not find `text`, as far as the names tell; entry.name is then set.
@@ -82,8 +84,13 @@ public:
     void PutNames(SKnownNames known);
 
     // Enter what the caller has just made or removed here.
-    void NoteAdded(const std::string& name);
+    void NoteAdded(const std::string& name, EEntryKind kind);
     void NoteRemoved(const std::string& name);
+
+    // The same for a file that another thread makes between the two calls. Until then no change of
+    // the folder is taken for that of someone else.
+    void BeginAdding(const std::string& name, EEntryKind kind);
+    void EndAdding(const std::string& name, bool isThere);
 
 private:
     [[nodiscard]] int LookAtSelf(struct stat& info);
@@ -98,6 +105,7 @@ private:
     bool m_isRecent = false;      // since then it may have changed without another stamp
     bool m_hasFineTimes = false;  // no two changes have the same stamp
     int m_searches = 0;
+    int m_additions = 0;               // begun and not ended
     std::int64_t m_lastLookAtWay = 0;  // in nanoseconds
     std::string m_lastRegular;
 };

@@ -73,8 +73,22 @@ bool IsOwnOrParent(const char* name) {
 
 bool HasColon(const std::string& name) { return name.find(':') != std::string::npos; }
 
+EEntryKind KindFromType(unsigned char type) {
+    switch (type) {
+        case DT_DIR:
+            return EEntryKind::Folder;
+        case DT_REG:
+            return EEntryKind::Regular;
+        case DT_LNK:
+        case DT_UNKNOWN:
+            return EEntryKind::Unknown;
+        default:
+            return EEntryKind::Other;
+    }
+}
+
 // Appends the names of a folder from its position on. 0 or errno.
-int ReadNames(int folder, std::vector<std::string>& names) {
+int ReadNames(int folder, std::vector<std::pair<std::string, EEntryKind>>& names) {
     alignas(dirent64) std::array<char, 32768> buffer;
     for (;;) {
         const ssize_t count = getdents64(folder, buffer.data(), buffer.size());
@@ -84,7 +98,7 @@ int ReadNames(int folder, std::vector<std::string>& names) {
         for (ssize_t at = 0; at < count;) {
             const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
             if (!IsOwnOrParent(entry->d_name)) {
-                names.emplace_back(entry->d_name);
+                names.emplace_back(entry->d_name, KindFromType(entry->d_type));
             }
             at += entry->d_reclen;
         }
@@ -118,21 +132,26 @@ int CNameSet::Read(int folder) {
     if (!opened.IsOpen()) {
         return errno;
     }
-    std::vector<std::string> names;
+    std::vector<std::pair<std::string, EEntryKind>> names;
     if (const int error = ReadNames(opened.Get(), names)) {
         return error;
     }
-    std::sort(names.begin(), names.end(), SOrder());
-    for (std::string& name : names) {
+    std::sort(names.begin(), names.end(), [](const auto& left, const auto& right) {
+        return SOrder()(left.first, right.first);
+    });
+    for (auto& [name, kind] : names) {
         m_colonNames += HasColon(name) ? 1 : 0;
-        m_names.insert(m_names.end(), std::move(name));
+        m_names.emplace_hint(m_names.end(), std::move(name), kind);
     }
     return 0;
 }
 
-void CNameSet::Add(const std::string& name) {
+void CNameSet::Add(const std::string& name, EEntryKind kind) {
     const std::size_t before = m_names.size();
-    m_place = m_names.insert(m_place == m_names.end() ? m_place : std::next(m_place), name);
+    const auto hint = m_place == m_names.end() ? m_place : std::next(m_place);
+    const auto added = m_names.emplace_hint(hint, name, kind);
+    added->second = kind;
+    m_place = added;
     m_colonNames += m_names.size() != before && HasColon(name) ? 1 : 0;
 }
 
@@ -145,16 +164,16 @@ const std::string* CNameSet::Find(std::u16string_view text) const {
     std::u16string upper;
     AppendUpper(upper, text);
     const auto variant = m_names.lower_bound(SKey{upper});
-    if (variant == m_names.end() || CompareWithText(*variant, upper, true) != 0) {
+    if (variant == m_names.end() || CompareWithText(variant->first, upper, true) != 0) {
         return nullptr;
     }
     const auto exact = m_names.lower_bound(SKey{upper, &text});
-    const bool isExact = exact != m_names.end() && CompareWithText(*exact, text, false) == 0;
-    return isExact ? &*exact : &*variant;
+    const bool isExact = exact != m_names.end() && CompareWithText(exact->first, text, false) == 0;
+    return isExact ? &exact->first : &variant->first;
 }
 
-const std::string* CNameSet::FindNext(const std::string& name) const {
-    const bool isBeside = m_place != m_names.end() && *m_place == name;
+const CNameSet::Name* CNameSet::FindNext(const std::string& name) const {
+    const bool isBeside = m_place != m_names.end() && m_place->first == name;
     m_place = isBeside       ? std::next(m_place)
               : name.empty() ? m_names.begin()
                              : m_names.upper_bound(name);
@@ -173,7 +192,8 @@ std::u16string CNameSet::GetText(const std::string& name) const {
     const std::u16string_view exact = text;
     const auto first = m_names.lower_bound(SKey{upper, &exact});
     const auto second = first == m_names.end() ? first : std::next(first);
-    const bool isAlone = second == m_names.end() || CompareWithText(*second, text, false) != 0;
+    const bool isAlone =
+        second == m_names.end() || CompareWithText(second->first, text, false) != 0;
     return isAlone ? text : UnambiguousTextFromName(name);
 }
 
@@ -195,8 +215,8 @@ bool CNameSet::HasStream(std::u16string_view file, std::u16string_view stream) c
         return IsSameName(TextFromName(name.substr(name.rfind(':') + 1)), stream);
     };
     auto name = m_names.lower_bound(SKey{upper});
-    while (name != m_names.end() && CompareWithText(*name, upper, true) == 0) {
-        if (HasColon(*name) && isStream(*name)) {
+    while (name != m_names.end() && CompareWithText(name->first, upper, true) == 0) {
+        if (HasColon(name->first) && isStream(name->first)) {
             return true;
         }
         ++name;

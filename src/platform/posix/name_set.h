@@ -2,11 +2,16 @@
 #pragma once
 
 #include <cstddef>
-#include <set>
+#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace platform {
+
+// What a folder says of an entry without looking at it. A link, and what some file systems say
+// nothing of, is Unknown until it is looked at.
+enum class EEntryKind : unsigned char { Unknown, Folder, Regular, Other };
 
 // Names as they are on disk, ordered by the upper-case form of what they appear as; those that
 // differ in letter case only follow each other in a fixed order.
@@ -20,16 +25,19 @@ public:
     // no names.
     [[nodiscard]] int Read(int folder);
 
-    void Add(const std::string& name);
+    void Add(const std::string& name, EEntryKind kind);
     void Remove(const std::string& name);
     [[nodiscard]] std::size_t GetCount() const { return m_names.size(); }
+
+    // A name and the kind of its entry.
+    using Name = std::pair<const std::string, EEntryKind>;
 
     // The name that appears as `text`, else the first that does but for letter case, else null.
     [[nodiscard]] const std::string* Find(std::u16string_view text) const;
 
     // The first name in order behind `name`, which need not be there itself; an empty one stands
     // before all others. Null at the end.
-    [[nodiscard]] const std::string* FindNext(const std::string& name) const;
+    [[nodiscard]] const Name* FindNext(const std::string& name) const;
 
     // What the name appears as. Of names that would appear alike, all but one show their colons and
     // the like another way, so that each can be found.
@@ -53,7 +61,7 @@ private:
         bool operator()(const std::string& left, const SKey& right) const;
     };
 
-    using Names = std::set<std::string, SOrder>;
+    using Names = std::map<std::string, EEntryKind, SOrder>;
 
     Names m_names;
     // The name that was last added or passed: most come in order, and the next is beside it.

@@ -20,15 +20,10 @@ constexpr int kWrite = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 int Descriptor(std::intptr_t handle) { return static_cast<int>(handle - 1); }
 
 int OpenNew(SOutput& output, mode_t mode) {
-    CFolder& folder = *output.place.folder;
-    const std::string& name = output.place.entry.name;
-    output.file = CFileDescriptor(
-        openat(folder.GetDescriptor(), name.c_str(), kWrite | O_CREAT | O_EXCL, mode));
-    if (!output.file.IsOpen()) {
-        return StatusFromErrno(errno);
+    if (const int error = CreateOutput(mode, output)) {
+        return StatusFromErrno(error);
     }
-    output.isNew = true;
-    folder.NoteAdded(name);
+    output.place.folder->NoteAdded(output.place.entry.name, EEntryKind::Regular);
     return ERROR_SUCCESS;
 }
 
@@ -54,7 +49,7 @@ int OpenExisting(SOutput& output) {
 
 }  // namespace
 
-int OpenOutput(std::u16string_view name, mode_t mode, SOutput& output) {
+int OpenOutput(std::u16string_view name, mode_t mode, EExisting existing, SOutput& output) {
     SFilePlace& place = output.place;
     if (const int status = FindFolder(name, place)) {
         return status;
@@ -68,19 +63,46 @@ int OpenOutput(std::u16string_view name, mode_t mode, SOutput& output) {
         if (status != ERROR_ALREADY_EXISTS) {
             return status;
         }
+        place.folder->NoteAdded(place.entry.name, EEntryKind::Unknown);
     }
     const int status = FindEntryAt(place);
     if (status == ERROR_FILE_NOT_FOUND) {
         return OpenNew(output, mode);
     }
-    return status == ERROR_SUCCESS ? OpenExisting(output) : status;
+    if (status != ERROR_SUCCESS) {
+        return status;
+    }
+    return existing == EExisting::Keep ? ERROR_FILE_EXISTS : OpenExisting(output);
+}
+
+int PlaceOutput(std::u16string_view name, SOutput& output) {
+    SFilePlace& place = output.place;
+    if (const int status = FindFolder(name, place)) {
+        return status;
+    }
+    if (!place.stream.empty()) {
+        return ERROR_INVALID_NAME;
+    }
+    return place.folder->LacksName(place.name, place.entry) ? ERROR_SUCCESS : ERROR_FILE_EXISTS;
+}
+
+int CreateOutput(mode_t mode, SOutput& output) {
+    const SFilePlace& place = output.place;
+    output.file = CFileDescriptor(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
+                                         kWrite | O_CREAT | O_EXCL, mode));
+    output.isNew = output.file.IsOpen();
+    return output.isNew ? 0 : errno;
 }
 
 void DiscardOutput(SOutput& output) {
     CFolder& folder = *output.place.folder;
     const std::string& name = output.place.entry.name;
     output.file.Close();
-    if (unlinkat(folder.GetDescriptor(), name.c_str(), 0) == 0) {
+    struct stat info {};
+    const bool isInPlace =
+        fstatat(folder.GetDescriptor(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+        GetFileId(info) == GetFileId(output.info);
+    if (isInPlace && unlinkat(folder.GetDescriptor(), name.c_str(), 0) == 0) {
         folder.NoteRemoved(name);
     }
 }
@@ -105,7 +127,7 @@ COutputFile::~COutputFile() { Close(); }
 int COutputFile::Create(const char16_t* name) {
     Close();
     SOutput output;
-    if (const int status = OpenOutput(name, 0666, output)) {
+    if (const int status = OpenOutput(name, 0666, EExisting::Replace, output)) {
         return SetLastError(status);
     }
     if (!output.isNew && ftruncate(output.file.Get(), 0) != 0) {

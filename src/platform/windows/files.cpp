@@ -42,8 +42,9 @@ int SetAttributes(const char16_t* name, std::uint32_t attributes) {
 
 int DeleteFile(const char16_t* name) { return StatusFromCall(DeleteFileW(ToWide(name))); }
 
-int CopyFile(const char16_t* source, const char16_t* destination) {
-    return StatusFromCall(CopyFileW(ToWide(source), ToWide(destination), FALSE));
+int CopyFile(const char16_t* source, const char16_t* destination, EExisting existing) {
+    return StatusFromCall(
+        CopyFileW(ToWide(source), ToWide(destination), existing == EExisting::Keep));
 }
 
 int MoveFile(const char16_t* from, const char16_t* to) {
@@ -53,6 +54,8 @@ int MoveFile(const char16_t* from, const char16_t* to) {
 int CreateFolder(const char16_t* name) {
     return StatusFromCall(CreateDirectoryW(ToWide(name), nullptr));
 }
+
+bool HasShortNames() { return true; }
 
 int GetLongName(const char16_t* name, std::u16string& longName) {
     // No name is longer than what a counted text of the kernel holds, and a caller who retries with
@@ -87,5 +90,16 @@ bool IsSameFolder(const char16_t* left, const char16_t* right) {
 }
 
 void SetPackageFolder(const char16_t* /*name*/) {}
+
+// The system copies a file in one call, which tells every failure at once.
+struct CFileCopier::SState {};
+CFileCopier::CFileCopier(Failed /*failed*/) {}
+CFileCopier::~CFileCopier() = default;
+
+int CFileCopier::Copy(const char16_t* source, const char16_t* destination, EExisting existing) {
+    return CopyFile(source, destination, existing);
+}
+
+void CFileCopier::Finish() {}
 
 }  // namespace platform

@@ -374,6 +374,36 @@ TEST_F(PosixFilesTest, AFailedCopyLeavesNothing) {
     EXPECT_THAT(Search(m_folder.Name()), ElementsAre(u"source"));
 }
 
+// The memory of a process is a regular file that opens and cannot be read from its start.
+TEST_F(PosixFilesTest, ACopierTellsLateFailuresInOrderAndLeavesNothing) {
+    const std::u16string broken = uR"(Z:\proc\self\mem)";
+    m_folder.MakeFolder("to");
+    const std::u16string good = m_folder.WriteFile("good", "text");
+    std::vector<std::string> told;
+    {
+        platform::CFileCopier copier([&told](const std::u16string& source, int status) {
+            told.push_back(Utf8(source.substr(source.rfind(u'\\') + 1)) + ' ' +
+                           std::to_string(status));
+        });
+        for (int i = 0; i < 200; ++i) {
+            const std::u16string name = m_folder.Name("to/" + std::to_string(i));
+            const bool fails = i % 90 == 0;
+            ASSERT_EQ(copier.Copy((fails ? broken : good).c_str(), name.c_str(),
+                                  platform::EExisting::Keep),
+                      0);
+        }
+        // Someone else takes the place of a file that is still to be made.
+        const std::u16string taken = m_folder.Name("to/taken");
+        ASSERT_EQ(copier.Copy(good.c_str(), taken.c_str(), platform::EExisting::Keep), 0);
+        m_folder.WriteFile("to/taken", "of another");
+        copier.Finish();
+    }
+    EXPECT_THAT(told, ElementsAre("mem 1117", "mem 1117", "mem 1117"));
+    EXPECT_FALSE(m_folder.Exists("to/90"));
+    EXPECT_EQ(m_folder.ReadFile("to/91"), "text");
+    EXPECT_EQ(m_folder.ReadFile("to/taken"), "text");
+}
+
 TEST_F(PosixFilesTest, HolesStayHoles) {
     constexpr off_t kSize = 8'000'000;
     const std::u16string source = m_folder.WriteFile("source", "start");
