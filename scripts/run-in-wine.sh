@@ -7,18 +7,30 @@ export WINEPREFIX="$1"
 export WINEDEBUG=-all
 shift
 
-# Of several first programs one makes the machine, and the others wait for it.
-if [ ! -e "$WINEPREFIX/made" ]; then
+make_machine() {
+    # Without these two it asks nobody whether to fetch anything.
+    WINEDLLOVERRIDES="mscoree,mshtml=" wineboot -i
+    wineserver -w
+    touch "$WINEPREFIX/made"
+}
+
+# Whoever reads a program's output waits until nobody holds it any more. So what serves all programs
+# is started here, and not by the first of them; it ends half a minute after the last one.
+start_machine() {
+    wineserver -p30
+    wine cmd /c exit
+}
+
+# Of several programs at once one makes and starts the machine, and the others wait for it.
+if [ ! -e "$WINEPREFIX/made" ] || ! wineserver -k0 2>/dev/null; then
     mkdir -p "$WINEPREFIX"
     (
         flock 9
-        if [ ! -e "$WINEPREFIX/made" ]; then
-            # Without these two it asks nobody whether to fetch anything.
-            WINEDLLOVERRIDES="mscoree,mshtml=" wineboot -i
-            wineserver -w
-            touch "$WINEPREFIX/made"
-        fi
-    ) 9>"$WINEPREFIX.lock" >"$WINEPREFIX.log" 2>&1
+        {
+            [ -e "$WINEPREFIX/made" ] || make_machine
+            wineserver -k0 || start_machine
+        } </dev/null >"$WINEPREFIX.log" 2>&1 9>&-
+    ) 9>"$WINEPREFIX.lock"
 fi
 
 exec wine "$@"

@@ -77,8 +77,9 @@ TEST(LoggerTest, OnlyTheSignOfAStatusMakesAnError) {
     CLogger logger;
     logger.LogStatus(2, ReadFailedText(uR"(C:\100% 1.xml)"));
     logger.LogStatus(HresultFromError(2), ReadFailedText(uR"(C:\100% 1.xml)"));
-    const std::string text =
-        R"(Failed to read the file 'C:\100% 1.xml' .  .  The system cannot find the file specified.<br>)";
+    const std::string text = R"(Failed to read the file 'C:\100% 1.xml' .  .  )" +
+                             Utf8(GetSystemErrorMessage(2)) + "<br>";
+    EXPECT_NE(Utf8(GetSystemErrorMessage(2)), "");
     ASSERT_EQ(logger.GetLines().size(), 2U);
     EXPECT_EQ(Utf8(logger.GetLines()[0]), kWarning + text);
     EXPECT_EQ(Utf8(logger.GetLines()[1]), kError + text);
