@@ -1,3 +1,5 @@
 #include "support/system.h"
 
+bool RunsOnWindows() { return false; }
+
 bool RunsInWine() { return false; }
