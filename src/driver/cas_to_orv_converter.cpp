@@ -73,10 +73,14 @@ void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets
     const CPackageFolder packageFolder(m_package.GetFolder());
     m_outputFolder = orvFile.GetParent();
     for (const auto& target : m_package.GetProfile().Targets) {
+        m_outputNames.insert(GuidText(target->Guid));
+    }
+    for (const auto& target : m_package.GetProfile().Targets) {
         COrvPackage package;
         const CStrW guid = GuidText(target->Guid);
         *targets++ = target->Guid;
-        package.SetManifestPath(CFilePathW(OutputFolder(*target), orvFile.GetFileName()));
+        const CFilePathW folder(m_outputFolder, CFilePathSegmentW(guid));
+        package.SetManifestPath(CFilePathW(folder, orvFile.GetFileName()));
         progress.SetMessage(CStrW(FormatMessageStyle, u"CAS Target:  %1", guid.Get()));
         ConvertTarget(package, *target, progress);
         progress.Step();
@@ -137,10 +141,6 @@ void CCasToOrvConverter::SaveTarget(COrvPackage& package) {
 
 CFilePathW CCasToOrvConverter::TargetFolder(const CCasTarget& target) const {
     return CFilePathW(m_package.GetFolder(), CFilePathSegmentW(target.GetFolderName()));
-}
-
-CFilePathW CCasToOrvConverter::OutputFolder(const CCasTarget& target) const {
-    return CFilePathW(m_outputFolder, CFilePathSegmentW(GuidText(target.Guid)));
 }
 
 bool IsTarget64Bit(const CCasTarget& target) {

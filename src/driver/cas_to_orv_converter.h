@@ -7,6 +7,7 @@
 #include "discovery/assembly_processor.h"
 #include "discovery/service_processor.h"
 #include "foundation/file_path.h"
+#include "foundation/sorted_texts.h"
 #include "orvcasconv/orvcasconv.h"
 #include "orvpackage/package.h"
 #include "reporting/progress_event.h"
@@ -49,14 +50,13 @@ private:
     int ProcessScripts(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
     static void SaveTarget(COrvPackage& package);
 
-    // Where a target was captured to, and where it is written.
     [[nodiscard]] CFilePathW TargetFolder(const CCasTarget& target) const;
-    [[nodiscard]] CFilePathW OutputFolder(const CCasTarget& target) const;
 
     CCasPackage m_package;
     CAssemblyProcessor m_assemblyProcessor;
     CServiceProcessor m_serviceProcessor;
-    CFilePathW m_outputFolder;  // that holds those of the targets
+    CFilePathW m_outputFolder;  // in which each target has one of its own
+    SortedTexts m_outputNames;
 };
 
 // Whether a target was captured on a system of 64 bits.

@@ -37,11 +37,7 @@ int CCasToOrvConverter::ProcessFiles(COrvPackage& package, const CCasTarget& tar
     const CFilePathW device(TargetFolder(target), CFilePathSegmentW(u"Device"));
     manager.SetRoot(device);
     manager.AddRoot(device);
-    // The outputs may lie among the captured files. A walk through them would copy its own copies,
-    // deeper each time.
-    for (const auto& other : m_package.GetProfile().Targets) {
-        manager.AddExcluded(OutputFolder(*other));
-    }
+    manager.SetOutputs(m_outputFolder, m_outputNames);
     manager.SetProgress(std::make_unique<CProgressEvent>(manager.CountItems(), &parent));
     if (manager.Start()) {
         manager.Wait();

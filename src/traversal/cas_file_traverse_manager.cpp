@@ -65,6 +65,20 @@ void CCasFileTraverseManager::SetRoot(const CFilePathW& deviceFolder) {
     m_rootDepth = m_root.GetSegmentCount();
 }
 
+void CCasFileTraverseManager::SetOutputs(const CFilePathW& folder, const SortedTexts& names) {
+    m_outputFolder = folder;
+    m_outputNames = &names;
+}
+
+bool CCasFileTraverseManager::IsExcluded(const CFilePathW& folder) const {
+    const CFilePathSegmentW& name = folder.GetLastSegment();
+    // Links and drives may give the folder another path than the output has.
+    const bool isOutput = m_outputNames != nullptr && m_outputNames->contains(name.GetText()) &&
+                          platform::IsSameFolder(CFilePathW(m_outputFolder, name).ToString().Get(),
+                                                 folder.ToString().Get());
+    return isOutput || CFileTraverse::IsExcluded(folder);
+}
+
 void CCasFileTraverseManager::OnStart() {
     platform::EnterApartment();
     CFileTraverse::OnStart();

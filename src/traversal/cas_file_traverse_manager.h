@@ -8,6 +8,7 @@
 
 #include "discovery/assembly_processor.h"
 #include "foundation/file_path_converter.h"
+#include "foundation/sorted_texts.h"
 #include "orvpackage/package.h"
 #include "reporting/progress_event.h"
 #include "traversal/file_traverse.h"
@@ -26,11 +27,16 @@ public:
 
     // Tells where the captured paths begin: `deviceFolder` is the folder "Device".
     void SetRoot(const CFilePathW& deviceFolder);
+    // Names the folders that the conversion writes: those of these names in one folder. The walk
+    // leaves them out, should they lie among the captured ones: it would copy its own copies,
+    // deeper each time. The names are used, not owned.
+    void SetOutputs(const CFilePathW& folder, const SortedTexts& names);
     // The number of entries, placeholders included, for the total of the progress.
     [[nodiscard]] std::uint32_t CountItems() const { return CountEntries(); }
     void SetProgress(std::unique_ptr<CProgressEvent> progress) { m_progress = std::move(progress); }
 
 protected:
+    [[nodiscard]] bool IsExcluded(const CFilePathW& folder) const override;
     void OnStart() override;
     void OnFinish() override;
     bool VisitFolder(const CFilePathW& path, const platform::SFindData& data) override;
@@ -45,6 +51,8 @@ private:
     void AddShortcut(const CFilePathW& path, const CStrW& target);
     void CopyPayload(const CFilePathW& path, const CStrW& name, const CFilePathW& relative);
 
+    CFilePathW m_outputFolder;
+    const SortedTexts* m_outputNames = nullptr;
     CFilePathW m_root;
     std::size_t m_rootDepth = 0;
     CAssemblyProcessor& m_assemblyProcessor;

@@ -55,12 +55,8 @@ void CFileTraverse::Clear() {
 }
 
 bool CFileTraverse::IsExcluded(const CFilePathW& folder) const {
-    // Links and drives may give a folder many paths, which differ in what stands before its name.
-    return std::any_of(m_excluded.begin(), m_excluded.end(), [&folder](const CFilePathW& excluded) {
-        return excluded.GetLastSegment().EqualsNoCase(folder.GetLastSegment().View()) &&
-               (excluded.Equals(folder) ||
-                platform::IsSameFolder(excluded.ToString().Get(), folder.ToString().Get()));
-    });
+    return std::any_of(m_excluded.begin(), m_excluded.end(),
+                       [&folder](const CFilePathW& excluded) { return excluded.Equals(folder); });
 }
 
 bool CFileTraverse::VisitFolder(const CFilePathW& /*path*/, const platform::SFindData& /*data*/) {

@@ -13,8 +13,7 @@
 // no valid name, is passed over without a word.
 class CFileTraverse : public CTraverse {
 public:
-    // Add folders to walk, and folders to leave out, which may be missing and may be given by
-    // another path than the walk takes. Not while a walk runs.
+    // Add folders to walk, and folders to leave out. Not while a walk runs.
     void AddRoot(const CFilePathW& folder) { m_pending.push_back(folder); }
     void AddExcluded(const CFilePathW& folder) { m_excluded.push_back(folder); }
     // What entries of a folder must match; "*" for all.
@@ -23,6 +22,8 @@ public:
     void Clear();
 
 protected:
+    // Whether a folder is left out, neither visited nor read.
+    [[nodiscard]] virtual bool IsExcluded(const CFilePathW& folder) const;
     // Whether the walk goes into this folder.
     virtual bool VisitFolder(const CFilePathW& path, const platform::SFindData& data);
     // Whether the walk goes on at all.
@@ -37,7 +38,6 @@ protected:
 
 private:
     class CEntries;
-    [[nodiscard]] bool IsExcluded(const CFilePathW& folder) const;
 
     std::deque<CFilePathW> m_pending;
     std::vector<CFilePathW> m_excluded;
