@@ -13,7 +13,7 @@ const std::u16string kTypeLib = u"{7E40D1A6-2C33-4F0A-B7E5-91C05D3A6F00}";
 const std::u16string kProgramFolder = uR"(C:\Program Files\Tarnbrook Works\Planner\)";
 
 constexpr std::u16string_view kClassNames[] = {
-    u"Application", u"Plan",     u"Task",      u"TaskList", u"Person", u"Team",   u"Calendar",
+    u"Application", u"Schedule", u"Task",      u"TaskList", u"Person", u"Team",   u"Calendar",
     u"Day",         u"Holiday",  u"Milestone", u"Chart",    u"Axis",   u"Legend", u"Printer",
     u"PrintJob",    u"Template", u"Filter",    u"Importer", u"Report", u"View",
 };
