@@ -180,6 +180,14 @@ TEST(HiveTest, KnowsANameWithANulByWhatStandsBeforeIt) {
     EXPECT_EQ(std::to_integer<int>(value.inlineData[0]), 3);
 }
 
+TEST(HiveTest, NoKeyHasAnEmptyName) {
+    CHive hive;
+    ASSERT_EQ(LoadBytes(CTestHive().Key(u"A\\B").Bytes(), hive), ERROR_SUCCESS);
+    EXPECT_NE(hive.FindKey(u"A\\B"), kNoKey);
+    EXPECT_EQ(hive.FindKey(u"A\\\\B"), kNoKey);
+    EXPECT_EQ(hive.FindKey(u"\\A"), kNoKey);
+}
+
 TEST(HiveTest, KeepsLoneSurrogatesInNames) {
     CHive hive;
     ASSERT_EQ(
