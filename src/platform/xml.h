@@ -25,8 +25,9 @@ enum class EXmlNode {
 
 // Reads one document node by node. A document type definition is an error, and so is everything
 // that is not well-formed; nesting and text are limited by memory alone, but thousands of
-// attributes in one element, or hundreds of namespaces in force, may be refused. An element without
-// content gives no end node: IsEmptyElement tells it apart.
+// attributes in one element, or hundreds of namespaces in force, may be refused. UTF-8 and UTF-16
+// are read everywhere, other encodings where the system knows them. An element without content
+// gives no end node: IsEmptyElement tells it apart.
 class CXmlInput {
 public:
     CXmlInput();

@@ -131,9 +131,12 @@ TEST_F(XmlInputTest, ReadsTheEncodingsOfTheFile) {
     EXPECT_EQ(ReadAll(Utf16Bytes(document)), "xml<a>'b'</a>.");
     EXPECT_EQ(ReadAll("\xEF\xBB\xBF<a>\U0001F600</a>"), "<a>'\U0001F600'</a>.");
     if (RunsInWine()) {
-        GTEST_SKIP() << "Wine reads no other encoding";
+        GTEST_SKIP() << "Wine reads UTF-16 in one order alone";
     }
     EXPECT_EQ(ReadAll(Utf16Bytes(document, true)), "xml<a>'b'</a>.");
+    if (RunsOnWindows()) {
+        GTEST_SKIP() << "XmlLite knows no other encodings by itself";
+    }
     EXPECT_EQ(ReadAll("<?xml version='1.0' encoding='windows-1252'?><a>\x80\xE9</a>"),
               "xml<a>'\u20AC\u00E9'</a>.");
 }

@@ -5,6 +5,7 @@
 #include <objbase.h>
 #include <shlobj.h>
 
+#include <memory>
 #include <optional>
 
 #include "platform/status.h"
@@ -29,7 +30,7 @@ std::optional<std::u16string> Ask(const TCall& call) {
     return std::u16string(text.data());
 }
 
-// The numbers of a link are words of the system's own types.
+// Asks for one number, which comes in a type of the system's own.
 template <typename TNumber, typename TAnswer, typename TOperation>
 void AskNumber(IShellLinkW* shellLink, TOperation operation, std::optional<TAnswer>& answer) {
     TNumber number{};
@@ -57,6 +58,10 @@ void ReadAnswers(IShellLinkW* shellLink, SShellLink& link) {
         Ask([&](wchar_t* text) { return shellLink->GetWorkingDirectory(text, kTextBuffer); });
 }
 
+struct SLocalFree {
+    void operator()(void* memory) const { ::LocalFree(memory); }
+};
+
 // The blocks come in memory of their own, each as long as its first word says.
 void ReadDataBlocks(IShellLinkDataList* list, SShellLink& link) {
     DWORD flags = 0;
@@ -68,10 +73,10 @@ void ReadDataBlocks(IShellLinkDataList* list, SShellLink& link) {
         if (FAILED(list->CopyDataBlock(kShellLinkBlocks[i], &block)) || block == nullptr) {
             continue;
         }
+        const std::unique_ptr<void, SLocalFree> owner(block);
         const auto* const bytes = static_cast<const std::byte*>(block);
         const std::size_t size = static_cast<const DATABLOCK_HEADER*>(block)->cbSize;
         link.dataBlocks[i].assign(bytes, bytes + size);
-        ::LocalFree(block);
     }
 }
 

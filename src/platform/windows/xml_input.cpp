@@ -1,3 +1,5 @@
+#include "platform/xml.h"
+
 #include "platform/windows/win.h"
 // The headers of COM need the one above.
 #include <shlwapi.h>
@@ -5,13 +7,10 @@
 
 #include "platform/status.h"
 #include "platform/windows/com_pointer.h"
-#include "platform/xml.h"
 
 namespace platform {
 
 namespace {
-
-constexpr HRESULT kUnexpectedEnd = static_cast<HRESULT>(MX_E_INPUTEND);
 
 // Where a node stands, as the reader tells it.
 struct SPlace {
@@ -89,7 +88,7 @@ int CXmlInput::Read(EXmlNode& node) {
         static_cast<void>(state.reader->GetLineNumber(&place.line));
         static_cast<void>(state.reader->GetLinePosition(&place.position));
         // In Wine the last node of a document that is cut off comes again and again.
-        state.result = place == state.place ? kUnexpectedEnd : S_OK;
+        state.result = place == state.place ? kXmlNotWellFormed : S_OK;
         state.place = place;
     }
     if (state.result != S_OK) {

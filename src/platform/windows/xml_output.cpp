@@ -1,3 +1,5 @@
+#include "platform/xml.h"
+
 #include "platform/windows/win.h"
 // The headers of COM need the one above.
 #include <shlwapi.h>
@@ -7,13 +9,10 @@
 
 #include "platform/status.h"
 #include "platform/windows/com_pointer.h"
-#include "platform/xml.h"
 
 namespace platform {
 
 namespace {
-
-constexpr HRESULT kBadCharacter = static_cast<HRESULT>(WC_E_XMLCHARACTER);
 
 // Faults of the document and calls out of place have numbers of their own, 0xC00CExxx; whatever
 // else fails is the file.
@@ -49,7 +48,7 @@ struct CXmlOutput::SState {
     template <typename TOperation>
     int CallWithText(TOperation operation, std::u16string_view text) {
         if (HoldsNul(text)) {
-            return kBadCharacter;
+            return kXmlBadCharacter;
         }
         const std::u16string terminated(text);
         return Call(operation, ToWide(terminated.c_str()));
@@ -100,7 +99,7 @@ int CXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view val
         return E_FAIL;
     }
     if (HoldsNul(value)) {
-        return kBadCharacter;
+        return kXmlBadCharacter;
     }
     const std::u16string attribute(name);
     const std::u16string text(value);
