@@ -117,7 +117,13 @@ int ConnectMachine(KeyHandle& machine) {
 }
 
 int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName) {
-    return Result(::RegLoadKeyW(ToHandle(machine), ToWide(mountName), ToWide(fileName)));
+    const LSTATUS status = ::RegLoadKeyW(ToHandle(machine), ToWide(mountName), ToWide(fileName));
+    if (status == ERROR_NOT_REGISTRY_FILE) {
+        // Wine, whose number this is, makes the key before it looks at the file, and it would be in
+        // the way of every later hive.
+        ::RegUnLoadKeyW(ToHandle(machine), ToWide(mountName));
+    }
+    return Result(status);
 }
 
 bool IsHiveDamaged(const char16_t* /*mountName*/) { return false; }
