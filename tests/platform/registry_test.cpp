@@ -18,9 +18,6 @@ namespace {
 
 constexpr std::uint32_t kLocalMachine = 0x80000002U;
 constexpr int kNotRegistryFile = 1017;
-constexpr const char16_t* kMount = u"OrvCasConvTest";
-
-std::u16string At(std::u16string_view path) { return kMount + std::u16string(u"\\").append(path); }
 
 class RegistryTest : public testing::Test {
 protected:
@@ -31,12 +28,17 @@ protected:
     }
     void TearDown() override {
         platform::CloseKey(m_key);
-        static_cast<void>(platform::UnloadHive(m_machine, kMount));  // not every test loads one
+        static_cast<void>(
+            platform::UnloadHive(m_machine, m_mount.c_str()));  // not every test loads one
         platform::CloseKey(m_machine);
     }
 
+    [[nodiscard]] std::u16string At(std::u16string_view path) const {
+        return m_mount + std::u16string(u"\\").append(path);
+    }
     int Load(const std::string& bytes) {
-        return platform::LoadHive(m_machine, kMount, m_folder.WriteFile("hive", bytes).c_str());
+        return platform::LoadHive(m_machine, m_mount.c_str(),
+                                  m_folder.WriteFile("hive", bytes).c_str());
     }
     int Open(std::u16string_view path) {
         platform::CloseKey(m_key);
@@ -45,6 +47,8 @@ protected:
     }
 
     CTempFolder m_folder;
+    // A name that no other test that runs at the same time has.
+    const std::u16string m_mount = m_folder.Path().filename().u16string();
     platform::KeyHandle m_machine = nullptr;
     platform::KeyHandle m_key = nullptr;
 };
@@ -52,35 +56,35 @@ protected:
 TEST_F(RegistryTest, LoadsAHiveUnderItsNameUntilItIsUnloaded) {
     ASSERT_EQ(Load(CTestHive().Key(u"Software\\App").Dword(u"Build", 7).LoadableBytes()),
               ERROR_SUCCESS);
-    EXPECT_THAT(ReadRegistryTree(kMount), ElementsAre("Software\\", "Software\\App\\",
-                                                      "Software\\App\\Build: 4 07000000", "\\"));
-    EXPECT_EQ(platform::UnloadHive(m_machine, kMount), ERROR_SUCCESS);
-    EXPECT_EQ(Open(kMount), ERROR_FILE_NOT_FOUND);
+    EXPECT_THAT(ReadRegistryTree(m_mount), ElementsAre("Software\\", "Software\\App\\",
+                                                       "Software\\App\\Build: 4 07000000", "\\"));
+    EXPECT_EQ(platform::UnloadHive(m_machine, m_mount.c_str()), ERROR_SUCCESS);
+    EXPECT_EQ(Open(m_mount), ERROR_FILE_NOT_FOUND);
 }
 
 TEST_F(RegistryTest, RefusesWhatIsNoHive) {
-    EXPECT_EQ(platform::LoadHive(m_machine, kMount, m_folder.Name("none").c_str()),
+    EXPECT_EQ(platform::LoadHive(m_machine, m_mount.c_str(), m_folder.Name("none").c_str()),
               ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(platform::LoadHive(m_machine, kMount, m_folder.Name("none/hive").c_str()),
+    EXPECT_EQ(platform::LoadHive(m_machine, m_mount.c_str(), m_folder.Name("none/hive").c_str()),
               ERROR_PATH_NOT_FOUND);
     EXPECT_EQ(Load("Windows Registry Editor Version 5.00"),
               RunsInWine() ? kNotRegistryFile : ERROR_BADDB);
-    EXPECT_EQ(Open(kMount), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(Open(m_mount), ERROR_FILE_NOT_FOUND);
 }
 
 TEST_F(RegistryTest, KeepsALoadedHiveFromBeingReplacedOrTakenAway) {
     const std::string bytes = CTestHive().Key(u"A").LoadableBytes();
-    EXPECT_EQ(platform::UnloadHive(m_machine, kMount), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(platform::UnloadHive(m_machine, m_mount.c_str()), ERROR_FILE_NOT_FOUND);
     ASSERT_EQ(Load(bytes), ERROR_SUCCESS);
     EXPECT_EQ(Load(bytes), RunsInWine() ? ERROR_ALREADY_EXISTS : ERROR_ACCESS_DENIED);
     ASSERT_EQ(Open(At(u"A")), ERROR_SUCCESS);
     if (RunsInWine()) {
         GTEST_SKIP() << "Wine unloads a hive whose keys are open";
     }
-    EXPECT_EQ(platform::UnloadHive(m_machine, kMount), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(platform::UnloadHive(m_machine, m_mount.c_str()), ERROR_ACCESS_DENIED);
     platform::CloseKey(m_key);
     m_key = nullptr;
-    EXPECT_EQ(platform::UnloadHive(m_machine, kMount), ERROR_SUCCESS);
+    EXPECT_EQ(platform::UnloadHive(m_machine, m_mount.c_str()), ERROR_SUCCESS);
 }
 
 TEST_F(RegistryTest, OpensAKeyByAnyCaseAndNothingElse) {
@@ -143,7 +147,7 @@ TEST_F(RegistryTest, GivesEveryNameTypeAndItsDataAsTheyAre) {
     }
     std::ranges::sort(expected);
     ASSERT_EQ(Load(hive.LoadableBytes()), ERROR_SUCCESS);
-    EXPECT_EQ(ReadRegistryTree(kMount), expected);
+    EXPECT_EQ(ReadRegistryTree(m_mount), expected);
 }
 
 TEST_F(RegistryTest, QueriesAsMuchOfAValueAsThereIsRoomFor) {
