@@ -45,7 +45,8 @@ public:
     // further call fails too.
     [[nodiscard]] int Read(EXmlNode& node);
 
-    // Go to an attribute of the current element: 0, or S_FALSE when there is no further one.
+    // Go to an attribute of the current element: 0, or S_FALSE when there is no further one. They
+    // come as in the file, on POSIX the declarations of namespaces ahead of the others.
     [[nodiscard]] int MoveToFirstAttribute();
     [[nodiscard]] int MoveToNextAttribute();
 

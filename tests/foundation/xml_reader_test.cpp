@@ -65,7 +65,7 @@ TEST_F(XmlReaderTest, FaultsEndTheTokens) {
 
 TEST_F(XmlReaderTest, ValuesPassTheFilter) {
     m_reader.SetValueFilter(UnescapeXmlText);
-    Open("<a b='~0041~~' p:c='&#x7E;0042' xmlns:p='u'>~0043</a>");
+    Open("<a xmlns:p='u' b='~0041~~' p:c='&#x7E;0042'>~0043</a>");
     EXPECT_EQ(m_reader.ReadNext(), XmlTokenElement);
     std::string shown;
     for (int result = m_reader.MoveToFirstAttribute(); result == S_OK;
