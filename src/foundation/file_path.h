@@ -1,4 +1,4 @@
-// foundation/file_path.h - Windows file paths as a kind and a list of checked names.
+// foundation/file_path.h - Windows file paths as a kind and checked names.
 #pragma once
 
 #include <cstddef>
@@ -70,8 +70,8 @@ public:
 // without are the same path, and so are the ones with and without "\\?\" in front; "." and ".."
 // stay as written. Bad text never throws. A path belongs to one thread.
 //
-// Operations that give an int return 0, ERROR_INVALID_DATA or ERROR_NOT_ENOUGH_MEMORY; unless they
-// say otherwise, a failure leaves the path unchanged.
+// Operations that give an int return 0 or ERROR_INVALID_DATA; unless they say otherwise, a failure
+// leaves the path unchanged.
 class CFilePathW {
 public:
     CFilePathW() = default;

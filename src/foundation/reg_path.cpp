@@ -38,6 +38,13 @@ bool IsSameHive(std::u16string_view left, std::u16string_view right) {
     return hive != nullptr && hive == FindHive(right);
 }
 
+// Takes the first name off `names`.
+std::u16string_view TakeFirst(std::u16string_view& names) {
+    const std::u16string_view name = names.substr(0, names.find(u'\\'));
+    names.remove_prefix(std::min(name.size() + 1, names.size()));
+    return name;
+}
+
 }  // namespace
 
 const SKernelRoot* FindKernelRoot(std::u16string_view text) {
@@ -96,13 +103,13 @@ int CHiveNameW::Compare(const CHiveNameW& other) const {
 bool CHiveNameW::IsHiveName(std::u16string_view name) { return FindHive(name) != nullptr; }
 
 CRegPathW::CRegPathW(const CRegPathW& base, const CRegPathW& tail) {
-    m_segments.reserve(base.m_segments.size() + tail.m_segments.size());
+    m_names.reserve(base.m_names.size() + tail.m_names.size() + 1);
     Assign(base);
     static_cast<void>(Append(tail));
 }
 
 CRegPathW::CRegPathW(const CRegPathW& base, const CRegPathSegmentW& last) {
-    m_segments.reserve(base.m_segments.size() + 1);
+    m_names.reserve(base.m_names.size() + last.View().size() + 1);
     Assign(base);
     AppendSegment(last);
 }
@@ -113,7 +120,7 @@ CRegPathW::CRegPathW(const CRegPathSegmentW& first, const CRegPathSegmentW& last
 }
 
 CRegPathW::CRegPathW(const CHiveNameW& hive, const CRegPathW& tail) {
-    m_segments.reserve(tail.m_segments.size() + 1);
+    m_names.reserve(hive.View().size() + tail.m_names.size() + 1);
     AssignHive(hive);
     static_cast<void>(Append(tail));
 }
@@ -136,28 +143,33 @@ int CRegPathW::Parse(std::u16string_view text) {
         }
         text.remove_prefix(root->kernelName.size());
     }
-    const int status = ParseSegments(text);
+    const int status = ParseNames(text);
     if (status != ERROR_SUCCESS) {
         Clear();
     }
     return status;
 }
 
-int CRegPathW::ParseSegments(std::u16string_view text) {
+int CRegPathW::ParseNames(std::u16string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(u'\\'), text.size()));
-    const auto separators = std::count(text.begin(), text.end(), u'\\');
-    m_segments.reserve(m_segments.size() + static_cast<std::size_t>(separators) + 1);
+    m_names.reserve(m_names.size() + text.size() + 1);
     while (!text.empty()) {
-        const std::u16string_view piece = text.substr(0, text.find(u'\\'));
-        const bool isHive = m_segments.empty() && CHiveNameW::IsHiveName(piece);
-        m_segments.emplace_back(piece);
-        if (m_segments.back().IsEmpty()) {
+        const std::u16string_view name = TakeFirst(text);
+        if (name.empty() || name.front() == 0) {
             return ERROR_INVALID_DATA;
         }
-        m_hasHive = m_hasHive || isHive;
-        text.remove_prefix(std::min(piece.size() + 1, text.size()));
+        m_hasHive = m_hasHive || (IsEmpty() && CHiveNameW::IsHiveName(name));
+        AddName(name);
     }
     return ERROR_SUCCESS;
+}
+
+void CRegPathW::AddName(std::u16string_view name) {
+    if (!IsEmpty()) {
+        m_names += u'\\';
+    }
+    m_names += name;
+    ++m_count;
 }
 
 void CRegPathW::AssignSegment(const CRegPathSegmentW& segment) {
@@ -167,7 +179,7 @@ void CRegPathW::AssignSegment(const CRegPathSegmentW& segment) {
 
 void CRegPathW::AssignHive(const CHiveNameW& hive) {
     AssignSegment(hive);
-    m_hasHive = !m_segments.empty();
+    m_hasHive = !IsEmpty();
 }
 
 int CRegPathW::Append(const CRegPathW& tail) {
@@ -181,36 +193,36 @@ int CRegPathW::Append(const CRegPathW& tail) {
     if (tail.m_hasHive) {
         return ERROR_INVALID_DATA;
     }
-    // Reserved and counted first, since a path may be appended to itself.
-    const std::size_t count = tail.m_segments.size();
-    m_segments.reserve(m_segments.size() + count);
-    for (std::size_t i = 0; i < count; ++i) {
-        m_segments.push_back(tail.m_segments[i]);
-    }
+    // The tail may be this path itself.
+    const std::size_t length = tail.m_names.size();
+    const std::size_t count = tail.m_count;
+    m_names += u'\\';
+    m_names.append(tail.m_names, 0, length);
+    m_count += count;
     return ERROR_SUCCESS;
 }
 
-int CRegPathW::AppendSegment(const CRegPathSegmentW& segment) {
-    if (segment.IsEmpty()) {
-        return ERROR_SUCCESS;
+void CRegPathW::AppendSegment(const CRegPathSegmentW& segment) {
+    if (!segment.IsEmpty()) {
+        AddName(segment.View());
     }
-    m_segments.push_back(segment);
-    if (m_segments.back().IsEmpty()) {
-        m_segments.pop_back();
-        return ERROR_NOT_ENOUGH_MEMORY;
-    }
-    return ERROR_SUCCESS;
 }
 
-bool CRegPathW::EqualsRun(std::size_t start, const CRegPathW& other, std::size_t count) const {
-    const bool hasHive = m_hasHive && start == 0;
-    if (hasHive != other.m_hasHive ||
-        (hasHive && !IsSameHive(GetSegmentText(0), other.GetSegmentText(0)))) {
+// Compares `names` as a path, with a hive or without, to the first `count` names of another.
+bool CRegPathW::EqualsRun(std::u16string_view names, bool hasHive, const CRegPathW& other,
+                          std::size_t count) {
+    if (hasHive != other.m_hasHive) {
+        return false;
+    }
+    std::u16string_view others = other.m_names;
+    const std::u16string_view first = TakeFirst(names);
+    const std::u16string_view otherFirst = TakeFirst(others);
+    if (hasHive && !IsSameHive(first, otherFirst)) {
         return false;
     }
     // The first name is either the hive or, by rule, not compared.
     for (std::size_t i = 1; i < count; ++i) {
-        if (!EqualsNoCase(m_segments[start + i].View(), other.m_segments[i].View())) {
+        if (!EqualsNoCase(TakeFirst(names), TakeFirst(others))) {
             return false;
         }
     }
@@ -218,101 +230,104 @@ bool CRegPathW::EqualsRun(std::size_t start, const CRegPathW& other, std::size_t
 }
 
 bool CRegPathW::Equals(const CRegPathW& other) const {
-    const std::size_t count = m_segments.size();
-    return count == other.m_segments.size() && EqualsRun(0, other, count);
+    return m_count == other.m_count && EqualsRun(m_names, m_hasHive, other, m_count);
 }
 
 bool CRegPathW::EqualsFirstN(const CRegPathW& other, std::size_t count) const {
-    const std::size_t shorter = std::min(m_segments.size(), other.m_segments.size());
-    if (count == 0 || (shorter < count && m_segments.size() != other.m_segments.size())) {
+    const std::size_t shorter = std::min(m_count, other.m_count);
+    if (count == 0 || (shorter < count && m_count != other.m_count)) {
         return false;
     }
-    return EqualsRun(0, other, std::min(count, shorter));
+    return EqualsRun(m_names, m_hasHive, other, std::min(count, shorter));
 }
 
 bool CRegPathW::Contains(const CRegPathW& part) const {
-    const std::size_t count = part.m_segments.size();
-    if (count == 0) {
+    if (part.IsEmpty()) {
         return false;
     }
-    for (std::size_t start = 0; start + count <= m_segments.size(); ++start) {
-        if (EqualsRun(start, part, count)) {
+    std::u16string_view run = m_names;
+    for (std::size_t start = 0; start + part.m_count <= m_count; ++start) {
+        if (EqualsRun(run, m_hasHive && start == 0, part, part.m_count)) {
             return true;
         }
+        TakeFirst(run);
     }
     return false;
 }
 
 void CRegPathW::Clear() {
     m_hasHive = false;
-    m_segments.clear();
+    m_names.clear();
+    m_count = 0;
+}
+
+// The names from the one at `index` on.
+std::u16string_view CRegPathW::NamesFrom(std::size_t index) const {
+    std::u16string_view rest = m_names;
+    for (std::size_t i = 0; i < index && !rest.empty(); ++i) {
+        TakeFirst(rest);
+    }
+    return rest;
 }
 
 std::u16string_view CRegPathW::GetSegmentText(std::size_t index) const {
-    return index < m_segments.size() ? m_segments[index].View() : std::u16string_view();
+    std::u16string_view rest = NamesFrom(index);
+    return TakeFirst(rest);
 }
 
 CRegPathSegmentW CRegPathW::GetLastSegment() const {
-    return m_segments.empty() ? CRegPathSegmentW() : m_segments.back();
+    return CRegPathSegmentW(std::u16string_view(m_names).substr(m_names.rfind(u'\\') + 1));
 }
 
 CHiveNameW CRegPathW::GetHive() const {
     return m_hasHive ? CHiveNameW(GetSegmentText(0)) : CHiveNameW();
 }
 
-CRegPathW CRegPathW::GetSubKeyPath() const {
-    return m_hasHive ? SubPath(1, m_segments.size() - 1) : *this;
-}
+CRegPathW CRegPathW::GetSubKeyPath() const { return m_hasHive ? SubPath(1, m_count - 1) : *this; }
 
-CStrW CRegPathW::GetSubKeyText() const {
-    const std::size_t start = m_hasHive ? 1 : 0;
-    return Print(start, GetSegmentText(start));
-}
+CStrW CRegPathW::GetSubKeyText() const { return CStrW(NamesFrom(m_hasHive ? 1 : 0)); }
 
 CRegPathW CRegPathW::SubPath(std::size_t start, std::size_t count) const {
     CRegPathW part;
-    if (start < m_segments.size()) {
-        const auto first = m_segments.begin() + static_cast<std::ptrdiff_t>(start);
-        const std::size_t length = std::min(count, m_segments.size() - start);
-        part.m_segments.assign(first, first + static_cast<std::ptrdiff_t>(length));
-        part.m_hasHive = m_hasHive && start == 0 && length != 0;
+    std::u16string_view rest = NamesFrom(start);
+    for (std::size_t i = 0; i < count && !rest.empty(); ++i) {
+        part.AddName(TakeFirst(rest));
     }
+    part.m_hasHive = m_hasHive && start == 0 && !part.IsEmpty();
     return part;
 }
 
 void CRegPathW::RemoveFirst(std::size_t count) {
-    const std::size_t removed = std::min(count, m_segments.size());
-    m_segments.erase(m_segments.begin(), m_segments.begin() + static_cast<std::ptrdiff_t>(removed));
+    m_names.erase(0, m_names.size() - NamesFrom(count).size());
+    m_count -= std::min(count, m_count);
     m_hasHive = false;
 }
 
 void CRegPathW::RemoveLast(std::size_t count) {
-    if (count >= m_segments.size()) {
+    if (count >= m_count) {
         Clear();
         return;
     }
-    m_segments.resize(m_segments.size() - count);
+    for (std::size_t i = 0; i < count; ++i) {
+        m_names.resize(m_names.rfind(u'\\'));
+    }
+    m_count -= count;
 }
 
-CStrW CRegPathW::ToString() const { return Print(0, GetSegmentText(0)); }
+CStrW CRegPathW::ToString() const { return CStrW(m_names); }
 
 CStrW CRegPathW::ToLongString() const {
-    const SHive* const hive = m_hasHive ? FindHive(GetSegmentText(0)) : nullptr;
-    return Print(0, hive == nullptr ? GetSegmentText(0) : hive->longName);
-}
-
-// The names from `start` on, where `first` stands for the first of them.
-CStrW CRegPathW::Print(std::size_t start, std::u16string_view first) const {
-    std::size_t length = first.size();
-    for (std::size_t i = start + 1; i < m_segments.size(); ++i) {
-        length += 1 + m_segments[i].View().size();
+    std::u16string_view rest = m_names;
+    const SHive* const hive = m_hasHive ? FindHive(TakeFirst(rest)) : nullptr;
+    if (hive == nullptr) {
+        return ToString();
     }
     CStrW text;
-    if (length != 0 && text.Reserve(length + 1)) {
-        text.Append(first);
-        for (std::size_t i = start + 1; i < m_segments.size(); ++i) {
+    if (text.Reserve(hive->longName.size() + rest.size() + 2)) {
+        text.Append(hive->longName);
+        if (m_count > 1) {
             text.Append(u'\\');
-            text.Append(m_segments[i].View());
+            text.Append(rest);
         }
     }
     return text;

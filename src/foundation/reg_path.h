@@ -1,10 +1,10 @@
-// foundation/reg_path.h - the paths of registry keys as lists of names.
+// foundation/reg_path.h - the paths of registry keys.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
-#include <vector>
 
 #include "foundation/wide_string.h"
 
@@ -57,7 +57,7 @@ private:
 // hive it means; hive names otherwise stay as written. Names are compared ignoring case. A path
 // belongs to one thread.
 //
-// An int is 0, ERROR_INVALID_DATA or ERROR_NOT_ENOUGH_MEMORY.
+// An int is 0 or ERROR_INVALID_DATA.
 class CRegPathW {
 public:
     CRegPathW() = default;
@@ -82,7 +82,7 @@ public:
     // this path is not empty.
     [[nodiscard]] int Append(const CRegPathW& tail);
     // Adds one name as it is; an empty one changes nothing.
-    int AppendSegment(const CRegPathSegmentW& segment);
+    void AppendSegment(const CRegPathSegmentW& segment);
 
     // Same number of names, and the same names. Short and long hive names are the same; the first
     // name of a path without a hive is not looked at, so that "A\B" equals "X\B".
@@ -95,8 +95,8 @@ public:
     [[nodiscard]] bool Contains(const CRegPathW& part) const;
 
     void Clear();
-    [[nodiscard]] std::size_t GetSegmentCount() const { return m_segments.size(); }
-    [[nodiscard]] bool IsEmpty() const { return m_segments.empty(); }
+    [[nodiscard]] std::size_t GetSegmentCount() const { return m_count; }
+    [[nodiscard]] bool IsEmpty() const { return m_count == 0; }
     [[nodiscard]] bool HasHive() const { return m_hasHive; }
 
     // The name at `index` as a loan until the path changes; empty at or past the end.
@@ -119,13 +119,15 @@ public:
     [[nodiscard]] CStrW ToLongString() const;
 
 private:
-    [[nodiscard]] int ParseSegments(std::u16string_view text);
-    [[nodiscard]] bool EqualsRun(std::size_t start, const CRegPathW& other,
-                                 std::size_t count) const;
-    [[nodiscard]] CStrW Print(std::size_t start, std::u16string_view first) const;
+    [[nodiscard]] int ParseNames(std::u16string_view text);
+    void AddName(std::u16string_view name);
+    [[nodiscard]] static bool EqualsRun(std::u16string_view names, bool hasHive,
+                                        const CRegPathW& other, std::size_t count);
+    [[nodiscard]] std::u16string_view NamesFrom(std::size_t index) const;
 
     bool m_hasHive = false;  // never set on an empty path
-    std::vector<CRegPathSegmentW> m_segments;
+    std::size_t m_count = 0;
+    std::u16string m_names;  // with backslashes between them
 };
 
 // The kernel's name for a root of the registry, and the hive that it means.

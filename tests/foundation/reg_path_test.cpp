@@ -109,7 +109,7 @@ TEST(RegPathTest, OnlyAnEmptyPathTakesInAHive) {
     path.Clear();
     EXPECT_EQ(path.Append(Path(uR"(HKLM\A)")), ERROR_SUCCESS);
     EXPECT_TRUE(path.HasHive());
-    EXPECT_EQ(path.AppendSegment(CRegPathSegmentW()), ERROR_SUCCESS);
+    path.AppendSegment(CRegPathSegmentW());
     EXPECT_EQ(path.GetSegmentCount(), 2U);
 
     const CHiveNameW hive(u"hku");
