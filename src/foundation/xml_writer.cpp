@@ -48,6 +48,14 @@ int CXmlWriter::WriteText(std::u16string_view text) {
     return m_writer.IsOpen() ? m_writer.WriteText(Filter(text)) : E_FAIL;
 }
 
+int CXmlWriter::WriteElements(std::size_t count, const ElementWriter& write) {
+    return m_writer.WriteElements(
+        count, [&](platform::CXmlOutput& output, std::size_t first, std::size_t last) {
+            CXmlWriter part(output, m_pfnTextFilter);
+            write(part, first, last);
+        });
+}
+
 void CXmlWriter::WriteNewLine() {
     if (m_writer.IsOpen()) {
         m_writer.WriteWhitespace(kLineEnd);

@@ -1,6 +1,8 @@
 // foundation/xml_writer.h - writes an XML file in UTF-16, element by element.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -38,14 +40,22 @@ public:
     int WriteAttribute(std::u16string_view name, std::u16string_view value);
     int WriteText(std::u16string_view text);
     void WriteNewLine();
+    // Writes elements for the numbers below `count`, by calls of `write` for the numbers from
+    // `first` up to `last`, each with a writer of its own; see CXmlOutput::WriteElements.
+    using ElementWriter =
+        std::function<void(CXmlWriter& writer, std::size_t first, std::size_t last)>;
+    int WriteElements(std::size_t count, const ElementWriter& write);
     // Closes all elements and the file. Only Open shows that a file cannot be written: what fails
     // later leaves it incomplete without a word.
     void EndDocument();
 
 private:
+    CXmlWriter(platform::CXmlOutput& output, TextFilter filter)
+        : m_writer(output), m_pfnTextFilter(filter) {}
     std::u16string_view Filter(std::u16string_view text);
 
-    platform::CXmlOutput m_writer;
+    platform::CXmlOutput m_ownWriter;
+    platform::CXmlOutput& m_writer = m_ownWriter;
     TextFilter m_pfnTextFilter = nullptr;
     std::u16string m_filtered;
 };

@@ -79,12 +79,15 @@ void COrvCollection::Write(CXmlWriter& writer) const {
         return;
     }
     const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
-    for (std::size_t place = 0; place < order.size(); ++place) {
-        PrefetchAhead(place);
-        if (order[place].item != nullptr) {
-            WriteElement(writer, *order[place].item);
+    const auto write = [&](CXmlWriter& part, std::size_t first, std::size_t last) {
+        for (std::size_t place = first; place < last; ++place) {
+            PrefetchAhead(place);
+            if (order[place].item != nullptr) {
+                WriteElement(part, *order[place].item);
+            }
         }
-    }
+    };
+    writer.WriteElements(order.size(), write);
     writer.EndElement(true);
 }
 

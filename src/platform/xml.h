@@ -4,7 +4,9 @@
 // next call on the same object. One thread at a time. Nothing throws but std::bad_alloc.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string_view>
 
@@ -88,6 +90,14 @@ public:
     int WriteEndElement();
     // Closes all that is open.
     int WriteEndDocument();
+
+    // Writes elements for the numbers below `count` into the innermost element, by calls of `write`
+    // for the numbers from `first` up to `last`. The calls may come on several threads at a time;
+    // each gets an output of its own and writes whole elements to it, which stand in the document
+    // by their numbers. Throws what `write` throws.
+    using ElementWriter =
+        std::function<void(CXmlOutput& output, std::size_t first, std::size_t last)>;
+    int WriteElements(std::size_t count, const ElementWriter& write);
     int Flush();
     // Flushes and closes the file.
     void Close();

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 
 #include "platform/status.h"
@@ -285,6 +286,39 @@ TEST_F(XmlOutputTest, WritesNoAttributeOutOfPlaceAndNoSecondRoot) {
     EXPECT_EQ(m_output.WriteEndElement(), S_OK);
     EXPECT_LT(m_output.WriteStartElement(u"b"), 0);
     EXPECT_EQ(Written(), Utf16Bytes("<a>x</a>"));
+}
+
+// So many that several threads take part where there are any.
+TEST_F(XmlOutputTest, ElementsWrittenInPartsStandByTheirNumbers) {
+    constexpr std::size_t kCount = 20'000;
+    std::string expected = "<R>";
+    const auto write = [](CXmlOutput& output, std::size_t first, std::size_t last) {
+        for (std::size_t i = first; i < last; ++i) {
+            output.WriteStartElement(u"E");
+            output.WriteText(std::u16string(i % 50, u'a'));
+            output.WriteEndElement();
+        }
+    };
+    m_output.WriteStartElement(u"R");
+    EXPECT_EQ(m_output.WriteElements(kCount, write), S_OK);
+    EXPECT_EQ(m_output.WriteElements(0, write), S_OK);
+    m_output.WriteEndDocument();
+    for (std::size_t i = 0; i < kCount; ++i) {
+        expected += "<E>" + std::string(i % 50, 'a') + "</E>";
+    }
+    EXPECT_EQ(Written(), Utf16Bytes(expected + "</R>"));
+}
+
+TEST_F(XmlOutputTest, AnExceptionInOnePartEndsThemAll) {
+    m_output.WriteStartElement(u"R");
+    const auto write = [](CXmlOutput& output, std::size_t first, std::size_t last) {
+        if (first <= 5000 && 5000 < last) {
+            throw std::runtime_error("part");
+        }
+        output.WriteStartElement(u"E");
+        output.WriteEndElement();
+    };
+    EXPECT_THROW(m_output.WriteElements(20'000, write), std::runtime_error);
 }
 
 TEST_F(XmlOutputTest, LongDocumentsComeOutWhole) {

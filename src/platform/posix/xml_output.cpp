@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/files.h"
+#include "platform/posix/parallel.h"
 #include "platform/status.h"
 #include "platform/xml.h"
 
@@ -17,6 +18,8 @@ static_assert(std::endian::native == std::endian::little);
 
 constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"utf-16\"?>";
 constexpr std::size_t kBufferUnits = 32768;
+// Elements that are written at once by one of several threads.
+constexpr std::size_t kElementsOfPart = 256;
 
 enum class EPlace {
     Start,     // nothing has been written
@@ -33,8 +36,8 @@ bool IsWhitespace(char16_t unit) {
 
 // Stands for itself in every place. Nearly all text is of this kind.
 bool IsPlain(char16_t unit) {
-    return unit >= 0x20 && unit < 0xD800 && unit != u'&' && unit != u'<' && unit != u'>' &&
-           unit != u'"';
+    const bool isInRange = static_cast<char16_t>(unit - 0x20) < 0xD800 - 0x20;
+    return isInRange & (unit != u'&') & (unit != u'<') & (unit != u'>') & (unit != u'"');
 }
 
 bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
@@ -97,6 +100,7 @@ bool Escape(std::u16string_view text, bool inAttribute, std::u16string& escaped)
 struct CXmlOutput::SState {
     COutputFile file;
     std::u16string buffer;
+    std::size_t bufferLimit = kBufferUnits;
     int status = S_OK;  // the first failure to write
     EPlace place = EPlace::Start;
     std::u16string names;                 // of the open elements, one behind the other
@@ -105,17 +109,27 @@ struct CXmlOutput::SState {
 
     void Put(std::u16string_view text) {
         buffer += text;
-        if (buffer.size() >= kBufferUnits) {
+        if (buffer.size() >= bufferLimit) {
             WriteBuffer();
         }
     }
 
+    // Puts what is long by itself past the buffer.
+    void PutLong(std::u16string_view text) {
+        WriteBuffer();
+        WriteUnits(text);
+    }
+
     void WriteBuffer() {
-        if (status == S_OK && !buffer.empty()) {
-            const int error = file.Write(buffer.data(), buffer.size() * sizeof(char16_t));
+        WriteUnits(buffer);
+        buffer.clear();
+    }
+
+    void WriteUnits(std::u16string_view text) {
+        if (status == S_OK && !text.empty()) {
+            const int error = file.Write(text.data(), text.size() * sizeof(char16_t));
             status = HresultFromError(error);
         }
-        buffer.clear();
     }
 
     // Makes the file begin with its mark, whatever comes first.
@@ -140,12 +154,25 @@ struct CXmlOutput::SState {
     // Gives `text` as it is to be written, which is itself in the common case. False when XML
     // cannot hold it.
     bool ToMarkup(std::u16string_view& text, bool inAttribute) {
-        if (std::all_of(text.begin(), text.end(), IsPlain)) {
+        // Without a way out of the loop the compiler makes it look at many units at a time.
+        bool isPlain = true;
+        for (const char16_t unit : text) {
+            isPlain &= IsPlain(unit);
+        }
+        if (isPlain) {
             return true;
         }
         const bool isGood = Escape(text, inAttribute, escaped);
         text = escaped;
         return isGood;
+    }
+
+    // Makes this the inside of an element of another output, without a file.
+    void BeginPart(std::u16string&& emptyBuffer) {
+        buffer = std::move(emptyBuffer);
+        bufferLimit = std::u16string::npos;
+        place = EPlace::Content;
+        nameStarts = {0};
     }
 
     void CloseElement() {
@@ -290,6 +317,27 @@ int CXmlOutput::WriteEndDocument() {
         state.CloseElement();
     }
     state.place = EPlace::End;
+    return state.status;
+}
+
+int CXmlOutput::WriteElements(std::size_t count, const ElementWriter& write) {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    SState& state = *m_state;
+    if (!state.IsInElement()) {
+        return kXmlInvalidAction;
+    }
+    state.EndStartTag();
+    const auto make = [&write](std::u16string& text, std::size_t first, std::size_t last) {
+        CXmlOutput part;
+        part.m_state = std::make_unique<SState>();
+        part.m_state->BeginPart(std::move(text));
+        write(part, first, last);
+        text = std::move(part.m_state->buffer);
+    };
+    MakeInOrder(count, kElementsOfPart, make,
+                [&state](std::u16string_view text) { state.PutLong(text); });
     return state.status;
 }
 

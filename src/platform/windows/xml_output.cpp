@@ -123,6 +123,14 @@ int CXmlOutput::WriteEndDocument() {
     return IsOpen() ? m_state->Call(&IXmlWriter::WriteEndDocument) : E_FAIL;
 }
 
+int CXmlOutput::WriteElements(std::size_t count, const ElementWriter& write) {
+    if (!IsOpen()) {
+        return E_FAIL;
+    }
+    write(*this, 0, count);
+    return m_state->failure;
+}
+
 int CXmlOutput::Flush() { return IsOpen() ? m_state->Call(&IXmlWriter::Flush) : E_FAIL; }
 
 void CXmlOutput::Close() {

@@ -1,0 +1,110 @@
+#include "platform/posix/parallel.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <exception>
+#include <future>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+constexpr std::size_t kMaxThreads = 8;
+
+// Hands out the parts, and lets each thread in with what it has made when its turn has come.
+class CParts {
+public:
+    CParts(std::size_t count, std::size_t step, const MakeText& make, const TakeText& take)
+        : m_count(count), m_step(step), m_make(make), m_take(take) {}
+
+    // Makes parts until none is left, or another thread has failed.
+    void Run() {
+        CEnd end(*this);
+        std::u16string text;
+        for (std::size_t part = NextPart(); part * m_step < m_count; part = NextPart()) {
+            const std::size_t first = part * m_step;
+            text.clear();
+            m_make(text, first, std::min(first + m_step, m_count));
+            if (!TakeInTurn(part, text)) {
+                return;
+            }
+        }
+    }
+
+private:
+    std::size_t NextPart() {
+        const std::lock_guard lock(m_mutex);
+        return m_nextMade++;
+    }
+
+    bool TakeInTurn(std::size_t part, std::u16string_view text) {
+        std::unique_lock lock(m_mutex);
+        m_turn.wait(lock, [this, part] { return m_nextTaken == part || m_hasFailed; });
+        if (m_hasFailed) {
+            return false;
+        }
+        // Nobody else's turn can come, so that others may ask for parts meanwhile.
+        lock.unlock();
+        m_take(text);
+        lock.lock();
+        ++m_nextTaken;
+        m_turn.notify_all();
+        return true;
+    }
+
+    // Lets nobody wait for a thread that ends by an exception.
+    class CEnd {
+    public:
+        explicit CEnd(CParts& parts) : m_parts(parts) {}
+        ~CEnd() {
+            if (std::uncaught_exceptions() > m_exceptions) {
+                const std::lock_guard lock(m_parts.m_mutex);
+                m_parts.m_hasFailed = true;
+                m_parts.m_turn.notify_all();
+            }
+        }
+        CEnd(const CEnd&) = delete;
+        CEnd& operator=(const CEnd&) = delete;
+
+    private:
+        CParts& m_parts;
+        const int m_exceptions = std::uncaught_exceptions();
+    };
+
+    const std::size_t m_count;
+    const std::size_t m_step;
+    const MakeText& m_make;
+    const TakeText& m_take;
+    std::mutex m_mutex;
+    std::condition_variable m_turn;
+    std::size_t m_nextMade = 0;
+    std::size_t m_nextTaken = 0;
+    bool m_hasFailed = false;
+};
+
+}  // namespace
+
+void MakeInOrder(std::size_t count, std::size_t step, const MakeText& make, const TakeText& take) {
+    CParts parts(count, step, make, take);
+    const std::size_t partCount = (count + step - 1) / step;
+    const std::size_t threads =
+        std::min<std::size_t>({partCount, kMaxThreads, std::thread::hardware_concurrency()});
+    std::vector<std::future<void>> others;
+    try {
+        for (std::size_t i = 1; i < threads; ++i) {
+            others.push_back(std::async(std::launch::async, &CParts::Run, &parts));
+        }
+    } catch (const std::system_error&) {
+        // Those that could be started do.
+    }
+    parts.Run();
+    for (std::future<void>& other : others) {
+        other.get();
+    }
+}
+
+}  // namespace platform
