@@ -49,13 +49,8 @@ SManifestSummary ReadManifest(std::istream& manifest) {
     CUtf16Reader reader(manifest);
     CItemCounter counter;
     std::u16string line;
-    for (int unit = reader.Next(); unit != CUtf16Reader::kEnd; unit = reader.Next()) {
-        if (unit == u'\n') {
-            counter.AddLine(line);
-            line.clear();
-        } else if (unit != u'\r' && line.size() < kLineStart) {
-            line += static_cast<char16_t>(unit);
-        }
+    while (reader.NextLine(line, kLineStart)) {
+        counter.AddLine(line);
     }
     return counter.GetSummary();
 }

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <istream>
+#include <string>
 #include <vector>
 
 namespace host {
@@ -26,8 +27,13 @@ public:
         return static_cast<int>(high << 8 | low);
     }
 
+    // Gives the start of the next line, of no more than `limit` units; CR and LF are none of it.
+    // False when no further line ends.
+    [[nodiscard]] bool NextLine(std::u16string& start, std::size_t limit);
+
 private:
     bool Fill();
+    [[nodiscard]] std::size_t FindLineFeed() const;
 
     std::istream& m_bytes;
     std::vector<unsigned char> m_piece;

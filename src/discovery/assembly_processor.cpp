@@ -82,8 +82,12 @@ bool CAssemblyProcessor::CheckFile(const CFilePathW& path, std::uint32_t mode) {
     return false;
 }
 
+bool CAssemblyProcessor::TakesValuesOf(const CRegPathW& key) const {
+    return StartsWith(key, m_sideBySideKey) || StartsWith(key, m_componentsKey);
+}
+
 bool CAssemblyProcessor::CheckValue(const CRegPathW& key, const CStrW& name, std::uint32_t mode) {
-    if (!StartsWith(key, m_sideBySideKey) && !StartsWith(key, m_componentsKey)) {
+    if (!TakesValuesOf(key)) {
         return true;
     }
     if (IsCreated(mode)) {

@@ -37,6 +37,8 @@ public:
     // Whether a value stays with the registry stage; its key is given as the walk has it, by its
     // path in the mounted hive.
     [[nodiscard]] bool CheckValue(const CRegPathW& key, const CStrW& name, std::uint32_t mode);
+    // False when CheckValue lets every value of a key stay.
+    [[nodiscard]] bool TakesValuesOf(const CRegPathW& key) const;
 
     // Gathers a manifest or, with `isGlobal`, a module. CheckFile gathers no modules.
     void AddManifest(const CFilePathW& path, bool isGlobal);

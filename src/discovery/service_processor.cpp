@@ -162,8 +162,10 @@ bool CServiceProcessor::CheckKey(const CRegPathW& path, std::uint32_t /*mode*/) 
     return false;
 }
 
+bool CServiceProcessor::TakesValuesOf(const CRegPathW& key) const { return IsBelowServices(key); }
+
 bool CServiceProcessor::CheckValue(const CRegPathW& key, const CStrW& name, std::uint32_t mode) {
-    if (!IsBelowServices(key)) {
+    if (!TakesValuesOf(key)) {
         return true;
     }
     if (!IsService(key) || (mode != 1 && mode != 2)) {

@@ -56,6 +56,8 @@ public:
     // A value of a service goes to its record. The path in a mounted hive is none of a service's,
     // so that the values of a capture all stay.
     [[nodiscard]] bool CheckValue(const CRegPathW& key, const CStrW& name, std::uint32_t mode);
+    // False when CheckValue lets every value of a key stay.
+    [[nodiscard]] bool TakesValuesOf(const CRegPathW& key) const;
 
     // The record of a service, which is made when missing; on loan until the processor ends.
     CServiceInfo& FindOrAdd(const CStrW& name);

@@ -1,6 +1,7 @@
 #include "driver/reg_exclusions.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "foundation/reg_access.h"
 #include "platform/machine.h"
@@ -18,8 +19,6 @@ constexpr std::u16string_view kLowerDefaultUser = uR"(hkey_users\.default)";
 bool Matches(const CExclusionRule& rule, std::u16string_view lowerPath) {
     const std::u16string_view pattern = rule.m_lowerPattern;
     switch (rule.m_match) {
-        case MatchPrefix:
-            return lowerPath.starts_with(pattern);
         case MatchSuffix:
             return lowerPath.ends_with(pattern);
         case MatchContains:
@@ -64,8 +63,29 @@ bool CRegExclusions::AddRule(const CStrW& pattern, std::uint32_t match, bool fla
         [&pattern](const CExclusionRule& rule) { return rule.m_pattern.EqualsNoCase(pattern); });
     if (!isKnown) {
         m_rules.push_back({pattern, match, flag, LowerCase(pattern)});
+        if (match == MatchPrefix) {
+            AddPrefix(m_rules.back().m_lowerPattern.View());
+        }
     }
     return !isKnown;
+}
+
+void CRegExclusions::AddPrefix(std::u16string_view lowerPattern) {
+    if (lowerPattern.empty() || StartsWithPrefix(lowerPattern)) {
+        return;
+    }
+    auto covered = m_lowerPrefixes.lower_bound(lowerPattern);
+    while (covered != m_lowerPrefixes.end() && covered->starts_with(lowerPattern)) {
+        covered = m_lowerPrefixes.erase(covered);
+    }
+    m_lowerPrefixes.emplace(lowerPattern);
+}
+
+// No prefix is the start of another, so that only the last one that stands before the path, or is
+// it, can be its start.
+bool CRegExclusions::StartsWithPrefix(std::u16string_view lowerPath) const {
+    const auto behind = m_lowerPrefixes.upper_bound(lowerPath);
+    return behind != m_lowerPrefixes.begin() && lowerPath.starts_with(*std::prev(behind));
 }
 
 bool CRegExclusions::IsExcluded(const CStrW& path) const {
@@ -74,7 +94,8 @@ bool CRegExclusions::IsExcluded(const CStrW& path) const {
     }
     const CStrW lowerPath = LowerCase(path);
     const std::u16string_view lower = lowerPath;
-    return std::any_of(m_rules.begin(), m_rules.end(),
+    return StartsWithPrefix(lower) ||
+           std::any_of(m_rules.begin(), m_rules.end(),
                        [lower](const CExclusionRule& rule) { return Matches(rule, lower); }) ||
            lower.starts_with(kLowerKernelRoot) || IsOtherUser(lower);
 }

@@ -2,6 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <set>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "driver/reg_exclusion_rules.h"
@@ -32,9 +36,12 @@ public:
 
 private:
     void AddVolatileHives();
+    void AddPrefix(std::u16string_view lowerPattern);
+    [[nodiscard]] bool StartsWithPrefix(std::u16string_view lowerPath) const;
     [[nodiscard]] bool IsOtherUser(std::u16string_view lowerPath) const;
 
     std::vector<CExclusionRule> m_rules;
-    CSharedHolder<CRegPathConverter> m_pathConverter;  // kept alive for those who use it
+    std::set<std::u16string, std::less<>> m_lowerPrefixes;  // of the rules that test for one
+    CSharedHolder<CRegPathConverter> m_pathConverter;       // kept alive for those who use it
     CStrW m_lowerUserKey;
 };

@@ -32,8 +32,8 @@ int CopyScript(COrvPackage& package, const CCasScript& script, const SScope& sco
         return ERROR_SUCCESS;
     }
     // Without a name the destination would be the folder of all scripts.
-    const int status = segment.IsEmpty() ? ERROR_ACCESS_DENIED
-                                         : CopyFileOver(source.ToString(), destination);
+    const int status =
+        segment.IsEmpty() ? ERROR_ACCESS_DENIED : CopyFileOver(source.ToString(), destination);
     if (status != ERROR_SUCCESS) {
         GetLogger().LogMessage(MessageCopyFailed, nullptr, source.ToString().Get(),
                                GetSystemErrorMessage(status).Get());

@@ -441,6 +441,10 @@ std::size_t FindSubstringNoCaseIndex(std::u16string_view haystack, std::u16strin
     const char16_t first = Fold(needle.front());
     const auto isSame = [](char16_t left, char16_t right) { return Fold(left) == Fold(right); };
     for (std::size_t i = 0; i + needle.size() <= haystack.size(); ++i) {
+        // Of two ASCII units that are the same letter, all bits but one are equal.
+        if (((haystack[i] ^ first) & ~0x20) != 0 && haystack[i] < 0x80) {
+            continue;
+        }
         if (Fold(haystack[i]) == first &&
             std::equal(needle.begin() + 1, needle.end(),
                        haystack.begin() + static_cast<std::ptrdiff_t>(i) + 1, isSame)) {

@@ -9,7 +9,10 @@ namespace {
 
 constexpr std::size_t kDigits = 4;
 
-bool StaysAsItIs(char16_t unit) { return unit >= 0x20 && unit < 0xD800 && unit != u'~'; }
+bool StaysAsItIs(char16_t unit) {
+    const bool isInRange = static_cast<char16_t>(unit - 0x20) < 0xD800 - 0x20;
+    return isInRange & (unit != u'~');
+}
 
 void AppendEscaped(std::u16string& escaped, char16_t unit) {
     constexpr char16_t kHex[] = u"0123456789abcdef";
@@ -50,12 +53,18 @@ std::size_t AppendUnescaped(std::u16string& plain, std::u16string_view text) {
 }  // namespace
 
 bool EscapeXmlText(std::u16string_view text, std::u16string& escaped) {
-    std::size_t plain = 0;
-    while (plain < text.size() && StaysAsItIs(text[plain])) {
-        ++plain;
+    // Nearly every text is all plain. Without a way out of the loop the compiler makes it look at
+    // many units at a time.
+    bool isPlain = true;
+    for (const char16_t unit : text) {
+        isPlain &= StaysAsItIs(unit);
     }
-    if (plain == text.size()) {
+    if (isPlain) {
         return false;
+    }
+    std::size_t plain = 0;
+    while (StaysAsItIs(text[plain])) {
+        ++plain;
     }
     escaped.assign(text, 0, plain);
     for (std::size_t i = plain; i < text.size() && text[i] != 0; ++i) {

@@ -1,5 +1,6 @@
 #include "orvpackage/value_items.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -39,20 +40,21 @@ COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpa
     : COrvKeyItem(std::move(key), architecture, value.name),
       m_nameLength(static_cast<std::uint32_t>(value.name.size())) {
     if (m_nameLength != 0) {
-        m_block.reset(new std::byte[GetNameSize()]);
+        if (!ResizeTail(0)) {
+            throw std::bad_alloc();
+        }
         std::memcpy(m_block.get(), value.name.data(), GetNameSize());
     }
 }
 
 bool COrvValueItem::ResizeTail(std::size_t size) {
-    std::unique_ptr<std::byte[]> block(new (std::nothrow) std::byte[GetNameSize() + size]);
-    if (!block) {
+    // A block of no bytes would say nothing of success.
+    void* const block = std::realloc(m_block.get(), std::max<std::size_t>(GetNameSize() + size, 1));
+    if (block == nullptr) {
         return false;
     }
-    if (m_nameLength != 0) {
-        std::memcpy(block.get(), m_block.get(), GetNameSize());
-    }
-    m_block = std::move(block);
+    static_cast<void>(m_block.release());  // the new block has taken its place
+    m_block.reset(static_cast<std::byte*>(block));
     return true;
 }
 

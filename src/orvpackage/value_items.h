@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -43,6 +44,9 @@ protected:
 private:
     [[nodiscard]] std::size_t GetNameSize() const { return m_nameLength * sizeof(char16_t); }
 
+    struct SFree {
+        void operator()(std::byte* block) const { std::free(block); }
+    };
     struct SExpanded;
     COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
                   std::uint32_t architecture);
@@ -50,7 +54,7 @@ private:
     std::uint32_t m_nameLength;  // in units
     // The name, and the tail behind it: a package holds so many values that a block less for each
     // counts.
-    std::unique_ptr<std::byte[]> m_block;
+    std::unique_ptr<std::byte[], SFree> m_block;
 };
 
 class COrvDeleteValue : public COrvValueItem {

@@ -113,6 +113,8 @@ void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key) {
     m_valueKey.isInstallProperties =
         EqualsNoCase(key.GetSegmentText(key.GetSegmentCount() - 1), kInstallProperties);
     m_valueKey.isEnvironment = IsEnvironmentKey(key);
+    m_valueKey.isOfAssemblies = m_assemblyProcessor.TakesValuesOf(key);
+    m_valueKey.isOfServices = m_serviceProcessor.TakesValuesOf(key);
     m_valueKey.isHidden = false;
     m_valueKey.deletedValues.Clear();
     if (m_valueKey.key.Open(key) == ERROR_SUCCESS) {
@@ -125,7 +127,12 @@ void CCasRegistryTraverseManager::EndValues() { m_valueKey.key.Close(); }
 
 bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& name,
                                              std::uint32_t /*type*/) {
-    ShowProgress(m_valueKey.mountedText + u'\\' + name);
+    CStrW shown;
+    shown.Reserve(m_valueKey.mountedText.GetLength() + name.GetLength() + 2);
+    shown.Append(m_valueKey.mountedText);
+    shown.Append(u'\\');
+    shown.Append(name);
+    ShowProgress(std::move(shown));
     if (name.EqualsNoCase(kVirtualStatus) || name.EqualsNoCase(kDeletedValues) ||
         m_valueKey.isRoot) {
         return true;
@@ -143,9 +150,7 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
     if (m_valueKey.isInstallProperties && name.EqualsNoCase(u"Publisher")) {
         SetManufacturer(text);
     }
-    const std::uint32_t mode = deleted ? kModeDelete : kModeCreate;
-    if (m_valueKey.isHidden || !m_assemblyProcessor.CheckValue(key, name, mode) ||
-        !m_serviceProcessor.CheckValue(key, name, mode)) {
+    if (m_valueKey.isHidden || IsTaken(key, name, deleted ? kModeDelete : kModeCreate)) {
         return true;
     }
     if (m_valueKey.isEnvironment) {
@@ -154,6 +159,13 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
         AddValue(name, text, deleted);
     }
     return true;
+}
+
+// Whether one of the processors takes a value over.
+bool CCasRegistryTraverseManager::IsTaken(const CRegPathW& key, const CStrW& name,
+                                          std::uint32_t mode) {
+    return (m_valueKey.isOfAssemblies && !m_assemblyProcessor.CheckValue(key, name, mode)) ||
+           (m_valueKey.isOfServices && !m_serviceProcessor.CheckValue(key, name, mode));
 }
 
 // The first publisher found is the manufacturer.

@@ -47,10 +47,13 @@ private:
         bool isInstallProperties = false;
         bool isEnvironment = false;
         bool isHidden = false;
+        bool isOfAssemblies = false;
+        bool isOfServices = false;
         CStrW deletedValues;
     };
 
     void ShowProgress(CStrW text);
+    [[nodiscard]] bool IsTaken(const CRegPathW& key, const CStrW& name, std::uint32_t mode);
     void SetManufacturer(const CStrW& publisher);
     void AddVariable(const CStrW& name, const CStrW& text, bool deleted);
     void AddValue(const CStrW& name, const CStrW& text, bool deleted);
