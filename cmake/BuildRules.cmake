@@ -41,15 +41,20 @@ function(orv_add_library name)
     target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE orv_build_rules ${arg_PRIVATE_LINKS})
 endfunction()
 
-# orv_add_test(NAME SOURCES file... [LINKS target...])
-# One test program for one folder below tests/; each of its cases is a test of CTest.
+# orv_add_test(NAME SOURCES file... [LINKS target...] [LOADS_HIVES])
+# One test program for one folder below tests/; each of its cases is a test of CTest. Those that load
+# hives do so one at a time on Windows, where all programs have one registry.
 function(orv_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "LOADS_HIVES" "" "SOURCES;LINKS")
     add_executable(${name} ${arg_SOURCES})
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
     target_link_libraries(${name} PRIVATE ${arg_LINKS} orv_test_support orv_build_rules
                           GTest::gmock_main)
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+    set(properties)
+    if(WIN32 AND arg_LOADS_HIVES)
+        set(properties PROPERTIES RESOURCE_LOCK registry)
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 ${properties})
 endfunction()
 
 # orv_add_version(TARGET DESCRIPTION)

@@ -11,7 +11,7 @@ build_packages="g++ make cmake ninja-build ccache pkg-config libicu-dev libxml2-
 test_packages="libgtest-dev libgmock-dev libhivex-dev clang libclang-rt-14-dev clang-format clang-tidy
     libbenchmark-dev libhivex-bin reglookup libwin-hivex-perl time python3"
 windows_packages="g++-mingw-w64-x86-64-posix make cmake ninja-build ccache googletest libcli11-dev
-    wine wine64 util-linux"
+    libtomlplusplus-dev wine wine64 util-linux"
 
 abseil="${XDG_CACHE_HOME:-$HOME/.cache}/orvcasconv/abseil"
 needs_abseil=""
@@ -55,6 +55,7 @@ fetch_abseil() {
     work=$(mktemp -d)
     trap 'rm -rf "$work"' EXIT
     mkdir -p "$work/lists/partial" "$work/cache" "$work/source"
+    # shellcheck disable=SC2016 # these are for apt-get to fill in
     apt-get indextargets --format 'deb-src $(REPO_URI) $(RELEASE) main' \
         'Identifier: Packages' 'Origin: Debian' 'Component: main' | sort -u >"$work/sources.list"
     (

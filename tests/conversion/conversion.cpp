@@ -3,15 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 
 #include "orvcasconv/orvcasconv.h"
+#include "platform/com.h"
+#include "platform/registry.h"
 #include "support/manifest.h"
+#include "support/system.h"
 #include "support/text.h"
 
 namespace {
+
+constexpr const char* kMachineVariable = "ORVCASCONV_MACHINE";
 
 std::vector<std::string> g_progress;
 
@@ -19,7 +23,8 @@ std::uint32_t Note(const OrvProgress* root) {
     std::string line;
     for (const OrvProgress* level = root; level != nullptr; level = level->child) {
         line += std::to_string(level->current) + "/" + std::to_string(level->total) + " ";
-        line += Utf8({level->message, level->messageLength}) + "|";
+        line +=
+            Utf8({reinterpret_cast<const char16_t*>(level->message), level->messageLength}) + "|";
     }
     g_progress.push_back(line);
     return 0;
@@ -48,6 +53,30 @@ std::string WithoutHtml(const std::string& line) {
 
 }  // namespace
 
+std::basic_string<OrvChar> HostText(const std::u16string& text) {
+    return {text.begin(), text.end()};
+}
+
+std::string TextOfHost(const OrvChar* text) {
+    return Utf8(reinterpret_cast<const char16_t*>(text));
+}
+
+void CTestConversion::UseMachine(std::string_view toml) {
+    m_folder.WriteFile("machine.toml", toml);
+    SetEnvironment(kMachineVariable, m_folder.Path("machine.toml").string());
+}
+
+// Wine keeps the name of a hive that it could not load.
+CTestConversion::~CTestConversion() {
+    SetEnvironment(kMachineVariable, "");
+    platform::KeyHandle machine = nullptr;
+    if (RunsInWine() && platform::EnablePrivilege(u"SeRestorePrivilege") >= 0 &&
+        platform::ConnectMachine(machine) == 0) {
+        static_cast<void>(platform::UnloadHive(machine, u"CasToOrvConversion"));  // if there is one
+        platform::CloseKey(machine);
+    }
+}
+
 std::uint32_t CTestConversion::Convert(const CTestPackage& package) {
     package.Write(m_folder.Path("package"), "App.profile");
     return ConvertFile("package/App.profile");
@@ -59,19 +88,14 @@ std::uint32_t CTestConversion::ConvertFile(std::string_view profile) {
     m_logLines.clear();
     GUID* guids = nullptr;
     std::uint32_t count = 0;
-    const std::uint32_t status =
-        CasToOrvW(m_folder.Name(profile).c_str(), m_folder.Name("out/app.orv").c_str(),
-                  m_folder.Name("log.html").c_str(), &guids, &count, &Note);
+    const std::uint32_t status = CasToOrvW(
+        HostText(m_folder.Name(profile)).c_str(), HostText(m_folder.Name("out/app.orv")).c_str(),
+        HostText(m_folder.Name("log.html")).c_str(), &guids, &count, &Note);
     EXPECT_EQ(guids == nullptr, count == 0);
     for (std::uint32_t i = 0; i < count; ++i) {
-        char text[40];
-        std::snprintf(text, sizeof(text), "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
-                      guids[i].Data1, guids[i].Data2, guids[i].Data3, guids[i].Data4[0],
-                      guids[i].Data4[1], guids[i].Data4[2], guids[i].Data4[3], guids[i].Data4[4],
-                      guids[i].Data4[5], guids[i].Data4[6], guids[i].Data4[7]);
-        m_guids.emplace_back(text);
+        m_guids.push_back(Utf8(platform::GuidToText(guids[i])));
     }
-    std::free(guids);
+    FreeAsHost(guids);
     ReadLog();
     return status;
 }
@@ -108,7 +132,8 @@ std::vector<std::string> CTestConversion::Payload(std::string_view guid) const {
     const std::filesystem::path root = m_folder.Path("out/" + std::string(guid));
     std::vector<std::string> files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
-        const std::string name = entry.path().lexically_relative(root).string();
+        const std::filesystem::path below = entry.path().native().substr(root.native().size() + 1);
+        const std::string name = below.generic_string();
         if (!entry.is_directory() && name != "app.orv") {
             files.push_back(name);
         }

@@ -7,11 +7,25 @@
 #include <string_view>
 #include <vector>
 
+#include "orvcasconv/orvcasconv.h"
 #include "support/package_builder.h"
 #include "support/temp_folder.h"
 
+// A text as the exported functions take it, and one that they give, in UTF-8.
+std::basic_string<OrvChar> HostText(const std::u16string& text);
+std::string TextOfHost(const OrvChar* text);
+
 class CTestConversion {
 public:
+    CTestConversion() = default;
+    ~CTestConversion();
+    CTestConversion(const CTestConversion&) = delete;
+    CTestConversion& operator=(const CTestConversion&) = delete;
+
+    // Has the library convert on the machine of a description, which it reads from a file, as a
+    // host's user would name one.
+    void UseMachine(std::string_view toml);
+
     // Writes the package to the folder "package" and converts it to "out/app.orv".
     std::uint32_t Convert(const CTestPackage& package);
     // Converts the file at `profile`, a path below the folder.

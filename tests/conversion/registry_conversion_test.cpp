@@ -5,6 +5,7 @@
 
 #include "conversion/conversion.h"
 #include "support/hive_builder.h"
+#include "support/system.h"
 
 namespace {
 
@@ -14,14 +15,11 @@ constexpr const char* kSid = "S-1-5-21-1-2-3-1000";
 class RegistryConversionTest : public testing::Test {
 protected:
     void SetUp() override {
-        m_conversion.Folder().WriteFile("machine.toml",
-                                        "[folders]\nCSIDL_WINDOWS = 'C:\\Windows'\n"
-                                        "[environment]\n[user]\nsid = '" +
-                                            std::string(kSid) + "'\n[registry]\nhivelist = []\n");
-        setenv("ORVCASCONV_MACHINE", m_conversion.Folder().Path("machine.toml").c_str(), 1);
+        m_conversion.UseMachine(
+            "[folders]\nCSIDL_WINDOWS = 'C:\\Windows'\n"
+            "[environment]\n[user]\nsid = '" +
+            std::string(kSid) + "'\n[registry]\nhivelist = []\n");
     }
-    void TearDown() override { unsetenv("ORVCASCONV_MACHINE"); }
-
     void Convert(const std::string& hive, const std::string& createOs = "0") {
         ASSERT_EQ(m_conversion.Convert(
                       CTestPackage().Target(CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9")
@@ -43,6 +41,9 @@ protected:
 };
 
 TEST_F(RegistryConversionTest, DamagedHiveIsConvertedAsFarAsItCanBeRead) {
+    if (RunsOnWindows()) {
+        GTEST_SKIP() << "Windows repairs a hive, or refuses it";
+    }
     Convert(CTestHive()
                 .Key(uR"(REGISTRY\MACHINE\Bad)")
                 .Key(uR"(REGISTRY\MACHINE\Good)")
@@ -152,16 +153,15 @@ TEST_F(RegistryConversionTest, BookkeepingAndHiddenKeysAreLeftOut) {
 }
 
 TEST_F(RegistryConversionTest, MachineEnvironmentBecomesVariables) {
-    Convert(
-        CTestHive()
-            .Key(
-                uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\Control\Session Manager\Environment)")
-            .ExpandString(u"APP_HOME", uR"(%CSIDL_WINDOWS%\app 5%)")
-            .String(u"app_home", u"second")
-            .Dword(u"NUMBER", 1)
-            .Key(uR"(REGISTRY\USER\CurrentUser\Environment)")
-            .String(u"MINE", u"x")
-            .LoadableBytes());
+    CTestHive hive;
+    hive.Key(uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\Control\Session Manager\Environment)")
+        .ExpandString(u"APP_HOME", uR"(%CSIDL_WINDOWS%\app 5%)");
+    // Wine has no two values of one name.
+    if (!RunsInWine()) {
+        hive.String(u"app_home", u"second");
+    }
+    hive.Dword(u"NUMBER", 1).Key(uR"(REGISTRY\USER\CurrentUser\Environment)").String(u"MINE", u"x");
+    Convert(hive.LoadableBytes());
     EXPECT_EQ(m_conversion.Collection(kGuid, "CreateEnvVars"),
               "<CreateEnvVars>\n<EnvVar Variable=\"APP_HOME\" User=\"1\" "
               "Value=\"%CSIDL_WINDOWS%\\app 5|%\" InstallMode=\"0\" />\n</CreateEnvVars>\n");
@@ -217,13 +217,12 @@ TEST_F(RegistryConversionTest, NoiseGoesButItsValuesStay) {
 TEST_F(RegistryConversionTest, DamagedAndMissingHivesAreAWarning) {
     Convert("no hive at all");
     ASSERT_EQ(m_conversion.LogLines().size(), 1U);
-    EXPECT_TRUE(m_conversion.LogLines()[0].starts_with("Warning: Failed to read the file 'Z:"));
+    EXPECT_TRUE(m_conversion.LogLines()[0].starts_with("Warning: Failed to read the file '"));
     ASSERT_EQ(m_conversion.Convert(CTestPackage().Target(
                   CTestTarget("11111111-2222-3333-4444-555555555555").Sandbox())),
               0U);
     ASSERT_EQ(m_conversion.LogLines().size(), 1U);
-    EXPECT_NE(m_conversion.LogLines()[0].find("InstallRoot.dat' .  .  The system cannot find"),
-              std::string::npos);
+    EXPECT_NE(m_conversion.LogLines()[0].find("InstallRoot.dat' .  .  "), std::string::npos);
 }
 
 }  // namespace

@@ -6,7 +6,10 @@
 #include <vector>
 
 #include "conversion/conversion.h"
+#include "platform/status.h"
 #include "support/hive_builder.h"
+#include "support/system.h"
+#include "support/text.h"
 
 namespace {
 
@@ -25,16 +28,16 @@ std::string Service(const std::string& name, const std::string& elements = {},
            "</VirtualPath><AccountName>" + account + "</AccountName>" + elements;
 }
 
+// Wine writes it into an attribute as it is.
+std::string Ampersand() { return RunsInWine() ? "&" : "&amp;"; }
+
 class ServiceScriptConversionTest : public testing::Test {
 protected:
     void SetUp() override {
-        m_conversion.Folder().WriteFile("machine.toml",
-                                        "[folders]\nCSIDL_WINDOWS = 'C:\\Windows'\n"
-                                        "[environment]\n[registry]\nhivelist = []\n");
-        setenv("ORVCASCONV_MACHINE", m_conversion.Folder().Path("machine.toml").c_str(), 1);
+        m_conversion.UseMachine(
+            "[folders]\nCSIDL_WINDOWS = 'C:\\Windows'\n"
+            "[environment]\n[registry]\nhivelist = []\n");
     }
-    void TearDown() override { unsetenv("ORVCASCONV_MACHINE"); }
-
     // The element of a service to create; empty when there is none.
     [[nodiscard]] std::string Created(const std::string& name) const {
         const std::string all = m_conversion.Collection(kGuid, "CreateServices");
@@ -80,8 +83,9 @@ TEST_F(ServiceScriptConversionTest, ProfilesServicesAreCreatedAndDeleted) {
     EXPECT_TRUE(m_conversion.LogLines().empty());
     EXPECT_EQ(Created("Full"),
               "<Service Name=\"Full\" ServiceType=\"16\" StartType=\"2\" ErrorControl=\"3\" "
-              "DisplayName=\"The &amp; service\" Description=\"It serves\" " +
-                  std::string(kBinary) + " />");
+              "DisplayName=\"The " +
+                  Ampersand() + " service\" Description=\"It serves\" " + std::string(kBinary) +
+                  " />");
     EXPECT_EQ(Created("Checked"),
               "<Service Name=\"Checked\" ServiceType=\"288\" StartType=\"4\" ErrorControl=\"1\" " +
                   std::string(kBinary) + " />");
@@ -157,10 +161,11 @@ TEST_F(ServiceScriptConversionTest, ScriptsOfBothScopesBecomeActions) {
               "<PostActions>\n" + ofProfile + "</PostActions>\n");
     const std::vector<std::string>& log = m_conversion.LogLines();
     ASSERT_GE(log.size(), 2U);
-    EXPECT_TRUE(log[0].starts_with("Error: Failed to copy file 'Z:"));
-    EXPECT_TRUE(log[0].ends_with(
-        "Scripts\\lost.cmd' from CAS package.  The system cannot find the file specified."));
-    EXPECT_TRUE(log[1].ends_with("Scripts' from CAS package.  Access is denied."));
+    EXPECT_TRUE(log[0].starts_with("Error: Failed to copy file '"));
+    EXPECT_TRUE(log[0].ends_with("Scripts\\lost.cmd' from CAS package.  " +
+                                 Utf8(GetSystemErrorMessage(ERROR_FILE_NOT_FOUND))));
+    EXPECT_TRUE(log[1].ends_with("Scripts' from CAS package.  " +
+                                 Utf8(GetSystemErrorMessage(ERROR_ACCESS_DENIED))));
     EXPECT_TRUE(WasSeen("|6/10 Processing scripts.|2/7 Processing profile script off.cmd|"));
     EXPECT_TRUE(WasSeen("|6/10 Processing scripts.|7/7 Processing target script before.cmd|"));
 }

@@ -72,6 +72,19 @@ TEST_F(RegistryTest, RefusesWhatIsNoHive) {
     EXPECT_EQ(Open(m_mount), ERROR_FILE_NOT_FOUND);
 }
 
+TEST_F(RegistryTest, TellsWhetherAPrivilegeHadToBeTurnedOn) {
+    const char16_t* const name = u"SeRestorePrivilege";
+    EXPECT_EQ(platform::EnablePrivilege(name), 0);
+    EXPECT_TRUE(platform::DisablePrivilege(name));
+    if (!RunsOnWindows()) {
+        GTEST_SKIP() << "every privilege is always held";
+    }
+    EXPECT_EQ(Load(CTestHive().LoadableBytes()), ERROR_PRIVILEGE_NOT_HELD);
+    EXPECT_EQ(platform::EnablePrivilege(name), 1);
+    EXPECT_EQ(platform::EnablePrivilege(u"SeNoSuchPrivilege"), -1);
+    EXPECT_FALSE(platform::DisablePrivilege(u"SeNoSuchPrivilege"));
+}
+
 TEST_F(RegistryTest, KeepsALoadedHiveFromBeingReplacedOrTakenAway) {
     const std::string bytes = CTestHive().Key(u"A").LoadableBytes();
     EXPECT_EQ(platform::UnloadHive(m_machine, m_mount.c_str()), ERROR_FILE_NOT_FOUND);

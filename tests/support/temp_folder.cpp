@@ -5,8 +5,9 @@
 #include <iterator>
 #include <random>
 #include <stdexcept>
-#include <system_error>
 #include <type_traits>
+
+#include "support/system.h"
 
 namespace fs = std::filesystem;
 
@@ -18,18 +19,7 @@ CTempFolder::CTempFolder() {
     } while (!fs::create_directory(m_path));
 }
 
-CTempFolder::~CTempFolder() {
-    std::error_code ignored;
-    // What a folder without permissions holds can only be seen, and removed, once it has them
-    // again.
-    for (fs::recursive_directory_iterator entry(m_path, ignored), end; entry != end;
-         entry.increment(ignored)) {
-        if (!entry->is_symlink(ignored)) {
-            fs::permissions(entry->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-        }
-    }
-    fs::remove_all(m_path, ignored);
-}
+CTempFolder::~CTempFolder() { RemoveTree(m_path); }
 
 fs::path CTempFolder::Path(std::string_view relative) const {
     return relative.empty() ? m_path : m_path / relative;

@@ -4,6 +4,7 @@
 
 #include "platform/files.h"
 #include "platform/machine_report.h"
+#include "platform/windows/process_token.h"
 #include "platform/windows/win.h"
 // Behind windows.h.
 #include <objbase.h>
@@ -34,18 +35,6 @@ bool ReadKnownFolder(HMODULE shell, std::u16string& path) {
     path = FromWide(folder);
     CoTaskMemFree(folder);
     return !path.empty();
-}
-
-// The user's record of a process token; empty on failure.
-std::vector<std::byte> ReadTokenUser(HANDLE token) {
-    DWORD size = 0;
-    // Fails for want of room, but tells how much is needed.
-    static_cast<void>(GetTokenInformation(token, TokenUser, nullptr, 0, &size));
-    std::vector<std::byte> user(size);
-    if (GetTokenInformation(token, TokenUser, user.data(), size, &size) == FALSE) {
-        user.clear();
-    }
-    return user;
 }
 
 // Whether a value of the hive list stands for a hive without a file: its text is empty.
@@ -140,12 +129,7 @@ std::u16string GetLocaleName() {
 }
 
 std::u16string GetUserSid() {
-    HANDLE token = nullptr;
-    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) == FALSE) {
-        return {};
-    }
-    const std::vector<std::byte> user = ReadTokenUser(token);
-    CloseHandle(token);
+    const std::vector<std::byte> user = CProcessToken(TOKEN_QUERY).Read(TokenUser);
     wchar_t* buffer = nullptr;
     if (user.empty() ||
         ConvertSidToStringSidW(reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid,

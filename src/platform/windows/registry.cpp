@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <memory>
 #include <vector>
 
 #include "platform/status.h"
+#include "platform/windows/process_token.h"
 #include "platform/windows/win.h"
 
 namespace platform {
@@ -16,6 +16,8 @@ namespace {
 // Nearly all names fit into the first buffer, and all there can be into the second.
 constexpr std::size_t kShortName = 256;
 constexpr std::size_t kLongestName = 32768;
+
+constexpr DWORD kTokenAccess = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
 
 HKEY ToHandle(KeyHandle key) { return reinterpret_cast<HKEY>(key); }
 KeyHandle FromHandle(HKEY key) { return reinterpret_cast<KeyHandle>(key); }
@@ -53,39 +55,9 @@ int EnumName(std::u16string& name, const TEnumerate& enumerate) {
     return Result(status);
 }
 
-struct SHandleClose {
-    using pointer = HANDLE;
-    void operator()(HANDLE handle) const { ::CloseHandle(handle); }
-};
-using Handle = std::unique_ptr<HANDLE, SHandleClose>;
-
-Handle OpenToken() {
-    HANDLE token = nullptr;
-    const DWORD access = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
-    return Handle(::OpenProcessToken(::GetCurrentProcess(), access, &token) ? token : nullptr);
-}
-
-// The process's token and the number that a privilege goes by on this machine.
-struct SPrivilege {
-    Handle token;
-    LUID number{};
-};
-
-bool FindPrivilege(const char16_t* name, SPrivilege& privilege) {
-    privilege.token = OpenToken();
-    return privilege.token != nullptr &&
-           ::LookupPrivilegeValueW(nullptr, ToWide(name), &privilege.number) != 0;
-}
-
-// The privileges of a token with their attributes, as the system lays them out; empty on failure.
-std::vector<std::byte> ReadPrivileges(HANDLE token) {
-    DWORD size = 0;
-    ::GetTokenInformation(token, TokenPrivileges, nullptr, 0, &size);
-    std::vector<std::byte> bytes(size);
-    if (size == 0 || !::GetTokenInformation(token, TokenPrivileges, bytes.data(), size, &size)) {
-        bytes.clear();
-    }
-    return bytes;
+// Looks up the number that a privilege goes by on this machine.
+bool FindPrivilege(const char16_t* name, LUID& number) {
+    return ::LookupPrivilegeValueW(nullptr, ToWide(name), &number) != 0;
 }
 
 bool IsOn(const LUID_AND_ATTRIBUTES& entry, const LUID& number) {
@@ -94,13 +66,13 @@ bool IsOn(const LUID_AND_ATTRIBUTES& entry, const LUID& number) {
             entry.Attributes == SE_PRIVILEGE_ENABLED);
 }
 
-bool Adjust(const SPrivilege& privilege, DWORD attributes) {
+bool Adjust(const CProcessToken& token, const LUID& number, DWORD attributes) {
     TOKEN_PRIVILEGES change{};
     change.PrivilegeCount = 1;
-    change.Privileges[0].Luid = privilege.number;
+    change.Privileges[0].Luid = number;
     change.Privileges[0].Attributes = attributes;
     ::SetLastError(NO_ERROR);
-    ::AdjustTokenPrivileges(privilege.token.get(), FALSE, &change, 0, nullptr, nullptr);
+    ::AdjustTokenPrivileges(token.Get(), FALSE, &change, 0, nullptr, nullptr);
     // It also succeeds when the token does not hold the privilege; the last error tells.
     return ::GetLastError() == NO_ERROR;
 }
@@ -197,28 +169,27 @@ int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type, voi
 }
 
 int EnablePrivilege(const char16_t* name) {
-    SPrivilege privilege;
-    if (!FindPrivilege(name, privilege)) {
-        return -1;
-    }
-    const std::vector<std::byte> bytes = ReadPrivileges(privilege.token.get());
-    if (bytes.empty()) {
+    const CProcessToken token(kTokenAccess);
+    LUID number{};
+    const std::vector<std::byte> bytes = token.Read(TokenPrivileges);
+    if (bytes.empty() || !FindPrivilege(name, number)) {
         return -1;
     }
     const auto* const held = reinterpret_cast<const TOKEN_PRIVILEGES*>(bytes.data());
     const LUID_AND_ATTRIBUTES* const entries = held->Privileges;
-    const bool isOn = std::any_of(
-        entries, entries + held->PrivilegeCount,
-        [&](const LUID_AND_ATTRIBUTES& entry) { return IsOn(entry, privilege.number); });
+    const bool isOn =
+        std::any_of(entries, entries + held->PrivilegeCount,
+                    [&](const LUID_AND_ATTRIBUTES& entry) { return IsOn(entry, number); });
     if (isOn) {
         return 0;
     }
-    return Adjust(privilege, SE_PRIVILEGE_ENABLED) ? 1 : -1;
+    return Adjust(token, number, SE_PRIVILEGE_ENABLED) ? 1 : -1;
 }
 
 bool DisablePrivilege(const char16_t* name) {
-    SPrivilege privilege;
-    return FindPrivilege(name, privilege) && Adjust(privilege, 0);
+    const CProcessToken token(kTokenAccess);
+    LUID number{};
+    return token.Get() != nullptr && FindPrivilege(name, number) && Adjust(token, number, 0);
 }
 
 }  // namespace platform

@@ -1,9 +1,46 @@
 #include "support/system.h"
 
+#include <cstdlib>
+
 #include "platform/windows/win.h"
+// Behind windows.h.
+#include <objbase.h>
+
+namespace {
+
+// `folder` has the prefix of long paths, which the run-time's own way through a tree does not bear.
+void RemoveDeepTree(const std::wstring& folder) {
+    WIN32_FIND_DATAW entry;
+    HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &entry);
+    for (bool isFound = search != INVALID_HANDLE_VALUE; isFound;
+         isFound = FindNextFileW(search, &entry) != FALSE) {
+        const std::wstring name = entry.cFileName;
+        const std::wstring path = folder + L'\\' + name;
+        if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+            SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+            DeleteFileW(path.c_str());
+        } else if (name != L"." && name != L"..") {
+            RemoveDeepTree(path);
+        }
+    }
+    FindClose(search);
+    RemoveDirectoryW(folder.c_str());
+}
+
+}  // namespace
+
+void RemoveTree(const std::filesystem::path& folder) {
+    RemoveDeepTree(LR"(\\?\)" + folder.native());
+}
 
 bool RunsOnWindows() { return true; }
 
 bool RunsInWine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+void FreeAsHost(void* memory) { CoTaskMemFree(memory); }
+
+void SetEnvironment(const std::string& name, const std::string& value) {
+    _putenv_s(name.c_str(), value.c_str());
 }
