@@ -10,8 +10,9 @@ title() {
 
 jobs=$(nproc)
 
-title "Installing what build and tests need"
+title "Installing what builds and tests need"
 scripts/install-dependencies.sh --tests
+scripts/install-dependencies.sh --windows
 
 title "Layout of the code"
 find src include host tests bench examples \( -name '*.h' -o -name '*.cpp' \) -print0 |
@@ -33,3 +34,8 @@ run-clang-tidy -quiet -p build/release -j "$jobs" -header-filter='/(src|host)/' 
 
 title "Tests"
 ctest --preset release -j "$jobs"
+
+title "Build for Windows, and its tests in Wine"
+cmake --preset windows
+cmake --build --preset windows -j "$jobs"
+ctest --preset windows -j "$jobs"
