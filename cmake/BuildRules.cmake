@@ -43,7 +43,7 @@ endfunction()
 
 # orv_add_test(NAME SOURCES file... [LINKS target...] [LOADS_HIVES])
 # One test program for one folder below tests/; each of its cases is a test of CTest. Those that load
-# hives do so one at a time on Windows, where all programs have one registry.
+# hives under the library's own name do so one at a time on Windows, where all have one registry.
 function(orv_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "LOADS_HIVES" "" "SOURCES;LINKS")
     add_executable(${name} ${arg_SOURCES})

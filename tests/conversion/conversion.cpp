@@ -8,7 +8,6 @@
 
 #include "orvcasconv/orvcasconv.h"
 #include "platform/com.h"
-#include "platform/registry.h"
 #include "support/manifest.h"
 #include "support/system.h"
 #include "support/text.h"
@@ -66,16 +65,7 @@ void CTestConversion::UseMachine(std::string_view toml) {
     SetEnvironment(kMachineVariable, m_folder.Path("machine.toml").string());
 }
 
-// Wine keeps the name of a hive that it could not load.
-CTestConversion::~CTestConversion() {
-    SetEnvironment(kMachineVariable, "");
-    platform::KeyHandle machine = nullptr;
-    if (RunsInWine() && platform::EnablePrivilege(u"SeRestorePrivilege") >= 0 &&
-        platform::ConnectMachine(machine) == 0) {
-        static_cast<void>(platform::UnloadHive(machine, u"CasToOrvConversion"));  // if there is one
-        platform::CloseKey(machine);
-    }
-}
+CTestConversion::~CTestConversion() { SetEnvironment(kMachineVariable, ""); }
 
 std::uint32_t CTestConversion::Convert(const CTestPackage& package) {
     package.Write(m_folder.Path("package"), "App.profile");
