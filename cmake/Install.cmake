@@ -1,5 +1,6 @@
-# What cmake --install puts down for users of the library: the library and its header, and what
-# find_package(OrvCasConv) and pkg-config find them by. The program is installed by host/.
+# What cmake --install puts down for users of the library: the library and its header, what
+# find_package(OrvCasConv) and pkg-config find them by, and what is to be read beside them. The
+# program is installed by host/.
 
 include(CMakePackageConfigHelpers)
 
@@ -34,3 +35,30 @@ file(RELATIVE_PATH includedir_from_prefix "${CMAKE_INSTALL_PREFIX}"
 configure_file(cmake/OrvCasConv.pc.in "${PROJECT_BINARY_DIR}/OrvCasConv.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/OrvCasConv.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# Debian looks for the licence in a file of this name; on Windows people look into the first folder.
+if(WIN32)
+    set(documentation_folder ".")
+    install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION .)
+else()
+    set(documentation_folder "${CMAKE_INSTALL_DATAROOTDIR}/doc/orvcasconv")
+    install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${documentation_folder}"
+            RENAME copyright)
+endif()
+install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${documentation_folder}")
+install(FILES "${PROJECT_SOURCE_DIR}/docs/machine.md" "${PROJECT_SOURCE_DIR}/docs/manifest.md"
+        DESTINATION "${documentation_folder}/docs")
+
+# The licences of what ends up inside the library and the program ask to go with them.
+function(install_licence_of part file)
+    if(EXISTS "${file}")
+        install(FILES "${file}" DESTINATION "${documentation_folder}/licences"
+                RENAME "${part}.txt")
+    endif()
+endfunction()
+install_licence_of(CLI11 /usr/share/doc/libcli11-dev/copyright)
+if(WIN32)
+    install_licence_of(Abseil "${ORVCASCONV_ABSEIL_SOURCE}/LICENSE")
+    install_licence_of(GCC /usr/share/doc/gcc-mingw-w64-base/copyright)
+    install_licence_of(mingw-w64 /usr/share/doc/mingw-w64-common/copyright)
+endif()

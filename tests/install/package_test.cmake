@@ -1,0 +1,37 @@
+# Makes the package of BUILD, unpacks it below FOLDER, looks for its files and runs its program.
+file(REMOVE_RECURSE "${FOLDER}")
+file(MAKE_DIRECTORY "${FOLDER}")
+execute_process(COMMAND "${CPACK}" --config "${BUILD}/CPackConfig.cmake" -B "${FOLDER}"
+                COMMAND_ERROR_IS_FATAL ANY)
+
+set(files bin/cas2orv lib/libOrvCasConv.so lib/pkgconfig/OrvCasConv.pc share/man/man1/cas2orv.1
+    share/doc/orvcasconv/copyright)
+set(package "${FOLDER}/OrvCasConv-${VERSION}-win64.zip")
+if(EXISTS "${package}")
+    file(ARCHIVE_EXTRACT INPUT "${package}" DESTINATION "${FOLDER}/unpacked")
+    set(root "${FOLDER}/unpacked/OrvCasConv-${VERSION}-win64")
+    set(files bin/OrvCasConv.dll bin/cas2orv.exe lib/libOrvCasConv.dll.a LICENSE README.md)
+else()
+    file(GLOB package "${FOLDER}/orvcasconv_${VERSION}_*.deb")
+    set(root "${FOLDER}/unpacked/usr")
+    execute_process(COMMAND dpkg-deb -x "${package}" "${FOLDER}/unpacked"
+                    COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND dpkg-deb -f "${package}" Depends OUTPUT_VARIABLE depends
+                    COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT depends MATCHES "libicu[0-9]+.*libxml2" OR depends MATCHES "-dev|orvcasconv")
+        message(FATAL_ERROR "the package depends on ${depends}")
+    endif()
+endif()
+
+foreach(file include/orvcasconv/orvcasconv.h lib/cmake/OrvCasConv/OrvCasConvConfig.cmake ${files})
+    if(NOT EXISTS "${root}/${file}")
+        message(FATAL_ERROR "not in the package: ${file}")
+    endif()
+endforeach()
+# It finds its library where it was unpacked.
+file(GLOB program "${root}/bin/cas2orv*")
+execute_process(COMMAND ${EMULATOR} "${program}" --version OUTPUT_VARIABLE version
+                COMMAND_ERROR_IS_FATAL ANY)
+if(NOT version MATCHES "${VERSION}")
+    message(FATAL_ERROR "the program says it is ${version}")
+endif()
