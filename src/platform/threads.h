@@ -1,6 +1,8 @@
-// platform/threads.h - the worker thread of a walk and the event that stops it.
+// platform/threads.h - the worker thread of a walk, the event that stops it, and a queue of jobs.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <memory>
 
 namespace platform {
@@ -43,6 +45,29 @@ public:
     void Wait();
     // Waits, then forgets the thread.
     void Close();
+
+private:
+    struct SState;
+    std::unique_ptr<SState> m_state;
+};
+
+// Runs jobs in the order in which they are added, on a thread of its own, which is started for the
+// first of them. Used by one thread. An exception out of a job ends the process.
+class CJobQueue {
+public:
+    using Job = std::function<void()>;
+
+    // Holds up whoever adds a job while `maxWaiting` others wait to be run.
+    explicit CJobQueue(std::size_t maxWaiting);
+    // Runs what is still waiting.
+    ~CJobQueue();
+    CJobQueue(const CJobQueue&) = delete;
+    CJobQueue& operator=(const CJobQueue&) = delete;
+
+    // Adds a job; runs it itself when the system gives no thread.
+    void Add(Job job);
+    // Returns when all jobs have run.
+    void Finish();
 
 private:
     struct SState;

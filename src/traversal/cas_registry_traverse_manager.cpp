@@ -5,9 +5,6 @@
 #include <initializer_list>
 
 #include "foundation/reg_access.h"
-#include "orvpackage/env_var_collections.h"
-#include "orvpackage/key_collections.h"
-#include "orvpackage/value_collections.h"
 #include "platform/status.h"
 
 namespace {
@@ -43,10 +40,10 @@ bool ContainsNames(const CRegPathW& path, std::initializer_list<std::u16string_v
 CCasRegistryTraverseManager::CCasRegistryTraverseManager(CAssemblyProcessor& assemblyProcessor,
                                                          CServiceProcessor& serviceProcessor,
                                                          COrvPackage& package, bool is64Bit)
-    : m_is64Bit(is64Bit),
-      m_assemblyProcessor(assemblyProcessor),
+    : m_assemblyProcessor(assemblyProcessor),
       m_serviceProcessor(serviceProcessor),
       m_package(package),
+      m_items(package, is64Bit ? OrvArchitectureX64 : OrvArchitectureX86),
       m_sid(GetCurrentUserSid()),
       m_mount(kMount),
       m_machineEnvironment(uR"(SYSTEM\CurrentControlSet\Control\Session Manager\Environment)") {}
@@ -60,8 +57,9 @@ void CCasRegistryTraverseManager::ShowProgress(CStrW text) {
     }
 }
 
-std::uint32_t CCasRegistryTraverseManager::GetArchitecture() const {
-    return m_is64Bit ? OrvArchitectureX64 : OrvArchitectureX86;
+void CCasRegistryTraverseManager::OnFinish() {
+    m_items.Finish();
+    CRegTraverse::OnFinish();
 }
 
 // Folds a mounted path onto the key of the real machine. This is done on the text, not name by
@@ -99,7 +97,7 @@ bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
     const bool isHidden =
         key.Open(path) == ERROR_SUCCESS && StatusIsHidden(key.QueryNumber(kVirtualStatus));
     if (!isHidden && m_serviceProcessor.CheckKey(real, kModeCreate)) {
-        m_package.Get<COrvCreateKeysCollection>().AddItem(real.ToString(), GetArchitecture());
+        m_items.AddKey(real.ToString());
     }
     return true;
 }
@@ -179,28 +177,19 @@ void CCasRegistryTraverseManager::SetManufacturer(const CStrW& publisher) {
 
 void CCasRegistryTraverseManager::AddVariable(const CStrW& name, const CStrW& text, bool deleted) {
     if (deleted) {
-        m_package.Get<COrvDeleteEnvVarsCollection>().AddItem(name, m_valueKey.isUserScope);
-    } else if (COrvCreateEnvVar* const variable =
-                   m_package.Get<COrvCreateEnvVarsCollection>().AddItem(name,
-                                                                        m_valueKey.isUserScope)) {
-        variable->SetValue(text);
+        m_items.AddDeletedVariable(name, m_valueKey.isUserScope);
+    } else {
+        m_items.AddVariable(name, text, m_valueKey.isUserScope);
     }
 }
 
 void CCasRegistryTraverseManager::AddValue(const CStrW& name, const CStrW& text, bool deleted) {
     const CStrW& key = m_valueKey.realText;
     if (deleted) {
-        m_package.Get<COrvDeleteValuesCollection>().AddItem(key, name, GetArchitecture());
-        return;
-    }
-    COrvCreateValue* const value =
-        m_package.Get<COrvCreateValuesCollection>().AddItem(key, name, GetArchitecture());
-    if (value == nullptr) {
-        return;
-    }
-    if (m_valueKey.isInstallProperties) {
-        value->SetString(text);
+        m_items.AddDeletedValue(key, name);
+    } else if (m_valueKey.isInstallProperties) {
+        m_items.AddString(key, name, text);
     } else {
-        value->SetData(m_buffer.GetData(), m_buffer.GetSize(), m_buffer.GetType());
+        m_items.AddValue(key, name, m_buffer.GetData(), m_buffer.GetSize(), m_buffer.GetType());
     }
 }

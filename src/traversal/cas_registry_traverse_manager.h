@@ -11,6 +11,7 @@
 #include "orvpackage/package.h"
 #include "reporting/progress_event.h"
 #include "traversal/reg_traverse.h"
+#include "traversal/registry_item_queue.h"
 
 // Walks the mounted hive of a target and turns keys and values into items of the output package.
 // The mount and the hive's own upper levels are folded away, the capture's bookkeeping values are
@@ -31,6 +32,7 @@ public:
     void SetProgress(std::unique_ptr<CProgressEvent> progress) { m_progress = std::move(progress); }
 
 protected:
+    void OnFinish() override;
     bool VisitKey(const CRegPathW& path) override;
     void BeginValues(const CRegPathW& key) override;
     void EndValues() override;
@@ -59,14 +61,13 @@ private:
     void AddValue(const CStrW& name, const CStrW& text, bool deleted);
     [[nodiscard]] CRegPathW MapHivePath(const CRegPathW& mountedPath) const;
     [[nodiscard]] bool IsEnvironmentKey(const CRegPathW& mountedPath) const;
-    [[nodiscard]] std::uint32_t GetArchitecture() const;
 
-    const bool m_is64Bit;
     CAssemblyProcessor& m_assemblyProcessor;
     CServiceProcessor& m_serviceProcessor;
     CSharedHolder<CRegPathConverter> m_pathConverter;
     std::unique_ptr<CProgressEvent> m_progress;
     COrvPackage& m_package;
+    CRegistryItemQueue m_items;
     const CStrW m_sid;
     const CRegPathW m_mount;
     const CRegPathW m_machineEnvironment;

@@ -1,14 +1,13 @@
-#include <condition_variable>
-#include <mutex>
-#include <queue>
-#include <system_error>
-#include <thread>
+#include <atomic>
+#include <deque>
+#include <memory>
 #include <utility>
 #include <vector>
 
 #include "platform/files.h"
 #include "platform/posix/copy_file.h"
 #include "platform/status.h"
+#include "platform/threads.h"
 
 namespace platform {
 
@@ -21,127 +20,72 @@ constexpr std::size_t kBatchFiles = 64;
 constexpr off_t kBatchBytes = 1 << 20;
 constexpr std::size_t kMaxWaiting = 2;
 
-struct SJob {
+struct SCopyJob {
     std::u16string source;
     std::u16string destination;
     SFileCopy copy;
 };
 
 struct SBatch {
-    std::vector<SJob> jobs;
+    std::vector<SCopyJob> jobs;
     off_t bytes = 0;
-};
+    std::atomic<bool> isDone = false;
 
-void MoveData(SBatch& batch) {
-    for (SJob& job : batch.jobs) {
-        MoveData(job.copy);
+    void Run() {
+        for (SCopyJob& job : jobs) {
+            MoveData(job.copy);
+        }
+        isDone = true;
     }
-}
+};
 
 }  // namespace
 
-// The thread that moves data is started with the first full batch. The batches come back in the
-// order in which they were handed over, so that only the owner's thread deals with folders.
+// Other threads do nothing but move data: what comes before and after deals with folders, and is
+// left to the owner's thread, which takes the batches back in their order.
 struct CFileCopier::SState {
     explicit SState(Failed toTell) : failed(std::move(toTell)) {}
 
-    void Add(SJob job);
-    void HandOver();
+    void Add(SCopyJob job);
     void Finish();
-    void EndThread();
 
     Failed failed;
 
 private:
-    bool StartThread();
-    void Run();
-    // Deals with what has come back; with `all`, waits for everything to come back.
-    void TakeBack(std::unique_lock<std::mutex>& lock, bool all);
+    void HandOver();
+    void TakeBack();
     void End(SBatch& batch);
 
-    SBatch m_batch;  // still filled, the owner's alone
-    std::thread m_thread;
-
-    std::mutex m_mutex;
-    std::condition_variable m_toThread;
-    std::condition_variable m_toOwner;
-    std::queue<SBatch> m_waiting;
-    std::queue<SBatch> m_done;
-    std::size_t m_underWay = 0;  // batches that have not come back
-    bool m_isEnding = false;
+    std::shared_ptr<SBatch> m_batch = std::make_shared<SBatch>();  // still filled
+    std::deque<std::shared_ptr<SBatch>> m_underWay;
+    CJobQueue m_queue{kMaxWaiting};
 };
 
-void CFileCopier::SState::Add(SJob job) {
-    m_batch.bytes += job.copy.sourceInfo.st_size;
-    m_batch.jobs.push_back(std::move(job));
-    if (m_batch.jobs.size() >= kBatchFiles || m_batch.bytes >= kBatchBytes) {
+void CFileCopier::SState::Add(SCopyJob job) {
+    m_batch->bytes += job.copy.sourceInfo.st_size;
+    m_batch->jobs.push_back(std::move(job));
+    if (m_batch->jobs.size() >= kBatchFiles || m_batch->bytes >= kBatchBytes) {
         HandOver();
+        TakeBack();
     }
 }
 
 void CFileCopier::SState::HandOver() {
-    SBatch batch = std::exchange(m_batch, {});
-    m_batch.jobs.reserve(kBatchFiles);
-    if (!StartThread()) {
-        MoveData(batch);
-        End(batch);
-        return;
-    }
-    std::unique_lock lock(m_mutex);
-    m_toOwner.wait(lock, [this] { return m_waiting.size() < kMaxWaiting; });
-    m_waiting.push(std::move(batch));
-    ++m_underWay;
-    m_toThread.notify_one();
-    TakeBack(lock, false);
+    std::shared_ptr<SBatch> batch = std::exchange(m_batch, std::make_shared<SBatch>());
+    m_batch->jobs.reserve(kBatchFiles);
+    m_underWay.push_back(batch);
+    m_queue.Add([batch = std::move(batch)] { batch->Run(); });
 }
 
-bool CFileCopier::SState::StartThread() {
-    if (!m_thread.joinable()) {
-        try {
-            m_thread = std::thread(&SState::Run, this);
-        } catch (const std::system_error&) {
-            return false;  // The owner's thread can do it as well.
-        }
-    }
-    return true;
-}
-
-void CFileCopier::SState::Run() {
-    std::unique_lock lock(m_mutex);
-    while (true) {
-        m_toThread.wait(lock, [this] { return m_isEnding || !m_waiting.empty(); });
-        if (m_waiting.empty()) {
-            return;
-        }
-        SBatch batch = std::move(m_waiting.front());
-        m_waiting.pop();
-        lock.unlock();
-        MoveData(batch);
-        lock.lock();
-        m_done.push(std::move(batch));
-        m_toOwner.notify_one();
-    }
-}
-
-void CFileCopier::SState::TakeBack(std::unique_lock<std::mutex>& lock, bool all) {
-    while (m_underWay > 0) {
-        if (all) {
-            m_toOwner.wait(lock, [this] { return !m_done.empty(); });
-        }
-        if (m_done.empty()) {
-            return;
-        }
-        SBatch batch = std::move(m_done.front());
-        m_done.pop();
-        --m_underWay;
-        lock.unlock();
-        End(batch);
-        lock.lock();
+void CFileCopier::SState::TakeBack() {
+    while (!m_underWay.empty() && m_underWay.front()->isDone) {
+        End(*m_underWay.front());
+        m_underWay.pop_front();
     }
 }
 
 void CFileCopier::SState::End(SBatch& batch) {
-    for (SJob& job : batch.jobs) {
+    for (SCopyJob& job : batch.jobs) {
         int status = EndCopy(job.copy);
         if (status == ERROR_FILE_EXISTS) {
             status = CopyFile(job.source.c_str(), job.destination.c_str(), EExisting::Replace);
@@ -153,25 +97,12 @@ void CFileCopier::SState::End(SBatch& batch) {
 }
 
 void CFileCopier::SState::Finish() {
-    SBatch last = std::exchange(m_batch, {});
     // Rather than to wait for the thread, the owner moves the last ones itself.
-    MoveData(last);
-    {
-        std::unique_lock lock(m_mutex);
-        TakeBack(lock, true);
-    }
-    End(last);
-}
-
-void CFileCopier::SState::EndThread() {
-    if (m_thread.joinable()) {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_isEnding = true;
-        }
-        m_toThread.notify_one();
-        m_thread.join();
-    }
+    const std::shared_ptr<SBatch> last = std::exchange(m_batch, std::make_shared<SBatch>());
+    last->Run();
+    m_queue.Finish();
+    TakeBack();
+    End(*last);
 }
 
 CFileCopier::CFileCopier(Failed failed) : m_state(std::make_unique<SState>(std::move(failed))) {}
@@ -179,11 +110,10 @@ CFileCopier::CFileCopier(Failed failed) : m_state(std::make_unique<SState>(std::
 CFileCopier::~CFileCopier() {
     m_state->failed = nullptr;
     m_state->Finish();
-    m_state->EndThread();
 }
 
 int CFileCopier::Copy(const char16_t* source, const char16_t* destination, EExisting existing) {
-    SJob job;
+    SCopyJob job;
     int status = PlaceCopy(source, destination, job.copy);
     if (status == ERROR_FILE_EXISTS || status == ERROR_TOO_MANY_OPEN_FILES) {
         // What may be there already may also be still to be made.

@@ -1,0 +1,89 @@
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "platform/threads.h"
+
+namespace platform {
+
+struct CJobQueue::SState {
+    explicit SState(std::size_t most) : maxWaiting(most) {}
+
+    bool StartThread();
+    void Run();
+
+    const std::size_t maxWaiting;
+    std::thread thread;
+    std::mutex mutex;
+    std::condition_variable hasWork;
+    std::condition_variable hasRoom;
+    std::deque<Job> waiting;
+    bool isRunning = false;  // a job that waits no more
+    bool isEnding = false;
+};
+
+bool CJobQueue::SState::StartThread() {
+    if (!thread.joinable()) {
+        try {
+            thread = std::thread(&SState::Run, this);
+        } catch (const std::system_error&) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void CJobQueue::SState::Run() {
+    std::unique_lock lock(mutex);
+    while (true) {
+        hasWork.wait(lock, [this] { return isEnding || !waiting.empty(); });
+        if (waiting.empty()) {
+            return;
+        }
+        Job job = std::move(waiting.front());
+        waiting.pop_front();
+        isRunning = true;
+        lock.unlock();
+        job();
+        job = nullptr;  // what it holds goes ahead of whoever waits for its end
+        lock.lock();
+        isRunning = false;
+        hasRoom.notify_one();
+    }
+}
+
+CJobQueue::CJobQueue(std::size_t maxWaiting) : m_state(std::make_unique<SState>(maxWaiting)) {}
+
+CJobQueue::~CJobQueue() {
+    if (m_state->thread.joinable()) {
+        {
+            const std::lock_guard lock(m_state->mutex);
+            m_state->isEnding = true;
+        }
+        m_state->hasWork.notify_one();
+        m_state->thread.join();
+    }
+}
+
+void CJobQueue::Add(Job job) {
+    SState& state = *m_state;
+    if (!state.StartThread()) {
+        job();
+        return;
+    }
+    std::unique_lock lock(state.mutex);
+    state.hasRoom.wait(lock, [&state] { return state.waiting.size() < state.maxWaiting; });
+    state.waiting.push_back(std::move(job));
+    state.hasWork.notify_one();
+}
+
+void CJobQueue::Finish() {
+    SState& state = *m_state;
+    std::unique_lock lock(state.mutex);
+    state.hasRoom.wait(lock, [&state] { return state.waiting.empty() && !state.isRunning; });
+}
+
+}  // namespace platform

@@ -1,0 +1,133 @@
+#include "traversal/registry_item_queue.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "orvpackage/env_var_collections.h"
+#include "orvpackage/key_collections.h"
+#include "orvpackage/value_collections.h"
+
+namespace {
+
+constexpr std::size_t kBatchRecords = 512;
+constexpr std::size_t kBatchBytes = std::size_t{1} << 20;
+// Data begins where any unit may lie.
+constexpr std::size_t kAlignment = sizeof(char16_t);
+
+}  // namespace
+
+void CRegistryItemQueue::AddKey(std::u16string_view key) { Add({EKind::Key}, key, {}, {}); }
+
+void CRegistryItemQueue::AddValue(std::u16string_view key, std::u16string_view name,
+                                  const void* data, std::uint32_t size, std::uint32_t type) {
+    SRecord record{EKind::Value};
+    std::vector<std::byte>& bytes = m_batch->data;
+    bytes.resize((bytes.size() + kAlignment - 1) / kAlignment * kAlignment);
+    record.dataStart = bytes.size();
+    record.size = size;
+    record.type = type;
+    const auto* const first = static_cast<const std::byte*>(data);
+    bytes.insert(bytes.end(), first, first + size);
+    Add(record, key, name, {});
+}
+
+void CRegistryItemQueue::AddString(std::u16string_view key, std::u16string_view name,
+                                   std::u16string_view text) {
+    Add({EKind::String}, key, name, text);
+}
+
+void CRegistryItemQueue::AddDeletedValue(std::u16string_view key, std::u16string_view name) {
+    Add({EKind::DeletedValue}, key, name, {});
+}
+
+void CRegistryItemQueue::AddVariable(std::u16string_view name, std::u16string_view text,
+                                     bool isUser) {
+    Add({EKind::Variable, isUser}, {}, name, text);
+}
+
+void CRegistryItemQueue::AddDeletedVariable(std::u16string_view name, bool isUser) {
+    Add({EKind::DeletedVariable, isUser}, {}, name, {});
+}
+
+void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16string_view name,
+                             std::u16string_view text) {
+    SBatch& batch = *m_batch;
+    record.isNewKey = batch.records.empty() || batch.key != key;
+    if (record.isNewKey) {
+        batch.key = key;
+        batch.texts += key;
+        record.keyLength = key.size();
+    }
+    batch.texts += name;
+    batch.texts += text;
+    record.nameLength = name.size();
+    record.textLength = text.size();
+    batch.records.push_back(record);
+    if (batch.records.size() >= kBatchRecords || batch.data.size() >= kBatchBytes ||
+        batch.texts.size() >= kBatchBytes) {
+        HandOver();
+    }
+}
+
+void CRegistryItemQueue::HandOver() {
+    std::shared_ptr<SBatch> batch = std::exchange(m_batch, std::make_shared<SBatch>());
+    m_batch->records.reserve(kBatchRecords);
+    m_queue.Add([this, batch = std::move(batch)] { MakeItems(*batch); });
+}
+
+void CRegistryItemQueue::Finish() {
+    HandOver();
+    m_queue.Finish();
+}
+
+void CRegistryItemQueue::MakeItems(const SBatch& batch) {
+    std::u16string_view rest = batch.texts;
+    const auto take = [&rest](std::size_t length) {
+        const std::u16string_view text = rest.substr(0, length);
+        rest.remove_prefix(length);
+        return text;
+    };
+    CStrW key;
+    CStrW name;
+    CStrW text;
+    for (const SRecord& record : batch.records) {
+        if (record.isNewKey) {
+            key.Assign(take(record.keyLength));
+        }
+        name.Assign(take(record.nameLength));
+        text.Assign(take(record.textLength));
+        MakeItem(record, key, name, text, batch.data.data() + record.dataStart);
+    }
+}
+
+void CRegistryItemQueue::MakeItem(const SRecord& record, const CStrW& key, const CStrW& name,
+                                  const CStrW& text, const std::byte* data) {
+    switch (record.kind) {
+        case EKind::Key:
+            m_package.Get<COrvCreateKeysCollection>().AddItem(key, m_architecture);
+            break;
+        case EKind::Value:
+        case EKind::String: {
+            auto& values = m_package.Get<COrvCreateValuesCollection>();
+            COrvCreateValue* const value = values.AddItem(key, name, m_architecture);
+            if (value != nullptr && record.kind == EKind::String) {
+                value->SetString(text);
+            } else if (value != nullptr) {
+                value->SetData(data, record.size, record.type);
+            }
+            break;
+        }
+        case EKind::DeletedValue:
+            m_package.Get<COrvDeleteValuesCollection>().AddItem(key, name, m_architecture);
+            break;
+        case EKind::Variable:
+            if (COrvCreateEnvVar* const variable =
+                    m_package.Get<COrvCreateEnvVarsCollection>().AddItem(name, record.isUser)) {
+                variable->SetValue(text);
+            }
+            break;
+        case EKind::DeletedVariable:
+            m_package.Get<COrvDeleteEnvVarsCollection>().AddItem(name, record.isUser);
+            break;
+    }
+}
