@@ -3,7 +3,7 @@
 # what a build needs; with --tests also what the tests, the checks of the code, the fuzzers and the
 # benchmarks need; with --windows what the build for Windows and its tests need, for which it fetches
 # sources of Abseil too, into ~/.cache/orvcasconv. Takes root, or sudo; when everything is there
-# already, neither is needed.
+# already, neither is needed. Fails when something cannot be had.
 set -eu
 
 build_packages="g++ make cmake ninja-build ccache pkg-config libicu-dev libxml2-dev libssl-dev
@@ -20,6 +20,10 @@ case "${1-}" in
     "") packages=$build_packages ;;
     --tests) packages="$build_packages $test_packages" ;;
     --windows)
+        if [ "$(dpkg --print-architecture)" != amd64 ]; then
+            echo "$0: Wine runs programs for 64-bit Windows on amd64 alone" >&2
+            exit 1
+        fi
         packages=$windows_packages
         needs_abseil=yes
         ;;
