@@ -5,6 +5,8 @@ set -eu
 
 export WINEPREFIX="$1"
 export WINEDEBUG=-all
+# Without an encoding Wine makes no file whose name is not ASCII.
+export LC_ALL=C.UTF-8
 shift
 
 make_machine() {
