@@ -1,10 +1,14 @@
 #include "host/utf16_reader.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace host {
 
 namespace {
+
+static_assert(std::endian::native == std::endian::little, "the units are copied as they are");
 
 constexpr std::size_t kPiece = std::size_t{64} << 10;
 constexpr int kByteOrderMark = 0xFEFF;
@@ -49,15 +53,16 @@ bool CUtf16Reader::NextLine(std::u16string& start, std::size_t limit) {
     start.clear();
     while (m_next + 1 < m_size || Fill()) {
         const std::size_t end = FindLineFeed();
-        while (m_next < end && start.size() < limit) {
-            const int unit = Next();
-            if (unit != u'\r') {
-                start += static_cast<char16_t>(unit);
-            }
-        }
+        const std::size_t taken = std::min((end - m_next) / 2, limit - start.size());
+        const std::size_t length = start.size();
+        start.resize(length + taken);
+        std::memcpy(start.data() + length, m_piece.data() + m_next, taken * 2);
         m_next = end;
         if (end + 1 < m_size) {
             m_next += 2;
+            if (!start.empty() && start.back() == u'\r') {
+                start.pop_back();
+            }
             return true;
         }
     }

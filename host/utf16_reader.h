@@ -27,8 +27,8 @@ public:
         return static_cast<int>(high << 8 | low);
     }
 
-    // Gives the start of the next line, of no more than `limit` units; CR and LF are none of it.
-    // False when no further line ends.
+    // Gives the start of the next line, of no more than `limit` units, without its CR and LF. False
+    // when no further line ends.
     [[nodiscard]] bool NextLine(std::u16string& start, std::size_t limit);
 
 private:

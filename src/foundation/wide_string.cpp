@@ -225,19 +225,32 @@ std::size_t CStrW::Replace(std::u16string_view from, std::u16string_view to, boo
         return 0;
     }
     const std::size_t length = m_length - matches * from.size() + matches * to.size();
-    CStrW result;
-    if (length != 0 && !result.Reserve(length + 1)) {
+    // What does not grow is moved together in its place, unless it is replaced by a part of itself.
+    const auto isPart = [this](std::u16string_view text) {
+        return text.data() >= m_pBuffer && text.data() <= m_pBuffer + m_length;
+    };
+    const bool staysInPlace = to.size() <= from.size() && !isPart(from) && !isPart(to);
+    CStrW other;
+    if (!staysInPlace && length != 0 && !other.Reserve(length + 1)) {
         return 0;
     }
+    char16_t* target = staysInPlace ? m_pBuffer : other.m_pBuffer;
+    const auto put = [&target](std::u16string_view text) {
+        std::memmove(target, text.data(), text.size() * sizeof(char16_t));
+        target += text.size();
+    };
     position = m_pBuffer;
     while (const char16_t* match =
                FindMatch({position, static_cast<std::size_t>(end - position)}, from, ignoreCase)) {
-        result.Append({position, static_cast<std::size_t>(match - position)});
-        result.Append(to);
+        put({position, static_cast<std::size_t>(match - position)});
+        put(to);
         position = match + from.size();
     }
-    result.Append({position, static_cast<std::size_t>(end - position)});
-    *this = std::move(result);
+    put({position, static_cast<std::size_t>(end - position)});
+    if (!staysInPlace) {
+        *this = std::move(other);
+    }
+    SetLength(length);
     return matches;
 }
 

@@ -9,9 +9,16 @@ namespace {
 
 constexpr std::size_t kDigits = 4;
 
-bool StaysAsItIs(char16_t unit) {
-    const bool isInRange = static_cast<char16_t>(unit - 0x20) < 0xD800 - 0x20;
-    return isInRange & (unit != u'~');
+bool StaysAsItIs(char16_t unit) { return unit >= 0x20 && unit < 0xD800 && unit != u'~'; }
+
+// Without a way out of the loop the compiler makes it look at many units at a time.
+bool StaysAsItIs(std::u16string_view text) {
+    unsigned other = 0;
+    for (const char16_t unit : text) {
+        const bool isOutside = static_cast<char16_t>(unit - 0x20) >= 0xD800 - 0x20;
+        other |= static_cast<unsigned>(isOutside) | (unit == u'~');
+    }
+    return other == 0;
 }
 
 void AppendEscaped(std::u16string& escaped, char16_t unit) {
@@ -53,13 +60,7 @@ std::size_t AppendUnescaped(std::u16string& plain, std::u16string_view text) {
 }  // namespace
 
 bool EscapeXmlText(std::u16string_view text, std::u16string& escaped) {
-    // Nearly every text is all plain. Without a way out of the loop the compiler makes it look at
-    // many units at a time.
-    bool isPlain = true;
-    for (const char16_t unit : text) {
-        isPlain &= StaysAsItIs(unit);
-    }
-    if (isPlain) {
+    if (StaysAsItIs(text)) {
         return false;
     }
     std::size_t plain = 0;

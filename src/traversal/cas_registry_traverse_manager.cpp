@@ -102,7 +102,7 @@ bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
     return true;
 }
 
-void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key) {
+void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key, const CRegKey& openKey) {
     const CRegPathW real = MapHivePath(key);
     m_valueKey.mountedText = key.ToString();
     m_valueKey.realText = real.ToString();
@@ -113,15 +113,13 @@ void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key) {
     m_valueKey.isEnvironment = IsEnvironmentKey(key);
     m_valueKey.isOfAssemblies = m_assemblyProcessor.TakesValuesOf(key);
     m_valueKey.isOfServices = m_serviceProcessor.TakesValuesOf(key);
-    m_valueKey.isHidden = false;
+    m_valueKey.isHidden = StatusIsHidden(openKey.QueryNumber(kVirtualStatus));
     m_valueKey.deletedValues.Clear();
-    if (m_valueKey.key.Open(key) == ERROR_SUCCESS) {
-        m_valueKey.isHidden = StatusIsHidden(m_valueKey.key.QueryNumber(kVirtualStatus));
-        m_valueKey.key.QueryString(kDeletedValues, m_valueKey.deletedValues);
-    }
+    openKey.QueryString(kDeletedValues, m_valueKey.deletedValues);
+    m_valueKey.key = &openKey;
 }
 
-void CCasRegistryTraverseManager::EndValues() { m_valueKey.key.Close(); }
+void CCasRegistryTraverseManager::EndValues() { m_valueKey.key = nullptr; }
 
 bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& name,
                                              std::uint32_t /*type*/) {
@@ -137,8 +135,8 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
     }
     CStrW text;
     if (m_valueKey.isInstallProperties || m_valueKey.isEnvironment) {
-        m_valueKey.key.QueryString(name, text);
-    } else if (m_valueKey.key.QueryValue(name, m_buffer) != ERROR_SUCCESS) {
+        m_valueKey.key->QueryString(name, text);
+    } else if (m_valueKey.key->QueryValue(name, m_buffer) != ERROR_SUCCESS) {
         m_buffer = CRegBuf();
     }
     // No position is greater than the one that means "not found", so nothing comes out deleted: the

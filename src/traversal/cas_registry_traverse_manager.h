@@ -34,14 +34,14 @@ public:
 protected:
     void OnFinish() override;
     bool VisitKey(const CRegPathW& path) override;
-    void BeginValues(const CRegPathW& key) override;
+    void BeginValues(const CRegPathW& key, const CRegKey& openKey) override;
     void EndValues() override;
     bool VisitValue(const CRegPathW& key, const CStrW& name, std::uint32_t type) override;
 
 private:
     // What all values of one key share.
     struct SValueKey {
-        CRegKey key;
+        const CRegKey* key = nullptr;
         CStrW mountedText;
         CStrW realText;
         bool isRoot = true;  // nothing is left of the path but its hive

@@ -72,7 +72,7 @@ void CRegTraverse::VisitValues(const CRegKey& key, const CRegPathW& path) {
     if (key.QueryInfo(info) != ERROR_SUCCESS) {
         return;
     }
-    BeginValues(path);
+    BeginValues(path, key);
     VisitEachValue(key, path, info.valueCount);
     EndValues();
 }

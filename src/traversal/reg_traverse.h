@@ -23,8 +23,8 @@ public:
 protected:
     // Whether the walk goes into this key.
     virtual bool VisitKey(const CRegPathW& path);
-    // Come before and behind the values of a key.
-    virtual void BeginValues(const CRegPathW& /*key*/) {}
+    // Come before and behind the values of a key, which stays open meanwhile.
+    virtual void BeginValues(const CRegPathW& /*key*/, const CRegKey& /*openKey*/) {}
     virtual void EndValues() {}
     // Whether the walk goes on at all.
     virtual bool VisitValue(const CRegPathW& key, const CStrW& name, std::uint32_t type) = 0;

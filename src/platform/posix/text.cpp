@@ -159,7 +159,20 @@ bool EqualText(std::u16string_view left, std::u16string_view right) {
 char16_t FoldUnit(char16_t unit) { return unit < 0x80 ? Fold(unit) : FoldWhatComesBack(unit); }
 
 void FoldText(char16_t* text, std::size_t length) {
-    std::transform(text, text + length, text, FoldUnit);
+    // Most texts are ASCII, which the compiler makes this look at, and change, many units at a
+    // time.
+    unsigned all = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        all |= text[i];
+    }
+    if (all >= 0x80) {
+        std::transform(text, text + length, text, FoldUnit);
+        return;
+    }
+    for (std::size_t i = 0; i < length; ++i) {
+        const auto isUpper = static_cast<char16_t>(static_cast<char16_t>(text[i] - u'A') < 26);
+        text[i] = static_cast<char16_t>(text[i] + (isUpper << 5));
+    }
 }
 
 bool IsSpace(char16_t unit) { return u_isUWhiteSpace(unit) != 0; }

@@ -34,10 +34,16 @@ bool IsWhitespace(char16_t unit) {
     return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\r';
 }
 
-// Stands for itself in every place. Nearly all text is of this kind.
-bool IsPlain(char16_t unit) {
-    const bool isInRange = static_cast<char16_t>(unit - 0x20) < 0xD800 - 0x20;
-    return isInRange & (unit != u'&') & (unit != u'<') & (unit != u'>') & (unit != u'"');
+// Whether every unit stands for itself in every place. Nearly all text is of this kind; without a
+// way out of the loop the compiler makes it look at many units at a time.
+bool IsPlain(std::u16string_view text) {
+    unsigned other = 0;
+    for (const char16_t unit : text) {
+        const bool isOutside = static_cast<char16_t>(unit - 0x20) >= 0xD800 - 0x20;
+        other |= static_cast<unsigned>(isOutside) | (unit == u'&') | (unit == u'<') |
+                 (unit == u'>') | (unit == u'"');
+    }
+    return other == 0;
 }
 
 bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
@@ -154,12 +160,7 @@ struct CXmlOutput::SState {
     // Gives `text` as it is to be written, which is itself in the common case. False when XML
     // cannot hold it.
     bool ToMarkup(std::u16string_view& text, bool inAttribute) {
-        // Without a way out of the loop the compiler makes it look at many units at a time.
-        bool isPlain = true;
-        for (const char16_t unit : text) {
-            isPlain &= IsPlain(unit);
-        }
-        if (isPlain) {
+        if (IsPlain(text)) {
             return true;
         }
         const bool isGood = Escape(text, inAttribute, escaped);
