@@ -47,7 +47,7 @@ void CRegBuf::Terminate(std::size_t units) {
 
 int CRegKey::Open(const CRegPathW& path) {
     Close();
-    return platform::OpenKey(path.GetHive().GetHandle(), path.GetSubKeyText(), m_hKey);
+    return platform::OpenKey(path.GetHiveHandle(), path.ViewSubKey(), m_hKey);
 }
 
 void CRegKey::Close() {

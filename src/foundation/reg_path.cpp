@@ -283,9 +283,12 @@ CHiveNameW CRegPathW::GetHive() const {
     return m_hasHive ? CHiveNameW(GetSegmentText(0)) : CHiveNameW();
 }
 
-CRegPathW CRegPathW::GetSubKeyPath() const { return m_hasHive ? SubPath(1, m_count - 1) : *this; }
+std::uint32_t CRegPathW::GetHiveHandle() const {
+    const SHive* const hive = m_hasHive ? FindHive(GetSegmentText(0)) : nullptr;
+    return hive == nullptr ? 0 : hive->handle;
+}
 
-CStrW CRegPathW::GetSubKeyText() const { return CStrW(NamesFrom(m_hasHive ? 1 : 0)); }
+CRegPathW CRegPathW::GetSubKeyPath() const { return m_hasHive ? SubPath(1, m_count - 1) : *this; }
 
 CRegPathW CRegPathW::SubPath(std::size_t start, std::size_t count) const {
     CRegPathW part;

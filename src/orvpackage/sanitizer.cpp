@@ -14,6 +14,7 @@ enum EMarks : std::uint8_t {
     EscapeMarks = 1,
     FilePathMarks = 2,  // every path has a colon or a backslash
     RegPathMarks = 4,   // the name of every hive has an underscore
+    SidMarks = 8,       // "S-", as every SID begins
 };
 
 // Without branches, the compiler makes this look at many units at a time.
@@ -26,7 +27,12 @@ unsigned FindMarks(std::u16string_view text) {
         filePaths |= static_cast<unsigned>(unit == u':') | (unit == u'\\');
         regPaths |= unit == u'_';
     }
-    return escapes * EscapeMarks | filePaths * FilePathMarks | regPaths * RegPathMarks;
+    unsigned sids = 0;
+    for (std::size_t i = 1; i < text.size(); ++i) {
+        sids |= static_cast<unsigned>(text[i - 1] == u'S') & (text[i] == u'-');
+    }
+    return escapes * EscapeMarks | filePaths * FilePathMarks | regPaths * RegPathMarks |
+           sids * SidMarks;
 }
 
 }  // namespace
@@ -42,7 +48,7 @@ CStrW COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags) con
 std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags,
                                             CStrW& buffer) const {
     const unsigned marks = FindMarks(text);
-    if (marks == NoMarks && text.find(m_sid.View()) == std::u16string_view::npos) {
+    if (marks == NoMarks) {
         return text;
     }
     buffer.Assign(text);
@@ -50,13 +56,16 @@ std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint3
         buffer.Replace(u"|", u"||", false);
         buffer.Replace(u"%", u"|%", false);
     }
+    bool mayHoldSid = (marks & SidMarks) != 0;
     if ((marks & FilePathMarks) != 0 && (flags & SanitizeNoFilePaths) == 0) {
-        m_fileConverter->CollapsePaths(buffer, false);
+        mayHoldSid |= m_fileConverter->CollapsePaths(buffer, false);
     }
     if ((marks & RegPathMarks) != 0 && (flags & SanitizeNoRegPaths) == 0) {
-        m_regConverter->CollapseKeyText(buffer);
+        mayHoldSid |= m_regConverter->CollapseKeyText(buffer);
     }
-    buffer.Replace(m_sid, kSidToken, false);
+    if (mayHoldSid) {
+        buffer.Replace(m_sid, kSidToken, false);
+    }
     return buffer;
 }
 

@@ -1,6 +1,6 @@
 #include "traversal/registry_item_queue.h"
 
-#include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "orvpackage/env_var_collections.h"
@@ -13,6 +13,12 @@ constexpr std::size_t kBatchRecords = 512;
 constexpr std::size_t kBatchBytes = std::size_t{1} << 20;
 // Data begins where any unit may lie.
 constexpr std::size_t kAlignment = sizeof(char16_t);
+
+// The library's own comparison looks at one unit at a time.
+bool IsSameText(std::u16string_view left, std::u16string_view right) {
+    return left.size() == right.size() &&
+           std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0;
+}
 
 }  // namespace
 
@@ -52,7 +58,7 @@ void CRegistryItemQueue::AddDeletedVariable(std::u16string_view name, bool isUse
 void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16string_view name,
                              std::u16string_view text) {
     SBatch& batch = *m_batch;
-    record.isNewKey = batch.records.empty() || batch.key != key;
+    record.isNewKey = batch.records.empty() || !IsSameText(batch.key, key);
     if (record.isNewKey) {
         batch.key = key;
         batch.texts += key;
