@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "support/hive_builder.h"
 #include "support/package_builder.h"
 
 // The whole package: what its profile says, with both targets.
@@ -22,5 +23,5 @@
 // marks that a capture leaves.
 void AddFiles(CTestTarget& target, bool is64Bit);
 
-// The captured registry of a target as the bytes of a hive.
-[[nodiscard]] std::string MakeHive(bool is64Bit);
+// The captured registry of a target.
+[[nodiscard]] CTestHive MakeHive(bool is64Bit);

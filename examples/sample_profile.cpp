@@ -186,7 +186,7 @@ CTestTarget MakeTarget(std::string_view guid, bool is64Bit) {
         .Script("register.cmd", "@echo off\r\nregsvr32 /s tbcore.dll\r\n",
                 "<Prelaunch>0</Prelaunch><Isolated>1</Isolated>")
         .Script("unused.cmd", "@echo off\r\n", "<Disabled>1</Disabled>")
-        .Hive(MakeHive(is64Bit))
+        .Hive(MakeHive(is64Bit).LoadableBytes())
         .Sandbox(kIsolationRules);
     AddFiles(target, is64Bit);
     return target;

@@ -2,7 +2,6 @@
 #include <string>
 
 #include "sample.h"
-#include "support/hive_builder.h"
 
 namespace {
 
@@ -212,7 +211,7 @@ void AddNoise(CTestHive& hive) {
 
 }  // namespace
 
-std::string MakeHive(bool is64Bit) {
+CTestHive MakeHive(bool is64Bit) {
     CTestHive hive;
     AddClasses(hive, is64Bit);
     AddInstallation(hive);
@@ -220,5 +219,5 @@ std::string MakeHive(bool is64Bit) {
     AddUsers(hive);
     AddServices(hive);
     AddNoise(hive);
-    return hive.LoadableBytes();
+    return hive;
 }
