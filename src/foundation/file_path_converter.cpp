@@ -6,6 +6,7 @@
 
 #include "foundation/file_system.h"
 #include "platform/machine.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -155,10 +156,10 @@ CStrW CFilePathConverter::Expand(const CStrW& text) const {
 
 bool CFilePathConverter::CollapsePaths(CStrW& text, bool expandLongName) const {
     bool changed = expandLongName && ExpandLongName(text);
-    CStrW lower;
+    thread_local std::u16string lower;  // kept, for one is made for every text
     while (MayHoldPath(text)) {
-        lower = text;
-        lower.Fold();
+        lower = text.View();
+        platform::FoldText(lower.data(), lower.size());
         const SMatch match = FindLongestPath(lower);
         if (match.entry == nullptr) {
             break;

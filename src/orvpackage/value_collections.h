@@ -29,8 +29,11 @@ public:
         : COrvValueItemCollection(package, kElement) {}
 
     // Adds a value without data and lends it; null for a double.
-    COrvCreateValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture) {
-        return AddOwned(std::make_unique<COrvCreateValue>(ShareKey(target), value, architecture));
+    // `dataSize` is how many bytes of data it will probably get.
+    COrvCreateValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture,
+                             std::size_t dataSize = 0) {
+        return AddOwned(
+            std::make_unique<COrvCreateValue>(ShareKey(target), value, architecture, dataSize));
     }
 
 protected:

@@ -32,15 +32,15 @@ struct COrvValueItem::SExpanded {
 };
 
 COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                             std::uint32_t architecture)
-    : COrvValueItem(std::move(key), SExpanded(value), architecture) {}
+                             std::uint32_t architecture, std::size_t tailSize)
+    : COrvValueItem(std::move(key), SExpanded(value), architecture, tailSize) {}
 
 COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
-                             std::uint32_t architecture)
+                             std::uint32_t architecture, std::size_t tailSize)
     : COrvKeyItem(std::move(key), architecture, value.name),
       m_nameLength(static_cast<std::uint32_t>(value.name.size())) {
     if (m_nameLength != 0) {
-        if (!ResizeTail(0)) {
+        if (!ResizeTail(tailSize)) {
             throw std::bad_alloc();
         }
         std::memcpy(m_block.get(), value.name.data(), GetNameSize());

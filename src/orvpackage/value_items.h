@@ -32,8 +32,9 @@ public:
     void PrefetchContent() const;
 
 protected:
+    // `tailSize` is how large the tail will probably become.
     COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                  std::uint32_t architecture);
+                  std::uint32_t architecture, std::size_t tailSize = 0);
 
     // The bytes behind the name.
     [[nodiscard]] std::byte* GetTail() const { return m_block.get() + GetNameSize(); }
@@ -49,7 +50,7 @@ private:
     };
     struct SExpanded;
     COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
-                  std::uint32_t architecture);
+                  std::uint32_t architecture, std::size_t tailSize);
 
     std::uint32_t m_nameLength;  // in units
     // The name, and the tail behind it: a package holds so many values that a block less for each
@@ -74,9 +75,10 @@ class COrvCreateValue : public COrvValueItem {
 public:
     COrvCreateValue(const CStrW& target, const CStrW& value, std::uint32_t architecture)
         : COrvCreateValue(std::make_shared<const COrvKeyPath>(target), value, architecture) {}
+    // `dataSize` is how many bytes of data it will probably get.
     COrvCreateValue(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                    std::uint32_t architecture)
-        : COrvValueItem(std::move(key), value, architecture) {}
+                    std::uint32_t architecture, std::size_t dataSize = 0)
+        : COrvValueItem(std::move(key), value, architecture, dataSize) {}
 
     [[nodiscard]] bool IsValid() const override;
     [[nodiscard]] std::uint32_t GetType() const { return m_type; }

@@ -115,7 +115,7 @@ void CRegistryItemQueue::MakeItem(const SRecord& record, const CStrW& key, const
         case EKind::Value:
         case EKind::String: {
             auto& values = m_package.Get<COrvCreateValuesCollection>();
-            COrvCreateValue* const value = values.AddItem(key, name, m_architecture);
+            COrvCreateValue* const value = values.AddItem(key, name, m_architecture, record.size);
             if (value != nullptr && record.kind == EKind::String) {
                 value->SetString(text);
             } else if (value != nullptr) {
