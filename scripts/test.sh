@@ -1,8 +1,8 @@
 #!/bin/sh
-# Everything that a change has to pass: the layout of the code, builds without a warning, all
-# tests in Wine, under the sanitizers, and as they are shipped, and static analysis, which takes the
-# longest. The first failure ends it. Where the build for Windows and Wine cannot be had, it goes without them and says so; with
-# --all that is a failure too.
+# Everything that a change has to pass: the layout of the code, builds without a warning, all tests
+# in Wine, under the sanitizers, and as they are shipped, and static analysis, which takes longest.
+# The first failure ends it. Where the build for Windows and Wine cannot be had, it goes without them
+# and says so; with --all that is a failure too.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -51,7 +51,7 @@ ctest --preset sanitize -j "$jobs"
 
 title "Static analysis"
 run-clang-tidy -quiet -p build/release -j "$jobs" -header-filter='/(src|host)/' \
-    '/(src|host)/.*\.cpp$'
+    "^$PWD/(src|host)/.*\.cpp\$"
 
 title "Tests of the release build.$left_out"
 ctest --preset release -j "$jobs"
