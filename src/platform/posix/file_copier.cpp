@@ -54,7 +54,7 @@ struct CFileCopier::SState {
 private:
     void HandOver();
     void TakeBack();
-    void End(SBatch& batch);
+    void End(SBatch& batch) const;
 
     std::shared_ptr<SBatch> m_batch = std::make_shared<SBatch>();  // still filled
     std::deque<std::shared_ptr<SBatch>> m_underWay;
@@ -84,7 +84,7 @@ void CFileCopier::SState::TakeBack() {
     }
 }
 
-void CFileCopier::SState::End(SBatch& batch) {
+void CFileCopier::SState::End(SBatch& batch) const {
     for (SCopyJob& job : batch.jobs) {
         int status = EndCopy(job.copy);
         if (status == ERROR_FILE_EXISTS) {
