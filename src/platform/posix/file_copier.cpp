@@ -15,8 +15,8 @@ namespace {
 
 // Copies change hands by the batch, for waking a thread costs as much as copying a small file. A
 // batch is full at so many files or so many bytes; the number of waiting batches bounds the open
-// files.
-constexpr std::size_t kBatchFiles = 64;
+// files to some 130, far from the usual limit of 1024.
+constexpr std::size_t kBatchFiles = 32;
 constexpr off_t kBatchBytes = 1 << 20;
 constexpr std::size_t kMaxWaiting = 2;
 
