@@ -16,8 +16,10 @@ constexpr std::size_t kAlignment = sizeof(char16_t);
 
 // The library's own comparison looks at one unit at a time.
 bool IsSameText(std::u16string_view left, std::u16string_view right) {
+    // An empty text may have no address, and memcmp wants one.
     return left.size() == right.size() &&
-           std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0;
+           (left.empty() ||
+            std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0);
 }
 
 }  // namespace
