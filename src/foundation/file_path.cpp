@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "foundation/path_names.h"
 #include "platform/status.h"
 
 namespace {
@@ -37,18 +38,6 @@ bool IsValidSegment(std::u16string_view name) {
 bool IsValidMachineName(std::u16string_view name) {
     return !name.empty() && name.size() <= kMaxMachineName &&
            name.find_first_of(uR"(",*+/:;<>=?[]\|)") == std::u16string_view::npos;
-}
-
-// Take the first or the last name off `names`.
-std::u16string_view TakeFirst(std::u16string_view& names) {
-    const std::u16string_view name = names.substr(0, names.find(u'\\'));
-    names.remove_prefix(std::min(name.size() + 1, names.size()));
-    return name;
-}
-std::u16string_view TakeLast(std::u16string_view& names) {
-    const std::u16string_view name = names.substr(names.rfind(u'\\') + 1);
-    names.remove_suffix(std::min(name.size() + 1, names.size()));
-    return name;
 }
 
 bool IsDriveName(std::u16string_view name) { return name.size() == 2 && name[1] == u':'; }
@@ -179,19 +168,25 @@ int CFilePathW::ParseKind(std::u16string_view text, std::size_t& start) {
 
 // Adds what stands up to the next backslash; `rest` is the text from there to its end.
 int CFilePathW::AddPiece(std::u16string_view piece, std::u16string_view rest) {
-    const auto add = [this](std::u16string_view name, bool isValid) {
-        AddName(isValid ? name : std::u16string_view());
-        return isValid ? ERROR_SUCCESS : ERROR_INVALID_DATA;
-    };
     if (IsEmpty() && m_kind == FilePathUnc) {
-        return add(piece, IsValidMachineName(piece));
+        return AddIf(IsValidMachineName(piece), piece);
     }
     if (IsEmpty() && rest.size() >= 3 && rest[1] == u':' && rest[2] != u'\\') {
-        const int status = add(piece.substr(0, 2), IsValidSegment(piece.substr(0, 2)));
+        const std::u16string_view drive = piece.substr(0, 2);
+        if (const int status = AddIf(IsValidSegment(drive), drive)) {
+            return status;
+        }
         piece.remove_prefix(2);
-        return status != ERROR_SUCCESS ? status : add(piece, IsValidSegment(piece));
     }
-    return add(piece, IsValidSegment(piece));
+    return AddIf(IsValidSegment(piece), piece);
+}
+
+int CFilePathW::AddIf(bool isValid, std::u16string_view name) {
+    if (!isValid) {
+        return ERROR_INVALID_DATA;
+    }
+    AddName(name);
+    return ERROR_SUCCESS;
 }
 
 void CFilePathW::AddName(std::u16string_view name) {
@@ -300,7 +295,9 @@ int CFilePathW::PrependSegment(const CFilePathSegmentW& segment) {
     }
     const std::u16string_view first = ViewSegment(0);
     if (first == u"..") {
-        RemoveFirstName();
+        const EFilePathKind kind = m_kind;
+        DropFirst(1);
+        m_kind = IsEmpty() ? FilePathNone : kind;
         return ERROR_SUCCESS;
     }
     m_kind = KindOfFirstSegment(segment);
@@ -311,18 +308,6 @@ int CFilePathW::PrependSegment(const CFilePathSegmentW& segment) {
     m_names.insert(0, u"\\").insert(0, segment.View());
     ++m_count;
     return ERROR_SUCCESS;
-}
-
-// Takes the first name away and leaves the kind, unless that clears the path.
-void CFilePathW::RemoveFirstName() {
-    std::u16string_view rest = m_names;
-    TakeFirst(rest);
-    if (m_count <= 1) {
-        Clear();
-        return;
-    }
-    m_names.erase(0, m_names.size() - rest.size());
-    --m_count;
 }
 
 // Makes this path `base` with `relative` behind it, whose leading dots are resolved. False, with
@@ -353,7 +338,7 @@ bool CFilePathW::Equals(const CFilePathW& other) const {
     std::u16string_view left = m_names;
     std::u16string_view right = other.m_names;
     for (std::size_t i = 0; i < m_count; ++i) {
-        if (!EqualsNoCase(TakeLast(left), TakeLast(right))) {
+        if (!EqualsNoCase(TakeLastName(left), TakeLastName(right))) {
             return false;
         }
     }
@@ -369,7 +354,7 @@ bool CFilePathW::EqualsFirstN(const CFilePathW& other, std::size_t count) const 
     std::u16string_view left = m_names;
     std::u16string_view right = other.m_names;
     for (std::size_t i = 0; i < std::min(count, shorter); ++i) {
-        if (!EqualsNoCase(TakeFirst(left), TakeFirst(right))) {
+        if (!EqualsNoCase(TakeFirstName(left), TakeFirstName(right))) {
             return false;
         }
     }
@@ -396,15 +381,13 @@ bool CFilePathW::IsRoot() const {
 
 std::u16string_view CFilePathW::ViewSegment(std::size_t index) const {
     std::u16string_view rest = m_names;
-    for (std::size_t i = 0; i < index && !rest.empty(); ++i) {
-        TakeFirst(rest);
-    }
-    return TakeFirst(rest);
+    SkipNames(rest, index);
+    return TakeFirstName(rest);
 }
 
 CFilePathSegmentW CFilePathW::GetLastSegment() const {
     std::u16string_view rest = m_names;
-    return CFilePathSegmentW(TakeLast(rest));
+    return CFilePathSegmentW(TakeLastName(rest));
 }
 
 CFilePathSegmentW CFilePathW::GetDriveSegment() const {
@@ -437,7 +420,7 @@ CFilePathW CFilePathW::SubPath(std::size_t start, std::size_t count) const {
     CFilePathW part;
     std::u16string_view rest = m_names;
     for (std::size_t i = 0; i < m_count && (i < start || i - start < count); ++i) {
-        const std::u16string_view name = TakeFirst(rest);
+        const std::u16string_view name = TakeFirstName(rest);
         if (i >= start) {
             static_cast<void>(part.AppendChecked(name));
         }
@@ -460,9 +443,7 @@ void CFilePathW::DropFirst(std::size_t count) {
         return;
     }
     std::u16string_view rest = m_names;
-    for (std::size_t i = 0; i < count; ++i) {
-        TakeFirst(rest);
-    }
+    SkipNames(rest, count);
     m_names.erase(0, m_names.size() - rest.size());
     m_count -= count;
     m_kind = FilePathRelative;
@@ -475,7 +456,7 @@ void CFilePathW::RemoveLast(std::size_t count) {
     }
     std::u16string_view rest = m_names;
     for (std::size_t i = 0; i < count; ++i) {
-        TakeLast(rest);
+        static_cast<void>(TakeLastName(rest));
     }
     m_names.resize(rest.size());
     m_count -= count;
@@ -493,7 +474,7 @@ CStrW CFilePathW::ToPlainString() const {
     } else if (m_kind == FilePathRootRelative) {
         text.Append(u'\\');
     } else if (m_kind == FilePathDriveRelative) {
-        text.Append(TakeFirst(names));
+        text.Append(TakeFirstName(names));
     }
     text.Append(names);
     if (m_kind == FilePathAbsolute && m_count == 1) {

@@ -35,7 +35,6 @@ public:
     [[nodiscard]] bool IsEmpty() const { return m_name.IsEmpty(); }
     [[nodiscard]] bool EqualsNoCase(std::u16string_view other) const;
     [[nodiscard]] bool IsDot() const { return m_name.View() == u"."; }
-    [[nodiscard]] bool IsNotDot() const { return !IsDot(); }
     [[nodiscard]] bool IsDotDot() const { return m_name.View() == u".."; }
     // Two units, the second a colon.
     [[nodiscard]] bool IsDrive() const;
@@ -147,9 +146,9 @@ public:
 private:
     [[nodiscard]] int ParseKind(std::u16string_view text, std::size_t& start);
     [[nodiscard]] int AddPiece(std::u16string_view piece, std::u16string_view rest);
+    [[nodiscard]] int AddIf(bool isValid, std::u16string_view name);
     void AddName(std::u16string_view name);
     [[nodiscard]] int AppendChecked(std::u16string_view name);
-    void RemoveFirstName();
     [[nodiscard]] bool JoinResolving(const CFilePathW& base, CFilePathW relative);
     [[nodiscard]] bool HasDriveOrServer() const;
     [[nodiscard]] bool StartsWithDots() const;

@@ -1,7 +1,6 @@
 #include "foundation/file_path_converter.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 
 #include "foundation/file_system.h"
@@ -27,12 +26,6 @@ bool IsCollapsible(std::u16string_view path) {
 bool IsAbsolute(std::u16string_view path) {
     return path.find(u'%') == std::u16string_view::npos &&
            ((path.size() > 1 && path[1] == u':') || path.starts_with(uR"(\\)"));
-}
-
-// std::u16string_view::starts_with, but that looks at one unit at a time.
-bool StartsWith(std::u16string_view text, std::u16string_view start) {
-    return text.size() >= start.size() &&
-           std::memcmp(text.data(), start.data(), start.size() * sizeof(char16_t)) == 0;
 }
 
 std::u16string_view CommonPrefix(std::u16string_view left, std::u16string_view right) {
@@ -211,7 +204,9 @@ CFilePathConverter::SMatch CFilePathConverter::FindLongestPath(std::u16string_vi
                 if (row >= best) {
                     break;
                 }
-                if (StartsWith(rest, m_entries[row].lowerPath.View().substr(group.prefix.size()))) {
+                const std::u16string_view path = m_entries[row].lowerPath;
+                const std::u16string_view tail = path.substr(group.prefix.size());
+                if (platform::HasSameUnits(rest.substr(0, tail.size()), tail)) {
                     best = row;
                     match = {&m_entries[row], at};
                 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "foundation/path_names.h"
 #include "platform/status.h"
 
 namespace {
@@ -36,13 +37,6 @@ const SHive* FindHive(std::u16string_view name) {
 bool IsSameHive(std::u16string_view left, std::u16string_view right) {
     const SHive* const hive = FindHive(left);
     return hive != nullptr && hive == FindHive(right);
-}
-
-// Takes the first name off `names`.
-std::u16string_view TakeFirst(std::u16string_view& names) {
-    const std::u16string_view name = names.substr(0, names.find(u'\\'));
-    names.remove_prefix(std::min(name.size() + 1, names.size()));
-    return name;
 }
 
 }  // namespace
@@ -154,7 +148,7 @@ int CRegPathW::ParseNames(std::u16string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(u'\\'), text.size()));
     m_names.reserve(m_names.size() + text.size() + 1);
     while (!text.empty()) {
-        const std::u16string_view name = TakeFirst(text);
+        const std::u16string_view name = TakeFirstName(text);
         if (name.empty() || name.front() == 0) {
             return ERROR_INVALID_DATA;
         }
@@ -215,14 +209,14 @@ bool CRegPathW::EqualsRun(std::u16string_view names, bool hasHive, const CRegPat
         return false;
     }
     std::u16string_view others = other.m_names;
-    const std::u16string_view first = TakeFirst(names);
-    const std::u16string_view otherFirst = TakeFirst(others);
+    const std::u16string_view first = TakeFirstName(names);
+    const std::u16string_view otherFirst = TakeFirstName(others);
     if (hasHive && !IsSameHive(first, otherFirst)) {
         return false;
     }
     // The first name is either the hive or, by rule, not compared.
     for (std::size_t i = 1; i < count; ++i) {
-        if (!EqualsNoCase(TakeFirst(names), TakeFirst(others))) {
+        if (!EqualsNoCase(TakeFirstName(names), TakeFirstName(others))) {
             return false;
         }
     }
@@ -250,7 +244,7 @@ bool CRegPathW::Contains(const CRegPathW& part) const {
         if (EqualsRun(run, m_hasHive && start == 0, part, part.m_count)) {
             return true;
         }
-        TakeFirst(run);
+        SkipNames(run, 1);
     }
     return false;
 }
@@ -264,15 +258,13 @@ void CRegPathW::Clear() {
 // The names from the one at `index` on.
 std::u16string_view CRegPathW::NamesFrom(std::size_t index) const {
     std::u16string_view rest = m_names;
-    for (std::size_t i = 0; i < index && !rest.empty(); ++i) {
-        TakeFirst(rest);
-    }
+    SkipNames(rest, index);
     return rest;
 }
 
 std::u16string_view CRegPathW::GetSegmentText(std::size_t index) const {
     std::u16string_view rest = NamesFrom(index);
-    return TakeFirst(rest);
+    return TakeFirstName(rest);
 }
 
 CRegPathSegmentW CRegPathW::GetLastSegment() const {
@@ -294,7 +286,7 @@ CRegPathW CRegPathW::SubPath(std::size_t start, std::size_t count) const {
     CRegPathW part;
     std::u16string_view rest = NamesFrom(start);
     for (std::size_t i = 0; i < count && !rest.empty(); ++i) {
-        part.AddName(TakeFirst(rest));
+        part.AddName(TakeFirstName(rest));
     }
     part.m_hasHive = m_hasHive && start == 0 && !part.IsEmpty();
     return part;
@@ -321,7 +313,7 @@ CStrW CRegPathW::ToString() const { return CStrW(m_names); }
 
 CStrW CRegPathW::ToLongString() const {
     std::u16string_view rest = m_names;
-    const SHive* const hive = m_hasHive ? FindHive(TakeFirst(rest)) : nullptr;
+    const SHive* const hive = m_hasHive ? FindHive(TakeFirstName(rest)) : nullptr;
     if (hive == nullptr) {
         return ToString();
     }

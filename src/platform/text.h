@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,14 @@ namespace platform {
 
 // Whether CompareText gives 0 with `ignoreCase`; far cheaper where only that is asked.
 [[nodiscard]] bool EqualText(std::u16string_view left, std::u16string_view right);
+
+// Whether two texts hold the same units: std::u16string_view compares one unit at a time.
+[[nodiscard]] inline bool HasSameUnits(std::u16string_view left, std::u16string_view right) {
+    // An empty text may have no address, and memcmp wants one.
+    return left.size() == right.size() &&
+           (left.empty() ||
+            std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0);
+}
 
 // The lower-case form of one unit, by itself. What has none comes back as it is, and so does what
 // is not the upper-case form of it, such as U+0130 and U+212A.

@@ -1,11 +1,11 @@
 #include "traversal/registry_item_queue.h"
 
-#include <cstring>
 #include <utility>
 
 #include "orvpackage/env_var_collections.h"
 #include "orvpackage/key_collections.h"
 #include "orvpackage/value_collections.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -13,14 +13,6 @@ constexpr std::size_t kBatchRecords = 512;
 constexpr std::size_t kBatchBytes = std::size_t{1} << 20;
 // Data begins where any unit may lie.
 constexpr std::size_t kAlignment = sizeof(char16_t);
-
-// The library's own comparison looks at one unit at a time.
-bool IsSameText(std::u16string_view left, std::u16string_view right) {
-    // An empty text may have no address, and memcmp wants one.
-    return left.size() == right.size() &&
-           (left.empty() ||
-            std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0);
-}
 
 }  // namespace
 
@@ -60,7 +52,7 @@ void CRegistryItemQueue::AddDeletedVariable(std::u16string_view name, bool isUse
 void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16string_view name,
                              std::u16string_view text) {
     SBatch& batch = *m_batch;
-    record.isNewKey = batch.records.empty() || !IsSameText(batch.key, key);
+    record.isNewKey = batch.records.empty() || !platform::HasSameUnits(batch.key, key);
     if (record.isNewKey) {
         batch.key = key;
         batch.texts += key;

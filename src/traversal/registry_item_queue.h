@@ -13,7 +13,7 @@
 
 // Makes items of keys, values and variables, in the order in which they are added, on a thread of
 // its own: that takes as long as finding them does. From the first addition until Finish returns
-// nobody else may touch the package's collections of them, or the log.
+// nobody else may touch the package's collections of them, or its logger.
 class CRegistryItemQueue {
 public:
     // The package is used, not owned.

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 #include "platform/posix/errno_status.h"
 #include "platform/posix/machine_description.h"
 #include "platform/status.h"
+#include "platform/text.h"
 
 namespace platform {
 
@@ -17,12 +17,6 @@ namespace {
 // Leaves most of the usual 1024 descriptors to the rest of the process.
 constexpr std::size_t kMaxFolders = 64;
 constexpr std::size_t kMaxNames = 100'000;
-
-// The library's own comparison looks at one unit at a time.
-bool IsSameText(std::u16string_view left, std::u16string_view right) {
-    return left.size() == right.size() &&
-           std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0;
-}
 
 // Opens a folder, also one that may be passed through but not be listed.
 CFileDescriptor OpenFolder(int start, const char* name, int flags) {
@@ -78,7 +72,7 @@ int CFolderCache::Open(const SFileLocation& location, std::u16string_view path,
 int CFolderCache::Open(std::u16string_view text, std::shared_ptr<CFolder>& folder) {
     CheckMachine();
     for (const SRecent& recent : m_recent) {
-        if (recent.folder && IsSameText(recent.text, text) && recent.folder->IsCurrent()) {
+        if (recent.folder && HasSameUnits(recent.text, text) && recent.folder->IsCurrent()) {
             folder = recent.folder;
             return ERROR_SUCCESS;
         }
@@ -100,7 +94,7 @@ std::shared_ptr<CFolder> CFolderCache::FindRecent(std::u16string_view path) {
     for (const SRecent& recent : m_recent) {
         const std::u16string_view text = recent.text;
         const bool mayBeOf = !path.empty() && text.size() == path.size() + 1;
-        if (mayBeOf && text.back() == u'\\' && IsSameText(text.substr(0, path.size()), path) &&
+        if (mayBeOf && text.back() == u'\\' && HasSameUnits(text.substr(0, path.size()), path) &&
             recent.folder->IsCurrent()) {
             return recent.folder;
         }
