@@ -31,7 +31,7 @@ std::vector<std::uint64_t> MakeHashes(const benchmark::State& state) {
 
 void Fill(COrvItemTable& table, const std::vector<std::uint64_t>& hashes) {
     for (const std::uint64_t hash : hashes) {
-        std::unique_ptr<COrvItem> item = std::make_unique<CBenchItem>(hash);
+        COrvItemPtr<COrvItem> item = table.Make<CBenchItem>(hash);
         table.Insert(item);
     }
 }

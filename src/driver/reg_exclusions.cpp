@@ -65,6 +65,8 @@ bool CRegExclusions::AddRule(const CStrW& pattern, std::uint32_t match, bool fla
         m_rules.push_back({pattern, match, flag, LowerCase(pattern)});
         if (match == MatchPrefix) {
             AddPrefix(m_rules.back().m_lowerPattern.View());
+        } else {
+            m_otherRules.push_back(m_rules.back());
         }
     }
     return !isKnown;
@@ -95,7 +97,7 @@ bool CRegExclusions::IsExcluded(const CStrW& path) const {
     const CStrW lowerPath = LowerCase(path);
     const std::u16string_view lower = lowerPath;
     return StartsWithPrefix(lower) ||
-           std::any_of(m_rules.begin(), m_rules.end(),
+           std::any_of(m_otherRules.begin(), m_otherRules.end(),
                        [lower](const CExclusionRule& rule) { return Matches(rule, lower); }) ||
            lower.starts_with(kLowerKernelRoot) || IsOtherUser(lower);
 }

@@ -42,6 +42,7 @@ private:
 
     std::vector<CExclusionRule> m_rules;
     std::set<std::u16string, std::less<>> m_lowerPrefixes;  // of the rules that test for one
+    std::vector<CExclusionRule> m_otherRules;               // those that test otherwise
     CSharedHolder<CRegPathConverter> m_pathConverter;       // kept alive for those who use it
     CStrW m_lowerUserKey;
 };

@@ -61,11 +61,11 @@ COrvAction* COrvActionsCollection::InsertAt(std::uint64_t position) {
 }
 
 COrvAction* COrvActionsCollection::AddAction(const CStrW& path, const CStrW& relativeSource) {
-    std::unique_ptr<COrvAction> action = MakeAction(GetCount());
+    COrvItemPtr<COrvAction> action = MakeAction(GetCount());
     action->SetPath(path, OrvActionPath);
     action->SetRelativeSource(relativeSource);
     COrvAction* const added = action.get();
-    std::unique_ptr<COrvItem> item = std::move(action);
+    COrvItemPtr<COrvItem> item = std::move(action);
     if (Add(item)) {
         return added;
     }

@@ -75,7 +75,7 @@ public:
 protected:
     using COrvCollection::COrvCollection;
 
-    [[nodiscard]] virtual std::unique_ptr<COrvAction> MakeAction(std::uint64_t position) const = 0;
+    [[nodiscard]] virtual COrvItemPtr<COrvAction> MakeAction(std::uint64_t position) = 0;
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
     void ReadAttribute(const CStrW& name, const CStrW& value) override;
     bool ReadText(CXmlReader& reader) override;
@@ -89,8 +89,8 @@ public:
         : COrvActionsCollection(package, kElement) {}
 
 protected:
-    [[nodiscard]] std::unique_ptr<COrvAction> MakeAction(std::uint64_t position) const override {
-        return std::make_unique<COrvPreAction>(position);
+    [[nodiscard]] COrvItemPtr<COrvAction> MakeAction(std::uint64_t position) override {
+        return Make<COrvPreAction>(position);
     }
 };
 
@@ -101,7 +101,7 @@ public:
         : COrvActionsCollection(package, kElement) {}
 
 protected:
-    [[nodiscard]] std::unique_ptr<COrvAction> MakeAction(std::uint64_t position) const override {
-        return std::make_unique<COrvPostAction>(position);
+    [[nodiscard]] COrvItemPtr<COrvAction> MakeAction(std::uint64_t position) override {
+        return Make<COrvPostAction>(position);
     }
 };

@@ -29,7 +29,7 @@ void COrvCollection::Clear() {
     m_isDirty = false;
 }
 
-bool COrvCollection::Add(std::unique_ptr<COrvItem>& item) {
+bool COrvCollection::Add(COrvItemPtr<COrvItem>& item) {
     if (m_items.Find(item->GetHash()) != nullptr || !m_items.Insert(item)) {
         if (CLogger* const logger = m_package.GetLogger()) {
             logger->LogMessage(MessageDuplicate, nullptr, item->GetName().Get());
@@ -91,8 +91,6 @@ void COrvCollection::Write(CXmlWriter& writer) const {
     writer.EndElement(true);
 }
 
-// The items lie in memory in another order than that of the manifest, and to wait for each of them
-// would take longer than to write it.
 void COrvCollection::PrefetchAhead(std::size_t place) const {
     const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
     for (unsigned step = 0; step < kPrefetchSteps; ++step) {

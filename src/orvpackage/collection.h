@@ -67,14 +67,18 @@ public:
     // Deletes all items.
     void Clear();
 
-    // Takes the item over and gives true. A double is logged, stays with the caller and gives
-    // false.
-    bool Add(std::unique_ptr<COrvItem>& item);
+    // Takes over an item that was made in this collection and gives true. A double is logged, stays
+    // with the caller and gives false.
+    bool Add(COrvItemPtr<COrvItem>& item);
     // Deletes the stored item that has the hash of `item`; false when there is none.
     bool Remove(const COrvItem& item);
     // The stored item that has the hash of `item`; null when there is none.
     [[nodiscard]] COrvItem* Find(const COrvItem& item) const { return Find(item.GetHash()); }
     [[nodiscard]] COrvItem* Find(std::uint64_t hash) const { return m_items.Find(hash); }
+
+    // Asks for the memory of the items that follow a place in the order, for whoever goes through
+    // it: they lie in memory in another order, and waiting for each takes longer than its use.
+    void PrefetchAhead(std::size_t place) const;
 
     // Offers the node that `reader` stands on; true when it was one of this collection's. An item
     // is made when its element ends.
@@ -85,11 +89,17 @@ public:
 protected:
     COrvCollection(COrvPackage& package, const SOrvElement& element);
 
+    // Makes an item in this collection's memory, which is given back when all items are.
+    template <class TItem, class... TArguments>
+    [[nodiscard]] COrvItemPtr<TItem> Make(TArguments&&... arguments) {
+        return m_items.Make<TItem>(std::forward<TArguments>(arguments)...);
+    }
+    [[nodiscard]] std::pmr::memory_resource& GetMemory() { return m_items.GetMemory(); }
     // Adds an item and lends it back; null, with the item deleted, when it was a double.
     template <class TItem>
-    TItem* AddOwned(std::unique_ptr<TItem> item) {
+    TItem* AddOwned(COrvItemPtr<TItem> item) {
         TItem* const added = item.get();
-        std::unique_ptr<COrvItem> owned = std::move(item);
+        COrvItemPtr<COrvItem> owned = std::move(item);
         return Add(owned) ? added : nullptr;
     }
 
@@ -129,7 +139,6 @@ protected:
 
 private:
     void FinishOrLog(const CXmlReader& reader);
-    void PrefetchAhead(std::size_t place) const;
 
     COrvPackage& m_package;
     const SOrvElement& m_element;
@@ -143,7 +152,7 @@ template <class TBase, class TItem>
 class COrvCollectionOf : public TBase {
 public:
     // Adds an item of which no more is said yet, and lends it; null for a double.
-    TItem* AddItem(const CStrW& text) { return this->AddOwned(std::make_unique<TItem>(text)); }
+    TItem* AddItem(const CStrW& text) { return this->AddOwned(this->template Make<TItem>(text)); }
 
 protected:
     using TBase::TBase;
@@ -157,7 +166,7 @@ template <class TItem>
 class COrvItemCItr {
 public:
     explicit COrvItemCItr(const COrvCollection& collection)
-        : m_order(collection.GetItems().GetOrder()) {
+        : m_collection(collection), m_order(collection.GetItems().GetOrder()) {
         Skip();
     }
 
@@ -168,6 +177,7 @@ public:
     // Goes on; at the end it stays there.
     void Advance() {
         ++m_place;
+        m_collection.PrefetchAhead(m_place);
         Skip();
     }
 
@@ -178,6 +188,7 @@ private:
         }
     }
 
+    const COrvCollection& m_collection;
     const std::vector<COrvItemTable::SEntry>& m_order;
     std::size_t m_place = 0;
 };

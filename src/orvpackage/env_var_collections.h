@@ -58,7 +58,7 @@ public:
 
     // Adds a variable without a value and lends it; null for a double.
     COrvCreateEnvVar* AddItem(const CStrW& variable, bool isUser) {
-        return AddOwned(std::make_unique<COrvCreateEnvVar>(variable, isUser));
+        return AddOwned(Make<COrvCreateEnvVar>(variable, isUser));
     }
 
 protected:
@@ -75,7 +75,7 @@ public:
 
     // Adds an item and lends it; null for a double.
     COrvDeleteEnvVar* AddItem(const CStrW& variable, bool isUser) {
-        return AddOwned(std::make_unique<COrvDeleteEnvVar>(variable, isUser));
+        return AddOwned(Make<COrvDeleteEnvVar>(variable, isUser));
     }
 
 protected:

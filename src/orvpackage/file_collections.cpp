@@ -99,10 +99,10 @@ bool COrvDeleteFoldersCollection::FinishItem() {
 
 COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
                                                    const CFilePathW& relativeSource) {
-    auto file = std::make_unique<COrvCreateFile>(target.ToString());
+    COrvItemPtr<COrvCreateFile> file = Make<COrvCreateFile>(target.ToString());
     file->SetRelativeSource(relativeSource);
     COrvCreateFile* const added = file.get();
-    std::unique_ptr<COrvItem> item = std::move(file);
+    COrvItemPtr<COrvItem> item = std::move(file);
     if (Add(item)) {
         return added;
     }
@@ -125,7 +125,7 @@ void COrvCreateFilesCollection::ReadAttribute(const CStrW& name, const CStrW& va
 
 bool COrvCreateFilesCollection::FinishItem() {
     const SReadTarget read = TakeRead(GetType());
-    COrvCreateFile* const added = AddOwned(std::make_unique<COrvCreateFile>(read.target));
+    COrvCreateFile* const added = AddOwned(Make<COrvCreateFile>(read.target));
     if (added != nullptr) {
         added->SetRelativeSource(read.relativeSource);
     }

@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "orvpackage/prefetch.h"
 #include "platform/text.h"
 
 namespace {
@@ -48,9 +49,12 @@ void COrvItemTable::Reset() {
 
 void COrvItemTable::Clear() {
     for (const SEntry& entry : m_entries) {
-        delete entry.item;
+        if (entry.item != nullptr) {
+            SOrvItemEnd()(entry.item);
+        }
     }
     Reset();
+    m_memory.release();
 }
 
 // The place of the item with a hash, or the empty one where it would be.
@@ -64,12 +68,16 @@ std::size_t COrvItemTable::FindPlace(std::uint64_t hash) const {
     return place;
 }
 
+void COrvItemTable::PrefetchPlace(std::uint64_t hash) const {
+    Prefetch(&m_places[HomeOf(Mix(hash))], sizeof(SPlace));
+}
+
 COrvItem* COrvItemTable::Find(std::uint64_t hash) const {
     const std::uint32_t entry = m_places[FindPlace(hash)].entry;
     return entry == kNoEntry ? nullptr : m_entries[entry].item;
 }
 
-bool COrvItemTable::Insert(std::unique_ptr<COrvItem>& item) {
+bool COrvItemTable::Insert(COrvItemPtr<COrvItem>& item) {
     // Growing comes before the test for a double, which is why a caller looks for one first.
     if (m_bucketCount <= m_count >> kDensityShift) {
         Grow();
@@ -105,13 +113,13 @@ void COrvItemTable::Widen() {
     }
 }
 
-std::unique_ptr<COrvItem> COrvItemTable::Remove(std::uint64_t hash) {
+COrvItemPtr<COrvItem> COrvItemTable::Remove(std::uint64_t hash) {
     std::size_t gap = FindPlace(hash);
     if (m_places[gap].entry == kNoEntry) {
         return nullptr;
     }
     SEntry& entry = m_entries[m_places[gap].entry];
-    std::unique_ptr<COrvItem> item(std::exchange(entry.item, nullptr));
+    COrvItemPtr<COrvItem> item(std::exchange(entry.item, nullptr));
     --m_count;
     // What stands behind the gap and has its home at it or in front of it moves up.
     const std::size_t mask = m_places.size() - 1;

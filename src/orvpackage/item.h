@@ -6,7 +6,10 @@
 #include <deque>
 #include <initializer_list>
 #include <memory>
+#include <memory_resource>
+#include <new>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "foundation/wide_string.h"
@@ -38,6 +41,15 @@ private:
     const std::uint64_t m_hash;
 };
 
+// Ends an item; its memory stays with the table that it was made in.
+struct SOrvItemEnd {
+    void operator()(COrvItem* item) const { item->~COrvItem(); }
+};
+
+// Owns an item, which must not outlive the table that it was made in.
+template <class TItem>
+using COrvItemPtr = std::unique_ptr<TItem, SOrvItemEnd>;
+
 // Items by their hash. Their order is the order of the manifest, and so part of the format: that of
 // a linear-hashing table, in which the items of a bucket stand together by rising hash, and which
 // grows by one bucket at a time, splitting an old one. It depends on nothing but the hashes and the
@@ -49,14 +61,25 @@ public:
     COrvItemTable(const COrvItemTable&) = delete;
     COrvItemTable& operator=(const COrvItemTable&) = delete;
 
+    // Makes an item, with its memory in that of the table, but does not insert it.
+    template <class TItem, class... TArguments>
+    [[nodiscard]] COrvItemPtr<TItem> Make(TArguments&&... arguments) {
+        void* const memory = m_memory.allocate(sizeof(TItem), alignof(TItem));
+        COrvItemPtr<TItem> item(new (memory) TItem(std::forward<TArguments>(arguments)...));
+        PrefetchPlace(item->GetHash());
+        return item;
+    }
+    // For what belongs to items: it is given back when the table is cleared, and not before.
+    [[nodiscard]] std::pmr::memory_resource& GetMemory() { return m_memory; }
+
     [[nodiscard]] std::size_t GetCount() const { return m_count; }
     // The item with a hash; null when there is none.
     [[nodiscard]] COrvItem* Find(std::uint64_t hash) const;
-    // Takes the item over and gives true. When its hash is there already, gives false and leaves
-    // the item with the caller; the order may have changed all the same.
-    bool Insert(std::unique_ptr<COrvItem>& item);
+    // Takes over an item that was made here and gives true. When its hash is there already, gives
+    // false and leaves the item with the caller; the order may have changed all the same.
+    bool Insert(COrvItemPtr<COrvItem>& item);
     // Takes the item with a hash out; null when there is none. The number of buckets stays.
-    std::unique_ptr<COrvItem> Remove(std::uint64_t hash);
+    COrvItemPtr<COrvItem> Remove(std::uint64_t hash);
     // Deletes all items and goes back to the first state.
     void Clear();
 
@@ -86,7 +109,10 @@ private:
         return (place + 1) & (m_places.size() - 1);
     }
     [[nodiscard]] std::size_t FindPlace(std::uint64_t hash) const;
+    void PrefetchPlace(std::uint64_t hash) const;
 
+    // Items are many and small, and end together.
+    std::pmr::monotonic_buffer_resource m_memory;
     std::deque<SEntry> m_entries;  // as they came, and so mostly as the items lie in memory
     std::size_t m_count = 0;
     // Open addressing: an item is found at its home, or behind it before the first empty place.

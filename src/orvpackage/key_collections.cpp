@@ -58,8 +58,9 @@ std::u16string_view COrvKeyPath::GetPortable(const COrvSanitizer& sanitizer, CSt
     return buffer;
 }
 
-void COrvKeyPath::PrefetchPortable() const {
-    Prefetch(m_portable.Get(), m_portable.GetLength() * sizeof(char16_t));
+void COrvKeyPath::PrefetchText() const {
+    const std::u16string_view text = m_portable.GetLength() == 0 ? m_text : m_portable;
+    Prefetch(text.data(), text.size() * sizeof(char16_t));
 }
 
 COrvKeyItem::COrvKeyItem(std::shared_ptr<const COrvKeyPath> key, std::uint32_t architecture,
@@ -74,7 +75,7 @@ void COrvKeyItemCollection::PrefetchItem(const COrvItem& item, unsigned step) co
     if (step == 1) {
         Prefetch(&static_cast<const COrvKeyItem&>(item).GetKey(), sizeof(COrvKeyPath));
     } else if (step == 2) {
-        static_cast<const COrvKeyItem&>(item).GetKey().PrefetchPortable();
+        static_cast<const COrvKeyItem&>(item).GetKey().PrefetchText();
     }
 }
 

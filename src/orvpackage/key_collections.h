@@ -24,7 +24,8 @@ public:
     // part of this object, or `buffer`.
     [[nodiscard]] std::u16string_view GetPortable(const COrvSanitizer& sanitizer,
                                                   CStrW& buffer) const;
-    void PrefetchPortable() const;
+    // Asks for the memory of what the path is written from.
+    void PrefetchText() const;
 
 private:
     [[nodiscard]] CStrW MakePortable(const COrvSanitizer& sanitizer) const;
@@ -94,7 +95,7 @@ public:
 
     // Adds an item and lends it; null for a double.
     COrvCreateKey* AddItem(const CStrW& target, std::uint32_t architecture) {
-        return AddOwned(std::make_unique<COrvCreateKey>(target, architecture));
+        return AddOwned(Make<COrvCreateKey>(target, architecture));
     }
 
 protected:
@@ -109,7 +110,7 @@ public:
 
     // Adds an item and lends it; null for a double.
     COrvDeleteKey* AddItem(const CStrW& target, std::uint32_t architecture) {
-        return AddOwned(std::make_unique<COrvDeleteKey>(target, architecture));
+        return AddOwned(Make<COrvDeleteKey>(target, architecture));
     }
 
 protected:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "orvpackage/value_items.h"
 
@@ -28,12 +29,19 @@ public:
     explicit COrvCreateValuesCollection(COrvPackage& package)
         : COrvValueItemCollection(package, kElement) {}
 
-    // Adds a value without data and lends it; null for a double.
-    // `dataSize` is how many bytes of data it will probably get.
-    COrvCreateValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture,
-                             std::size_t dataSize = 0) {
-        return AddOwned(
-            std::make_unique<COrvCreateValue>(ShareKey(target), value, architecture, dataSize));
+    // Makes a value without data, which is not added yet. `dataSize` is how many bytes of data it
+    // will probably get.
+    [[nodiscard]] COrvItemPtr<COrvCreateValue> MakeItem(const CStrW& target, const CStrW& value,
+                                                        std::uint32_t architecture,
+                                                        std::size_t dataSize = 0) {
+        return Make<COrvCreateValue>(ShareKey(target), value, architecture, GetMemory(), dataSize);
+    }
+    // Add a value, made here, and lend it; null for a double.
+    COrvCreateValue* AddItem(COrvItemPtr<COrvCreateValue> value) {
+        return AddOwned(std::move(value));
+    }
+    COrvCreateValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture) {
+        return AddItem(MakeItem(target, value, architecture));
     }
 
 protected:
@@ -51,7 +59,7 @@ public:
 
     // Adds an item and lends it; null for a double.
     COrvDeleteValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture) {
-        return AddOwned(std::make_unique<COrvDeleteValue>(ShareKey(target), value, architecture));
+        return AddOwned(Make<COrvDeleteValue>(ShareKey(target), value, architecture, GetMemory()));
     }
 
 protected:

@@ -1,6 +1,5 @@
 #include "orvpackage/value_items.h"
 
-#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -18,6 +17,8 @@ std::u16string_view ToUnits(const void* bytes, std::size_t size) {
     return {static_cast<const char16_t*>(bytes), size / sizeof(char16_t)};
 }
 
+std::size_t UnitCount(std::size_t size) { return (size + sizeof(char16_t) - 1) / sizeof(char16_t); }
+
 std::u16string_view FirstString(std::u16string_view units) {
     return units.substr(0, units.find(u'\0'));
 }
@@ -32,37 +33,34 @@ struct COrvValueItem::SExpanded {
 };
 
 COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                             std::uint32_t architecture, std::size_t tailSize)
-    : COrvValueItem(std::move(key), SExpanded(value), architecture, tailSize) {}
+                             std::uint32_t architecture, std::pmr::memory_resource& memory,
+                             std::size_t tailSize)
+    : COrvValueItem(std::move(key), SExpanded(value), architecture, memory, tailSize) {}
 
 COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
-                             std::uint32_t architecture, std::size_t tailSize)
+                             std::uint32_t architecture, std::pmr::memory_resource& memory,
+                             std::size_t tailSize)
     : COrvKeyItem(std::move(key), architecture, value.name),
-      m_nameLength(static_cast<std::uint32_t>(value.name.size())) {
-    if (m_nameLength != 0) {
-        if (!ResizeTail(tailSize)) {
-            throw std::bad_alloc();
-        }
-        std::memcpy(m_block.get(), value.name.data(), GetNameSize());
-    }
+      m_nameLength(static_cast<std::uint32_t>(value.name.size())),
+      m_block(&memory) {
+    m_block.reserve(m_nameLength + UnitCount(tailSize));
+    m_block.assign(value.name.begin(), value.name.end());
 }
 
 bool COrvValueItem::ResizeTail(std::size_t size) {
-    // A block of no bytes would say nothing of success.
-    void* const block = std::realloc(m_block.get(), std::max<std::size_t>(GetNameSize() + size, 1));
-    if (block == nullptr) {
+    try {
+        // Exactly so much, where resizing alone would take more.
+        m_block.reserve(m_nameLength + UnitCount(size));
+    } catch (const std::bad_alloc&) {
         return false;
     }
-    static_cast<void>(m_block.release());  // the new block has taken its place
-    m_block.reset(static_cast<std::byte*>(block));
+    m_block.resize(m_nameLength + UnitCount(size));
     return true;
 }
 
-std::u16string_view COrvValueItem::GetValue() const {
-    return {reinterpret_cast<const char16_t*>(m_block.get()), m_nameLength};
-}
+std::u16string_view COrvValueItem::GetValue() const { return {m_block.data(), m_nameLength}; }
 
-void COrvValueItem::PrefetchContent() const { Prefetch(m_block.get(), kPrefetchedContent); }
+void COrvValueItem::PrefetchContent() const { Prefetch(m_block.data(), kPrefetchedContent); }
 
 CStrW COrvValueItem::GetName() const { return GetTarget() + u'/' + CStrW(GetValue()); }
 

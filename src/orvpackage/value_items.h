@@ -3,10 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
+#include <memory_resource>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "foundation/double_null_string.h"
 #include "orvpackage/key_collections.h"
@@ -34,37 +35,40 @@ public:
 protected:
     // `tailSize` is how large the tail will probably become.
     COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                  std::uint32_t architecture, std::size_t tailSize = 0);
+                  std::uint32_t architecture, std::pmr::memory_resource& memory,
+                  std::size_t tailSize = 0);
 
-    // The bytes behind the name.
-    [[nodiscard]] std::byte* GetTail() const { return m_block.get() + GetNameSize(); }
-    // Makes room for exactly `size` bytes behind the name. False, with the block as it was, when
-    // there is no memory.
+    // The bytes behind the name, at an even address.
+    [[nodiscard]] std::byte* GetTail() {
+        return reinterpret_cast<std::byte*>(m_block.data() + m_nameLength);
+    }
+    [[nodiscard]] const std::byte* GetTail() const {
+        return reinterpret_cast<const std::byte*>(m_block.data() + m_nameLength);
+    }
+    // Makes room for `size` bytes behind the name. False, with the block as it was, when there is
+    // no memory.
     [[nodiscard]] bool ResizeTail(std::size_t size);
 
 private:
-    [[nodiscard]] std::size_t GetNameSize() const { return m_nameLength * sizeof(char16_t); }
-
-    struct SFree {
-        void operator()(std::byte* block) const { std::free(block); }
-    };
     struct SExpanded;
     COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
-                  std::uint32_t architecture, std::size_t tailSize);
+                  std::uint32_t architecture, std::pmr::memory_resource& memory,
+                  std::size_t tailSize);
 
-    std::uint32_t m_nameLength;  // in units
+    std::uint32_t m_nameLength;
     // The name, and the tail behind it: a package holds so many values that a block less for each
     // counts.
-    std::unique_ptr<std::byte[], SFree> m_block;
+    std::pmr::vector<char16_t> m_block;
 };
 
 class COrvDeleteValue : public COrvValueItem {
 public:
     COrvDeleteValue(const CStrW& target, const CStrW& value, std::uint32_t architecture)
-        : COrvDeleteValue(std::make_shared<const COrvKeyPath>(target), value, architecture) {}
+        : COrvDeleteValue(std::make_shared<const COrvKeyPath>(target), value, architecture,
+                          *std::pmr::new_delete_resource()) {}
     COrvDeleteValue(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                    std::uint32_t architecture)
-        : COrvValueItem(std::move(key), value, architecture) {}
+                    std::uint32_t architecture, std::pmr::memory_resource& memory)
+        : COrvValueItem(std::move(key), value, architecture, memory) {}
 };
 
 // A value to create. It has no data, and no place in the manifest, until it is given some, even if
@@ -74,11 +78,14 @@ public:
 class COrvCreateValue : public COrvValueItem {
 public:
     COrvCreateValue(const CStrW& target, const CStrW& value, std::uint32_t architecture)
-        : COrvCreateValue(std::make_shared<const COrvKeyPath>(target), value, architecture) {}
-    // `dataSize` is how many bytes of data it will probably get.
+        : COrvCreateValue(std::make_shared<const COrvKeyPath>(target), value, architecture,
+                          *std::pmr::new_delete_resource()) {}
+    // `memory`, which outlives the value, is where its name and data come from; `dataSize` is how
+    // many bytes of data it will probably get.
     COrvCreateValue(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                    std::uint32_t architecture, std::size_t dataSize = 0)
-        : COrvValueItem(std::move(key), value, architecture, dataSize) {}
+                    std::uint32_t architecture, std::pmr::memory_resource& memory,
+                    std::size_t dataSize = 0)
+        : COrvValueItem(std::move(key), value, architecture, memory, dataSize) {}
 
     [[nodiscard]] bool IsValid() const override;
     [[nodiscard]] std::uint32_t GetType() const { return m_type; }

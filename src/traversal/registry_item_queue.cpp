@@ -21,7 +21,7 @@ void CRegistryItemQueue::AddKey(std::u16string_view key) { Add({EKind::Key}, key
 void CRegistryItemQueue::AddValue(std::u16string_view key, std::u16string_view name,
                                   const void* data, std::uint32_t size, std::uint32_t type) {
     SRecord record{EKind::Value};
-    std::vector<std::byte>& bytes = m_batch->data;
+    std::vector<std::byte>& bytes = m_batches[m_filled].data;
     bytes.resize((bytes.size() + kAlignment - 1) / kAlignment * kAlignment);
     record.dataStart = bytes.size();
     record.size = size;
@@ -51,7 +51,7 @@ void CRegistryItemQueue::AddDeletedVariable(std::u16string_view name, bool isUse
 
 void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16string_view name,
                              std::u16string_view text) {
-    SBatch& batch = *m_batch;
+    SBatch& batch = m_batches[m_filled];
     record.isNewKey = batch.records.empty() || !platform::HasSameUnits(batch.key, key);
     if (record.isNewKey) {
         batch.key = key;
@@ -70,9 +70,13 @@ void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16st
 }
 
 void CRegistryItemQueue::HandOver() {
-    std::shared_ptr<SBatch> batch = std::exchange(m_batch, std::make_shared<SBatch>());
-    m_batch->records.reserve(kBatchRecords);
-    m_queue.Add([this, batch = std::move(batch)] { MakeItems(*batch); });
+    m_queue.Add([this, &batch = m_batches[m_filled]] { MakeItems(batch); });
+    // No more than kMaxWaiting batches wait now and one is made into items, so the next is free.
+    m_filled = (m_filled + 1) % m_batches.size();
+    SBatch& next = m_batches[m_filled];
+    next.records.clear();
+    next.texts.clear();
+    next.data.clear();
 }
 
 void CRegistryItemQueue::Finish() {
@@ -109,12 +113,14 @@ void CRegistryItemQueue::MakeItem(const SRecord& record, const CStrW& key, const
         case EKind::Value:
         case EKind::String: {
             auto& values = m_package.Get<COrvCreateValuesCollection>();
-            COrvCreateValue* const value = values.AddItem(key, name, m_architecture, record.size);
-            if (value != nullptr && record.kind == EKind::String) {
+            COrvItemPtr<COrvCreateValue> value =
+                values.MakeItem(key, name, m_architecture, record.size);
+            if (record.kind == EKind::String) {
                 value->SetString(text);
-            } else if (value != nullptr) {
+            } else {
                 value->SetData(data, record.size, record.type);
             }
+            values.AddItem(std::move(value));
             break;
         }
         case EKind::DeletedValue:

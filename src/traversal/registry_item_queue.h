@@ -1,9 +1,9 @@
 // traversal/registry_item_queue.h - the keys and values of a walk on their way into the package.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,8 +61,12 @@ private:
     void MakeItem(const SRecord& record, const CStrW& key, const CStrW& name, const CStrW& text,
                   const std::byte* data);
 
+    static constexpr std::size_t kMaxWaiting = 2;
+
     COrvPackage& m_package;
     const std::uint32_t m_architecture;
-    std::shared_ptr<SBatch> m_batch = std::make_shared<SBatch>();
-    platform::CJobQueue m_queue{2};
+    // Used in turns: one is filled, and one made into items, while others wait.
+    std::array<SBatch, kMaxWaiting + 2> m_batches;
+    std::size_t m_filled = 0;
+    platform::CJobQueue m_queue{kMaxWaiting};
 };

@@ -59,7 +59,7 @@ private:
 };
 
 bool Insert(COrvItemTable& table, std::uint64_t hash) {
-    std::unique_ptr<COrvItem> item = std::make_unique<CTestItem>(hash);
+    COrvItemPtr<COrvItem> item = table.Make<CTestItem>(hash);
     return table.Find(hash) == nullptr && table.Insert(item);
 }
 
@@ -131,7 +131,7 @@ TEST(ItemTableTest, ClearStartsAnew) {
 TEST(ItemTableTest, DoubleStaysWithTheCaller) {
     COrvItemTable table;
     EXPECT_TRUE(Insert(table, 5));
-    std::unique_ptr<COrvItem> second = std::make_unique<CTestItem>(5);
+    COrvItemPtr<COrvItem> second = table.Make<CTestItem>(5);
     EXPECT_FALSE(table.Insert(second));
     EXPECT_NE(second, nullptr);
     EXPECT_EQ(table.GetCount(), 1U);
