@@ -5,6 +5,7 @@
 
 #include "foundation/path_names.h"
 #include "platform/status.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -25,18 +26,28 @@ constexpr SKernelRoot kKernelRoots[] = {
     {uR"(\REGISTRY\USER)", u"HKEY_USERS"},
 };
 
+// Settles most names at once: no other ASCII letter ever counts as an "H".
+bool BeginsWithOtherLetter(std::u16string_view name) {
+    const int first = name.front() | 0x20;
+    return first >= u'a' && first <= u'z' && first != u'h';
+}
+
 const SHive* FindHive(std::u16string_view name) {
+    if (name.empty() || BeginsWithOtherLetter(name)) {
+        return nullptr;
+    }
     const auto* const hive =
         std::find_if(std::begin(kHives), std::end(kHives), [name](const SHive& candidate) {
-            return EqualsNoCase(name, candidate.longName) ||
-                   EqualsNoCase(name, candidate.shortName);
+            return platform::HasSameUnits(name, candidate.longName) ||
+                   EqualsNoCase(name, candidate.shortName) ||
+                   EqualsNoCase(name, candidate.longName);
         });
     return hive == std::end(kHives) ? nullptr : hive;
 }
 
 bool IsSameHive(std::u16string_view left, std::u16string_view right) {
     const SHive* const hive = FindHive(left);
-    return hive != nullptr && hive == FindHive(right);
+    return hive != nullptr && (platform::HasSameUnits(left, right) || hive == FindHive(right));
 }
 
 }  // namespace
@@ -146,24 +157,38 @@ int CRegPathW::Parse(std::u16string_view text) {
 
 int CRegPathW::ParseNames(std::u16string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(u'\\'), text.size()));
-    m_names.reserve(m_names.size() + text.size() + 1);
-    while (!text.empty()) {
-        const std::u16string_view name = TakeFirstName(text);
-        if (name.empty() || name.front() == 0) {
-            return ERROR_INVALID_DATA;
-        }
-        m_hasHive = m_hasHive || (IsEmpty() && CHiveNameW::IsHiveName(name));
-        AddName(name);
+    if (text.ends_with(u'\\')) {
+        text.remove_suffix(1);
     }
+    if (text.empty()) {
+        return ERROR_SUCCESS;
+    }
+    bool isValid = text.back() != u'\\';
+    std::size_t count = 0;
+    char16_t before = u'\\';
+    for (const char16_t unit : text) {
+        const bool isFirst = before == u'\\';
+        isValid &= !isFirst || (unit != u'\\' && unit != 0);
+        count += isFirst ? 1 : 0;
+        before = unit;
+    }
+    if (!isValid) {
+        return ERROR_INVALID_DATA;
+    }
+    if (IsEmpty()) {
+        m_hasHive = CHiveNameW::IsHiveName(text.substr(0, text.find(u'\\')));
+    }
+    AddNames(text, count);
     return ERROR_SUCCESS;
 }
 
-void CRegPathW::AddName(std::u16string_view name) {
+void CRegPathW::AddNames(std::u16string_view names, std::size_t count) {
+    m_names.reserve(m_names.size() + names.size() + 1);
     if (!IsEmpty()) {
         m_names += u'\\';
     }
-    m_names += name;
-    ++m_count;
+    m_names += names;
+    m_count += count;
 }
 
 void CRegPathW::AssignSegment(const CRegPathSegmentW& segment) {
@@ -198,7 +223,7 @@ int CRegPathW::Append(const CRegPathW& tail) {
 
 void CRegPathW::AppendSegment(const CRegPathSegmentW& segment) {
     if (!segment.IsEmpty()) {
-        AddName(segment.View());
+        AddNames(segment.View(), 1);
     }
 }
 
@@ -286,7 +311,7 @@ CRegPathW CRegPathW::SubPath(std::size_t start, std::size_t count) const {
     CRegPathW part;
     std::u16string_view rest = NamesFrom(start);
     for (std::size_t i = 0; i < count && !rest.empty(); ++i) {
-        part.AddName(TakeFirstName(rest));
+        part.AddNames(TakeFirstName(rest), 1);
     }
     part.m_hasHive = m_hasHive && start == 0 && !part.IsEmpty();
     return part;

@@ -123,7 +123,7 @@ public:
 
 private:
     [[nodiscard]] int ParseNames(std::u16string_view text);
-    void AddName(std::u16string_view name);
+    void AddNames(std::u16string_view names, std::size_t count);
     [[nodiscard]] static bool EqualsRun(std::u16string_view names, bool hasHive,
                                         const CRegPathW& other, std::size_t count);
     [[nodiscard]] std::u16string_view NamesFrom(std::size_t index) const;

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/text.h"
+
 // The two ways to write a format: with printf placeholders, or with the inserts "%1", "%2".
 enum EFormatMode : std::uint32_t {
     PrintfStyle = 0,
@@ -126,7 +128,7 @@ private:
 
 // Whether two texts hold the same units.
 [[nodiscard]] inline bool operator==(const CStrW& left, const CStrW& right) {
-    return left.View() == right.View();
+    return platform::HasSameUnits(left, right);
 }
 
 // The rules of CStrW::CompareNoCase and EqualsNoCase for texts that are only looked at.
