@@ -7,10 +7,11 @@
 #include "platform/status.h"
 #include "reporting/logger.h"
 #include "traversal/cas_registry_traverse_manager.h"
+#include "traversal/mounted_keys.h"
 
 namespace {
 
-constexpr const char16_t* kMountName = u"CasToOrvConversion";
+constexpr const char16_t* kMountName = CMountedKeys::kMount.data();  // a literal
 constexpr const char16_t* kBackup = u"SeBackupPrivilege";
 constexpr const char16_t* kRestore = u"SeRestorePrivilege";
 

@@ -1,15 +1,12 @@
 #include "traversal/cas_registry_traverse_manager.h"
 
-#include <algorithm>
 #include <functional>
-#include <initializer_list>
 
 #include "foundation/reg_access.h"
 #include "platform/status.h"
 
 namespace {
 
-constexpr std::u16string_view kMount = u"CasToOrvConversion";
 constexpr std::u16string_view kVirtualStatus = u"CitrixAIEKeyVirtualStatus";
 constexpr std::u16string_view kDeletedValues = u"CitrixAIEDeletedValues";
 constexpr std::u16string_view kInstallProperties = u"InstallProperties";
@@ -21,20 +18,6 @@ constexpr std::uint32_t kModeDelete = 3;
 // A status hides its key when its highest bit is the third one.
 bool StatusIsHidden(std::uint32_t status) { return status >= 4 && status <= 7; }
 
-// Whether `names` stand one behind the other in a path. Unlike CRegPathW::Contains this compares
-// the first of them too, without which every user's "Environment" key would pass.
-bool ContainsNames(const CRegPathW& path, std::initializer_list<std::u16string_view> names) {
-    for (std::size_t start = 0; start + names.size() <= path.GetSegmentCount(); ++start) {
-        std::size_t at = start;
-        if (std::all_of(names.begin(), names.end(), [&path, &at](std::u16string_view name) {
-                return EqualsNoCase(path.GetSegmentText(at++), name);
-            })) {
-            return true;
-        }
-    }
-    return false;
-}
-
 }  // namespace
 
 CCasRegistryTraverseManager::CCasRegistryTraverseManager(CAssemblyProcessor& assemblyProcessor,
@@ -45,8 +28,8 @@ CCasRegistryTraverseManager::CCasRegistryTraverseManager(CAssemblyProcessor& ass
       m_package(package),
       m_items(package, is64Bit ? OrvArchitectureX64 : OrvArchitectureX86),
       m_sid(GetCurrentUserSid()),
-      m_mount(kMount),
-      m_machineEnvironment(uR"(SYSTEM\CurrentControlSet\Control\Session Manager\Environment)") {}
+      m_mountedKeys(m_sid),
+      m_mount(CMountedKeys::kMount) {}
 
 CCasRegistryTraverseManager::~CCasRegistryTraverseManager() { Stop(true); }
 
@@ -62,34 +45,12 @@ void CCasRegistryTraverseManager::OnFinish() {
     CRegTraverse::OnFinish();
 }
 
-// Folds a mounted path onto the key of the real machine. This is done on the text, not name by
-// name: what is taken out or replaced goes wherever it stands, inside of names too.
-CRegPathW CCasRegistryTraverseManager::MapHivePath(const CRegPathW& mountedPath) const {
-    CStrW text = mountedPath.GetSubKeyText();
-    text.Remove(kMount);
-    text.Remove(uR"(\REGISTRY)");
-    const bool isUser = text.StartsWithNoCase(uR"(\USER)");
-    text.Remove(uR"(\MACHINE)");
-    text.Remove(uR"(\USER)");
-    text.Replace(u"_ow6432Node", u"Wow6432Node", true);
-    if (!m_sid.IsEmpty()) {
-        text.Replace(u"CurrentUser", m_sid, true);
-    }
-    const CHiveNameW hive(isUser ? u"HKEY_USERS" : u"HKEY_LOCAL_MACHINE");
-    return CRegPathW(hive, CRegPathW(text));
-}
-
-bool CCasRegistryTraverseManager::IsEnvironmentKey(const CRegPathW& mountedPath) const {
-    return ContainsNames(mountedPath, {kMount, u"CurrentUser", u"Environment"}) ||
-           mountedPath.Contains(m_machineEnvironment);
-}
-
 bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
     ShowProgress(path.ToString());
-    const CRegPathW real = MapHivePath(path);
+    const auto [real, isEnvironment] = m_mountedKeys.MapHivePath(path);
     const bool isUserRoot =
         real.GetSegmentCount() == 2 && EqualsNoCase(real.GetSegmentText(1), m_sid);
-    if (real.GetSegmentCount() < 2 || isUserRoot || IsEnvironmentKey(path)) {
+    if (real.GetSegmentCount() < 2 || isUserRoot || isEnvironment) {
         return true;
     }
     CRegKey key;
@@ -103,14 +64,14 @@ bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
 }
 
 void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key, const CRegKey& openKey) {
-    const CRegPathW real = MapHivePath(key);
+    const auto [real, isEnvironment] = m_mountedKeys.MapHivePath(key);
     m_valueKey.mountedText = key.ToString();
     m_valueKey.realText = real.ToString();
     m_valueKey.isRoot = real.GetSegmentCount() < 2;
     m_valueKey.isUserScope = key.Contains(m_mount);
     m_valueKey.isInstallProperties =
         EqualsNoCase(key.GetSegmentText(key.GetSegmentCount() - 1), kInstallProperties);
-    m_valueKey.isEnvironment = IsEnvironmentKey(key);
+    m_valueKey.isEnvironment = isEnvironment;
     m_valueKey.isOfAssemblies = m_assemblyProcessor.TakesValuesOf(key);
     m_valueKey.isOfServices = m_serviceProcessor.TakesValuesOf(key);
     m_valueKey.isHidden = StatusIsHidden(openKey.QueryNumber(kVirtualStatus));

@@ -10,6 +10,7 @@
 #include "foundation/reg_path_converter.h"
 #include "orvpackage/package.h"
 #include "reporting/progress_event.h"
+#include "traversal/mounted_keys.h"
 #include "traversal/reg_traverse.h"
 #include "traversal/registry_item_queue.h"
 
@@ -59,8 +60,6 @@ private:
     void SetManufacturer(const CStrW& publisher);
     void AddVariable(const CStrW& name, const CStrW& text, bool deleted);
     void AddValue(const CStrW& name, const CStrW& text, bool deleted);
-    [[nodiscard]] CRegPathW MapHivePath(const CRegPathW& mountedPath) const;
-    [[nodiscard]] bool IsEnvironmentKey(const CRegPathW& mountedPath) const;
 
     CAssemblyProcessor& m_assemblyProcessor;
     CServiceProcessor& m_serviceProcessor;
@@ -69,8 +68,8 @@ private:
     COrvPackage& m_package;
     CRegistryItemQueue m_items;
     const CStrW m_sid;
+    CMountedKeys m_mountedKeys;
     const CRegPathW m_mount;
-    const CRegPathW m_machineEnvironment;
     SValueKey m_valueKey;
     CRegBuf m_buffer;
 };
