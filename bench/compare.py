@@ -130,10 +130,12 @@ class Bench:
                     sys.exit(1)
                 if root == self.disk:
                     os.sync()  # or one command pays for what another one left to be written
-                self.run(command, folder / f"{number}-{index}", figures[command.name])
-        check(folder / "0-0")
-        if root == self.memory and not self.options.keep:
-            shutil.rmtree(folder)
+                output = folder / f"{number}-{index}"
+                self.run(command, output, figures[command.name])
+                if number + index == 0:
+                    check(output)
+                if root == self.memory:
+                    shutil.rmtree(output)  # or each run needs memory that was never used before
         return figures
 
     def convert(self, name, package):
