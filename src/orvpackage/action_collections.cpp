@@ -11,8 +11,6 @@
 
 namespace {
 
-// What has been read of an element so far. One set serves all collections of a kind: an element
-// that never ends leaves its values to the next.
 struct SReadAction {
     std::uint32_t type = OrvActionPath;
     CStrW path;
@@ -21,11 +19,6 @@ struct SReadAction {
     std::uint32_t mode = 0;
     bool wait = true;
 };
-
-SReadAction& ReadSoFar(EOrvCollection type) {
-    static SReadAction values[kOrvCollections];
-    return values[type];
-}
 
 bool IsPathType(std::uint32_t type) { return type == OrvActionPath || type == OrvActionOtherPath; }
 
@@ -101,7 +94,7 @@ void COrvActionsCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) 
 }
 
 void COrvActionsCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    SReadAction& read = ReadSoFar(GetType());
+    auto& read = ReadSoFar<SReadAction>();
     if (name.EqualsNoCase(u"ActionType")) {
         read.type = ReadPlainNumber32(value);
     } else if (name.EqualsNoCase(u"Path")) {
@@ -118,12 +111,12 @@ void COrvActionsCollection::ReadAttribute(const CStrW& name, const CStrW& value)
 }
 
 bool COrvActionsCollection::ReadText(CXmlReader& reader) {
-    reader.GetValueChunked(ReadSoFar(GetType()).path);
+    reader.GetValueChunked(ReadSoFar<SReadAction>().path);
     return true;
 }
 
 bool COrvActionsCollection::FinishItem() {
-    const SReadAction read = std::exchange(ReadSoFar(GetType()), SReadAction());
+    const auto read = TakeRead<SReadAction>();
     COrvAction* const added = InsertAt(GetCount());
     if (added == nullptr) {
         return false;

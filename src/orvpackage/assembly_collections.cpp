@@ -13,8 +13,7 @@ namespace {
 
 constexpr std::u16string_view kRelativeSource = u"RelativeSource";
 
-// What has been read of an element so far, but for its identity, for all collections of this class:
-// an element that never ends leaves its values to the next.
+// What is read of an assembly besides its identity.
 struct SReadAssembly {
     std::uint32_t type = 0;
     CStrW manifest;
@@ -22,11 +21,6 @@ struct SReadAssembly {
     std::vector<CStrW> files;
     CStrW privateFolder;
 };
-
-SReadAssembly& ReadSoFar() {
-    static SReadAssembly values;
-    return values;
-}
 
 void Expand(CStrW& field, const CStrW& text) {
     field = text;
@@ -70,7 +64,7 @@ void COrvCreateAssembliesCollection::WriteItem(CXmlWriter& writer, const COrvIte
 
 void COrvCreateAssembliesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvNamedItemCollection::ReadAttribute(name, value);
-    SReadAssembly& read = ReadSoFar();
+    auto& read = ReadSoFar<SReadAssembly>();
     if (name.EqualsNoCase(u"AssemblyType")) {
         read.type = ReadPlainNumber32(value);
     } else if (name.EqualsNoCase(u"ManifestRelativeSource")) {
@@ -89,14 +83,15 @@ bool COrvCreateAssembliesCollection::ReadChild(std::u16string_view child, CXmlRe
     }
     ForEachAttribute(reader, [this](const CStrW& name, const CStrW& value) {
         if (name.EqualsNoCase(kRelativeSource)) {
-            ReadSoFar().files.push_back(GetSanitizer().Desanitize(value, SanitizeNoPaths));
+            ReadSoFar<SReadAssembly>().files.push_back(
+                GetSanitizer().Desanitize(value, SanitizeNoPaths));
         }
     });
     return true;
 }
 
 bool COrvCreateAssembliesCollection::FinishItem() {
-    const SReadAssembly read = std::exchange(ReadSoFar(), SReadAssembly());
+    const auto read = TakeRead<SReadAssembly>();
     COrvCreateAssembly* const added = AddItem(TakeReadName());
     if (added == nullptr) {
         return false;

@@ -126,6 +126,19 @@ protected:
     // stay.
     void DeletePayload(const CStrW& relativeSource, const CStrW& kept) const;
 
+    // What has been read of an item so far, in a struct of each class that reads some. One set
+    // serves all collections of a kind: an element that never ends leaves its values to the next.
+    template <class TRead>
+    [[nodiscard]] TRead& ReadSoFar() const {
+        static TRead values[kOrvCollections];
+        return values[GetType()];
+    }
+    // Takes the values and forgets them.
+    template <class TRead>
+    TRead TakeRead() const {
+        return std::exchange(ReadSoFar<TRead>(), TRead());
+    }
+
     // Writes what stands in the element of an item, which is open.
     virtual void WriteItem(CXmlWriter& writer, const COrvItem& item) const = 0;
     // Takes one attribute of an item's element into the values read so far.

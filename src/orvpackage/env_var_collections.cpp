@@ -1,7 +1,5 @@
 #include "orvpackage/env_var_collections.h"
 
-#include <utility>
-
 #include "foundation/file_path_converter.h"
 #include "foundation/number_text.h"
 #include "foundation/xml_writer.h"
@@ -9,20 +7,11 @@
 
 namespace {
 
-// What has been read of an element so far. One set serves all collections of a kind: an element
-// that never ends leaves its values to the next.
 struct SReadEnvVar {
     CStrW value;
     bool isUser = false;
     std::uint8_t installMode = 0;
 };
-
-SReadEnvVar& ReadSoFar(EOrvCollection type) {
-    static SReadEnvVar values[kOrvCollections];
-    return values[type];
-}
-
-SReadEnvVar TakeRead(EOrvCollection type) { return std::exchange(ReadSoFar(type), SReadEnvVar()); }
 
 }  // namespace
 
@@ -41,7 +30,7 @@ void COrvEnvVarCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) c
 void COrvEnvVarCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvNamedItemCollection::ReadAttribute(name, value);
     if (name.EqualsNoCase(u"User")) {
-        ReadSoFar(GetType()).isUser = value.IsTrue();
+        ReadSoFar<SReadEnvVar>().isUser = value.IsTrue();
     }
 }
 
@@ -55,14 +44,14 @@ void COrvCreateEnvVarsCollection::WriteItem(CXmlWriter& writer, const COrvItem& 
 void COrvCreateEnvVarsCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvEnvVarCollection::ReadAttribute(name, value);
     if (name.EqualsNoCase(u"Value")) {
-        ReadSoFar(GetType()).value = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
+        ReadSoFar<SReadEnvVar>().value = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
     } else if (name.EqualsNoCase(u"InstallMode")) {
-        ReadSoFar(GetType()).installMode = static_cast<std::uint8_t>(ReadPlainNumber32(value));
+        ReadSoFar<SReadEnvVar>().installMode = static_cast<std::uint8_t>(ReadPlainNumber32(value));
     }
 }
 
 bool COrvCreateEnvVarsCollection::FinishItem() {
-    const SReadEnvVar read = TakeRead(GetType());
+    const auto read = TakeRead<SReadEnvVar>();
     COrvCreateEnvVar* const added = AddItem(TakeReadName(), read.isUser);
     if (added != nullptr) {
         added->SetValue(read.value);
@@ -72,5 +61,5 @@ bool COrvCreateEnvVarsCollection::FinishItem() {
 }
 
 bool COrvDeleteEnvVarsCollection::FinishItem() {
-    return AddItem(TakeReadName(), TakeRead(GetType()).isUser) != nullptr;
+    return AddItem(TakeReadName(), TakeRead<SReadEnvVar>().isUser) != nullptr;
 }

@@ -12,21 +12,11 @@ constexpr std::u16string_view kTarget = u"Target";
 constexpr std::u16string_view kRecursive = u"Recursive";
 constexpr std::u16string_view kRelativeSource = u"RelativeSource";
 
-// What has been read of an element so far. One set serves all collections of a kind: an element
-// that never ends leaves its values to the next.
 struct SReadTarget {
     CStrW target;
     CStrW relativeSource;
     bool recursive = false;
 };
-
-SReadTarget& ReadSoFar(EOrvCollection type) {
-    static SReadTarget values[kOrvCollections];
-    return values[type];
-}
-
-// Takes the values read and forgets them.
-SReadTarget TakeRead(EOrvCollection type) { return std::exchange(ReadSoFar(type), SReadTarget()); }
 
 bool IsRelative(const CFilePathW& path) {
     return path.GetKind() == FilePathRelative || path.GetKind() == FilePathRootRelative;
@@ -70,11 +60,11 @@ void COrvTargetCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) c
 
 void COrvTargetCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     if (name.EqualsNoCase(kTarget)) {
-        ReadSoFar(GetType()).target = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
+        ReadSoFar<SReadTarget>().target = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
     }
 }
 
-CStrW COrvTargetCollection::TakeReadName() { return TakeRead(GetType()).target; }
+CStrW COrvTargetCollection::TakeReadName() { return TakeRead<SReadTarget>().target; }
 
 void COrvDeleteFoldersCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
     COrvTargetCollection::WriteItem(writer, item);
@@ -84,12 +74,12 @@ void COrvDeleteFoldersCollection::WriteItem(CXmlWriter& writer, const COrvItem& 
 void COrvDeleteFoldersCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvTargetCollection::ReadAttribute(name, value);
     if (name.EqualsNoCase(kRecursive)) {
-        ReadSoFar(GetType()).recursive = value.IsTrue();
+        ReadSoFar<SReadTarget>().recursive = value.IsTrue();
     }
 }
 
 bool COrvDeleteFoldersCollection::FinishItem() {
-    const SReadTarget read = TakeRead(GetType());
+    const auto read = TakeRead<SReadTarget>();
     COrvDeleteFolder* const added = AddItem(read.target);
     if (added != nullptr) {
         added->Recursive = read.recursive;
@@ -119,12 +109,12 @@ void COrvCreateFilesCollection::WriteItem(CXmlWriter& writer, const COrvItem& it
 void COrvCreateFilesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvTargetCollection::ReadAttribute(name, value);
     if (name.EqualsNoCase(kRelativeSource)) {
-        ReadSoFar(GetType()).relativeSource = GetSanitizer().Desanitize(value, SanitizeNoPaths);
+        ReadSoFar<SReadTarget>().relativeSource = GetSanitizer().Desanitize(value, SanitizeNoPaths);
     }
 }
 
 bool COrvCreateFilesCollection::FinishItem() {
-    const SReadTarget read = TakeRead(GetType());
+    const auto read = TakeRead<SReadTarget>();
     COrvCreateFile* const added = AddOwned(Make<COrvCreateFile>(read.target));
     if (added != nullptr) {
         added->SetRelativeSource(read.relativeSource);

@@ -12,12 +12,10 @@ namespace {
 
 constexpr std::u16string_view kRecursive = u"Recursive";
 
-// What has been read of a key to delete so far, but for the key itself; an element that never ends
-// leaves it to the next.
-bool& RecursiveReadSoFar() {
-    static bool recursive = true;
-    return recursive;
-}
+// What is read of a key to delete besides the key itself.
+struct SReadDeletion {
+    bool recursive = true;
+};
 
 // One digit, for there is one for every architecture.
 char16_t ArchitectureDigit(std::uint32_t architecture) {
@@ -90,23 +88,16 @@ void COrvKeyItemCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) 
     }
 }
 
-// One set of values serves all collections of a kind: an element that never ends leaves them to the
-// next.
-COrvKeyItemCollection::SReadKey& COrvKeyItemCollection::ReadKeySoFar(EOrvCollection type) {
-    static SReadKey values[kOrvCollections];
-    return values[type];
-}
-
 void COrvKeyItemCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     if (name.EqualsNoCase(u"Target")) {
-        ReadKeySoFar(GetType()).target = GetSanitizer().Desanitize(value, SanitizeNoFilePaths);
+        ReadSoFar<SReadKey>().target = GetSanitizer().Desanitize(value, SanitizeNoFilePaths);
     } else if (name.EqualsNoCase(u"Architecture")) {
-        ParseArchitecture(value, ReadKeySoFar(GetType()).architecture);
+        ParseArchitecture(value, ReadSoFar<SReadKey>().architecture);
     }
 }
 
 COrvKeyItemCollection::SReadKey COrvKeyItemCollection::TakeReadKey() {
-    return std::exchange(ReadKeySoFar(GetType()), SReadKey());
+    return TakeRead<SReadKey>();
 }
 
 bool COrvCreateKeysCollection::FinishItem() {
@@ -122,13 +113,13 @@ void COrvDeleteKeysCollection::WriteItem(CXmlWriter& writer, const COrvItem& ite
 void COrvDeleteKeysCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvKeyItemCollection::ReadAttribute(name, value);
     if (name.EqualsNoCase(kRecursive)) {
-        RecursiveReadSoFar() = value.IsTrue();
+        ReadSoFar<SReadDeletion>().recursive = value.IsTrue();
     }
 }
 
 bool COrvDeleteKeysCollection::FinishItem() {
     const SReadKey read = TakeReadKey();
-    const bool recursive = std::exchange(RecursiveReadSoFar(), true);
+    const bool recursive = TakeRead<SReadDeletion>().recursive;
     COrvDeleteKey* const added = AddItem(read.target, read.architecture);
     if (added != nullptr) {
         added->Recursive = recursive;

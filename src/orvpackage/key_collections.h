@@ -82,9 +82,6 @@ protected:
     void ReadAttribute(const CStrW& name, const CStrW& value) override;
     // The key read of the element that ends; forgets it.
     [[nodiscard]] SReadKey TakeReadKey();
-
-private:
-    [[nodiscard]] static SReadKey& ReadKeySoFar(EOrvCollection type);
 };
 
 class COrvCreateKeysCollection : public COrvKeyItemCollection {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 #include "foundation/file_path_converter.h"
 #include "foundation/number_text.h"
@@ -38,18 +37,6 @@ struct SReadControl {
     std::uint32_t action = 1;
     CDoubleNullStringW arguments;
 };
-
-// What has been read of an element so far, for all collections of a class: an element that never
-// ends leaves its values to the next.
-SOrvService& ServiceReadSoFar() {
-    static SOrvService values;
-    return values;
-}
-
-SReadControl& ControlReadSoFar() {
-    static SReadControl values;
-    return values;
-}
 
 }  // namespace
 
@@ -108,7 +95,7 @@ void COrvCreateServicesCollection::WriteItem(CXmlWriter& writer, const COrvItem&
 
 void COrvCreateServicesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvNamedItemCollection::ReadAttribute(name, value);
-    SOrvService& service = ServiceReadSoFar();
+    auto& service = ReadSoFar<SOrvService>();
     for (const STextAttribute& text : kPlainTexts) {
         if (name.EqualsNoCase(text.name)) {
             service.*text.field = value;
@@ -136,7 +123,7 @@ void COrvCreateServicesCollection::ReadAttribute(const CStrW& name, const CStrW&
 }
 
 bool COrvCreateServicesCollection::FinishItem() {
-    const SOrvService read = std::exchange(ServiceReadSoFar(), SOrvService());
+    const auto read = TakeRead<SOrvService>();
     COrvCreateService* const added = AddItem(TakeReadName());
     if (added == nullptr) {
         return false;
@@ -168,16 +155,16 @@ void COrvControlServicesCollection::WriteItem(CXmlWriter& writer, const COrvItem
 void COrvControlServicesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvNamedItemCollection::ReadAttribute(name, value);
     if (name.EqualsNoCase(u"Action")) {
-        ControlReadSoFar().action = ReadPlainNumber32(value);
+        ReadSoFar<SReadControl>().action = ReadPlainNumber32(value);
     } else if (name.EqualsNoCase(u"Arguments")) {
         // Sanitized string by string on the way out, but desanitized as one text.
-        ControlReadSoFar().arguments =
+        ReadSoFar<SReadControl>().arguments =
             ParseMultiString(GetSanitizer().Desanitize(value, SanitizeNoRegPaths));
     }
 }
 
 bool COrvControlServicesCollection::FinishItem() {
-    const SReadControl read = std::exchange(ControlReadSoFar(), SReadControl());
+    const auto read = TakeRead<SReadControl>();
     COrvControlService* const added = AddItem(TakeReadName());
     if (added != nullptr) {
         added->Action = read.action;

@@ -29,16 +29,10 @@ constexpr STextAttribute kPathTexts[] = {
     {u"WorkingDirectory", &SOrvShortcut::workingDirectory},
 };
 
-// What has been read of an element so far, for all collections of this class.
 struct SReadShortcut {
     SOrvShortcut content;
     std::uint32_t signature = 0;
 };
-
-SReadShortcut& ReadSoFar() {
-    static SReadShortcut values;
-    return values;
-}
 
 std::size_t BlockSize(const std::vector<std::byte>& block) {
     std::uint32_t size = 0;
@@ -62,10 +56,10 @@ void WriteDataBlock(CXmlWriter& writer, std::uint32_t signature,
     }
 }
 
-void ReadDataBlock(CXmlReader& reader) {
+void ReadDataBlock(CXmlReader& reader, SReadShortcut& read) {
     CStrW text;
     reader.GetValueChunked(text);
-    const std::uint32_t signature = std::exchange(ReadSoFar().signature, 0);
+    const std::uint32_t signature = std::exchange(read.signature, 0);
     const auto* const known =
         std::find(platform::kShellLinkBlocks.begin(), platform::kShellLinkBlocks.end(), signature);
     if (known == platform::kShellLinkBlocks.end() || text.GetLength() < 2 ||
@@ -76,7 +70,7 @@ void ReadDataBlock(CXmlReader& reader) {
     std::size_t count = 0;
     HexToBytes(text, bytes.data(), count);
     const auto index = static_cast<std::size_t>(known - platform::kShellLinkBlocks.begin());
-    ReadSoFar().content.dataBlocks[index] = std::move(bytes);
+    read.content.dataBlocks[index] = std::move(bytes);
 }
 
 }  // namespace
@@ -157,7 +151,7 @@ void COrvCreateShortcutsCollection::WriteItem(CXmlWriter& writer, const COrvItem
 
 void COrvCreateShortcutsCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvTargetCollection::ReadAttribute(name, value);
-    SOrvShortcut& content = ReadSoFar().content;
+    SOrvShortcut& content = ReadSoFar<SReadShortcut>().content;
     for (const STextAttribute& text : kPathTexts) {
         if (name.EqualsNoCase(text.name)) {
             content.*text.field = GetSanitizer().Desanitize(value, kPath);
@@ -183,22 +177,22 @@ bool COrvCreateShortcutsCollection::ReadChild(std::u16string_view child, CXmlRea
         return false;
     }
     if (reader.GetNodeType() == platform::EXmlNode::Text) {
-        ReadDataBlock(reader);
+        ReadDataBlock(reader, ReadSoFar<SReadShortcut>());
         return true;
     }
     if (reader.GetNodeType() != platform::EXmlNode::Element) {
         return false;
     }
-    ForEachAttribute(reader, [](const CStrW& name, const CStrW& value) {
+    ForEachAttribute(reader, [this](const CStrW& name, const CStrW& value) {
         if (name.EqualsNoCase(u"Signature")) {
-            ReadSoFar().signature = ReadCheckedNumber32(value);
+            ReadSoFar<SReadShortcut>().signature = ReadCheckedNumber32(value);
         }
     });
     return true;
 }
 
 bool COrvCreateShortcutsCollection::FinishItem() {
-    const SOrvShortcut read = std::exchange(ReadSoFar(), SReadShortcut()).content;
+    const SOrvShortcut read = TakeRead<SReadShortcut>().content;
     COrvCreateShortcut* const added = AddItem(TakeReadName());
     if (added == nullptr) {
         return false;

@@ -1,7 +1,5 @@
 #include "orvpackage/value_collections.h"
 
-#include <utility>
-
 #include "foundation/xml_reader.h"
 #include "foundation/xml_writer.h"
 #include "orvpackage/sanitizer.h"
@@ -9,20 +7,12 @@
 
 namespace {
 
-// What has been read of an element so far, but for its key. One set serves all collections of a
-// kind: an element that never ends leaves its values to the next.
+// What is read of a value besides its key.
 struct SReadValue {
     CStrW name;
     std::uint32_t type = OrvValueUnset;
     CStrW data;
 };
-
-SReadValue& ReadSoFar(EOrvCollection type) {
-    static SReadValue values[kOrvCollections];
-    return values[type];
-}
-
-SReadValue TakeRead(EOrvCollection type) { return std::exchange(ReadSoFar(type), SReadValue()); }
 
 }  // namespace
 
@@ -49,7 +39,7 @@ void COrvValueItemCollection::WriteItem(CXmlWriter& writer, const COrvItem& item
 void COrvValueItemCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvKeyItemCollection::ReadAttribute(name, value);
     if (name.EqualsNoCase(u"Value")) {
-        ReadSoFar(GetType()).name = GetSanitizer().Desanitize(value, SanitizeAll);
+        ReadSoFar<SReadValue>().name = GetSanitizer().Desanitize(value, SanitizeAll);
     }
 }
 
@@ -66,18 +56,18 @@ void COrvCreateValuesCollection::WriteItem(CXmlWriter& writer, const COrvItem& i
 void COrvCreateValuesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
     COrvValueItemCollection::ReadAttribute(name, value);
     if (name.EqualsNoCase(u"Type")) {
-        ParseValueType(value, ReadSoFar(GetType()).type);
+        ParseValueType(value, ReadSoFar<SReadValue>().type);
     }
 }
 
 bool COrvCreateValuesCollection::ReadText(CXmlReader& reader) {
-    reader.GetValueChunked(ReadSoFar(GetType()).data);
+    reader.GetValueChunked(ReadSoFar<SReadValue>().data);
     return true;
 }
 
 bool COrvCreateValuesCollection::FinishItem() {
     const SReadKey key = TakeReadKey();
-    const SReadValue read = TakeRead(GetType());
+    const auto read = TakeRead<SReadValue>();
     COrvCreateValue* const added = AddItem(key.target, read.name, key.architecture);
     if (added != nullptr) {
         ParseValueData(read.data, read.type, GetSanitizer(), *added);
@@ -87,5 +77,5 @@ bool COrvCreateValuesCollection::FinishItem() {
 
 bool COrvDeleteValuesCollection::FinishItem() {
     const SReadKey key = TakeReadKey();
-    return AddItem(key.target, TakeRead(GetType()).name, key.architecture) != nullptr;
+    return AddItem(key.target, TakeRead<SReadValue>().name, key.architecture) != nullptr;
 }
