@@ -1,6 +1,7 @@
 #include "host/system.h"
 
 #include <fstream>
+#include <mutex>
 
 #include "host/console.h"
 #include "platform/com.h"
@@ -24,8 +25,10 @@ struct SCleanUp {
     std::filesystem::path folder;
 };
 SCleanUp s_cleanUp;
+std::mutex s_cleanUpMutex;
 
 void RemoveFolder() {
+    const std::lock_guard lock(s_cleanUpMutex);
     if (!s_cleanUp.folder.empty()) {
         DeleteFileW(s_cleanUp.file.c_str());
         RemoveDirectoryW(s_cleanUp.folder.c_str());
@@ -76,9 +79,12 @@ bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
     if (isMade) {
         m_folder = PathBytes(folder);
         m_file = PathBytes(folder / L"log.html");
-        s_cleanUp = {folder / L"log.html", folder};
+        {
+            const std::lock_guard lock(s_cleanUpMutex);
+            s_cleanUp = {folder / L"log.html", folder};
+        }
         SetConsoleCtrlHandler(&OnEnd, TRUE);
-        std::ofstream file(s_cleanUp.file, std::ios::binary);
+        std::ofstream file(folder / L"log.html", std::ios::binary);
         file << content;
         file.close();
         isMade = !file.fail();
