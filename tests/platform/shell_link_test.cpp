@@ -64,10 +64,13 @@ TEST_F(ReadShellLinkTest, GivesTheFlagsAndBlocksAsTheyStand) {
     }
     const platform::SShellLink link = Read(CTestLink()
                                                .Local(uR"(C:\Data\a.exe)", u"")
+                                               .RelativePath(uR"(..\a.exe)")
+                                               .Arguments(u"-a")
                                                .Environment(uR"(%ProgramFiles%\a.exe)")
                                                .Block(0xA0000002U, std::string(196, 'c'))
                                                .ShowCommand(3));
     EXPECT_EQ(link.path, uR"(%ProgramFiles%\a.exe)");
+    EXPECT_EQ(link.arguments, u"-a");
     EXPECT_EQ(link.showCommand, 3);
     EXPECT_NE(link.flags.value_or(0) & 0x200U, 0U);
     for (std::size_t i = 0; i < link.dataBlocks.size(); ++i) {
