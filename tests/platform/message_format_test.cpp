@@ -78,4 +78,13 @@ TEST(MessageTest, AWidthOfItsOwnIsAnInsertToo) {
     EXPECT_EQ(Compose(u"%1!*u!|%3%b|", 4, 7, u"z"), "   7|z |");
 }
 
+TEST(MessageTest, AnUnknownPlaceholderIsRefused) {
+    if (RunsOnWindows()) {
+        GTEST_SKIP() << "Windows prints some of them";
+    }
+    EXPECT_EQ(Print(99, u"%q", 1), "bad");
+    EXPECT_EQ(Print(99, u"100%"), "bad");
+    EXPECT_EQ(Compose(u"%1!k!", u"a"), "bad");
+}
+
 }  // namespace

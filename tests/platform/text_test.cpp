@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "support/system.h"
 #include "support/text.h"
 
 namespace {
@@ -59,6 +60,10 @@ TEST(SystemTextTest, AnHresultHasTheWordsOfItsErrorNumber) {
     EXPECT_FALSE(SystemText(0x8007000EU).empty());
     EXPECT_FALSE(SystemText(0x80004005U).empty());
     EXPECT_TRUE(SystemText(0x2ABCDEF0U).empty());
+    if (!RunsOnWindows()) {
+        EXPECT_EQ(Utf8(SystemText(2)), "The system cannot find the file specified.\r\n");
+        EXPECT_EQ(Utf8(SystemText(0x80070057U)), "The parameter is incorrect.\r\n");
+    }
 }
 
 }  // namespace
