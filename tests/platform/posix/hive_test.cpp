@@ -106,12 +106,9 @@ CTestHive MakeVariedHive() {
     hive.Key(u"Texts")
         .String(u"", u"default")
         .String(u"Empty", u"")
-        .ExpandString(u"Path", u"%SystemRoot%\\a")
-        .MultiString(u"Several", {u"one", u"two"})
         .String(u"\u0418\u043C\u044F", u"\u0442\u0435\u043A\u0441\u0442")
-        .String(u"\u00E4\u00F6", u"Latin-1");
-    hive.Key(u"Numbers").Dword(u"d", 0x01020304).Qword(u"q", 0x0102030405060708);
-    hive.Key(u"Sizes");
+        .String(u"\u00E4\u00F6", u"Latin-1")
+        .Key(u"Sizes");
     for (const std::size_t size : {0, 1, 3, 4, 5, 16343, 16344}) {
         hive.Binary(Utf16(std::to_string(size)), std::string(size, 'x'));
     }
@@ -132,7 +129,7 @@ TEST(HiveTest, AgreesWithAnotherReaderOnEveryForm) {
                 const std::string bytes =
                     MakeVariedHive().Version(version).Lists(list, partSize).Bytes();
                 const RegistryTree tree = ReadTree(bytes);
-                EXPECT_GT(tree.size(), 100U);
+                EXPECT_GT(tree.size(), 90U);
                 EXPECT_EQ(tree, ReadTreeByHivex(bytes));
             }
         }
@@ -158,44 +155,30 @@ TEST(HiveTest, JoinsTheSegmentsOfLargeData) {
 }
 
 TEST(HiveTest, KnowsANameWithANulByWhatStandsBeforeIt) {
-    const std::u16string cut(u"zero\0key", 8);
-    CHive hive;
-    ASSERT_EQ(LoadBytes(CTestHive().Key(cut).Dword(std::u16string(u"v\0w", 3), 1).Bytes(), hive),
-              ERROR_SUCCESS);
-    EXPECT_THAT(ReadTree(hive), ElementsAre("\\", "zero\\", "zero\\v: 4 01000000"));
-
+    const std::u16string cutKey(u"zero\0key", 8);
+    const std::u16string cutValue(u"v\0w", 3);
+    EXPECT_THAT(ReadTree(CTestHive().Key(cutKey).Dword(cutValue, 1).Bytes()),
+                ElementsAre("\\", "zero\\", "zero\\v: 4 01000000"));
     // A name that is whole comes first, wherever it stands.
-    std::string bytes = CTestHive()
-                            .Key(cut)
-                            .Dword(u"", 1)
-                            .Key(u"zero")
-                            .Dword(std::u16string(u"v\0w", 3), 2)
-                            .Dword(u"v", 3)
-                            .Bytes();
-    SValueNode value;
+    CTestHive source = CTestHive().Key(cutKey).Dword(u"", 1).Key(u"zero");
     CHive both;
-    ASSERT_EQ(LoadBytes(bytes, both), ERROR_SUCCESS);
+    ASSERT_EQ(LoadBytes(source.Dword(cutValue, 2).Dword(u"v", 3).Bytes(), both), ERROR_SUCCESS);
     EXPECT_EQ(both.GetInfo(kRootKey).subKeyCount, 2U);
+    SValueNode value;
     ASSERT_TRUE(both.FindValue(both.FindKey(u"ZERO"), u"V", value));
     EXPECT_EQ(std::to_integer<int>(value.inlineData[0]), 3);
 }
 
-TEST(HiveTest, NoKeyHasAnEmptyName) {
-    CHive hive;
-    ASSERT_EQ(LoadBytes(CTestHive().Key(u"A\\B").Bytes(), hive), ERROR_SUCCESS);
-    EXPECT_NE(hive.FindKey(u"A\\B"), kNoKey);
-    EXPECT_EQ(hive.FindKey(u"A\\\\B"), kNoKey);
-    EXPECT_EQ(hive.FindKey(u"\\A"), kNoKey);
-}
-
-TEST(HiveTest, KeepsLoneSurrogatesInNames) {
+TEST(HiveTest, FindsLoneSurrogatesAndNoEmptyNames) {
     CHive hive;
     ASSERT_EQ(
-        LoadBytes(CTestHive().Key(u"a\xD800").Key(u"a\xDC00").Dword(u"\xDFFF", 1).Bytes(), hive),
+        LoadBytes(CTestHive().Key(u"a\xD800").Key(u"a\xDC00\\b").Dword(u"\xDFFF", 1).Bytes(), hive),
         ERROR_SUCCESS);
-    const KeyNumber key = hive.FindKey(u"A\xDC00");
+    const KeyNumber key = hive.FindKey(u"A\xDC00\\B");
     ASSERT_NE(key, kNoKey);
-    EXPECT_NE(key, hive.FindKey(u"a\xD800"));
+    EXPECT_EQ(hive.FindKey(u"a\xD800\\b"), kNoKey);
+    EXPECT_EQ(hive.FindKey(u"a\xDC00\\\\b"), kNoKey);
+    EXPECT_EQ(hive.FindKey(u"\\a\xDC00"), kNoKey);
     SValueNode value;
     EXPECT_TRUE(hive.FindValue(key, u"\xDFFF", value));
     EXPECT_FALSE(hive.FindValue(key, u"\xDFFE", value));
@@ -229,18 +212,14 @@ TEST(HiveTest, RefusesWhatHasNoHeaderOrNoRoot) {
 class DamagedHiveTest : public testing::Test {
 protected:
     DamagedHiveTest() {
-        m_hive.Key(u"A\\B\\C")
-            .Key(u"A\\D")
-            .Key(u"E\\F")
-            .Key(u"V")
-            .Dword(u"d", 1)
-            .String(u"s", u"text");
+        m_hive.Key(u"A\\B\\C").Key(u"A\\D").Key(u"E\\F").Key(u"V");
+        m_hive.Dword(u"d", 1).String(u"s", u"text");
         m_hive.Binary(u"l", std::string(16345, 'x')).Dword(u"z", 2);
         m_whole = ReadTree(m_hive.Bytes());
     }
 
-    // The lines that the damage took away. Nothing else may change.
-    RegistryTree Lost(const CTestHive& damaged) const {
+    // The paths that the damage took away. Nothing else may change.
+    std::string Lost(const CTestHive& damaged) const {
         CHive hive;
         EXPECT_EQ(LoadBytes(damaged.Bytes(), hive), ERROR_SUCCESS);
         const RegistryTree left = ReadTree(hive);
@@ -248,100 +227,78 @@ protected:
         std::ranges::set_difference(m_whole, left, std::back_inserter(lost));
         EXPECT_EQ(left.size() + lost.size(), m_whole.size());
         EXPECT_TRUE(hive.IsDamaged() || lost.empty());
-        for (std::string& line : lost) {
-            line = line.substr(0, line.find(' '));
+        std::string shown;
+        for (const std::string& line : lost) {
+            shown += line.substr(0, line.find(' ')) + ' ';
         }
-        return lost;
+        return shown;
     }
 
     CTestHive m_hive;
     RegistryTree m_whole;
-
-    const SHiveCell m_root = {SHiveCell::Key, u""};
-    const SHiveCell m_a = {SHiveCell::Key, u"A"};
-    const SHiveCell m_b = {SHiveCell::Key, u"A\\B"};
-    const SHiveCell m_aList = {SHiveCell::SubKeys, u"A"};  // of B and D
-    const SHiveCell m_v = {SHiveCell::Key, u"V"};
-    const SHiveCell m_vList = {SHiveCell::Values, u"V"};
-    const SHiveCell m_text = {SHiveCell::Value, u"V", u"s"};
-    const SHiveCell m_large = {SHiveCell::Value, u"V", u"l"};
-    const SHiveCell m_largeRecord = {SHiveCell::Data, u"V", u"l"};
-    const SHiveCell m_largeList = {SHiveCell::Segments, u"V", u"l"};
 };
 
-TEST_F(DamagedHiveTest, LosesTheKeyWhoseEntryOrRecordIsBad) {
-    const RegistryTree lost = {"A\\B\\", "A\\B\\C\\"};
-    const CTestHive damages[] = {
-        CTestHive(m_hive).Patch32(m_aList, 4, kAnywhere),
-        CTestHive(m_hive).Patch32(m_aList, 4, 4),
-        CTestHive(m_hive).Link(m_aList, 4, m_text),
-        CTestHive(m_hive).Link(m_aList, 4, m_root),
-        CTestHive(m_hive).Link(m_aList, 4, m_a),
-        CTestHive(m_hive).Link(m_aList, 4, {SHiveCell::Key, u"A\\D"}),
-        CTestHive(m_hive).Link(m_aList, 4, {SHiveCell::Key, u"E\\F"}),
-        CTestHive(m_hive).Patch16(m_b, 0, 0),
-        CTestHive(m_hive).Patch16(m_b, 72, 0),
-        CTestHive(m_hive).Patch16(m_b, 72, 9),
-        CTestHive(m_hive).Patch16(m_b, 76, u'\\'),
-        CTestHive(m_hive).Resize(m_b, 88),
-        CTestHive(m_hive).Resize(m_b, -80),
-    };
-    for (const CTestHive& damaged : damages) {
-        SCOPED_TRACE(&damaged - damages);
-        EXPECT_EQ(Lost(damaged), lost);
-    }
-}
-
-TEST_F(DamagedHiveTest, LosesNoMoreThanWhatAListHolds) {
-    EXPECT_THAT(Lost(CTestHive(m_hive).Patch16(m_aList, 0, 0)),
-                ElementsAre("A\\B\\", "A\\B\\C\\", "A\\D\\"));
-    EXPECT_THAT(Lost(CTestHive(m_hive).Link({SHiveCell::Key, u"A\\B"}, 28, m_aList)),
-                ElementsAre("A\\B\\C\\"));
-    // The first of the parts, which has the first two of three keys.
-    m_hive.Lists(EHiveList::Lh, 2);
+TEST_F(DamagedHiveTest, LosesNoMoreThanTheDamageHits) {
+    const SHiveCell root = {SHiveCell::Key, u""};
     const SHiveCell parts = {SHiveCell::SubKeys, u""};
-    EXPECT_THAT(Lost(CTestHive(m_hive).Link(parts, 4, parts)),
-                ElementsAre("A\\", "A\\B\\", "A\\B\\C\\", "A\\D\\", "E\\", "E\\F\\"));
-}
-
-TEST_F(DamagedHiveTest, LosesTheValueWhoseEntryRecordOrDataIsBad) {
+    const SHiveCell a = {SHiveCell::Key, u"A"};
+    const SHiveCell b = {SHiveCell::Key, u"A\\B"};
+    const SHiveCell aList = {SHiveCell::SubKeys, u"A"};  // of B and D
+    const SHiveCell v = {SHiveCell::Key, u"V"};
+    const SHiveCell vList = {SHiveCell::Values, u"V"};
+    const SHiveCell text = {SHiveCell::Value, u"V", u"s"};
+    const SHiveCell large = {SHiveCell::Value, u"V", u"l"};
+    const SHiveCell largeRecord = {SHiveCell::Data, u"V", u"l"};
+    const SHiveCell largeList = {SHiveCell::Segments, u"V", u"l"};
     const std::pair<const char*, CTestHive> damages[] = {
-        {"V\\s:", CTestHive(m_hive).Patch32(m_vList, 4, kAnywhere)},
-        {"V\\s:", CTestHive(m_hive).Link(m_vList, 4, m_v)},
-        {"V\\s:", CTestHive(m_hive).Patch16(m_text, 0, 0)},
-        {"V\\s:", CTestHive(m_hive).Patch16(m_text, 2, 9)},
-        {"V\\s:", CTestHive(m_hive).Patch32(m_text, 4, 200)},
-        {"V\\s:", CTestHive(m_hive).Patch32(m_text, 4, 0x7FFFFFFF)},
-        {"V\\s:", CTestHive(m_hive).Patch32(m_text, 4, 0x80000005)},
-        {"V\\s:", CTestHive(m_hive).Patch32(m_text, 8, kAnywhere)},
-        {"V\\l:", CTestHive(m_hive).Patch32(m_large, 4, 2 * 16344 + 1)},
-        {"V\\l:", CTestHive(m_hive).Patch16(m_largeRecord, 2, 1)},
-        {"V\\l:", CTestHive(m_hive).Patch32(m_largeRecord, 4, kAnywhere)},
-        {"V\\l:", CTestHive(m_hive).Patch32(m_largeList, 0, kAnywhere)},
-        {"V\\l:", CTestHive(m_hive).Resize(m_largeList, -8)},
+        // Keys whose entry or record is bad.
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Patch32(aList, 4, kAnywhere)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Patch32(aList, 4, 4)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Link(aList, 4, text)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Link(aList, 4, root)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Link(aList, 4, a)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Link(aList, 4, {SHiveCell::Key, u"A\\D"})},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Link(aList, 4, {SHiveCell::Key, u"E\\F"})},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Patch16(b, 0, 0)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Patch16(b, 72, 0)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Patch16(b, 72, 9)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Patch16(b, 76, u'\\')},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Resize(b, 88)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Resize(b, -80)},
+        // Lists of keys; the last is of parts, of which the first has two of three keys.
+        {"A\\B\\ A\\B\\C\\ A\\D\\ ", CTestHive(m_hive).Patch16(aList, 0, 0)},
+        {"A\\B\\C\\ ", CTestHive(m_hive).Link(b, 28, aList)},
+        {"A\\ A\\B\\ A\\B\\C\\ A\\D\\ E\\ E\\F\\ ",
+         CTestHive(m_hive).Lists(EHiveList::Lh, 2).Link(parts, 4, parts)},
+        // Values whose entry, record or data is bad.
+        {"V\\s: ", CTestHive(m_hive).Patch32(vList, 4, kAnywhere)},
+        {"V\\s: ", CTestHive(m_hive).Link(vList, 4, v)},
+        {"V\\s: ", CTestHive(m_hive).Patch16(text, 0, 0)},
+        {"V\\s: ", CTestHive(m_hive).Patch16(text, 2, 9)},
+        {"V\\s: ", CTestHive(m_hive).Patch32(text, 4, 200)},
+        {"V\\s: ", CTestHive(m_hive).Patch32(text, 4, 0x7FFFFFFF)},
+        {"V\\s: ", CTestHive(m_hive).Patch32(text, 4, 0x80000005)},
+        {"V\\s: ", CTestHive(m_hive).Patch32(text, 8, kAnywhere)},
+        {"V\\l: ", CTestHive(m_hive).Patch32(large, 4, 2 * 16344 + 1)},
+        {"V\\l: ", CTestHive(m_hive).Patch16(largeRecord, 2, 1)},
+        {"V\\l: ", CTestHive(m_hive).Patch32(largeRecord, 4, kAnywhere)},
+        {"V\\l: ", CTestHive(m_hive).Patch32(largeList, 0, kAnywhere)},
+        {"V\\l: ", CTestHive(m_hive).Resize(largeList, -8)},
+        // Numbers that are not needed.
+        {"", CTestHive(m_hive).Patch32({SHiveCell::Header, u""}, 40, 4096)},
+        {"", CTestHive(m_hive).Patch16(aList, 2, 0xFFFF)},
+        {"", CTestHive(m_hive).Patch32(a, 20, 1)},
+        {"", CTestHive(m_hive).Patch32(a, 20, 0xFFFFFFFF)},
+        {"", CTestHive(m_hive).Patch32(b, 16, kAnywhere)},
+        {"", CTestHive(m_hive).Link(b, 16, root)},
+        {"", CTestHive(m_hive).Patch32(a, 52, 0)},
+        {"", CTestHive(m_hive).Patch32(v, 36, 0x10000000)},
+        {"", CTestHive(m_hive).Patch32(v, 60, 0)},
+        {"", CTestHive(m_hive).Resize(b, -0x70000000)},
     };
     for (const auto& damage : damages) {
         SCOPED_TRACE(&damage - damages);
-        EXPECT_THAT(Lost(damage.second), ElementsAre(damage.first));
-    }
-}
-
-TEST_F(DamagedHiveTest, LosesNothingToANumberThatIsNotNeeded) {
-    const CTestHive damages[] = {
-        CTestHive(m_hive).Patch32({SHiveCell::Header, u""}, 40, 4096),
-        CTestHive(m_hive).Patch16(m_aList, 2, 0xFFFF),
-        CTestHive(m_hive).Patch32(m_a, 20, 1),
-        CTestHive(m_hive).Patch32(m_a, 20, 0xFFFFFFFF),
-        CTestHive(m_hive).Patch32(m_b, 16, kAnywhere),
-        CTestHive(m_hive).Link(m_b, 16, m_root),
-        CTestHive(m_hive).Patch32(m_a, 52, 0),
-        CTestHive(m_hive).Patch32(m_v, 36, 0x10000000),
-        CTestHive(m_hive).Patch32(m_v, 60, 0),
-        CTestHive(m_hive).Resize(m_b, -0x70000000),
-    };
-    for (const CTestHive& damaged : damages) {
-        SCOPED_TRACE(&damaged - damages);
-        EXPECT_THAT(Lost(damaged), ElementsAre());
+        EXPECT_EQ(Lost(damage.second), damage.first);
     }
 }
 
@@ -383,35 +340,29 @@ TEST(HiveTest, BoundsWhatOneListGivesToManyKeys) {
 
 TEST(HiveTest, HasNoLimitsOfNumberOrDepth) {
     constexpr std::uint32_t kCount = 80000;  // beyond the counters of 16 bits
-    constexpr std::uint32_t kDepth = 5000;
-    CTestHive source;
     std::u16string deep = u"Deep";
-    for (std::uint32_t i = 0; i < kDepth; ++i) {
+    for (int i = 0; i < 5000; ++i) {
         deep += u"\\d";
     }
-    source.Key(deep).Dword(u"x", 1).Key(u"Values");
+    CTestHive source = CTestHive().Key(deep).Dword(u"x", 1).Key(u"Many");
     for (std::uint32_t i = 0; i < kCount; ++i) {
-        source.Dword(Utf16(std::to_string(i)), i);
-    }
-    source.Key(u"Keys");
-    for (std::uint32_t i = 0; i < kCount; ++i) {
-        source.SubKey(Utf16(std::to_string(i)));
+        const std::u16string name = Utf16(std::to_string(i));
+        source.Dword(name, i).SubKey(name);
     }
     CHive hive;
     ASSERT_EQ(LoadBytes(source.Bytes(), hive), ERROR_SUCCESS);
     EXPECT_EQ(hive.GetInfo(hive.FindKey(deep)).valueCount, 1U);
-    const KeyNumber keys = hive.FindKey(u"Keys");
-    const KeyNumber values = hive.FindKey(u"Values");
+    const KeyNumber many = hive.FindKey(u"Many");
     SValueNode value;
     std::u16string name;
     std::uint32_t found = 0;
-    for (std::uint32_t i = 0; hive.GetChildName(keys, i, name); ++i) {
+    for (std::uint32_t i = 0; hive.GetChildName(many, i, name); ++i) {
         const bool hasBoth =
-            hive.FindKey(u"Keys\\" + name) != kNoKey && hive.FindValue(values, name, value);
+            hive.FindKey(u"Many\\" + name) != kNoKey && hive.FindValue(many, name, value);
         found += hasBoth ? 1 : 0;
     }
     EXPECT_EQ(found, kCount);
-    EXPECT_FALSE(hive.FindValue(values, u"80000", value));
+    EXPECT_FALSE(hive.FindValue(many, u"80000", value));
 }
 
 }  // namespace
