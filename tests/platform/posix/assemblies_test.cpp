@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <tuple>
 
 #include "platform/posix/managed_assembly.h"
 #include "support/little_endian.h"
@@ -41,12 +42,7 @@ protected:
 
 TEST_F(AssemblyStoreTest, FindsTheComponentOfAnIdentity) {
     // The long names have 43, 40 and 41 characters.
-    const struct {
-        const char* name;
-        const char* version;
-        const char* more;
-        const char* component;
-    } kAssemblies[] = {
+    const std::tuple<const char*, const char*, const char*, std::string> assemblies[] = {
         {"Microsoft.VC90.CRT", "9.0", "", "x86_microsoft.vc90.crt_1fc8_9.0_none_508ff82e"},
         {"microsoft.vc90.crt", "9.0", R"(,language="neutral")",
          "x86_microsoft.vc90.crt_1fc8_9.0_none_508ff82e"},
@@ -60,11 +56,11 @@ TEST_F(AssemblyStoreTest, FindsTheComponentOfAnIdentity) {
         {"Microsoft.VC80.CRT", "8.0", "", "x86_Microsoft.VC80.CRT_1fc8_8.0_x-ww_6b128700"},
     };
     m_folder.MakeFolder("Windows/winsxs/x86_nohash_1fc8_1.0_none");
-    for (const auto& assembly : kAssemblies) {
-        m_folder.MakeFolder(std::string("Windows/winsxs/") + assembly.component);
+    for (const auto& [name, version, more, component] : assemblies) {
+        m_folder.MakeFolder("Windows/winsxs/" + component);
     }
-    for (const auto& assembly : kAssemblies) {
-        EXPECT_EQ(Find(assembly.name, assembly.version, assembly.more), assembly.component);
+    for (const auto& [name, version, more, component] : assemblies) {
+        EXPECT_EQ(Find(name, version, more), component);
     }
     EXPECT_EQ(Find("Microsoft.VC90.CRT", "9.1"), "-");
     EXPECT_EQ(Find("Microsoft.VC90.CRT", "9.0", R"(,language="de-DE")"), "-");
@@ -114,11 +110,7 @@ TEST(ManagedAssemblyTest, DamagedHeadersAreNoAssembly) {
     using Layout = SModuleLayout;
     const CTempFolder folder;
     const std::string whole = MakeModule(1);
-    const struct {
-        const char* what;
-        std::size_t offset;
-        std::uint32_t number;
-    } kDamages[] = {
+    const std::tuple<const char*, std::size_t, std::uint32_t> damages[] = {
         {"no MZ", 0, 0},
         {"image behind the end", 60, 0xFFFFFFFF},
         {"no PE", Layout::kImage, 0},
@@ -133,10 +125,10 @@ TEST(ManagedAssemblyTest, DamagedHeadersAreNoAssembly) {
         {"no tables", Layout::kTables - 4, 0},
         {"tables behind the end", Layout::kTables - 12, 0xFFFFFFFF},
     };
-    for (const auto& damage : kDamages) {
+    for (const auto& [what, offset, number] : damages) {
         std::string bytes = whole;
-        PutNumber(bytes, damage.offset, damage.number, 4);
-        EXPECT_FALSE(IsManaged(folder, bytes)) << damage.what;
+        PutNumber(bytes, offset, number, 4);
+        EXPECT_FALSE(IsManaged(folder, bytes)) << what;
     }
     const std::string path = folder.Path("a.dll").string();
     ASSERT_TRUE(IsManaged(folder, whole));
