@@ -1,34 +1,21 @@
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "conversion/conversion.h"
-#include "support/hive_builder.h"
 #include "support/system.h"
 #include "support/text.h"
 
 namespace {
 
-constexpr const char* kGuid = "{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}";
-constexpr const char* kOtherGuid = "{11111111-2222-3333-4444-555555555555}";
 const std::string kStore = "C/Windows/WinSxS/";
 const std::string kComponent = "x86_app.crt_1fc8b3b9a1e18e3b_9.0.21022.8_none_bcb86ed6ac711f91";
 
-class AssemblyConversionTest : public testing::Test {
+class AssemblyConversionTest : public ConversionTest {
 protected:
     // Converts a capture with an assembly in its store, and an empty one, on a machine whose
     // Windows folder is `windows`, a path below the test's folder.
     void ConvertOn(const std::string& windows) {
-        m_conversion.UseMachine("[system]\nwindows = '" +
-                                Utf8(m_conversion.Folder().Name(windows)) +
-                                "'\n[folders]\n[environment]\n[registry]\nhivelist = []\n");
-        const std::string hive = CTestHive().LoadableBytes();
-        CTestTarget first("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9");
-        CTestTarget second("11111111-2222-3333-4444-555555555555");
-        first.Sandbox()
-            .Hive(hive)
-            .File("C/App/app.exe", "program")
+        UseMachine("[system]\nwindows = '" + Utf8(m_folder.Name(windows)) +
+                   "'\n[folders]\n[environment]\n[registry]\nhivelist = []\n");
+        CTestTarget target = TestTarget();
+        target.File("C/App/app.exe", "program")
             .File(kStore + "Manifests/" + kComponent + ".manifest",
                   "<assembly xmlns=\"urn:schemas-microsoft-com:asm.v1\" manifestVersion=\"1.0\">"
                   "<assemblyIdentity type=\"win32\" name=\"App.CRT\" version=\"9.0.21022.8\" "
@@ -37,11 +24,10 @@ protected:
             .File(kStore + "Manifests/" + kComponent + ".cat", "catalog")
             .File(kStore + kComponent + "/r.dll", "r")
             .File(kStore + kComponent + "/p.dll", "p");
-        second.Sandbox().Hive(hive);
-        ASSERT_EQ(m_conversion.Convert(CTestPackage().Target(first).Target(second)), 0U);
-        EXPECT_TRUE(m_conversion.LogLines().empty());
+        const CTestTarget other = OtherTarget().Sandbox().Hive(CTestHive().LoadableBytes());
+        ASSERT_EQ(Convert(CTestPackage().Target(target).Target(other)), 0U);
+        EXPECT_TRUE(m_logLines.empty());
     }
-    CTestConversion m_conversion;
 };
 
 TEST_F(AssemblyConversionTest, AssemblyOfACaptureInTheMachinesStoreIsCarriedWhole) {
@@ -57,8 +43,8 @@ TEST_F(AssemblyConversionTest, AssemblyOfACaptureInTheMachinesStoreIsCarriedWhol
         folder + kComponent + ".manifest\" CatalogRelativeSource=\"" + folder + kComponent +
         ".cat\"><File RelativeSource=\"" + folder + "p.dll\" /><File RelativeSource=\"" + folder +
         "r.dll\" /></Assembly>\n</CreateAssemblies>\n";
-    EXPECT_EQ(m_conversion.Collection(kGuid, "CreateAssemblies"), element);
-    EXPECT_EQ(m_conversion.Collection(kGuid, "CreateFiles"),
+    EXPECT_EQ(Collection("CreateAssemblies"), element);
+    EXPECT_EQ(Collection("CreateFiles"),
               "<CreateFiles>\n<File Target=\"C:\\App\\app.exe\" RelativeSource=\"C\\App\\app.exe\" "
               "/>\n</CreateFiles>\n");
     const std::string payload = "Assemblies/" + kComponent + "/";
@@ -66,18 +52,18 @@ TEST_F(AssemblyConversionTest, AssemblyOfACaptureInTheMachinesStoreIsCarriedWhol
                                       payload + kComponent + ".cat",
                                       payload + kComponent + ".manifest"};
     // What was gathered of one target goes with the next as well.
-    EXPECT_EQ(m_conversion.Collection(kOtherGuid, "CreateAssemblies"), element);
-    EXPECT_EQ(m_conversion.Payload(kOtherGuid), files);
+    EXPECT_EQ(Collection("CreateAssemblies", kOtherGuid), element);
+    EXPECT_EQ(Payload(kOtherGuid), files);
     files.emplace_back("C/App/app.exe");
-    EXPECT_EQ(m_conversion.Payload(kGuid), files);
+    EXPECT_EQ(Payload(), files);
 }
 
 TEST_F(AssemblyConversionTest, CaptureElsewhereKeepsItsAssembliesAsFiles) {
-    m_conversion.Folder().MakeFolder("machine/Windows/WinSxS/" + kComponent);
+    m_folder.MakeFolder("machine/Windows/WinSxS/" + kComponent);
     ConvertOn("machine/Windows");
-    EXPECT_EQ(m_conversion.Collection(kGuid, "CreateAssemblies"), "");
-    EXPECT_EQ(m_conversion.Payload(kGuid).size(), 5U);
-    EXPECT_TRUE(m_conversion.Payload(kOtherGuid).empty());
+    EXPECT_EQ(Collection("CreateAssemblies"), "");
+    EXPECT_EQ(Payload().size(), 5U);
+    EXPECT_TRUE(Payload(kOtherGuid).empty());
 }
 
 }  // namespace

@@ -1,12 +1,9 @@
 #include "conversion/conversion.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <sstream>
 
-#include "orvcasconv/orvcasconv.h"
 #include "platform/com.h"
 #include "support/manifest.h"
 #include "support/system.h"
@@ -29,15 +26,6 @@ std::uint32_t Note(const OrvProgress* root) {
     return 0;
 }
 
-std::vector<std::string> LinesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 // "Error: text" from a line of the log.
 std::string WithoutHtml(const std::string& line) {
     std::string text;
@@ -52,6 +40,12 @@ std::string WithoutHtml(const std::string& line) {
 
 }  // namespace
 
+CTestTarget TestTarget(const CTestHive& hive) {
+    return CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9").Sandbox().Hive(hive.LoadableBytes());
+}
+
+CTestTarget OtherTarget() { return CTestTarget("11111111-2222-3333-4444-555555555555"); }
+
 std::basic_string<OrvChar> HostText(const std::u16string& text) {
     return {text.begin(), text.end()};
 }
@@ -60,22 +54,32 @@ std::string TextOfHost(const OrvChar* text) {
     return Utf8(reinterpret_cast<const char16_t*>(text));
 }
 
-void CTestConversion::UseMachine(std::string_view toml) {
+void ConversionTest::SetUp() {
+    UseMachine(
+        "[folders]\nCSIDL_PROGRAM_FILES = 'C:\\Program Files'\nCSIDL_WINDOWS = 'C:\\Windows'\n"
+        "[environment]\nSystemDrive = 'C:'\n"
+        "[user]\nsid = 'S-1-5-21-1-2-3-1000'\n[registry]\nhivelist = []\n");
+}
+
+void ConversionTest::TearDown() { SetEnvironment(kMachineVariable, ""); }
+
+void ConversionTest::UseMachine(std::string_view toml) {
     m_folder.WriteFile("machine.toml", toml);
     SetEnvironment(kMachineVariable, m_folder.Path("machine.toml").string());
 }
 
-CTestConversion::~CTestConversion() { SetEnvironment(kMachineVariable, ""); }
-
-std::uint32_t CTestConversion::Convert(const CTestPackage& package) {
+std::uint32_t ConversionTest::Convert(const CTestPackage& package) {
     package.Write(m_folder.Path("package"), "App.profile");
-    return ConvertFile("package/App.profile");
+    return ConvertFile();
 }
 
-std::uint32_t CTestConversion::ConvertFile(std::string_view profile) {
+std::uint32_t ConversionTest::Convert(CTestTarget target) {
+    return Convert(CTestPackage().Target(std::move(target)));
+}
+
+std::uint32_t ConversionTest::ConvertFile(std::string_view profile) {
     g_progress.clear();
     m_guids.clear();
-    m_logLines.clear();
     GUID* guids = nullptr;
     std::uint32_t count = 0;
     const std::uint32_t status = CasToOrvW(
@@ -86,30 +90,32 @@ std::uint32_t CTestConversion::ConvertFile(std::string_view profile) {
         m_guids.push_back(Utf8(platform::GuidToText(guids[i])));
     }
     FreeAsHost(guids);
+    m_progress = g_progress;
     ReadLog();
     return status;
 }
 
 // The log holds the lines of every conversion of the process; those from before are passed over.
-void CTestConversion::ReadLog() {
+void ConversionTest::ReadLog() {
     static std::size_t oldLines = 0;
+    m_logLines.clear();
     if (m_folder.Exists("log.html")) {
-        const std::vector<std::string> lines =
-            LinesOf(ReadUtf16File(m_folder.ReadFile("log.html")));
-        for (std::size_t i = oldLines; i < lines.size(); ++i) {
-            m_logLines.push_back(WithoutHtml(lines[i]));
+        std::istringstream log(ReadUtf16File(m_folder.ReadFile("log.html")));
+        std::size_t count = 0;
+        for (std::string line; std::getline(log, line); ++count) {
+            if (count >= oldLines) {
+                m_logLines.push_back(WithoutHtml(line));
+            }
         }
-        oldLines = lines.size();
+        oldLines = count;
     }
 }
 
-const std::vector<std::string>& CTestConversion::Progress() const { return g_progress; }
-
-std::string CTestConversion::Manifest(std::string_view guid) const {
-    return ReadManifestFile(m_folder.ReadFile("out/" + std::string(guid) + "/app.orv"));
+std::string ConversionTest::Manifest(const std::string& guid) const {
+    return ReadManifestFile(m_folder.ReadFile("out/" + guid + "/app.orv"));
 }
 
-std::string CTestConversion::Collection(std::string_view guid, const std::string& name) const {
+std::string ConversionTest::Collection(const std::string& name, const std::string& guid) const {
     const std::string manifest = Manifest(guid);
     const std::string end = "</" + name + ">\n";
     const std::size_t first = manifest.find("<" + name + ">");
@@ -118,8 +124,12 @@ std::string CTestConversion::Collection(std::string_view guid, const std::string
                : manifest.substr(first, manifest.find(end) + end.size() - first);
 }
 
-std::vector<std::string> CTestConversion::Payload(std::string_view guid) const {
-    const std::filesystem::path root = m_folder.Path("out/" + std::string(guid));
+bool ConversionTest::Holds(const std::string& collection, const std::string& item) const {
+    return Collection(collection).find(item) != std::string::npos;
+}
+
+std::vector<std::string> ConversionTest::Payload(const std::string& guid) const {
+    const std::filesystem::path root = m_folder.Path("out/" + guid);
     std::vector<std::string> files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
         const std::filesystem::path below = entry.path().native().substr(root.native().size() + 1);
@@ -130,4 +140,10 @@ std::vector<std::string> CTestConversion::Payload(std::string_view guid) const {
     }
     std::sort(files.begin(), files.end());
     return files;
+}
+
+bool ConversionTest::WasSeen(const std::string& text) const {
+    return std::any_of(m_progress.begin(), m_progress.end(), [&text](const std::string& line) {
+        return line.find(text) != std::string::npos;
+    });
 }

@@ -2,52 +2,65 @@
 // exported functions.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "orvcasconv/orvcasconv.h"
+#include "support/hive_builder.h"
 #include "support/package_builder.h"
 #include "support/temp_folder.h"
+
+inline const std::string kGuid = "{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}";
+inline const std::string kOtherGuid = "{11111111-2222-3333-4444-555555555555}";
+
+// The targets of these. All files of the first can be read, so that nothing is logged of it; the
+// other one has none.
+CTestTarget TestTarget(const CTestHive& hive = {});
+CTestTarget OtherTarget();
 
 // A text as the exported functions take it, and one that they give, in UTF-8.
 std::basic_string<OrvChar> HostText(const std::u16string& text);
 std::string TextOfHost(const OrvChar* text);
 
-class CTestConversion {
-public:
-    CTestConversion() = default;
-    ~CTestConversion();
-    CTestConversion(const CTestConversion&) = delete;
-    CTestConversion& operator=(const CTestConversion&) = delete;
+// Conversions on a machine so small that every token of a manifest can be seen in its test.
+class ConversionTest : public testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
 
-    // Has the library convert on the machine of a description, which it reads from a file, as a
-    // host's user would name one.
+    // Has the library convert on the machine of another description, which it reads from a file, as
+    // a host's user would name one.
     void UseMachine(std::string_view toml);
 
-    // Writes the package to the folder "package" and converts it to "out/app.orv".
+    // Writes the package, or one with this target alone, to the folder "package" and converts it to
+    // "out/app.orv".
     std::uint32_t Convert(const CTestPackage& package);
+    std::uint32_t Convert(CTestTarget target);
     // Converts the file at `profile`, a path below the folder.
-    std::uint32_t ConvertFile(std::string_view profile);
+    std::uint32_t ConvertFile(std::string_view profile = "package/App.profile");
 
-    // What the last conversion left. Log lines are its own alone, without HTML.
-    [[nodiscard]] const std::vector<std::string>& Guids() const { return m_guids; }
-    [[nodiscard]] const std::vector<std::string>& LogLines() const { return m_logLines; }
-    [[nodiscard]] std::string Manifest(std::string_view guid) const;
+    [[nodiscard]] std::string Manifest(const std::string& guid = kGuid) const;
     // The element of one collection in the manifest; empty when it is not there.
-    [[nodiscard]] std::string Collection(std::string_view guid, const std::string& name) const;
+    [[nodiscard]] std::string Collection(const std::string& name,
+                                         const std::string& guid = kGuid) const;
+    // Whether that element holds an item with these attributes and text.
+    [[nodiscard]] bool Holds(const std::string& collection, const std::string& item) const;
     // Every file below the target's folder but the manifest, sorted, with slashes.
-    [[nodiscard]] std::vector<std::string> Payload(std::string_view guid) const;
-    // What the host saw at each notification.
-    [[nodiscard]] const std::vector<std::string>& Progress() const;
+    [[nodiscard]] std::vector<std::string> Payload(const std::string& guid = kGuid) const;
+    // Whether a notification that the host got had this in its chain, "1/2 message|" a level.
+    [[nodiscard]] bool WasSeen(const std::string& text) const;
 
-    CTempFolder& Folder() { return m_folder; }
+    CTempFolder m_folder;
+    // What the last conversion left: GUIDs, its own lines of the log without HTML, and each
+    // notification.
+    std::vector<std::string> m_guids;
+    std::vector<std::string> m_logLines;
+    std::vector<std::string> m_progress;
 
 private:
     void ReadLog();
-
-    CTempFolder m_folder;
-    std::vector<std::string> m_guids;
-    std::vector<std::string> m_logLines;
 };

@@ -1,52 +1,21 @@
 #include "conversion/conversion.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <filesystem>
-#include <string>
-#include <vector>
 
-#include "orvcasconv/orvcasconv.h"
 #include "platform/files.h"
-#include "support/hive_builder.h"
 #include "support/link_builder.h"
 #include "support/system.h"
-#include "support/text.h"
 
 namespace {
 
-constexpr const char* kGuid = "{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}";
-constexpr const char* kOtherGuid = "{11111111-2222-3333-4444-555555555555}";
-
-CTestTarget TestTarget(std::string_view version = "1") {
-    return CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9", version)
-        .Sandbox()
-        .Hive(CTestHive().LoadableBytes());
-}
-
-class ConversionTest : public testing::Test {
-protected:
-    // Converts a package with one target.
-    std::uint32_t Convert(CTestTarget target) {
-        return m_conversion.Convert(CTestPackage().Target(std::move(target)));
-    }
-
-    // A small machine, so that every token of a manifest can be seen here.
-    void SetUp() override {
-        m_conversion.UseMachine(
-            "[folders]\nCSIDL_PROGRAM_FILES = 'C:\\Program Files'\n"
-            "CSIDL_WINDOWS = 'C:\\Windows'\n"
-            "[environment]\nSystemDrive = 'C:'\n");
-    }
-
-    CTestConversion m_conversion;
-};
+using Files = std::vector<std::string>;
 
 TEST_F(ConversionTest, TargetBecomesAManifestWithItsPayload) {
     const std::string link =
         CTestLink().Local(uR"(C:\Program Files\App\app.exe)", u"").Arguments(u"-x 5%").Bytes();
-    ASSERT_EQ(Convert(TestTarget("3")
+    ASSERT_EQ(Convert(CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9", "3")
+                          .Sandbox()
+                          .Hive(CTestHive().LoadableBytes())
                           .Elements("<CreateOS>12</CreateOS>")
                           .File("C/Program Files/App/app.exe", "program")
                           .File("C/Program Files/App/Data/\xC3\xA9t\xC3\xA9 50%.txt", "summer")
@@ -54,15 +23,14 @@ TEST_F(ConversionTest, TargetBecomesAManifestWithItsPayload) {
                           .File("C/Users/Public/Desktop/App.LNK", link)
                           .Placeholder("C/ProgramData/App")),
               0U);
-    EXPECT_TRUE(m_conversion.LogLines().empty());
-    EXPECT_EQ(m_conversion.Guids(), std::vector<std::string>{kGuid});
-    EXPECT_EQ(m_conversion.Payload(kGuid),
-              (std::vector<std::string>{"CSIDL_PROGRAM_FILES/App/Data/\xC3\xA9t\xC3\xA9 50%.txt",
-                                        "CSIDL_PROGRAM_FILES/App/app.exe", "D/d.txt"}));
+    EXPECT_TRUE(m_logLines.empty());
+    EXPECT_EQ(m_guids, std::vector<std::string>{kGuid});
+    EXPECT_EQ(Payload(), (Files{"CSIDL_PROGRAM_FILES/App/Data/\xC3\xA9t\xC3\xA9 50%.txt",
+                                "CSIDL_PROGRAM_FILES/App/app.exe", "D/d.txt"}));
     // Wine tells of the arguments alone.
     const std::string flags = RunsInWine() ? "0x20" : "0xA2";
     EXPECT_EQ(
-        m_conversion.Manifest(kGuid),
+        Manifest(),
         "<?xml version=\"1.0\" encoding=\"utf-16\"?>\n<Package Version=\"1\">\n<Properties>\n"
         "<Name>App_{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}</Name>\n<Version>3</Version>\n"
         "<Architecture>x64</Architecture>\n<PerUserInstall>1</PerUserInstall>\n</Properties>\n"
@@ -86,63 +54,51 @@ TEST_F(ConversionTest, MarkedFilesAndShortcutsAreDeleted) {
     ASSERT_EQ(
         Convert(TestTarget().DeletedFile("C/Windows/old.dll").DeletedFile("C/Windows/old.lnk")),
         0U);
-    EXPECT_TRUE(m_conversion.LogLines().empty());
-    EXPECT_EQ(m_conversion.Payload(kGuid), std::vector<std::string>{});
-    EXPECT_EQ(m_conversion.Collection(kGuid, "DeleteFiles"),
-              "<DeleteFiles>\n<File Target=\"%CSIDL_WINDOWS%\\old.dll\" />\n</DeleteFiles>\n");
-    EXPECT_EQ(m_conversion.Collection(kGuid, "DeleteShortcuts"),
+    EXPECT_TRUE(m_logLines.empty());
+    EXPECT_EQ(Payload(), Files{});
+    EXPECT_EQ(Collection("DeleteFiles") + Collection("DeleteShortcuts"),
+              "<DeleteFiles>\n<File Target=\"%CSIDL_WINDOWS%\\old.dll\" />\n</DeleteFiles>\n"
               "<DeleteShortcuts>\n<Shortcut Target=\"%CSIDL_WINDOWS%\\old.lnk\" />\n"
               "</DeleteShortcuts>\n");
 }
 
 TEST_F(ConversionTest, ArchitectureFollowsTheCapturesSystem) {
-    for (const auto& [system, name] :
-         std::vector<std::pair<std::string, std::string>>{{"0", "x86"},
-                                                          {"1", "x64"},
-                                                          {"10", "x86"},
-                                                          {"11", "x64"},
-                                                          {"12", "x64"},
-                                                          {"13", "x86"}}) {
-        SCOPED_TRACE(system);
-        ASSERT_EQ(Convert(TestTarget().Elements("<CreateOS>" + system + "</CreateOS>")), 0U);
-        EXPECT_NE(m_conversion.Manifest(kGuid).find("<Architecture>" + name + "<"),
-                  std::string::npos);
+    const std::string names[] = {"x86", "x64", "x86", "x64", "x64", "x86"};
+    const std::string systems[] = {"0", "1", "10", "11", "12", "13"};
+    for (std::size_t i = 0; i < std::size(names); ++i) {
+        SCOPED_TRACE(systems[i]);
+        ASSERT_EQ(Convert(TestTarget().Elements("<CreateOS>" + systems[i] + "</CreateOS>")), 0U);
+        EXPECT_NE(Manifest().find("<Architecture>" + names[i] + "<"), std::string::npos);
     }
 }
 
 TEST_F(ConversionTest, ProgressTellsOfEveryLevel) {
-    ASSERT_EQ(
-        m_conversion.Convert(CTestPackage()
-                                 .Target(TestTarget().File("C/a").Placeholder("C/p"))
-                                 .Target(CTestTarget("11111111-2222-3333-4444-555555555555"))),
-        0U);
-    EXPECT_EQ(m_conversion.Guids(), (std::vector<std::string>{kGuid, kOtherGuid}));
-    const std::vector<std::string>& seen = m_conversion.Progress();
-    ASSERT_FALSE(seen.empty());
-    EXPECT_NE(seen.front().find("0/1 Converting "), std::string::npos);
-    EXPECT_NE(seen.front().find(std::string("|0/2 CAS Target:  ") + kGuid + "|1/10 Processing "),
+    ASSERT_EQ(Convert(CTestPackage()
+                          .Target(TestTarget().File("C/a").Placeholder("C/p"))
+                          .Target(OtherTarget())),
+              0U);
+    EXPECT_EQ(m_guids, (std::vector<std::string>{kGuid, kOtherGuid}));
+    ASSERT_FALSE(m_progress.empty());
+    EXPECT_NE(m_progress.front().find("0/1 Converting "), std::string::npos);
+    EXPECT_NE(m_progress.front().find("|0/2 CAS Target:  " + kGuid + "|1/10 Processing "),
               std::string::npos);
-    const auto holds = [&seen](const std::string& text) {
-        return std::any_of(seen.begin(), seen.end(), [&text](const std::string& line) {
-            return line.find(text) != std::string::npos;
-        });
-    };
     // The drive, the file, the folder and its placeholder.
-    EXPECT_TRUE(holds("|3/10 Processing files.|4/4 "));
-    EXPECT_TRUE(holds("|9/10 Processing assemblies|"));
-    EXPECT_TRUE(holds("|10/10 Saving target.|"));
-    EXPECT_TRUE(holds("|2/2 CAS Target:  "));
-    EXPECT_TRUE(seen.back().starts_with("1/1 Converting "));
+    EXPECT_TRUE(WasSeen("|3/10 Processing files.|4/4 "));
+    EXPECT_TRUE(WasSeen("|9/10 Processing assemblies|"));
+    EXPECT_TRUE(WasSeen("|10/10 Saving target.|"));
+    EXPECT_TRUE(WasSeen("|2/2 CAS Target:  "));
+    EXPECT_TRUE(m_progress.back().starts_with("1/1 Converting "));
 }
 
 TEST_F(ConversionTest, TargetWithoutAnythingStillGivesAManifest) {
-    ASSERT_EQ(Convert(CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9")), 0U);
-    ASSERT_EQ(m_conversion.LogLines().size(), 2U);
-    EXPECT_NE(m_conversion.LogLines()[0].find("Error: Failed to read the file '"),
-              std::string::npos);
-    EXPECT_NE(m_conversion.LogLines()[0].find("SandboxData.xml' .  .  "), std::string::npos);
-    EXPECT_EQ(m_conversion.Collection(kGuid, "CreateFiles"), "");
-    EXPECT_NE(m_conversion.Manifest(kGuid).find("<Version>1</Version>"), std::string::npos);
+    ASSERT_EQ(Convert(OtherTarget()), 0U);
+    ASSERT_EQ(m_logLines.size(), 2U);
+    EXPECT_TRUE(m_logLines[0].starts_with("Error: Failed to read the file '"));
+    EXPECT_NE(m_logLines[0].find("SandboxData.xml' .  .  "), std::string::npos);
+    EXPECT_TRUE(m_logLines[1].starts_with("Warning: Failed to read the file '"));
+    EXPECT_NE(m_logLines[1].find("InstallRoot.dat' .  .  "), std::string::npos);
+    EXPECT_EQ(Collection("CreateFiles", kOtherGuid), "");
+    EXPECT_NE(Manifest(kOtherGuid).find("<Version>1</Version>"), std::string::npos);
 }
 
 TEST_F(ConversionTest, DeepFoldersGetTheirPayload) {
@@ -151,85 +107,80 @@ TEST_F(ConversionTest, DeepFoldersGetTheirPayload) {
         deep += "/a folder with a long name " + std::to_string(i);
     }
     ASSERT_EQ(Convert(TestTarget().File(deep + "/deep.txt", "deep")), 0U);
-    EXPECT_TRUE(m_conversion.LogLines().empty());
+    EXPECT_TRUE(m_logLines.empty());
     platform::SFindData found;
-    const std::u16string payload = m_conversion.Folder().Name(
-        "out/" + std::string(kGuid) + "/SystemDrive" + deep.substr(1) + "/deep.txt");
+    const std::u16string payload =
+        m_folder.Name("out/" + kGuid + "/SystemDrive" + deep.substr(1) + "/deep.txt");
     EXPECT_EQ(platform::FindEntry((uR"(\\?\)" + payload).c_str(), found), 0);
-    EXPECT_NE(m_conversion.Manifest(kGuid).find("Target=\"\\\\?\\%SystemDrive%\\a folder"),
-              std::string::npos);
+    EXPECT_TRUE(Holds("CreateFiles", "Target=\"\\\\?\\%SystemDrive%\\a folder"));
 }
 
 TEST_F(ConversionTest, SecondConversionReplacesWhatTheFirstLeft) {
     ASSERT_EQ(Convert(TestTarget().File("C/a.txt", "one").File("C/gone.txt", "gone")), 0U);
-    std::filesystem::remove_all(m_conversion.Folder().Path("package"));
+    std::filesystem::remove_all(m_folder.Path("package"));
     ASSERT_EQ(Convert(TestTarget().File("C/A.TXT", "two")), 0U);
-    EXPECT_EQ(m_conversion.Payload(kGuid),
-              (std::vector<std::string>{"SystemDrive/A.TXT", "SystemDrive/gone.txt"}));
-    EXPECT_EQ(m_conversion.Folder().ReadFile("out/" + std::string(kGuid) + "/SystemDrive/A.TXT"),
-              "two");
-    EXPECT_EQ(m_conversion.Manifest(kGuid).find("gone.txt"), std::string::npos);
+    EXPECT_EQ(Payload(), (Files{"SystemDrive/A.TXT", "SystemDrive/gone.txt"}));
+    EXPECT_EQ(m_folder.ReadFile("out/" + kGuid + "/SystemDrive/A.TXT"), "two");
+    EXPECT_EQ(Manifest().find("gone.txt"), std::string::npos);
 }
-
-struct SBadProfile {
-    const char* name;
-    std::string text;
-    std::uint32_t status;
-    std::size_t logLines;
-};
 
 TEST_F(ConversionTest, UnreadableProfilesEndWithTheirStatus) {
     std::string nested = "<Package>";
     for (int i = 0; i < 100000; ++i) {
         nested += "<a>";
     }
-    const SBadProfile kProfiles[] = {
-        {"empty", "", 1168, 1},
-        {"other root", "<Other><Package/></Other>", 1168, 1},
-        {"no XML", "PK\x03\x04 not at all", 1168, 1},
-        {"document type", "<!DOCTYPE Package [<!ENTITY a \"b\">]><Package/>", 1168, 1},
-        {"cut off", "<Package><Targets><T><Guid>0a1b2c3d", 0, 2},
-        {"nested", nested, 0, 0},
-        {"no targets", "<Package/>", 0, 0},
+    const struct {
+        const char* name;
+        std::string text;
+        std::uint32_t status;
+        std::size_t logLines;
+        std::size_t guids;
+    } kProfiles[] = {
+        {"empty", "", 1168, 1, 0},
+        {"other root", "<Other><Package/></Other>", 1168, 1, 0},
+        {"no XML", "PK\x03\x04 not at all", 1168, 1, 0},
+        {"document type", "<!DOCTYPE Package [<!ENTITY a \"b\">]><Package/>", 1168, 1, 0},
+        {"cut off", "<Package><Targets><T><Guid>0a1b2c3d", 0, 2, 1},
+        {"nested", nested, 0, 0, 0},
+        {"no targets", "<Package/>", 0, 0, 0},
     };
-    for (const SBadProfile& profile : kProfiles) {
+    for (const auto& profile : kProfiles) {
         SCOPED_TRACE(profile.name);
-        m_conversion.Folder().WriteFile("bad.profile", profile.text);
-        EXPECT_EQ(m_conversion.ConvertFile("bad.profile"), profile.status);
-        EXPECT_EQ(m_conversion.LogLines().size(), profile.logLines);
-        EXPECT_EQ(m_conversion.Guids().size(), profile.text.starts_with("<Package><T") ? 1U : 0U);
+        m_folder.WriteFile("bad.profile", profile.text);
+        EXPECT_EQ(ConvertFile("bad.profile"), profile.status);
+        EXPECT_EQ(m_logLines.size(), profile.logLines);
+        EXPECT_EQ(m_guids.size(), profile.guids);
     }
-    EXPECT_EQ(m_conversion.ConvertFile("missing"), 2U);
-    EXPECT_EQ(m_conversion.Progress().size(), 1U);
-    m_conversion.Folder().MakeFolder("folder");
-    EXPECT_EQ(m_conversion.ConvertFile("folder"), 2U);
-    EXPECT_TRUE(m_conversion.LogLines().empty());
+    EXPECT_EQ(ConvertFile("missing"), 2U);
+    EXPECT_EQ(m_progress.size(), 1U);
+    m_folder.MakeFolder("folder");
+    EXPECT_EQ(ConvertFile("folder"), 2U);
+    EXPECT_TRUE(m_logLines.empty());
 }
 
 TEST_F(ConversionTest, OutputThatCannotBeWrittenIsLoggedFileByFile) {
-    m_conversion.Folder().WriteFile("out", "a file where the folder should be");
+    m_folder.WriteFile("out", "a file where the folder should be");
     ASSERT_EQ(Convert(TestTarget().File("C/a.txt", "a").File("C/b.txt", "b")), 0U);
-    EXPECT_EQ(m_conversion.LogLines().size(), 2U);
-    EXPECT_EQ(m_conversion.Folder().ReadFile("out"), "a file where the folder should be");
+    EXPECT_EQ(m_logLines.size(), 2U);
+    EXPECT_EQ(m_folder.ReadFile("out"), "a file where the folder should be");
 }
 
 TEST(ExportsTest, BadArgumentsAreRefusedBeforeAnythingHappens) {
     GUID* guids = reinterpret_cast<GUID*>(1);
     std::uint32_t count = 7;
-    const std::basic_string<OrvChar> empty;
     const auto fail = [](const OrvProgress*) -> std::uint32_t {
         ADD_FAILURE() << "progress of a refused call";
         return 0;
     };
-    EXPECT_EQ(CasToOrvW(nullptr, HostText(u"out.orv").c_str(), nullptr, &guids, &count, fail), 87U);
+    const auto empty = HostText(u"");
+    const auto out = HostText(u"out.orv");
+    EXPECT_EQ(CasToOrvW(nullptr, out.c_str(), nullptr, &guids, &count, fail), 87U);
     EXPECT_EQ(guids, nullptr);
     EXPECT_EQ(count, 0U);
     EXPECT_EQ(
         CasToOrvW(HostText(u"a.xml").c_str(), empty.c_str(), empty.c_str(), &guids, &count, fail),
         87U);
-    EXPECT_EQ(CasToOrvW(HostText(u"a/b").c_str(), HostText(u"out.orv").c_str(), nullptr, &guids,
-                        &count, fail),
-              87U);
+    EXPECT_EQ(CasToOrvW(HostText(u"a/b").c_str(), out.c_str(), nullptr, &guids, &count, fail), 87U);
     void* handle = &count;
     EXPECT_EQ(InitCasTargetInformation(empty.c_str(), &handle), 87U);
     EXPECT_EQ(InitCasTargetInformation(HostText(u"missing").c_str(), &handle), 2U);
@@ -239,9 +190,8 @@ TEST(ExportsTest, BadArgumentsAreRefusedBeforeAnythingHappens) {
 TEST(ExportsTest, EnumerationHandsOutEveryTargetOnce) {
     CTempFolder folder;
     CTestPackage()
-        .Target(
-            CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9").Elements("<Name>First~000d</Name>"))
-        .Target(CTestTarget("11111111-2222-3333-4444-555555555555"))
+        .Target(TestTarget().Elements("<Name>First~000d</Name>"))
+        .Target(OtherTarget())
         .Write(folder.Path());
     void* handle = nullptr;
     ASSERT_EQ(InitCasTargetInformation(HostText(folder.Name("Sample.profile")).c_str(), &handle),

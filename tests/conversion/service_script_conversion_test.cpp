@@ -1,26 +1,13 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <filesystem>
-#include <string>
-#include <vector>
 
 #include "conversion/conversion.h"
 #include "platform/status.h"
-#include "support/hive_builder.h"
-#include "support/system.h"
 #include "support/text.h"
 
 namespace {
 
-constexpr const char* kGuid = "{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}";
-constexpr const char* kOtherGuid = "{11111111-2222-3333-4444-555555555555}";
 constexpr const char* kHead = "\" ServiceType=\"16\" StartType=\"0\" ErrorControl=\"0\" ";
 constexpr const char* kBinary = "Binary=\"%CSIDL_WINDOWS%\\svc.exe\"";
-
-CTestTarget TestTarget(const CTestHive& hive = {}) {
-    return CTestTarget("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9").Sandbox().Hive(hive.LoadableBytes());
-}
 
 std::string Service(const std::string& name, const std::string& elements = {},
                     const std::string& account = "LocalSystem") {
@@ -28,37 +15,21 @@ std::string Service(const std::string& name, const std::string& elements = {},
            "</VirtualPath><AccountName>" + account + "</AccountName>" + elements;
 }
 
-// Wine writes it into an attribute as it is.
-std::string Ampersand() { return RunsInWine() ? "&" : "&amp;"; }
-
-class ServiceScriptConversionTest : public testing::Test {
+class ServiceScriptConversionTest : public ConversionTest {
 protected:
-    void SetUp() override {
-        m_conversion.UseMachine(
-            "[folders]\nCSIDL_WINDOWS = 'C:\\Windows'\n"
-            "[environment]\n[registry]\nhivelist = []\n");
-    }
     // The element of a service to create; empty when there is none.
     [[nodiscard]] std::string Created(const std::string& name) const {
-        const std::string all = m_conversion.Collection(kGuid, "CreateServices");
+        const std::string all = Collection("CreateServices");
         const std::size_t start = all.find("<Service Name=\"" + name + "\"");
         return start == std::string::npos ? "" : all.substr(start, all.find('\n', start) - start);
     }
-    [[nodiscard]] bool WasSeen(const std::string& text) const {
-        const std::vector<std::string>& seen = m_conversion.Progress();
-        return std::any_of(seen.begin(), seen.end(), [&text](const std::string& line) {
-            return line.find(text) != std::string::npos;
-        });
-    }
-
-    CTestConversion m_conversion;
 };
 
 TEST_F(ServiceScriptConversionTest, ProfilesServicesAreCreatedAndDeleted) {
     CTestTarget target = TestTarget();
     target
         .Service(Service("Full",
-                         "<DisplayName>The &amp; service</DisplayName><Description>It serves"
+                         "<DisplayName>The service</DisplayName><Description>It serves"
                          "</Description><StartType>2</StartType><ErrorControl>3</ErrorControl>"))
         .Service(Service("full", "<Description>a double</Description>"))
         .Service(Service("Checked",
@@ -79,13 +50,12 @@ TEST_F(ServiceScriptConversionTest, ProfilesServicesAreCreatedAndDeleted) {
     for (const auto& [account, user] : kAccounts) {
         target.Service(Service("of " + account, "", account));
     }
-    ASSERT_EQ(m_conversion.Convert(CTestPackage().Target(target)), 0U);
-    EXPECT_TRUE(m_conversion.LogLines().empty());
+    ASSERT_EQ(Convert(target), 0U);
+    EXPECT_TRUE(m_logLines.empty());
     EXPECT_EQ(Created("Full"),
               "<Service Name=\"Full\" ServiceType=\"16\" StartType=\"2\" ErrorControl=\"3\" "
-              "DisplayName=\"The " +
-                  Ampersand() + " service\" Description=\"It serves\" " + std::string(kBinary) +
-                  " />");
+              "DisplayName=\"The service\" Description=\"It serves\" " +
+                  std::string(kBinary) + " />");
     EXPECT_EQ(Created("Checked"),
               "<Service Name=\"Checked\" ServiceType=\"288\" StartType=\"4\" ErrorControl=\"1\" " +
                   std::string(kBinary) + " />");
@@ -95,7 +65,7 @@ TEST_F(ServiceScriptConversionTest, ProfilesServicesAreCreatedAndDeleted) {
                                                 " />");
     }
     EXPECT_EQ(Created("full") + Created("Unknown"), "");
-    EXPECT_EQ(m_conversion.Collection(kGuid, "DeleteServices"),
+    EXPECT_EQ(Collection("DeleteServices"),
               "<DeleteServices>\n<Service Name=\"Gone\" />\n</DeleteServices>\n");
     EXPECT_TRUE(WasSeen("|5/10 Processing services.|5/12 Processing service Gone|"));
     EXPECT_TRUE(WasSeen("|5/10 Processing services.|12/12 Processing service of a\\b"));
@@ -108,15 +78,15 @@ TEST_F(ServiceScriptConversionTest, CapturedServiceKeysAreClaimedAndTheirValuesS
     hive.Key(uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\Services\Only\Parameters)");
     hive.Key(uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\Control\App)");
     const CTestTarget target = TestTarget(hive).Service(Service("Both"));
-    ASSERT_EQ(m_conversion.Convert(CTestPackage().Target(target)), 0U);
+    ASSERT_EQ(Convert(target), 0U);
     // Known by its name alone, the other one is no service that could be created.
-    EXPECT_EQ(m_conversion.Collection(kGuid, "CreateServices"),
-              "<CreateServices>\n<Service Name=\"Both" + std::string(kHead) + kBinary +
-                  " />\n</CreateServices>\n");
-    const std::string keys = m_conversion.Collection(kGuid, "CreateKeys");
+    EXPECT_EQ(Collection("CreateServices"), "<CreateServices>\n<Service Name=\"Both" +
+                                                std::string(kHead) + kBinary +
+                                                " />\n</CreateServices>\n");
+    const std::string keys = Collection("CreateKeys");
     EXPECT_EQ(keys.find("Services"), std::string::npos);
     EXPECT_NE(keys.find(R"(Control\App")"), std::string::npos);
-    const std::string values = m_conversion.Collection(kGuid, "CreateValues");
+    const std::string values = Collection("CreateValues");
     EXPECT_NE(values.find(R"(Services\both" Value="Start")"), std::string::npos);
     EXPECT_NE(values.find(R"(Services\Only" Value="Type")"), std::string::npos);
 }
@@ -131,10 +101,10 @@ TEST_F(ServiceScriptConversionTest, ScriptsOfBothScopesBecomeActions) {
         .Target(TestTarget()
                     .Script("setup.cmd", "of the target")
                     .Script("before.cmd", "before", "<Prelaunch>1</Prelaunch>"))
-        .Target(CTestTarget("11111111-2222-3333-4444-555555555555"));
-    package.Write(m_conversion.Folder().Path("package"), "App.profile");
-    std::filesystem::remove(m_conversion.Folder().Path("package/Scripts/lost.cmd"));
-    ASSERT_EQ(m_conversion.ConvertFile("package/App.profile"), 0U);
+        .Target(OtherTarget());
+    package.Write(m_folder.Path("package"), "App.profile");
+    std::filesystem::remove(m_folder.Path("package/Scripts/lost.cmd"));
+    ASSERT_EQ(ConvertFile(), 0U);
     const auto action = [](const std::string& name, const std::string& source) {
         return "<Action ActionType=\"0\" Path=\"" + name + "\" RelativeSource=\"InstallActions" +
                source + "\" ActionMode=\"0\" Wait=\"1\" />\n";
@@ -142,30 +112,27 @@ TEST_F(ServiceScriptConversionTest, ScriptsOfBothScopesBecomeActions) {
     const std::string ofProfile = action("Profile_setup.cmd", "\\Profile_setup.cmd") +
                                   action("Profile_lost.cmd", "\\Profile_lost.cmd") +
                                   action("Profile_last 5|%.cmd", "\\Profile_last 5|%.cmd");
-    EXPECT_EQ(m_conversion.Collection(kGuid, "PreActions"),
-              "<PreActions>\n" + action("Profile_a/b", "") +
-                  action("Target_before.cmd", "\\Target_before.cmd") + "</PreActions>\n");
-    EXPECT_EQ(m_conversion.Collection(kGuid, "PostActions"),
-              "<PostActions>\n" + ofProfile + action("Target_setup.cmd", "\\Target_setup.cmd") +
-                  "</PostActions>\n");
+    EXPECT_EQ(Collection("PreActions"), "<PreActions>\n" + action("Profile_a/b", "") +
+                                            action("Target_before.cmd", "\\Target_before.cmd") +
+                                            "</PreActions>\n");
+    EXPECT_EQ(Collection("PostActions"), "<PostActions>\n" + ofProfile +
+                                             action("Target_setup.cmd", "\\Target_setup.cmd") +
+                                             "</PostActions>\n");
     const std::string folder = "InstallActions/";
-    EXPECT_EQ(
-        m_conversion.Payload(kGuid),
-        (std::vector<std::string>{folder + "Profile_last 5%.cmd", folder + "Profile_setup.cmd",
-                                  folder + "Target_before.cmd", folder + "Target_setup.cmd"}));
-    EXPECT_EQ(m_conversion.Folder().ReadFile("out/" + std::string(kGuid) + "/" + folder +
-                                             "Target_setup.cmd"),
+    EXPECT_EQ(Payload(), (std::vector<std::string>{
+                             folder + "Profile_last 5%.cmd", folder + "Profile_setup.cmd",
+                             folder + "Target_before.cmd", folder + "Target_setup.cmd"}));
+    EXPECT_EQ(m_folder.ReadFile("out/" + kGuid + "/" + folder + "Target_setup.cmd"),
               "of the target");
     // The package's scripts go with every target.
-    EXPECT_EQ(m_conversion.Collection(kOtherGuid, "PostActions"),
+    EXPECT_EQ(Collection("PostActions", kOtherGuid),
               "<PostActions>\n" + ofProfile + "</PostActions>\n");
-    const std::vector<std::string>& log = m_conversion.LogLines();
-    ASSERT_GE(log.size(), 2U);
-    EXPECT_TRUE(log[0].starts_with("Error: Failed to copy file '"));
-    EXPECT_TRUE(log[0].ends_with("Scripts\\lost.cmd' from CAS package.  " +
-                                 Utf8(GetSystemErrorMessage(ERROR_FILE_NOT_FOUND))));
-    EXPECT_TRUE(log[1].ends_with("Scripts' from CAS package.  " +
-                                 Utf8(GetSystemErrorMessage(ERROR_ACCESS_DENIED))));
+    ASSERT_GE(m_logLines.size(), 2U);
+    EXPECT_TRUE(m_logLines[0].starts_with("Error: Failed to copy file '"));
+    EXPECT_TRUE(m_logLines[0].ends_with("Scripts\\lost.cmd' from CAS package.  " +
+                                        Utf8(GetSystemErrorMessage(ERROR_FILE_NOT_FOUND))));
+    EXPECT_TRUE(m_logLines[1].ends_with("Scripts' from CAS package.  " +
+                                        Utf8(GetSystemErrorMessage(ERROR_ACCESS_DENIED))));
     EXPECT_TRUE(WasSeen("|6/10 Processing scripts.|2/7 Processing profile script off.cmd|"));
     EXPECT_TRUE(WasSeen("|6/10 Processing scripts.|7/7 Processing target script before.cmd|"));
 }
