@@ -35,40 +35,6 @@ TEST_F(ActionTest, StandInTheirSequenceWhateverTheTablesOrderIs) {
     EXPECT_EQ(SavedPaths(), expected);
 }
 
-TEST_F(ActionTest, EveryTypeHasItsPlaceForThePath) {
-    const struct {
-        std::uint32_t type;
-        const char* written;
-    } kTypes[] = {
-        {0, R"(ActionType="0" Path="%SystemDrive%\50|%" ActionMode="0" Wait="1" />)"},
-        {1, R"(ActionType="1" Path="%SystemDrive%\50|%" ActionMode="0" Wait="1" />)"},
-        {2, R"(ActionType="2" ActionMode="0" Wait="1">%SystemDrive%\50%</Action>)"},
-        {5, R"(ActionType="5" ActionMode="0" Wait="1" />)"},
-    };
-    COrvAction* const action = m_actions.InsertAt(0);
-    for (const auto& test : kTypes) {
-        SCOPED_TRACE(test.type);
-        action->SetPath(uR"(%SystemDrive%\50%)", test.type);
-        EXPECT_EQ(SavedItems(),
-                  std::string("<PreActions>\n<Action ") + test.written + "\n</PreActions>\n");
-        // What is not written of the last one cannot come back, and leaves it invalid.
-        EXPECT_EQ(SavedItemsAgain(),
-                  test.type == 5 ? "<PreActions>\n</PreActions>\n" : SavedItems());
-    }
-}
-
-TEST_F(ActionTest, WritesAllItsAttributes) {
-    COrvAction* const action =
-        m_package.Get<COrvPostActionsCollection>().AddAction(u"Target_a.cmd", u"InstallActions\\%");
-    action->SetArguments(uR"(-f %SystemDrive%\x 5%)");
-    action->ActionMode = 7;
-    action->Wait = false;
-    EXPECT_EQ(SavedItems(),
-              "<PostActions>\n<Action ActionType=\"0\" Path=\"Target_a.cmd\" "
-              "RelativeSource=\"InstallActions\\|%\" Arguments=\"-f %SystemDrive%\\x 5|%\" "
-              "ActionMode=\"7\" Wait=\"0\" />\n</PostActions>\n");
-}
-
 TEST_F(ActionTest, CountingPassesOverGapsAndEndsBeforeTheLast) {
     for (const char16_t* path : {u"0", u"1", u"", u"3", u"4"}) {
         m_actions.AddAction(path, u"");

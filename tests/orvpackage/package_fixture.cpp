@@ -21,15 +21,26 @@ std::string PackageTest::Saved() {
 
 std::string PackageTest::SavedItems() { return Items(Saved()); }
 
-std::string PackageTest::SavedItemsAgain() {
+std::string PackageTest::SavedItemsAgain() { return SavedCopy("out/app.orv"); }
+
+std::string PackageTest::SavedAfterReading(const std::string& collections) {
+    WriteManifest(collections);
+    return SavedCopy("m.orv");
+}
+
+void PackageTest::Read(const std::string& collections) {
+    WriteManifest(collections);
+    EXPECT_TRUE(LoadManifest(Manifest("m.orv"), m_package));
+}
+
+std::string PackageTest::SavedCopy(std::string_view manifest) {
     COrvPackage copy;
-    EXPECT_TRUE(LoadManifest(Manifest(), copy));
+    EXPECT_TRUE(LoadManifest(Manifest(manifest), copy));
     copy.SetManifestPath(Manifest("out/copy.orv"));
     EXPECT_EQ(copy.Save(), S_OK);
     return Items(ReadManifestFile(m_folder.ReadFile("out/copy.orv")));
 }
 
-void PackageTest::Read(const std::string& collections) {
+void PackageTest::WriteManifest(const std::string& collections) {
     m_folder.WriteFile("m.orv", "<Package>" + collections + "</Package>");
-    EXPECT_TRUE(LoadManifest(Manifest("m.orv"), m_package));
 }

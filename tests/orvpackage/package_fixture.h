@@ -23,7 +23,9 @@ protected:
     std::string SavedItems();
     // The same after the saved manifest was read into a new package and saved again.
     std::string SavedItemsAgain();
-    // Reads collections, given as the elements of a manifest, into the package.
+    // What a new package saves that has read collections, given as the elements of a manifest.
+    std::string SavedAfterReading(const std::string& collections);
+    // Reads collections into the package.
     void Read(const std::string& collections);
 
     CTempFolder m_folder;
@@ -32,4 +34,8 @@ protected:
                                  .Folder(u"CSIDL_PROGRAM_FILES", uR"(C:\Program Files)")
                                  .Environment(u"SystemDrive", u"C:");
     COrvPackage m_package;
+
+private:
+    std::string SavedCopy(std::string_view manifest);
+    void WriteManifest(const std::string& collections);
 };

@@ -17,8 +17,8 @@ std::string Bytes(std::u16string_view units) {
 
 class ValueTest : public PackageTest {
 protected:
-    COrvCreateValue* Create(const char16_t* name = u"v", const char16_t* target = uR"(HKLM\k)") {
-        return m_package.Get<COrvCreateValuesCollection>().AddItem(target, name, 0);
+    COrvCreateValue* Create() {
+        return m_package.Get<COrvCreateValuesCollection>().AddItem(uR"(HKLM\k)", u"v", 0);
     }
     static void SetData(COrvCreateValue* value, std::string_view bytes, std::uint32_t type) {
         value->SetData(bytes.data(), static_cast<std::uint32_t>(bytes.size()), type);
@@ -31,12 +31,6 @@ protected:
         const std::size_t end = text.find("\n</CreateValues>");
         EXPECT_TRUE(text.starts_with(head) && end != std::string::npos) << text;
         return text.substr(head.size(), end - head.size());
-    }
-    // The same for a value that was read.
-    std::string SavedAfterReading(const std::string& value) {
-        m_package.Get<COrvCreateValuesCollection>().Clear();
-        Read("<CreateValues><Value Target=\"HKLM\\k\" Value=\"v\"" + value + "</CreateValues>");
-        return SavedValue();
     }
 };
 
@@ -113,39 +107,6 @@ TEST_F(ValueTest, WithoutDataOrATypeNameThereIsNoText) {
     EXPECT_EQ(SavedValue(), " />");
 }
 
-TEST_F(ValueTest, ReadsWhatPeopleWrite) {
-    const struct {
-        const char* element;
-        const char* written;
-    } kValues[] = {
-        {R"( Type="reg_dword">0XFF</Value>)", R"( Type="REG_DWORD">0xFF</Value>)"},
-        {R"( Type="REG_DWORD">255</Value>)", R"( Type="REG_DWORD">0xFF</Value>)"},
-        {R"( Type="REG_DWORD">12a</Value>)", R"( Type="REG_DWORD">0x0</Value>)"},
-        {R"( Type="REG_DWORD">0x100000002</Value>)", R"( Type="REG_DWORD">0x2</Value>)"},
-        {R"( Type="REG_QWORD" />)", R"( Type="REG_QWORD">0x0</Value>)"},
-        {R"( Type="REG_SZ" />)", R"( Type="REG_SZ"></Value>)"},
-        {R"( Type="REG_NONE" />)", R"( Type="REG_NONE"></Value>)"},
-        {R"( Type="REG_BINARY">0aF</Value>)", R"( Type="REG_BINARY">0A</Value>)"},
-        {R"( Type="REG_LINK">0aff</Value>)", R"( Type="REG_LINK">0AFF</Value>)"},
-        {R"( Type="REG_MULTI_SZ">a\0\0b</Value>)", R"( Type="REG_MULTI_SZ">a\0b\0\0</Value>)"},
-        // A string that held a backslash and a zero falls apart.
-        {R"( Type="REG_MULTI_SZ">a\\0x\0\0</Value>)", R"( Type="REG_MULTI_SZ">a\\\0x\0\0</Value>)"},
-    };
-    for (const auto& test : kValues) {
-        SCOPED_TRACE(test.element);
-        EXPECT_EQ(SavedAfterReading(test.element), test.written);
-    }
-}
-
-TEST_F(ValueTest, ReadsUnusableDataAsAnInvalidItem) {
-    Read(R"(<CreateValues><Value Target="HKLM\k" Value="1" Type="REG_NONE">0</Value>)"
-         R"(<Value Target="HKLM\k" Value="2" Type="REG_LINK">0G</Value>)"
-         R"(<Value Target="HKLM\k" Value="3" Type="REG_TEXT">a</Value>)"
-         R"(<Value Target="HKLM\k" Value="4">a</Value></CreateValues>)");
-    EXPECT_EQ(m_package.Get<COrvCreateValuesCollection>().GetCount(), 4U);
-    EXPECT_EQ(SavedItems(), "<CreateValues>\n</CreateValues>\n");
-}
-
 TEST_F(ValueTest, NothingOfAnElementReachesTheNext) {
     CLogger logger;
     m_package.SetLogger(&logger);
@@ -159,18 +120,6 @@ TEST_F(ValueTest, NothingOfAnElementReachesTheNext) {
         values.Find(COrvCreateValue(uR"(HKLM\k)", u"", OrvArchitectureNone)));
     ASSERT_NE(last, nullptr);
     EXPECT_EQ(last->GetType(), OrvValueUnset);
-}
-
-TEST_F(ValueTest, KnownByKeyNameAndArchitecture) {
-    EXPECT_NE(Create(u"v", uR"(HKLM\a)"), nullptr);
-    EXPECT_NE(Create(u"v", uR"(HKLM\b)"), nullptr);
-    EXPECT_NE(Create(u"w", uR"(HKLM\a)"), nullptr);
-    EXPECT_EQ(Create(u"V", uR"(hklm\A)"), nullptr);
-    auto& values = m_package.Get<COrvCreateValuesCollection>();
-    EXPECT_NE(values.AddItem(uR"(HKLM\a)", u"v", OrvArchitectureX86), nullptr);
-    // Names are keys too: an alias in one is expanded.
-    EXPECT_NE(Create(uR"(HKEY_CURRENT_USER\x)"), nullptr);
-    EXPECT_EQ(Create(uR"(HKEY_USERS\S-1-5-21-7\x)"), nullptr);
 }
 
 }  // namespace
