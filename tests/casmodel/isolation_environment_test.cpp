@@ -20,7 +20,10 @@ TEST_F(IsolationEnvironmentTest, ReadsEachElementIntoItsField) {
             <a><ExePathName>x</ExePathName></a><b/></ExeControlList></Security>
         <NamedObjectDefaultRule><Description>1</Description></NamedObjectDefaultRule>
         <RegistryDefaultRule><UserRootLocation>2</UserRootLocation>
-            <InstallRootLocation>3</InstallRootLocation></RegistryDefaultRule>
+            <InstallRootLocation>3</InstallRootLocation><AccessFlags>
+            <UserExecute>true</UserExecute><InstallExecute>1</InstallExecute>
+            <PhysicalExecute>T</PhysicalExecute><InstallCopyOnWrite>false</InstallCopyOnWrite>
+            </AccessFlags></RegistryDefaultRule>
         <FileSystemDefaultRule><VirtualizedName>4</VirtualizedName><PhysicalName>5</PhysicalName>
         </FileSystemDefaultRule><Rules/>)");
     ASSERT_EQ(m_model.Security.ExeControlList.size(), 2U);
@@ -34,6 +37,10 @@ TEST_F(IsolationEnvironmentTest, ReadsEachElementIntoItsField) {
                       m_model.FileSystemDefaultRule.PhysicalName}),
               "1|2|3|4|5");
     EXPECT_TRUE(m_model.Rules.empty());
+    // A flag is set by a text that begins with a T.
+    const SCasAccessFlags& flags = m_model.RegistryDefaultRule.AccessFlags;
+    EXPECT_TRUE(flags.UserExecute && flags.PhysicalExecute);
+    EXPECT_FALSE(flags.InstallExecute || flags.InstallCopyOnWrite || flags.PhysicalCopyOnWrite);
 }
 
 TEST_F(IsolationEnvironmentTest, RulesHaveAttributesAndATypeNamedByAChild) {
@@ -55,19 +62,6 @@ TEST_F(IsolationEnvironmentTest, RulesHaveAttributesAndATypeNamedByAChild) {
     EXPECT_EQ(rules[2]->Type, CStrW(u"t"));
     EXPECT_EQ(rules[2]->RuleType, ECasRuleType::Ignore);
     EXPECT_EQ(rules[3]->RuleType, ECasRuleType::Redirect);
-}
-
-TEST_F(IsolationEnvironmentTest, AFlagIsSetByATextThatBeginsWithT) {
-    Read(R"(<RegistryDefaultRule><AccessFlags><UserExecute>true</UserExecute>
-        <InstallExecute>1</InstallExecute><PhysicalExecute>T</PhysicalExecute>
-        <InstallCopyOnWrite>false</InstallCopyOnWrite><PhysicalCopyOnWrite/></AccessFlags>
-        </RegistryDefaultRule>)");
-    const SCasAccessFlags& flags = m_model.RegistryDefaultRule.AccessFlags;
-    EXPECT_TRUE(flags.UserExecute);
-    EXPECT_FALSE(flags.InstallExecute);
-    EXPECT_TRUE(flags.PhysicalExecute);
-    EXPECT_FALSE(flags.InstallCopyOnWrite);
-    EXPECT_FALSE(flags.PhysicalCopyOnWrite);
 }
 
 TEST_F(IsolationEnvironmentTest, TheRootIsFoundByItsWholePath) {

@@ -12,6 +12,11 @@ protected:
     void Read(const std::string& elements) {
         ASSERT_EQ(ReadDocument("<Package>" + elements + "</Package>"), 0);
     }
+    // Reads a further target.
+    const CCasTarget& ReadTarget(const std::string& elements) {
+        Read("<Targets><Target>" + elements + "</Target></Targets>");
+        return *m_model.Targets.back();
+    }
 };
 
 std::uint64_t Seconds(const SFileTime& time) {
@@ -36,7 +41,7 @@ TEST_F(ProfileTest, ReadsEachElementIntoItsField) {
         <HashOfHashes>0aFf3</HashOfHashes><HashOfHashes256>1g</HashOfHashes256>
         <CreatePkgrVer><MajorUpper>1</MajorUpper><MajorLower>2</MajorLower></CreatePkgrVer>
         <ModifyPkgrVer><MinorUpper>3</MinorUpper><MinorLower>4</MinorLower></ModifyPkgrVer>
-        <Version>5</Version>
+        <Version>0</Version><Version>5</Version>
         <Targets><a/><b><Ver>2</Ver></b></Targets><Apps><a/></Apps><Scripts><a/></Scripts>
         <PreLaunchAnalysis><Enabled>1</Enabled></PreLaunchAnalysis>
         <DigitalSignature><Enabled>1</Enabled><SignatureType>6</SignatureType></DigitalSignature>)");
@@ -90,25 +95,17 @@ TEST_F(ProfileTest, ReadsFloatingTextUpToWhatIsNoNumber) {
 }
 
 TEST_F(ProfileTest, NamesMatchInAnyCaseAndAtTheirPlaceOnly) {
-    ASSERT_EQ(ReadDocument(R"(<package><VERSION>1</VERSION>
+    ASSERT_EQ(ReadDocument(R"(<package><VERSION>1</VERSION><Version/><Version></Version>
         <Other><Version>2</Version><Targets><a/></Targets><Package><Version>3</Version></Package>
-        </Other><Version><Version>4</Version></Version></package>)"),
+        </Other><Version><Version>4</Version></Version>
+        <Scripts><a/></Scripts><Scripts/>
+        <Scripts><s><Filename>~007E~~|a~b|~007E0041| ~41</Filename></s></Scripts></package>)"),
               0);
     EXPECT_EQ(m_model.Version, 1U);
     EXPECT_TRUE(m_model.Targets.empty());
-}
-
-TEST_F(ProfileTest, RepeatedElementsOverwriteOrAppendAndEmptyOnesChangeNothing) {
-    Read(R"(<Version>1</Version><Version>2</Version><Version/><Version></Version>
-            <Scripts><a/></Scripts><Scripts/><Scripts><b/></Scripts>)");
-    EXPECT_EQ(m_model.Version, 2U);
-    EXPECT_EQ(m_model.Scripts.size(), 2U);
-}
-
-TEST_F(ProfileTest, TextIsTakenOutOfItsEscapesOnce) {
-    Read(R"(<Scripts><s><Filename>~007E~~|a~b|~007E0041| ~41</Filename></s></Scripts>)");
-    ASSERT_EQ(m_model.Scripts.size(), 1U);
-    EXPECT_EQ(m_model.Scripts[0]->Filename, CStrW(u"~~|a~b|~0041| ~41"));
+    // Repeated collections append, and a text is taken out of its escapes once.
+    ASSERT_EQ(m_model.Scripts.size(), 2U);
+    EXPECT_EQ(m_model.Scripts[1]->Filename, CStrW(u"~~|a~b|~0041| ~41"));
 }
 
 TEST_F(ProfileTest, WithoutItsRootADocumentIsNotFound) {
@@ -166,6 +163,101 @@ TEST_F(ProfileTest, ProfilesNestAsDeepAsTheirDocument) {
     }
     EXPECT_EQ(depth, kDepth);
     EXPECT_EQ(profile->Version, 2U);
+}
+
+TEST_F(ProfileTest, ReadsEachElementOfATargetIntoItsField) {
+    const CCasTarget& target = ReadTarget(R"(
+        <Ver>1</Ver><Name>n</Name><Description>d</Description><CreateTime>1</CreateTime>
+        <CodePage>1252</CodePage><Size>3</Size><CreateOS>4</CreateOS><ModifyOS>5</ModifyOS>
+        <CreatePkgrVer><MajorUpper>6</MajorUpper></CreatePkgrVer>
+        <ModifyPkgrVer><MajorUpper>7</MajorUpper></ModifyPkgrVer>
+        <UsePkgLevelScripts>1</UsePkgLevelScripts><BootDrive>C:</BootDrive>
+        <IsolationRevision>r</IsolationRevision><Languages>l</Languages>
+        <HashOfHashes>01</HashOfHashes><HashOfHashes256>02</HashOfHashes256>
+        <OSes><OS><ServicePacks>s</ServicePacks></OS><OS><Enum>8</Enum></OS></OSes>
+        <Services><a><Security>s</Security><VirtualPath>""C:\a b\"x".exe"</VirtualPath>
+            <DeleteFlag>false</DeleteFlag></a><b><VirtualPath/><Mangled>1</Mangled></b></Services>)");
+    EXPECT_EQ((Numbers{target.Ver, target.CodePage, target.Size, target.CreateOS, target.ModifyOS,
+                       target.CreatePkgrVer.MajorUpper, target.ModifyPkgrVer.MajorUpper}),
+              (Numbers{1, 1252, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(Joined({target.Name, target.Description, target.BootDrive, target.IsolationRevision,
+                      target.Languages}),
+              "n|d|C:|r|l");
+    EXPECT_NE(target.CreateTime.High, 0U);
+    EXPECT_EQ(target.ModifyTime.High, 0U);
+    EXPECT_TRUE(target.UsePkgLevelScripts);
+    EXPECT_FALSE(target.UsePkgPreLaunchAnalysis);
+    EXPECT_EQ(target.HashOfHashes[0], 1);
+    EXPECT_EQ(target.HashOfHashes256[0], 2);
+    ASSERT_EQ(target.OSes.size(), 2U);
+    EXPECT_EQ(target.OSes[0]->Enum, 0U);
+    EXPECT_EQ(target.OSes[0]->ServicePacks, CStrW(u"s"));
+    EXPECT_EQ(target.OSes[1]->Enum, 8U);
+    ASSERT_EQ(target.Services.size(), 2U);
+    EXPECT_EQ(Joined({target.Services[0]->Security, target.Services[0]->VirtualPath}),
+              R"(s|C:\a b\"x".exe)");
+    EXPECT_TRUE(target.Services[0]->DeleteFlag);
+    EXPECT_FALSE(target.Services[0]->Mangled);
+    EXPECT_TRUE(target.Services[1]->Mangled);
+}
+
+TEST_F(ProfileTest, FolderOfATargetIsNamedByGuidAndSignedVersion) {
+    const struct {
+        const char* elements;
+        const char16_t* name;
+    } cases[] = {
+        {"<Guid>0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9</Guid><Ver>12</Ver>",
+         u"0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9_12"},
+        {"<Ver>4294967295</Ver>", u"00000000-0000-0000-0000-000000000000_-1"},
+        {"<Guid>damaged</Guid>", u"00000000-0000-0000-0000-000000000000_0"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.elements);
+        EXPECT_EQ(ReadTarget(each.elements).GetFolderName(), CStrW(each.name));
+    }
+}
+
+TEST_F(ProfileTest, ReadsApplicationsAndWhatRepeatsInThem) {
+    Read(R"(<Targets><Target><Apps><App><Name>n</Name><InitialExe>e</InitialExe>
+        <InitialExeVirtual>ev</InitialExeVirtual><WorkingDir>w</WorkingDir>
+        <WorkingDirVirtual>wv</WorkingDirVirtual><CommandLine>c</CommandLine>
+        <Version>v</Version><IsIE64>1</IsIE64>
+        <FTAs><Fta/><Fta><Name>f</Name><Executables/><MimeTypes><m>t</m></MimeTypes>
+        <Extensions><x>.a</x><y/>text<x><z>.b</z></x></Extensions></Fta><Fta/></FTAs></App></Apps>
+        <PreLaunchAnalysis><File><Path>p</Path><MinVersion>1</MinVersion></File>
+        <Application><ID>i</ID><MaxVersion>3</MaxVersion></Application>
+        <File><MaxVersion>4</MaxVersion></File></PreLaunchAnalysis></Target></Targets>
+        <Apps><App><Icons><Icon><Offset>1</Offset><MultiImage>true</MultiImage></Icon></Icons>
+        <Icons3><i><TODO><Name>no</Name></TODO></i><i/></Icons3><Name>m</Name></App></Apps>)");
+    ASSERT_EQ(m_model.Targets.size(), 1U);
+    ASSERT_EQ(m_model.Targets[0]->Apps.size(), 1U);
+    const CCasTargetApplication& application = *m_model.Targets[0]->Apps[0];
+    EXPECT_EQ(Joined({application.Name, application.InitialExe, application.InitialExeVirtual,
+                      application.WorkingDir, application.WorkingDirVirtual,
+                      application.CommandLine, application.Version}),
+              "n|e|ev|w|wv|c|v");
+    EXPECT_FALSE(application.IEApp);
+    EXPECT_TRUE(application.IsIE64);
+    ASSERT_EQ(application.FTAs.size(), 3U);
+    const CCasFta& fta = *application.FTAs[1];
+    EXPECT_EQ(fta.Name, CStrW(u"f"));
+    EXPECT_TRUE(fta.Executables.empty());
+    EXPECT_EQ(fta.MimeTypes, std::vector<CStrW>{u"t"});
+    EXPECT_EQ(fta.Extensions, (std::vector<CStrW>{u".a", u"", u""}));
+    // These repeat without a collection around them.
+    const CCasPrelaunchAnalysis& analysis = m_model.Targets[0]->PreLaunchAnalysis;
+    ASSERT_EQ(analysis.Files.size(), 2U);
+    ASSERT_EQ(analysis.Applications.size(), 1U);
+    EXPECT_EQ(Joined({analysis.Files[0]->Path, analysis.Files[0]->MinVersion,
+                      analysis.Files[1]->MaxVersion, analysis.Applications[0]->ID,
+                      analysis.Applications[0]->MaxVersion}),
+              "p|1|4|i|3");
+    ASSERT_EQ(m_model.Apps.size(), 1U);
+    EXPECT_EQ(m_model.Apps[0]->Name, CStrW(u"m"));
+    EXPECT_EQ(m_model.Apps[0]->Icons3.size(), 2U);
+    ASSERT_EQ(m_model.Apps[0]->Icons.size(), 1U);
+    EXPECT_EQ(m_model.Apps[0]->Icons[0]->Offset, 1U);
+    EXPECT_EQ(m_model.Apps[0]->Icons[0]->MultiImage, 32014U);
 }
 
 }  // namespace

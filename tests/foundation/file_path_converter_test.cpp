@@ -26,40 +26,36 @@ protected:
                                  .Environment(u"SystemDrive", u"Q:");
 };
 
-TEST_F(CollapsePathsTest, FirstTokenWinsAmongEqualPaths) {
-    EXPECT_EQ(Collapse(uR"(Q:\Windows\a)"), R"(%CSIDL_WINDOWS%\a)");
-    EXPECT_EQ(Collapse(uR"(q:\WINDOWS)"), R"(%CSIDL_WINDOWS%)");
-}
-
-TEST_F(CollapsePathsTest, PutsBackTheBackslashThatADriveRootTook) {
-    EXPECT_EQ(Collapse(uR"(Q:\Data\a)"), R"(%SystemDrive%\Data\a)");
-}
-
-TEST_F(CollapsePathsTest, MatchesInsideASegment) {
-    EXPECT_EQ(Collapse(uR"(Q:\WindowsOld\a)"), R"(%CSIDL_WINDOWS%\Old\a)");
-}
-
 TEST_F(CollapsePathsTest, ReplacesEveryPathOfAText) {
-    EXPECT_EQ(Collapse(uR"(run Q:\Windows\a and Q:\Windows\b, q:\x)"),
-              R"(run %CSIDL_WINDOWS%\a and %CSIDL_WINDOWS%\b, %SystemDrive%\x)");
-    EXPECT_EQ(Collapse(uR"(D:\Windows\a)"), R"(D:\Windows\a)");
-    EXPECT_EQ(Collapse(u"Q:"), "Q:");
-    EXPECT_EQ(Collapse(u""), "");
+    m_machine.Folder(u"CSIDL_SYSTEM", uR"(Q:\Windows\System32)");
+    const std::pair<const char16_t*, const char*> cases[] = {
+        {uR"(Q:\Windows\a)", R"(%CSIDL_WINDOWS%\a)"},  // the first token of equal paths
+        {uR"(q:\WINDOWS)", R"(%CSIDL_WINDOWS%)"},
+        {uR"(Q:\Data\a)", R"(%SystemDrive%\Data\a)"},  // with the backslash that the root took
+        {uR"(Q:\WindowsOld\a)", R"(%CSIDL_WINDOWS%\Old\a)"},  // inside a segment too
+        {uR"(Q:\Windows\System32\a Q:\Windows\b, q:\x)",
+         R"(%CSIDL_SYSTEM%\a %CSIDL_WINDOWS%\b, %SystemDrive%\x)"},  // the longest path
+        {uR"(D:\Windows\a)", R"(D:\Windows\a)"},
+        {u"Q:", "Q:"},
+        {u"", ""},
+    };
+    for (const auto& [text, collapsed] : cases) {
+        EXPECT_EQ(Collapse(text), collapsed);
+    }
 }
 
 TEST_F(CollapsePathsTest, ExpandsKnownTokensInAnyCase) {
-    EXPECT_EQ(Expand(uR"(%SystemDrive%\a)"), R"(Q:\a)");
-    EXPECT_EQ(Expand(uR"(%systemdrive%a)"), R"(Q:\a)");
-    EXPECT_EQ(Expand(uR"(%csidl_windows%\a)"), R"(Q:\Windows\a)");
-    EXPECT_EQ(Expand(uR"(%NoSuch%\a)"), R"(%NoSuch%\a)");
-    EXPECT_EQ(Expand(u"100% of %CSIDL_WINDOWS%"), "100% of %CSIDL_WINDOWS%");
-    EXPECT_EQ(Expand(u"%CSIDL_WINDOWS%;%SystemRoot%"), R"(Q:\Windows;Q:\Windows)");
-}
-
-TEST_F(CollapsePathsTest, LongestPathWinsWhateverTheOrder) {
-    m_machine.Folder(u"CSIDL_SYSTEM", uR"(Q:\Windows\System32)");
-    EXPECT_EQ(Collapse(uR"(Q:\Windows\System32\a Q:\Windows\b)"),
-              R"(%CSIDL_SYSTEM%\a %CSIDL_WINDOWS%\b)");
+    const std::pair<const char16_t*, const char*> cases[] = {
+        {uR"(%SystemDrive%\a)", R"(Q:\a)"},
+        {uR"(%systemdrive%a)", R"(Q:\a)"},
+        {uR"(%csidl_windows%\a)", R"(Q:\Windows\a)"},
+        {uR"(%NoSuch%\a)", R"(%NoSuch%\a)"},
+        {u"100% of %CSIDL_WINDOWS%", "100% of %CSIDL_WINDOWS%"},
+        {u"%CSIDL_WINDOWS%;%SystemRoot%", R"(Q:\Windows;Q:\Windows)"},
+    };
+    for (const auto& [text, expanded] : cases) {
+        EXPECT_EQ(Expand(text), expanded);
+    }
 }
 
 TEST_F(CollapsePathsTest, ManyPathsAndOddVariablesEnd) {

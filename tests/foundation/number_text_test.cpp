@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <limits>
 
+#include "foundation/hex.h"
 #include "support/text.h"
 
 namespace {
@@ -49,11 +51,29 @@ TEST(NumberTextTest, LargeNumbersWrapAtTheirWidth) {
 
 TEST(NumberTextTest, WritesTheExtremes) {
     EXPECT_EQ(IntToDecimal(std::numeric_limits<std::int32_t>::min()), CStrW(u"-2147483648"));
-    EXPECT_EQ(IntToDecimal(-1), CStrW(u"-1"));
-    EXPECT_EQ(IntToDecimal(std::numeric_limits<std::int32_t>::max()), CStrW(u"2147483647"));
+    EXPECT_EQ(IntToDecimal(0), CStrW(u"0"));
+    EXPECT_EQ(UnsignedToText(4294967295U), CStrW(u"4294967295"));
     EXPECT_EQ(NumberToHex(0), CStrW(u"0x0"));
-    EXPECT_EQ(NumberToHex(0x0A10), CStrW(u"0xA10"));
     EXPECT_EQ(NumberToHex(~std::uint64_t{0}), CStrW(u"0xFFFFFFFFFFFFFFFF"));
+}
+
+TEST(HexTest, TellsHexadecimalTextFromOther) {
+    EXPECT_TRUE(IsHexString(u"") && IsHexString(u"09afAF"));
+    for (const char16_t* text : {u"g", u"0G", u"0x1", u" 1", u"@", u"\u0661"}) {
+        SCOPED_TRACE(Utf8(text));
+        EXPECT_FALSE(IsHexString(text));
+    }
+}
+
+TEST(HexTest, DecodesEveryPairAndALoneLastUnit) {
+    std::array<std::uint8_t, 4> bytes = {9, 9, 9, 9};
+    std::size_t count = 0;
+    HexToBytes(u"0AF", bytes.data(), count);
+    EXPECT_EQ(count, 1U);
+    EXPECT_EQ(bytes, (std::array<std::uint8_t, 4>{0x0A, 0x0F, 9, 9}));
+    HexToBytes(u"fFz1-17-", bytes.data(), count);
+    EXPECT_EQ(count, 4U);
+    EXPECT_EQ(bytes, (std::array<std::uint8_t, 4>{0xFF, 0x31, 0, 7}));  // "z1" is 35 * 16 + 1
 }
 
 }  // namespace

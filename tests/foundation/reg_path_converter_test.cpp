@@ -32,6 +32,8 @@ void ExpectConversions(const SConversion (&rows)[count], const TConvert& convert
     }
 }
 
+std::size_t Expand(CStrW& text) { return CSharedHolder<CRegPathConverter>()->ExpandKeyText(text); }
+
 TEST_F(RegPathConverterTest, ExpandsAliasesToStoredKeys) {
     const SConversion rows[] = {
         {uR"(HKEY_CURRENT_USER\Software\Foo)", uR"(HKEY_USERS\S-1-5-21-1-2-3-1000\Software\Foo)"},
@@ -57,8 +59,7 @@ TEST_F(RegPathConverterTest, ExpandsAliasesToStoredKeys) {
         {uR"(HKCU\a_HKEY_)", uR"(HKCU\a_HKEY_)"},
         {u"", u""},
     };
-    ExpectConversions(
-        rows, [](CStrW& text) { return CSharedHolder<CRegPathConverter>()->ExpandKeyText(text); });
+    ExpectConversions(rows, Expand);
 }
 
 TEST_F(RegPathConverterTest, WithoutASidWhatSurroundsItIsLeft) {
@@ -67,8 +68,7 @@ TEST_F(RegPathConverterTest, WithoutASidWhatSurroundsItIsLeft) {
         {uR"(HKEY_CURRENT_USER\Software\Classes\a)", uR"(HKEY_USERS\_Classes\a)"},
         {uR"(HKEY_CURRENT_USER\a)", uR"(HKEY_USERS\a)"},
     };
-    ExpectConversions(
-        rows, [](CStrW& text) { return CSharedHolder<CRegPathConverter>()->ExpandKeyText(text); });
+    ExpectConversions(rows, Expand);
 }
 
 TEST_F(RegPathConverterTest, CollapsesStoredKeysToPortableOnes) {
@@ -99,42 +99,37 @@ TEST_F(RegPathConverterTest, TurnsTheKernelsNamesIntoHives) {
 }
 
 // Both conversions as plainly as they can be put: search for each row anew after each replacement.
+// True when `from` was found at `position` or behind it; that then is behind what was put in.
+bool ReplaceFirst(CStrW& text, std::size_t& position, const CStrW& from, const CStrW& to) {
+    const std::size_t match = FindSubstringNoCaseIndex(text.View().substr(position), from);
+    if (match == kAllCharacters) {
+        return false;
+    }
+    text.Delete(position + match, from.GetLength());
+    text.Insert(position + match, to.View());
+    position += to.GetLength();
+    return true;
+}
+
 std::size_t ExpandPlainly(const CRegPathConverter& converter, CStrW& text) {
     std::size_t count = 0;
     std::size_t position = 0;
-    const auto replace = [&](const CKeyMapping& row) {
-        if (position >= text.GetLength()) {
-            return false;
-        }
-        const std::size_t match = FindSubstringNoCaseIndex(text.View().substr(position), row.from);
-        if (match == kAllCharacters) {
-            return false;
-        }
-        text.Delete(position + match, row.from.GetLength());
-        text.Insert(position + match, row.to.View());
-        position += row.to.GetLength();
-        return true;
-    };
     const auto& rows = converter.GetExpansions();
-    while (std::any_of(rows.begin(), rows.end(), replace)) {
+    while (std::any_of(rows.begin(), rows.end(), [&](const CKeyMapping& row) {
+        return position < text.GetLength() && ReplaceFirst(text, position, row.from, row.to);
+    })) {
         ++count;
     }
     return count;
 }
 
 bool CollapsePlainly(const CRegPathConverter& converter, CStrW& text) {
-    const auto replace = [&text](const CKeyMapping& row) {
-        const std::size_t match = FindSubstringNoCaseIndex(text, row.to);
-        if (match == kAllCharacters) {
-            return false;
-        }
-        text.Delete(match, row.to.GetLength());
-        text.Insert(match, row.from.View());
-        return true;
-    };
     bool changed = false;
     const auto& rows = converter.GetCollapses();
-    while (std::any_of(rows.begin(), rows.end(), replace)) {
+    while (std::any_of(rows.begin(), rows.end(), [&](const CKeyMapping& row) {
+        std::size_t start = 0;
+        return ReplaceFirst(text, start, row.to, row.from);
+    })) {
         changed = true;
     }
     return changed;

@@ -22,14 +22,14 @@ struct STable {
 TEST(SharedInstanceTest, LivesFromTheFirstUserToTheLast) {
     for (int round = 1; round <= 2; ++round) {
         const CSharedHolder<STable> first;
-        EXPECT_EQ(CSharedHolder<STable>().Get(), first.Get());
+        EXPECT_EQ(&*CSharedHolder<STable>(), &*first);
         EXPECT_EQ(g_built, round);
         EXPECT_EQ(g_alive, 1);
     }
     EXPECT_EQ(g_alive, 0);
     // The third instance fails to build and leaves no user behind.
     EXPECT_THROW(CSharedHolder<STable>(), int);
-    EXPECT_NE(CSharedHolder<STable>().Get(), nullptr);
+    EXPECT_NE(&*CSharedHolder<STable>(), nullptr);
 }
 
 }  // namespace

@@ -15,8 +15,7 @@ using namespace std::string_literals;
 class TextFileTest : public testing::Test {
 protected:
     void Create() {
-        const std::u16string name = m_folder.Name("a.txt");
-        EXPECT_EQ(m_file.Create(CFilePathW(CStrW(std::u16string_view(name)))), ERROR_SUCCESS);
+        EXPECT_EQ(m_file.Create(CFilePathW(CStrW(m_folder.Name("a.txt")))), ERROR_SUCCESS);
     }
     std::string Saved() {
         Create();
@@ -33,23 +32,18 @@ protected:
     CTextFileW m_file;
 };
 
-TEST_F(TextFileTest, UnicodeLinesHaveAMarkAndEitherLineEnd) {
-    m_file.SetUnicode(true);
-    m_file.AddLine(u"a");
-    m_file.AddLine(u"b");
-    EXPECT_EQ(Saved(), "\xFF\xFE"s + "a\0\r\0\n\0b\0\r\0\n\0"s);
-    m_file.SetLineFeedOnly(true);
-    EXPECT_EQ(Saved(), "\xFF\xFE"s + "a\0\n\0b\0\n\0"s);
-}
-
-TEST_F(TextFileTest, NarrowLinesAreOfTheCodePage) {
+TEST_F(TextFileTest, LinesAreOfTheCodePageOrUnicodeWithAMark) {
     m_file.AddLine(u"\u00E9\u20AC\u0416");
-    m_file.SetLineFeedOnly(true);
+    m_file.SetLineFeedOnly(true);  // in Unicode only
     EXPECT_EQ(Saved(), "\xE9\x80?\r\n");
     m_file.SetCodePage(28591);
     EXPECT_EQ(Saved(), "\xE9??\r\n");
     m_file.SetCodePage(65001);
     EXPECT_EQ(Saved(), "\u00E9\u20AC\u0416\r\n");
+    m_file.SetUnicode(true);
+    EXPECT_EQ(Saved(), "\xFF\xFE\xE9\0\xAC\x20\x16\x04\n\0"s);
+    m_file.SetLineFeedOnly(false);
+    EXPECT_EQ(Saved(), "\xFF\xFE\xE9\0\xAC\x20\x16\x04\r\0\n\0"s);
 }
 
 TEST_F(TextFileTest, SavingAgainReplacesTheFileUnlessReadOnly) {
