@@ -54,24 +54,21 @@ protected:
 
 TEST_F(AssemblyProcessorTest, ClaimsWhatLiesInTheStores) {
     CAssemblyProcessor processor;
-    for (const std::uint32_t mode : {1U, 2U, 3U}) {
-        for (const char* path : {"WinSxS/Manifests/x86_a.manifest", "winsxs/a/b.dll", "WinSxS"}) {
-            EXPECT_FALSE(processor.CheckFile(InWindows(path), mode)) << path;
-        }
-        for (const char* path : {"WinSxS2/a.dll", "Device/C/Windows/WinSxS/a.dll",
-                                 "assembly/GAC_MSIL/a/1.0.0.0__b/a.dll"}) {
-            EXPECT_TRUE(processor.CheckFile(InWindows(path), mode)) << path;
-        }
-        for (const char16_t* key :
-             {uR"(HKEY_LOCAL_MACHINE\COMPONENTS\DerivedData\Components\x)",
-              uR"(HKLM\Software\Microsoft\Windows\CurrentVersion\SideBySide)"}) {
-            EXPECT_FALSE(processor.CheckValue(CRegPathW(key), u"v", mode)) << Utf8(key);
-        }
-        for (const char16_t* key :
-             {uR"(HKEY_LOCAL_MACHINE\COMPONENTSX)",
-              uR"(HKEY_LOCAL_MACHINE\CasToOrvConversion\REGISTRY\MACHINE\COMPONENTS)"}) {
-            EXPECT_TRUE(processor.CheckValue(CRegPathW(key), u"v", mode)) << Utf8(key);
-        }
+    for (const char* path : {"WinSxS/Manifests/x86_a.manifest", "winsxs/a/b.dll", "WinSxS"}) {
+        EXPECT_FALSE(processor.CheckFile(InWindows(path), kDelete)) << path;
+    }
+    for (const char* path : {"WinSxS2/a.dll", "Device/C/Windows/WinSxS/a.dll",
+                             "assembly/GAC_MSIL/a/1.0.0.0__b/a.dll"}) {
+        EXPECT_TRUE(processor.CheckFile(InWindows(path), kCreate)) << path;
+    }
+    for (const char16_t* key : {uR"(HKEY_LOCAL_MACHINE\COMPONENTS\DerivedData\Components\x)",
+                                uR"(HKLM\Software\Microsoft\Windows\CurrentVersion\SideBySide)"}) {
+        EXPECT_FALSE(processor.CheckValue(CRegPathW(key), u"v", kDelete)) << Utf8(key);
+    }
+    for (const char16_t* key :
+         {uR"(HKEY_LOCAL_MACHINE\COMPONENTSX)",
+          uR"(HKEY_LOCAL_MACHINE\CasToOrvConversion\REGISTRY\MACHINE\COMPONENTS)"}) {
+        EXPECT_TRUE(processor.CheckValue(CRegPathW(key), u"v", kCreate)) << Utf8(key);
     }
 }
 

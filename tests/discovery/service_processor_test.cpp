@@ -17,17 +17,16 @@ namespace {
 
 TEST(ServiceProcessorTest, ClaimsTheKeysOfServices) {
     CServiceProcessor processor;
-    for (const char16_t* key :
-         {uR"(HKEY_LOCAL_MACHINE\SOFTWARE\x)", uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet)",
-          uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\ServicesX\App)"}) {
-        EXPECT_TRUE(processor.CheckKey(CRegPathW(key), 1)) << Utf8(key);
-    }
-    for (const char16_t* key :
-         {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services)",
-          uR"(HKLM\system\currentcontrolset\services\App)",
-          uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\APP)",
-          uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\Other\Parameters)"}) {
-        EXPECT_FALSE(processor.CheckKey(CRegPathW(key), 1)) << Utf8(key);
+    const std::pair<const char16_t*, bool> keys[] = {
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet)", true},
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\ServicesX\App)", true},
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services)", false},
+        {uR"(HKLM\system\currentcontrolset\services\App)", false},
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\APP)", false},
+        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\Other\Parameters)", false},
+    };
+    for (const auto& [key, isLeft] : keys) {
+        EXPECT_EQ(processor.CheckKey(CRegPathW(key), 1), isLeft) << Utf8(key);
     }
     COrvPackage package;
     processor.Apply(package);

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,26 +14,24 @@ using testing::HasSubstr;
 TEST(CommandLineTest, ConvertTakesItsOptionsInAnyPlace) {
     const auto parsed = ParseCommandLine({"convert", "--log=l.html", "a b.profile", "--json",
                                           "--progress", "plain", "--machine", "m.toml", "o.orv"});
-    const auto* const command = std::get_if<host::SCommand>(&parsed);
-    ASSERT_NE(command, nullptr);
-    EXPECT_EQ(command->verb, host::EVerb::Convert);
-    EXPECT_EQ(command->profile, "a b.profile");
-    EXPECT_EQ(command->output, "o.orv");
-    EXPECT_EQ(command->log, "l.html");
-    EXPECT_EQ(command->machine, "m.toml");
-    EXPECT_EQ(command->progress, host::EProgressStyle::Plain);
-    EXPECT_TRUE(command->isJson);
+    const auto& command = std::get<host::SCommand>(parsed);
+    EXPECT_EQ(command.verb, host::EVerb::Convert);
+    EXPECT_EQ(command.profile, "a b.profile");
+    EXPECT_EQ(command.output, "o.orv");
+    EXPECT_EQ(command.log, "l.html");
+    EXPECT_EQ(command.machine, "m.toml");
+    EXPECT_EQ(command.progress, host::EProgressStyle::Plain);
+    EXPECT_TRUE(command.isJson);
 }
 
 TEST(CommandLineTest, PathsMayLookLikeOptionsAndCommands) {
-    const auto dashed = ParseCommandLine({"convert", "--", "-a.profile", "--log"});
-    ASSERT_TRUE(std::holds_alternative<host::SCommand>(dashed));
-    EXPECT_EQ(std::get<host::SCommand>(dashed).profile, "-a.profile");
-    EXPECT_EQ(std::get<host::SCommand>(dashed).output, "--log");
-    const auto command = ParseCommandLine({"targets", "machine"});
-    ASSERT_TRUE(std::holds_alternative<host::SCommand>(command));
-    EXPECT_EQ(std::get<host::SCommand>(command).verb, host::EVerb::Targets);
-    EXPECT_EQ(std::get<host::SCommand>(command).profile, "machine");
+    const auto dashed =
+        std::get<host::SCommand>(ParseCommandLine({"convert", "--", "-a.profile", "--log"}));
+    EXPECT_EQ(dashed.profile, "-a.profile");
+    EXPECT_EQ(dashed.output, "--log");
+    const auto command = std::get<host::SCommand>(ParseCommandLine({"targets", "machine"}));
+    EXPECT_EQ(command.verb, host::EVerb::Targets);
+    EXPECT_EQ(command.profile, "machine");
 }
 
 TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
@@ -47,10 +44,8 @@ TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
         {{"convert", "a"}, "needs two paths"},
         {{"targets"}, "needs a path"},
         {{"convert", "a", "b", "c"}, "'c' is one argument too many"},
-        {{"machine", "a"}, "'a' is one argument too many"},
         {{"targets", "a", "--log", "b"}, "'--log' is no option of targets"},
         {{"--json", "targets", "a"}, "'--json' stands before the command; write it behind"},
-        {{"convert", "a", "b", "--log"}, "--log needs a value behind it"},
         {{"convert", "a", "--log", "--json", "b"}, "--log needs a value behind it"},
         {{"convert", "a", "b", "--log", "x", "--log", "y"}, "--log is given more than once"},
         {{"convert", "a", "b", "--progress", "fast"}, "--progress takes auto, plain or none"},
@@ -61,35 +56,23 @@ TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
     for (const auto& row : kCases) {
         SCOPED_TRACE(row.reply);
         const auto parsed = ParseCommandLine(row.arguments);
-        const auto* const reply = std::get_if<host::SReply>(&parsed);
-        ASSERT_NE(reply, nullptr);
-        EXPECT_TRUE(reply->isError);
-        EXPECT_THAT(reply->text, HasSubstr(row.reply));
-        EXPECT_THAT(reply->text, HasSubstr("\nUsage: cas2orv "));
+        const auto& reply = std::get<host::SReply>(parsed);
+        EXPECT_TRUE(reply.isError);
+        EXPECT_THAT(reply.text, HasSubstr(row.reply));
+        EXPECT_THAT(reply.text, HasSubstr("\nUsage: cas2orv "));
     }
 }
 
-TEST(CommandLineTest, HelpIsThatOfTheCommandAndFitsATerminal) {
-    const struct {
-        std::vector<std::string> arguments;
-        const char* reply;
-    } kCases[] = {
+TEST(CommandLineTest, HelpIsThatOfTheCommand) {
+    const std::pair<std::vector<std::string>, const char*> kCases[] = {
         {{"--help"}, "targets "},
         {{"convert", "a", "--help"}, "--progress "},
-        {{"targets", "-h"}, "name"},
-        {{"machine", "--help"}, "TOML"},
-    };
-    for (const auto& row : kCases) {
-        SCOPED_TRACE(row.reply);
-        const auto parsed = ParseCommandLine(row.arguments);
+        {{"targets", "-h"}, "name"}};
+    for (const auto& [arguments, words] : kCases) {
+        const auto parsed = ParseCommandLine(arguments);
         ASSERT_TRUE(std::holds_alternative<host::SReply>(parsed));
-        const auto& reply = std::get<host::SReply>(parsed);
-        EXPECT_FALSE(reply.isError);
-        EXPECT_THAT(reply.text, HasSubstr(row.reply));
-        std::istringstream lines(reply.text);
-        for (std::string line; std::getline(lines, line);) {
-            EXPECT_LE(line.size(), 100U) << line;
-        }
+        EXPECT_FALSE(std::get<host::SReply>(parsed).isError);
+        EXPECT_THAT(std::get<host::SReply>(parsed).text, HasSubstr(words));
     }
 }
 

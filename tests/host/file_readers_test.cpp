@@ -46,15 +46,14 @@ TEST(LogReaderTest, TellsErrorsFromWarningsAndTakesTheirHtmlAway) {
 }
 
 TEST(LogReaderTest, NoticesAFileThatWasCutOff) {
-    const auto ignore = [](bool, std::u16string_view) {};
-    std::istringstream cut = File(kError + "one<br>\n" + kError + "tw");
-    const host::SLogSummary summary = host::ReadLog(cut, ignore);
-    EXPECT_EQ(summary.errors, 2U);
-    EXPECT_FALSE(summary.isComplete);
     std::istringstream empty;
-    EXPECT_FALSE(host::ReadLog(empty, ignore).isComplete);
-    std::istringstream mark = File("");
-    EXPECT_FALSE(host::ReadLog(mark, ignore).isComplete);
+    EXPECT_FALSE(host::ReadLog(empty, [](bool, std::u16string_view) {}).isComplete);
+    for (const std::string& text : {kError + "one<br>\n" + kError + "tw", std::string()}) {
+        std::istringstream cut = File(text);
+        const host::SLogSummary summary = host::ReadLog(cut, [](bool, std::u16string_view) {});
+        EXPECT_EQ(summary.errors, text.empty() ? 0U : 2U);
+        EXPECT_FALSE(summary.isComplete);
+    }
 }
 
 TEST(ManifestReaderTest, CountsTheItemsOfAllCollections) {
@@ -86,10 +85,7 @@ TEST(JsonTest, RowsAreAnArrayOfObjects) {
     host::CJsonRows rows;
     EXPECT_EQ(rows.Finish(), "[]\n");
     rows.Add({{"guid", u"{1}"}, {"name", std::nullopt}});
-    rows.Add({{"guid", u"{2}"}, {"name", u""}});
-    EXPECT_EQ(
-        rows.Finish(),
-        "[\n  {\"guid\": \"{1}\", \"name\": null},\n  {\"guid\": \"{2}\", \"name\": \"\"}\n]\n");
+    EXPECT_EQ(rows.Finish(), "[\n  {\"guid\": \"{1}\", \"name\": null}\n]\n");
 }
 
 }  // namespace
