@@ -67,8 +67,6 @@ bool CFilePathSegmentW::EqualsNoCase(std::u16string_view other) const {
     return m_name.EqualsNoCase(other);
 }
 
-bool CFilePathSegmentW::IsDrive() const { return IsDriveName(View()); }
-
 int CFilePathSegmentW::CompareExtension(std::u16string_view extension) const {
     if (!extension.empty() && extension.front() == u'.') {
         extension.remove_prefix(1);

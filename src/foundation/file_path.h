@@ -36,8 +36,6 @@ public:
     [[nodiscard]] bool EqualsNoCase(std::u16string_view other) const;
     [[nodiscard]] bool IsDot() const { return m_name.View() == u"."; }
     [[nodiscard]] bool IsDotDot() const { return m_name.View() == u".."; }
-    // Two units, the second a colon.
-    [[nodiscard]] bool IsDrive() const;
 
     // Compares what stands behind the last dot with `extension`, given with or without its dot: -1,
     // 0 or 1, ignoring case. A name without a dot is its own extension, so that a bare "exe"

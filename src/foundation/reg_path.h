@@ -106,9 +106,8 @@ public:
     [[nodiscard]] CHiveNameW GetHive() const;
     // Its predefined handle; 0 for a path without one.
     [[nodiscard]] std::uint32_t GetHiveHandle() const;
-    // The path without its hive, and its text, also as a loan until the path changes.
+    // The path without its hive, and its text as a loan until the path changes.
     [[nodiscard]] CRegPathW GetSubKeyPath() const;
-    [[nodiscard]] CStrW GetSubKeyText() const { return CStrW(ViewSubKey()); }
     [[nodiscard]] std::u16string_view ViewSubKey() const { return NamesFrom(m_hasHive ? 1 : 0); }
     // `count` names from `start` on, or what there is of them; relative unless `start` is 0.
     [[nodiscard]] CRegPathW SubPath(std::size_t start, std::size_t count) const;

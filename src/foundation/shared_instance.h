@@ -43,7 +43,6 @@ public:
     CSharedHolder(const CSharedHolder&) = delete;
     CSharedHolder& operator=(const CSharedHolder&) = delete;
 
-    [[nodiscard]] T* Get() const { return m_instance; }
     T* operator->() const { return m_instance; }
     T& operator*() const { return *m_instance; }
 

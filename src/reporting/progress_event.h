@@ -30,12 +30,6 @@ public:
     void Finish();
     void Notify();
 
-    [[nodiscard]] const CStrW& GetMessage() const { return Message; }
-    [[nodiscard]] std::uint32_t GetCurrent() const { return Current; }
-    [[nodiscard]] std::uint32_t GetTotal() const { return Total; }
-    [[nodiscard]] CProgressEvent* GetParent() const { return Parent; }
-    [[nodiscard]] CProgressEvent* GetChild() const { return Child; }
-
 private:
     static void CheckLayout();
 
