@@ -223,7 +223,7 @@ CStrW CFilePathConverter::Collapse(const CStrW& text) const {
 }
 
 void ExpandFileTokens(CStrW& text) {
-    if (text.View().find(u'%') != std::u16string_view::npos) {
+    if (HasUnit(text, u'%')) {
         CSharedHolder<CFilePathConverter>()->ExpandTokens(text);
     }
 }

@@ -444,6 +444,15 @@ const char16_t* FindSubstringNoCase(const char16_t* haystack, std::size_t haysta
     return index == kAllCharacters ? nullptr : haystack + index;
 }
 
+bool HasUnit(std::u16string_view text, char16_t unit) {
+    // Without a way out in the middle, the compiler makes this look at many units at a time.
+    bool hasUnit = false;
+    for (const char16_t candidate : text) {
+        hasUnit |= candidate == unit;
+    }
+    return hasUnit;
+}
+
 std::size_t FindSubstringNoCaseIndex(std::u16string_view haystack, std::u16string_view needle) {
     if (needle.size() > haystack.size()) {
         return kAllCharacters;

@@ -131,6 +131,9 @@ private:
     return platform::HasSameUnits(left, right);
 }
 
+// Whether a unit stands in a text: for most texts without it faster than to find it.
+[[nodiscard]] bool HasUnit(std::u16string_view text, char16_t unit);
+
 // The rules of CStrW::CompareNoCase and EqualsNoCase for texts that are only looked at.
 [[nodiscard]] int CompareNoCase(std::u16string_view left, std::u16string_view right);
 [[nodiscard]] bool EqualsNoCase(std::u16string_view left, std::u16string_view right);

@@ -26,7 +26,7 @@ char16_t ArchitectureDigit(std::uint32_t architecture) {
 
 std::u16string_view ExpandKeyTokens(std::u16string_view text, CStrW& buffer) {
     // Every alias has an underscore.
-    if (text.find(u'_') == std::u16string_view::npos) {
+    if (!HasUnit(text, u'_')) {
         return text;
     }
     buffer.Assign(text);

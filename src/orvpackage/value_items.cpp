@@ -1,5 +1,6 @@
 #include "orvpackage/value_items.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -17,10 +18,13 @@ std::u16string_view ToUnits(const void* bytes, std::size_t size) {
     return {static_cast<const char16_t*>(bytes), size / sizeof(char16_t)};
 }
 
-std::size_t UnitCount(std::size_t size) { return (size + sizeof(char16_t) - 1) / sizeof(char16_t); }
-
+// Mostly there is one NUL, at the end.
 std::u16string_view FirstString(std::u16string_view units) {
-    return units.substr(0, units.find(u'\0'));
+    const std::u16string_view first = units.substr(0, units.empty() ? 0 : units.size() - 1);
+    if (!units.ends_with(u'\0') || HasUnit(first, u'\0')) {
+        return units.substr(0, units.find(u'\0'));
+    }
+    return first;
 }
 
 }  // namespace
@@ -40,27 +44,44 @@ COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW
 COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
                              std::uint32_t architecture, std::pmr::memory_resource& memory,
                              std::size_t tailSize)
-    : COrvKeyItem(std::move(key), architecture, value.name),
-      m_nameLength(static_cast<std::uint32_t>(value.name.size())),
-      m_block(&memory) {
-    m_block.reserve(m_nameLength + UnitCount(tailSize));
-    m_block.assign(value.name.begin(), value.name.end());
+    : COrvKeyItem(std::move(key), architecture, value.name), m_memory(memory) {
+    if (!ReserveTail(value.name.size() * sizeof(char16_t) + tailSize)) {
+        throw std::bad_alloc();
+    }
+    std::copy(value.name.begin(), value.name.end(), m_block);
+    m_nameLength = static_cast<std::uint32_t>(value.name.size());
 }
 
-bool COrvValueItem::ResizeTail(std::size_t size) {
+COrvValueItem::~COrvValueItem() { FreeBlock(); }
+
+void COrvValueItem::FreeBlock() {
+    if (m_block != nullptr) {
+        m_memory.deallocate(m_block, m_capacity * sizeof(char16_t), alignof(char16_t));
+    }
+}
+
+bool COrvValueItem::ReserveTail(std::size_t size) {
+    const std::size_t capacity = m_nameLength + (size + 1) / sizeof(char16_t);
+    if (capacity <= m_capacity) {
+        return true;
+    }
+    void* block = nullptr;
     try {
-        // Exactly so much, where resizing alone would take more.
-        m_block.reserve(m_nameLength + UnitCount(size));
+        block = m_memory.allocate(capacity * sizeof(char16_t), alignof(char16_t));
     } catch (const std::bad_alloc&) {
         return false;
     }
-    m_block.resize(m_nameLength + UnitCount(size));
+    auto* const units = static_cast<char16_t*>(block);
+    std::copy_n(m_block, m_nameLength, units);
+    FreeBlock();
+    m_block = units;
+    m_capacity = capacity;
     return true;
 }
 
-std::u16string_view COrvValueItem::GetValue() const { return {m_block.data(), m_nameLength}; }
+std::u16string_view COrvValueItem::GetValue() const { return {m_block, m_nameLength}; }
 
-void COrvValueItem::PrefetchContent() const { Prefetch(m_block.data(), kPrefetchedContent); }
+void COrvValueItem::PrefetchContent() const { Prefetch(m_block, kPrefetchedContent); }
 
 CStrW COrvValueItem::GetName() const { return GetTarget() + u'/' + CStrW(GetValue()); }
 
@@ -73,7 +94,7 @@ void COrvCreateValue::ClearData() {
 
 std::byte* COrvCreateValue::Allocate(std::size_t size, std::uint32_t type) {
     ClearData();
-    if (size > std::numeric_limits<std::uint32_t>::max() || !ResizeTail(size)) {
+    if (size > std::numeric_limits<std::uint32_t>::max() || !ReserveTail(size)) {
         return nullptr;
     }
     m_type = type;
@@ -110,7 +131,7 @@ void COrvCreateValue::SetBinaryFromHex(const CStrW& text) {
 
 void COrvCreateValue::StoreString(std::u16string_view text, std::uint32_t type) {
     CStrW expanded;
-    if (text.find(u'%') != std::u16string_view::npos) {
+    if (HasUnit(text, u'%')) {
         expanded.Assign(text);
         ExpandFileTokens(expanded);
         text = expanded;

@@ -7,7 +7,6 @@
 #include <memory_resource>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "foundation/double_null_string.h"
 #include "orvpackage/key_collections.h"
@@ -26,6 +25,8 @@ enum EOrvValueType : std::uint32_t {
 // An item known by a key and the name of a value, which is empty for the key's default value.
 class COrvValueItem : public COrvKeyItem {
 public:
+    ~COrvValueItem() override;
+
     [[nodiscard]] std::u16string_view GetValue() const;
     // The key and the name with a slash between them.
     [[nodiscard]] CStrW GetName() const override;
@@ -40,25 +41,28 @@ protected:
 
     // The bytes behind the name, at an even address.
     [[nodiscard]] std::byte* GetTail() {
-        return reinterpret_cast<std::byte*>(m_block.data() + m_nameLength);
+        return reinterpret_cast<std::byte*>(m_block + m_nameLength);
     }
     [[nodiscard]] const std::byte* GetTail() const {
-        return reinterpret_cast<const std::byte*>(m_block.data() + m_nameLength);
+        return reinterpret_cast<const std::byte*>(m_block + m_nameLength);
     }
-    // Makes room for `size` bytes behind the name. False, with the block as it was, when there is
-    // no memory.
-    [[nodiscard]] bool ResizeTail(std::size_t size);
+    // Makes room for `size` bytes behind the name, which may move those that are there elsewhere,
+    // or nowhere. False, with the block as it was, when there is no memory.
+    [[nodiscard]] bool ReserveTail(std::size_t size);
 
 private:
     struct SExpanded;
     COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
                   std::uint32_t architecture, std::pmr::memory_resource& memory,
                   std::size_t tailSize);
+    void FreeBlock();
 
-    std::uint32_t m_nameLength;
+    std::pmr::memory_resource& m_memory;
     // The name, and the tail behind it: a package holds so many values that a block less for each
-    // counts.
-    std::pmr::vector<char16_t> m_block;
+    // counts. Null while there is neither. Owned.
+    char16_t* m_block = nullptr;
+    std::size_t m_capacity = 0;  // in units
+    std::uint32_t m_nameLength = 0;
 };
 
 class COrvDeleteValue : public COrvValueItem {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "foundation/wide_string.h"
 #include "orvcasconv/orvcasconv.h"
@@ -23,7 +24,7 @@ public:
     // Gives the topmost event the host's function.
     void SetCallback(OrvProgressCallback callback) { Callback = callback; }
     // Sets the text; the host sees it at the next notification.
-    void SetMessage(CStrW text) { Message = std::move(text); }
+    void SetMessage(std::u16string_view text) { Message.Assign(text); }
     // Counts one step and notifies the host; a step past the total is ignored.
     void Step();
     // Completes the counter and notifies the host, also when it was complete already.

@@ -33,9 +33,9 @@ CCasRegistryTraverseManager::CCasRegistryTraverseManager(CAssemblyProcessor& ass
 
 CCasRegistryTraverseManager::~CCasRegistryTraverseManager() { Stop(true); }
 
-void CCasRegistryTraverseManager::ShowProgress(CStrW text) {
+void CCasRegistryTraverseManager::ShowProgress(std::u16string_view text) {
     if (m_progress) {
-        m_progress->SetMessage(std::move(text));
+        m_progress->SetMessage(text);
         m_progress->Step();
     }
 }
@@ -84,12 +84,11 @@ void CCasRegistryTraverseManager::EndValues() { m_valueKey.key = nullptr; }
 
 bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& name,
                                              std::uint32_t /*type*/) {
-    CStrW shown;
-    shown.Reserve(m_valueKey.mountedText.GetLength() + name.GetLength() + 2);
-    shown.Append(m_valueKey.mountedText);
-    shown.Append(u'\\');
-    shown.Append(name);
-    ShowProgress(std::move(shown));
+    m_shown.Reserve(m_valueKey.mountedText.GetLength() + name.GetLength() + 2);
+    m_shown.Assign(m_valueKey.mountedText);
+    m_shown.Append(u'\\');
+    m_shown.Append(name);
+    ShowProgress(m_shown);
     if (name.EqualsNoCase(kVirtualStatus) || name.EqualsNoCase(kDeletedValues) ||
         m_valueKey.isRoot) {
         return true;

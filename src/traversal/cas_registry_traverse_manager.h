@@ -55,7 +55,7 @@ private:
         CStrW deletedValues;
     };
 
-    void ShowProgress(CStrW text);
+    void ShowProgress(std::u16string_view text);
     [[nodiscard]] bool IsTaken(const CRegPathW& key, const CStrW& name, std::uint32_t mode);
     void SetManufacturer(const CStrW& publisher);
     void AddVariable(const CStrW& name, const CStrW& text, bool deleted);
@@ -71,5 +71,6 @@ private:
     CMountedKeys m_mountedKeys;
     const CRegPathW m_mount;
     SValueKey m_valueKey;
+    CStrW m_shown;  // kept, for each value has a text
     CRegBuf m_buffer;
 };

@@ -109,8 +109,16 @@ const CMountedKeys::SFolded& CMountedKeys::GetParent(std::u16string_view mounted
     if (const SFolded* const known = FindParent(mounted)) {
         return *known;
     }
-    SFolded folded = Fold(mounted, FindParent(ParentOf(mounted)));
+    // Its own parent is remembered too, for others that stand beside it.
+    const std::u16string_view parent = ParentOf(mounted);
+    if (FindParent(parent) == nullptr) {
+        Remember(FoldAll(parent));
+    }
+    return Remember(Fold(mounted, FindParent(parent)));
+}
+
+// Takes the place of the parent that was not asked for the longest.
+const CMountedKeys::SFolded& CMountedKeys::Remember(SFolded folded) {
     folded.lastUse = ++m_uses;
-    SFolded& oldest = *std::ranges::min_element(m_parents, {}, &SFolded::lastUse);
-    return oldest = std::move(folded);
+    return *std::ranges::min_element(m_parents, {}, &SFolded::lastUse) = std::move(folded);
 }

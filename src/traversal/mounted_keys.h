@@ -39,11 +39,12 @@ private:
     [[nodiscard]] SFolded FoldAll(std::u16string_view mounted) const;
     [[nodiscard]] const SFolded* FindParent(std::u16string_view mounted);
     [[nodiscard]] const SFolded& GetParent(std::u16string_view mounted);
+    const SFolded& Remember(SFolded folded);
 
     const CStrW m_sid;
     const CRegPathW m_machineEnvironment{
         uR"(SYSTEM\CurrentControlSet\Control\Session Manager\Environment)"};
-    // The parent of the keys that a walk finds, and of those that it opens.
-    std::array<SFolded, 2> m_parents;
+    // The parent of the keys that a walk finds, that of those that it opens, and one above.
+    std::array<SFolded, 3> m_parents;
     std::uint64_t m_uses = 0;
 };

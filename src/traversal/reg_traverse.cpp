@@ -79,13 +79,15 @@ void CRegTraverse::VisitValues(const CRegKey& key, const CRegPathW& path) {
 
 void CRegTraverse::VisitEachValue(const CRegKey& key, const CRegPathW& path, std::uint32_t count) {
     std::u16string name;
+    CStrW text;
     for (std::uint32_t i = 0; !IsStopped(); ++i) {
         std::uint32_t type = REG_NONE;
         const int status = key.EnumValue(i, name, type);
         if (IsEnd(status, i, count)) {
             return;
         }
-        if (status == ERROR_SUCCESS && !VisitValue(path, CStrW(name), type)) {
+        text.Assign(name);
+        if (status == ERROR_SUCCESS && !VisitValue(path, text, type)) {
             Stop(false);
         }
     }
