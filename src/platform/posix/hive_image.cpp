@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <future>
 #include <new>
+#include <system_error>
 
 #include "platform/posix/errno_status.h"
 #include "platform/posix/little_endian.h"
@@ -20,25 +22,52 @@ constexpr std::uint32_t kBaseBlockSignature = 0x66676572;  // "regf"
 constexpr std::size_t kSectorSize = 512;
 constexpr std::size_t kChecksumOffset = 508;
 
-// Reads up to `size` bytes from the start of a file. Returns how many there were, or -1 with errno.
-ssize_t ReadAll(int descriptor, std::byte* bytes, std::size_t size) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t count =
-            pread(descriptor, bytes + done, size - done, static_cast<off_t>(done));
+constexpr std::size_t kLargeFile = std::size_t{1} << 20;
+
+struct SRead {
+    std::size_t count = 0;
+    int error = 0;
+};
+
+// Reads up to `size` bytes of a file from `start` on; there are fewer when the file is shorter than
+// it was when its size was asked for.
+SRead ReadPart(int descriptor, std::byte* bytes, std::size_t start, std::size_t size) {
+    SRead read;
+    while (read.count < size) {
+        const ssize_t count = pread(descriptor, bytes + read.count, size - read.count,
+                                    static_cast<off_t>(start + read.count));
         if (count < 0 && errno == EINTR) {
             continue;
         }
-        if (count < 0) {
-            return -1;
-        }
-        // The file is shorter than it was when its size was asked for.
-        if (count == 0) {
+        if (count <= 0) {
+            read.error = count < 0 ? errno : 0;
             break;
         }
-        done += static_cast<std::size_t>(count);
+        read.count += static_cast<std::size_t>(count);
     }
-    return static_cast<ssize_t>(done);
+    return read;
+}
+
+// Copying a large file takes as long as looking through it: so two threads do it, each a half.
+SRead ReadAll(int descriptor, std::byte* bytes, std::size_t size) {
+    const std::size_t half = size < kLargeFile ? size : size / 2;
+    std::future<SRead> second;
+    if (half < size) {
+        try {
+            second = std::async(std::launch::async, &ReadPart, descriptor, bytes + half, half,
+                                size - half);
+        } catch (const std::system_error&) {
+            return ReadPart(descriptor, bytes, 0, size);
+        }
+    }
+    SRead read = ReadPart(descriptor, bytes, 0, half);
+    if (second.valid()) {
+        const SRead rest = second.get();
+        if (read.error == 0 && read.count == half) {
+            read = {half + rest.count, rest.error};
+        }
+    }
+    return read;
 }
 
 }  // namespace
@@ -59,12 +88,13 @@ int CHiveImage::Read(const CFileDescriptor& file) {
     if (bytes == nullptr) {
         return SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     }
-    const ssize_t count = ReadAll(file.Get(), bytes.get(), size);
-    if (count < 0) {
+    const SRead read = ReadAll(file.Get(), bytes.get(), size);
+    if (read.error != 0) {
+        errno = read.error;
         return FailWithErrno();
     }
     m_bytes = std::move(bytes);
-    m_size = static_cast<std::size_t>(count);
+    m_size = read.count;
     return ERROR_SUCCESS;
 }
 
