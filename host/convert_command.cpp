@@ -1,7 +1,6 @@
 #include "host/convert_command.h"
 
 #include <chrono>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <system_error>
@@ -205,8 +204,7 @@ std::string CConversion::CheckManifest(const SOutput& output) {
         return "no manifest was saved; see whether " + Quote(output.manifest.parent_path()) +
                " is a folder that can be written to";
     }
-    std::ifstream file(output.manifest, std::ios::binary);
-    const SManifestSummary summary = ReadManifest(file);
+    const SManifestSummary summary = ReadManifest(output.manifest);
     m_items += summary.items;
     return summary.isComplete ? ""
                               : "the manifest " + Quote(output.manifest) +

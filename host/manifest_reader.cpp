@@ -1,7 +1,14 @@
 #include "host/manifest_reader.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <fstream>
+#include <future>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <thread>
+#include <vector>
 
 #include "host/utf16_reader.h"
 
@@ -9,50 +16,63 @@ namespace host {
 
 namespace {
 
+constexpr std::uint64_t kLeastPart = std::uint64_t{1} << 20;  // bytes
+constexpr std::uint64_t kMaxParts = 8;
+
 // More than any element name takes; what a line has beyond it is not looked at.
 constexpr std::size_t kLineStart = 64;
 
 // A manifest has a line for each tag around items and for each item: text has its line breaks
-// escaped. So the start of a line says what it is.
-class CItemCounter {
-public:
-    void AddLine(std::u16string_view line) {
-        m_summary.isComplete = line == u"</Package>";
-        if (m_section.empty()) {
-            Enter(line);
-        } else if (line.substr(0, 2) == u"</" && line.substr(2) == m_section) {
-            m_section.clear();
-        } else if (m_section != u"Properties>" && line.substr(0, 1) == u"<") {
-            ++m_summary.items;
-        }
+// escaped. An item has attributes, unlike whatever stands around it, but for the root.
+bool IsItem(std::u16string_view line) {
+    const std::size_t nameEnd = line.find_first_of(u" >");
+    return line.substr(0, 1) == u"<" && line.substr(0, 2) != u"<?" &&
+           nameEnd != std::u16string_view::npos && line[nameEnd] == u' ' &&
+           line.substr(0, nameEnd) != u"<Package";
+}
+
+// Reads the lines that start from byte `first` on and before byte `last`.
+SManifestSummary ReadPart(const std::filesystem::path& manifest, std::uint64_t first,
+                          std::uint64_t last) {
+    SManifestSummary summary;
+    std::ifstream file(manifest, std::ios::binary);
+    std::u16string line;
+    // The unit in front tells whether a line starts here.
+    CUtf16Reader reader = first == 0 ? CUtf16Reader(file) : CUtf16Reader(file, first - 2);
+    if (first != 0 && !reader.NextLine(line, 0)) {
+        return summary;
     }
-
-    [[nodiscard]] const SManifestSummary& GetSummary() const { return m_summary; }
-
-private:
-    // The elements below the root have no attributes, unlike the root.
-    void Enter(std::u16string_view line) {
-        const bool isStart = line.size() > 2 && line[0] == u'<' && line[1] != u'/' &&
-                             line[1] != u'?' && line.find(u' ') == std::u16string_view::npos;
-        if (isStart) {
-            m_section = line.substr(1);
-        }
+    while (reader.GetPosition() < last && reader.NextLine(line, kLineStart)) {
+        summary.items += IsItem(line) ? 1 : 0;
+        summary.isComplete = line == u"</Package>";
     }
-
-    SManifestSummary m_summary;
-    std::u16string m_section;  // the end of its tags; empty outside of any
-};
+    return summary;
+}
 
 }  // namespace
 
-SManifestSummary ReadManifest(std::istream& manifest) {
-    CUtf16Reader reader(manifest);
-    CItemCounter counter;
-    std::u16string line;
-    while (reader.NextLine(line, kLineStart)) {
-        counter.AddLine(line);
+SManifestSummary ReadManifest(const std::filesystem::path& manifest) {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(manifest, error);
+    if (error) {
+        return {};
     }
-    return counter.GetSummary();
+    const std::uint64_t parts = std::clamp<std::uint64_t>(
+        size / kLeastPart, 1,
+        std::clamp<std::uint64_t>(std::thread::hardware_concurrency(), 1, kMaxParts));
+    const std::uint64_t step = size / parts / 2 * 2;
+    std::vector<std::future<SManifestSummary>> others;
+    for (std::uint64_t part = 1; part < parts; ++part) {
+        // Without a thread to be had it runs when it is asked for.
+        others.push_back(std::async(ReadPart, manifest, part * step,
+                                    part + 1 < parts ? (part + 1) * step : size));
+    }
+    SManifestSummary summary = ReadPart(manifest, 0, parts == 1 ? size : step);
+    for (std::future<SManifestSummary>& other : others) {
+        const SManifestSummary rest = other.get();
+        summary = {summary.items + rest.items, rest.isComplete};
+    }
+    return summary;
 }
 
 }  // namespace host

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstddef>
-#include <istream>
+#include <filesystem>
 
 namespace host {
 
@@ -11,7 +11,8 @@ struct SManifestSummary {
     bool isComplete = false;  // the end of the document is there
 };
 
-// Counts the item elements of all collections. Takes no more memory for a larger manifest.
-[[nodiscard]] SManifestSummary ReadManifest(std::istream& manifest);
+// Counts the item elements of all collections, with all processors when there are many. Takes no
+// more memory for a larger manifest.
+[[nodiscard]] SManifestSummary ReadManifest(const std::filesystem::path& manifest);
 
 }  // namespace host

@@ -23,7 +23,13 @@ CUtf16Reader::CUtf16Reader(std::istream& bytes) : m_bytes(bytes), m_piece(kPiece
     }
 }
 
+CUtf16Reader::CUtf16Reader(std::istream& bytes, std::uint64_t start)
+    : m_bytes(bytes), m_piece(kPiece), m_pieceStart(start) {
+    m_bytes.seekg(static_cast<std::streamoff>(start));
+}
+
 bool CUtf16Reader::Fill() {
+    m_pieceStart += m_size;
     // A stream that gives less than was asked for is at its end, so the pieces are all even.
     m_bytes.read(reinterpret_cast<char*>(m_piece.data()),
                  static_cast<std::streamsize>(m_piece.size()));

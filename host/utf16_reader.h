@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <istream>
 #include <string>
 #include <vector>
@@ -16,6 +17,8 @@ public:
 
     // A stream without the mark is at its end at once.
     explicit CUtf16Reader(std::istream& bytes);
+    // Begins at a byte behind the mark, at an even place.
+    CUtf16Reader(std::istream& bytes, std::uint64_t start);
 
     [[nodiscard]] int Next() {
         if (m_next + 1 >= m_size && !Fill()) {
@@ -27,6 +30,9 @@ public:
         return static_cast<int>(high << 8 | low);
     }
 
+    // Where in the stream the next unit stands, in bytes.
+    [[nodiscard]] std::uint64_t GetPosition() const { return m_pieceStart + m_next; }
+
     // Gives the start of the next line, of no more than `limit` units, without its CR and LF. False
     // when no further line ends.
     [[nodiscard]] bool NextLine(std::u16string& start, std::size_t limit);
@@ -37,6 +43,7 @@ private:
 
     std::istream& m_bytes;
     std::vector<unsigned char> m_piece;
+    std::uint64_t m_pieceStart = 0;
     std::size_t m_size = 0;
     std::size_t m_next = 0;
 };

@@ -7,12 +7,13 @@
 #include "host/json.h"
 #include "host/log_reader.h"
 #include "host/manifest_reader.h"
+#include "support/temp_folder.h"
 #include "support/text.h"
 
 namespace {
 
 // A file as the library writes it: UTF-16LE with its mark, lines ended by CR LF.
-std::istringstream File(const std::string& text) {
+std::string Bytes(const std::string& text) {
     std::string bytes = "\xFF\xFE";
     for (const char16_t unit : Utf16(text)) {
         if (unit == u'\n') {
@@ -21,8 +22,10 @@ std::istringstream File(const std::string& text) {
         bytes += static_cast<char>(unit & 0xFF);
         bytes += static_cast<char>(unit >> 8);
     }
-    return std::istringstream(bytes);
+    return bytes;
 }
+
+std::istringstream File(const std::string& text) { return std::istringstream(Bytes(text)); }
 
 const std::string kError =
     "<font color=\"#FF0000\"><span style=\"font-weight: bold\">Error:</span></font> ";
@@ -57,20 +60,29 @@ TEST(LogReaderTest, NoticesAFileThatWasCutOff) {
 }
 
 TEST(ManifestReaderTest, CountsTheItemsOfAllCollections) {
-    // The text of the value is longer than what is read at once.
+    // The text of the value is longer than what is read at once. Files of more than a megabyte are
+    // read in parts, which begin anywhere in a line.
+    std::string files;
+    for (std::size_t i = 0; i < 20'000; ++i) {
+        files += "<File Target=\"" + std::string(i % 97, 'x') + "\" />\n";
+    }
     const std::string text =
         "<?xml version=\"1.0\" encoding=\"utf-16\"?>\n<Package Version=\"1\">\n"
         "<Properties>\n<Name>a</Name>\n<PerUserInstall>1</PerUserInstall>\n</Properties>\n"
-        "<CreateFiles>\n<File Target=\"a\" />\n<File Target=\"b\" />\n</CreateFiles>\n"
+        "<CreateFiles>\n" +
+        files +
+        "</CreateFiles>\n"
         "<CreateKeys>\n</CreateKeys>\n"
         "<CreateValues>\n<Value Key=\"k\">" +
         std::string(100'000, 'x') + "</Value>\n<Value Key=\"l\"></Value>\n</CreateValues>\n";
-    std::istringstream whole = File(text + "</Package>\n");
-    const host::SManifestSummary summary = host::ReadManifest(whole);
-    EXPECT_EQ(summary.items, 4U);
+    const CTempFolder folder;
+    folder.WriteFile("whole", Bytes(text + "</Package>\n"));
+    const host::SManifestSummary summary = host::ReadManifest(folder.Path("whole"));
+    EXPECT_EQ(summary.items, 20'002U);
     EXPECT_TRUE(summary.isComplete);
-    std::istringstream cut = File(text + "</Pack");
-    EXPECT_FALSE(host::ReadManifest(cut).isComplete);
+    folder.WriteFile("cut", Bytes(text + "</Pack"));
+    EXPECT_FALSE(host::ReadManifest(folder.Path("cut")).isComplete);
+    EXPECT_FALSE(host::ReadManifest(folder.Path("missing")).isComplete);
 }
 
 TEST(JsonTest, KeepsEveryUnitAndNoControlCharacter) {
