@@ -33,6 +33,21 @@ std::u16string_view CommonPrefix(std::u16string_view left, std::u16string_view r
     return left.substr(0, static_cast<std::size_t>(end - left.begin()));
 }
 
+// Without a way out in the middle, the compiler makes this look at many units at a time.
+bool HasTwoBackslashes(std::u16string_view text) {
+    bool hasTwo = false;
+    for (std::size_t i = 1; i < text.size(); ++i) {
+        hasTwo |= (text[i - 1] == u'\\') & (text[i] == u'\\');
+    }
+    return hasTwo;
+}
+
+// Where `prefix` stands next. Most texts lack its second unit, such as the colon behind a drive.
+std::size_t FindPrefix(std::u16string_view text, std::u16string_view prefix, std::size_t start) {
+    const bool mayStand = prefix.size() < 2 || HasUnit(text.substr(start), prefix[1]);
+    return mayStand ? text.find(prefix, start) : std::u16string_view::npos;
+}
+
 }  // namespace
 
 CFilePathConverter::CFilePathConverter() {
@@ -188,8 +203,7 @@ void CFilePathConverter::ReplaceByToken(CStrW& text, std::u16string_view lower,
 
 // False when none of the paths can stand in a text, which most texts tell at a glance.
 bool CFilePathConverter::MayHoldPath(std::u16string_view text) const {
-    return !m_hasOnlyAbsolutePaths || text.find(u':') != std::u16string_view::npos ||
-           text.find(uR"(\\)") != std::u16string_view::npos;
+    return !m_hasOnlyAbsolutePaths || HasUnit(text, u':') || HasTwoBackslashes(text);
 }
 
 // The first row, in their order, whose path stands in the text, at its leftmost place.
@@ -197,8 +211,8 @@ CFilePathConverter::SMatch CFilePathConverter::FindLongestPath(std::u16string_vi
     SMatch match;
     std::size_t best = m_entries.size();
     for (const SGroup& group : m_groups) {
-        for (std::size_t at = lower.find(group.prefix); at != std::u16string_view::npos;
-             at = lower.find(group.prefix, at + 1)) {
+        for (std::size_t at = FindPrefix(lower, group.prefix, 0); at != std::u16string_view::npos;
+             at = FindPrefix(lower, group.prefix, at + 1)) {
             const std::u16string_view rest = lower.substr(at + group.prefix.size());
             for (const std::size_t row : group.rows) {
                 if (row >= best) {
