@@ -42,12 +42,6 @@ bool HasTwoBackslashes(std::u16string_view text) {
     return hasTwo;
 }
 
-// Where `prefix` stands next. Most texts lack its second unit, such as the colon behind a drive.
-std::size_t FindPrefix(std::u16string_view text, std::u16string_view prefix, std::size_t start) {
-    const bool mayStand = prefix.size() < 2 || HasUnit(text.substr(start), prefix[1]);
-    return mayStand ? text.find(prefix, start) : std::u16string_view::npos;
-}
-
 }  // namespace
 
 CFilePathConverter::CFilePathConverter() {
@@ -211,8 +205,8 @@ CFilePathConverter::SMatch CFilePathConverter::FindLongestPath(std::u16string_vi
     SMatch match;
     std::size_t best = m_entries.size();
     for (const SGroup& group : m_groups) {
-        for (std::size_t at = FindPrefix(lower, group.prefix, 0); at != std::u16string_view::npos;
-             at = FindPrefix(lower, group.prefix, at + 1)) {
+        for (std::size_t at = lower.find(group.prefix); at != std::u16string_view::npos;
+             at = lower.find(group.prefix, at + 1)) {
             const std::u16string_view rest = lower.substr(at + group.prefix.size());
             for (const std::size_t row : group.rows) {
                 if (row >= best) {
