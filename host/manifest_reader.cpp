@@ -57,17 +57,19 @@ SManifestSummary ReadManifest(const std::filesystem::path& manifest) {
     if (error) {
         return {};
     }
-    const std::uint64_t parts = std::clamp<std::uint64_t>(
-        size / kLeastPart, 1,
-        std::clamp<std::uint64_t>(std::thread::hardware_concurrency(), 1, kMaxParts));
+    const std::uint64_t parts = std::max<std::uint64_t>(
+        1, std::min<std::uint64_t>(
+               {size / kLeastPart, std::thread::hardware_concurrency(), kMaxParts}));
     const std::uint64_t step = size / parts / 2 * 2;
+    const auto endOf = [=](std::uint64_t part) {
+        return part + 1 == parts ? size : (part + 1) * step;
+    };
     std::vector<std::future<SManifestSummary>> others;
     for (std::uint64_t part = 1; part < parts; ++part) {
         // Without a thread to be had it runs when it is asked for.
-        others.push_back(std::async(ReadPart, manifest, part * step,
-                                    part + 1 < parts ? (part + 1) * step : size));
+        others.push_back(std::async(ReadPart, manifest, part * step, endOf(part)));
     }
-    SManifestSummary summary = ReadPart(manifest, 0, parts == 1 ? size : step);
+    SManifestSummary summary = ReadPart(manifest, 0, endOf(0));
     for (std::future<SManifestSummary>& other : others) {
         const SManifestSummary rest = other.get();
         summary = {summary.items + rest.items, rest.isComplete};

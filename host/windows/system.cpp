@@ -77,14 +77,15 @@ bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
     const std::filesystem::path folder = parent / platform::ToWide(name.c_str());
     isMade = isMade && MakePrivateFolder(folder);
     if (isMade) {
+        const std::filesystem::path log = folder / L"log.html";
         m_folder = PathBytes(folder);
-        m_file = PathBytes(folder / L"log.html");
+        m_file = PathBytes(log);
         {
             const std::lock_guard lock(s_cleanUpMutex);
-            s_cleanUp = {folder / L"log.html", folder};
+            s_cleanUp = {log, folder};
         }
         SetConsoleCtrlHandler(&OnEnd, TRUE);
-        std::ofstream file(folder / L"log.html", std::ios::binary);
+        std::ofstream file(log, std::ios::binary);
         file << content;
         file.close();
         isMade = !file.fail();

@@ -54,22 +54,21 @@ bool StaysAsItIs(std::u16string_view name) {
 
 SRealKey CMountedKeys::MapHivePath(const CRegPathW& mountedPath) {
     const std::u16string_view mounted = mountedPath.ViewSubKey();
-    const SFolded folded = Fold(mounted, &GetParent(ParentOf(mounted)));
+    const SFolded folded = Fold(mounted, GetParent(ParentOf(mounted)));
     const CHiveNameW hive(folded.isUser ? u"HKEY_USERS" : u"HKEY_LOCAL_MACHINE");
     return {CRegPathW(hive, CRegPathW(folded.real)), folded.isEnvironment};
 }
 
-// `parent` is the one of the path, or null.
-CMountedKeys::SFolded CMountedKeys::Fold(std::u16string_view mounted, const SFolded* parent) const {
+CMountedKeys::SFolded CMountedKeys::Fold(std::u16string_view mounted, const SFolded& parent) const {
     std::u16string_view rest = mounted;
     const std::u16string_view name = TakeLastName(rest);
     // Where nothing is left of the parent, the name comes first and may mean more.
-    if (parent == nullptr || parent->real.IsEmpty() || !StaysAsItIs(name)) {
+    if (parent.real.IsEmpty() || !StaysAsItIs(name)) {
         return FoldAll(mounted);
     }
-    SFolded folded{CStrW(mounted), CStrW(), parent->isUser, parent->isEnvironment};
-    folded.real.Reserve(parent->real.GetLength() + name.size() + 2);
-    folded.real.Append(parent->real);
+    SFolded folded{CStrW(mounted), CStrW(), parent.isUser, parent.isEnvironment};
+    folded.real.Reserve(parent.real.GetLength() + name.size() + 2);
+    folded.real.Append(parent.real);
     folded.real.Append(u'\\');
     folded.real.Append(name);
     return folded;
@@ -110,11 +109,9 @@ const CMountedKeys::SFolded& CMountedKeys::GetParent(std::u16string_view mounted
         return *known;
     }
     // Its own parent is remembered too, for others that stand beside it.
-    const std::u16string_view parent = ParentOf(mounted);
-    if (FindParent(parent) == nullptr) {
-        Remember(FoldAll(parent));
-    }
-    return Remember(Fold(mounted, FindParent(parent)));
+    const std::u16string_view above = ParentOf(mounted);
+    const SFolded* const parent = FindParent(above);
+    return Remember(Fold(mounted, parent != nullptr ? *parent : Remember(FoldAll(above))));
 }
 
 // Takes the place of the parent that was not asked for the longest.

@@ -35,7 +35,8 @@ private:
         std::uint64_t lastUse = 0;
     };
 
-    [[nodiscard]] SFolded Fold(std::u16string_view mounted, const SFolded* parent) const;
+    // The first by what the path's parent has become, the second without.
+    [[nodiscard]] SFolded Fold(std::u16string_view mounted, const SFolded& parent) const;
     [[nodiscard]] SFolded FoldAll(std::u16string_view mounted) const;
     [[nodiscard]] const SFolded* FindParent(std::u16string_view mounted);
     [[nodiscard]] const SFolded& GetParent(std::u16string_view mounted);

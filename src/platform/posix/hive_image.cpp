@@ -8,7 +8,6 @@
 #include <cstring>
 #include <future>
 #include <new>
-#include <system_error>
 
 #include "platform/posix/errno_status.h"
 #include "platform/posix/little_endian.h"
@@ -50,24 +49,15 @@ SRead ReadPart(int descriptor, std::byte* bytes, std::size_t start, std::size_t 
 
 // Copying a large file takes as long as looking through it: so two threads do it, each a half.
 SRead ReadAll(int descriptor, std::byte* bytes, std::size_t size) {
-    const std::size_t half = size < kLargeFile ? size : size / 2;
-    std::future<SRead> second;
-    if (half < size) {
-        try {
-            second = std::async(std::launch::async, &ReadPart, descriptor, bytes + half, half,
-                                size - half);
-        } catch (const std::system_error&) {
-            return ReadPart(descriptor, bytes, 0, size);
-        }
+    if (size < kLargeFile) {
+        return ReadPart(descriptor, bytes, 0, size);
     }
-    SRead read = ReadPart(descriptor, bytes, 0, half);
-    if (second.valid()) {
-        const SRead rest = second.get();
-        if (read.error == 0 && read.count == half) {
-            read = {half + rest.count, rest.error};
-        }
-    }
-    return read;
+    const std::size_t half = size / 2;
+    // Without a thread to be had it runs when it is asked for.
+    std::future<SRead> second = std::async(&ReadPart, descriptor, bytes + half, half, size - half);
+    const SRead first = ReadPart(descriptor, bytes, 0, half);
+    const SRead rest = second.get();
+    return first.count < half ? first : SRead{half + rest.count, rest.error};
 }
 
 }  // namespace
