@@ -7,7 +7,7 @@ times slower for some minutes after others were deleted. So wait between two run
 
 Needs Python 3.9, GNU time, and for the hive hivexml, reglookup and hivexregedit (Debian: time,
 libhivex-bin, reglookup, libwin-hivex-perl); a tool that is not there is left out. All cases together
-take up to 6 GiB below --memory and 20 GiB below --disk.
+take up to 1 GiB below --memory and 20 GiB below --disk.
 """
 
 import argparse
@@ -344,7 +344,7 @@ def parse_options():
                         help="a folder on tmpfs (default: %(default)s)")
     parser.add_argument("--disk", default="/var/tmp", metavar="DIR",
                         help="a folder on a disk (default: %(default)s)")
-    parser.add_argument("--keep", action="store_true", help="leave all folders as they are")
+    parser.add_argument("--keep", action="store_true", help="leave the packages, and on disk what came out of them")
     options = parser.parse_args()
     unknown = set(options.cases) - set(Bench.CASES)
     if unknown:
