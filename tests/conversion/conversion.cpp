@@ -1,6 +1,7 @@
 #include "conversion/conversion.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 
@@ -24,6 +25,29 @@ std::uint32_t Note(const OrvProgress* root) {
     }
     g_progress.push_back(line);
     return 0;
+}
+
+// Copies what a conversion reads into the folder that ORVCASCONV_KEEP_PACKAGES names, if any, so
+// that the packages of the tests can be converted by other programs too. What no copy can be made
+// of, such as a pipe, is left out.
+void KeepPackage(const CTempFolder& folder) {
+    const char* const place = std::getenv("ORVCASCONV_KEEP_PACKAGES");
+    if (place == nullptr) {
+        return;
+    }
+    static int number = 0;
+    const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+    const std::filesystem::path copy =
+        std::filesystem::path(place) /
+        (std::string(test.test_suite_name()) + '.' + test.name() + '-' + std::to_string(++number));
+    std::filesystem::create_directories(copy);
+    std::error_code ignored;
+    for (const char* name : {"package", "machine.toml"}) {
+        std::filesystem::copy(
+            folder.Path(name), copy / name,
+            std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks,
+            ignored);
+    }
 }
 
 // "Error: text" from a line of the log.
@@ -78,6 +102,7 @@ std::uint32_t ConversionTest::Convert(CTestTarget target) {
 }
 
 std::uint32_t ConversionTest::ConvertFile(std::string_view profile) {
+    KeepPackage(m_folder);
     g_progress.clear();
     m_guids.clear();
     GUID* guids = nullptr;
