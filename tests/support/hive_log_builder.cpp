@@ -84,6 +84,11 @@ CTestHiveLog::CTestHiveLog(const std::string& hive) : m_bytes(MakeHeader(hive, 6
 CTestHiveLog& CTestHiveLog::Entry(std::uint32_t sequence, const std::string& before,
                                   const std::string& after) {
     constexpr std::size_t kPageSize = 4096;
+    if (m_bytes.size() == kSectorSize) {
+        PutNumber(m_bytes, 4, sequence, 4);
+        PutNumber(m_bytes, 8, sequence, 4);
+        SealHiveHeader(m_bytes);
+    }
     const std::vector<std::size_t> pages = FindDirtyPages(before, after, kPageSize);
     std::string content;
     for (const std::size_t page : pages) {

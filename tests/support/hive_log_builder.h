@@ -11,7 +11,8 @@ std::string MakeDirtyVectorLog(const std::string& before, const std::string& aft
 // changes.
 class CTestHiveLog {
 public:
-    // Takes the header of the hive it is for.
+    // Takes the header of the hive it is for; the sequence numbers in it become those of the first
+    // entry.
     explicit CTestHiveLog(const std::string& hive);
 
     CTestHiveLog& Entry(std::uint32_t sequence, const std::string& before,

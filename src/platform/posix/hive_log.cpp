@@ -141,15 +141,18 @@ std::size_t ReadEntry(std::span<const std::byte> bytes, SLogEntry& entry) {
     return entry.binsSize % kBinAlignment == 0 && ArePagesRight(entry) ? size : 0;
 }
 
-// Appends the entries of one log up to the first that is torn or left over from an earlier turn.
+// Appends the entries of a log's last turn. They are numbered without a gap from the number in its
+// base block on; whatever follows is torn or left over from an earlier turn.
 void CollectEntries(const CHiveImage& log, std::vector<SLogEntry>& entries) {
     std::span<const std::byte> rest = GetLogBody(log, kEntrySignature);
+    if (rest.empty()) {
+        return;
+    }
     SLogEntry entry;
     entry.log = &log;
-    for (bool isFirst = true;; isFirst = false) {
-        const std::uint32_t expected = entry.sequence + 1;
+    for (std::uint32_t expected = log.GetFirstSequence();; ++expected) {
         const std::size_t size = ReadEntry(rest, entry);
-        if (size == 0 || (!isFirst && entry.sequence != expected)) {
+        if (size == 0 || entry.sequence != expected) {
             return;
         }
         entries.push_back(entry);
@@ -157,36 +160,35 @@ void CollectEntries(const CHiveImage& log, std::vector<SLogEntry>& entries) {
     }
 }
 
-// The sequence number of the first entry that the hive lacks. A base block that was torn does not
-// tell; then it is the start of the unbroken run that ends in the newest entry.
-std::uint32_t FindFirstSequence(const CHiveImage& hive, std::span<const SLogEntry> entries) {
+// The first entry that the hive lacks, of sorted ones. The numbers of a hive may be far behind
+// those of its logs. A base block that was torn has none: then it is the start of the unbroken run
+// that ends in the newest entry.
+auto FindFirstMissing(const CHiveImage& hive, const std::vector<SLogEntry>& entries) {
     if (IsBaseBlockRight(hive)) {
-        return hive.GetSecondSequence();
+        return std::ranges::lower_bound(entries, hive.GetSecondSequence(), {},
+                                        &SLogEntry::sequence);
     }
-    std::size_t first = entries.size() - 1;
-    while (first != 0 && entries[first].sequence - entries[first - 1].sequence <= 1) {
+    auto first = entries.end();
+    while (first != entries.begin() &&
+           (first == entries.end() || first->sequence - (first - 1)->sequence == 1)) {
         --first;
     }
-    return entries[first].sequence;
+    return first;
 }
 
-// The entries to apply: from the first that the hive lacks up to a gap, behind which the pages
-// would not fit those that are there.
-std::vector<SLogEntry> SelectRun(const CHiveImage& hive, std::span<const SLogEntry> entries,
-                                 std::size_t logSize) {
-    std::vector<SLogEntry> run;
-    std::uint32_t expected = FindFirstSequence(hive, entries);
-    for (const SLogEntry& entry : entries) {
-        if (entry.sequence < expected) {
-            continue;
-        }
-        if (entry.sequence != expected || !IsPlausibleSize(entry.binsSize, hive, logSize)) {
-            break;
-        }
-        run.push_back(entry);
-        ++expected;
+// The entries that the hive lacks, by their numbers. They may be spread over its logs.
+std::vector<SLogEntry> CollectMissing(const CHiveImage& hive, std::span<const CHiveImage> logs) {
+    std::vector<SLogEntry> entries;
+    for (const CHiveImage& log : logs) {
+        CollectEntries(log, entries);
     }
-    return run;
+    std::ranges::stable_sort(entries, {}, &SLogEntry::sequence);
+    const auto isRepeated = [](const SLogEntry& left, const SLogEntry& right) {
+        return left.sequence == right.sequence;
+    };
+    entries.erase(std::unique(entries.begin(), entries.end(), isRepeated), entries.end());
+    entries.erase(entries.cbegin(), FindFirstMissing(hive, entries));
+    return entries;
 }
 
 void ApplyPages(const SLogEntry& entry, std::byte* bins) {
@@ -198,22 +200,17 @@ void ApplyPages(const SLogEntry& entry, std::byte* bins) {
     }
 }
 
-// Applies logs of the later format, whose entries may be spread over both files.
-void ApplyEntries(CHiveImage& hive, std::span<const CHiveImage> logs) {
-    std::vector<SLogEntry> entries;
-    std::size_t logSize = 0;
-    for (const CHiveImage& log : logs) {
-        CollectEntries(log, entries);
-        logSize += log.GetBytes().size();
+// Applies the entries up to a gap: the pages after it would not fit those that are there.
+void ApplyEntries(CHiveImage& hive, std::span<const SLogEntry> entries, std::size_t logSize) {
+    std::size_t count = 0;
+    while (count < entries.size() && entries[count].sequence - entries[0].sequence == count &&
+           IsPlausibleSize(entries[count].binsSize, hive, logSize)) {
+        ++count;
     }
-    if (entries.empty()) {
+    if (count == 0) {
         return;
     }
-    std::ranges::stable_sort(entries, {}, &SLogEntry::sequence);
-    const std::vector<SLogEntry> run = SelectRun(hive, entries, logSize);
-    if (run.empty()) {
-        return;
-    }
+    const std::span<const SLogEntry> run = entries.first(count);
     RepairBaseBlock(hive, *run.front().log);
     hive.Grow(CHiveImage::kBaseBlockSize +
               std::ranges::max_element(run, {}, &SLogEntry::binsSize)->binsSize);
@@ -232,10 +229,21 @@ void ApplyHiveLogs(CHiveImage& hive, std::span<const CHiveImage> logs) {
     if (!IsDirtyHive(hive)) {
         return;
     }
-    const auto isApplied = [&hive](const CHiveImage& log) { return ApplyDirtyVector(hive, log); };
-    if (std::ranges::none_of(logs, isApplied)) {
-        ApplyEntries(hive, logs);
+    // Entries come first. A log of the elder format beside them is left over from a former system;
+    // its time may fit all the same, since a system that writes entries leaves the hive's time as
+    // it is.
+    const std::vector<SLogEntry> missing = CollectMissing(hive, logs);
+    if (!missing.empty()) {
+        std::size_t logSize = 0;
+        for (const CHiveImage& log : logs) {
+            logSize += log.GetBytes().size();
+        }
+        ApplyEntries(hive, missing, logSize);
+        return;
     }
+    // The first that can be applied is the one.
+    static_cast<void>(std::ranges::any_of(
+        logs, [&hive](const CHiveImage& log) { return ApplyDirtyVector(hive, log); }));
 }
 
 }  // namespace platform

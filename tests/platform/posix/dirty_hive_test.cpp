@@ -90,7 +90,25 @@ TEST_F(DirtyHiveTest, TakesEntriesFromBothLogsInTheirOrder) {
     const std::string log3 = CTestHiveLog(m_first).Entry(3, m_second, m_third).Bytes();
     EXPECT_EQ(Read(m_first, log1, log3), KeysUpTo(3));
     EXPECT_EQ(Read(m_first, log3, log1), KeysUpTo(3));
-    EXPECT_EQ(Read(m_first, log2, log3), KeysUpTo(3));
+    EXPECT_EQ(Read(m_first, log2, log3, log1), KeysUpTo(3));
+}
+
+// A hive's own numbers stay as they are while many entries are written.
+TEST_F(DirtyHiveTest, TakesEntriesWhoseNumbersAreFarAheadOfTheHive) {
+    const std::string log1 = CTestHiveLog(m_first).Entry(487, m_first, m_second).Bytes();
+    const auto log2 = [this](std::uint32_t sequence) {
+        return CTestHiveLog(m_first).Entry(sequence, m_second, m_third).Bytes();
+    };
+    EXPECT_EQ(Read(m_first, log1, log2(488)), KeysUpTo(3));
+    EXPECT_EQ(Read(m_first, log2(488), log1), KeysUpTo(3));
+    // A log whose entries do not go on from the other's, and one of which the header alone is new.
+    EXPECT_EQ(Read(m_first, log1, log2(489)), KeysUpTo(2));
+    std::string started = log2(488);
+    PutNumber(started, 4, 489, 4);
+    SealHiveHeader(started);
+    EXPECT_EQ(Read(m_first, log1, started), KeysUpTo(2));
+    // A log that a former system has left, although its time fits.
+    EXPECT_EQ(Read(m_first, MakeDirtyVectorLog(m_first, m_third), log1), KeysUpTo(2));
 }
 
 TEST_F(DirtyHiveTest, StopsAtAnEntryThatIsTornOrMissing) {
@@ -99,7 +117,6 @@ TEST_F(DirtyHiveTest, StopsAtAnEntryThatIsTornOrMissing) {
     const std::string gap =
         CTestHiveLog(m_first).Entry(2, m_first, m_second).Entry(4, m_second, m_third).Bytes();
     EXPECT_EQ(Read(m_first, gap), KeysUpTo(2));
-    EXPECT_EQ(Read(m_first, CTestHiveLog(m_first).Entry(3, m_first, m_third).Bytes()), KeysUpTo(1));
     // One byte in the pages, in the list of pages and in the header of the second entry.
     const std::size_t second = whole.find("HvLE", whole.find("HvLE") + 1);
     for (const std::size_t offset : {whole.size() - 1, second + 44, second + 16, second}) {
@@ -113,7 +130,10 @@ TEST_F(DirtyHiveTest, StopsAtAnEntryThatIsTornOrMissing) {
 TEST_F(DirtyHiveTest, RepairsATornHeader) {
     std::string torn = m_first;
     PutNumber(torn, 8, 77, 4);
-    EXPECT_EQ(Read(torn, CTestHiveLog(m_first).Entry(5, m_first, m_third).Bytes()), KeysUpTo(3));
+    // The other log is from before; the header does not tell any more.
+    EXPECT_EQ(Read(torn, CTestHiveLog(m_first).Entry(5, m_first, m_third).Bytes(),
+                   CTestHiveLog(m_first).Entry(2, m_first, m_second).Bytes()),
+              KeysUpTo(3));
     EXPECT_EQ(Read(torn, MakeDirtyVectorLog(m_first, m_third)), KeysUpTo(3));
     torn.replace(0, 512, 512, '\0');
     EXPECT_EQ(Read(torn, CTestHiveLog(m_first).Entry(5, m_first, m_second).Bytes()), KeysUpTo(2));
