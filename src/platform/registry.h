@@ -43,7 +43,8 @@ struct SKeyInfo {
 // all others are.
 [[nodiscard]] int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName);
 
-// Whether such a hive says that it has more keys or values than are there. Windows loads none.
+// Whether such a hive says that it has more keys or values than are there, or its last write was
+// interrupted and the log files do not complete it. Windows loads none.
 [[nodiscard]] bool IsHiveDamaged(const char16_t* mountName);
 
 // Takes such a hive away. ERROR_FILE_NOT_FOUND when nothing is loaded under that name;

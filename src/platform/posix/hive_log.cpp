@@ -200,15 +200,16 @@ void ApplyPages(const SLogEntry& entry, std::byte* bins) {
     }
 }
 
-// Applies the entries up to a gap: the pages after it would not fit those that are there.
-void ApplyEntries(CHiveImage& hive, std::span<const SLogEntry> entries, std::size_t logSize) {
+// Applies the entries up to a gap: the pages after it would not fit those that are there. Returns
+// whether these are all of them.
+bool ApplyEntries(CHiveImage& hive, std::span<const SLogEntry> entries, std::size_t logSize) {
     std::size_t count = 0;
     while (count < entries.size() && entries[count].sequence - entries[0].sequence == count &&
            IsPlausibleSize(entries[count].binsSize, hive, logSize)) {
         ++count;
     }
     if (count == 0) {
-        return;
+        return false;
     }
     const std::span<const SLogEntry> run = entries.first(count);
     RepairBaseBlock(hive, *run.front().log);
@@ -217,6 +218,7 @@ void ApplyEntries(CHiveImage& hive, std::span<const SLogEntry> entries, std::siz
     for (const SLogEntry& entry : run) {
         ApplyPages(entry, hive.GetBytes().data() + CHiveImage::kBaseBlockSize);
     }
+    return count == entries.size();
 }
 
 }  // namespace
@@ -225,9 +227,9 @@ bool IsDirtyHive(const CHiveImage& hive) {
     return !IsBaseBlockRight(hive) || hive.GetFirstSequence() != hive.GetSecondSequence();
 }
 
-void ApplyHiveLogs(CHiveImage& hive, std::span<const CHiveImage> logs) {
+bool ApplyHiveLogs(CHiveImage& hive, std::span<const CHiveImage> logs) {
     if (!IsDirtyHive(hive)) {
-        return;
+        return true;
     }
     // Entries come first. A log of the elder format beside them is left over from a former system;
     // its time may fit all the same, since a system that writes entries leaves the hive's time as
@@ -238,12 +240,10 @@ void ApplyHiveLogs(CHiveImage& hive, std::span<const CHiveImage> logs) {
         for (const CHiveImage& log : logs) {
             logSize += log.GetBytes().size();
         }
-        ApplyEntries(hive, missing, logSize);
-        return;
+        return ApplyEntries(hive, missing, logSize);
     }
-    // The first that can be applied is the one.
-    static_cast<void>(std::ranges::any_of(
-        logs, [&hive](const CHiveImage& log) { return ApplyDirtyVector(hive, log); }));
+    return std::ranges::any_of(
+        logs, [&hive](const CHiveImage& log) { return ApplyDirtyVector(hive, log); });
 }
 
 }  // namespace platform

@@ -12,7 +12,8 @@ namespace platform {
 
 // Puts the pages of the logs, of either format and in the order of their names, into a dirty hive,
 // and repairs its base block when that was being written. Logs that do not belong to it, or are
-// themselves cut off, add nothing, or as much as they safely can.
-void ApplyHiveLogs(CHiveImage& hive, std::span<const CHiveImage> logs);
+// themselves cut off, add nothing, or as much as they safely can. Returns whether the hive is now
+// whole: false when it is dirty and there is no log for it, or when a log has more than fits.
+[[nodiscard]] bool ApplyHiveLogs(CHiveImage& hive, std::span<const CHiveImage> logs);
 
 }  // namespace platform

@@ -24,6 +24,7 @@ constexpr std::uint32_t kLocalMachine = 0x80000002U;
 struct SMount {
     std::u16string name;
     CHive hive;
+    bool isWhole = true;  // false when its last write is lost
     std::size_t openKeys = 0;
 };
 
@@ -49,8 +50,9 @@ auto FindMount(std::u16string_view name) {
     });
 }
 
-// Reads a hive's file, and its logs when its last write was cut off.
-int ReadHive(const std::u16string& fileName, CHiveImage& image) {
+// Reads a hive's file, and its logs when its last write was cut off; `isWhole` tells whether they
+// complete it.
+int ReadHive(const std::u16string& fileName, CHiveImage& image, bool& isWhole) {
     CFileDescriptor file;
     if (const int status = OpenForReading(fileName.c_str(), file)) {
         return status;
@@ -58,7 +60,8 @@ int ReadHive(const std::u16string& fileName, CHiveImage& image) {
     if (const int status = image.Read(file)) {
         return status;
     }
-    if (!IsDirtyHive(image)) {
+    isWhole = !IsDirtyHive(image);
+    if (isWhole) {
         return ERROR_SUCCESS;
     }
     std::vector<CHiveImage> logs;
@@ -72,7 +75,7 @@ int ReadHive(const std::u16string& fileName, CHiveImage& image) {
         }
     }
     SetLastError(lastError);
-    ApplyHiveLogs(image, logs);
+    isWhole = ApplyHiveLogs(image, logs);
     return ERROR_SUCCESS;
 }
 
@@ -88,10 +91,10 @@ int LoadHive(KeyHandle /*machine*/, const char16_t* mountName, const char16_t* f
         return SetLastError(ERROR_ACCESS_DENIED);
     }
     CHiveImage image;
-    if (const int status = ReadHive(fileName, image)) {
+    auto mount = std::make_unique<SMount>();
+    if (const int status = ReadHive(fileName, image, mount->isWhole)) {
         return status;
     }
-    auto mount = std::make_unique<SMount>();
     mount->name = mountName;
     if (const int status = mount->hive.Load(std::move(image))) {
         return SetLastError(status);
@@ -102,7 +105,7 @@ int LoadHive(KeyHandle /*machine*/, const char16_t* mountName, const char16_t* f
 
 bool IsHiveDamaged(const char16_t* mountName) {
     const auto mount = FindMount(mountName);
-    return mount != GetMounts().end() && (*mount)->hive.IsDamaged();
+    return mount != GetMounts().end() && (!(*mount)->isWhole || (*mount)->hive.IsDamaged());
 }
 
 int UnloadHive(KeyHandle /*machine*/, const char16_t* mountName) {

@@ -36,7 +36,8 @@ RegistryTree KeysUpTo(int last) {
 
 class DirtyHiveTest : public testing::Test {
 protected:
-    // What is read of a hive that has these logs beside it; an empty log is none.
+    // What is read of a hive that has these logs beside it; an empty log is none. m_isDamaged is
+    // what is told of it.
     RegistryTree Read(const std::string& hive, const std::string& log1 = "",
                       const std::string& log2 = "", const std::string& log = "") {
         const CTempFolder folder;
@@ -51,6 +52,7 @@ protected:
         platform::KeyHandle machine = nullptr;
         EXPECT_EQ(platform::ConnectMachine(machine), ERROR_SUCCESS);
         EXPECT_EQ(platform::LoadHive(machine, kMount, name.c_str()), ERROR_SUCCESS);
+        m_isDamaged = platform::IsHiveDamaged(kMount);
         RegistryTree tree = ReadRegistryTree(kMount);
         EXPECT_EQ(platform::UnloadHive(machine, kMount), ERROR_SUCCESS);
         platform::CloseKey(machine);
@@ -61,11 +63,11 @@ protected:
     std::string m_first = MakeHive(1);
     std::string m_second = MakeHive(2);
     std::string m_third = MakeHive(3);
+    bool m_isDamaged = false;
 };
 
 TEST_F(DirtyHiveTest, TakesThePagesOfADirtyVector) {
     const std::string log = MakeDirtyVectorLog(m_first, m_third);
-    EXPECT_EQ(Read(m_first), KeysUpTo(1));
     EXPECT_EQ(Read(m_first, log), KeysUpTo(3));
     EXPECT_EQ(Read(m_first, "", "", log), KeysUpTo(3));
 }
@@ -101,12 +103,15 @@ TEST_F(DirtyHiveTest, TakesEntriesWhoseNumbersAreFarAheadOfTheHive) {
     };
     EXPECT_EQ(Read(m_first, log1, log2(488)), KeysUpTo(3));
     EXPECT_EQ(Read(m_first, log2(488), log1), KeysUpTo(3));
+    EXPECT_FALSE(m_isDamaged);
     // A log whose entries do not go on from the other's, and one of which the header alone is new.
     EXPECT_EQ(Read(m_first, log1, log2(489)), KeysUpTo(2));
+    EXPECT_TRUE(m_isDamaged);
     std::string started = log2(488);
     PutNumber(started, 4, 489, 4);
     SealHiveHeader(started);
     EXPECT_EQ(Read(m_first, log1, started), KeysUpTo(2));
+    EXPECT_FALSE(m_isDamaged);
     // A log that a former system has left, although its time fits.
     EXPECT_EQ(Read(m_first, MakeDirtyVectorLog(m_first, m_third), log1), KeysUpTo(2));
 }
@@ -139,12 +144,38 @@ TEST_F(DirtyHiveTest, RepairsATornHeader) {
     EXPECT_EQ(Read(torn, CTestHiveLog(m_first).Entry(5, m_first, m_second).Bytes()), KeysUpTo(2));
 }
 
+TEST_F(DirtyHiveTest, IsToldAsDamagedWhenNoLogCompletesIt) {
+    std::string torn = m_first;
+    PutNumber(torn, 8, 3, 4);  // and its checksum is wrong
+    const std::string log = CTestHiveLog(m_first).Entry(2, m_first, m_second).Bytes();
+    const std::string old = CTestHiveLog(m_first).Entry(1, m_first, m_second).Bytes();
+    const struct {
+        const std::string& hive;
+        const std::string log;
+        bool isDamaged;
+    } kCases[] = {
+        {m_first, "", true},
+        {m_first, old, true},
+        {m_first, log.substr(0, 512), true},
+        {m_first, log, false},
+        {torn, "", true},
+        {torn, log, false},
+        {m_first, MakeDirtyVectorLog(m_first, m_second), false},
+    };
+    for (const auto& test : kCases) {
+        SCOPED_TRACE(&test - kCases);
+        EXPECT_EQ(Read(test.hive, test.log), KeysUpTo(test.isDamaged ? 1 : 2));
+        EXPECT_EQ(m_isDamaged, test.isDamaged);
+    }
+}
+
 TEST_F(DirtyHiveTest, NeedsNoLogsWhenItsLastWriteIsWhole) {
     std::string clean = m_first;
     PutNumber(clean, 4, 2, 4);
     SealHiveHeader(clean);
     EXPECT_EQ(Read(clean, CTestHiveLog(clean).Entry(2, m_first, m_third).Bytes()), KeysUpTo(1));
     EXPECT_EQ(Read(clean, MakeDirtyVectorLog(clean, m_third)), KeysUpTo(1));
+    EXPECT_FALSE(m_isDamaged);
 }
 
 // The size that an entry gives the hive is checked: no log makes it larger than both files are.
@@ -158,6 +189,7 @@ TEST_F(DirtyHiveTest, DoesNotGrowBeyondWhatItsLogsHold) {
             .Entry(2, m_first + std::string(huge.size() - m_first.size(), '\0'), huge)
             .Bytes();
     EXPECT_EQ(Read(m_first, sparse), KeysUpTo(1));
+    EXPECT_TRUE(m_isDamaged);
 }
 
 // The hash of an entry's header as Windows 10 has written it.
