@@ -53,7 +53,7 @@ int CHive::Load(CHiveImage image) {
     if (!m_image.HasBaseBlock() || !IsKnownVersion(m_image)) {
         return ERROR_BADDB;
     }
-    m_cells = CHiveCells(m_image.GetBins(), m_image.GetMinorVersion());
+    m_cells = CHiveCells(m_image.GetBins(), m_image.GetBinsSize(), m_image.GetMinorVersion());
     return m_index.Build(m_cells, m_image.GetRootCell()) ? ERROR_SUCCESS : ERROR_BADDB;
 }
 

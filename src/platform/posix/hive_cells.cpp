@@ -85,8 +85,11 @@ void CHiveName::CopyTo(std::u16string& text) const {
     }
 }
 
-CHiveCells::CHiveCells(std::span<const std::byte> bins, std::uint32_t minorVersion)
-    : m_bins(bins), m_hasSegments(minorVersion >= kFirstVersionWithSegments) {}
+CHiveCells::CHiveCells(std::span<const std::byte> bins, std::size_t wholeSize,
+                       std::uint32_t minorVersion)
+    : m_bins(bins),
+      m_wholeSize(std::max(wholeSize, bins.size())),
+      m_hasSegments(minorVersion >= kFirstVersionWithSegments) {}
 
 std::span<const std::byte> CHiveCells::Get(CellOffset offset) const {
     if (offset % kCellAlignment != 0 || offset < kBinHeaderSize ||
@@ -95,7 +98,7 @@ std::span<const std::byte> CHiveCells::Get(CellOffset offset) const {
     }
     // A cell in use has its size as a negative number.
     const std::uint32_t size = 0U - LoadU32(m_bins.data() + offset);
-    if (size > 0x80000000U || size < kCellAlignment) {
+    if (size > 0x80000000U || size < kCellAlignment || size > m_wholeSize - offset) {
         return {};
     }
     return m_bins.subspan(offset + 4U, std::min<std::size_t>(size, m_bins.size() - offset) - 4U);

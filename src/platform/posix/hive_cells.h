@@ -70,11 +70,13 @@ struct SValueNode {
 class CHiveCells {
 public:
     CHiveCells() = default;
-    CHiveCells(std::span<const std::byte> bins, std::uint32_t minorVersion);
+    // `wholeSize` is that of the bins in bytes if their file is not cut off.
+    CHiveCells(std::span<const std::byte> bins, std::size_t wholeSize, std::uint32_t minorVersion);
 
     [[nodiscard]] std::size_t GetSize() const { return m_bins.size(); }
 
-    // The content of an allocated cell, cut off where the bins end; empty when `offset` is no cell.
+    // The content of an allocated cell, cut off where a cut-off file ends; empty when `offset` is
+    // no cell, or its size leads beyond all bins.
     [[nodiscard]] std::span<const std::byte> Get(CellOffset offset) const;
 
     // Asks the memory for cells that will be read soon: those of one list are all over a hive.
@@ -105,6 +107,7 @@ private:
                                     std::byte* target) const;
 
     std::span<const std::byte> m_bins;
+    std::size_t m_wholeSize = 0;
     bool m_hasSegments = false;
 };
 

@@ -265,6 +265,7 @@ TEST_F(DamagedHiveTest, LosesNoMoreThanTheDamageHits) {
         {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Patch16(b, 76, u'\\')},
         {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Resize(b, 88)},
         {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Resize(b, -80)},
+        {"A\\B\\ A\\B\\C\\ ", CTestHive(m_hive).Resize(b, -0x70000000)},
         // Lists of keys; the last is of parts, of which the first has two of three keys.
         {"A\\B\\ A\\B\\C\\ A\\D\\ ", CTestHive(m_hive).Patch16(aList, 0, 0)},
         {"A\\B\\C\\ ", CTestHive(m_hive).Link(b, 28, aList)},
@@ -279,6 +280,7 @@ TEST_F(DamagedHiveTest, LosesNoMoreThanTheDamageHits) {
         {"V\\s: ", CTestHive(m_hive).Patch32(text, 4, 0x7FFFFFFF)},
         {"V\\s: ", CTestHive(m_hive).Patch32(text, 4, 0x80000005)},
         {"V\\s: ", CTestHive(m_hive).Patch32(text, 8, kAnywhere)},
+        {"V\\s: ", CTestHive(m_hive).Resize({SHiveCell::Data, u"V", u"s"}, -0x7000)},
         {"V\\l: ", CTestHive(m_hive).Patch32(large, 4, 2 * 16344 + 1)},
         {"V\\l: ", CTestHive(m_hive).Patch16(largeRecord, 2, 1)},
         {"V\\l: ", CTestHive(m_hive).Patch32(largeRecord, 4, kAnywhere)},
@@ -294,7 +296,6 @@ TEST_F(DamagedHiveTest, LosesNoMoreThanTheDamageHits) {
         {"", CTestHive(m_hive).Patch32(a, 52, 0)},
         {"", CTestHive(m_hive).Patch32(v, 36, 0x10000000)},
         {"", CTestHive(m_hive).Patch32(v, 60, 0)},
-        {"", CTestHive(m_hive).Resize(b, -0x70000000)},
     };
     for (const auto& damage : damages) {
         SCOPED_TRACE(&damage - damages);
@@ -313,6 +314,17 @@ TEST_F(DamagedHiveTest, ReadsWhatIsLeftOfACutOffFile) {
         }
     }
     EXPECT_GT(loaded, 5000U);
+    // The first half of a list.
+    CTestHive many;
+    for (char16_t name = u'\x100'; name < u'\x180'; ++name) {
+        many.SubKey(std::u16string(1, name));
+    }
+    const std::string whole = many.Bytes();
+    CHive hive;
+    ASSERT_EQ(LoadBytes(whole.substr(0, whole.rfind("lh") + 4 + std::size_t{64} * 8), hive),
+              ERROR_SUCCESS);
+    EXPECT_EQ(hive.GetInfo(kRootKey).subKeyCount, 64U);
+    EXPECT_TRUE(hive.IsDamaged());
 }
 
 TEST(HiveTest, BoundsWhatOneListGivesToManyKeys) {
