@@ -40,7 +40,7 @@ struct SKeyInfo {
 // ERROR_FILE_NOT_FOUND and ERROR_PATH_NOT_FOUND as for any file; ERROR_BADDB when the file is no
 // hive or its root key cannot be read; ERROR_ACCESS_DENIED when the mount name is taken. POSIX
 // changes no file, and reads around damage: a key or value that cannot be read is not there, and
-// all others are.
+// all others are. Keys nest at most 512 levels below the mount, and what is deeper is damage too.
 [[nodiscard]] int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName);
 
 // Whether such a hive says that it has more keys or values than are there, or its last write was

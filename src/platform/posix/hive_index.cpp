@@ -8,6 +8,9 @@ namespace {
 
 constexpr std::size_t kSmallestValueCell = 24;
 
+// No key of the system itself nests deeper. It bounds how long the paths of a small hive can be.
+constexpr std::uint32_t kMaxLevels = 512;
+
 // An empty name, or one with a backslash, would lead a path back to its parent or elsewhere.
 bool CanStandInPath(const CHiveName& name, std::uint32_t length) {
     for (std::uint32_t i = 0; i < length; ++i) {
@@ -67,11 +70,19 @@ bool CHiveIndex::CBuilder::Build(CellOffset root) {
     }
     static_cast<void>(Visit(root));  // nothing was visited before
     m_index.m_keys.push_back({.cell = root});
+    std::uint32_t level = 0;
+    std::size_t levelEnd = 1;
     for (KeyNumber key = 0; key < m_index.m_keys.size(); ++key) {
+        if (key == levelEnd) {
+            ++level;
+            levelEnd = m_index.m_keys.size();
+        }
         m_index.PrefetchBehind(key);
         // Each key was readable when it was taken in.
         static_cast<void>(m_cells.ReadKey(m_index.m_keys[key].cell, node));
-        AddChildren(key, node);
+        if (level < kMaxLevels) {
+            AddChildren(key, node);
+        }
         AddValues(key, node);
         const SKey& added = m_index.m_keys[key];
         m_index.m_isDamaged = m_index.m_isDamaged || added.childCount < node.subKeyCount ||

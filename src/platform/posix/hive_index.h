@@ -21,7 +21,8 @@ constexpr KeyNumber kNoKey = 0xFFFFFFFFU;
 // Every key and value that can be reached and read, found once when a hive is loaded. Each key cell
 // is in it at most once, so whatever the lists of a hive say, this is a tree, no larger than the
 // hive. A key or value is left out when its record, its name or its data is not whole; a key also
-// when its name could not stand in a path. What remains needs no further check. Any thread.
+// when its name could not stand in a path or it is more than 512 levels below the root. What
+// remains needs no further check. Any thread.
 class CHiveIndex {
 public:
     // Reads the tree below `root`; false when that is no key. `cells` must outlive the index.

@@ -350,20 +350,30 @@ TEST(HiveTest, BoundsWhatOneListGivesToManyKeys) {
     EXPECT_LE(values, 20 * kCount);
 }
 
-TEST(HiveTest, HasNoLimitsOfNumberOrDepth) {
-    constexpr std::uint32_t kCount = 80000;  // beyond the counters of 16 bits
-    std::u16string deep = u"Deep";
-    for (int i = 0; i < 5000; ++i) {
-        deep += u"\\d";
+TEST(HiveTest, KeysNestAtMost512Levels) {
+    for (const std::size_t depth : {512U, 513U, 5000U}) {
+        SCOPED_TRACE(depth);
+        std::u16string path = u"d";
+        while (path.size() < 2 * depth - 1) {
+            path += u"\\d";
+        }
+        CHive hive;
+        ASSERT_EQ(LoadBytes(CTestHive().Key(path).Bytes(), hive), ERROR_SUCCESS);
+        EXPECT_NE(hive.FindKey(path.substr(0, 2 * 512 - 1)), kNoKey);
+        EXPECT_EQ(hive.FindKey(path) != kNoKey, depth <= 512);
+        EXPECT_EQ(hive.IsDamaged(), depth > 512);
     }
-    CTestHive source = CTestHive().Key(deep).Dword(u"x", 1).Key(u"Many");
+}
+
+TEST(HiveTest, HasNoLimitsOfNumber) {
+    constexpr std::uint32_t kCount = 80000;  // beyond the counters of 16 bits
+    CTestHive source = CTestHive().Key(u"Many");
     for (std::uint32_t i = 0; i < kCount; ++i) {
         const std::u16string name = Utf16(std::to_string(i));
         source.Dword(name, i).SubKey(name);
     }
     CHive hive;
     ASSERT_EQ(LoadBytes(source.Bytes(), hive), ERROR_SUCCESS);
-    EXPECT_EQ(hive.GetInfo(hive.FindKey(deep)).valueCount, 1U);
     const KeyNumber many = hive.FindKey(u"Many");
     SValueNode value;
     std::u16string name;
