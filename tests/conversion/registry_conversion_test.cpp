@@ -114,7 +114,8 @@ TEST_F(RegistryConversionTest, BookkeepingAndHiddenKeysAreLeftOut) {
 TEST_F(RegistryConversionTest, MachineEnvironmentBecomesVariables) {
     CTestHive hive;
     hive.Key(uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\Control\Session Manager\Environment)")
-        .ExpandString(u"APP_HOME", uR"(%CSIDL_WINDOWS%\app 5%)");
+        .ExpandString(u"APP_HOME", uR"(%CSIDL_WINDOWS%\app 5%)")
+        .Value(u"HALF", 1, std::string("a\0b\0c", 5));
     // Wine has no two values of one name.
     if (!RunsInWine()) {
         hive.String(u"app_home", u"second");
@@ -122,7 +123,9 @@ TEST_F(RegistryConversionTest, MachineEnvironmentBecomesVariables) {
     hive.Dword(u"NUMBER", 1).Key(uR"(REGISTRY\USER\CurrentUser\Environment)").String(u"MINE", u"x");
     ConvertHive(hive);
     EXPECT_EQ(Collection("CreateEnvVars"),
-              "<CreateEnvVars>\n<EnvVar Variable=\"APP_HOME\" User=\"1\" "
+              "<CreateEnvVars>\n"
+              "<EnvVar Variable=\"HALF\" User=\"1\" Value=\"ab\" InstallMode=\"0\" />\n"
+              "<EnvVar Variable=\"APP_HOME\" User=\"1\" "
               "Value=\"%CSIDL_WINDOWS%\\app 5|%\" InstallMode=\"0\" />\n</CreateEnvVars>\n");
     EXPECT_FALSE(Holds("CreateKeys", "Session Manager\\Environment"));
     EXPECT_TRUE(Holds("CreateValues", "Value=\"MINE\""));

@@ -82,6 +82,11 @@ TEST_F(DirtyHiveTest, LeavesADirtyVectorThatIsNotItsOwnOrNotWhole) {
         EXPECT_EQ(Read(m_first, other), KeysUpTo(1)) << offset;
     }
     EXPECT_EQ(Read(m_first, whole.substr(0, whole.size() - 1)), KeysUpTo(1));
+    // A hive that would be larger than both files are.
+    const std::string zeros(std::size_t{1} << 25, '\0');
+    std::string huge = m_third + zeros;
+    PutNumber(huge, 40, huge.size() - 4096, 4);
+    EXPECT_EQ(Read(m_first, MakeDirtyVectorLog(m_first + zeros, huge)), KeysUpTo(1));
 }
 
 TEST_F(DirtyHiveTest, TakesEntriesFromBothLogsInTheirOrder) {

@@ -152,6 +152,19 @@ TEST(HiveTest, JoinsTheSegmentsOfLargeData) {
     data.replace(0, 2, "db");
     EXPECT_THAT(ReadTree(CTestHive().Version(3).Binary(u"v", data).Bytes()),
                 ElementsAre("\\", ValueLine("", "v", 3, data)));
+    const SHiveCell whole = {SHiveCell::Data, u"", u"v"};
+    const SHiveCell list = {SHiveCell::Data, u"", u"list"};
+    const std::string looksDivided = CTestHive()
+                                         .Version(3)
+                                         .Binary(u"v", data)
+                                         .Binary(u"list", std::string(16, 'x'))
+                                         .Link(whole, 4, list)
+                                         .Link(list, 0, whole)
+                                         .Link(list, 4, whole)
+                                         .Link(list, 8, whole)
+                                         .Link(list, 12, whole)
+                                         .Bytes();
+    EXPECT_EQ(ReadTree(looksDivided), ReadTreeByHivex(looksDivided));
 }
 
 TEST(HiveTest, KnowsANameWithANulByWhatStandsBeforeIt) {
