@@ -4,7 +4,7 @@ file(MAKE_DIRECTORY "${FOLDER}")
 execute_process(COMMAND "${CPACK}" --config "${BUILD}/CPackConfig.cmake" -B "${FOLDER}"
                 COMMAND_ERROR_IS_FATAL ANY)
 
-set(files bin/cas2orv lib/libOrvCasConv.so lib/pkgconfig/OrvCasConv.pc share/man/man1/cas2orv.1
+set(files bin/cas2orv lib/libOrvCasConv.so lib/pkgconfig/OrvCasConv.pc share/man/man1/cas2orv.1.gz
     share/doc/orvcasconv/copyright)
 set(package "${FOLDER}/OrvCasConv-${VERSION}-win64.zip")
 if(EXISTS "${package}")
