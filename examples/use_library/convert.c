@@ -1,4 +1,5 @@
 /* Converts a package: convert PROFILE OUT.orv, both as absolute paths. */
+#include <limits.h>
 #include <locale.h>
 #include <orvcasconv/orvcasconv.h>
 #include <stdio.h>
@@ -31,8 +32,29 @@ static OrvChar* ToLibraryPath(const char* path) {
     return name;
 }
 
+static void ShowText(const OrvChar* text) {
+    mbstate_t state;
+    memset(&state, 0, sizeof state);
+    for (; *text != 0; ++text) {
+        char bytes[MB_LEN_MAX];
+        const size_t count = c16rtomb(bytes, *text, &state);
+        fwrite(bytes, 1, count == (size_t)-1 ? 0 : count, stderr);
+    }
+}
+
+/* Below the root come the targets, below them the stages of one target, and below those the files,
+ * keys and so on of one stage. A line for each stage that is done. */
 static uint32_t ShowStage(const OrvProgress* root) {
-    fprintf(stderr, "\rtarget %u of %u", (unsigned)root->current, (unsigned)root->total);
+    static uint32_t shown = 0;
+    const OrvProgress* targets = root->child;
+    const OrvProgress* stages = targets == NULL ? NULL : targets->child;
+    if (stages != NULL && stages->current != shown) {
+        shown = stages->current;
+        fprintf(stderr, "target %u of %u, stage %u of %u: ", (unsigned)targets->current + 1,
+                (unsigned)targets->total, (unsigned)stages->current, (unsigned)stages->total);
+        ShowText(stages->message);
+        fputc('\n', stderr);
+    }
     return 0;
 }
 
@@ -47,7 +69,6 @@ int main(int argc, char** argv) {
     GUID* targets = NULL;
     uint32_t count = 0;
     const uint32_t status = CasToOrvW(profile, output, NULL, &targets, &count, ShowStage);
-    fprintf(stderr, "\n");
     printf("status %u, %u targets\n", (unsigned)status, (unsigned)count);
     free(targets);
     free(output);

@@ -33,7 +33,10 @@ if(NOT targets MATCHES "^{[-0-9A-F]+}\tPlanner, 64-bit\n{[-0-9A-F]+}\tPlanner, 3
     message(FATAL_ERROR "the targets are listed as:\n${targets}")
 endif()
 execute_process(COMMAND "${FOLDER}/convert" "${profile}" "${FOLDER}/out/März.orv"
-                OUTPUT_VARIABLE result COMMAND_ERROR_IS_FATAL ANY)
+                OUTPUT_VARIABLE result ERROR_VARIABLE progress COMMAND_ERROR_IS_FATAL ANY)
+if(NOT progress MATCHES "\ntarget 2 of 2, stage 10 of 10: Saving target.\n$")
+    message(FATAL_ERROR "the progress is shown as:\n${progress}")
+endif()
 file(GLOB manifests "${FOLDER}/out/*/März.orv")
 list(LENGTH manifests count)
 if(NOT result STREQUAL "status 0, 2 targets\n" OR NOT count EQUAL 2)
