@@ -148,7 +148,7 @@ void CAssemblyInfo::SetPlace(std::u16string_view place) {
 
 void CAssemblyInfo::AddMemberFile(const CFilePathW& path, bool match) {
     if (!match) {
-        m_files.try_emplace(path.ToString(), path);
+        m_files.try_emplace(path.ToString());
     } else if (path.GetParent().Equals(m_assemblyFolder)) {
         const auto declared = m_files.find(path.GetFileName().GetText());
         if (declared != m_files.end()) {
@@ -163,8 +163,6 @@ bool CAssemblyInfo::IsComplete() const {
         return isNamed;
     }
     return !m_catalogPath.IsEmpty() &&
-           std::none_of(m_files.begin(), m_files.end(), [](const Files::value_type& file) {
-               const EFilePathKind kind = file.second.GetKind();
-               return kind == FilePathRelative || kind == FilePathRootRelative;
-           });
+           std::none_of(m_files.begin(), m_files.end(),
+                        [](const Files::value_type& file) { return file.second.IsEmpty(); });
 }

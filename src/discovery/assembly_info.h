@@ -11,8 +11,7 @@
 // cannot be read stays empty, and IsComplete tells.
 class CAssemblyInfo {
 public:
-    // Member files by their declared names. Each path is that name, until the captured file is
-    // found.
+    // Captured files by the names that the manifest declares; an empty path until one is found.
     using Files = std::map<CStrW, CFilePathW, STextLessNoCase>;
 
     // A side-by-side assembly by its manifest, or one of the global cache by its module.
@@ -33,12 +32,13 @@ public:
     void SetCatalogPath(const CFilePathW& path) { m_catalogPath = path; }
 
     // Adds a declared file; of two that differ in case alone, the first stays. With `match` the
-    // path is of a captured file: one of the assembly's folder takes the place of the declared file
-    // of its name, and any other is ignored.
+    // path is of a captured file: one of the assembly's folder becomes that of the declared name
+    // that it has, and any other is ignored.
     void AddMemberFile(const CFilePathW& path, bool match);
 
-    // Whether all is there that an item needs. A side-by-side assembly needs a catalog, and no file
-    // of it may still be a relative name: such a one was not captured.
+    // Whether all is there that an item needs. A side-by-side assembly needs a catalog and a
+    // captured file for every name that it declares: a full path in a manifest must not carry a
+    // file of the converting machine into the package.
     [[nodiscard]] bool IsComplete() const;
 
     [[nodiscard]] const CStrW& GetIdentity() const { return m_identity; }

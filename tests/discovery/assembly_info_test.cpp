@@ -25,7 +25,7 @@ protected:
     static std::vector<std::string> Files(const CAssemblyInfo& assembly) {
         std::vector<std::string> files;
         for (const auto& [name, path] : assembly.GetFiles()) {
-            files.push_back(Utf8(path.ToString()));
+            files.push_back(Utf8(path.IsEmpty() ? name : path.ToString()));
         }
         return files;
     }
@@ -93,6 +93,19 @@ TEST_F(AssemblyInfoTest, IsCompleteWithACatalogAndAllFilesOfItsFolder) {
     EXPECT_TRUE(assembly.IsComplete());
     assembly.SetCatalogPath(CFilePathW());
     EXPECT_FALSE(assembly.IsComplete());
+}
+
+TEST_F(AssemblyInfoTest, NoFileButACapturedOneAnswersForADeclaredName) {
+    for (const char* name : {R"(Z:\etc\hostname)", R"(C:\WinSxS\x86_a\a.dll)", R"(\\s\x\a.dll)",
+                             "C:a.dll", R"(\a.dll)", R"(.\a.dll)", "x/a.dll", ""}) {
+        SCOPED_TRACE(name);
+        CAssemblyInfo assembly = ReadText("<assembly><assemblyIdentity name='a'/><file name='" +
+                                          std::string(name) + "'/></assembly>");
+        assembly.SetPlace(uR"(C:\WinSxS\x86_a)");
+        assembly.SetCatalogPath(CFilePathW(uR"(C:\a.cat)"));
+        assembly.AddMemberFile(CFilePathW(uR"(C:\WinSxS\x86_a\a.dll)"), true);
+        EXPECT_FALSE(assembly.IsComplete());
+    }
 }
 
 }  // namespace
