@@ -1,5 +1,7 @@
 #include "platform/posix/link_target.h"
 
+#include <utility>
+
 namespace platform {
 
 namespace {
@@ -49,53 +51,58 @@ std::u16string ReadLongName(const CByteReader& item) {
     return {};
 }
 
-bool AppendFile(const CByteReader& item, std::u16string& path) {
-    if (path.empty()) {
+bool AppendFile(const CByteReader& item, SLinkPath& path) {
+    if (path.text.empty()) {
         return false;  // below a folder that the list does not spell
     }
-    std::u16string name = ReadLongName(item);
-    if (name.empty()) {
+    SLinkPath name{ReadLongName(item)};
+    if (name.text.empty()) {
         const bool isWide = (item.GetU8(kType) & kFileNameIsWide) != 0;
-        name = isWide ? item.GetWideText(kFileName) : item.GetAnsiText(kFileName);
+        name = isWide ? SLinkPath{item.GetWideText(kFileName)}
+                      : MakeAnsiPath(item.GetAnsiText(kFileName));
     }
     AppendPathPart(path, name);
-    return !name.empty();
+    return !name.text.empty();
 }
 
-bool StartAtDrive(const CByteReader& item, std::u16string& path) {
+bool StartAtDrive(const CByteReader& item, SLinkPath& path) {
     const std::u16string name = item.GetAnsiText(kVolumeName);
     if ((item.GetU8(kType) & kVolumeHasName) == 0 || name.size() < 2 || name[1] != u':') {
         return false;
     }
-    path = {name[0], u':', u'\\'};
+    path = {{name[0], u':', u'\\'}};
     return true;
 }
 
 // Networks and domains stand in the list before the servers and shares; only those are paths.
-bool StartAtShare(const CByteReader& item, std::u16string& path) {
+bool StartAtShare(const CByteReader& item, SLinkPath& path) {
     const unsigned flags = item.GetU8(kNetworkFlags);
-    std::u16string name = item.GetAnsiText(kNetworkName);
+    SLinkPath name = MakeAnsiPath(item.GetAnsiText(kNetworkName));
     if ((flags & kNetworkHasWideTexts) != 0) {
-        std::size_t offset = kNetworkName + name.size() + 1;
+        std::size_t offset = kNetworkName + name.text.size() + 1;
         for (const unsigned text : {kNetworkHasDescription, kNetworkHasComment}) {
             if ((flags & text) != 0) {
                 offset += item.GetAnsiText(offset).size() + 1;
             }
         }
-        const std::u16string wideName = item.GetWideText(offset);
-        name = wideName.empty() ? name : wideName;
+        SLinkPath wideName{item.GetWideText(offset)};
+        if (!wideName.text.empty()) {
+            name = std::move(wideName);
+        }
     }
-    if (name.starts_with(u"\\\\")) {
-        path = name;
+    if (name.text.starts_with(u"\\\\")) {
+        path = std::move(name);
     }
     return true;
 }
 
+unsigned ClassOf(const CByteReader& item) { return item.GetU8(kType) & kClassMask; }
+
 // Takes one item up into `path`; false when it has no place in a path.
-bool AppendItem(const CByteReader& item, std::u16string& path) {
-    switch (item.GetU8(kType) & kClassMask) {
+bool AppendItem(const CByteReader& item, SLinkPath& path) {
+    switch (ClassOf(item)) {
         case kRootClass:
-            return path.empty();
+            return path.text.empty();
         case kVolumeClass:
             return StartAtDrive(item, path);
         case kFileClass:
@@ -107,19 +114,42 @@ bool AppendItem(const CByteReader& item, std::u16string& path) {
     }
 }
 
-}  // namespace
-
-std::u16string ReadIdListPath(const CByteReader& list) {
-    std::u16string path;
+// Gives each item of a list and its offset to `take`. False when the list is broken, or as soon as
+// `take` refuses an item.
+template <class TTake>
+bool ForEachItem(const CByteReader& list, const TTake& take) {
     std::size_t offset = 0;
     for (std::size_t size = list.GetU16(0); size != 0; size = list.GetU16(offset)) {
         if (size < kMinItemSize || !list.Holds(offset, size) ||
-            !AppendItem(list.Part(offset, size), path)) {
-            return {};
+            !take(list.Part(offset, size), offset)) {
+            return false;
         }
         offset += size;
     }
-    return path;
+    return true;
+}
+
+}  // namespace
+
+SLinkPath ReadIdListPath(const CByteReader& list) {
+    SLinkPath path;
+    const bool isPath = ForEachItem(list, [&path](const CByteReader& item, std::size_t /*offset*/) {
+        return AppendItem(item, path);
+    });
+    return isPath ? path : SLinkPath();
+}
+
+SLinkPath ReadIdListPath(const CByteReader& list, std::size_t start, std::u16string_view folder) {
+    SLinkPath path{std::u16string(folder)};
+    std::size_t end = 0;  // of the last item that belongs to the folder
+    const bool isPath = ForEachItem(list, [&](const CByteReader& item, std::size_t offset) {
+        if (offset < start) {
+            end = offset + item.GetSize();
+            return true;
+        }
+        return ClassOf(item) == kFileClass && AppendFile(item, path);
+    });
+    return isPath && end == start ? path : SLinkPath();
 }
 
 }  // namespace platform

@@ -1,5 +1,8 @@
 #include "platform/posix/link_target.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace platform {
 
 namespace {
@@ -26,8 +29,8 @@ constexpr std::uint32_t kLongNetworkHeader = 0x1C;
 
 // A text by the fields that hold the offsets of its two forms. The wide field is there when the
 // header reaches beyond it; an offset into the header is no offset.
-std::u16string TextOf(const CByteReader& structure, std::uint32_t headerSize, std::size_t ansiField,
-                      std::size_t wideField) {
+SLinkPath TextOf(const CByteReader& structure, std::uint32_t headerSize, std::size_t ansiField,
+                 std::size_t wideField) {
     if (headerSize >= wideField + sizeof(std::uint32_t)) {
         const std::uint32_t offset = structure.GetU32(wideField);
         std::u16string text;
@@ -35,14 +38,15 @@ std::u16string TextOf(const CByteReader& structure, std::uint32_t headerSize, st
             text = structure.GetWideText(offset, kMaxLinkText);
         }
         if (!text.empty()) {
-            return text;
+            return {std::move(text)};
         }
     }
     const std::uint32_t offset = structure.GetU32(ansiField);
-    return offset >= headerSize ? structure.GetAnsiText(offset, kMaxLinkText) : std::u16string();
+    return offset >= headerSize ? MakeAnsiPath(structure.GetAnsiText(offset, kMaxLinkText))
+                                : SLinkPath();
 }
 
-std::u16string ReadShare(const CByteReader& info) {
+SLinkPath ReadShare(const CByteReader& info) {
     const CByteReader rest = info.Part(info.GetU32(kNetwork));
     const CByteReader network = rest.Part(0, rest.GetU32(0));
     const bool isLong = network.GetU32(kNetworkName) > kShortNetworkHeader;
@@ -52,33 +56,40 @@ std::u16string ReadShare(const CByteReader& info) {
 
 }  // namespace
 
-std::u16string ReadLinkInfoPath(const CByteReader& info) {
+SLinkPath MakeAnsiPath(std::u16string text) {
+    const bool isCertain = std::all_of(text.begin(), text.end(),
+                                       [](char16_t unit) { return unit < 0x80 && unit != u'?'; });
+    return {std::move(text), isCertain};
+}
+
+SLinkPath ReadLinkInfoPath(const CByteReader& info) {
     const std::uint32_t headerSize = info.GetU32(kHeaderSize);
     if (headerSize < kMinHeaderSize) {
         return {};
     }
     const std::uint32_t flags = info.GetU32(kFlags);
-    std::u16string path;
+    SLinkPath path;
     if ((flags & kHasLocal) != 0) {
         path = TextOf(info, headerSize, kLocalBase, kLocalBaseWide);
     }
-    if (path.empty() && (flags & kHasNetwork) != 0) {
+    if (path.text.empty() && (flags & kHasNetwork) != 0) {
         path = ReadShare(info);
     }
-    if (!path.empty()) {
+    if (!path.text.empty()) {
         AppendPathPart(path, TextOf(info, headerSize, kSuffix, kSuffixWide));
     }
     return path;
 }
 
-void AppendPathPart(std::u16string& path, std::u16string_view part) {
-    if (part.empty()) {
+void AppendPathPart(SLinkPath& path, const SLinkPath& part) {
+    if (part.text.empty()) {
         return;
     }
-    if (!path.ends_with(u'\\') && !part.starts_with(u'\\')) {
-        path += u'\\';
+    if (!path.text.ends_with(u'\\') && !part.text.starts_with(u'\\')) {
+        path.text += u'\\';
     }
-    path += part;
+    path.text += part.text;
+    path.isCertain = path.isCertain && part.isCertain;
 }
 
 }  // namespace platform

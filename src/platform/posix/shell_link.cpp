@@ -7,6 +7,7 @@
 
 #include "platform/posix/errno_status.h"
 #include "platform/posix/file_access.h"
+#include "platform/posix/machine_description.h"
 #include "platform/posix/shell_link_parser.h"
 #include "platform/status.h"
 
@@ -43,6 +44,16 @@ int ReadBytes(const CFileDescriptor& file, std::vector<std::byte>& bytes) {
     return ERROR_SUCCESS;
 }
 
+// A token stands for a folder of the machine or for one of its variables.
+bool FindTokenFolder(std::u16string_view name, std::u16string& path) {
+    const SMachineDescription& machine = GetMachineDescription();
+    if (const auto folder = machine.folders.find(name); folder != machine.folders.end()) {
+        path = folder->second;
+        return true;
+    }
+    return GetEnvironmentText(std::u16string(name).c_str(), path);
+}
+
 }  // namespace
 
 int ReadShellLink(const char16_t* name, SShellLink& link) {
@@ -54,7 +65,7 @@ int ReadShellLink(const char16_t* name, SShellLink& link) {
     if (const int status = ReadBytes(file, bytes)) {
         return HresultFromError(status);
     }
-    return ParseShellLink(bytes, link) ? S_OK : E_FAIL;
+    return ParseShellLink(bytes, &FindTokenFolder, link) ? S_OK : E_FAIL;
 }
 
 }  // namespace platform

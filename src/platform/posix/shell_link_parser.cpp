@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/posix/byte_reader.h"
+#include "platform/posix/known_folders.h"
 #include "platform/posix/link_target.h"
 
 namespace platform {
@@ -23,7 +24,9 @@ constexpr std::uint32_t kHasIdList = 0x1;
 constexpr std::uint32_t kHasLinkInfo = 0x2;
 constexpr std::uint32_t kIsUnicode = 0x80;
 constexpr std::uint32_t kForceNoLinkInfo = 0x100;
+constexpr std::uint32_t kHasExpString = 0x200;
 constexpr std::uint32_t kHasExpIcon = 0x4000;
+constexpr std::uint32_t kIgnoreFolderBlocks = 0x200000;
 
 constexpr std::int32_t kShowNormal = 1;
 constexpr std::int32_t kShowMaximized = 3;
@@ -31,9 +34,13 @@ constexpr std::int32_t kShowMinimizedInactive = 7;
 
 constexpr std::uint32_t kEnvironmentBlock = 0xA0000001U;
 constexpr std::uint32_t kIconEnvironmentBlock = 0xA0000007U;
+constexpr std::uint32_t kSpecialFolderBlock = 0xA0000005U;
+constexpr std::uint32_t kKnownFolderBlock = 0xA000000BU;
 constexpr std::uint32_t kVistaIdListBlock = 0xA000000CU;
 constexpr std::size_t kMaxIdList = 0xFFFF;  // as far as the size of the link's own list can reach
 constexpr std::size_t kBlockHeader = 8;
+constexpr std::size_t kSpecialFolderSize = 0x10;
+constexpr std::size_t kKnownFolderSize = 0x1C;
 constexpr std::size_t kBlockTextSize = 260;  // units; the ANSI form stands before the Unicode one
 
 // The texts behind the LinkInfo structure, each there when its flag is set.
@@ -58,7 +65,7 @@ class CLinkSections {
 public:
     // False when the bytes are no link or end before the data blocks.
     [[nodiscard]] bool Read(const CByteReader& file);
-    [[nodiscard]] SShellLink GetAnswers() const;
+    [[nodiscard]] SShellLink GetAnswers(TokenFolderFinder findFolder) const;
 
 private:
     bool Take(std::size_t count, CByteReader& section);
@@ -67,7 +74,9 @@ private:
     void ReadBlocks();
     void KeepBlock(const CByteReader& block);
 
-    [[nodiscard]] std::u16string GetPath() const;
+    [[nodiscard]] std::u16string GetPath(TokenFolderFinder findFolder) const;
+    [[nodiscard]] std::u16string GetSpelledPath() const;
+    [[nodiscard]] std::u16string GetFolderPath(TokenFolderFinder findFolder) const;
     [[nodiscard]] std::u16string GetIconLocation() const;
     [[nodiscard]] std::u16string GetBlockText(std::uint32_t signature) const;
 
@@ -78,6 +87,7 @@ private:
     CByteReader m_linkInfo;
     std::array<std::u16string, TextCount> m_texts;
     std::array<CByteReader, kShellLinkBlocks.size()> m_blocks;
+    CByteReader m_knownFolder;
     CByteReader m_vistaIdList;
 };
 
@@ -150,6 +160,8 @@ void CLinkSections::KeepBlock(const CByteReader& block) {
     const std::size_t index = FindSignature(signature);
     if (index < m_blocks.size() && m_blocks[index].GetSize() == 0) {
         m_blocks[index] = block;
+    } else if (signature == kKnownFolderBlock && m_knownFolder.GetSize() == 0) {
+        m_knownFolder = block;
     } else if (signature == kVistaIdListBlock && m_vistaIdList.GetSize() == 0) {
         m_vistaIdList = block.Part(kBlockHeader, kMaxIdList);
     }
@@ -161,19 +173,58 @@ std::u16string CLinkSections::GetBlockText(std::uint32_t signature) const {
     return text.empty() ? block.GetAnsiText(kBlockHeader, kBlockTextSize) : text;
 }
 
-std::u16string CLinkSections::GetPath() const {
-    std::u16string path = GetBlockText(kEnvironmentBlock);
-    if (path.empty() && (m_flags & kForceNoLinkInfo) == 0) {
-        path = ReadLinkInfoPath(m_linkInfo);
+std::u16string CLinkSections::GetPath(TokenFolderFinder findFolder) const {
+    std::u16string path;
+    if ((m_flags & kHasExpString) != 0) {
+        path = GetBlockText(kEnvironmentBlock);
     }
     if (path.empty()) {
-        path = ReadIdListPath(m_idList);
+        path = GetSpelledPath();
     }
-    if (path.empty()) {
-        path = ReadIdListPath(m_vistaIdList);
+    if (path.empty() && (m_flags & kIgnoreFolderBlocks) == 0) {
+        path = GetFolderPath(findFolder);
     }
     path.resize(std::min(path.size(), kMaxLinkText));
     return path;
+}
+
+// The first path that is certain; without one the first path.
+std::u16string CLinkSections::GetSpelledPath() const {
+    const bool hasLinkInfo = (m_flags & kForceNoLinkInfo) == 0;
+    const std::array<SLinkPath, 3> paths = {
+        hasLinkInfo ? ReadLinkInfoPath(m_linkInfo) : SLinkPath(),
+        ReadIdListPath(m_idList),
+        ReadIdListPath(m_vistaIdList),
+    };
+    for (const bool mayGuess : {false, true}) {
+        for (const SLinkPath& path : paths) {
+            if (!path.text.empty() && (path.isCertain || mayGuess)) {
+                return path.text;
+            }
+        }
+    }
+    return {};
+}
+
+// Where the machine has the folder that one of the folder blocks names, and below it the items that
+// the block leaves to the item list.
+std::u16string CLinkSections::GetFolderPath(TokenFolderFinder findFolder) const {
+    const CByteReader& special = m_blocks[FindSignature(kSpecialFolderBlock)];
+    std::u16string_view name;
+    std::size_t start = 0;
+    if (m_knownFolder.GetSize() >= kKnownFolderSize) {
+        name = GetKnownFolderName(m_knownFolder.Part(kBlockHeader));
+        start = m_knownFolder.GetU32(kKnownFolderSize - 4);
+    }
+    if (name.empty() && special.GetSize() >= kSpecialFolderSize) {
+        name = GetSpecialFolderName(special.GetU32(kBlockHeader));
+        start = special.GetU32(kSpecialFolderSize - 4);
+    }
+    std::u16string folder;
+    if (name.empty() || !findFolder(name, folder) || folder.empty()) {
+        return {};
+    }
+    return ReadIdListPath(m_idList, start, folder).text;
 }
 
 // The link object brings the icon's text up to date from its block, which is the form that holds on
@@ -186,9 +237,9 @@ std::u16string CLinkSections::GetIconLocation() const {
     return icon.empty() ? m_texts[IconLocation] : icon;
 }
 
-SShellLink CLinkSections::GetAnswers() const {
+SShellLink CLinkSections::GetAnswers(TokenFolderFinder findFolder) const {
     SShellLink link;
-    link.path = GetPath();
+    link.path = GetPath(findFolder);
     link.description = m_texts[Description];
     link.arguments = m_texts[Arguments];
     link.hotkey = m_header.GetU16(kHotkey);
@@ -206,12 +257,13 @@ SShellLink CLinkSections::GetAnswers() const {
 
 }  // namespace
 
-bool ParseShellLink(std::span<const std::byte> bytes, SShellLink& link) {
+bool ParseShellLink(std::span<const std::byte> bytes, TokenFolderFinder findFolder,
+                    SShellLink& link) {
     CLinkSections sections;
     if (!sections.Read(CByteReader(bytes))) {
         return false;
     }
-    link = sections.GetAnswers();
+    link = sections.GetAnswers(findFolder);
     return true;
 }
 

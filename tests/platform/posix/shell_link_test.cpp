@@ -8,6 +8,8 @@
 #include "platform/posix/shell_link_parser.h"
 #include "platform/status.h"
 #include "support/link_builder.h"
+#include "support/little_endian.h"
+#include "support/machine.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
 
@@ -18,8 +20,14 @@ using platform::SShellLink;
 constexpr std::size_t kEnvironmentBlock = 2;
 constexpr std::size_t kConsoleBlock = 4;
 
-bool Parses(const std::string& bytes, SShellLink& link) {
-    return platform::ParseShellLink(std::as_bytes(std::span(bytes)), link);
+// A machine that has every folder with a token on drive X:, but for the fonts.
+bool FindFolder(std::u16string_view name, std::u16string& path) {
+    path = uR"(X:\)" + std::u16string(name);
+    return name != u"CSIDL_FONTS";
+}
+
+bool Parses(std::span<const char> bytes, SShellLink& link) {
+    return platform::ParseShellLink(std::as_bytes(bytes), &FindFolder, link);
 }
 
 SShellLink Parse(const std::string& bytes) {
@@ -56,10 +64,10 @@ TEST(ShellLinkPathTest, ComesFromTheFirstSectionThatSaysOne) {
     EXPECT_EQ(PathOf(link), R"(D:\Data of Zoë\清单.txt)");
     link.Network(uR"(\\server\share)", u"a.txt");
     EXPECT_EQ(PathOf(link), R"(\\server\share\a.txt)");
-    link.Local(uR"(C:\Users\)", uR"(Zoë\a.txt)");
-    EXPECT_EQ(PathOf(link), R"(C:\Users\Zoë\a.txt)");
+    link.Local(uR"(C:\Users\)", uR"(Zoe\a.txt)");
+    EXPECT_EQ(PathOf(link), R"(C:\Users\Zoe\a.txt)");
     EXPECT_EQ(PathOf(CTestLink(link).Flags(0x100)), R"(D:\Data of Zoë\清单.txt)");
-    EXPECT_EQ(PathOf(link.Environment(u"")), R"(C:\Users\Zoë\a.txt)");
+    EXPECT_EQ(PathOf(link.Environment(u"")), R"(C:\Users\Zoe\a.txt)");
     EXPECT_EQ(PathOf(RichLink()), R"(%ProgramFiles%\a.exe)");
 }
 
@@ -94,6 +102,78 @@ TEST(ShellLinkPathTest, IsSpelledFromThePartsOfItsSection) {
     }
 }
 
+TEST(ShellLinkPathTest, ListBeatsALinkInfoInAnUnknownCodePage) {
+    const CTestLink certain = CTestLink().DriveItem(u'D').FileItem(u"a", u"说.txt");
+    const CTestLink guess = CTestLink().DriveItem(u'D').FileItem(u"\xCB\xB5", u"");
+    for (const std::u16string_view suffix : {u"\xCB\xB5.txt", u"?.txt"}) {
+        EXPECT_EQ(PathOf(CTestLink(certain).Local(u"C:", suffix)), R"(D:\说.txt)");
+        EXPECT_EQ(PathOf(CTestLink(certain).Network(suffix, u"a")), R"(D:\说.txt)");
+        const std::string path = R"(C:\)" + Utf8(suffix);
+        EXPECT_EQ(PathOf(CTestLink(guess).Local(u"C:", suffix)), path);
+        EXPECT_EQ(PathOf(CTestLink(certain).RecycleBinItem().Local(u"C:", suffix)), path);
+    }
+    EXPECT_EQ(PathOf(CTestLink(certain).Local(uR"(C:\é.txt)", u"").WideInfo()), R"(C:\é.txt)");
+}
+
+// The data block of a known folder, whose items end at `end` of the item list.
+std::string KnownFolder(std::string_view id, unsigned end) {
+    std::string block(id);
+    AppendNumber(block, end, 4);
+    return block;
+}
+
+TEST(ShellLinkPathTest, FolderWithoutAPlaceInTheLinkIsWhereTheMachineHasIt) {
+    const std::string documents("\xD0\x9A\xD3\xFD\x8F\x23\xAF\x46\xAD\xB4\x6C\x85\x48\x03\x69\xC7",
+                                16);
+    const std::string fonts("\xB7\x8C\x22\xFD\x11\xAE\xE3\x4A\x86\x4C\x16\xF3\x91\x0A\xB8\xFE", 16);
+    constexpr std::uint32_t kKnown = 0xA000000BU;
+    constexpr std::uint32_t kSpecial = 0xA0000005U;
+    const CTestLink root = CTestLink().RecycleBinItem();  // 20 bytes that spell no path
+    const CTestLink file = CTestLink(root).FolderItem(u"A", u"A").FileItem(u"b", u"说.txt");
+    const std::string specialFolder("\x1C\0\0\0\x14\0\0\0", 8);  // local application data
+    const std::pair<CTestLink, const char*> cases[] = {
+        {CTestLink(file).Block(kKnown, KnownFolder(documents, 20)),
+         R"(X:\CSIDL_PERSONAL\A\说.txt)"},
+        {CTestLink(root).Block(kKnown, KnownFolder(documents, 20)), R"(X:\CSIDL_PERSONAL)"},
+        {CTestLink().Block(kKnown, KnownFolder(documents, 0)), R"(X:\CSIDL_PERSONAL)"},
+        {CTestLink(file).Block(kSpecial, specialFolder), R"(X:\CSIDL_LOCAL_APPDATA\A\说.txt)"},
+        {CTestLink(file).Block(kSpecial, specialFolder).Block(kKnown, KnownFolder(documents, 20)),
+         R"(X:\CSIDL_PERSONAL\A\说.txt)"},
+        {CTestLink(root).Block(kKnown, KnownFolder(documents, 20)).Local(u"C:\\\xE9", u""),
+         R"(C:\é)"},
+        // The items of the folder end in the middle of one or beyond the list; what follows them
+        // is no file; the block is cut off; nobody knows the folder; the flag forbids it.
+        {CTestLink(file).Block(kKnown, KnownFolder(documents, 21)), ""},
+        {CTestLink(file).Block(kKnown, KnownFolder(documents, 0x7FFFFFFF)), ""},
+        {CTestLink(file).Block(kKnown, KnownFolder(documents, 0)), ""},
+        {CTestLink(file).RecycleBinItem().Block(kKnown, KnownFolder(documents, 20)), ""},
+        {CTestLink(file).Block(kKnown, documents), ""},
+        {CTestLink(file).Block(kKnown, KnownFolder(fonts, 20)), ""},
+        {CTestLink(file).Block(kKnown, KnownFolder(std::string(16, 'x'), 20)), ""},
+        {CTestLink(file).Block(kKnown, KnownFolder(documents, 20)).Flags(0x200000), ""},
+    };
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        EXPECT_EQ(PathOf(cases[i].first), cases[i].second) << i;
+    }
+}
+
+TEST(ShellLinkPathTest, FoldersAreThoseOfTheMachine) {
+    const CTestMachine machine = CTestMachine()
+                                     .Folder(u"FOLDERID_LocalAppDataLow", uR"(C:\Low)")
+                                     .Environment(u"PUBLIC", uR"(D:\All)");
+    const CTempFolder folder;
+    const std::pair<std::string, const char*> cases[] = {
+        {{"\xA4\xA1\x20\xA5\x80\x17\xF6\x4F\xBD\x18\x16\x73\x43\xC5\xAF\x16", 16}, R"(C:\Low)"},
+        {{"\xA2\x76\xDF\xDF\x2A\xC8\x63\x4D\x90\x6A\x56\x44\xAC\x45\x73\x85", 16}, R"(D:\All)"},
+    };
+    for (const auto& [id, path] : cases) {
+        const std::string bytes = CTestLink().Block(0xA000000BU, KnownFolder(id, 0)).Bytes();
+        SShellLink link;
+        EXPECT_EQ(platform::ReadShellLink(folder.WriteFile("a.lnk", bytes).c_str(), link), S_OK);
+        EXPECT_EQ(Utf8(*link.path), path);
+    }
+}
+
 TEST(ShellLinkTest, AnsiTextIsInCodePage1252AndEndsAtItsNul) {
     CTestLink builder = CTestLink().Ansi().Local(u"C:\\\x80", u"\xE9\x9F");
     EXPECT_EQ(PathOf(builder), R"(C:\€\éŸ)");
@@ -104,11 +184,15 @@ TEST(ShellLinkTest, AnsiTextIsInCodePage1252AndEndsAtItsNul) {
     EXPECT_EQ(Utf8(*link.path), "%a™");
 }
 
-TEST(ShellLinkTest, IconBlockCountsWhenItsFlagIsSet) {
-    CTestLink link = CTestLink().Icon(uR"(C:\a.ico)", 1);
-    const std::string icon = std::string(260, '\0') + std::string("b\0", 2);
-    EXPECT_EQ(Utf8(*Parse(link.Block(0xA0000007U, icon).Bytes()).iconLocation), R"(C:\a.ico)");
-    EXPECT_EQ(Utf8(*Parse(link.Flags(0x4000).Bytes()).iconLocation), "b");
+TEST(ShellLinkTest, BlockOfATextCountsWhenItsFlagIsSet) {
+    const std::string text = std::string(260, '\0') + std::string("b\0", 2);
+    CTestLink link = CTestLink().Local(uR"(C:\a)", u"").Icon(uR"(C:\a.ico)", 1);
+    link.Block(0xA0000001U, text).Block(0xA0000007U, text);
+    EXPECT_EQ(PathOf(link), R"(C:\a)");
+    EXPECT_EQ(Utf8(*Parse(link.Bytes()).iconLocation), R"(C:\a.ico)");
+    link.Flags(0x200 | 0x4000);
+    EXPECT_EQ(PathOf(link), "b");
+    EXPECT_EQ(Utf8(*Parse(link.Bytes()).iconLocation), "b");
 }
 
 TEST(ShellLinkTest, UnknownShowCommandIsTheNormalOne) {
@@ -144,8 +228,7 @@ TEST(DamagedShellLinkTest, LoadsWhereverItIsCutOffInItsBlocks) {
         // A copy of exactly this length lets the sanitizer see a read beyond it.
         const std::vector<char> cut(bytes.data(), bytes.data() + length);
         SShellLink link;
-        ASSERT_EQ(platform::ParseShellLink(std::as_bytes(std::span(cut)), link),
-                  length >= blocksStart);
+        ASSERT_EQ(Parses(cut, link), length >= blocksStart);
         if (length >= blocksStart) {
             const bool isWhole = length >= blocksStart + 788;
             ASSERT_EQ(link.dataBlocks[kEnvironmentBlock].size(), isWhole ? 788U : 0U);
