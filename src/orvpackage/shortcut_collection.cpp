@@ -17,6 +17,10 @@ namespace {
 constexpr std::size_t kMaxReadDescription = 1024;
 constexpr std::uint32_t kPath = SanitizeNoRegPaths;
 
+constexpr std::int32_t kShowNormal = 1;
+constexpr std::int32_t kShowMaximized = 3;
+constexpr std::int32_t kShowMinimizedInactive = 7;
+
 // The texts of a shortcut in the manifest that are paths or hold some.
 struct STextAttribute {
     std::u16string_view name;
@@ -89,6 +93,11 @@ void COrvCreateShortcut::SetIconTarget(const CStrW& text) { Expand(m_content.ico
 
 void COrvCreateShortcut::SetWorkingDirectory(const CStrW& text) {
     Expand(m_content.workingDirectory, text);
+}
+
+void COrvCreateShortcut::SetShowCommand(std::int32_t command) {
+    const bool isKnown = command == kShowMaximized || command == kShowMinimizedInactive;
+    m_content.showCommand = isKnown ? command : kShowNormal;
 }
 
 void COrvCreateShortcut::SetDataBlock(std::size_t index, const std::vector<std::byte>& bytes) {
@@ -165,8 +174,7 @@ void COrvCreateShortcutsCollection::ReadAttribute(const CStrW& name, const CStrW
     } else if (name.EqualsNoCase(u"IconIndex")) {
         content.iconIndex = static_cast<std::int32_t>(ReadCheckedNumber32(value));
     } else if (name.EqualsNoCase(u"ShowCmd")) {
-        const auto command = static_cast<std::int32_t>(ReadCheckedNumber32(value));
-        content.showCommand = command == 3 || command == 7 ? command : 1;
+        content.showCommand = static_cast<std::int32_t>(ReadCheckedNumber32(value));
     } else if (name.EqualsNoCase(u"DataFlags")) {
         content.dataFlags = ReadCheckedNumber32(value);
     }

@@ -46,7 +46,8 @@ public:
     void SetWorkingDirectory(const CStrW& text);
     void SetDescription(const CStrW& text) { m_content.description = text; }
     void SetIconIndex(std::int32_t index) { m_content.iconIndex = index; }
-    void SetShowCommand(std::int32_t command) { m_content.showCommand = command; }
+    // Any command but maximized and minimized is the normal one, as the shell takes it.
+    void SetShowCommand(std::int32_t command);
     void SetDataFlags(std::uint32_t flags) { m_content.dataFlags = flags; }
     void SetHotkey(std::uint16_t hotkey) { m_content.hotkey = hotkey; }
     // Keeps as many bytes as the block's first word says; none, or a word of 0 or beyond the bytes

@@ -216,6 +216,10 @@ TEST_F(PackageTest, WritesWhatALinkSays) {
     link.SetIconTarget(uR"(C:\i.ico)");
     link.SetIconIndex(-3);
     link.SetHotkey(839);
+    for (const std::int32_t unknown : {0, 2, 4, -3}) {
+        link.SetShowCommand(unknown);
+        EXPECT_EQ(link.GetContent().showCommand, 1) << unknown;
+    }
     link.SetShowCommand(7);
     link.SetDataFlags(0x2AB);
     const std::byte b{0xAB};

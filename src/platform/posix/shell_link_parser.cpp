@@ -28,10 +28,6 @@ constexpr std::uint32_t kHasExpString = 0x200;
 constexpr std::uint32_t kHasExpIcon = 0x4000;
 constexpr std::uint32_t kIgnoreFolderBlocks = 0x200000;
 
-constexpr std::int32_t kShowNormal = 1;
-constexpr std::int32_t kShowMaximized = 3;
-constexpr std::int32_t kShowMinimizedInactive = 7;
-
 constexpr std::uint32_t kEnvironmentBlock = 0xA0000001U;
 constexpr std::uint32_t kIconEnvironmentBlock = 0xA0000007U;
 constexpr std::uint32_t kSpecialFolderBlock = 0xA0000005U;
@@ -51,12 +47,6 @@ constexpr std::array<std::uint32_t, TextCount> kTextFlags = {0x4, 0x8, 0x10, 0x2
 std::size_t FindSignature(std::uint32_t signature) {
     const auto* found = std::find(kShellLinkBlocks.begin(), kShellLinkBlocks.end(), signature);
     return static_cast<std::size_t>(found - kShellLinkBlocks.begin());
-}
-
-// The other show commands are taken for the normal one.
-std::int32_t ToShowCommand(std::uint32_t stored) {
-    const auto command = static_cast<std::int32_t>(stored);
-    return command == kShowMaximized || command == kShowMinimizedInactive ? command : kShowNormal;
 }
 
 // The sections of a link in the order of its file. What one says of its own length decides where
@@ -245,7 +235,7 @@ SShellLink CLinkSections::GetAnswers(TokenFolderFinder findFolder) const {
     link.hotkey = m_header.GetU16(kHotkey);
     link.iconLocation = GetIconLocation();
     link.iconIndex = static_cast<std::int32_t>(m_header.GetU32(kIconIndex));
-    link.showCommand = ToShowCommand(m_header.GetU32(kShowCommand));
+    link.showCommand = static_cast<std::int32_t>(m_header.GetU32(kShowCommand));
     link.workingDirectory = m_texts[WorkingDirectory];
     link.flags = m_flags;
     for (std::size_t i = 0; i < m_blocks.size(); ++i) {

@@ -195,13 +195,6 @@ TEST(ShellLinkTest, BlockOfATextCountsWhenItsFlagIsSet) {
     EXPECT_EQ(Utf8(*Parse(link.Bytes()).iconLocation), "b");
 }
 
-TEST(ShellLinkTest, UnknownShowCommandIsTheNormalOne) {
-    for (const std::uint32_t command : {0U, 2U, 4U, 7U, 0x80000003U}) {
-        EXPECT_EQ(Parse(CTestLink().ShowCommand(command).Bytes()).showCommand, command == 7 ? 7 : 1)
-            << command;
-    }
-}
-
 TEST(ShellLinkTest, FirstBlockOfASignatureWins) {
     const SShellLink link =
         Parse(CTestLink().Environment(u"%a%").Environment(u"%b%").Block(0xA0000002U, "").Bytes());
