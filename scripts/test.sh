@@ -1,6 +1,7 @@
 #!/bin/sh
-# Everything that a change has to pass: the layout of the code, builds without a warning, all tests
-# in Wine, under the sanitizers, and as they are shipped, and static analysis, which takes longest.
+# Everything that a change has to pass: the layout of the code, builds without a warning by GCC and
+# by clang, all tests in Wine, under the sanitizers, and as they are shipped, and static analysis,
+# which takes longest.
 # The first failure ends it. Where the build for Windows and Wine cannot be had, it goes without them
 # and says so; with --all that is a failure too.
 set -eu
@@ -35,6 +36,11 @@ find src include host tests bench examples \( -name '*.h' -o -name '*.cpp' \) -p
 title "Release build"
 cmake --preset release
 cmake --build --preset release -j "$jobs"
+
+# What clang warns of, GCC may not. The fuzzers need clang.
+title "Build by clang, with the fuzzers"
+cmake --preset clang
+cmake --build --preset clang -j "$jobs"
 
 # One of its tests compares with the program of the release build.
 if [ -z "$left_out" ]; then

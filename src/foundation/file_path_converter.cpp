@@ -37,7 +37,9 @@ std::u16string_view CommonPrefix(std::u16string_view left, std::u16string_view r
 bool HasTwoBackslashes(std::u16string_view text) {
     bool hasTwo = false;
     for (std::size_t i = 1; i < text.size(); ++i) {
-        hasTwo |= (text[i - 1] == u'\\') & (text[i] == u'\\');
+        const bool isFirst = text[i - 1] == u'\\';
+        const bool isSecond = text[i] == u'\\';
+        hasTwo |= isFirst & isSecond;
     }
     return hasTwo;
 }

@@ -118,7 +118,7 @@ TEST(ItemTableTest, KeepsTheModelsOrderOverThousandsOfChanges) {
 TEST(ItemTableTest, DoubleStaysWithTheCaller) {
     COrvItemTable table;
     EXPECT_TRUE(Insert(table, 5));
-    COrvItemPtr<COrvItem> second = table.Make<CTestItem>(5);
+    COrvItemPtr<COrvItem> second = table.Make<CTestItem>(5U);
     EXPECT_FALSE(table.Insert(second));
     EXPECT_NE(second, nullptr);
     EXPECT_EQ(table.GetCount(), 1U);

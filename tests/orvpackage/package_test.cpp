@@ -130,8 +130,8 @@ constexpr const char* kLines[] = {
     R"(<ControlServices>)",
     R"(<Service Name="@" Action="2" Arguments="@\0x\0\0" />)",
     R"(<CreateAssemblies>)",
-    R"(<Assembly Id="@" AssemblyType="1" ManifestRelativeSource="@" CatalogRelativeSource="@" )"
-    R"(Private="@"><File RelativeSource="@" /></Assembly>)",
+    (R"(<Assembly Id="@" AssemblyType="1" ManifestRelativeSource="@" CatalogRelativeSource="@" )"
+     R"(Private="@"><File RelativeSource="@" /></Assembly>)"),
     R"(<DeleteAssemblies>)",
     R"(<Assembly Name="@" />)",
     R"(<PreActions>)",

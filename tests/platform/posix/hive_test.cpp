@@ -109,7 +109,7 @@ CTestHive MakeVariedHive() {
         .String(u"\u0418\u043C\u044F", u"\u0442\u0435\u043A\u0441\u0442")
         .String(u"\u00E4\u00F6", u"Latin-1")
         .Key(u"Sizes");
-    for (const std::size_t size : {0, 1, 3, 4, 5, 16343, 16344}) {
+    for (const std::size_t size : {0U, 1U, 3U, 4U, 5U, 16343U, 16344U}) {
         hive.Binary(Utf16(std::to_string(size)), std::string(size, 'x'));
     }
     hive.Key(u"Types").Value(u"link", 6, "abcdef").Value(u"odd", 0x12345678, "abcdef");
