@@ -16,6 +16,15 @@ if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
 endif()
 
+if(WIN32)
+    # The oldest Windows that is supported is 7 with service pack 1, for the headers and for its
+    # loader. A program that does not know of terminal services is told of another Windows folder.
+    add_compile_definitions(_WIN32_WINNT=0x0601)
+    add_link_options("LINKER:--major-os-version,6" "LINKER:--minor-os-version,1"
+                     "LINKER:--major-subsystem-version,6" "LINKER:--minor-subsystem-version,1"
+                     "LINKER:--tsaware")
+endif()
+
 add_library(orv_build_rules INTERFACE)
 target_compile_options(orv_build_rules INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)

@@ -21,22 +21,6 @@ constexpr wchar_t kHiveList[] = LR"(SYSTEM\ControlSet001\Control\hivelist)";
 constexpr GUID kLocalAppDataLow = {
     0xA520A1A4, 0x1780, 0x4FF6, {0xBD, 0x18, 0x16, 0x73, 0x43, 0xC5, 0xAF, 0x16}};
 
-using GetKnownFolder = HRESULT(WINAPI*)(REFGUID, DWORD, HANDLE, wchar_t**);
-
-bool ReadKnownFolder(HMODULE shell, std::u16string& path) {
-    // Through a function without arguments, which any function may be taken for.
-    const auto any = reinterpret_cast<void (*)()>(GetProcAddress(shell, "SHGetKnownFolderPath"));
-    const auto getKnownFolder = reinterpret_cast<GetKnownFolder>(any);
-    wchar_t* folder = nullptr;
-    if (getKnownFolder == nullptr ||
-        getKnownFolder(kLocalAppDataLow, 0, nullptr, &folder) != S_OK) {
-        return false;
-    }
-    path = FromWide(folder);
-    CoTaskMemFree(folder);
-    return !path.empty();
-}
-
 // Whether a value of the hive list stands for a hive without a file: its text is empty.
 bool IsVolatile(HKEY list, const std::u16string& name) {
     DWORD type = 0;
@@ -83,12 +67,13 @@ bool GetSpecialFolder(int csidl, std::u16string& path) {
 }
 
 bool GetLocalAppDataLow(std::u16string& path) {
-    HMODULE const shell = LoadLibraryW(L"shell32.dll");
-    if (shell == nullptr) {
-        return false;
+    wchar_t* folder = nullptr;
+    const bool isRead =
+        SHGetKnownFolderPath(kLocalAppDataLow, 0, nullptr, &folder) == S_OK && folder[0] != 0;
+    if (isRead) {
+        path = FromWide(folder);
     }
-    const bool isRead = ReadKnownFolder(shell, path);
-    FreeLibrary(shell);
+    CoTaskMemFree(folder);
     return isRead;
 }
 
