@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "platform/files.h"
 #include "platform/status.h"
 #include "platform/windows/process_token.h"
 #include "platform/windows/win.h"
@@ -13,9 +14,10 @@ namespace platform {
 
 namespace {
 
-// Nearly all names fit into the first buffer, and all there can be into the second.
+// Units of a buffer for a name, its terminator included: nearly all names fit into the first, and
+// no call takes more than the second.
 constexpr std::size_t kShortName = 256;
-constexpr std::size_t kLongestName = 32768;
+constexpr std::size_t kMostUnits = 32767;
 
 constexpr DWORD kTokenAccess = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
 
@@ -33,26 +35,55 @@ int Result(LSTATUS status) {
     return status == NO_ERROR ? ERROR_SUCCESS : SetLastError(static_cast<int>(status));
 }
 
-// Calls `enumerate` with room for a name, a second time when it is an exceptionally long one. A
-// name is what stands before its first NUL.
-template <typename TEnumerate>
-int EnumName(std::u16string& name, const TEnumerate& enumerate) {
-    std::array<char16_t, kShortName> buffer{};
+// A name is what stands before its first NUL.
+template <typename TBuffer, typename TEnumerate>
+LSTATUS TryName(TBuffer&& buffer, std::u16string& name, const TEnumerate& enumerate) {
     auto size = static_cast<DWORD>(buffer.size());
-    LSTATUS status = enumerate(ToWide(buffer.data()), size);
+    const LSTATUS status = enumerate(ToWide(buffer.data()), size);
     if (status == NO_ERROR) {
         name = buffer.data();
-        return ERROR_SUCCESS;
+    }
+    return status;
+}
+
+// Calls `enumerate` with room for a name, and when it is an exceptionally long one again with what
+// the key says of its `longest`. A key that says too little is asked once more.
+template <typename TEnumerate>
+int EnumName(KeyHandle key, std::uint32_t SKeyInfo::*longest, std::u16string& name,
+             const TEnumerate& enumerate) {
+    LSTATUS status = TryName(std::array<char16_t, kShortName>{}, name, enumerate);
+    if (status == ERROR_MORE_DATA) {
+        SKeyInfo info;
+        static_cast<void>(QueryKeyInfo(key, info));  // then the most is asked for
+        const std::size_t units = std::min(std::size_t{info.*longest} + 1, kMostUnits);
+        status = TryName(std::vector<char16_t>(units), name, enumerate);
     }
     if (status == ERROR_MORE_DATA) {
-        std::vector<char16_t> longBuffer(kLongestName);
-        size = static_cast<DWORD>(longBuffer.size());
-        status = enumerate(ToWide(longBuffer.data()), size);
-        if (status == NO_ERROR) {
-            name = longBuffer.data();
-        }
+        status = TryName(std::vector<char16_t>(kMostUnits), name, enumerate);
     }
     return Result(status);
+}
+
+// Whether a file can be a hive, so that it may be handed to the system, which makes one of a file
+// that is not there, and fills an empty one.
+int CheckHiveFile(const char16_t* name) {
+    SFindData found;
+    if (const int status = FindEntry(name, found)) {
+        return status;
+    }
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    const bool isEmpty = ::GetFileAttributesExW(ToWide(name), GetFileExInfoStandard, &data) != 0 &&
+                         !found.IsFolder() && data.nFileSizeHigh == 0 && data.nFileSizeLow == 0;
+    return isEmpty ? SetLastError(ERROR_BADDB) : ERROR_SUCCESS;
+}
+
+bool IsThere(HKEY parent, const char16_t* name) {
+    HKEY key = nullptr;
+    if (::RegOpenKeyExW(parent, ToWide(name), 0, KEY_READ, &key) != NO_ERROR) {
+        return false;
+    }
+    ::RegCloseKey(key);
+    return true;
 }
 
 // Looks up the number that a privilege goes by on this machine.
@@ -89,10 +120,15 @@ int ConnectMachine(KeyHandle& machine) {
 }
 
 int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName) {
+    if (const int status = CheckHiveFile(fileName)) {
+        return status;
+    }
+    // A key that is there is another process's.
+    const bool wasThere = IsThere(ToHandle(machine), mountName);
     const LSTATUS status = ::RegLoadKeyW(ToHandle(machine), ToWide(mountName), ToWide(fileName));
-    if (status == ERROR_NOT_REGISTRY_FILE) {
-        // Wine, whose number this is, makes the key before it looks at the file, and it would be in
-        // the way of every later hive.
+    if (status == ERROR_NOT_REGISTRY_FILE && !wasThere) {
+        // Wine makes the key before it looks at the file, and the key would be in the way of every
+        // later hive.
         ::RegUnLoadKeyW(ToHandle(machine), ToWide(mountName));
     }
     return Result(status);
@@ -136,7 +172,7 @@ int QueryKeyInfo(KeyHandle key, SKeyInfo& info) {
 }
 
 int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name) {
-    return EnumName(name, [&](wchar_t* buffer, DWORD& size) {
+    return EnumName(key, &SKeyInfo::longestSubKeyName, name, [&](wchar_t* buffer, DWORD& size) {
         return ::RegEnumKeyExW(ToHandle(key), index, buffer, &size, nullptr, nullptr, nullptr,
                                nullptr);
     });
@@ -144,10 +180,11 @@ int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name) {
 
 int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name, std::uint32_t& type) {
     DWORD foundType = REG_NONE;
-    const int status = EnumName(name, [&](wchar_t* buffer, DWORD& size) {
-        return ::RegEnumValueW(ToHandle(key), index, buffer, &size, nullptr, &foundType, nullptr,
-                               nullptr);
-    });
+    const int status =
+        EnumName(key, &SKeyInfo::longestValueName, name, [&](wchar_t* buffer, DWORD& size) {
+            return ::RegEnumValueW(ToHandle(key), index, buffer, &size, nullptr, &foundType,
+                                   nullptr, nullptr);
+        });
     if (status == ERROR_SUCCESS) {
         type = foundType;
     }

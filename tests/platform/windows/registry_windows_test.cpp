@@ -1,0 +1,116 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/registry.h"
+#include "platform/status.h"
+#include "support/hive_builder.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+#include "support/windows/import.h"
+
+namespace {
+
+constexpr std::uint32_t kLocalMachine = 0x80000002U;
+constexpr int kNotRegistryFile = 1017;
+constexpr DWORD kMostUnits = 32767;  // for the name of a value, with its terminator
+
+class WindowsRegistryTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_GE(platform::EnablePrivilege(u"SeBackupPrivilege"), 0);
+        ASSERT_GE(platform::EnablePrivilege(u"SeRestorePrivilege"), 0);
+        ASSERT_EQ(platform::ConnectMachine(m_machine), ERROR_SUCCESS);
+    }
+    void TearDown() override {
+        platform::CloseKey(m_key);
+        // Not every test loads a hive.
+        static_cast<void>(platform::UnloadHive(m_machine, m_mount.c_str()));
+        platform::CloseKey(m_machine);
+    }
+
+    int Load(const std::u16string& file) {
+        return platform::LoadHive(m_machine, m_mount.c_str(), file.c_str());
+    }
+    [[nodiscard]] std::vector<std::size_t> LengthsOfNames(std::size_t count) const {
+        std::vector<std::size_t> lengths;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            std::u16string name;
+            std::uint32_t type = 0;
+            EXPECT_EQ(platform::EnumValue(m_key, i, name, type), ERROR_SUCCESS);
+            lengths.push_back(name.size());
+        }
+        return lengths;
+    }
+    int OpenMounted() { return platform::OpenKey(kLocalMachine, m_mount, m_key); }
+
+    CTempFolder m_folder;
+    const std::u16string m_mount = m_folder.Path().filename().u16string();
+    platform::KeyHandle m_machine = nullptr;
+    platform::KeyHandle m_key = nullptr;
+};
+
+TEST_F(WindowsRegistryTest, LoadsNoFileThatWouldBecomeAHiveByThat) {
+    m_folder.WriteFile("empty");
+    // The system makes a hive of a file that is not there, or has nothing in it.
+    const auto load =
+        ReplaceImport<decltype(RegLoadKeyW)>("RegLoadKeyW", [](HKEY, LPCWSTR, LPCWSTR file) {
+            CloseHandle(CreateFileW(file, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+            return LSTATUS{ERROR_SUCCESS};
+        });
+    const std::pair<const char*, int> cases[] = {{"none", ERROR_FILE_NOT_FOUND},
+                                                 {"none/none", ERROR_PATH_NOT_FOUND},
+                                                 {"empty", ERROR_BADDB}};
+    for (const auto& [name, status] : cases) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(Load(m_folder.Name(name)), status);
+        EXPECT_EQ(platform::GetLastError(), status);
+    }
+    EXPECT_FALSE(m_folder.Exists("none"));
+}
+
+TEST_F(WindowsRegistryTest, GivesTheSystemsReasonNotToLoad) {
+    LSTATUS answer = 0;
+    const auto load = ReplaceImport<decltype(RegLoadKeyW)>(
+        "RegLoadKeyW", [&](HKEY, LPCWSTR, LPCWSTR) { return answer; });
+    const std::u16string file = m_folder.WriteFile("hive", "bytes");
+    for (const int reason : {ERROR_SHARING_VIOLATION, ERROR_PRIVILEGE_NOT_HELD, kNotRegistryFile}) {
+        answer = reason;
+        EXPECT_EQ(Load(file), reason);
+        EXPECT_EQ(platform::GetLastError(), reason);
+    }
+}
+
+TEST_F(WindowsRegistryTest, AFileThatIsNoHiveLeavesTheHiveOfAnotherLoaded) {
+    ASSERT_EQ(Load(m_folder.WriteFile("hive", CTestHive().Key(u"Key").LoadableBytes())),
+              ERROR_SUCCESS);
+    const auto load = ReplaceImport<decltype(RegLoadKeyW)>(
+        "RegLoadKeyW", [](HKEY, LPCWSTR, LPCWSTR) { return LSTATUS{kNotRegistryFile}; });
+    EXPECT_EQ(Load(m_folder.WriteFile("other", "bytes")), kNotRegistryFile);
+    EXPECT_EQ(OpenMounted(), ERROR_SUCCESS);
+}
+
+TEST_F(WindowsRegistryTest, GivesNamesOfValuesUpToTheLongest) {
+    const std::vector<std::size_t> lengths = {1, 255, 256, 300, 16383};
+    CTestHive hive;
+    for (const std::size_t length : lengths) {
+        hive.Dword(std::u16string(length, u'n'), 1);
+    }
+    ASSERT_EQ(Load(m_folder.WriteFile("hive", hive.LoadableBytes())), ERROR_SUCCESS);
+    ASSERT_EQ(OpenMounted(), ERROR_SUCCESS);
+    const auto enumerate = ReplaceImport<decltype(RegEnumValueW)>(
+        "RegEnumValueW", [](HKEY key, DWORD index, LPWSTR name, DWORD* size, auto... rest) {
+            return *size > kMostUnits ? LSTATUS{ERROR_INVALID_PARAMETER}
+                                      : RegEnumValueW(key, index, name, size, rest...);
+        });
+    EXPECT_THAT(LengthsOfNames(lengths.size()), testing::UnorderedElementsAreArray(lengths));
+    // A damaged key has longer names than it says.
+    const auto query = ReplaceImport<decltype(RegQueryInfoKeyW)>(
+        "RegQueryInfoKeyW", [](auto...) { return LSTATUS{ERROR_SUCCESS}; });
+    EXPECT_THAT(LengthsOfNames(lengths.size()), testing::UnorderedElementsAreArray(lengths));
+}
+
+}  // namespace
