@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::size_t kMaxLongName = 260;
+constexpr std::size_t kMaxLongName = 259;
 
 bool IsExistingFolder(const CFilePathW& path) {
     platform::SFindData found;

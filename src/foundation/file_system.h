@@ -28,6 +28,6 @@ bool DeleteFileForce(const CFilePathW& path);
 
 // Turn the short (8.3) names at the front of a path into long ones, as far as the path exists. True
 // when a part of it was looked up with success; the form on text gives false also when the long
-// form is what stood there, and when it has more than 260 units.
+// form is what stood there, and when it has 260 units or more.
 bool ExpandLongPath(CFilePathW& path);
 bool ExpandLongName(CStrW& text);

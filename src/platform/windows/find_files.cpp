@@ -36,6 +36,50 @@ SFindData FromWindows(const WIN32_FIND_DATAW& found) {
     return {FromWide(found.cFileName), found.dwFileAttributes};
 }
 
+// Without the prefix of long names a name has fewer units than MAX_PATH.
+std::u16string WithLongPrefix(const std::u16string_view name) {
+    if (name.size() < MAX_PATH || name.starts_with(uR"(\\?\)")) {
+        return std::u16string(name);
+    }
+    return name.starts_with(uR"(\\)") ? uR"(\\?\UNC)" + std::u16string(name.substr(1))
+                                      : uR"(\\?\)" + std::u16string(name);
+}
+
+// "file:stream", maybe with a path in front; "C:file" and ":stream" name no stream of a file.
+bool IsStreamName(std::u16string_view name) {
+    const std::u16string_view last = name.substr(name.rfind(u'\\') + 1);
+    const std::size_t start = last.size() == name.size() ? 2 : 1;
+    return last.find(u':', start) != std::u16string_view::npos;
+}
+
+// "\\server\share"; what has the prefix of long names is deeper than that.
+bool IsShareName(std::u16string_view name) {
+    return name.starts_with(uR"(\\)") && std::count(name.begin(), name.end(), u'\\') == 3;
+}
+
+// Opens the file or stream of that name, which a search does not: it goes through a folder's
+// entries, and neither a stream nor a drive's root is one.
+int LookUp(const char16_t* name, SFindData& found) {
+    const std::u16string longName = WithLongPrefix(name);
+    const DWORD attributes = GetFileAttributesW(ToWide(longName.c_str()));
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        return GetLastError();
+    }
+    found = {name, attributes};
+    return ERROR_SUCCESS;
+}
+
+// A share can be searched, but has itself no attributes. One that is empty has no entries either.
+int LookUpShare(const std::u16string& name, SFindData& found) {
+    WIN32_FIND_DATAW data;
+    if (!CSearchHandle((name + uR"(\*)").c_str(), data, 0).IsOpen() &&
+        GetLastError() != ERROR_FILE_NOT_FOUND) {
+        return GetLastError();
+    }
+    found = {name, kAttributeDirectory};
+    return ERROR_SUCCESS;
+}
+
 // The letter case that NTFS orders names by.
 std::u16string UpperCase(std::u16string text) {
     CharUpperBuffW(ToWide(text.data()), static_cast<DWORD>(text.size()));
@@ -114,6 +158,13 @@ int CFindHandle::Next(SFindData& found) {
 void CFindHandle::Close() { m_search.reset(); }
 
 int FindEntry(const char16_t* name, SFindData& found) {
+    const std::u16string_view path(name);
+    if (path.ends_with(u'\\') || IsStreamName(path)) {
+        return LookUp(name, found);
+    }
+    if (IsShareName(path)) {
+        return LookUpShare(name, found);
+    }
     WIN32_FIND_DATAW data;
     const CSearchHandle handle(name, data, 0);
     if (!handle.IsOpen()) {

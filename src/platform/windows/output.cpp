@@ -44,6 +44,9 @@ int COutputFile::Write(const void* bytes, std::size_t count) {
         if (WriteFile(Handle(m_handle), next, piece, &written, nullptr) == FALSE) {
             return GetLastError();
         }
+        if (written == 0) {
+            return SetLastError(ERROR_WRITE_FAULT);
+        }
         next += written;
         count -= written;
     }
