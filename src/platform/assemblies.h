@@ -11,7 +11,8 @@ namespace platform {
 
 // The machine's store of side-by-side assemblies and its reader of managed ones, while it is open.
 // Windows binds its libraries late, when this is opened, and lets go of them when it is closed;
-// POSIX looks into the store's folder on the machine's Windows drive. Closes itself.
+// POSIX looks into the store's folder on the machine's Windows drive. Closes itself. While it is
+// open its thread has COM, so it is closed on the thread that opened it.
 class CAssemblyCache {
 public:
     CAssemblyCache();

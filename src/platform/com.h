@@ -23,7 +23,8 @@ bool TextToGuid(std::u16string_view text, GUID& guid);
 // when there is none left.
 [[nodiscard]] void* AllocateForCaller(std::size_t size);
 
-// Brackets the use of COM on the calling thread. POSIX has nothing to do.
+// Bracket the use of COM on the calling thread; may be nested. An apartment that the host has
+// chosen for its thread stays as it is. POSIX has nothing to do.
 void EnterApartment();
 void LeaveApartment();
 

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 
+#include "platform/com.h"
 #include "platform/windows/com_pointer.h"
 
 namespace platform {
@@ -46,10 +47,21 @@ private:
     HMODULE m_module;
 };
 
+// The caller's thread may be without COM.
+class CApartment {
+public:
+    CApartment() { EnterApartment(); }
+    ~CApartment() { LeaveApartment(); }
+    CApartment(const CApartment&) = delete;
+    CApartment& operator=(const CApartment&) = delete;
+};
+
 }  // namespace
 
-// Released from the last to the first: the cache ahead of the library that its code is in.
+// Released from the last to the first: the cache ahead of the library that its code is in, and all
+// objects ahead of COM.
 struct CAssemblyCache::SState {
+    CApartment apartment;
     CComPointer<IMetaDataDispenser> dispenser;
     CLibrary sxs{L"sxs.dll"};
     CComPointer<IAssemblyCache> cache;
@@ -86,7 +98,8 @@ bool CAssemblyCache::FindAssembly(std::u16string_view identity, std::u16string& 
     info.pszCurrentAssemblyPathBuf = ToWide(path.data());
     info.cchBuf = static_cast<ULONG>(path.size());
     const std::u16string name(identity);
-    if (FAILED(m_state->cache->QueryAssemblyInfo(0, ToWide(name.c_str()), &info))) {
+    // An assembly that the cache does not know is S_FALSE.
+    if (m_state->cache->QueryAssemblyInfo(0, ToWide(name.c_str()), &info) != S_OK) {
         return false;
     }
     path.back() = u'\0';

@@ -10,6 +10,10 @@ namespace {
 
 constexpr std::size_t kGuidLength = 38;
 
+// How many open brackets of this thread COM has refused, because the host had set the thread up in
+// another way. Nothing is undone at their end.
+thread_local int s_refused = 0;
+
 }  // namespace
 
 bool CreateGuid(GUID& guid) {
@@ -46,9 +50,18 @@ bool TextToGuid(std::u16string_view text, GUID& guid) {
 
 void* AllocateForCaller(std::size_t size) { return CoTaskMemAlloc(size); }
 
-// A worker thread is this library's own, so that nobody has set it up in another way before.
-void EnterApartment() { static_cast<void>(CoInitialize(nullptr)); }
+void EnterApartment() {
+    if (FAILED(CoInitialize(nullptr))) {
+        ++s_refused;
+    }
+}
 
-void LeaveApartment() { CoUninitialize(); }
+void LeaveApartment() {
+    if (s_refused > 0) {
+        --s_refused;
+    } else {
+        CoUninitialize();
+    }
+}
 
 }  // namespace platform
