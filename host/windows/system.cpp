@@ -119,7 +119,8 @@ void WriteTerminal(std::string_view bytes) {
     while (!bytes.empty()) {
         DWORD written = 0;
         if (WriteFile(Stderr(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
-                      nullptr) == FALSE) {
+                      nullptr) == FALSE ||
+            written == 0) {
             return;
         }
         bytes.remove_prefix(written);

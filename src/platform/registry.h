@@ -72,8 +72,8 @@ void CloseKey(KeyHandle key);
 
 // Copies the data of a value; an empty name asks for the default value. `size` says how many bytes
 // `data` has room for and receives how many the value has; a null `data` asks for type and size
-// alone. ERROR_MORE_DATA when there is too little room: type and size are written, the bytes are
-// not. ERROR_FILE_NOT_FOUND when the key has no such value.
+// alone. ERROR_MORE_DATA when there is too little room: type and size are written, and `data` holds
+// anything. ERROR_FILE_NOT_FOUND when the key has no such value.
 [[nodiscard]] int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type,
                              void* data, std::uint32_t& size);
 

@@ -163,7 +163,7 @@ TEST_F(RegistryTest, QueriesAsMuchOfAValueAsThereIsRoomFor) {
     EXPECT_EQ(platform::QueryValue(m_key, u"FIVE", type, data.data(), size), ERROR_MORE_DATA);
     EXPECT_EQ(size, 5U);
     EXPECT_EQ(type, 3U);
-    EXPECT_EQ(data, "......");
+    data = "......";
     EXPECT_EQ(platform::QueryValue(m_key, u"Five", type, data.data(), size), ERROR_SUCCESS);
     EXPECT_EQ(data, "12345.");
     EXPECT_EQ(platform::QueryValue(m_key, u"", type, data.data(), size), ERROR_SUCCESS);

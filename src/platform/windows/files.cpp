@@ -37,7 +37,9 @@ constexpr std::size_t kLongestName = 32767;
 }  // namespace
 
 int SetAttributes(const char16_t* name, std::uint32_t attributes) {
-    return StatusFromCall(SetFileAttributesW(ToWide(name), attributes));
+    // No attribute is one of its own.
+    return StatusFromCall(SetFileAttributesW(
+        ToWide(name), attributes != 0 ? attributes : DWORD{FILE_ATTRIBUTE_NORMAL}));
 }
 
 int DeleteFile(const char16_t* name) { return StatusFromCall(DeleteFileW(ToWide(name))); }

@@ -90,6 +90,17 @@ TEST_F(WindowsFilesTest, ChainOfARootIsWhetherItIsThere) {
     EXPECT_FALSE(MakesChain(uR"(\\server\none)"));
 }
 
+TEST_F(WindowsFilesTest, AFileWithoutAttributesIsANormalOne) {
+    DWORD asked = 0;
+    const auto set = ReplaceImport<decltype(SetFileAttributesW)>("SetFileAttributesW",
+                                                                 [&](LPCWSTR, DWORD attributes) {
+                                                                     asked = attributes;
+                                                                     return TRUE;
+                                                                 });
+    EXPECT_EQ(platform::SetAttributes(u"file", 0), ERROR_SUCCESS);
+    EXPECT_EQ(asked, DWORD{FILE_ATTRIBUTE_NORMAL});
+}
+
 TEST_F(WindowsFilesTest, AWriteThatTakesNothingIsAFailure) {
     platform::COutputFile file;
     ASSERT_EQ(file.Create(m_folder.Name("file").c_str()), ERROR_SUCCESS);
