@@ -48,9 +48,6 @@ TEST_F(ConversionTest, TargetBecomesAManifestWithItsPayload) {
 }
 
 TEST_F(ConversionTest, MarkedFilesAndShortcutsAreDeleted) {
-    if (RunsInWine()) {
-        GTEST_SKIP() << "Wine has no streams: the mark is a file of its own there";
-    }
     ASSERT_EQ(
         Convert(TestTarget().DeletedFile("C/Windows/old.dll").DeletedFile("C/Windows/old.lnk")),
         0U);
