@@ -109,7 +109,7 @@ TEST_F(ProfileTest, NamesMatchInAnyCaseAndAtTheirPlaceOnly) {
 }
 
 TEST_F(ProfileTest, WithoutItsRootADocumentIsNotFound) {
-    for (const char* xml : {"", "no xml", "<Other><Package/></Other>", "<Packages/>",
+    for (const char* xml : {"", "no xml", "<Package", "<Other><Package/></Other>", "<Packages/>",
                             "<!DOCTYPE Package><Package/>"}) {
         SCOPED_TRACE(xml);
         EXPECT_EQ(ReadDocument(xml), ERROR_NOT_FOUND);
@@ -118,7 +118,7 @@ TEST_F(ProfileTest, WithoutItsRootADocumentIsNotFound) {
 }
 
 TEST_F(ProfileTest, KeepsWhatStandsAheadOfABreakTheUnfinishedItemToo) {
-    for (const char* end : {"", "</wrong>", "\xFF\xFF"}) {
+    for (const char* end : {"", "</wrong>", "\xFF\xFF", "</s></Scripts></b><c"}) {
         SCOPED_TRACE(end);
         CCasProfile profile;
         const std::string xml =

@@ -142,6 +142,10 @@ TEST_F(XmlInputTest, WhatIsNotWellFormedIsAFaultBehindTheNodesAheadOfIt) {
         {"text", "#", false},
         {"<a><b>1</b><c>", "<a><b>'1'</b><c>#"},
         {"<a><b/><!--1", "<a><b/>#", false},
+        {"<a", "#"},  // a tag that breaks off is no element
+        {"<a><b/><c x='1'", "<a><b/>#", false},
+        {"<a><b/><c/", "<a><b/>#", false},
+        {"<a><b/><c <d/></a>", "<a><b/>#", false},
         {"<a><b>1</c></a>", "<a><b>'1'#"},
         {"<a><b/>&nope;</a>", "<a><b/>#", false},
         {"<a><b x='1' x='2'/></a>", "<a>#", false},

@@ -198,10 +198,16 @@ void CXmlParser::OnStartElement(void* context, const xmlChar* name, const xmlCha
                                 const xmlChar** namespaces, int attributeCount,
                                 int /*defaultedCount*/, Attributes attributes) {
     CXmlParser& self = Self(context);
+    // The parser calls ahead of the tag's end, and for "/>" calls OnEndElement next. Whether there
+    // is an end it finds out only then: a tag that breaks off makes no element.
+    const xmlChar* const end = self.m_context->input->cur;
+    const bool isEmptyElement = end[0] == '/' && end[1] == '>';
+    if (!isEmptyElement && end[0] != '>') {
+        self.Fail(kXmlNotWellFormed);
+    }
     self.Guard([&] {
         SXmlNode& element = self.AddNode(EXmlNode::Element, Chars(prefix), Chars(name), {});
-        // The parser calls ahead of the tag's end, and for "/>" calls OnEndElement next.
-        element.isEmptyElement = self.m_context->input->cur[0] == '/';
+        element.isEmptyElement = isEmptyElement;
         self.m_isInEmptyElement = element.isEmptyElement;
         self.m_isInRoot = true;
         for (int i = 0; i < namespaceCount; ++i, namespaces += 2) {
