@@ -46,11 +46,11 @@ void CCasOperatingSystem::Read(CXmlReader& reader) {
 
 void CCasTarget::Read(CXmlReader& reader) { ReadElements(kTargetElements, *this, reader); }
 
-CStrW CCasTarget::GetFolderName() const {
-    const std::u16string guid = platform::GuidToText(Guid);
-    CStrW name(std::u16string_view(guid).substr(1, guid.size() - 2));
-    name.Append(u'_');
+CStrW CCasTarget::GetFolderName() const { return MakeFolderName(platform::GuidToText(Guid), Ver); }
+
+CStrW CCasTarget::MakeFolderName(std::u16string_view guid, std::uint32_t version) {
+    guid.remove_prefix(guid.starts_with(u'{') ? 1 : 0);
+    guid.remove_suffix(guid.ends_with(u'}') ? 1 : 0);
     // A version from 2147483648 on prints as a negative number: so the packager names the folder.
-    name.Append(IntToDecimal(static_cast<std::int32_t>(Ver)));
-    return name;
+    return CStrW(guid) + u'_' + IntToDecimal(static_cast<std::int32_t>(version));
 }

@@ -37,6 +37,9 @@ public:
 
     // The target's folder: the GUID without braces, "_" and the version as a signed number.
     [[nodiscard]] CStrW GetFolderName() const;
+    // The same for a GUID as the system writes it. Without one, as when the system fails to write
+    // it, the name is "_" and the version alone.
+    [[nodiscard]] static CStrW MakeFolderName(std::u16string_view guid, std::uint32_t version);
 
     GUID Guid{};
     std::uint32_t Ver = 0;

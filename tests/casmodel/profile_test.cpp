@@ -215,6 +215,7 @@ TEST_F(ProfileTest, FolderOfATargetIsNamedByGuidAndSignedVersion) {
         SCOPED_TRACE(each.elements);
         EXPECT_EQ(ReadTarget(each.elements).GetFolderName(), CStrW(each.name));
     }
+    EXPECT_EQ(CCasTarget::MakeFolderName(u"", 7), CStrW(u"_7"));
 }
 
 TEST_F(ProfileTest, ReadsApplicationsAndWhatRepeatsInThem) {
