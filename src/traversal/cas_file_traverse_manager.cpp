@@ -108,11 +108,12 @@ CFilePathW CCasFileTraverseManager::MapToTarget(const CFilePathW& path) const {
 CFilePathW MakePayloadName(const CStrW& collapsed) {
     CFilePathW path(collapsed);
     CStrW first = path.GetFirstSegment().GetText();
+    // Each by itself: a folder "100%" that is on no drive loses its percent sign too.
     if (first.View().starts_with(u'%')) {
         first.Delete(0, 1);
-        if (first.View().ends_with(u'%')) {
-            first.Truncate(first.GetLength() - 1);
-        }
+    }
+    if (first.View().ends_with(u'%')) {
+        first.Truncate(first.GetLength() - 1);
     }
     if (first.GetLength() > 1 && first.View()[1] == u':') {
         first.Delete(1, 1);

@@ -100,11 +100,13 @@ TEST(PayloadNameTest, KeepsTheTokensNameOrTheDrivesLetter) {
         {uR"(C:\Data\a.txt)", R"(C\Data\a.txt)"},
         {uR"(%ProgramFiles%)", "ProgramFiles"},
         {uR"(%odd\a)", R"(odd\a)"},
+        {uR"(100%\x.txt)", R"(100\x.txt)"},
         {uR"(rest\a)", R"(rest\a)"},
         {u"", ""},
         {u"%", ""},
         {uR"(%..%\a.txt)", ""},
         {uR"(%.%\a.txt)", ""},
+        {uR"(..%\a.txt)", ""},
     };
     for (const auto& name : kNames) {
         SCOPED_TRACE(Utf8(name.collapsed));
