@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <functional>
+#include <new>
 #include <queue>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "foundation/reg_access.h"
 #include "foundation/reg_path.h"
+#include "platform/machine.h"
 
 namespace {
 
@@ -71,15 +72,23 @@ constexpr SKeyRow kCollapses[] = {
     {{kCurrentUser, u""}, {kUsers, u"%SID%"}},
 };
 
-// Without a SID only what surrounds it is left: a path such as "_Classes", or the hive alone.
-CStrW BuildKeyText(const SKeyText& key, const CStrW& sid) {
-    CStrW path(key.path);
-    path.Replace(u"%SID%", sid, false);
-    return CRegPathW(CHiveNameW(key.hive), CRegPathW(path)).ToString();
+// Without a SID only what surrounds it is left: a path such as "_Classes", or the hive alone. Never
+// empty: an empty text would match everywhere, so running out of memory throws.
+CStrW BuildKeyText(const SKeyText& key, std::u16string_view sid) {
+    constexpr std::u16string_view kSid = u"%SID%";
+    std::u16string path = key.path;
+    if (const std::size_t place = path.find(kSid); place != std::u16string::npos) {
+        path.replace(place, kSid.size(), sid);
+    }
+    CStrW text = CRegPathW(CRegPathW(key.hive), CRegPathW(path)).ToString();
+    if (text.IsEmpty()) {
+        throw std::bad_alloc();
+    }
+    return text;
 }
 
 template <std::size_t count>
-std::vector<CKeyMapping> BuildRows(const SKeyRow (&rows)[count], const CStrW& sid) {
+std::vector<CKeyMapping> BuildRows(const SKeyRow (&rows)[count], std::u16string_view sid) {
     std::vector<CKeyMapping> mappings;
     mappings.reserve(count);
     for (const SKeyRow& row : rows) {
@@ -245,7 +254,7 @@ CStrW CKeyExpansion::Print() const {
 }  // namespace
 
 CRegPathConverter::CRegPathConverter() {
-    const CStrW sid = GetCurrentUserSid();
+    const std::u16string sid = platform::GetUserSid();
     m_expansions = BuildRows(kExpansions, sid);
     m_collapses = BuildRows(kCollapses, sid);
 }

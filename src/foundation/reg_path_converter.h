@@ -21,6 +21,7 @@ struct CKeyMapping {
 // are not known. A text may hold several keys.
 class CRegPathConverter {
 public:
+    // Throws std::bad_alloc when there is no memory for the tables.
     CRegPathConverter();
 
     // The one instance of the process, by the rules of CSharedInstance.

@@ -3,11 +3,31 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <new>
 #include <random>
 #include <string>
 
 #include "support/machine.h"
 #include "support/text.h"
+
+namespace {
+
+// How many more times texts get memory before they are refused it once.
+std::size_t g_successes = std::numeric_limits<std::size_t>::max();
+
+}  // namespace
+
+// The linker puts this in the place of realloc, which all texts take their memory from.
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker makes the names
+extern "C" {
+void* __real_realloc(void* block, std::size_t size);
+void* __wrap_realloc(void* block, std::size_t size) {
+    return g_successes-- == 0 ? nullptr : __real_realloc(block, size);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
@@ -69,6 +89,30 @@ TEST_F(RegPathConverterTest, WithoutASidWhatSurroundsItIsLeft) {
         {uR"(HKEY_CURRENT_USER\a)", uR"(HKEY_USERS\a)"},
     };
     ExpectConversions(rows, Expand);
+}
+
+bool HasSameRows(const std::vector<CKeyMapping>& left, const std::vector<CKeyMapping>& right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](const CKeyMapping& a, const CKeyMapping& b) {
+                          return a.from == b.from && a.to == b.to;
+                      });
+}
+
+// An alias without its text would match everywhere, for ever.
+TEST_F(RegPathConverterTest, IsBuiltWholeOrNotAtAllWhenMemoryRunsOut) {
+    const CRegPathConverter whole;
+    bool isRefused = true;
+    for (std::size_t successes = 0; isRefused; ++successes) {
+        g_successes = successes;
+        try {
+            const CRegPathConverter converter;
+            isRefused = g_successes > successes;
+            EXPECT_TRUE(HasSameRows(converter.GetExpansions(), whole.GetExpansions()));
+            EXPECT_TRUE(HasSameRows(converter.GetCollapses(), whole.GetCollapses()));
+        } catch (const std::bad_alloc&) {
+        }
+        g_successes = std::numeric_limits<std::size_t>::max();
+    }
 }
 
 TEST_F(RegPathConverterTest, CollapsesStoredKeysToPortableOnes) {
