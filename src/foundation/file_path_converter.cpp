@@ -1,7 +1,9 @@
 #include "foundation/file_path_converter.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <string>
+#include <utility>
 
 #include "foundation/file_system.h"
 #include "platform/machine.h"
@@ -25,7 +27,7 @@ bool IsCollapsible(std::u16string_view path) {
 // Whether a path names one place on any machine: with a drive, or a server.
 bool IsAbsolute(std::u16string_view path) {
     return path.find(u'%') == std::u16string_view::npos &&
-           ((path.size() > 1 && path[1] == u':') || path.starts_with(uR"(\\)"));
+           ((path.size() > 1 && path[0] != u'\\' && path[1] == u':') || path.starts_with(uR"(\\)"));
 }
 
 std::u16string_view CommonPrefix(std::u16string_view left, std::u16string_view right) {
@@ -42,6 +44,121 @@ bool HasTwoBackslashes(std::u16string_view text) {
         hasTwo |= isFirst & isSecond;
     }
     return hasTwo;
+}
+
+// A text on its way through the expansion of its tokens. What the scan has passed is done. The rest
+// is kept in reverse, so that a path is put in front of it in the path's own length: each unit of
+// the text and of the paths moves once, and the whole takes linear time.
+class CTokenScan {
+public:
+    explicit CTokenScan(std::u16string_view text) : m_rest(text.rbegin(), text.rend()) {}
+
+    // Goes to the next two percent signs; false when there are none.
+    bool FindSpan();
+    // What they enclose, with both of them.
+    [[nodiscard]] std::u16string_view GetSpan() const { return m_span; }
+    // Goes on after the span. Its closing percent sign is not tried as an opening one.
+    void PassSpan();
+    // Puts `path` in the place of the span.
+    void ReplaceSpan(std::u16string_view path);
+    // The text as it is now; the scan is over then.
+    [[nodiscard]] std::u16string TakeResult();
+
+private:
+    void PassTo(std::size_t restLength);
+
+    std::u16string m_done;
+    std::u16string m_rest;
+    std::u16string m_span;
+    // Where the scan goes on. It may be before the end of what is done, where no percent sign is.
+    std::size_t m_position = 0;
+};
+
+bool CTokenScan::FindSpan() {
+    const std::size_t first = m_rest.rfind(u'%');
+    if (first == std::u16string::npos || first == 0) {
+        return false;
+    }
+    const std::size_t last = m_rest.rfind(u'%', first - 1);
+    if (last == std::u16string::npos) {
+        return false;
+    }
+    PassTo(first + 1);
+    m_span.assign(m_rest.rbegin(), m_rest.rend() - static_cast<std::ptrdiff_t>(last));
+    return true;
+}
+
+void CTokenScan::PassSpan() {
+    PassTo(m_rest.size() - m_span.size());
+    m_position = m_done.size();
+}
+
+void CTokenScan::ReplaceSpan(std::u16string_view path) {
+    m_rest.resize(m_rest.size() - m_span.size());
+    if (m_rest.ends_with(u'\\') && path.ends_with(u'\\')) {
+        m_rest.pop_back();
+    }
+    m_rest.append(path.rbegin(), path.rend());
+    // Counted from the old position, not from the token: with text in front of the token the scan
+    // goes on inside the path that was put in.
+    m_position += path.size();
+    if (m_position > m_done.size()) {
+        PassTo(m_rest.size() - (m_position - m_done.size()));
+    }
+}
+
+std::u16string CTokenScan::TakeResult() {
+    PassTo(0);
+    return std::move(m_done);
+}
+
+void CTokenScan::PassTo(std::size_t restLength) {
+    const auto passed = static_cast<std::ptrdiff_t>(m_rest.size() - restLength);
+    m_done.append(m_rest.rbegin(), m_rest.rbegin() + passed);
+    m_rest.resize(restLength);
+}
+
+// A text on its way to tokens: a changed part, followed by the rest of the original.
+class CCollapsed {
+public:
+    explicit CCollapsed(std::u16string_view original) : m_original(original) {}
+
+    // How much of the original the changed part stands for, and that part itself.
+    [[nodiscard]] std::size_t GetTaken() const { return m_taken; }
+    [[nodiscard]] std::u16string_view Get() const { return m_changed; }
+    // Takes the original in up to `index`. Returns the length of the changed part.
+    std::size_t TakeUpTo(std::size_t index);
+    // Puts a token in the place of `length` units, some of which may be in the rest.
+    void Replace(std::size_t position, std::size_t length, std::u16string_view token);
+    // Takes the rest in and gives the whole.
+    [[nodiscard]] const std::u16string& Finish();
+
+private:
+    std::u16string_view m_original;
+    std::u16string m_changed;
+    std::size_t m_taken = 0;
+};
+
+std::size_t CCollapsed::TakeUpTo(std::size_t index) {
+    m_changed.append(m_original, m_taken, index - m_taken);
+    m_taken = index;
+    return m_changed.size();
+}
+
+void CCollapsed::Replace(std::size_t position, std::size_t length, std::u16string_view token) {
+    const std::size_t end = position + length;
+    TakeUpTo(m_taken + end - std::min(end, m_changed.size()));
+    const std::u16string_view rest = end < m_changed.size()
+                                         ? std::u16string_view(m_changed).substr(end)
+                                         : m_original.substr(m_taken);
+    const bool isAtName = !rest.empty() && rest.front() != u'\\';
+    m_changed.replace(position, length, token);
+    m_changed.insert(position + token.size(), isAtName ? 1 : 0, u'\\');
+}
+
+const std::u16string& CCollapsed::Finish() {
+    TakeUpTo(m_original.size());
+    return m_changed;
 }
 
 }  // namespace
@@ -94,13 +211,17 @@ void CFilePathConverter::AddEntry(std::u16string_view token, std::u16string_view
 
 void CFilePathConverter::GroupRows() {
     m_groups.clear();
-    m_hasOnlyAbsolutePaths = true;
+    m_looseRows.clear();
+    m_longestLoosePath = 0;
     for (std::size_t row = 0; row < m_entries.size(); ++row) {
         const std::u16string_view path = m_entries[row].lowerPath;
         if (!IsCollapsible(path)) {
             continue;
         }
-        m_hasOnlyAbsolutePaths = m_hasOnlyAbsolutePaths && IsAbsolute(path);
+        if (!IsAbsolute(path)) {
+            m_looseRows.push_back(row);
+            m_longestLoosePath = std::max(m_longestLoosePath, path.size());
+        }
         const auto group = std::find_if(
             m_groups.begin(), m_groups.end(),
             [path](const SGroup& candidate) { return candidate.prefix.front() == path.front(); });
@@ -114,34 +235,20 @@ void CFilePathConverter::GroupRows() {
 }
 
 std::size_t CFilePathConverter::ExpandTokens(CStrW& text) const {
-    std::size_t position = 0;
+    CTokenScan scan(text);
     std::size_t count = 0;
-    while (true) {
-        const std::size_t first = text.View().find(u'%', position);
-        if (first == std::u16string_view::npos) {
-            return count;
+    while (scan.FindSpan()) {
+        if (const CFolderEntry* const entry = FindToken(scan.GetSpan())) {
+            scan.ReplaceSpan(entry->path);
+            ++count;
+        } else {
+            scan.PassSpan();
         }
-        const std::size_t last = text.View().find(u'%', first + 1);
-        if (last == std::u16string_view::npos) {
-            return count;
-        }
-        const std::size_t length = last + 1 - first;
-        const CFolderEntry* const entry = FindToken(text.View().substr(first, length));
-        if (entry == nullptr) {
-            // The closing percent sign is not tried as an opening one.
-            position = last + 1;
-            continue;
-        }
-        text.Delete(first, length);
-        const bool doublesBackslash = first < text.GetLength() && text.View()[first] == u'\\' &&
-                                      entry->path.View().back() == u'\\';
-        text.Delete(first, doublesBackslash ? 1 : 0);
-        text.Insert(first, entry->path.View());
-        ++count;
-        // Counted from the old position, not from the token: with text in front of the token the
-        // scan goes on inside the path that was put in.
-        position += entry->path.GetLength();
     }
+    if (count != 0) {
+        text.Assign(scan.TakeResult());
+    }
+    return count;
 }
 
 const CFolderEntry* CFilePathConverter::FindToken(std::u16string_view span) const {
@@ -174,32 +281,56 @@ bool CFilePathConverter::CollapsePaths(CStrW& text, bool expandLongName) const {
     return changed;
 }
 
-// Replaces a match, and with it all further matches of its row where they come next anyway: a table
-// of absolute paths finds nothing new in what was put in, so no earlier row can have become
-// possible.
+// Replaces a match, and with it all further matches of its row, which come next anyway. No earlier
+// row has become possible by then but around a token that was put in, and what did is replaced at
+// once. So each row is gone through once, and a text of any length takes linear time.
 void CFilePathConverter::ReplaceByToken(CStrW& text, std::u16string_view lower,
                                         const SMatch& match) const {
     const std::u16string_view path = match.entry->lowerPath;
-    const std::u16string_view original = text;
-    std::u16string result;
-    std::size_t done = 0;
-    std::size_t at = match.position;
-    do {
-        result.append(original, done, at - done);
-        result.append(match.entry->token.View());
-        done = at + path.size();
-        if (done < original.size() && original[done] != u'\\') {
-            result += u'\\';
+    CCollapsed collapsed(text);
+    for (std::size_t at = match.position; at != std::u16string_view::npos;
+         at = lower.find(path, collapsed.GetTaken())) {
+        const std::size_t token = collapsed.TakeUpTo(at);
+        SMatch next{match.entry, token};
+        std::size_t changed = token;
+        while (next.entry != nullptr) {
+            collapsed.Replace(next.position, next.entry->path.GetLength(), next.entry->token);
+            changed = std::min(changed, next.position);
+            next = FindNewPath(collapsed.Get(), changed, lower.substr(collapsed.GetTaken()),
+                               *match.entry);
         }
-        at = lower.find(path, done);
-    } while (m_hasOnlyAbsolutePaths && at != std::u16string_view::npos);
-    result.append(original, done);
-    text.Assign(result);
+    }
+    text.Assign(collapsed.Finish());
+}
+
+// The first row up to `last` whose path the part of `done` from `changed` on has completed, be it
+// with some of what is before it or with some of the rest.
+CFilePathConverter::SMatch CFilePathConverter::FindNewPath(std::u16string_view done,
+                                                           std::size_t changed,
+                                                           std::u16string_view lowerRest,
+                                                           const CFolderEntry& last) const {
+    if (m_looseRows.empty()) {
+        return {};
+    }
+    const std::size_t start = changed - std::min(changed, m_longestLoosePath);
+    std::u16string around(done.substr(start));
+    platform::FoldText(around.data(), around.size());
+    around += lowerRest.substr(0, m_longestLoosePath);
+    for (const std::size_t row : m_looseRows) {
+        const CFolderEntry& entry = m_entries[row];
+        const std::u16string_view path = entry.lowerPath;
+        const std::size_t first = changed - std::min(changed, path.size() - 1);
+        const std::size_t at = around.find(path, first - start);
+        if (&entry <= &last && at < done.size() - start) {
+            return {&entry, start + at};
+        }
+    }
+    return {};
 }
 
 // False when none of the paths can stand in a text, which most texts tell at a glance.
 bool CFilePathConverter::MayHoldPath(std::u16string_view text) const {
-    return !m_hasOnlyAbsolutePaths || HasUnit(text, u':') || HasTwoBackslashes(text);
+    return !m_looseRows.empty() || HasUnit(text, u':') || HasTwoBackslashes(text);
 }
 
 // The first row, in their order, whose path stands in the text, at its leftmost place.

@@ -60,12 +60,16 @@ private:
     [[nodiscard]] const CFolderEntry* FindToken(std::u16string_view span) const;
     [[nodiscard]] bool MayHoldPath(std::u16string_view text) const;
     [[nodiscard]] SMatch FindLongestPath(std::u16string_view lower) const;
-
+    [[nodiscard]] SMatch FindNewPath(std::u16string_view done, std::size_t changed,
+                                     std::u16string_view lowerRest, const CFolderEntry& last) const;
     void ReplaceByToken(CStrW& text, std::u16string_view lower, const SMatch& match) const;
 
     std::vector<CFolderEntry> m_entries;
     std::vector<SGroup> m_groups;
-    bool m_hasOnlyAbsolutePaths = true;
+    // The rows, by their index, whose paths a token and what follows it can complete: those that
+    // are not absolute. Mostly there are none.
+    std::vector<std::size_t> m_looseRows;
+    std::size_t m_longestLoosePath = 0;
 };
 
 // Expands the tokens of `text` by the shared converter.

@@ -58,13 +58,33 @@ TEST_F(CollapsePathsTest, ExpandsKnownTokensInAnyCase) {
     }
 }
 
+// A token may make a backslash, and with it a variable that begins with one, out of what follows
+// it.
+TEST_F(CollapsePathsTest, ReplacesWhatATokenMakesAPath) {
+    m_machine.Environment(u"TEMP", uR"(\temporarily)");
+    EXPECT_EQ(Collapse(uR"(Q:\WindowsTemporarily Q:\Windows)"),
+              R"(%CSIDL_WINDOWS%%Temp%\ %CSIDL_WINDOWS%)");
+}
+
+// The percent signs of a path that is put in count as well, as far as the scan comes upon them.
+TEST_F(CollapsePathsTest, ScansOnInsideAPathAfterOtherText) {
+    m_machine.Environment(u"TEMP", uR"(Q:\100%\x)");
+    EXPECT_EQ(Expand(uR"(%Temp%%Temp%)"), R"(Q:\100%\xQ:\100%\x)");
+    EXPECT_EQ(Expand(uR"(a %Temp%\%SystemDrive%)"), R"(a Q:\100%\x\Q:\)");
+    EXPECT_EQ(Expand(uR"(abc %Temp%\%SystemDrive%)"), R"(abc Q:\100%\x\%SystemDrive%)");
+}
+
 TEST_F(CollapsePathsTest, ManyPathsAndOddVariablesEnd) {
     std::u16string text;
+    std::string expanded;
     for (int i = 0; i < 300000; ++i) {  // more than can be looked through for each
         text += uR"(Q:\Windows;Q:\)";
+        expanded += R"(Q:\Windows\;Q:\)";
     }
+    m_machine.Environment(u"TEMP", uR"(\b)");  // which a token could make, at every place
     const std::string collapsed = Collapse(text.c_str());
     EXPECT_EQ(collapsed.find(R"(Q:\)"), std::string::npos);
+    EXPECT_TRUE(Expand(Utf16(collapsed).c_str()) == expanded);
     for (const char16_t* value : {u"S", uR"(\)", uR"(%\x)", uR"(\a)", u"%Temp%", u":"}) {
         SCOPED_TRACE(Utf8(value));
         m_machine.Environment(u"TEMP", value);
