@@ -310,18 +310,23 @@ int CFilePathW::PrependSegment(const CFilePathSegmentW& segment) {
 
 // Makes this path `base` with `relative` behind it, whose leading dots are resolved. False, with
 // the path unchanged, when they climb above the root.
-bool CFilePathW::JoinResolving(const CFilePathW& base, CFilePathW relative) {
+bool CFilePathW::JoinResolving(const CFilePathW& base, const CFilePathW& relative) {
     CFilePathW sum(base);
-    while (relative.StartsWithDots()) {
-        if (relative.ViewSegment(0) == u"..") {
+    std::size_t dots = 0;
+    std::u16string_view names = relative.m_names;
+    for (std::u16string_view name = TakeFirstName(names); IsDots(name);
+         name = TakeFirstName(names)) {
+        if (name == u"..") {
             if (sum.IsRoot() || sum.IsEmpty()) {
                 return false;
             }
             sum.RemoveLast(1);
         }
-        relative.RemoveFirst(1);
+        ++dots;
     }
-    if (sum.Append(relative) != ERROR_SUCCESS) {
+    CFilePathW rest(relative);
+    rest.RemoveFirst(dots);
+    if (sum.Append(rest) != ERROR_SUCCESS) {
         return false;
     }
     *this = std::move(sum);

@@ -147,7 +147,7 @@ private:
     [[nodiscard]] int AddIf(bool isValid, std::u16string_view name);
     void AddName(std::u16string_view name);
     [[nodiscard]] int AppendChecked(std::u16string_view name);
-    [[nodiscard]] bool JoinResolving(const CFilePathW& base, CFilePathW relative);
+    [[nodiscard]] bool JoinResolving(const CFilePathW& base, const CFilePathW& relative);
     [[nodiscard]] bool HasDriveOrServer() const;
     [[nodiscard]] bool StartsWithDots() const;
 

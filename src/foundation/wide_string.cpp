@@ -13,7 +13,7 @@ namespace {
 // What every text without storage points at; never written.
 char16_t g_emptyText[1] = {0};
 
-constexpr std::size_t kFormatStep = 128;
+constexpr std::size_t kFirstFormatSize = 128;
 constexpr std::size_t kFormatLimit = std::size_t{1} << 31;
 
 std::size_t TextLength(const char16_t* text) {
@@ -342,7 +342,7 @@ bool CStrW::FormatV(const char16_t* format, std::va_list arguments) {
     if (format == nullptr) {
         return false;
     }
-    for (std::size_t size = kFormatStep; size < kFormatLimit; size += kFormatStep) {
+    for (std::size_t size = kFirstFormatSize; size < kFormatLimit; size *= 2) {
         if (!Reserve(size)) {
             break;
         }

@@ -104,6 +104,18 @@ TEST(FilePathTest, AppendResolvesLeadingDotsOnly) {
     }
 }
 
+TEST(FilePathTest, ResolvesAnyNumberOfDots) {
+    std::u16string names;
+    std::u16string dots;
+    for (int i = 0; i < 5000000; ++i) {
+        names += uR"(a\)";
+        dots += uR"(..\)";
+    }
+    CFilePathW path(uR"(C:\)" + names);
+    EXPECT_EQ(path.Append(CFilePathW(dots + u"b")), 0);
+    EXPECT_EQ(Print(path), R"(C:\b)");
+}
+
 TEST(FilePathTest, SegmentsClimbAndCancel) {
     CFilePathW path(uR"(\\srv\share\a)");
     EXPECT_EQ(path.AppendSegment(CFilePathSegmentW(u"..")), 0);

@@ -91,9 +91,9 @@ TEST(StrTest, KnowsAGuidByItsShape) {
 }
 
 TEST(StrTest, FormatsTextsOfAnyLength) {
-    for (const std::size_t length : {126U, 127U, 128U, 129U, 255U, 256U, 5000U}) {
+    for (const std::size_t length : {126U, 127U, 128U, 129U, 255U, 256U, 20000000U}) {
         const std::u16string filler(length, u'x');
-        EXPECT_EQ(CStrW(PrintfStyle, u"%s", filler.c_str()), CStrW(filler));
+        EXPECT_TRUE(CStrW(PrintfStyle, u"%s", filler.c_str()) == CStrW(filler)) << length;
     }
     EXPECT_EQ(CStrW(PrintfStyle, u"~%04x|%02X|%s", 0xABU, 10U, u"t"), CStrW(u"~00ab|0A|t"));
     EXPECT_EQ(CStrW(FormatMessageStyle, u"%2 and %1, 100%%", u"a", u"b"), CStrW(u"b and a, 100%"));
