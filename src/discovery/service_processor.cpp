@@ -31,9 +31,28 @@ void ForEachString(const CDoubleNullStringW& strings, const TEach& each) {
     }
 }
 
-bool IsFile(const CFilePathW& path) {
+enum class EProgram {
+    Found,
+    Missing,
+    NoneBelow,  // nor is there one in any folder of that path
+    NoPath,     // nor is any longer text that begins like this one
+};
+
+EProgram FindProgram(const CStrW& text) {
+    // A start such as "\\?\UNC\" is no path yet. What is longer and none, stays none.
+    constexpr std::size_t kLongestStart = 8;
+    const CFilePathW path(text);
+    if (path.IsEmpty()) {
+        return text.GetLength() > kLongestStart ? EProgram::NoPath : EProgram::Missing;
+    }
     platform::SFindData found;
-    return platform::FindEntry(path.ToString().Get(), found) == ERROR_SUCCESS && !found.IsFolder();
+    const int status = platform::FindEntry(path.ToString().Get(), found);
+    if (status == ERROR_SUCCESS) {
+        return found.IsFolder() ? EProgram::Missing : EProgram::Found;
+    }
+    // A share's name may go on after the blank.
+    return status == ERROR_PATH_NOT_FOUND && !path.IsRoot() ? EProgram::NoneBelow
+                                                            : EProgram::Missing;
 }
 
 // The values of a service's key, each with the one type that it is read in.
@@ -118,16 +137,25 @@ void CServiceInfo::SetImagePath(std::u16string_view text) {
     Arguments.Trim();
 }
 
+// Takes the shortest text in front of a blank that names a file. Each is looked up, so those are
+// passed over that cannot: a text of nothing but blanks and backslashes would take hours.
 void CServiceInfo::SplitAtBlank(std::u16string_view text) {
-    for (std::size_t blank = text.find(u' '); blank < kMaxPath;
-         blank = text.find(u' ', blank + 1)) {
+    for (std::size_t blank = text.find(u' '); blank < kMaxPath;) {
         CStrW program = text.substr(0, blank);
         ExpandFileTokens(program);
-        if (IsFile(CFilePathW(program))) {
+        const EProgram result = FindProgram(program);
+        if (result == EProgram::Found) {
             Binary = CFilePathW(text.substr(0, blank));
             Arguments = text.substr(blank + 1);
             return;
         }
+        if (result == EProgram::NoPath) {
+            break;
+        }
+        // Out of a missing folder leads nothing but the way up.
+        const std::size_t next =
+            result == EProgram::NoneBelow ? text.find(uR"(\..\)", blank) : blank + 1;
+        blank = text.find(u' ', next);
     }
     Binary = CFilePathW(text);
 }

@@ -65,6 +65,7 @@ TEST(ServiceInfoTest, ImagePathIsSplitWhereItsProgramEnds) {
     const CTestMachine machine =
         CTestMachine().Environment(u"ProgramFiles", folder.Name("Program Files"));
     const std::u16string other = folder.Name("Program Files/App/other.exe -run");
+    const std::u16string up = folder.Name("no App/b c/../../Program Files/App/svc.exe");
     const struct {
         std::u16string text;
         std::u16string binary;
@@ -75,6 +76,7 @@ TEST(ServiceInfoTest, ImagePathIsSplitWhereItsProgramEnds) {
         {program + u" -run now", program, u"-run now"},
         {uR"(%ProgramFiles%\App\svc.exe  -run)", uR"(%ProgramFiles%\App\svc.exe)", u"-run"},
         {other, other, u""},
+        {up + u" -run", up, u"-run"},
         {uR"(\SystemRoot\driver.sys)", uR"(\SystemRoot\driver.sys)", u""},
         {u"C:\\svc.exe /s", u"", u""},
         {u"\"", u"", u""},
@@ -85,6 +87,19 @@ TEST(ServiceInfoTest, ImagePathIsSplitWhereItsProgramEnds) {
         service.SetImagePath(CStrW(path.text));
         EXPECT_EQ(service.Binary.ToString(), CStrW(path.binary));
         EXPECT_EQ(service.Arguments, CStrW(path.arguments));
+    }
+}
+
+// Every blank ends one more path that could be looked up, deeper each time.
+TEST(ServiceInfoTest, WhatIsInNoFolderIsNotLookedUpAtEveryBlank) {
+    std::u16string text = CTempFolder().Name();
+    while (text.size() < 32000) {
+        text += uR"(\a )";
+    }
+    CServiceInfo service;
+    for (int i = 0; i < 100; ++i) {
+        service.SetImagePath(CStrW(text));
+        ASSERT_EQ(service.Binary.ToPlainString(), CStrW(text));
     }
 }
 
