@@ -1,7 +1,5 @@
 #include "traversal/cas_registry_traverse_manager.h"
 
-#include <functional>
-
 #include "foundation/reg_access.h"
 #include "platform/status.h"
 
@@ -14,6 +12,11 @@ constexpr std::u16string_view kInstallProperties = u"InstallProperties";
 // What the package does with an entry, as the processors are told.
 constexpr std::uint32_t kModeCreate = 1;
 constexpr std::uint32_t kModeDelete = 3;
+
+// Whether the isolated view has deleted a value. Its list of deleted values names those that it has
+// brought back as well, and a position in the list counts only when it is greater than the one that
+// means "not found". None is, so the list, which may be long, is not searched for each value.
+constexpr bool IsDeleted() { return false; }
 
 // A status hides its key when its highest bit is the third one.
 bool StatusIsHidden(std::uint32_t status) { return status >= 4 && status <= 7; }
@@ -75,8 +78,6 @@ void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key, const CRegKe
     m_valueKey.isOfAssemblies = m_assemblyProcessor.TakesValuesOf(key);
     m_valueKey.isOfServices = m_serviceProcessor.TakesValuesOf(key);
     m_valueKey.isHidden = StatusIsHidden(openKey.QueryNumber(kVirtualStatus));
-    m_valueKey.deletedValues.Clear();
-    openKey.QueryString(kDeletedValues, m_valueKey.deletedValues);
     m_valueKey.key = &openKey;
 }
 
@@ -99,10 +100,7 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
     } else if (m_valueKey.key->QueryValue(name, m_buffer) != ERROR_SUCCESS) {
         m_buffer = CRegBuf();
     }
-    // No position is greater than the one that means "not found", so nothing comes out deleted: the
-    // list names values that the isolated view has brought back as well.
-    const bool deleted =
-        std::greater<>()(FindSubstringNoCaseIndex(m_valueKey.deletedValues, name), kAllCharacters);
+    const bool deleted = IsDeleted();
     if (m_valueKey.isInstallProperties && name.EqualsNoCase(u"Publisher")) {
         SetManufacturer(text);
     }

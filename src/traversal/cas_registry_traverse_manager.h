@@ -52,7 +52,6 @@ private:
         bool isHidden = false;
         bool isOfAssemblies = false;
         bool isOfServices = false;
-        CStrW deletedValues;
     };
 
     void ShowProgress(std::u16string_view text);

@@ -2,6 +2,7 @@
 
 #include "conversion/conversion.h"
 #include "support/system.h"
+#include "support/text.h"
 
 namespace {
 
@@ -109,6 +110,19 @@ TEST_F(RegistryConversionTest, BookkeepingAndHiddenKeysAreLeftOut) {
     EXPECT_FALSE(Holds("CreateKeys", R"(SOFTWARE\Hidden")"));
     EXPECT_EQ(Count("CreateValues"), 1);
     EXPECT_TRUE(Holds("CreateValues", "listed as deleted"));
+}
+
+// Nothing comes of the list, so that it need not be searched for every name either.
+TEST_F(RegistryConversionTest, TheListOfDeletedValuesMayBeLong) {
+    constexpr std::ptrdiff_t kValues = 300;
+    CTestHive hive;
+    hive.Key(uR"(REGISTRY\MACHINE\SOFTWARE\App)");
+    hive.String(u"CitrixAIEDeletedValues", std::u16string(500000, u'a'));
+    for (std::ptrdiff_t i = 0; i < kValues; ++i) {
+        hive.Dword(std::u16string(16000, u'a') + Utf16(std::to_string(i)), 1);
+    }
+    ConvertHive(hive);
+    EXPECT_EQ(Count("CreateValues"), kValues);
 }
 
 TEST_F(RegistryConversionTest, MachineEnvironmentBecomesVariables) {
