@@ -99,7 +99,7 @@ uint32_t GetNextCasTargetInformation(void* handle, OrvChar** guidText, OrvChar**
     }
     *guidText = Release(items.front().GuidText);
     *name = Release(items.front().Name);
-    items.erase(items.begin());
+    items.pop_front();
     return ERROR_SUCCESS;
 }
 

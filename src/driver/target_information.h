@@ -1,7 +1,7 @@
 // driver/target_information.h - the list behind the enumeration of a package's targets.
 #pragma once
 
-#include <vector>
+#include <deque>
 
 #include "foundation/wide_string.h"
 
@@ -14,5 +14,5 @@ struct CasTargetInformation {
 // The targets that the host has not yet fetched, in the order of the profile. The host sees a
 // pointer.
 struct CasTargetInformationList {
-    std::vector<CasTargetInformation> Items;
+    std::deque<CasTargetInformation> Items;
 };
