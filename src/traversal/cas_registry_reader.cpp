@@ -44,8 +44,11 @@ CCasRegistryReader::CCasRegistryReader(CAssemblyProcessor& assemblyProcessor,
       m_parentProgress(parentProgress) {}
 
 int CCasRegistryReader::Read(COrvPackage& package, const CFilePathW& hiveFile, bool is64Bit) {
+    // Both are tried, whatever the first gives: what could be turned on stays on for the host.
+    const int backup = EnablePrivilege(kBackup);
+    const int restore = EnablePrivilege(kRestore);
     // A signed number on purpose: no stage takes it, so that the host learns of it.
-    if (EnablePrivilege(kBackup) == -1 || EnablePrivilege(kRestore) == -1) {
+    if (backup == -1 || restore == -1) {
         throw int{ERROR_PRIVILEGE_NOT_HELD};
     }
     const int status = ReadMounted(package, hiveFile, is64Bit);
