@@ -3,42 +3,14 @@
 #include <algorithm>
 
 #include "foundation/path_names.h"
+#include "platform/path_names.h"
 #include "platform/status.h"
 
 namespace {
 
-constexpr std::size_t kMaxSegment = 260;
-constexpr std::size_t kMaxMachineName = 64;
 constexpr std::size_t kMaxPlainPath = 247;
 constexpr std::u16string_view kLongPrefix = uR"(\\?\)";
 constexpr std::u16string_view kLongUncPrefix = uR"(\\?\UNC\)";
-
-bool IsValidSegment(std::u16string_view name) {
-    if (name.empty() || name.size() > kMaxSegment) {
-        return false;
-    }
-    const bool mayBeDrive = name.size() == 2 && name[0] != u':';
-    return std::all_of(name.begin(), name.end(), [mayBeDrive](char16_t unit) {
-        switch (unit) {
-            case u'"':
-            case u'/':
-            case u'<':
-            case u'>':
-            case u'\\':
-            case u'|':
-                return false;
-            case u':':
-                return mayBeDrive;
-            default:
-                return true;
-        }
-    });
-}
-
-bool IsValidMachineName(std::u16string_view name) {
-    return !name.empty() && name.size() <= kMaxMachineName &&
-           name.find_first_of(uR"(",*+/:;<>=?[]\|)") == std::u16string_view::npos;
-}
 
 bool IsDriveName(std::u16string_view name) { return name.size() == 2 && name[1] == u':'; }
 
@@ -51,7 +23,7 @@ bool IsDots(std::u16string_view name) { return name == u"." || name == u".."; }
 }  // namespace
 
 int CFilePathSegmentW::Assign(std::u16string_view name) {
-    return AssignChecked(name, IsValidSegment(name));
+    return AssignChecked(name, platform::IsPathName(name));
 }
 
 int CFilePathSegmentW::AssignChecked(std::u16string_view name, bool isValid) {
@@ -83,7 +55,7 @@ CStrW CFilePathSegmentW::GetStem() const {
 
 bool CFilePathSegmentW::SetExtensionOrv() {
     const CStrW name = GetStem() + u".orv";
-    if (!IsValidSegment(name)) {
+    if (!platform::IsPathName(name)) {
         return false;
     }
     m_name = name;
@@ -91,7 +63,7 @@ bool CFilePathSegmentW::SetExtensionOrv() {
 }
 
 int CMachineNameW::Assign(std::u16string_view name) {
-    return AssignChecked(name, IsValidMachineName(name));
+    return AssignChecked(name, platform::IsServerName(name));
 }
 
 EFilePathKind KindOfFirstSegment(const CFilePathSegmentW& segment) {
@@ -167,16 +139,16 @@ int CFilePathW::ParseKind(std::u16string_view text, std::size_t& start) {
 // Adds what stands up to the next backslash; `rest` is the text from there to its end.
 int CFilePathW::AddPiece(std::u16string_view piece, std::u16string_view rest) {
     if (IsEmpty() && m_kind == FilePathUnc) {
-        return AddIf(IsValidMachineName(piece), piece);
+        return AddIf(platform::IsServerName(piece), piece);
     }
     if (IsEmpty() && rest.size() >= 3 && rest[1] == u':' && rest[2] != u'\\') {
         const std::u16string_view drive = piece.substr(0, 2);
-        if (const int status = AddIf(IsValidSegment(drive), drive)) {
+        if (const int status = AddIf(platform::IsPathName(drive), drive)) {
             return status;
         }
         piece.remove_prefix(2);
     }
-    return AddIf(IsValidSegment(piece), piece);
+    return AddIf(platform::IsPathName(piece), piece);
 }
 
 int CFilePathW::AddIf(bool isValid, std::u16string_view name) {

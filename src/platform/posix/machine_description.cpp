@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/path_names.h"
 #include "platform/text.h"
 #include "platform/utf8.h"
 
@@ -41,9 +42,33 @@ bool IsShare(std::u16string_view text) {
            text.find_first_of(u"/:*?\"<>|") == std::u16string_view::npos;
 }
 
-bool IsWindowsPath(std::u16string_view text) {
-    return (IsDrive(text.substr(0, 2)) && text.substr(2, 1) == u"\\") ||
-           (text.starts_with(uR"(\\)") && text.size() > 2);
+// Takes the drive, or the server, off a full path; false when it has neither.
+bool TakeRoot(std::u16string_view& path) {
+    constexpr std::u16string_view kLong = uR"(\\?\)";
+    constexpr std::u16string_view kLongShare = uR"(\\?\UNC\)";
+    const bool isLongShare = EqualText(path.substr(0, kLongShare.size()), kLongShare);
+    if (isLongShare || (path.starts_with(uR"(\\)") && !path.starts_with(kLong))) {
+        path.remove_prefix(isLongShare ? kLongShare.size() : 2);
+        const std::u16string_view server = path.substr(0, path.find(u'\\'));
+        path.remove_prefix(std::min(server.size() + 1, path.size()));
+        return IsServerName(server);
+    }
+    path.remove_prefix(path.starts_with(kLong) ? kLong.size() : 0);
+    const bool hasDrive = IsDrive(path.substr(0, 2)) && path.substr(2, 1) == u"\\";
+    path.remove_prefix(hasDrive ? 3 : 0);
+    return hasDrive;
+}
+
+// A full path of names that a path can have. What is no path would be no folder to the conversion,
+// which would go on without its token.
+bool IsWindowsPath(std::u16string_view path) {
+    bool isGood = TakeRoot(path);
+    while (isGood && !path.empty()) {
+        const std::u16string_view name = path.substr(0, path.find(u'\\'));
+        path.remove_prefix(std::min(name.size() + 1, path.size()));
+        isGood = IsPathName(name);
+    }
+    return isGood;
 }
 
 bool IsSid(std::u16string_view text) {

@@ -42,8 +42,13 @@ TEST_F(MachineDescriptionTest, WhatIsWrittenReadsBack) {
 
     machine.version = {6, 1, false};
     machine.locale.clear();
-    machine.folders = {{u"CSIDL_FONTS", uR"(D:\it's "so"\)"}, {u"CSIDL_PROFILE", uR"(\\s\h\ü)"}};
-    machine.environment = {{u"a b'\"\\=", u"x"}, {u"Tmp", u"\t\n\r\x1B\x7F' \u2028\U0001F600"}};
+    machine.folders = {{u"CSIDL_FONTS", uR"(D:\it's so\)"},
+                       {u"CSIDL_PROFILE", uR"(\\s\h\ü)"},
+                       {u"CSIDL_RECENT", uR"(\\?\D:\)"},
+                       {u"CSIDL_SENDTO", uR"(\\?\unc\s)"}};
+    machine.environment = {{u"a b'\"\\=", u"x"},
+                           {u"Temp", uR"(it's "so")"},
+                           {u"Tmp", u"\t\n\r\x1B\x7F' \u2028\U0001F600"}};
     machine.environment.erase(machine.environment.begin());
     machine.drives = {{u'C', "/mnt/c \"d\""}, {u'Z', "/"}};
     machine.shares = {{uR"(\\server\Ö$)", "/mnt/ö"}};
@@ -79,6 +84,10 @@ TEST_F(MachineDescriptionTest, WhatIsWrongIsNamedWithItsLineAndKey) {
         {"[user]\nsid = 'S-1-5-x'\n", ":2: [user] \"sid\": must be a SID"},
         {"[folders]\nCSIDL_FONT = 'C:\\F'\n", ":2: [folders] \"CSIDL_FONT\": is no special"},
         {"[folders]\nCSIDL_FONTS = 'C:F'\n", ":2: [folders] \"CSIDL_FONTS\": must be a full"},
+        {"[folders]\nCSIDL_FONTS = 'C:\\a/b'\n", ":2: [folders] \"CSIDL_FONTS\": must be a full"},
+        {"[folders]\nCSIDL_FONTS = 'C:\\\\'\n", ":2: [folders] \"CSIDL_FONTS\": must be a full"},
+        {"[system]\nwindows = '\\\\s:\\h'\n", ":2: [system] \"windows\": must be a full"},
+        {"[system]\nwindows = '\\\\?\\C:a'\n", ":2: [system] \"windows\": must be a full"},
         {"[environment]\nA = \"x\\u0000\"\n", ":2: [environment] \"A\": must not hold"},
         {"[environment]\n'A=B' = 'x'\n", ":2: [environment] \"A=B\": is no name"},
         {"[environment]\nTmp = 'x'\nTMP = 'x'\n", "differs only in letter case"},
