@@ -18,3 +18,6 @@ void FreeAsHost(void* memory);
 
 // Sets a variable of this process's environment; an empty value takes it away.
 void SetEnvironment(const std::string& name, const std::string& value);
+
+// Takes a privilege away from this process for good; false on POSIX, where all are always held.
+bool RemovePrivilege(const char16_t* name);

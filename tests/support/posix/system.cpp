@@ -31,3 +31,5 @@ void SetEnvironment(const std::string& name, const std::string& value) {
         setenv(name.c_str(), value.c_str(), 1);
     }
 }
+
+bool RemovePrivilege(const char16_t* /*name*/) { return false; }

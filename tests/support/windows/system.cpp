@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "platform/windows/win.h"
+#include "platform/windows/process_token.h"
 // Behind windows.h.
 #include <objbase.h>
 
@@ -43,4 +43,12 @@ void FreeAsHost(void* memory) { CoTaskMemFree(memory); }
 
 void SetEnvironment(const std::string& name, const std::string& value) {
     _putenv_s(name.c_str(), value.c_str());
+}
+
+bool RemovePrivilege(const char16_t* name) {
+    const platform::CProcessToken token(TOKEN_ADJUST_PRIVILEGES);
+    TOKEN_PRIVILEGES change{1, {{{}, SE_PRIVILEGE_REMOVED}}};
+    return LookupPrivilegeValueW(nullptr, platform::ToWide(name), &change.Privileges[0].Luid) !=
+               FALSE &&
+           AdjustTokenPrivileges(token.Get(), FALSE, &change, 0, nullptr, nullptr) != FALSE;
 }
