@@ -15,12 +15,12 @@ namespace platform {
 
 namespace {
 
-// Looks a path up that is longer than the system takes at once.
+// Looks a path up that is longer than the system takes at once, which is PATH_MAX with its NUL.
 int StatLongPath(std::string_view path, struct stat& info) {
     CFileDescriptor folder;
     int start = AT_FDCWD;
     while (path.size() >= PATH_MAX) {
-        const std::size_t cut = path.rfind('/', PATH_MAX - 1);
+        const std::size_t cut = path.rfind('/', PATH_MAX - 2);
         if (cut == std::string_view::npos) {
             errno = ENAMETOOLONG;
             return -1;

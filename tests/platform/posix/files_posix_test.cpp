@@ -17,6 +17,7 @@
 #include "platform/posix/file_access.h"
 #include "platform/xml.h"
 #include "support/machine.h"
+#include "support/posix/system_calls.h"
 
 namespace fs = std::filesystem;
 
@@ -320,6 +321,46 @@ TEST_F(PosixFilesTest, FoldersInUseAreBoundedAndSeenAsTheyAre) {
     for (int i = 0; i < 200; ++i) {
         EXPECT_THAT(Search(folder(i) + uR"(\*)"), ElementsAre(u"copy", u"other"));
         EXPECT_EQ(Find(folder(i) + uR"(\OTHER)"), ERROR_SUCCESS);
+    }
+}
+
+// Makes a chain of folders "d" below another one, deeper than a recursion has descriptors for, and
+// removes it.
+class DeepFoldersTest : public PosixFilesTest {
+protected:
+    ~DeepFoldersTest() override {
+        for (const std::string& top : m_tops) {
+            std::error_code end;
+            while (!end) {
+                fs::rename(m_folder.Path(top + "/d"), m_folder.Path("cut"), end);
+                std::error_code ignored;
+                fs::rename(m_folder.Path("cut/d"), m_folder.Path(top + "/d"), ignored);
+                fs::remove(m_folder.Path("cut"), ignored);
+            }
+        }
+    }
+
+    std::u16string Make(const std::string& top, int depth) {
+        m_tops.push_back(top);
+        std::u16string folder = m_folder.MakeFolder(top);
+        for (int i = 0; i < depth; ++i) {
+            folder += uR"(\d)";
+            EXPECT_EQ(platform::CreateFolder(folder.c_str()), ERROR_SUCCESS);
+        }
+        return folder;
+    }
+
+    std::vector<std::string> m_tops;
+};
+
+TEST_F(DeepFoldersTest, AFolderIsReachedFromTheNearestOneThatIsOpen) {
+    // Longer than what a system call takes at once, where with tops of both lengths a slash is.
+    constexpr int kDepth = 2200;
+    for (const char* top : {"a", "ab"}) {
+        const long before = CountCalls(ESystemCall::OpenAt);
+        const std::u16string folder = Make(top, kDepth);
+        EXPECT_LT(CountCalls(ESystemCall::OpenAt) - before, 3 * kDepth);
+        EXPECT_THAT(Search(folder + uR"(\*)"), ElementsAre());
     }
 }
 
