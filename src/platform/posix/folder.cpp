@@ -70,21 +70,25 @@ bool SFolderStamp::IsRightAfter(const SFolderStamp& other) const {
     return changed == other.changed && apart > 0 && apart < kShortest;
 }
 
-CFolder::CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed)
+CFolder::CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed,
+                 const CFolder* parent)
     : m_folder(std::move(folder)),
       m_path(std::move(path)),
       m_id(GetFileId(info)),
       m_isSealed(isSealed),
-      m_stamp(info) {}
+      m_stamp(info),
+      m_lastLookAtWay(parent == nullptr ? 0 : parent->m_lastLookAtWay) {}
 
 int CFolder::LookAtSelf(struct stat& info) {
-    constexpr std::int64_t kMoment = 1'000'000;
+    constexpr std::size_t kUsualLength = 256;
+    constexpr std::int64_t kUsualMoment = 1'000'000;
     if (m_searches > 0) {
         return fstat(m_folder.Get(), &info);
     }
     const std::int64_t now = Now();
+    const auto moment = kUsualMoment * static_cast<std::int64_t>(1 + m_path.size() / kUsualLength);
     // A relative way leads elsewhere as soon as the current directory is another one.
-    if (m_path.front() == '/' && now - m_lastLookAtWay < kMoment &&
+    if (m_path.front() == '/' && now - m_lastLookAtWay < moment &&
         fstat(m_folder.Get(), &info) == 0 && SFolderStamp(info) == m_stamp) {
         return 0;
     }

@@ -38,9 +38,10 @@ struct SKnownNames {
 // size stay what they were; changes made through this class are entered into them.
 class CFolder {
 public:
-    // `info` is of `folder`, `path` the way that led there. Below a folder with `isSealed` no link
-    // is followed.
-    CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed);
+    // `info` is of `folder`, `path` the way that led there, through `parent` if there is one, which
+    // is current. Below a folder with `isSealed` no link is followed.
+    CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed,
+            const CFolder* parent = nullptr);
 
     [[nodiscard]] int GetDescriptor() const { return m_folder.Get(); }
     [[nodiscard]] FileId GetId() const { return m_id; }
@@ -50,7 +51,8 @@ public:
     // Whether the way still leads here. Names that are out of date are forgotten on this occasion.
     // A folder that is searched stays where it is, as it does on Windows, where nobody can move it.
     // The way is looked at again only after a moment, and not for every question about one file,
-    // unless the folder itself shows a change: being removed does, and mostly being moved.
+    // unless the folder itself shows a change: being removed does, and mostly being moved. The
+    // moment is longer for a longer way, so that looking stays a small part of the work.
     [[nodiscard]] bool IsCurrent();
     void BeginSearch() { ++m_searches; }
     void EndSearch() { --m_searches; }

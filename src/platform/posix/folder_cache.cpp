@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "platform/posix/errno_status.h"
+#include "platform/posix/folder_way.h"
 #include "platform/posix/machine_description.h"
 #include "platform/status.h"
 #include "platform/text.h"
@@ -17,6 +18,8 @@ namespace {
 // Leaves most of the usual 1024 descriptors to the rest of the process.
 constexpr std::size_t kMaxFolders = 64;
 constexpr std::size_t kMaxNames = 100'000;
+// From so many names on they are passed at once. Few folders are that far from any that is open.
+constexpr std::size_t kFarNames = 8;
 
 // Opens a folder, also one that may be passed through but not be listed.
 CFileDescriptor OpenFolder(int start, const char* name, int flags) {
@@ -25,6 +28,18 @@ CFileDescriptor OpenFolder(int start, const char* name, int flags) {
         folder = CFileDescriptor(openat(start, name, O_PATH | O_DIRECTORY | O_CLOEXEC | flags));
     }
     return folder;
+}
+
+// Where in `path` the name ends that comes `count` names after the one that ends at `from`.
+std::size_t PassNames(std::u16string_view path, std::size_t from, std::size_t count) {
+    for (; count > 0; --count) {
+        from = std::min(path.find(u'\\', from + 1), path.size());
+    }
+    return from;
+}
+
+bool Contains(const std::vector<FileId>& way, FileId folder) {
+    return std::find(way.begin(), way.end(), folder) != way.end();
 }
 
 // The status of a failure on the way to a file.
@@ -45,28 +60,21 @@ int CFolderCache::Open(const SFileLocation& location, std::u16string_view path,
     CheckMachine();
     std::size_t known = path.size();
     std::shared_ptr<CFolder> current = FindCurrent(path);
-    while (!current && known > location.rootLength) {
-        known = path.rfind(u'\\', known - 1);
-        current = FindCurrent(path.substr(0, known));
+    if (!current) {
+        current = FindNearest(path, known);
     }
     if (!current) {
         if (const int status = OpenRoot(location, current)) {
             return StatusOnTheWay(status);
         }
+        known = location.rootLength;
         Keep(path.substr(0, known), current);
     }
-    while (known < path.size()) {
-        const std::size_t start = known + 1;
-        known = std::min(path.find(u'\\', start), path.size());
-        std::shared_ptr<CFolder> child;
-        if (const int status = OpenChild(*current, path.substr(start, known - start), child)) {
-            return StatusOnTheWay(status);
-        }
-        Keep(path.substr(0, known), child);
-        current = std::move(child);
+    const int status = Descend(path, known, current);
+    if (status == ERROR_SUCCESS) {
+        folder = std::move(current);
     }
-    folder = std::move(current);
-    return ERROR_SUCCESS;
+    return StatusOnTheWay(status);
 }
 
 int CFolderCache::Open(std::u16string_view text, std::shared_ptr<CFolder>& folder) {
@@ -119,6 +127,7 @@ void CFolderCache::Clear() {
 
 void CFolderCache::SetPackageFolder(const std::shared_ptr<CFolder>& folder) {
     m_package = folder;
+    m_packageWay = folder ? GetWayUp(folder->GetDescriptor()) : std::vector<FileId>();
     Clear();
 }
 
@@ -133,6 +142,75 @@ std::shared_ptr<CFolder> CFolderCache::FindCurrent(std::u16string_view path) {
     }
     entry->second.lastUse = ++m_uses;
     return entry->second.folder;
+}
+
+// The open folder that most of the way leads to; `known` becomes the length of that part.
+std::shared_ptr<CFolder> CFolderCache::FindNearest(std::u16string_view path, std::size_t& known) {
+    // Ends because every round takes one folder out of the cache that is not current.
+    for (;;) {
+        std::u16string_view nearest;
+        for (const auto& [key, cached] : m_folders) {
+            const bool isLonger = key.size() > nearest.size() && key.size() < path.size();
+            if (isLonger && path[key.size()] == u'\\' &&
+                HasSameUnits(path.substr(0, key.size()), key)) {
+                nearest = path.substr(0, key.size());
+            }
+        }
+        std::shared_ptr<CFolder> folder = nearest.empty() ? nullptr : FindCurrent(nearest);
+        if (folder || nearest.empty()) {
+            known = nearest.size();
+            return folder;
+        }
+    }
+}
+
+// Goes from `folder`, where the first `known` units of the path lead, to the end of the path.
+int CFolderCache::Descend(std::u16string_view path, std::size_t known,
+                          std::shared_ptr<CFolder>& folder) {
+    auto left = static_cast<std::size_t>(
+        std::count(path.begin() + static_cast<std::ptrdiff_t>(known), path.end(), u'\\'));
+    std::size_t stretch = left;
+    while (left > 0) {
+        // The last name is looked up alone, so that its parent is open for those beside it. Nor may
+        // the way pass the package folder, from where on it is sealed, without notice.
+        const std::size_t wanted = std::min(stretch, left - 1);
+        const bool isFar = wanted >= kFarNames && IsOutOrInPackage(*folder);
+        const std::size_t count = isFar ? wanted : 1;
+        const std::size_t end = PassNames(path, known, count);
+        const std::u16string_view names = path.substr(known + 1, end - known - 1);
+        std::shared_ptr<CFolder> next;
+        if (isFar) {
+            // What names alone do not lead through is somewhere among them: half as many may do.
+            next = OpenFarChild(*folder, names);
+            stretch = next ? 2 * count : count / 2;
+            if (!next) {
+                continue;
+            }
+        } else {
+            if (const int status = OpenChild(*folder, names, next)) {
+                return status;
+            }
+            stretch = std::max(stretch, kFarNames);
+        }
+        Keep(path.substr(0, end), next);
+        folder = std::move(next);
+        known = end;
+        left -= count;
+    }
+    return ERROR_SUCCESS;
+}
+
+// Opens a folder below `parent` without a look at each name. Null when that takes one, such as at
+// a link or another letter case, and at a folder that may not be passed.
+std::shared_ptr<CFolder> CFolderCache::OpenFarChild(const CFolder& parent,
+                                                    std::u16string_view names) {
+    std::string way;
+    CFileDescriptor opened = OpenFar(parent.GetDescriptor(), names, way);
+    struct stat info {};
+    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0) {
+        return nullptr;
+    }
+    return Adopt(std::move(opened), info, way, parent, parent.IsSealed());
 }
 
 int CFolderCache::OpenRoot(const SFileLocation& location, std::shared_ptr<CFolder>& folder) const {
@@ -167,17 +245,25 @@ int CFolderCache::OpenChild(CFolder& parent, std::u16string_view name,
     const bool isSealed =
         parent.IsSealed() || (m_package && (entry.isLink ? IsInPackage(opened.Get())
                                                          : m_package->GetId() == GetFileId(info)));
+    folder = Adopt(std::move(opened), info, entry.name, parent, isSealed);
+    return ERROR_SUCCESS;
+}
+
+// Makes a folder of what `way` below the parent has led to, with the names that are known of it.
+std::shared_ptr<CFolder> CFolderCache::Adopt(CFileDescriptor opened, const struct stat& info,
+                                             const std::string& way, const CFolder& parent,
+                                             bool isSealed) {
     std::string path = parent.GetPath();
     if (path.back() != '/') {
         path += '/';
     }
-    folder = std::make_shared<CFolder>(std::move(opened), path + entry.name, info, isSealed);
+    auto folder = std::make_shared<CFolder>(std::move(opened), path + way, info, isSealed, &parent);
     if (const auto known = m_names.find(folder->GetId()); known != m_names.end()) {
         m_nameCount -= known->second.names->GetCount();
         folder->PutNames(std::move(known->second));
         m_names.erase(known);
     }
-    return ERROR_SUCCESS;
+    return folder;
 }
 
 void CFolderCache::Keep(std::u16string_view path, const std::shared_ptr<CFolder>& folder) {
@@ -232,26 +318,14 @@ bool CFolderCache::IsInPackage(int folder) const {
     if (!m_package) {
         return false;
     }
-    CFileDescriptor parent;
-    struct stat info {};
-    if (fstat(folder, &info) != 0) {
-        return true;
-    }
-    // Ends at the root folder, which is its own parent.
-    while (m_package->GetId() != GetFileId(info)) {
-        const int start = parent.IsOpen() ? parent.Get() : folder;
-        CFileDescriptor above(openat(start, "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
-        struct stat aboveInfo {};
-        if (!above.IsOpen() || fstat(above.Get(), &aboveInfo) != 0) {
-            return true;
-        }
-        if (GetFileId(info) == GetFileId(aboveInfo)) {
-            return false;
-        }
-        parent = std::move(above);
-        info = aboveInfo;
-    }
-    return true;
+    const std::vector<FileId> way = GetWayUp(folder);
+    return way.empty() || Contains(way, m_package->GetId());
+}
+
+// Whether everything below a folder is in the package or nothing is, links apart.
+bool CFolderCache::IsOutOrInPackage(const CFolder& folder) const {
+    return folder.IsSealed() || !m_package ||
+           (!m_packageWay.empty() && !Contains(m_packageWay, folder.GetId()));
 }
 
 }  // namespace platform

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "platform/posix/file_location.h"
 #include "platform/posix/folder.h"
@@ -18,7 +19,8 @@ namespace platform {
 
 // Keeps the folders last used open, so that the look-ups for one file cost a system call or two
 // each, however deep the file lies. Every folder is checked when it is asked for, so that what
-// others do is seen. Bounded in descriptors and in names, but for what is in use. One thread at a
+// others do is seen. A look-up starts at the nearest folder that is open, and passes many names
+// below it at once. Bounded in descriptors and in names, but for what is in use. One thread at a
 // time.
 class CFolderCache {
 public:
@@ -58,13 +60,19 @@ private:
     using Folders = std::unordered_map<std::u16string, SCached, SHash, std::equal_to<>>;
 
     std::shared_ptr<CFolder> FindCurrent(std::u16string_view path);
+    std::shared_ptr<CFolder> FindNearest(std::u16string_view path, std::size_t& known);
     int OpenRoot(const SFileLocation& location, std::shared_ptr<CFolder>& folder) const;
+    int Descend(std::u16string_view path, std::size_t known, std::shared_ptr<CFolder>& folder);
     int OpenChild(CFolder& parent, std::u16string_view name, std::shared_ptr<CFolder>& folder);
+    std::shared_ptr<CFolder> OpenFarChild(const CFolder& parent, std::u16string_view names);
+    std::shared_ptr<CFolder> Adopt(CFileDescriptor opened, const struct stat& info,
+                                   const std::string& way, const CFolder& parent, bool isSealed);
     void Keep(std::u16string_view path, const std::shared_ptr<CFolder>& folder);
     void CloseOldest();
     void KeepNames(CFolder& folder);
     void LimitNames();
     [[nodiscard]] bool IsInPackage(int folder) const;
+    [[nodiscard]] bool IsOutOrInPackage(const CFolder& folder) const;
 
     void CheckMachine();
     void Clear();
@@ -78,6 +86,7 @@ private:
     std::uint64_t m_uses = 0;
     std::uint64_t m_machine = 0;
     std::shared_ptr<CFolder> m_package;
+    std::vector<FileId> m_packageWay;  // the package folder and all above it; empty if unknown
 };
 
 }  // namespace platform

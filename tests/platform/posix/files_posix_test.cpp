@@ -364,6 +364,33 @@ TEST_F(DeepFoldersTest, AFolderIsReachedFromTheNearestOneThatIsOpen) {
     }
 }
 
+TEST_F(DeepFoldersTest, ManyNamesArePassedAtOnceButNoLinkAndNoOtherName) {
+    const std::u16string folder = Make("package", 1500);
+    const auto look = [this](const std::u16string& name) {
+        // Which forgets all folders.
+        platform::SetPackageFolder(m_folder.Name("package").c_str());
+        const long before = CountCalls(ESystemCall::OpenAt);
+        const int status = Find(name);
+        EXPECT_LT(CountCalls(ESystemCall::OpenAt) - before, 100);
+        return status;
+    };
+    EXPECT_EQ(look(folder), ERROR_SUCCESS);
+    EXPECT_EQ(look(folder + uR"(\none)"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(look(folder + uR"(\none\none)"), ERROR_PATH_NOT_FOUND);
+    // Another letter case far down costs a look at some names, not at all.
+    std::u16string other = folder;
+    other[other.size() - 1001] = u'D';
+    EXPECT_EQ(look(other), ERROR_SUCCESS);
+    // The package is sealed from wherever the way into it begins.
+    const std::string link = "package/d/d/d/d/d/d/d/d/d/d/d/d/link";
+    m_folder.WriteFile("outside/a/b/c/d/e/f/g/h/i/j/file");
+    const fs::path place = m_folder.Path(link);
+    fs::create_directory_symlink(fs::relative(m_folder.Path("outside"), place.parent_path()),
+                                 place);
+    EXPECT_EQ(look(m_folder.Name(link + "/a")), ERROR_PATH_NOT_FOUND);
+    EXPECT_EQ(look(m_folder.Name(link + "/a/b/c/d/e/f/g/h/i/j/file")), ERROR_PATH_NOT_FOUND);
+}
+
 TEST_F(PosixFilesTest, AFailedCopyLeavesNothing) {
     const std::u16string source = m_folder.WriteFile("source", std::string(300'000, 'x'));
     m_folder.WriteFile("old", "old");
