@@ -14,6 +14,7 @@
 
 #include "host/console.h"
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/file_io.h"
 
 namespace host {
 
@@ -61,8 +62,11 @@ void CatchEndingSignals() {
 bool WriteFile(const std::string& name, std::string_view content) {
     const platform::CFileDescriptor file(
         open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    return file.IsOpen() && write(file.Get(), content.data(), content.size()) ==
-                                static_cast<ssize_t>(content.size());
+    if (!file.IsOpen()) {
+        return false;
+    }
+    errno = platform::WriteAll(file.Get(), content.data(), content.size());
+    return errno == 0;
 }
 
 }  // namespace
@@ -110,13 +114,8 @@ STerminalSize GetTerminalSize() {
 }
 
 void WriteTerminal(std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = write(STDERR_FILENO, bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR) {
-            return;
-        }
-        bytes.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-    }
+    // A terminal that is gone has nobody to tell.
+    static_cast<void>(platform::WriteAll(STDERR_FILENO, bytes.data(), bytes.size()));
 }
 
 void FreeTargets(GUID* targets) { std::free(targets); }

@@ -13,6 +13,7 @@
 
 #include "platform/files.h"
 #include "platform/posix/errno_status.h"
+#include "platform/posix/file_io.h"
 #include "platform/status.h"
 
 namespace platform {
@@ -37,15 +38,6 @@ bool ShareData(int from, dev_t fromDevice, int to, dev_t toDevice) {
     refusedFrom = fromDevice;
     refusedTo = toDevice;
     return false;
-}
-
-// Reads at the position. The number of bytes, 0 at the end of the file, or -1 with errno.
-ssize_t ReadSome(int file, void* buffer, std::size_t size) {
-    ssize_t count = 0;
-    do {
-        count = read(file, buffer, size);
-    } while (count < 0 && errno == EINTR);
-    return count;
 }
 
 // Copies from the positions on, at most `limit` bytes.
@@ -84,12 +76,13 @@ int CopyRange(int from, int to, off_t start, off_t length) {
         return errno;
     }
     while (length > 0) {
-        const ssize_t count =
-            copy_file_range(from, nullptr, to, nullptr, static_cast<std::size_t>(length), 0);
-        if (count <= 0 && !(count < 0 && errno == EINTR)) {
+        const ssize_t count = Retry([=] {
+            return copy_file_range(from, nullptr, to, nullptr, static_cast<std::size_t>(length), 0);
+        });
+        if (count <= 0) {
             break;
         }
-        length -= std::max<ssize_t>(count, 0);
+        length -= count;
     }
     if (length == 0) {
         return 0;

@@ -1,7 +1,6 @@
 #include "platform/posix/hive_image.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +9,7 @@
 #include <new>
 
 #include "platform/posix/errno_status.h"
+#include "platform/posix/file_io.h"
 #include "platform/posix/little_endian.h"
 #include "platform/status.h"
 
@@ -23,39 +23,17 @@ constexpr std::size_t kChecksumOffset = 508;
 
 constexpr std::size_t kLargeFile = std::size_t{1} << 20;
 
-struct SRead {
-    std::size_t count = 0;
-    int error = 0;
-};
-
-// Reads up to `size` bytes of a file from `start` on; there are fewer when the file is shorter than
-// it was when its size was asked for.
-SRead ReadPart(int descriptor, std::byte* bytes, std::size_t start, std::size_t size) {
-    SRead read;
-    while (read.count < size) {
-        const ssize_t count = pread(descriptor, bytes + read.count, size - read.count,
-                                    static_cast<off_t>(start + read.count));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            read.error = count < 0 ? errno : 0;
-            break;
-        }
-        read.count += static_cast<std::size_t>(count);
-    }
-    return read;
-}
-
 // Copying a large file takes as long as looking through it: so two threads do it, each a half.
+// There are fewer bytes when the file is shorter than it was when its size was asked for.
 SRead ReadAll(int descriptor, std::byte* bytes, std::size_t size) {
     if (size < kLargeFile) {
-        return ReadPart(descriptor, bytes, 0, size);
+        return ReadAt(descriptor, bytes, size, 0);
     }
     const std::size_t half = size / 2;
     // Without a thread to be had it runs when it is asked for.
-    std::future<SRead> second = std::async(&ReadPart, descriptor, bytes + half, half, size - half);
-    const SRead first = ReadPart(descriptor, bytes, 0, half);
+    std::future<SRead> second =
+        std::async(&ReadAt, descriptor, bytes + half, size - half, static_cast<off_t>(half));
+    const SRead first = ReadAt(descriptor, bytes, half, 0);
     const SRead rest = second.get();
     return first.count < half ? first : SRead{half + rest.count, rest.error};
 }

@@ -1,15 +1,13 @@
 #include "platform/posix/managed_assembly.h"
 
-#include <unistd.h>
-
 #include <bit>
-#include <cerrno>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <vector>
 
 #include "platform/posix/byte_reader.h"
+#include "platform/posix/file_io.h"
 
 namespace platform {
 
@@ -40,16 +38,9 @@ public:
     CFilePart() = default;
     CFilePart(const CFileDescriptor& file, std::uint64_t offset, std::size_t count)
         : m_bytes(count) {
-        std::size_t done = 0;
-        while (done < count && offset + done <= kMaxOffset) {
-            const ssize_t read = pread(file.Get(), m_bytes.data() + done, count - done,
-                                       static_cast<off_t>(offset + done));
-            if (read == 0 || (read < 0 && errno != EINTR)) {
-                break;
-            }
-            done += read > 0 ? static_cast<std::size_t>(read) : 0;
-        }
-        m_bytes.resize(done);
+        const bool canBe = offset <= kMaxOffset - count;
+        const auto start = static_cast<off_t>(canBe ? offset : 0);
+        m_bytes.resize(ReadAt(file.Get(), m_bytes.data(), canBe ? count : 0, start).count);
     }
 
     [[nodiscard]] CByteReader Get() const { return CByteReader(m_bytes); }

@@ -7,6 +7,7 @@
 
 #include "platform/files.h"
 #include "platform/posix/errno_status.h"
+#include "platform/posix/file_io.h"
 #include "platform/status.h"
 
 namespace platform {
@@ -105,21 +106,6 @@ void DiscardOutput(SOutput& output) {
     if (isInPlace && unlinkat(folder.GetDescriptor(), name.c_str(), 0) == 0) {
         folder.NoteRemoved(name);
     }
-}
-
-int WriteAll(int file, const void* bytes, std::size_t count) {
-    const auto* next = static_cast<const char*>(bytes);
-    while (count > 0) {
-        const ssize_t written = write(file, next, count);
-        if (written < 0 && errno != EINTR) {
-            return errno;
-        }
-        if (written > 0) {
-            next += written;
-            count -= static_cast<std::size_t>(written);
-        }
-    }
-    return 0;
 }
 
 COutputFile::~COutputFile() { Close(); }

@@ -1,7 +1,6 @@
 // platform/posix/output.h - opens files to write them.
 #pragma once
 
-#include <cstddef>
 #include <string_view>
 
 #include "platform/files.h"
@@ -33,8 +32,5 @@ struct SOutput {
 
 // Removes a file, which is `output.info`, that a failure left unfinished, if it is still there.
 void DiscardOutput(SOutput& output);
-
-// Writes all of it at the position. 0, or errno.
-[[nodiscard]] int WriteAll(int file, const void* bytes, std::size_t count);
 
 }  // namespace platform

@@ -1,12 +1,10 @@
 #include "platform/shell_link.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 
 #include "platform/posix/errno_status.h"
 #include "platform/posix/file_access.h"
+#include "platform/posix/file_io.h"
 #include "platform/posix/machine_description.h"
 #include "platform/posix/shell_link_parser.h"
 #include "platform/status.h"
@@ -29,19 +27,9 @@ int ReadBytes(const CFileDescriptor& file, std::vector<std::byte>& bytes) {
         return E_FAIL;
     }
     bytes.resize(static_cast<std::size_t>(info.st_size));
-    std::size_t length = 0;
-    while (length < bytes.size()) {
-        const ssize_t count = read(file.Get(), bytes.data() + length, bytes.size() - length);
-        if (count < 0 && errno != EINTR) {
-            return FailWithErrno();
-        }
-        if (count == 0) {
-            break;
-        }
-        length += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    bytes.resize(length);
-    return ERROR_SUCCESS;
+    const SRead read = ReadAt(file.Get(), bytes.data(), bytes.size(), 0);
+    bytes.resize(read.count);
+    return read.error == 0 ? ERROR_SUCCESS : SetLastError(StatusFromErrno(read.error));
 }
 
 // A token stands for a folder of the machine or for one of its variables.

@@ -10,6 +10,7 @@
 #include <new>
 
 #include "platform/posix/errno_status.h"
+#include "platform/posix/file_io.h"
 #include "platform/status.h"
 
 namespace platform {
@@ -150,10 +151,7 @@ int CXmlParser::OnRead(void* context, char* buffer, int size) {
     if (self.m_status < 0) {
         return 0;
     }
-    ssize_t count = 0;
-    do {
-        count = read(self.m_descriptor, buffer, static_cast<std::size_t>(size));
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = ReadSome(self.m_descriptor, buffer, static_cast<std::size_t>(size));
     if (count < 0) {
         self.Fail(HresultFromError(FailWithErrno()));
         return 0;

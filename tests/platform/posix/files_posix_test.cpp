@@ -15,6 +15,8 @@
 
 #include "platform/files_fixture.h"
 #include "platform/posix/file_access.h"
+#include "platform/posix/hive_image.h"
+#include "platform/shell_link.h"
 #include "platform/xml.h"
 #include "support/machine.h"
 #include "support/posix/system_calls.h"
@@ -441,6 +443,28 @@ TEST_F(PosixFilesTest, ACopierTellsLateFailuresInOrderAndLeavesNothing) {
     EXPECT_FALSE(m_folder.Exists("to/90"));
     EXPECT_EQ(m_folder.ReadFile("to/91"), "text");
     EXPECT_EQ(m_folder.ReadFile("to/taken"), "text");
+}
+
+// Signals that never end, as some file systems of a program that is gone have them.
+TEST_F(PosixFilesTest, WhatIsInterruptedForEverIsNotTriedForEver) {
+    const std::u16string file = m_folder.WriteFile("file", "<a/>");
+    platform::CFileDescriptor opened;
+    ASSERT_EQ(platform::OpenForReading(file.c_str(), opened), ERROR_SUCCESS);
+    constexpr int kFailure = HresultFromError(ERROR_IO_DEVICE);
+    for (const ESystemCall call : {ESystemCall::Read, ESystemCall::PRead, ESystemCall::Write}) {
+        SCOPED_TRACE(static_cast<int>(call));
+        const bool isRead = call == ESystemCall::Read;
+        const bool isPRead = call == ESystemCall::PRead;
+        platform::CXmlInput xml;
+        ASSERT_EQ(xml.Open(file.c_str()), S_OK);
+        const CFailingCall failing(call, EINTR);
+        EXPECT_EQ(Copy(file, m_folder.Name("copy")), isPRead ? ERROR_SUCCESS : ERROR_IO_DEVICE);
+        platform::EXmlNode node{};
+        EXPECT_EQ(xml.Read(node), isRead ? kFailure : S_OK);
+        platform::SShellLink link;
+        EXPECT_EQ(platform::ReadShellLink(file.c_str(), link), isPRead ? kFailure : E_FAIL);
+        EXPECT_EQ(platform::CHiveImage().Read(opened), isPRead ? ERROR_IO_DEVICE : ERROR_SUCCESS);
+    }
 }
 
 TEST_F(PosixFilesTest, HolesStayHoles) {
