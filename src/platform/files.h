@@ -118,6 +118,10 @@ private:
 // Whether two names lead to one and the same folder, which is there.
 [[nodiscard]] bool IsSameFolder(const char16_t* left, const char16_t* right);
 
+// Whether a name is a link below the package folder, which is not followed and so hides all that it
+// leads to. Windows has no such links.
+[[nodiscard]] bool IsSealedLink(const char16_t* name);
+
 // Names the folder of the package that is being read. On POSIX no symbolic link below it is
 // followed, so that a package cannot reach out of itself; Windows has no use for it. A null name
 // ends this. The way to the folder itself may hold links.

@@ -82,12 +82,24 @@ bool CCasFileTraverseManager::IsExcluded(const CFilePathW& folder) const {
 void CCasFileTraverseManager::OnStart() {
     platform::EnterApartment();
     CFileTraverse::OnStart();
+    TellSealedLinks();
 }
 
 void CCasFileTraverseManager::OnFinish() {
     m_copier.Finish();
     CFileTraverse::OnFinish();
     platform::LeaveApartment();
+}
+
+void CCasFileTraverseManager::TellSealedLinks() {
+    // The walk finds nothing through them, and a folder that is missing is nothing to tell.
+    const CFilePathW device = m_root.GetParent();
+    for (const CFilePathW& folder : {device.GetParent(), device}) {
+        const CStrW name = folder.ToString();
+        if (platform::IsSealedLink(name.Get())) {
+            LogFailedCopy(name.Get(), ERROR_CANT_ACCESS_FILE);
+        }
+    }
 }
 
 void CCasFileTraverseManager::ShowProgress(const CStrW& name) {

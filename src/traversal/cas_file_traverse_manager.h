@@ -43,6 +43,8 @@ protected:
     bool VisitFile(const CFilePathW& path, const platform::SFindData& data) override;
 
 private:
+    // Tells of a link in place of the folder "Device" or of the one above it.
+    void TellSealedLinks();
     void ShowProgress(const CStrW& name);
     // The place on the captured machine of an entry of the capture.
     [[nodiscard]] CFilePathW MapToTarget(const CFilePathW& path) const;

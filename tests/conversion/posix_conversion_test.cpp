@@ -1,5 +1,6 @@
 // What only a POSIX file system can hold, and what only a described machine can be.
 
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -45,6 +46,28 @@ TEST_F(PosixConversionTest, WhatCannotBeReadIsLoggedAndTheWalkGoesOn) {
                                            text.find(line.reason) != std::string::npos;
                                 }))
             << line.reason;
+    }
+}
+
+TEST_F(PosixConversionTest, ALinkThatHidesTheCapturedFilesIsTold) {
+    const std::string device = kDevice.substr(0, kDevice.size() - 1);
+    for (const std::string& link : {device, device.substr(0, device.rfind('/'))}) {
+        SCOPED_TRACE(link);
+        CTestPackage()
+            .Target(TestTarget().File("C/a.txt", "a"))
+            .Write(m_folder.Path("package"), "App.profile");
+        std::filesystem::rename(m_folder.Path(link), m_folder.Path("outside"));
+        std::filesystem::create_directory_symlink(m_folder.Path("outside"), m_folder.Path(link));
+        ASSERT_EQ(ConvertFile(), 0U);
+        EXPECT_EQ(Payload(), Files{});
+        EXPECT_THAT(m_logLines,
+                    testing::Contains(testing::AllOf(
+                        testing::StartsWith("Error: Failed to copy file 'Z:"),
+                        testing::HasSubstr(link.substr(link.rfind('/') + 1) + "' from CAS package"),
+                        testing::HasSubstr("The file cannot be accessed by the system."))));
+        std::filesystem::remove_all(m_folder.Path("package"));
+        std::filesystem::remove_all(m_folder.Path("outside"));
+        std::filesystem::remove_all(m_folder.Path("out"));
     }
 }
 

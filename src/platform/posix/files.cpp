@@ -134,6 +134,11 @@ bool IsSameFolder(const char16_t* left, const char16_t* right) {
            GetFileId(first.entry.info) == GetFileId(second.entry.info);
 }
 
+bool IsSealedLink(const char16_t* name) {
+    SFilePlace place;
+    return FindFile(name, place) == ERROR_SUCCESS && place.folder->IsSealed() && place.entry.isLink;
+}
+
 void SetPackageFolder(const char16_t* name) {
     CFolderCache& cache = CFolderCache::Get();
     cache.SetPackageFolder(nullptr);

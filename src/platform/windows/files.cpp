@@ -91,6 +91,8 @@ bool IsSameFolder(const char16_t* left, const char16_t* right) {
            one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
 }
 
+bool IsSealedLink(const char16_t* /*name*/) { return false; }
+
 void SetPackageFolder(const char16_t* /*name*/) {}
 
 // The system copies a file in one call, which tells every failure at once.
