@@ -57,7 +57,8 @@ private:
 
 // Looks one entry up. A name with a stream name asks for that stream and tells the attributes of
 // its file. ERROR_FILE_NOT_FOUND when only the last part is missing, ERROR_PATH_NOT_FOUND when
-// something above is.
+// something above is. ERROR_READ_FAULT when the system does not tell whether there is such a
+// stream.
 [[nodiscard]] int FindEntry(const char16_t* name, SFindData& found);
 
 // Replaces the attributes of a file; only the read-only one is kept on POSIX.
@@ -71,7 +72,8 @@ enum class EExisting { Replace, Keep };
 
 // Copies data, last write time and the read-only attribute. An existing file is replaced, unless it
 // is read-only or a folder (ERROR_ACCESS_DENIED), or kept (ERROR_FILE_EXISTS). A failed copy leaves
-// no half-written file. ERROR_CANT_ACCESS_FILE when the source is a link that may not be followed.
+// no half-written file; one that only lacks its time stays, and has a status all the same.
+// ERROR_CANT_ACCESS_FILE when the source is a link that may not be followed.
 [[nodiscard]] int CopyFile(const char16_t* source, const char16_t* destination,
                            EExisting existing = EExisting::Replace);
 

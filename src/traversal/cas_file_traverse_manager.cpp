@@ -17,9 +17,12 @@ constexpr std::u16string_view kShortcutExtension = u"lnk";
 constexpr std::uint32_t kModeCreate = 1;
 constexpr std::uint32_t kModeDelete = 3;
 
-bool StreamExists(const CStrW& name) {
+// Looks for a stream; anything but ERROR_READ_FAULT is an answer.
+int FindStream(const CStrW& name, bool& exists) {
     platform::SFindData found;
-    return platform::FindEntry(name.Get(), found) == ERROR_SUCCESS && !found.IsFolder();
+    const int status = platform::FindEntry(name.Get(), found);
+    exists = status == ERROR_SUCCESS && !found.IsFolder();
+    return status == ERROR_READ_FAULT ? status : ERROR_SUCCESS;
 }
 
 // Whether there is nothing in a folder but the placeholder. A folder that cannot be listed is not
@@ -102,6 +105,12 @@ void CCasFileTraverseManager::TellSealedLinks() {
     }
 }
 
+void CCasFileTraverseManager::TellMissingFile(const CStrW& name, int status) {
+    // So that those of earlier files come before it.
+    m_copier.Finish();
+    LogFailedCopy(name.Get(), status);
+}
+
 void CCasFileTraverseManager::ShowProgress(const CStrW& name) {
     if (m_progress) {
         m_progress->SetMessage(name);
@@ -152,7 +161,8 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     }
     // The bare name of the stream is asked for, and so the current directory answers, not the
     // folder.
-    const bool deleted = StreamExists(kDeleteMarker);
+    bool deleted = false;
+    static_cast<void>(FindStream(kDeleteMarker, deleted));  // no answer is none that it is there
     const CStrW target = MapToTarget(path).ToString();
     if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
         return true;
@@ -173,7 +183,11 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
     if (last.EqualsNoCase(kPlaceholder)) {
         return true;
     }
-    const bool deleted = StreamExists(name + kDeleteMarker);
+    bool deleted = false;
+    if (const int status = FindStream(name + kDeleteMarker, deleted)) {
+        TellMissingFile(name, status);
+        return true;
+    }
     const bool shortcut = !path.IsRoot() && last.CompareExtension(kShortcutExtension) == 0;
     if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
         return true;
@@ -214,9 +228,7 @@ void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CStrW& n
         status = CopyFileOver(name, destination, &m_copier);
     }
     if (status != ERROR_SUCCESS) {
-        // So that those of earlier files come before it.
-        m_copier.Finish();
-        LogFailedCopy(name.Get(), status);
+        TellMissingFile(name, status);
     }
 }
 

@@ -16,9 +16,9 @@
 // Walks the folder "Device" of a target, below which each drive of the captured machine has a
 // folder, and turns every entry into an item of the output package: files are copied beside its
 // manifest, shortcuts are read, and what carries the stream ":CTX_FILE_DELETE_MARKER" becomes a
-// deletion. A file
-// "$CTX$Placeholder.txt" only keeps a folder alive in the capture. Visits run on the worker thread
-// while the owner waits; a failed copy or shortcut is logged and the walk goes on.
+// deletion. A file "$CTX$Placeholder.txt" only keeps a folder alive in the capture. Visits run on
+// the worker thread while the owner waits; a failed copy or shortcut is logged and the walk goes
+// on, and so is a file of which the system does not tell whether it is a deletion.
 class CCasFileTraverseManager : public CFileTraverse {
 public:
     // Both are used, not owned, for the lifetime of the manager.
@@ -45,6 +45,8 @@ protected:
 private:
     // Tells of a link in place of the folder "Device" or of the one above it.
     void TellSealedLinks();
+    // Tells that a file is not in the payload.
+    void TellMissingFile(const CStrW& name, int status);
     void ShowProgress(const CStrW& name);
     // The place on the captured machine of an entry of the capture.
     [[nodiscard]] CFilePathW MapToTarget(const CFilePathW& path) const;

@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 
 #include "conversion/conversion.h"
+#include "support/posix/system_calls.h"
 
 namespace {
 
@@ -69,6 +71,26 @@ TEST_F(PosixConversionTest, ALinkThatHidesTheCapturedFilesIsTold) {
         std::filesystem::remove_all(m_folder.Path("outside"));
         std::filesystem::remove_all(m_folder.Path("out"));
     }
+}
+
+TEST_F(PosixConversionTest, AFileWithoutItsTimeOrItsMarkIsTold) {
+    const auto target = [] { return TestTarget().File("C/a.txt", "a"); };
+    const auto reason = [](const std::string& text) {
+        return testing::ElementsAre(testing::AllOf(
+            testing::StartsWith("Error: Failed to copy file 'Z:"), testing::HasSubstr(text)));
+    };
+    {
+        const CFailingCall failing(ESystemCall::FUTimeNs, EPERM);
+        ASSERT_EQ(Convert(target()), 0U);
+        EXPECT_THAT(m_logLines, reason("a.txt' from CAS package.  Access is denied."));
+        EXPECT_EQ(Payload(), Files{"SystemDrive/a.txt"});
+    }
+    std::filesystem::remove_all(m_folder.Path("out"));
+    const CFailingCall failing(ESystemCall::FListXAttr, EIO);
+    ASSERT_EQ(Convert(target()), 0U);
+    EXPECT_THAT(m_logLines, reason("a.txt' from CAS package.  The system cannot read from"));
+    EXPECT_EQ(Payload(), Files{});
+    EXPECT_FALSE(Holds("CreateFiles", "a.txt"));
 }
 
 TEST_F(PosixConversionTest, OddNamesGetTheirPayload) {

@@ -128,12 +128,14 @@ int CopyFileData(int from, const struct stat& info, int to, dev_t toDevice) {
 }
 
 // Fills an empty output. 0, or errno.
-int Fill(int from, const struct stat& info, SOutput& output) {
+int Fill(SFileCopy& copy) {
+    SOutput& output = copy.output;
+    const struct stat& info = copy.sourceInfo;
     const int to = output.file.Get();
     if (output.isNew && fstat(to, &output.info) != 0) {
         return errno;
     }
-    if (const int error = CopyFileData(from, info, to, output.info.st_dev)) {
+    if (const int error = CopyFileData(copy.source.Get(), info, to, output.info.st_dev)) {
         return error;
     }
     constexpr mode_t kAllWrite = S_IWUSR | S_IWGRP | S_IWOTH;
@@ -143,7 +145,7 @@ int Fill(int from, const struct stat& info, SOutput& output) {
     }
     const struct timespec times[2] = {{0, UTIME_OMIT}, info.st_mtim};
     // A file that belongs to someone else may be written and yet not be given a time.
-    static_cast<void>(futimens(to, times));
+    copy.timeError = futimens(to, times) == 0 ? 0 : errno;
     // Some file systems write only now, and tell only now that they could not.
     return close(output.file.Release()) == 0 ? 0 : errno;
 }
@@ -192,7 +194,7 @@ int BeginCopy(std::u16string_view from, std::u16string_view to, EExisting existi
 void MoveData(SFileCopy& copy) {
     copy.error = copy.isPlaced ? CreateOutput(copy.GetMode(), copy.output) : 0;
     if (copy.error == 0) {
-        copy.error = Fill(copy.source.Get(), copy.sourceInfo, copy.output);
+        copy.error = Fill(copy);
     }
     copy.source.Close();
 }
@@ -204,7 +206,7 @@ int EndCopy(SFileCopy& copy) {
         output.place.folder->EndAdding(output.place.entry.name, output.isNew || isTaken);
     }
     if (copy.error == 0) {
-        return ERROR_SUCCESS;
+        return copy.timeError == 0 ? ERROR_SUCCESS : StatusFromErrno(copy.timeError);
     }
     if (copy.isPlaced && !output.isNew) {
         return isTaken ? ERROR_FILE_EXISTS : StatusFromErrno(copy.error);

@@ -18,6 +18,7 @@ struct SFileCopy {
     SOutput output;
     bool isPlaced = false;  // the output is still to be made
     int error = 0;          // errno
+    int timeError = 0;      // errno, of a copy that is whole but for its time
 
     [[nodiscard]] mode_t GetMode() const {
         return (sourceInfo.st_mode & S_IWUSR) == 0 ? 0444 : 0666;
@@ -36,8 +37,8 @@ struct SFileCopy {
 // Copies everything and closes both files. Any thread may do this.
 void MoveData(SFileCopy& copy);
 
-// Gives the copy's status, and removes what a failure left unfinished. ERROR_FILE_EXISTS when
-// another file has taken the place.
+// Gives the copy's status, and removes what a failure left unfinished, but not a copy that only
+// lacks its time. ERROR_FILE_EXISTS when another file has taken the place.
 [[nodiscard]] int EndCopy(SFileCopy& copy);
 
 }  // namespace platform

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/posix/errno_status.h"
 #include "platform/posix/file_name.h"
 #include "platform/status.h"
 
@@ -16,21 +17,22 @@ namespace platform {
 
 namespace {
 
-// The names of the attributes, each ended by a NUL; empty when there are none, or the file system
-// has none.
-std::string ListAttributes(int file) {
-    std::array<char, 1024> names;
-    ssize_t size = flistxattr(file, names.data(), names.size());
+// Gives the names of the attributes, each ended by a NUL. False when they cannot be asked for; a
+// file system without attributes has none of them.
+bool ListAttributes(int file, std::string& names) {
+    std::array<char, 1024> few;
+    ssize_t size = flistxattr(file, few.data(), few.size());
     if (size >= 0) {
-        return {names.data(), static_cast<std::size_t>(size)};
+        names.assign(few.data(), static_cast<std::size_t>(size));
+        return true;
     }
-    if (errno != ERANGE) {
-        return {};
+    if (errno == ERANGE) {
+        names.resize(XATTR_LIST_MAX);
+        size = flistxattr(file, names.data(), names.size());
     }
-    std::string longNames(XATTR_LIST_MAX, '\0');
-    size = flistxattr(file, longNames.data(), longNames.size());
-    longNames.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
-    return longNames;
+    const bool isAnswered = size >= 0 || errno == ENOTSUP || errno == ENOSYS;
+    names.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+    return isAnswered;
 }
 
 bool IsStreamAttribute(std::string_view attribute, std::u16string_view stream) {
@@ -49,21 +51,24 @@ bool IsStreamAttribute(std::string_view attribute, std::u16string_view stream) {
     return attribute.starts_with(kPlain) && is(attribute.substr(kPlain.size()));
 }
 
-bool HasStreamAttribute(int file, std::u16string_view stream) {
-    const std::string attributes = ListAttributes(file);
+int FindStreamAttribute(int file, std::u16string_view stream) {
+    std::string attributes;
+    if (!ListAttributes(file, attributes)) {
+        return ERROR_READ_FAULT;
+    }
     std::string_view rest = attributes;
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find('\0'), rest.size() - 1);
         if (IsStreamAttribute(rest.substr(0, end), stream)) {
-            return true;
+            return ERROR_SUCCESS;
         }
         rest.remove_prefix(end + 1);
     }
-    return false;
+    return ERROR_FILE_NOT_FOUND;
 }
 
-// Finds the file and opens it, unless it is of the kinds that have no attributes, or cannot be
-// opened.
+// Finds the file and opens it, unless it is of the kinds that have no attributes, or may not be
+// opened, which whoever reads it is told.
 int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
     struct stat info {};
     // A walk has come by the file a moment ago, so that opening it tells enough.
@@ -75,13 +80,16 @@ int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
     if (const int status = FindEntryAt(place)) {
         return status;
     }
-    if (place.entry.IsFolder()) {
+    int status = ERROR_SUCCESS;
+    if (!place.entry.IsFolder()) {
+        status = OpenEntry(place, file, info);
+    } else {
         file = CFileDescriptor(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
                                       O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    } else {
-        static_cast<void>(OpenEntry(place, file, info));  // It says so by `file`.
+        status = file.IsOpen() ? ERROR_SUCCESS : StatusFromErrno(errno);
     }
-    return ERROR_SUCCESS;
+    const bool isRefused = status == ERROR_ACCESS_DENIED || status == ERROR_CANT_ACCESS_FILE;
+    return isRefused ? ERROR_SUCCESS : status;
 }
 
 }  // namespace
@@ -92,15 +100,21 @@ int FindStream(SFilePlace& place, std::u16string_view path) {
         return status;
     }
     const CNameSet* const names = place.folder->GetNames();
-    if ((names != nullptr && names->HasStream(place.name, place.stream)) ||
-        (file.IsOpen() && HasStreamAttribute(file.Get(), place.stream))) {
+    const int error = names == nullptr ? errno : 0;
+    if (names != nullptr && names->HasStream(place.name, place.stream)) {
         return ERROR_SUCCESS;
     }
-    if (place.entry.IsRegular()) {
+    int status =
+        file.IsOpen() ? FindStreamAttribute(file.Get(), place.stream) : ERROR_FILE_NOT_FOUND;
+    // A folder that may only be passed through shows no files beside any.
+    if (status == ERROR_FILE_NOT_FOUND && error != 0 && error != EACCES) {
+        status = StatusFromErrno(error);
+    }
+    if (status == ERROR_FILE_NOT_FOUND && place.entry.IsRegular()) {
         // A file without a mark is copied next.
         KeepOpen(std::move(file), path.substr(0, path.find(u':', path.rfind(u'\\') + 1)));
     }
-    return ERROR_FILE_NOT_FOUND;
+    return status;
 }
 
 }  // namespace platform

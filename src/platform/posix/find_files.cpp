@@ -1,8 +1,11 @@
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 #include "platform/files.h"
 #include "platform/posix/errno_status.h"
 #include "platform/posix/file_access.h"
+#include "platform/posix/file_location.h"
 #include "platform/posix/file_name.h"
 #include "platform/posix/file_stream.h"
 #include "platform/posix/folder_cache.h"
@@ -21,6 +24,21 @@ std::uint32_t GetAttributes(const SEntry& entry) {
         return kAttributeDirectory;
     }
     return entry.IsReadOnly() ? kAttributeReadOnly : kAttributeNormal;
+}
+
+// Whether a look-up of a stream ends with an answer, or with something else that a copy of the file
+// ends with too. What the process has run out of it may have again by then.
+bool IsAnswer(int status) {
+    constexpr int kAnswers[] = {
+        ERROR_SUCCESS,      ERROR_FILE_NOT_FOUND,       ERROR_PATH_NOT_FOUND,  ERROR_ACCESS_DENIED,
+        ERROR_INVALID_NAME, ERROR_FILENAME_EXCED_RANGE, ERROR_CANT_ACCESS_FILE};
+    return std::find(std::begin(kAnswers), std::end(kAnswers), status) != std::end(kAnswers);
+}
+
+// Whether a path asks for a stream of a file.
+bool HasStream(std::u16string_view path) {
+    SSplitPath split;
+    return SplitPath(path, split) && !split.stream.empty();
 }
 
 // Looks up what is no pattern, in a folder that is found already, which `path` led to.
@@ -177,6 +195,9 @@ int FindEntry(const char16_t* name, SFindData& found) {
             return search.First(name, found);
         }
         status = FindOne(place, name, found);
+    }
+    if (!IsAnswer(status) && HasStream(name)) {
+        status = ERROR_READ_FAULT;
     }
     return status == ERROR_SUCCESS ? status : SetLastError(status);
 }

@@ -445,6 +445,38 @@ TEST_F(PosixFilesTest, ACopierTellsLateFailuresInOrderAndLeavesNothing) {
     EXPECT_EQ(m_folder.ReadFile("to/taken"), "text");
 }
 
+TEST_F(PosixFilesTest, ACopyThatLosesItsTimeStaysAndIsTold) {
+    const std::u16string source = m_folder.WriteFile("source", "text");
+    std::vector<int> told;
+    platform::CFileCopier copier(
+        [&told](const std::u16string& /*source*/, int status) { told.push_back(status); });
+    const CFailingCall failing(ESystemCall::FUTimeNs, EPERM);
+    EXPECT_EQ(Copy("source", "copy"), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(
+        copier.Copy(source.c_str(), m_folder.Name("later").c_str(), platform::EExisting::Keep),
+        ERROR_SUCCESS);
+    copier.Finish();
+    EXPECT_THAT(told, ElementsAre(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(m_folder.ReadFile("copy"), "text");
+    EXPECT_EQ(m_folder.ReadFile("later"), "text");
+}
+
+TEST_F(PosixFilesTest, AStreamThatCannotBeAskedForIsNotTakenForMissing) {
+    const std::u16string mark = m_folder.WriteFile("file") + u":Mark";
+    const std::pair<int, int> cases[] = {
+        {ENOTSUP, ERROR_FILE_NOT_FOUND},
+        {EIO, ERROR_READ_FAULT},
+        {E2BIG, ERROR_READ_FAULT},
+        {EPERM, ERROR_READ_FAULT},
+    };
+    for (const auto& [error, status] : cases) {
+        const CFailingCall failing(ESystemCall::FListXAttr, error);
+        EXPECT_EQ(Find(mark), status) << error;
+    }
+    const CTightLimit limit(RLIMIT_NOFILE, 3);
+    EXPECT_EQ(Find(mark), ERROR_READ_FAULT);
+}
+
 // Signals that never end, as some file systems of a program that is gone have them.
 TEST_F(PosixFilesTest, WhatIsInterruptedForEverIsNotTriedForEver) {
     const std::u16string file = m_folder.WriteFile("file", "<a/>");
