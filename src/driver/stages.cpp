@@ -39,8 +39,7 @@ int CCasToOrvConverter::ProcessFiles(COrvPackage& package, const CCasTarget& tar
     manager.AddRoot(device);
     manager.SetOutputs(m_outputFolder, m_outputNames);
     manager.SetProgress(std::make_unique<CProgressEvent>(manager.CountItems(), &parent));
-    if (manager.Start()) {
-        manager.Wait();
-    }
+    manager.Start();
+    manager.Wait();
     return ERROR_SUCCESS;
 }

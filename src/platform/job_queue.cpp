@@ -1,5 +1,6 @@
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -14,6 +15,7 @@ struct CJobQueue::SState {
 
     bool StartThread();
     void Run();
+    void RunJob(const Job& job);
 
     const std::size_t maxWaiting;
     std::thread thread;
@@ -23,6 +25,7 @@ struct CJobQueue::SState {
     std::deque<Job> waiting;
     bool isRunning = false;  // a job that waits no more
     bool isEnding = false;
+    std::exception_ptr thrown;  // by the first job that failed; whoever runs jobs sets it
 };
 
 bool CJobQueue::SState::StartThread() {
@@ -47,11 +50,22 @@ void CJobQueue::SState::Run() {
         waiting.pop_front();
         isRunning = true;
         lock.unlock();
-        job();
+        RunJob(job);
         job = nullptr;  // what it holds goes ahead of whoever waits for its end
         lock.lock();
         isRunning = false;
         hasRoom.notify_one();
+    }
+}
+
+// Catches everything: above this there is nobody who could, and Finish throws it on.
+void CJobQueue::SState::RunJob(const Job& job) {
+    try {
+        job();
+    } catch (...) {
+        if (!thrown) {
+            thrown = std::current_exception();
+        }
     }
 }
 
@@ -71,7 +85,7 @@ CJobQueue::~CJobQueue() {
 void CJobQueue::Add(Job job) {
     SState& state = *m_state;
     if (!state.StartThread()) {
-        job();
+        state.RunJob(job);
         return;
     }
     std::unique_lock lock(state.mutex);
@@ -84,6 +98,9 @@ void CJobQueue::Finish() {
     SState& state = *m_state;
     std::unique_lock lock(state.mutex);
     state.hasRoom.wait(lock, [&state] { return state.waiting.empty() && !state.isRunning; });
+    if (state.thrown) {
+        std::rethrow_exception(std::exchange(state.thrown, nullptr));
+    }
 }
 
 }  // namespace platform

@@ -1,72 +1,51 @@
-// platform/threads.h - the worker thread of a walk, the event that stops it, and a queue of jobs.
+// platform/threads.h - the worker thread of a walk, and a queue of jobs.
 #pragma once
 
 #include <cstddef>
 #include <functional>
+#include <future>
 #include <memory>
 
 namespace platform {
 
-// A manual-reset event, not set at first. Safe on any thread, but for Create and Close.
-class CStopEvent {
-public:
-    CStopEvent();
-    ~CStopEvent();
-    CStopEvent(const CStopEvent&) = delete;
-    CStopEvent& operator=(const CStopEvent&) = delete;
-
-    // Makes the event anew, not set. False on failure.
-    [[nodiscard]] bool Create();
-    [[nodiscard]] bool Exists() const { return m_state != nullptr; }
-    void Set();
-    [[nodiscard]] bool IsSet() const;
-    void Close();
-
-private:
-    struct SState;
-    std::unique_ptr<SState> m_state;
-};
-
-// One thread that runs one function. The owner closes it only when it has ended or was waited for.
+// One function on a thread of its own. Where the system gives no thread, it runs on the one that
+// waits for it first.
 class CWorkerThread {
 public:
-    using Body = void (*)(void* context);
-
-    CWorkerThread();
-    ~CWorkerThread();
+    CWorkerThread() = default;
+    // Returns when the function has ended; one that nobody waited for may not run at all.
+    ~CWorkerThread() = default;
     CWorkerThread(const CWorkerThread&) = delete;
     CWorkerThread& operator=(const CWorkerThread&) = delete;
 
-    // Starts `body(context)` on a new thread; false when the system gives none. An exception out of
-    // `body` ends the process.
-    [[nodiscard]] bool Start(Body body, void* context);
-    [[nodiscard]] bool Exists() const { return m_state != nullptr; }
-    // Returns when the thread has ended, at once when it already has.
-    void Wait();
-    // Waits, then forgets the thread.
-    void Close();
+    // Starts `body`, after joining the one before.
+    void Start(const std::function<void()>& body);
+    // Returns when the body has ended, at once when none was started. Any thread.
+    void Join() const;
+    // The same, then throws what the body has thrown.
+    void Wait() const;
 
 private:
-    struct SState;
-    std::unique_ptr<SState> m_state;
+    std::shared_future<void> m_run;
 };
 
 // Runs jobs in the order in which they are added, on a thread of its own, which is started for the
-// first of them. Used by one thread. An exception out of a job ends the process.
+// first of them. Used by one thread. A job that throws does not hold up those after it.
 class CJobQueue {
 public:
     using Job = std::function<void()>;
 
     // Holds up whoever adds a job while `maxWaiting` others wait to be run.
     explicit CJobQueue(std::size_t maxWaiting);
-    // Runs what is still waiting.
+    // Runs what is still waiting. What a job threw is lost if nobody has called Finish since.
     ~CJobQueue();
     CJobQueue(const CJobQueue&) = delete;
     CJobQueue& operator=(const CJobQueue&) = delete;
 
     // Adds a job; runs it itself when the system gives no thread.
     void Add(Job job);
-    // Returns when all jobs have run.
+    // Returns when all jobs have run. Throws what the first of them threw that failed since the
+    // last call.
     void Finish();
 
 private:

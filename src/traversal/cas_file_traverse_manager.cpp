@@ -17,6 +17,15 @@ constexpr std::u16string_view kShortcutExtension = u"lnk";
 constexpr std::uint32_t kModeCreate = 1;
 constexpr std::uint32_t kModeDelete = 3;
 
+// Leaves the thread's apartment at the end of a block, whatever is thrown in it.
+class CApartmentEnd {
+public:
+    CApartmentEnd() = default;
+    ~CApartmentEnd() { platform::LeaveApartment(); }
+    CApartmentEnd(const CApartmentEnd&) = delete;
+    CApartmentEnd& operator=(const CApartmentEnd&) = delete;
+};
+
 // Looks for a stream; anything but ERROR_READ_FAULT is an answer.
 int FindStream(const CStrW& name, bool& exists) {
     platform::SFindData found;
@@ -89,9 +98,9 @@ void CCasFileTraverseManager::OnStart() {
 }
 
 void CCasFileTraverseManager::OnFinish() {
+    const CApartmentEnd end;
     m_copier.Finish();
     CFileTraverse::OnFinish();
-    platform::LeaveApartment();
 }
 
 void CCasFileTraverseManager::TellSealedLinks() {

@@ -83,7 +83,6 @@ void CCasRegistryReader::Walk(COrvPackage& package, const CRegPathW& root, bool 
     CCasRegistryTraverseManager manager(m_assemblyProcessor, m_serviceProcessor, package, is64Bit);
     manager.AddRoot(root);
     manager.SetProgress(std::make_unique<CProgressEvent>(manager.CountKeys(), &m_parentProgress));
-    if (manager.Start()) {
-        manager.Wait();
-    }
+    manager.Start();
+    manager.Wait();
 }

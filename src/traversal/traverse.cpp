@@ -1,24 +1,28 @@
 #include "traversal/traverse.h"
 
-bool CTraverse::Start() {
-    if (m_stopEvent.Exists() && m_thread.Exists()) {
-        Stop(true);
-    }
-    m_thread.Close();
-    m_stopEvent.Close();
-    const auto body = [](void* context) {
-        auto* const walk = static_cast<CTraverse*>(context);
-        walk->OnStart();
-        walk->Run();
-        walk->OnFinish();
-    };
-    return m_stopEvent.Create() && m_thread.Start(body, this);
+#include <future>
+
+void CTraverse::Start() {
+    Stop(true);
+    m_isStopped = false;
+    m_thread.Start([this] { RunAll(); });
+}
+
+void CTraverse::RunAll() {
+    // Keeps what the walk throws until the end has been dealt with.
+    std::packaged_task<void()> run([this] {
+        OnStart();
+        Run();
+    });
+    run();
+    OnFinish();
+    run.get_future().get();
 }
 
 void CTraverse::Stop(bool wait) {
-    m_stopEvent.Set();
+    m_isStopped = true;
     if (wait) {
-        m_thread.Wait();
+        m_thread.Join();
     }
 }
 

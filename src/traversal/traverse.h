@@ -1,6 +1,7 @@
 // traversal/traverse.h - the worker thread that both walks run on.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "foundation/wide_string.h"
@@ -27,16 +28,17 @@ public:
     CTraverse& operator=(const CTraverse&) = delete;
 
     // Starts the walk, after stopping one that may still run; what was not reached by that one is
-    // walked now. False when the system gives no thread.
-    bool Start();
-    // Returns when the walk has ended, at once when none was started.
-    void Wait() { m_thread.Wait(); }
+    // walked now. Where the system gives no thread, the walk runs on that of whoever waits.
+    void Start();
+    // Returns when the walk has ended, at once when none was started. Throws what the walk has
+    // thrown.
+    void Wait() const { m_thread.Wait(); }
     // Lets the walk end after the visit in progress; with `wait`, returns only then. A visit itself
     // must not wait.
     void Stop(bool wait);
 
 protected:
-    // Run on the worker, in this order.
+    // Run on the worker, in this order. The last one follows also when another throws.
     virtual void OnStart() { Notify(CodeStart, 0); }
     virtual void Run() = 0;
     virtual void OnFinish() { Notify(CodeFinish, 0); }
@@ -45,10 +47,12 @@ protected:
     void Notify(std::uint32_t code, std::uint64_t argument);
     void Notify(std::uint32_t code, const CStrW& text);
     void SetObserver(Observer observer, void* context);
-    [[nodiscard]] bool IsStopped() const { return m_stopEvent.IsSet(); }
+    [[nodiscard]] bool IsStopped() const { return m_isStopped; }
 
 private:
-    platform::CStopEvent m_stopEvent;
+    void RunAll();
+
+    std::atomic<bool> m_isStopped = false;
     Observer m_callback = nullptr;
     void* m_callbackContext = nullptr;
     platform::CWorkerThread m_thread;  // last, so that it has ended before the rest goes

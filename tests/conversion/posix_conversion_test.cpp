@@ -1,14 +1,32 @@
 // What only a POSIX file system can hold, and what only a described machine can be.
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
+#include <pthread.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 
 #include "conversion/conversion.h"
 #include "support/posix/system_calls.h"
+
+namespace {
+
+std::atomic<bool> g_givesThreads = true;
+
+}  // namespace
+
+// The program's own is the one that the libraries call.
+extern "C" [[gnu::visibility("default")]] int pthread_create(pthread_t* thread,
+                                                             const pthread_attr_t* attributes,
+                                                             void* (*body)(void*), void* argument) {
+    static const auto real =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    return g_givesThreads ? real(thread, attributes, body, argument) : EAGAIN;
+}
 
 namespace {
 
@@ -122,6 +140,30 @@ TEST_F(PosixConversionTest, OutputAmongTheCapturedFilesIsNotCapturedAgain) {
         EXPECT_FALSE(Holds("CreateFiles", "{"));
     }
     EXPECT_EQ(m_folder.ReadFile(kDevice + "C/out/kept.txt"), "kept");
+}
+
+TEST_F(PosixConversionTest, WithoutAThreadToBeHadEverythingIsConvertedAllTheSame) {
+    CTestHive hive;
+    CTestTarget target = TestTarget();
+    // More than a batch of copies, a batch of values, and what is read or written by one thread.
+    for (int i = 0; i < 1000; ++i) {
+        const std::string name = std::to_string(i);
+        target.File("C/" + name, name);
+        hive.Key(uR"(REGISTRY\MACHINE\SOFTWARE\)" + std::u16string(name.begin(), name.end()))
+            .Binary(u"value", std::string(1200, '\1'));
+    }
+    ASSERT_EQ(Convert(target.Hive(hive.Bytes())), 0U);
+    const std::string manifest = Manifest();
+    const Files payload = Payload();
+    ASSERT_EQ(payload.size(), 1000U);
+    std::filesystem::remove_all(m_folder.Path("out"));
+    g_givesThreads = false;
+    const std::uint32_t status = ConvertFile();
+    g_givesThreads = true;
+    EXPECT_EQ(status, 0U);
+    EXPECT_TRUE(m_logLines.empty());
+    EXPECT_TRUE(Manifest() == manifest);
+    EXPECT_EQ(Payload(), payload);
 }
 
 TEST_F(PosixConversionTest, UnusableMachineDescriptionConvertsNothing) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -23,15 +24,17 @@ public:
     ~CNotingWalk() override { Stop(true); }
 
     std::vector<std::string> Walk() {
-        EXPECT_TRUE(Start());
+        Start();
         Wait();
         return std::exchange(m_visited, {});
     }
     [[nodiscard]] std::uint32_t Count() const { return CountEntries(); }
 
     std::function<bool(const std::string&)> m_goOn = [](const std::string&) { return true; };
+    bool m_isFinished = false;
 
 protected:
+    void OnFinish() override { m_isFinished = true; }
     bool VisitFolder(const CFilePathW& path, const platform::SFindData&) override {
         return Note(path, "\\");
     }
@@ -89,6 +92,18 @@ TEST_F(FileTraverseTest, FolderPrunesAndFileEndsTheWalk) {
     // What was not reached is walked by the next start.
     stopped.m_goOn = [](const std::string&) { return true; };
     EXPECT_EQ(stopped.Walk(), (std::vector<std::string>{"D\\x"}));
+}
+
+TEST_F(FileTraverseTest, WhatAVisitThrowsReachesWhoeverWaits) {
+    CNotingWalk walk(m_root);
+    walk.m_goOn = [](const std::string& path) -> bool {
+        return path == "b\\1" ? throw std::runtime_error(path) : true;
+    };
+    EXPECT_THROW(walk.Walk(), std::runtime_error);
+    EXPECT_TRUE(walk.m_isFinished);
+    // The next start walks the folders that were not reached.
+    walk.m_goOn = [](const std::string&) { return true; };
+    EXPECT_EQ(walk.Walk().back(), "D\\x");
 }
 
 TEST(PayloadNameTest, KeepsTheTokensNameOrTheDrivesLetter) {

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <limits>
 #include <memory>
+#include <new>
 
 #include "platform/files.h"
 #include "platform/posix/errno_status.h"
@@ -89,7 +90,10 @@ int CopyRange(int from, int to, off_t start, off_t length) {
     }
     // Not every file system takes part, and some only say that there is nothing to copy. The plain
     // way finds out what is the matter.
-    const auto buffer = std::make_unique_for_overwrite<char[]>(kLargeBuffer);
+    const std::unique_ptr<char[]> buffer(new (std::nothrow) char[kLargeBuffer]);
+    if (buffer == nullptr) {
+        return ENOMEM;
+    }
     return CopyThrough(from, to, buffer.get(), kLargeBuffer, length);
 }
 

@@ -34,7 +34,7 @@ struct SFileCopy {
 [[nodiscard]] int BeginCopy(std::u16string_view from, std::u16string_view to, EExisting existing,
                             SFileCopy& copy);
 
-// Copies everything and closes both files. Any thread may do this.
+// Copies everything and closes both files. Any thread may do this. Nothing is thrown.
 void MoveData(SFileCopy& copy);
 
 // Gives the copy's status, and removes what a failure left unfinished, but not a copy that only

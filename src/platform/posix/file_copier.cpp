@@ -1,6 +1,7 @@
 #include <atomic>
 #include <deque>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -31,6 +32,8 @@ struct SBatch {
     off_t bytes = 0;
     std::atomic<bool> isDone = false;
 
+    SBatch() { jobs.reserve(kBatchFiles); }
+
     void Run() {
         for (SCopyJob& job : jobs) {
             MoveData(job.copy);
@@ -52,8 +55,10 @@ struct CFileCopier::SState {
     Failed failed;
 
 private:
+    const std::shared_ptr<SBatch>& BeginNext();
     void HandOver();
     void TakeBack();
+    void EndFirst();
     void End(SBatch& batch) const;
 
     std::shared_ptr<SBatch> m_batch = std::make_shared<SBatch>();  // still filled
@@ -70,18 +75,29 @@ void CFileCopier::SState::Add(SCopyJob job) {
     }
 }
 
+// Puts the filled batch under way, and has an empty one take its place. Where there is no memory
+// for that, nothing changes.
+const std::shared_ptr<SBatch>& CFileCopier::SState::BeginNext() {
+    auto next = std::make_shared<SBatch>();
+    m_underWay.push_back(m_batch);
+    m_batch = std::move(next);
+    return m_underWay.back();
+}
+
 void CFileCopier::SState::HandOver() {
-    std::shared_ptr<SBatch> batch = std::exchange(m_batch, std::make_shared<SBatch>());
-    m_batch->jobs.reserve(kBatchFiles);
-    m_underWay.push_back(batch);
-    m_queue.Add([batch = std::move(batch)] { batch->Run(); });
+    m_queue.Add([batch = BeginNext()] { batch->Run(); });
 }
 
 void CFileCopier::SState::TakeBack() {
     while (!m_underWay.empty() && m_underWay.front()->isDone) {
-        End(*m_underWay.front());
-        m_underWay.pop_front();
+        EndFirst();
     }
+}
+
+void CFileCopier::SState::EndFirst() {
+    const std::shared_ptr<SBatch> batch = std::move(m_underWay.front());
+    m_underWay.pop_front();
+    End(*batch);
 }
 
 void CFileCopier::SState::End(SBatch& batch) const {
@@ -98,22 +114,31 @@ void CFileCopier::SState::End(SBatch& batch) const {
 
 void CFileCopier::SState::Finish() {
     // Rather than to wait for the thread, the owner moves the last ones itself.
-    const std::shared_ptr<SBatch> last = std::exchange(m_batch, std::make_shared<SBatch>());
-    last->Run();
+    if (!m_batch->jobs.empty()) {
+        BeginNext()->Run();
+    }
     m_queue.Finish();
-    TakeBack();
-    End(*last);
+    while (!m_underWay.empty()) {
+        if (!m_underWay.front()->isDone) {  // it was not handed over for want of memory
+            m_underWay.front()->Run();
+        }
+        EndFirst();
+    }
 }
 
 CFileCopier::CFileCopier(Failed failed) : m_state(std::make_unique<SState>(std::move(failed))) {}
 
 CFileCopier::~CFileCopier() {
     m_state->failed = nullptr;
-    m_state->Finish();
+    try {
+        m_state->Finish();
+    } catch (const std::bad_alloc&) {
+        // Nothing is left here unless memory has run out before, which Finish has told of.
+    }
 }
 
 int CFileCopier::Copy(const char16_t* source, const char16_t* destination, EExisting existing) {
-    SCopyJob job;
+    SCopyJob job{source, destination, {}};
     int status = PlaceCopy(source, destination, job.copy);
     if (status == ERROR_FILE_EXISTS || status == ERROR_TOO_MANY_OPEN_FILES) {
         // What may be there already may also be still to be made.
@@ -124,8 +149,6 @@ int CFileCopier::Copy(const char16_t* source, const char16_t* destination, EExis
     if (status != ERROR_SUCCESS) {
         return SetLastError(status);
     }
-    job.source = source;
-    job.destination = destination;
     m_state->Add(std::move(job));
     return ERROR_SUCCESS;
 }
