@@ -44,13 +44,18 @@ CDoubleNullStringW& CDoubleNullStringW::operator=(CDoubleNullStringW&& other) no
 }
 
 void CDoubleNullStringW::Add(const char16_t* text) {
-    if (text == nullptr || *text == 0) {
+    if (text != nullptr) {
+        Add(std::u16string_view(text));
+    }
+}
+
+void CDoubleNullStringW::Add(std::u16string_view text) {
+    if (text.empty() || m_pBuffer == nullptr) {
         return;
     }
-    const std::size_t textLength = std::char_traits<char16_t>::length(text);
     // The first string replaces one of the two NULs of the empty list, a later one the closing NUL.
     const std::size_t start = m_count == 0 ? 0 : m_length - 1;
-    const std::size_t length = start + textLength + 2;
+    const std::size_t length = start + text.size() + 2;
     char16_t* buffer = m_count == 0 ? nullptr : m_pBuffer;
     if (m_count == 0 || CapacityFor(length) != CapacityFor(m_length)) {
         buffer =
@@ -62,7 +67,7 @@ void CDoubleNullStringW::Add(const char16_t* text) {
         m_count = 1;
         return;
     }
-    std::memcpy(buffer + start, text, textLength * sizeof(char16_t));
+    std::memcpy(buffer + start, text.data(), text.size() * sizeof(char16_t));
     buffer[length - 2] = 0;
     buffer[length - 1] = 0;
     m_pBuffer = buffer;
@@ -78,9 +83,12 @@ void CDoubleNullStringW::Assign(const CDoubleNullStringW& other) {
     if (other.m_count == 0) {
         return;
     }
-    m_pBuffer = static_cast<char16_t*>(std::malloc(CapacityFor(other.m_length) * sizeof(char16_t)));
+    m_pBuffer =
+        other.m_pBuffer == nullptr
+            ? nullptr
+            : static_cast<char16_t*>(std::malloc(CapacityFor(other.m_length) * sizeof(char16_t)));
     m_count = other.m_count;
-    if (m_pBuffer != nullptr && other.m_pBuffer != nullptr) {
+    if (m_pBuffer != nullptr) {
         std::memcpy(m_pBuffer, other.m_pBuffer, other.m_length * sizeof(char16_t));
         m_length = other.m_length;
     }
@@ -96,7 +104,7 @@ void CDoubleNullStringW::Clear() {
 }
 
 CDoubleNullStringW::StringArray CDoubleNullStringW::GetStrings() const {
-    if (m_count == 0) {
+    if (m_count == 0 || m_pBuffer == nullptr) {
         return nullptr;
     }
     StringArray strings(static_cast<const char16_t**>(std::calloc(m_count, sizeof(char16_t*))));

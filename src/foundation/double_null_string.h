@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 // Strings one behind the other, each with its NUL, and one more NUL at the end; none of them is
 // empty. Storage comes from malloc. After a failure to get some the buffer is null: such a list is
@@ -23,8 +24,9 @@ public:
     CDoubleNullStringW& operator=(const CDoubleNullStringW& other);
     CDoubleNullStringW& operator=(CDoubleNullStringW&& other) noexcept;
 
-    // Appends a copy; null and empty texts are ignored.
+    // Append a copy; null and empty texts are ignored. A view has no NUL in it.
     void Add(const char16_t* text);
+    void Add(std::u16string_view text);
     void Assign(const CDoubleNullStringW& other);
     void Clear();
 

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "platform/status.h"
 
 namespace {
 
 constexpr std::size_t kUnit = sizeof(char16_t);
+constexpr std::size_t kMostTerminators = 2;  // of a list of texts
 
 }  // namespace
 
@@ -16,7 +18,7 @@ CStrW CRegBuf::GetText() const {
     const std::size_t units = m_dataSize / kUnit;
     std::u16string text(units, u'\0');
     if (units != 0) {
-        std::memcpy(text.data(), m_data.data(), units * kUnit);
+        std::memcpy(text.data(), m_data.get(), units * kUnit);
     }
     return CStrW(text.c_str());
 }
@@ -24,24 +26,30 @@ CStrW CRegBuf::GetText() const {
 std::uint32_t CRegBuf::GetNumber() const {
     std::uint32_t number = 0;
     if (m_dataSize != 0) {
-        std::memcpy(&number, m_data.data(), std::min<std::size_t>(m_dataSize, sizeof(number)));
+        std::memcpy(&number, m_data.get(), std::min<std::size_t>(m_dataSize, sizeof(number)));
     }
     return number;
+}
+
+bool CRegBuf::Reserve(std::size_t size) {
+    m_data.reset();  // first, so that two large values need not have room at a time
+    m_data.reset(new (std::nothrow) std::byte[size + kMostTerminators * kUnit]);
+    m_capacity = m_data == nullptr ? 0 : static_cast<std::uint32_t>(size);
+    return m_data != nullptr;
 }
 
 // Makes the data, which has at least that many units, end in `units` NULs.
 void CRegBuf::Terminate(std::size_t units) {
     std::size_t present = 0;
     while (present < units) {
-        const std::byte* const last = m_data.data() + m_dataSize - (present + 1) * kUnit;
+        const std::byte* const last = m_data.get() + m_dataSize - (present + 1) * kUnit;
         if (last[0] != std::byte{0} || last[1] != std::byte{0}) {
             break;
         }
         ++present;
     }
     const std::size_t added = (units - present) * kUnit;
-    m_data.resize(std::max(m_data.size(), m_dataSize + added));
-    std::fill_n(m_data.begin() + m_dataSize, added, std::byte{0});
+    std::fill_n(m_data.get() + m_dataSize, added, std::byte{0});
     m_dataSize += static_cast<std::uint32_t>(added);
 }
 
@@ -71,13 +79,15 @@ int CRegKey::QueryValue(std::u16string_view name, CRegBuf& buffer) const {
     buffer.m_dataSize = 0;
     buffer.m_type = REG_NONE;
     std::uint32_t type = REG_NONE;
-    auto size = static_cast<std::uint32_t>(buffer.m_data.size());
+    std::uint32_t size = buffer.m_capacity;
     // A null buffer asks for the size alone, which is no answer for a value that has data.
-    int status = platform::QueryValue(m_hKey, name, type, buffer.m_data.data(), size);
-    if (status == ERROR_MORE_DATA || size > buffer.m_data.size()) {
-        buffer.m_data.resize(std::max<std::size_t>(size, buffer.m_data.size()));
-        size = static_cast<std::uint32_t>(buffer.m_data.size());
-        status = platform::QueryValue(m_hKey, name, type, buffer.m_data.data(), size);
+    int status = platform::QueryValue(m_hKey, name, type, buffer.m_data.get(), size);
+    if (status == ERROR_MORE_DATA || size > buffer.m_capacity) {
+        if (size > buffer.m_capacity && !buffer.Reserve(size)) {
+            return ERROR_NOT_ENOUGH_MEMORY;
+        }
+        size = buffer.m_capacity;
+        status = platform::QueryValue(m_hKey, name, type, buffer.m_data.get(), size);
     }
     if (status != ERROR_SUCCESS) {
         return status;

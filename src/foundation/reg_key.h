@@ -3,8 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
-#include <vector>
 
 #include "foundation/reg_path.h"
 #include "foundation/wide_string.h"
@@ -30,7 +30,7 @@ enum ERegType : std::uint32_t {
 // the next.
 class CRegBuf {
 public:
-    [[nodiscard]] const std::byte* GetData() const { return m_data.data(); }
+    [[nodiscard]] const std::byte* GetData() const { return m_data.get(); }
     // In bytes, added terminators included.
     [[nodiscard]] std::uint32_t GetSize() const { return m_dataSize; }
     [[nodiscard]] std::uint32_t GetType() const { return m_type; }
@@ -41,9 +41,13 @@ public:
 
 private:
     friend class CRegKey;
+    // Makes room for data of `size` bytes and its terminators, without the data that is there.
+    // False, with no room left, when there is no memory.
+    [[nodiscard]] bool Reserve(std::size_t size);
     void Terminate(std::size_t units);
 
-    std::vector<std::byte> m_data;  // as long as there is room, not as long as the value
+    std::unique_ptr<std::byte[]> m_data;
+    std::uint32_t m_capacity = 0;  // in bytes, those for terminators left out
     std::uint32_t m_dataSize = 0;
     std::uint32_t m_type = REG_NONE;
 };
@@ -67,6 +71,7 @@ public:
                                 std::uint32_t& type) const;
 
     // Reads a value of any type; texts and lists of texts get the terminators that they lack.
+    // ERROR_NOT_ENOUGH_MEMORY when the data finds no room.
     [[nodiscard]] int QueryValue(std::u16string_view name, CRegBuf& buffer) const;
     // Reads a text; a value of another type gives 0 and an empty text.
     int QueryString(std::u16string_view name, CStrW& value) const;

@@ -15,7 +15,7 @@ CDoubleNullStringW SplitMultiString(std::u16string_view units) {
     CDoubleNullStringW strings;
     while (!units.empty() && units.front() != u'\0') {
         const std::size_t length = std::min(units.find(u'\0'), units.size());
-        strings.Add(CStrW(units.substr(0, length)).Get());
+        strings.Add(units.substr(0, length));
         units.remove_prefix(std::min(length + 1, units.size()));
     }
     return strings;

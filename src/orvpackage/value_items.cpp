@@ -45,7 +45,9 @@ COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpa
                              std::uint32_t architecture, std::pmr::memory_resource& memory,
                              std::size_t tailSize)
     : COrvKeyItem(std::move(key), architecture, value.name), m_memory(memory) {
-    if (!ReserveTail(value.name.size() * sizeof(char16_t) + tailSize)) {
+    // What finds no room for its tail yet may never need it, or does without.
+    const std::size_t nameSize = value.name.size() * sizeof(char16_t);
+    if (!ReserveTail(nameSize + tailSize) && !ReserveTail(nameSize)) {
         throw std::bad_alloc();
     }
     std::copy(value.name.begin(), value.name.end(), m_block);
@@ -133,6 +135,10 @@ void COrvCreateValue::StoreString(std::u16string_view text, std::uint32_t type) 
     CStrW expanded;
     if (HasUnit(text, u'%')) {
         expanded.Assign(text);
+        if (expanded.GetLength() != text.size()) {  // no memory
+            ClearData();
+            return;
+        }
         ExpandFileTokens(expanded);
         text = expanded;
     }
@@ -145,12 +151,17 @@ void COrvCreateValue::StoreString(std::u16string_view text, std::uint32_t type) 
 
 void COrvCreateValue::SetMultiString(const CDoubleNullStringW& strings) {
     ClearData();
-    const CDoubleNullStringW expanded = ExpandMultiString(strings);
-    const std::size_t size = expanded.GetLength() * sizeof(char16_t);
-    std::byte* const data =
-        expanded.Get() == nullptr ? nullptr : Allocate(size, OrvValueMultiString);
+    CDoubleNullStringW expanded;
+    const bool hasTokens =
+        strings.Get() != nullptr && HasUnit({strings.Get(), strings.GetLength()}, u'%');
+    if (hasTokens) {
+        expanded = ExpandMultiString(strings);
+    }
+    const CDoubleNullStringW& stored = hasTokens ? expanded : strings;
+    const std::size_t size = stored.GetLength() * sizeof(char16_t);
+    std::byte* const data = stored.Get() == nullptr ? nullptr : Allocate(size, OrvValueMultiString);
     if (data != nullptr) {
-        std::memcpy(data, expanded.Get(), size);
+        std::memcpy(data, stored.Get(), size);
     }
 }
 

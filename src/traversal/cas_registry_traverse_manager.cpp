@@ -95,9 +95,10 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
         return true;
     }
     CStrW text;
-    if (m_valueKey.isInstallProperties || m_valueKey.isEnvironment) {
-        m_valueKey.key->QueryString(name, text);
-    } else if (m_valueKey.key->QueryValue(name, m_buffer) != ERROR_SUCCESS) {
+    const bool isText = m_valueKey.isInstallProperties || m_valueKey.isEnvironment;
+    const int status = isText ? m_valueKey.key->QueryString(name, text)
+                              : m_valueKey.key->QueryValue(name, m_buffer);
+    if (status != ERROR_SUCCESS && !isText) {
         m_buffer = CRegBuf();
     }
     const bool deleted = IsDeleted();
@@ -105,6 +106,10 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
         SetManufacturer(text);
     }
     if (m_valueKey.isHidden || IsTaken(key, name, deleted ? kModeDelete : kModeCreate)) {
+        return true;
+    }
+    // Without its data a value would come out as another one.
+    if (status == ERROR_NOT_ENOUGH_MEMORY) {
         return true;
     }
     if (m_valueKey.isEnvironment) {

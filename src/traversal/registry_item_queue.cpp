@@ -21,18 +21,13 @@ void CRegistryItemQueue::AddKey(std::u16string_view key) { Add({EKind::Key}, key
 void CRegistryItemQueue::AddValue(std::u16string_view key, std::u16string_view name,
                                   const void* data, std::uint32_t size, std::uint32_t type) {
     SRecord record{EKind::Value};
-    std::vector<std::byte>& bytes = m_batches[m_filled].data;
-    bytes.resize((bytes.size() + kAlignment - 1) / kAlignment * kAlignment);
-    record.dataStart = bytes.size();
     record.size = size;
     record.type = type;
-    const auto* const first = static_cast<const std::byte*>(data);
-    bytes.insert(bytes.end(), first, first + size);
-    Add(record, key, name, {});
+    Add(record, key, name, {}, data);
 }
 
 void CRegistryItemQueue::AddString(std::u16string_view key, std::u16string_view name,
-                                   std::u16string_view text) {
+                                   const CStrW& text) {
     Add({EKind::String}, key, name, text);
 }
 
@@ -40,8 +35,7 @@ void CRegistryItemQueue::AddDeletedValue(std::u16string_view key, std::u16string
     Add({EKind::DeletedValue}, key, name, {});
 }
 
-void CRegistryItemQueue::AddVariable(std::u16string_view name, std::u16string_view text,
-                                     bool isUser) {
+void CRegistryItemQueue::AddVariable(std::u16string_view name, const CStrW& text, bool isUser) {
     Add({EKind::Variable, isUser}, {}, name, text);
 }
 
@@ -50,7 +44,13 @@ void CRegistryItemQueue::AddDeletedVariable(std::u16string_view name, bool isUse
 }
 
 void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16string_view name,
-                             std::u16string_view text) {
+                             const CStrW& text, const void* data) {
+    if (record.size >= kBatchBytes || text.GetLength() >= kBatchBytes) {
+        // Not copied once more, but made here, after all that were added before.
+        Finish();
+        MakeItem(record, CStrW(key), CStrW(name), text, static_cast<const std::byte*>(data));
+        return;
+    }
     SBatch& batch = m_batches[m_filled];
     record.isNewKey = batch.records.empty() || !platform::HasSameUnits(batch.key, key);
     if (record.isNewKey) {
@@ -61,12 +61,22 @@ void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16st
     batch.texts += name;
     batch.texts += text;
     record.nameLength = name.size();
-    record.textLength = text.size();
+    record.textLength = text.GetLength();
+    record.dataStart = batch.AppendData(data, record.size);
     batch.records.push_back(record);
     if (batch.records.size() >= kBatchRecords || batch.data.size() >= kBatchBytes ||
         batch.texts.size() >= kBatchBytes) {
         HandOver();
     }
+}
+
+// Returns where the copy begins.
+std::size_t CRegistryItemQueue::SBatch::AppendData(const void* bytes, std::size_t size) {
+    const std::size_t start = (data.size() + kAlignment - 1) / kAlignment * kAlignment;
+    data.resize(start);
+    const auto* const first = static_cast<const std::byte*>(bytes);
+    data.insert(data.end(), first, first + size);
+    return start;
 }
 
 void CRegistryItemQueue::HandOver() {
@@ -80,7 +90,9 @@ void CRegistryItemQueue::HandOver() {
 }
 
 void CRegistryItemQueue::Finish() {
-    HandOver();
+    if (!m_batches[m_filled].records.empty()) {
+        HandOver();
+    }
     m_queue.Finish();
 }
 
@@ -100,7 +112,10 @@ void CRegistryItemQueue::MakeItems(const SBatch& batch) {
         }
         name.Assign(take(record.nameLength));
         text.Assign(take(record.textLength));
-        MakeItem(record, key, name, text, batch.data.data() + record.dataStart);
+        // Texts that found no room are empty, and would make it another item.
+        if (name.GetLength() == record.nameLength && text.GetLength() == record.textLength) {
+            MakeItem(record, key, name, text, batch.data.data() + record.dataStart);
+        }
     }
 }
 

@@ -21,15 +21,16 @@ public:
         : m_package(package), m_architecture(architecture) {}
 
     void AddKey(std::u16string_view key);
-    // A value with raw data of a type, or with a string.
+    // A value with raw data of a type, or with a string. One that finds no room for its data drops
+    // out of the package.
     void AddValue(std::u16string_view key, std::u16string_view name, const void* data,
                   std::uint32_t size, std::uint32_t type);
-    void AddString(std::u16string_view key, std::u16string_view name, std::u16string_view text);
+    void AddString(std::u16string_view key, std::u16string_view name, const CStrW& text);
     void AddDeletedValue(std::u16string_view key, std::u16string_view name);
-    void AddVariable(std::u16string_view name, std::u16string_view text, bool isUser);
+    void AddVariable(std::u16string_view name, const CStrW& text, bool isUser);
     void AddDeletedVariable(std::u16string_view name, bool isUser);
 
-    // Returns when the package has them all.
+    // Returns when the package has them all. Throws what making them has thrown.
     void Finish();
 
 private:
@@ -52,10 +53,12 @@ private:
         std::u16string texts;
         std::vector<std::byte> data;
         std::u16string key;  // the last one
+
+        std::size_t AppendData(const void* bytes, std::size_t size);
     };
 
-    void Add(SRecord record, std::u16string_view key, std::u16string_view name,
-             std::u16string_view text);
+    void Add(SRecord record, std::u16string_view key, std::u16string_view name, const CStrW& text,
+             const void* data = nullptr);
     void HandOver();
     void MakeItems(const SBatch& batch);
     void MakeItem(const SRecord& record, const CStrW& key, const CStrW& name, const CStrW& text,

@@ -1,3 +1,6 @@
+#include <memory>
+#include <memory_resource>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -105,6 +108,39 @@ TEST_F(ValueTest, WithoutDataOrATypeNameThereIsNoText) {
     EXPECT_EQ(SavedItems(), "<CreateValues>\n</CreateValues>\n");
     SetData(value, "\1", 12);
     EXPECT_EQ(SavedValue(), " />");
+}
+
+// Gives no more than `kMost` bytes at a time.
+class CScarceMemory : public std::pmr::memory_resource {
+public:
+    static constexpr std::size_t kMost = 1024;
+
+private:
+    void* do_allocate(std::size_t size, std::size_t alignment) override {
+        return size > kMost ? throw std::bad_alloc()
+                            : std::pmr::new_delete_resource()->allocate(size, alignment);
+    }
+    void do_deallocate(void* block, std::size_t size, std::size_t alignment) override {
+        std::pmr::new_delete_resource()->deallocate(block, size, alignment);
+    }
+    [[nodiscard]] bool do_is_equal(const memory_resource& other) const noexcept override {
+        return this == &other;
+    }
+};
+
+TEST_F(ValueTest, DataThatFindsNoRoomLeavesTheValueWithoutAny) {
+    CScarceMemory memory;
+    const std::string large(CScarceMemory::kMost, '\1');
+    COrvCreateValue value(std::make_shared<const COrvKeyPath>(uR"(HKLM\k)"), u"name", 0, memory,
+                          large.size());
+    EXPECT_EQ(Utf8(value.GetValue()), "name");
+    for (const std::uint32_t type : {OrvValueBinary, OrvValueString, OrvValueMultiString}) {
+        SetData(&value, "\1\2", OrvValueBinary);
+        EXPECT_TRUE(value.IsValid());
+        SetData(&value, large, type);
+        EXPECT_FALSE(value.IsValid()) << type;
+    }
+    EXPECT_EQ(Utf8(value.GetName()), R"(HKLM\k/name)");
 }
 
 TEST_F(ValueTest, NothingOfAnElementReachesTheNext) {
