@@ -48,8 +48,7 @@ void COrvCreateValuesCollection::WriteItem(CXmlWriter& writer, const COrvItem& i
     const auto& value = static_cast<const COrvCreateValue&>(item);
     if (const char16_t* const type = ValueTypeName(value.GetType())) {
         writer.WriteAttribute(u"Type", type);
-        CStrW buffer;
-        writer.WriteText(FormatValueData(value, GetSanitizer(), buffer));
+        WriteValueData(value, GetSanitizer(), writer);
     }
 }
 

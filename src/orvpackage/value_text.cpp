@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <new>
+#include <string_view>
 #include <vector>
 
 #include "foundation/hex.h"
 #include "foundation/number_text.h"
+#include "foundation/xml_writer.h"
 #include "orvpackage/multi_string.h"
 #include "orvpackage/sanitizer.h"
 #include "orvpackage/value_items.h"
@@ -29,6 +32,8 @@ constexpr const char16_t* kTypeNames[] = {
     u"REG_QWORD",
 };
 
+constexpr std::size_t kHexPiece = std::size_t{1} << 16;  // bytes
+
 std::size_t NumberSize(std::uint32_t type) {
     return type == OrvValueDword ? sizeof(std::uint32_t) : sizeof(std::uint64_t);
 }
@@ -41,6 +46,36 @@ std::uint64_t ReadNumber(const COrvCreateValue& value) {
         std::memcpy(&number, value.GetData(), size);
     }
     return number;
+}
+
+// Texts that find no memory are empty, or lack some of their strings.
+void WriteWhole(std::u16string_view text, bool isWhole, CXmlWriter& writer) {
+    if (!isWhole) {
+        throw std::bad_alloc();
+    }
+    writer.WriteText(text);
+}
+
+void WriteMultiString(const COrvCreateValue& value, const COrvSanitizer& sanitizer,
+                      CXmlWriter& writer) {
+    CDoubleNullStringW strings;
+    static_cast<void>(value.GetMultiString(strings));  // the type is right
+    const CDoubleNullStringW portable = sanitizer.SanitizeMulti(strings, SanitizeAll);
+    const CStrW text = FormatMultiString(portable);
+    const bool isWhole = strings.Get() != nullptr && portable.Get() != nullptr &&
+                         strings.GetCount() == portable.GetCount() && !text.IsEmpty();
+    WriteWhole(text, isWhole, writer);
+}
+
+// Piece by piece: the text takes four times the memory of the data.
+void WriteHex(const COrvCreateValue& value, CXmlWriter& writer) {
+    std::size_t start = 0;
+    do {
+        const std::size_t count = std::min(value.GetDataSize() - start, kHexPiece);
+        const CStrW text = BytesToHex(value.GetData() + start, count);
+        WriteWhole(text, text.GetLength() == 2 * count, writer);
+        start += count;
+    } while (start < value.GetDataSize());
 }
 
 void SetBytesFromHex(const CStrW& text, std::uint32_t type, COrvCreateValue& value) {
@@ -68,29 +103,28 @@ void ParseValueType(const CStrW& name, std::uint32_t& type) {
     }
 }
 
-std::u16string_view FormatValueData(const COrvCreateValue& value, const COrvSanitizer& sanitizer,
-                                    CStrW& buffer) {
+void WriteValueData(const COrvCreateValue& value, const COrvSanitizer& sanitizer,
+                    CXmlWriter& writer) {
     switch (value.GetType()) {
         case OrvValueString:
-        case OrvValueExpandString:
-            return sanitizer.Sanitize(value.GetString(), SanitizeAll, buffer);
-        case OrvValueDword:
-        case OrvValueQword:
-            buffer = NumberToHex(ReadNumber(value));
-            break;
-        case OrvValueMultiString: {
-            CDoubleNullStringW strings;
-            static_cast<void>(value.GetMultiString(strings));  // the type is right
-            buffer = FormatMultiString(sanitizer.SanitizeMulti(strings, SanitizeAll));
+        case OrvValueExpandString: {
+            CStrW buffer;
+            const std::u16string_view text = value.GetString();
+            const std::u16string_view portable = sanitizer.Sanitize(text, SanitizeAll, buffer);
+            WriteWhole(portable, text.empty() || !portable.empty(), writer);
             break;
         }
+        case OrvValueDword:
+        case OrvValueQword:
+            writer.WriteText(NumberToHex(ReadNumber(value)));
+            break;
+        case OrvValueMultiString:
+            WriteMultiString(value, sanitizer, writer);
+            break;
         default:
-            if (ValueTypeName(value.GetType()) != nullptr) {
-                buffer = BytesToHex(value.GetData(), value.GetDataSize());
-            }
+            WriteHex(value, writer);
             break;
     }
-    return buffer;
 }
 
 void ParseValueData(const CStrW& text, std::uint32_t type, const COrvSanitizer& sanitizer,

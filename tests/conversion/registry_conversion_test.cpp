@@ -62,6 +62,31 @@ TEST_F(RegistryConversionTest, KeysAreFoldedOntoTheRealMachine) {
     EXPECT_TRUE(Holds("CreateValues", "9-500\\Software\\App\" Value=\"stays\""));
 }
 
+// So large that neither is copied on its way, nor the text of it kept until its turn comes.
+TEST_F(RegistryConversionTest, ValuesOfManyMegabytesArriveWholeAndInTheirPlace) {
+    constexpr int kValuesBefore = 700;
+    constexpr std::size_t kBytes = 3'000'001;
+    CTestHive hive;
+    hive.Key(uR"(REGISTRY\MACHINE\SOFTWARE\App)");
+    for (int i = 0; i < kValuesBefore; ++i) {
+        hive.Dword(u"n" + Utf16(std::to_string(i)), 1);
+    }
+    hive.Binary(u"binary", std::string(kBytes, '\x5A'));
+    if (!RunsOnWindows()) {  // where a key has one value of a name
+        hive.Dword(u"BINARY", 1);
+    }
+    hive.String(u"text", std::u16string(kBytes, u'x')).Dword(u"after", 1);
+    ConvertHive(hive);
+    EXPECT_EQ(Count("CreateValues"), kValuesBefore + 3);
+    std::string digits;
+    for (std::size_t i = 0; i < kBytes; ++i) {
+        digits += "5A";
+    }
+    EXPECT_TRUE(
+        Holds("CreateValues", "Value=\"binary\" Type=\"REG_BINARY\">" + digits + "</Value>"));
+    EXPECT_TRUE(Holds("CreateValues", ">" + std::string(kBytes, 'x') + "</Value>"));
+}
+
 TEST_F(RegistryConversionTest, ValuesHaveTheirPortableText) {
     ConvertHive(CTestHive()
                     .Key(uR"(REGISTRY\MACHINE\SOFTWARE\App)")

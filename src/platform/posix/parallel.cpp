@@ -28,10 +28,12 @@ public:
         for (std::size_t part = NextPart(); part * m_step < m_count; part = NextPart()) {
             const std::size_t first = part * m_step;
             text.clear();
-            m_make(text, first, std::min(first + m_step, m_count));
+            m_make(text, first, std::min(first + m_step, m_count),
+                   [this, part](std::u16string_view early) { TakeInTurn(part, early); });
             if (!TakeInTurn(part, text)) {
                 return;
             }
+            EndTurn();
         }
     }
 
@@ -41,6 +43,7 @@ private:
         return m_nextMade++;
     }
 
+    // False, with nothing taken, when another thread has failed.
     bool TakeInTurn(std::size_t part, std::u16string_view text) {
         std::unique_lock lock(m_mutex);
         m_turn.wait(lock, [this, part] { return m_nextTaken == part || m_hasFailed; });
@@ -50,10 +53,13 @@ private:
         // Nobody else's turn can come, so that others may ask for parts meanwhile.
         lock.unlock();
         m_take(text);
-        lock.lock();
+        return true;
+    }
+
+    void EndTurn() {
+        const std::lock_guard lock(m_mutex);
         ++m_nextTaken;
         m_turn.notify_all();
-        return true;
     }
 
     // Lets nobody wait for a thread that ends by an exception.

@@ -20,6 +20,8 @@ constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"
 constexpr std::size_t kBufferUnits = 32768;
 // Elements that are written at once by one of several threads.
 constexpr std::size_t kElementsOfPart = 256;
+// What such a part keeps until its turn comes.
+constexpr std::size_t kPartUnits = std::size_t{1} << 22;
 
 enum class EPlace {
     Start,     // nothing has been written
@@ -105,6 +107,7 @@ bool Escape(std::u16string_view text, bool inAttribute, std::u16string& escaped)
 
 struct CXmlOutput::SState {
     COutputFile file;
+    const TakeText* taker = nullptr;  // takes the text of a part, which has no file
     std::u16string buffer;
     std::size_t bufferLimit = kBufferUnits;
     int status = S_OK;  // the first failure to write
@@ -114,6 +117,10 @@ struct CXmlOutput::SState {
     std::u16string escaped;
 
     void Put(std::u16string_view text) {
+        if (text.size() >= bufferLimit) {
+            PutLong(text);
+            return;
+        }
         buffer += text;
         if (buffer.size() >= bufferLimit) {
             WriteBuffer();
@@ -132,7 +139,9 @@ struct CXmlOutput::SState {
     }
 
     void WriteUnits(std::u16string_view text) {
-        if (status == S_OK && !text.empty()) {
+        if (taker != nullptr) {
+            (*taker)(text);
+        } else if (status == S_OK && !text.empty()) {
             const int error = file.Write(text.data(), text.size() * sizeof(char16_t));
             status = HresultFromError(error);
         }
@@ -169,9 +178,10 @@ struct CXmlOutput::SState {
     }
 
     // Makes this the inside of an element of another output, without a file.
-    void BeginPart(std::u16string&& emptyBuffer) {
+    void BeginPart(std::u16string&& emptyBuffer, const TakeText& take) {
         buffer = std::move(emptyBuffer);
-        bufferLimit = std::u16string::npos;
+        bufferLimit = kPartUnits;
+        taker = &take;
         place = EPlace::Content;
         nameStarts = {0};
     }
@@ -330,10 +340,11 @@ int CXmlOutput::WriteElements(std::size_t count, const ElementWriter& write) {
         return kXmlInvalidAction;
     }
     state.EndStartTag();
-    const auto make = [&write](std::u16string& text, std::size_t first, std::size_t last) {
+    const auto make = [&write](std::u16string& text, std::size_t first, std::size_t last,
+                               const TakeText& take) {
         CXmlOutput part;
         part.m_state = std::make_unique<SState>();
-        part.m_state->BeginPart(std::move(text));
+        part.m_state->BeginPart(std::move(text), take);
         write(part, first, last);
         text = std::move(part.m_state->buffer);
     };
@@ -352,7 +363,10 @@ int CXmlOutput::Flush() {
 
 void CXmlOutput::Close() {
     if (IsOpen()) {
-        static_cast<void>(Flush());  // a failure has been told by the calls before, or nobody asked
+        // What is left in a part is taken from it, unless its writing was broken off.
+        if (m_state->taker == nullptr) {
+            static_cast<void>(Flush());  // a failure has been told before, or nobody asked
+        }
         m_state.reset();
     }
 }
