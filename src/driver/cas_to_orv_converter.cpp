@@ -24,7 +24,7 @@ public:
     CPackageFolder& operator=(const CPackageFolder&) = delete;
 };
 
-// Logs what a stage or the conversion has thrown; the last error stands for its status.
+// Logs what a stage or the conversion has thrown, and returns the last error as its status.
 int LogThrown(const std::exception& exception) {
     const int status = platform::GetLastError();
     GetLogger().LogException(exception);
@@ -89,12 +89,16 @@ void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets
 
 void CCasToOrvConverter::ConvertTarget(COrvPackage& package, const CCasTarget& target,
                                        CProgressEvent& parent) {
+    // What a stage throws ends that stage alone, but for the last two: without them the target has
+    // no manifest, and the conversion ends.
+    enum class EFailure { EndsStage, EndsConversion };
     struct SStep {
         const char16_t* message;
         Stage stage;  // null for a step without work
+        EFailure failure = EFailure::EndsStage;
     };
-    // Every step weighs the same. The folders are walked together with the files; their step stands
-    // for the display, as does that of the compression settings.
+    // Every step weighs the same. The folders are walked together with the files; their step is for
+    // the display, as is that of the compression settings.
     static constexpr SStep kSteps[] = {
         {u"Processing isolation environment settings.",
          &CCasToOrvConverter::ProcessIsolationEnvironment},
@@ -105,38 +109,29 @@ void CCasToOrvConverter::ConvertTarget(COrvPackage& package, const CCasTarget& t
         {u"Processing services.", &CCasToOrvConverter::ProcessServices},
         {u"Processing scripts.", &CCasToOrvConverter::ProcessScripts},
         {u"Processing compression settings.", nullptr},
+        {u"Processing assemblies", &CCasToOrvConverter::ProcessAssemblies,
+         EFailure::EndsConversion},
+        {u"Saving target.", &CCasToOrvConverter::SaveTarget, EFailure::EndsConversion},
     };
-    CProgressEvent progress(static_cast<std::uint32_t>(std::size(kSteps) + 2), &parent);
+    CProgressEvent progress(static_cast<std::uint32_t>(std::size(kSteps)), &parent);
     for (const SStep& step : kSteps) {
         progress.SetMessage(step.message);
-        if (step.stage != nullptr) {
+        if (step.stage != nullptr && step.failure == EFailure::EndsStage) {
             RunStage(step.stage, package, target, progress);
+        } else if (step.stage != nullptr) {
+            (this->*step.stage)(package, target, progress);
         }
         progress.Step();
     }
-    progress.SetMessage(u"Processing assemblies");
-    m_assemblyProcessor.AddAssemblies(package, package.GetFolder());
-    progress.Step();
-    progress.SetMessage(u"Saving target.");
-    SaveTarget(package);
-    progress.Finish();
 }
 
-// The frame of every stage: what it throws is logged, and ends nothing but the stage.
-int CCasToOrvConverter::RunStage(Stage stage, COrvPackage& package, const CCasTarget& target,
-                                 CProgressEvent& parent) {
+void CCasToOrvConverter::RunStage(Stage stage, COrvPackage& package, const CCasTarget& target,
+                                  CProgressEvent& parent) {
     try {
-        return (this->*stage)(package, target, parent);
+        (this->*stage)(package, target, parent);
     } catch (const std::exception& exception) {
-        return LogThrown(exception);
+        static_cast<void>(LogThrown(exception));  // its status is in the log
     }
-}
-
-void CCasToOrvConverter::SaveTarget(COrvPackage& package) {
-    // A manifest that cannot be deleted or saved is nothing that a conversion reports.
-    static_cast<void>(DeleteFileForce(package.GetManifestPath()));
-    static_cast<void>(CreateDirectoryChain(package.GetFolder()));
-    package.Save();
 }
 
 CFilePathW CCasToOrvConverter::TargetFolder(const CCasTarget& target) const {

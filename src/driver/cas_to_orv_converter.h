@@ -32,23 +32,26 @@ public:
                 std::uint32_t* targetCount, CProgressEvent* root);
 
 private:
-    // A stage fills the package from the target. Its status is for the log alone.
-    using Stage = int (CCasToOrvConverter::*)(COrvPackage& package, const CCasTarget& target,
-                                              CProgressEvent& parent);
+    // A stage fills the package from the target. What fails in it is in the log.
+    using Stage = void (CCasToOrvConverter::*)(COrvPackage& package, const CCasTarget& target,
+                                               CProgressEvent& parent);
 
     void ConvertTargets(const CFilePathW& orvFile, GUID* targets, CProgressEvent& progress);
     void ConvertTarget(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
-    int RunStage(Stage stage, COrvPackage& package, const CCasTarget& target,
-                 CProgressEvent& parent);
+    // The frame of a stage: what it throws is logged, and ends nothing but the stage.
+    void RunStage(Stage stage, COrvPackage& package, const CCasTarget& target,
+                  CProgressEvent& parent);
 
-    int ProcessIsolationEnvironment(COrvPackage& package, const CCasTarget& target,
-                                    CProgressEvent& parent);
-    int ProcessProperties(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
-    int ProcessFiles(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
-    int ProcessRegistry(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
-    int ProcessServices(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
-    int ProcessScripts(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
-    static void SaveTarget(COrvPackage& package);
+    // The stages, each in a source of its own.
+    void ProcessIsolationEnvironment(COrvPackage& package, const CCasTarget& target,
+                                     CProgressEvent& parent);
+    void ProcessProperties(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    void ProcessFiles(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    void ProcessRegistry(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    void ProcessServices(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    void ProcessScripts(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    void ProcessAssemblies(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
+    void SaveTarget(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
 
     [[nodiscard]] CFilePathW TargetFolder(const CCasTarget& target) const;
 

@@ -2,7 +2,6 @@
 #include "driver/reg_exclusions.h"
 #include "foundation/reg_path.h"
 #include "orvpackage/key_collections.h"
-#include "platform/status.h"
 #include "reporting/logger.h"
 #include "traversal/cas_registry_reader.h"
 
@@ -39,8 +38,8 @@ void ExcludeRegistryKeys(COrvPackage& package, CProgressEvent& parent) {
 
 }  // namespace
 
-int CCasToOrvConverter::ProcessRegistry(COrvPackage& package, const CCasTarget& target,
-                                        CProgressEvent& parent) {
+void CCasToOrvConverter::ProcessRegistry(COrvPackage& package, const CCasTarget& target,
+                                         CProgressEvent& parent) {
     CProgressEvent progress(2, &parent);
     progress.SetMessage(u"Reading registry.");
     const CFilePathW hive(TargetFolder(target), CFilePathSegmentW(u"InstallRoot.dat"));
@@ -48,11 +47,10 @@ int CCasToOrvConverter::ProcessRegistry(COrvPackage& package, const CCasTarget& 
     const int status = reader.Read(package, hive, IsTarget64Bit(target));
     if (status < 0) {
         GetLogger().LogStatus(status, ReadFailedText(hive.ToString()));
-        return status;
+        return;
     }
     // A hive that could not be mounted has its line in the log, and leaves nothing to exclude.
     progress.Step();
     ExcludeRegistryKeys(package, progress);
     progress.Finish();
-    return status;
 }

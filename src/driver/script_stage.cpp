@@ -13,10 +13,11 @@ struct SScope {
     CFilePathW folder;  // that the scripts' files stand in
 };
 
-// Makes a script an action and copies its file. The action stays when that cannot be done.
-int CopyScript(COrvPackage& package, const CCasScript& script, const SScope& scope) {
+// Makes a script an action and copies its file. The action stays when that cannot be done, of which
+// the log tells.
+void CopyScript(COrvPackage& package, const CCasScript& script, const SScope& scope) {
     if (script.Disabled) {
-        return ERROR_SUCCESS;
+        return;
     }
     const CStrW name = scope.prefix + script.Filename;
     const CFilePathSegmentW segment(name);
@@ -29,7 +30,7 @@ int CopyScript(COrvPackage& package, const CCasScript& script, const SScope& sco
     const CFilePathW destination(package.GetFolder(), relative);
     const CFilePathW source(scope.folder, CFilePathSegmentW(script.Filename));
     if (source.Equals(destination)) {
-        return ERROR_SUCCESS;
+        return;
     }
     // Without a name the destination would be the folder of all scripts.
     const int status =
@@ -38,14 +39,12 @@ int CopyScript(COrvPackage& package, const CCasScript& script, const SScope& sco
         GetLogger().LogMessage(MessageCopyFailed, nullptr, source.ToString().Get(),
                                GetSystemErrorMessage(status).Get());
     }
-    return status;
 }
 
 void CopyScripts(COrvPackage& package, const std::vector<std::unique_ptr<CCasScript>>& scripts,
                  const SScope& scope, CProgressEvent& progress) {
     for (const auto& script : scripts) {
-        // Logged already, and no reason to leave the others.
-        static_cast<void>(CopyScript(package, *script, scope));
+        CopyScript(package, *script, scope);
         progress.SetMessage(scope.message + script->Filename);
         progress.Step();
     }
@@ -53,8 +52,8 @@ void CopyScripts(COrvPackage& package, const std::vector<std::unique_ptr<CCasScr
 
 }  // namespace
 
-int CCasToOrvConverter::ProcessScripts(COrvPackage& package, const CCasTarget& target,
-                                       CProgressEvent& parent) {
+void CCasToOrvConverter::ProcessScripts(COrvPackage& package, const CCasTarget& target,
+                                        CProgressEvent& parent) {
     const auto& profileScripts = m_package.GetProfile().Scripts;
     const CFilePathSegmentW scripts(u"Scripts");
     CProgressEvent progress(
@@ -68,5 +67,4 @@ int CCasToOrvConverter::ProcessScripts(COrvPackage& package, const CCasTarget& t
         {u"Target_", u"Processing target script ", CFilePathW(TargetFolder(target), scripts)},
         progress);
     progress.Finish();
-    return ERROR_SUCCESS;
 }

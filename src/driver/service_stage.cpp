@@ -1,6 +1,5 @@
 #include "driver/cas_to_orv_converter.h"
 #include "orvpackage/service_collections.h"
-#include "platform/status.h"
 
 namespace {
 
@@ -39,8 +38,8 @@ void AddService(COrvPackage& package, const CCasService& service) {
 
 }  // namespace
 
-int CCasToOrvConverter::ProcessServices(COrvPackage& package, const CCasTarget& target,
-                                        CProgressEvent& parent) {
+void CCasToOrvConverter::ProcessServices(COrvPackage& package, const CCasTarget& target,
+                                         CProgressEvent& parent) {
     CProgressEvent progress(static_cast<std::uint32_t>(target.Services.size()), &parent);
     for (const auto& service : target.Services) {
         AddService(package, *service);
@@ -50,5 +49,4 @@ int CCasToOrvConverter::ProcessServices(COrvPackage& package, const CCasTarget& 
     progress.Finish();
     // Last, so that what the profile says of a service goes before what the registry says.
     m_serviceProcessor.Apply(package);
-    return ERROR_SUCCESS;
 }

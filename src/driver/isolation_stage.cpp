@@ -1,0 +1,14 @@
+#include "casmodel/isolation_environment.h"
+#include "driver/cas_to_orv_converter.h"
+#include "reporting/logger.h"
+
+// A check that the rules can be read: none of them has an effect on the package.
+void CCasToOrvConverter::ProcessIsolationEnvironment(COrvPackage& /*package*/,
+                                                     const CCasTarget& target,
+                                                     CProgressEvent& /*parent*/) {
+    const CFilePathW file(TargetFolder(target), CFilePathSegmentW(u"SandboxData.xml"));
+    CCasIsolationEnvironment environment;
+    if (const int status = environment.ReadFromFile(file); status < 0) {
+        GetLogger().LogStatus(status, ReadFailedText(file.ToString()));
+    }
+}
