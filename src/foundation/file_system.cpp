@@ -1,5 +1,7 @@
 #include "foundation/file_system.h"
 
+#include <utility>
+
 #include "platform/files.h"
 #include "platform/machine.h"
 #include "platform/status.h"
@@ -44,6 +46,16 @@ bool CreateDirectoryChain(const CFilePathW& path) {
     }
     if (folder.GetSegmentCount() == path.GetSegmentCount()) {
         return IsExistingFolder(folder);
+    }
+    if (isOwnChain) {
+        // From the bottom up, because mostly only the last few folders are missing: looking at each
+        // from the root on would take a deep capture the square of its depth.
+        CFilePathW existing = path.GetParent();
+        while (existing.GetSegmentCount() > folder.GetSegmentCount() &&
+               !IsExistingFolder(existing)) {
+            existing.RemoveLast(1);
+        }
+        folder = std::move(existing);
     }
     for (std::size_t i = folder.GetSegmentCount(); i < path.GetSegmentCount(); ++i) {
         static_cast<void>(folder.AppendSegment(path.GetSegment(i)));
