@@ -14,6 +14,7 @@
 
 #include "casmodel/element_path.h"
 #include "casmodel/value_readers.h"
+#include "foundation/member_pointer.h"
 #include "foundation/wide_string.h"
 #include "foundation/xml_reader.h"
 
@@ -54,18 +55,9 @@ void ReadElements(std::type_identity_t<std::span<const SElement<T>>> rows, T& ob
     }
 }
 
-// What a member pointer says about its class and its field.
-template <class M>
-struct SMember;
-template <class C, class F>
-struct SMember<F C::*> {
-    using Owner = C;
-    using Field = F;
-};
+// What the items of a list are, which it holds by pointers.
 template <auto kMember>
-using OwnerOf = typename SMember<decltype(kMember)>::Owner;
-template <auto kMember>
-using ItemOf = typename SMember<decltype(kMember)>::Field::value_type::element_type;
+using ItemOf = typename FieldOf<kMember>::value_type::element_type;
 
 // The following are the entries of tables: Value<&CCasTarget::Ver, ReadUInt32>.
 

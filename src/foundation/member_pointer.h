@@ -1,0 +1,16 @@
+// foundation/member_pointer.h - what a pointer to a field says of the field, for tables of fields.
+#pragma once
+
+template <class M>
+struct SMember;
+template <class C, class F>
+struct SMember<F C::*> {
+    using Owner = C;
+    using Field = F;
+};
+
+// The class that the field belongs to, and the type of the field.
+template <auto kMember>
+using OwnerOf = typename SMember<decltype(kMember)>::Owner;
+template <auto kMember>
+using FieldOf = typename SMember<decltype(kMember)>::Field;
