@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include "orvpackage/file_collections.h"
 #include "orvpackage/package_fixture.h"
@@ -14,7 +11,6 @@
 #include "platform/status.h"
 #include "reporting/logger.h"
 #include "support/manifest.h"
-#include "support/system.h"
 #include "support/text.h"
 
 namespace {
@@ -90,109 +86,6 @@ TEST_F(PackageTest, WalkMayEraseWhatItStandsOn) {
     EXPECT_FALSE(files.Remove(COrvDeleteFile(CStrW(Utf16(kept)))));
 }
 
-// One line of each kind, in the order of the manifest; "@" stands for a name.
-constexpr const char* kLines[] = {
-    R"(<CreateFolders>)",
-    R"(<Folder Target="%SystemDrive%\@" />)",
-    R"(<DeleteFolders>)",
-    R"(<Folder Target="%SystemDrive%\@" Recursive="1" />)",
-    R"(<CreateFiles>)",
-    R"(<File Target="%SystemDrive%\@" RelativeSource="x\~d800&amp;5|%" />)",
-    R"(<DeleteFiles>)",
-    R"(<File Target="%CSIDL_PROGRAM_FILES%\@" />)",
-    R"(<CreateKeys>)",
-    R"(<Key Target="HKEY_LOCAL_MACHINE\@" Architecture="x86" />)",
-    R"(<DeleteKeys>)",
-    R"(<Key Target="HKEY_CURRENT_USER\@" Recursive="0" />)",
-    R"(<CreateValues>)",
-    R"(<Value Target="HKEY_LOCAL_MACHINE\@" Value="@" Type="REG_SZ">@</Value>)",
-    R"(<Value Target="HKEY_LOCAL_MACHINE\@" Value="@ 2" Type="REG_SZ"></Value>)",
-    R"(<Value Target="HKEY_LOCAL_MACHINE\@" Type="REG_MULTI_SZ">@\0x\\@\0\0</Value>)",
-    R"(<DeleteValues>)",
-    R"(<Value Target="HKEY_LOCAL_MACHINE\@" Value="@" />)",
-    R"(<CreateShortcuts>)",
-    R"(<Shortcut Target="%SystemDrive%\@.lnk" ShortcutTarget="@" Description="@" Arguments="@" )"
-    R"(Hotkey="839" IconTarget="@" IconIndex="3" ShowCmd="7" WorkingDirectory="@" )"
-    R"(DataFlags="0x2AB"><Data Signature="0xA0000006">05000000AB</Data>)"
-    R"(<Data Signature="0xA0000009">0500000001</Data></Shortcut>)",
-    R"(<DeleteShortcuts>)",
-    R"(<Shortcut Target="%SystemDrive%\@.lnk" />)",
-    R"(<CreateEnvVars>)",
-    R"(<EnvVar Variable="@" User="1" Value="%SystemDrive%\@;@" InstallMode="2" />)",
-    R"(<DeleteEnvVars>)",
-    R"(<EnvVar Variable="@" User="0" />)",
-    R"(<CreateServices>)",
-    R"(<Service Name="@" ServiceType="272" StartType="2" ErrorControl="3" DisplayName="@" )"
-    R"(Description="@" Binary="@" Arguments="@" LoadOrder="@" Dependencies="+@\0@\0\0" )"
-    R"(Username="@" EncryptedPassword="0A" />)",
-    R"(<DeleteServices>)",
-    R"(<Service Name="@" />)",
-    R"(<ControlServices>)",
-    R"(<Service Name="@" Action="2" Arguments="@\0x\0\0" />)",
-    R"(<CreateAssemblies>)",
-    (R"(<Assembly Id="@" AssemblyType="1" ManifestRelativeSource="@" CatalogRelativeSource="@" )"
-     R"(Private="@"><File RelativeSource="@" /></Assembly>)"),
-    R"(<DeleteAssemblies>)",
-    R"(<Assembly Name="@" />)",
-    R"(<PreActions>)",
-    R"(<Action ActionType="0" Path="@" RelativeSource="@" Arguments="@" ActionMode="1" Wait="0" />)",
-    R"(<PostActions>)",
-    R"(<Action ActionType="2" ActionMode="0" Wait="1">@</Action>)",
-};
-
-// Every kind of line with every name.
-std::string WholeManifest() {
-    std::string text =
-        "<Package Version=\"1\">\n<Properties>\n"
-        "<Name>App|%_{1}</Name>\n<Version>7</Version>\n<Manufacturer>M\u00FCller ~d83d~de00"
-        "</Manufacturer>\n<Architecture>x64</Architecture>\n<PerUserInstall>0</PerUserInstall>\n"
-        "</Properties>\n";
-    std::string end;
-    for (const std::string line : kLines) {
-        if (line.find(' ') == std::string::npos) {
-            text += end + line + "\n";
-            end = "</" + line.substr(1) + "\n";
-            continue;
-        }
-        for (const char* name : {"plain", "&amp; ' &lt;b&gt;", "~d800~dc00~dfff~0001", "~d800",
-                                 "100|% ~~0041", "a||b \u00DF"}) {
-            for (const char c : line) {
-                text += c == '@' ? name : std::string(1, c);
-            }
-            text += "\n";
-        }
-    }
-    return text + end + "</Package>\n";
-}
-
-// The order of a collection's items is that of its hash table.
-std::vector<std::string> SortedLines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    std::sort(lines.begin(), lines.end());
-    return lines;
-}
-
-TEST_F(PackageTest, EveryCollectionComesBackAsItWas) {
-    if (RunsInWine()) {
-        GTEST_SKIP() << "Wine writes the markup characters of an attribute as they are";
-    }
-    const std::string whole = WholeManifest();
-    m_folder.WriteFile("m.orv", whole);
-    ASSERT_TRUE(LoadManifest(Manifest("m.orv"), m_package));
-    const std::string text = Saved();
-    const std::vector<std::string> before = SortedLines(whole);
-    const std::vector<std::string> after = SortedLines(text.substr(text.find("<Package")));
-    EXPECT_EQ(after.size(), before.size()) << text;
-    for (std::size_t i = 0; i < after.size(); ++i) {
-        EXPECT_EQ(after[i], before[i]);
-    }
-    EXPECT_EQ(SavedItemsAgain(), SavedItems());
-}
-
 TEST_F(PackageTest, ReadingRefusesDoublesAndSaysWhere) {
     CLogger logger;
     m_package.SetLogger(&logger);
@@ -216,10 +109,6 @@ TEST_F(PackageTest, WritesWhatALinkSays) {
     link.SetIconTarget(uR"(C:\i.ico)");
     link.SetIconIndex(-3);
     link.SetHotkey(839);
-    for (const std::int32_t unknown : {0, 2, 4, -3}) {
-        link.SetShowCommand(unknown);
-        EXPECT_EQ(link.GetContent().showCommand, 1) << unknown;
-    }
     link.SetShowCommand(7);
     link.SetDataFlags(0x2AB);
     const std::byte b{0xAB};
