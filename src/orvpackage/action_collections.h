@@ -84,9 +84,9 @@ protected:
 
 class COrvPreActionsCollection : public COrvActionsCollection {
 public:
-    static constexpr SOrvElement kElement{OrvPreActions, u"PreActions", u"Action"};
+    static constexpr EOrvCollection kType = OrvPreActions;
     explicit COrvPreActionsCollection(COrvPackage& package)
-        : COrvActionsCollection(package, kElement) {}
+        : COrvActionsCollection(package, kType) {}
 
 protected:
     [[nodiscard]] COrvItemPtr<COrvAction> MakeAction(std::uint64_t position) override {
@@ -96,9 +96,9 @@ protected:
 
 class COrvPostActionsCollection : public COrvActionsCollection {
 public:
-    static constexpr SOrvElement kElement{OrvPostActions, u"PostActions", u"Action"};
+    static constexpr EOrvCollection kType = OrvPostActions;
     explicit COrvPostActionsCollection(COrvPackage& package)
-        : COrvActionsCollection(package, kElement) {}
+        : COrvActionsCollection(package, kType) {}
 
 protected:
     [[nodiscard]] COrvItemPtr<COrvAction> MakeAction(std::uint64_t position) override {

@@ -46,9 +46,9 @@ public:
 class COrvCreateAssembliesCollection
     : public COrvCollectionOf<COrvNamedItemCollection, COrvCreateAssembly> {
 public:
-    static constexpr SOrvElement kElement{OrvCreateAssemblies, u"CreateAssemblies", u"Assembly"};
+    static constexpr EOrvCollection kType = OrvCreateAssemblies;
     explicit COrvCreateAssembliesCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement, u"Id") {}
+        : COrvCollectionOf(package, kType, u"Id") {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
@@ -61,7 +61,7 @@ protected:
 class COrvDeleteAssembliesCollection
     : public COrvCollectionOf<COrvNamedItemCollection, COrvDeleteAssembly> {
 public:
-    static constexpr SOrvElement kElement{OrvDeleteAssemblies, u"DeleteAssemblies", u"Assembly"};
+    static constexpr EOrvCollection kType = OrvDeleteAssemblies;
     explicit COrvDeleteAssembliesCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement, u"Name") {}
+        : COrvCollectionOf(package, kType, u"Name") {}
 };

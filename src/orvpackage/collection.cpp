@@ -17,12 +17,36 @@ constexpr std::size_t kPrefetchedItem = 64;  // the size of a value, of which th
 // A text whose first unit is NUL counts as empty.
 bool IsEmptyText(std::u16string_view text) { return text.empty() || text.front() == u'\0'; }
 
+// The elements of the manifest, by EOrvCollection.
+constexpr SOrvElement kElements[kOrvCollections] = {
+    {u"CreateFolders", u"Folder"},
+    {u"DeleteFolders", u"Folder"},
+    {u"CreateFiles", u"File"},
+    {u"DeleteFiles", u"File"},
+    {u"CreateKeys", u"Key"},
+    {u"DeleteKeys", u"Key"},
+    {u"CreateValues", u"Value"},
+    {u"DeleteValues", u"Value"},
+    {u"CreateShortcuts", u"Shortcut"},
+    {u"DeleteShortcuts", u"Shortcut"},
+    {u"CreateEnvVars", u"EnvVar"},
+    {u"DeleteEnvVars", u"EnvVar"},
+    {u"CreateServices", u"Service"},
+    {u"DeleteServices", u"Service"},
+    {u"ControlServices", u"Service"},
+    {u"CreateAssemblies", u"Assembly"},
+    {u"DeleteAssemblies", u"Assembly"},
+    {u"PreActions", u"Action"},
+    {u"PostActions", u"Action"},
+};
+
 }  // namespace
 
-COrvCollection::COrvCollection(COrvPackage& package, const SOrvElement& element)
+COrvCollection::COrvCollection(COrvPackage& package, EOrvCollection type)
     : m_package(package),
-      m_element(element),
-      m_itemPath(u"/Package/" + CStrW(element.collection) + u'/' + CStrW(element.item)) {}
+      m_type(type),
+      m_element(kElements[type]),
+      m_itemPath(u"/Package/" + CStrW(m_element.collection) + u'/' + CStrW(m_element.item)) {}
 
 void COrvCollection::Clear() {
     m_items.Clear();

@@ -39,11 +39,10 @@ enum EOrvCollection : std::int32_t {
 
 constexpr std::size_t kOrvCollections = 19;
 
-// How a kind of items stands in the manifest.
+// What the elements of a kind of items are called.
 struct SOrvElement {
-    EOrvCollection type;
-    const char16_t* collection;  // "CreateFiles"
-    const char16_t* item;        // "File"
+    const char16_t* collection;
+    const char16_t* item;
 };
 
 // A set of items of one kind, written as one element with a child element for each valid item.
@@ -57,7 +56,7 @@ public:
 
     [[nodiscard]] COrvPackage& GetPackage() { return m_package; }
     [[nodiscard]] const COrvPackage& GetPackage() const { return m_package; }
-    [[nodiscard]] EOrvCollection GetType() const { return m_element.type; }
+    [[nodiscard]] EOrvCollection GetType() const { return m_type; }
     [[nodiscard]] bool IsEmpty() const { return m_items.GetCount() == 0; }
     [[nodiscard]] std::size_t GetCount() const { return m_items.GetCount(); }
     [[nodiscard]] const COrvItemTable& GetItems() const { return m_items; }
@@ -87,7 +86,7 @@ public:
     virtual void Write(CXmlWriter& writer) const;
 
 protected:
-    COrvCollection(COrvPackage& package, const SOrvElement& element);
+    COrvCollection(COrvPackage& package, EOrvCollection type);
 
     // Makes an item in this collection's memory, which is given back when all items are.
     template <class TItem, class... TArguments>
@@ -154,6 +153,7 @@ private:
     void FinishOrLog(const CXmlReader& reader);
 
     COrvPackage& m_package;
+    const EOrvCollection m_type;
     const SOrvElement& m_element;
     CStrW m_itemPath;  // "/Package/CreateFiles/File"
     bool m_isDirty = false;

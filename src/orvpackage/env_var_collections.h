@@ -43,8 +43,8 @@ public:
 // A collection whose items' elements hold a "Variable" and whether it is the "User"'s.
 class COrvEnvVarCollection : public COrvNamedItemCollection {
 protected:
-    COrvEnvVarCollection(COrvPackage& package, const SOrvElement& element)
-        : COrvNamedItemCollection(package, element, u"Variable") {}
+    COrvEnvVarCollection(COrvPackage& package, EOrvCollection type)
+        : COrvNamedItemCollection(package, type, u"Variable") {}
 
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
     void ReadAttribute(const CStrW& name, const CStrW& value) override;
@@ -52,9 +52,9 @@ protected:
 
 class COrvCreateEnvVarsCollection : public COrvEnvVarCollection {
 public:
-    static constexpr SOrvElement kElement{OrvCreateEnvVars, u"CreateEnvVars", u"EnvVar"};
+    static constexpr EOrvCollection kType = OrvCreateEnvVars;
     explicit COrvCreateEnvVarsCollection(COrvPackage& package)
-        : COrvEnvVarCollection(package, kElement) {}
+        : COrvEnvVarCollection(package, kType) {}
 
     // Adds a variable without a value and lends it; null for a double.
     COrvCreateEnvVar* AddItem(const CStrW& variable, bool isUser) {
@@ -69,9 +69,9 @@ protected:
 
 class COrvDeleteEnvVarsCollection : public COrvEnvVarCollection {
 public:
-    static constexpr SOrvElement kElement{OrvDeleteEnvVars, u"DeleteEnvVars", u"EnvVar"};
+    static constexpr EOrvCollection kType = OrvDeleteEnvVars;
     explicit COrvDeleteEnvVarsCollection(COrvPackage& package)
-        : COrvEnvVarCollection(package, kElement) {}
+        : COrvEnvVarCollection(package, kType) {}
 
     // Adds an item and lends it; null for a double.
     COrvDeleteEnvVar* AddItem(const CStrW& variable, bool isUser) {

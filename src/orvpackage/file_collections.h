@@ -74,17 +74,15 @@ protected:
 class COrvCreateFoldersCollection
     : public COrvCollectionOf<COrvTargetCollection, COrvCreateFolder> {
 public:
-    static constexpr SOrvElement kElement{OrvCreateFolders, u"CreateFolders", u"Folder"};
-    explicit COrvCreateFoldersCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement) {}
+    static constexpr EOrvCollection kType = OrvCreateFolders;
+    explicit COrvCreateFoldersCollection(COrvPackage& package) : COrvCollectionOf(package, kType) {}
 };
 
 class COrvDeleteFoldersCollection
     : public COrvCollectionOf<COrvTargetCollection, COrvDeleteFolder> {
 public:
-    static constexpr SOrvElement kElement{OrvDeleteFolders, u"DeleteFolders", u"Folder"};
-    explicit COrvDeleteFoldersCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement) {}
+    static constexpr EOrvCollection kType = OrvDeleteFolders;
+    explicit COrvDeleteFoldersCollection(COrvPackage& package) : COrvCollectionOf(package, kType) {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
@@ -94,9 +92,9 @@ protected:
 
 class COrvCreateFilesCollection : public COrvTargetCollection {
 public:
-    static constexpr SOrvElement kElement{OrvCreateFiles, u"CreateFiles", u"File"};
+    static constexpr EOrvCollection kType = OrvCreateFiles;
     explicit COrvCreateFilesCollection(COrvPackage& package)
-        : COrvTargetCollection(package, kElement) {}
+        : COrvTargetCollection(package, kType) {}
 
     // Adds a file and lends the item. Null for a double, whose payload copy is then deleted, unless
     // it is the target itself.
@@ -110,15 +108,14 @@ protected:
 
 class COrvDeleteFilesCollection : public COrvCollectionOf<COrvTargetCollection, COrvDeleteFile> {
 public:
-    static constexpr SOrvElement kElement{OrvDeleteFiles, u"DeleteFiles", u"File"};
-    explicit COrvDeleteFilesCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement) {}
+    static constexpr EOrvCollection kType = OrvDeleteFiles;
+    explicit COrvDeleteFilesCollection(COrvPackage& package) : COrvCollectionOf(package, kType) {}
 };
 
 class COrvDeleteShortcutsCollection
     : public COrvCollectionOf<COrvTargetCollection, COrvDeleteShortcut> {
 public:
-    static constexpr SOrvElement kElement{OrvDeleteShortcuts, u"DeleteShortcuts", u"Shortcut"};
+    static constexpr EOrvCollection kType = OrvDeleteShortcuts;
     explicit COrvDeleteShortcutsCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement) {}
+        : COrvCollectionOf(package, kType) {}
 };

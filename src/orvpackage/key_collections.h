@@ -86,9 +86,9 @@ protected:
 
 class COrvCreateKeysCollection : public COrvKeyItemCollection {
 public:
-    static constexpr SOrvElement kElement{OrvCreateKeys, u"CreateKeys", u"Key"};
+    static constexpr EOrvCollection kType = OrvCreateKeys;
     explicit COrvCreateKeysCollection(COrvPackage& package)
-        : COrvKeyItemCollection(package, kElement) {}
+        : COrvKeyItemCollection(package, kType) {}
 
     // Adds an item and lends it; null for a double.
     COrvCreateKey* AddItem(const CStrW& target, std::uint32_t architecture) {
@@ -101,9 +101,9 @@ protected:
 
 class COrvDeleteKeysCollection : public COrvKeyItemCollection {
 public:
-    static constexpr SOrvElement kElement{OrvDeleteKeys, u"DeleteKeys", u"Key"};
+    static constexpr EOrvCollection kType = OrvDeleteKeys;
     explicit COrvDeleteKeysCollection(COrvPackage& package)
-        : COrvKeyItemCollection(package, kElement) {}
+        : COrvKeyItemCollection(package, kType) {}
 
     // Adds an item and lends it; null for a double.
     COrvDeleteKey* AddItem(const CStrW& target, std::uint32_t architecture) {

@@ -24,9 +24,9 @@ private:
 class COrvNamedItemCollection : public COrvCollection {
 protected:
     // `nameAttribute` is what the name is called in the manifest; it lasts.
-    COrvNamedItemCollection(COrvPackage& package, const SOrvElement& element,
+    COrvNamedItemCollection(COrvPackage& package, EOrvCollection type,
                             const char16_t* nameAttribute)
-        : COrvCollection(package, element), m_nameAttribute(nameAttribute) {}
+        : COrvCollection(package, type), m_nameAttribute(nameAttribute) {}
 
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
     void ReadAttribute(const CStrW& name, const CStrW& value) override;

@@ -41,7 +41,7 @@ COrvPackage::~COrvPackage() = default;
 
 template <class TCollection>
 void COrvPackage::AddCollection() {
-    m_collections[TCollection::kElement.type] = std::make_unique<TCollection>(*this);
+    m_collections[TCollection::kType] = std::make_unique<TCollection>(*this);
 }
 
 void COrvPackage::SetManifestPath(const CFilePathW& path) {

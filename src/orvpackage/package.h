@@ -37,7 +37,7 @@ public:
     }
     template <class TCollection>
     [[nodiscard]] TCollection& Get() const {
-        return static_cast<TCollection&>(GetCollection(TCollection::kElement.type));
+        return static_cast<TCollection&>(GetCollection(TCollection::kType));
     }
     [[nodiscard]] COrvPropertiesCollection& GetProperties() { return m_properties; }
     [[nodiscard]] const COrvPropertiesCollection& GetProperties() const { return m_properties; }

@@ -78,9 +78,9 @@ private:
 class COrvCreateServicesCollection
     : public COrvCollectionOf<COrvNamedItemCollection, COrvCreateService> {
 public:
-    static constexpr SOrvElement kElement{OrvCreateServices, u"CreateServices", u"Service"};
+    static constexpr EOrvCollection kType = OrvCreateServices;
     explicit COrvCreateServicesCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement, u"Name") {}
+        : COrvCollectionOf(package, kType, u"Name") {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
@@ -91,17 +91,17 @@ protected:
 class COrvDeleteServicesCollection
     : public COrvCollectionOf<COrvNamedItemCollection, COrvDeleteService> {
 public:
-    static constexpr SOrvElement kElement{OrvDeleteServices, u"DeleteServices", u"Service"};
+    static constexpr EOrvCollection kType = OrvDeleteServices;
     explicit COrvDeleteServicesCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement, u"Name") {}
+        : COrvCollectionOf(package, kType, u"Name") {}
 };
 
 class COrvControlServicesCollection
     : public COrvCollectionOf<COrvNamedItemCollection, COrvControlService> {
 public:
-    static constexpr SOrvElement kElement{OrvControlServices, u"ControlServices", u"Service"};
+    static constexpr EOrvCollection kType = OrvControlServices;
     explicit COrvControlServicesCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement, u"Name") {}
+        : COrvCollectionOf(package, kType, u"Name") {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;

@@ -61,9 +61,9 @@ private:
 class COrvCreateShortcutsCollection
     : public COrvCollectionOf<COrvTargetCollection, COrvCreateShortcut> {
 public:
-    static constexpr SOrvElement kElement{OrvCreateShortcuts, u"CreateShortcuts", u"Shortcut"};
+    static constexpr EOrvCollection kType = OrvCreateShortcuts;
     explicit COrvCreateShortcutsCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kElement) {}
+        : COrvCollectionOf(package, kType) {}
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;

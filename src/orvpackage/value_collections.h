@@ -25,9 +25,9 @@ private:
 
 class COrvCreateValuesCollection : public COrvValueItemCollection {
 public:
-    static constexpr SOrvElement kElement{OrvCreateValues, u"CreateValues", u"Value"};
+    static constexpr EOrvCollection kType = OrvCreateValues;
     explicit COrvCreateValuesCollection(COrvPackage& package)
-        : COrvValueItemCollection(package, kElement) {}
+        : COrvValueItemCollection(package, kType) {}
 
     // Makes a value without data, which is not added yet. `dataSize` is how many bytes of data it
     // will probably get.
@@ -53,9 +53,9 @@ protected:
 
 class COrvDeleteValuesCollection : public COrvValueItemCollection {
 public:
-    static constexpr SOrvElement kElement{OrvDeleteValues, u"DeleteValues", u"Value"};
+    static constexpr EOrvCollection kType = OrvDeleteValues;
     explicit COrvDeleteValuesCollection(COrvPackage& package)
-        : COrvValueItemCollection(package, kElement) {}
+        : COrvValueItemCollection(package, kType) {}
 
     // Adds an item and lends it; null for a double.
     COrvDeleteValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture) {
