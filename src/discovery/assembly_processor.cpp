@@ -1,5 +1,7 @@
 #include "discovery/assembly_processor.h"
 
+#include <utility>
+
 #include "foundation/file_system.h"
 #include "orvpackage/assembly_collections.h"
 #include "platform/assemblies.h"
@@ -138,8 +140,10 @@ void CAssemblyProcessor::AddGlobal(const CAssemblyInfo& assembly, COutput& outpu
     if (added == nullptr) {
         return;
     }
-    added->AssemblyType = kGlobalAssembly;
-    added->SetManifestRelativeSource(output.Copy(module, folder));
+    SOrvAssembly content;
+    content.type = kGlobalAssembly;
+    content.manifest = output.Copy(module, folder);
+    added->SetContent(std::move(content));
 }
 
 void CAssemblyProcessor::AddSideBySide(CAssemblyInfo& assembly, COutput& output) const {
@@ -161,20 +165,20 @@ void CAssemblyProcessor::AddSideBySide(CAssemblyInfo& assembly, COutput& output)
     }
     // A key that is no name is left out, and the files then lie in "Assemblies" itself.
     const CFilePathW folder(output.GetFolder(), CFilePathSegmentW(assembly.GetComponentKey()));
-    added->SetManifestRelativeSource(output.Copy(assembly.GetManifestPath(), folder));
-    if (added->GetManifestRelativeSource().IsEmpty()) {
-        return;
+    SOrvAssembly content;
+    content.manifest = output.Copy(assembly.GetManifestPath(), folder);
+    if (!content.manifest.IsEmpty()) {
+        content.catalog = output.Copy(assembly.GetCatalogPath(), folder);
     }
-    added->SetCatalogRelativeSource(output.Copy(assembly.GetCatalogPath(), folder));
-    if (added->GetCatalogRelativeSource().IsEmpty()) {
-        return;
-    }
-    for (const auto& [name, path] : assembly.GetFiles()) {
-        const CStrW source = output.Copy(path, folder);
-        if (!source.IsEmpty()) {
-            added->AddFile(source);
+    if (!content.catalog.IsEmpty()) {
+        for (const auto& [name, path] : assembly.GetFiles()) {
+            const CStrW source = output.Copy(path, folder);
+            if (!source.IsEmpty()) {
+                content.AddFile(source);
+            }
         }
     }
+    added->SetContent(std::move(content));
 }
 
 // Gives the assembly the captured files of its folder.

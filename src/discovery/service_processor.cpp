@@ -106,17 +106,20 @@ constexpr SServiceValue kServiceValues[] = {
     {u"ObjectName", REG_SZ, &StoreObjectName},
 };
 
-void Fill(COrvCreateService& item, const CServiceInfo& service) {
-    item.SetServiceType(CheckServiceType(service.Type));
-    item.SetStartType(CheckStartType(service.Start));
-    item.SetErrorControl(CheckErrorControl(service.ErrorControl));
-    item.SetDisplayName(CheckDisplayName(service.DisplayName));
-    item.SetDescription(service.Description);
-    item.SetBinary(service.Binary.ToString());
-    item.SetArguments(service.Arguments);
-    item.SetLoadOrder(service.Group);
-    item.SetDependencies(service.Dependencies);
-    item.SetUsername(service.ObjectName);
+SOrvService ContentOf(const CStrW& name, const CServiceInfo& service) {
+    SOrvService content;
+    content.name = name;
+    content.serviceType = CheckServiceType(service.Type);
+    content.startType = CheckStartType(service.Start);
+    content.errorControl = CheckErrorControl(service.ErrorControl);
+    content.displayName = CheckDisplayName(service.DisplayName);
+    content.description = service.Description;
+    content.binary = service.Binary.ToString();
+    content.arguments = service.Arguments;
+    content.loadOrder = service.Group;
+    content.dependencies = service.Dependencies;
+    content.username = service.ObjectName;
+    return content;
 }
 
 }  // namespace
@@ -219,9 +222,7 @@ CServiceInfo& CServiceProcessor::FindOrAdd(const CStrW& name) {
 void CServiceProcessor::Apply(COrvPackage& package) const {
     auto& created = package.Get<COrvCreateServicesCollection>();
     for (const auto& [name, service] : m_services) {
-        if (COrvCreateService* const item = created.AddItem(name)) {
-            Fill(*item, service);
-        }
+        created.AddItem(ContentOf(name, service));
     }
     auto& deleted = package.Get<COrvDeleteServicesCollection>();
     for (const CStrW& name : m_deletedServices) {

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "driver/cas_to_orv_converter.h"
 #include "orvpackage/service_collections.h"
 
@@ -22,18 +24,16 @@ void AddService(COrvPackage& package, const CCasService& service) {
         package.Get<COrvDeleteServicesCollection>().AddItem(service.Name);
         return;
     }
-    COrvCreateService* const item =
-        package.Get<COrvCreateServicesCollection>().AddItem(service.Name);
-    if (item == nullptr) {
-        return;
-    }
-    item->SetDisplayName(CheckDisplayName(service.DisplayName));
-    item->SetDescription(service.Description);
-    item->SetBinary(service.VirtualPath);
-    item->SetServiceType(CheckServiceType(service.Type));
-    item->SetStartType(CheckStartType(service.StartType));
-    item->SetErrorControl(CheckErrorControl(service.ErrorControl));
-    item->SetUsername(AccountOf(service.AccountName));
+    SOrvService content;
+    content.name = service.Name;
+    content.serviceType = CheckServiceType(service.Type);
+    content.startType = CheckStartType(service.StartType);
+    content.errorControl = CheckErrorControl(service.ErrorControl);
+    content.displayName = CheckDisplayName(service.DisplayName);
+    content.description = service.Description;
+    content.binary = service.VirtualPath;
+    content.username = AccountOf(service.AccountName);
+    package.Get<COrvCreateServicesCollection>().AddItem(std::move(content));
 }
 
 }  // namespace

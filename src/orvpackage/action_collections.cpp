@@ -3,46 +3,41 @@
 #include <algorithm>
 #include <utility>
 
-#include "foundation/file_path_converter.h"
-#include "foundation/number_text.h"
-#include "foundation/xml_reader.h"
 #include "foundation/xml_writer.h"
-#include "orvpackage/sanitizer.h"
 
 namespace {
 
-struct SReadAction {
-    std::uint32_t type = OrvActionPath;
-    CStrW path;
-    CStrW relativeSource;
-    CStrW arguments;
-    std::uint32_t mode = 0;
-    bool wait = true;
-};
-
 bool IsPathType(std::uint32_t type) { return type == OrvActionPath || type == OrvActionOtherPath; }
 
-}  // namespace
+constexpr SForm<SOrvAction> kPathForm = Path<&SOrvAction::path, Always>;
 
-void COrvAction::SetPath(const CStrW& text, std::uint32_t type) {
-    m_actionType = type;
-    m_path = text;
-    if (IsPathType(type)) {
-        ExpandFileTokens(m_path);
+void WritePath(const SAttributeOutput& output, const SOrvAction& from) {
+    if (IsPathType(from.type)) {
+        kPathForm.write(output, from);
     }
 }
 
-void COrvAction::SetRelativeSource(const CStrW& text) {
-    m_relativeSource = text;
-    ExpandFileTokens(m_relativeSource);
+void ExpandPath(SOrvAction& content) {
+    if (IsPathType(content.type)) {
+        kPathForm.expand(content);
+    }
 }
 
-void COrvAction::SetArguments(const CStrW& text) {
-    m_arguments = text;
-    ExpandFileTokens(m_arguments);
-}
+constexpr SAttribute<SOrvAction> kAttributes[] = {
+    {u"ActionType", Number<&SOrvAction::type, ReadPlainNumber32>},
+    // For the types whose path is one. It is read for all of them.
+    {u"Path", {WritePath, kPathForm.read, ExpandPath}},
+    {u"RelativeSource", RelativePath<&SOrvAction::relativeSource, IfAny>},
+    {u"Arguments", Path<&SOrvAction::arguments, IfAny>},
+    {u"ActionMode", Number<&SOrvAction::mode, ReadPlainNumber32>},
+    {u"Wait", Flag<&SOrvAction::wait>},
+};
 
-COrvAction* COrvActionsCollection::InsertAt(std::uint64_t position) {
+}  // namespace
+
+SAttributes<SOrvAction> SOrvAction::GetAttributes() { return kAttributes; }
+
+COrvAction* COrvActionsCollection::InsertAt(std::uint64_t position, SOrvAction content) {
     const std::uint64_t count = GetCount();
     position = std::min(position, count);
     for (std::uint64_t number = position; number < count; ++number) {
@@ -50,19 +45,20 @@ COrvAction* COrvActionsCollection::InsertAt(std::uint64_t position) {
             ++action->Position;
         }
     }
-    return AddOwned(MakeAction(position));
+    return AddOwned(MakeAction(position, std::move(content)));
 }
 
 COrvAction* COrvActionsCollection::AddAction(const CStrW& path, const CStrW& relativeSource) {
-    COrvItemPtr<COrvAction> action = MakeAction(GetCount());
-    action->SetPath(path, OrvActionPath);
-    action->SetRelativeSource(relativeSource);
+    SOrvAction content;
+    content.path = path;
+    content.relativeSource = relativeSource;
+    COrvItemPtr<COrvAction> action = MakeAction(GetCount(), std::move(content));
     COrvAction* const added = action.get();
     COrvItemPtr<COrvItem> item = std::move(action);
     if (Add(item)) {
         return added;
     }
-    DeletePayload(added->GetRelativeSource(), added->GetPath());
+    DeletePayload(added->GetContent().relativeSource, added->GetContent().path);
     return nullptr;
 }
 
@@ -78,53 +74,17 @@ void COrvActionsCollection::Write(CXmlWriter& writer) const {
     writer.EndElement(true);
 }
 
-void COrvActionsCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    const auto& action = static_cast<const COrvAction&>(item);
-    writer.WriteAttribute(u"ActionType", UnsignedToText(action.GetActionType()));
-    if (IsPathType(action.GetActionType())) {
-        WriteSanitized(writer, u"Path", action.GetPath(), SanitizeNoRegPaths);
-    }
-    WriteIfAny(writer, u"RelativeSource", action.GetRelativeSource(), SanitizeNoPaths);
-    WriteIfAny(writer, u"Arguments", action.GetArguments(), SanitizeNoRegPaths);
-    writer.WriteAttribute(u"ActionMode", UnsignedToText(action.ActionMode));
-    WriteBool(writer, u"Wait", action.Wait);
-    if (action.GetActionType() == OrvActionText) {
-        writer.WriteText(action.GetPath());
-    }
-}
-
-void COrvActionsCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    auto& read = ReadSoFar<SReadAction>();
-    if (name.EqualsNoCase(u"ActionType")) {
-        read.type = ReadPlainNumber32(value);
-    } else if (name.EqualsNoCase(u"Path")) {
-        read.path = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
-    } else if (name.EqualsNoCase(u"RelativeSource")) {
-        read.relativeSource = GetSanitizer().Desanitize(value, SanitizeNoPaths);
-    } else if (name.EqualsNoCase(u"Arguments")) {
-        read.arguments = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
-    } else if (name.EqualsNoCase(u"ActionMode")) {
-        read.mode = ReadPlainNumber32(value);
-    } else if (name.EqualsNoCase(u"Wait")) {
-        read.wait = value.IsTrue();
+void COrvActionsCollection::WriteInside(CXmlWriter& writer, const SOrvAction& action) const {
+    if (action.type == OrvActionText) {
+        writer.WriteText(action.path);
     }
 }
 
 bool COrvActionsCollection::ReadText(CXmlReader& reader) {
-    reader.GetValueChunked(ReadSoFar<SReadAction>().path);
+    reader.GetValueChunked(ReadSoFar<SOrvAction>().path);
     return true;
 }
 
 bool COrvActionsCollection::FinishItem() {
-    const auto read = TakeRead<SReadAction>();
-    COrvAction* const added = InsertAt(GetCount());
-    if (added == nullptr) {
-        return false;
-    }
-    added->SetPath(read.path, read.type);
-    added->SetRelativeSource(read.relativeSource);
-    added->SetArguments(read.arguments);
-    added->ActionMode = read.mode;
-    added->Wait = read.wait;
-    return true;
+    return InsertAt(GetCount(), TakeRead<SOrvAction>()) != nullptr;
 }

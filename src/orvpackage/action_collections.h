@@ -2,9 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <utility>
 
-#include "orvpackage/collection.h"
+#include "orvpackage/content_items.h"
 
 // How the path of an action is to be taken; any other number is carried through, and its path does
 // not reach the manifest.
@@ -14,58 +14,46 @@ enum EOrvAction : std::uint32_t {
     OrvActionText = 2,
 };
 
+struct SOrvAction {
+    std::uint32_t type = OrvActionPath;
+    CStrW path;            // what to run, or the text of the action
+    CStrW relativeSource;  // the payload copy of its file, from the folder of the manifest on
+    CStrW arguments;
+    std::uint32_t mode = 0;
+    bool wait = true;
+
+    [[nodiscard]] static SAttributes<SOrvAction> GetAttributes();
+    [[nodiscard]] bool IsValid() const { return !path.IsEmpty(); }
+};
+
 // An action has no key of its own: it is known by the number it was made with.
-class COrvAction : public COrvItem {
+class COrvAction : public COrvContentItem<SOrvAction> {
 public:
-    // Needs a path.
-    [[nodiscard]] bool IsValid() const override { return !m_path.IsEmpty(); }
+    explicit COrvAction(std::uint64_t position, SOrvAction content = {})
+        : COrvContentItem(position, std::move(Expand(content))), Position(position) {}
+
     // Empty: an action has no name.
     [[nodiscard]] CStrW GetName() const override { return {}; }
 
-    // Takes what to run, or the text of the action; tokens are expanded in paths alone.
-    void SetPath(const CStrW& text, std::uint32_t type);
-    // Take a text and expand its tokens.
-    void SetRelativeSource(const CStrW& text);
-    void SetArguments(const CStrW& text);
-
-    [[nodiscard]] std::uint32_t GetActionType() const { return m_actionType; }
-    [[nodiscard]] const CStrW& GetPath() const { return m_path; }
-    // The payload copy of the action's file, relative to the folder of the manifest.
-    [[nodiscard]] const CStrW& GetRelativeSource() const { return m_relativeSource; }
-    [[nodiscard]] const CStrW& GetArguments() const { return m_arguments; }
-
-    std::uint32_t ActionMode = 0;
-    bool Wait = true;
     std::uint64_t Position;
-
-protected:
-    explicit COrvAction(std::uint64_t position) : COrvItem(position), Position(position) {}
-
-private:
-    std::uint32_t m_actionType = OrvActionPath;
-    CStrW m_path;
-    CStrW m_relativeSource;
-    CStrW m_arguments;
 };
 
 class COrvPreAction : public COrvAction {
-public:
-    explicit COrvPreAction(std::uint64_t position) : COrvAction(position) {}
+    using COrvAction::COrvAction;
 };
 
 class COrvPostAction : public COrvAction {
-public:
-    explicit COrvPostAction(std::uint64_t position) : COrvAction(position) {}
+    using COrvAction::COrvAction;
 };
 
 // Actions in their sequence, which is the order of the manifest: their numbers are counted up to
 // the number of actions, so that behind a gap the last ones are not reached.
-class COrvActionsCollection : public COrvCollection {
+class COrvActionsCollection : public COrvContentCollection<COrvAction> {
 public:
     // Makes an action and lends it; a position beyond the end appends. Null further in front: the
     // actions there move up, but keep the numbers that they are known by, so that the new one is a
     // double.
-    COrvAction* InsertAt(std::uint64_t position);
+    COrvAction* InsertAt(std::uint64_t position, SOrvAction content = {});
     // Appends an action that runs the file `path`, whose payload copy is `relativeSource`, and
     // lends it. Null for a double, whose payload copy is then deleted, unless it is `path` itself.
     COrvAction* AddAction(const CStrW& path, const CStrW& relativeSource);
@@ -73,35 +61,28 @@ public:
     void Write(CXmlWriter& writer) const override;
 
 protected:
-    using COrvCollection::COrvCollection;
+    using COrvContentCollection::COrvContentCollection;
 
-    [[nodiscard]] virtual COrvItemPtr<COrvAction> MakeAction(std::uint64_t position) = 0;
-    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
-    void ReadAttribute(const CStrW& name, const CStrW& value) override;
+    [[nodiscard]] virtual COrvItemPtr<COrvAction> MakeAction(std::uint64_t position,
+                                                             SOrvAction content) = 0;
+    void WriteInside(CXmlWriter& writer, const SOrvAction& action) const override;
     bool ReadText(CXmlReader& reader) override;
     bool FinishItem() override;
 };
 
-class COrvPreActionsCollection : public COrvActionsCollection {
+template <class TAction, EOrvCollection kCollection>
+class COrvActionsCollectionOf : public COrvActionsCollection {
 public:
-    static constexpr EOrvCollection kType = OrvPreActions;
-    explicit COrvPreActionsCollection(COrvPackage& package)
+    static constexpr EOrvCollection kType = kCollection;
+    explicit COrvActionsCollectionOf(COrvPackage& package)
         : COrvActionsCollection(package, kType) {}
 
 protected:
-    [[nodiscard]] COrvItemPtr<COrvAction> MakeAction(std::uint64_t position) override {
-        return Make<COrvPreAction>(position);
+    [[nodiscard]] COrvItemPtr<COrvAction> MakeAction(std::uint64_t position,
+                                                     SOrvAction content) override {
+        return Make<TAction>(position, std::move(content));
     }
 };
 
-class COrvPostActionsCollection : public COrvActionsCollection {
-public:
-    static constexpr EOrvCollection kType = OrvPostActions;
-    explicit COrvPostActionsCollection(COrvPackage& package)
-        : COrvActionsCollection(package, kType) {}
-
-protected:
-    [[nodiscard]] COrvItemPtr<COrvAction> MakeAction(std::uint64_t position) override {
-        return Make<COrvPostAction>(position);
-    }
-};
+using COrvPreActionsCollection = COrvActionsCollectionOf<COrvPreAction, OrvPreActions>;
+using COrvPostActionsCollection = COrvActionsCollectionOf<COrvPostAction, OrvPostActions>;

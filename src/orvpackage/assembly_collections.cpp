@@ -1,78 +1,48 @@
 #include "orvpackage/assembly_collections.h"
 
 #include <utility>
-#include <vector>
 
-#include "foundation/file_path_converter.h"
-#include "foundation/number_text.h"
-#include "foundation/xml_reader.h"
 #include "foundation/xml_writer.h"
-#include "orvpackage/sanitizer.h"
 
 namespace {
 
-constexpr std::u16string_view kRelativeSource = u"RelativeSource";
-
-// What is read of an assembly besides its identity.
-struct SReadAssembly {
-    std::uint32_t type = 0;
-    CStrW manifest;
-    CStrW catalog;
-    std::vector<CStrW> files;
-    CStrW privateFolder;
+constexpr SAttribute<SOrvAssembly> kAttributes[] = {
+    {u"Id", Plain<&SOrvAssembly::id, Always>},
+    {u"AssemblyType", Number<&SOrvAssembly::type, ReadPlainNumber32>},
+    {u"ManifestRelativeSource", RelativePath<&SOrvAssembly::manifest, Always>},
+    {u"CatalogRelativeSource", RelativePath<&SOrvAssembly::catalog, IfAny>},
+    {u"Private", Path<&SOrvAssembly::privateFolder, IfAny>},
 };
 
-void Expand(CStrW& field, const CStrW& text) {
-    field = text;
-    ExpandFileTokens(field);
+void WriteFile(const SAttributeOutput& output, const CStrW& file) {
+    output.WritePortable(file, SanitizeNoPaths);
 }
+
+void ReadFile(SOrvAssembly& into, const CStrW& value, const COrvSanitizer& sanitizer) {
+    into.AddFile(sanitizer.Desanitize(value, SanitizeNoPaths));
+}
+
+// The child element of a member file.
+constexpr SAttribute<CStrW, SOrvAssembly> kFileAttributes[] = {
+    {u"RelativeSource", {WriteFile, ReadFile}},
+};
 
 }  // namespace
 
-bool COrvCreateAssembly::IsValid() const {
-    return COrvNamedItem::IsValid() && !m_manifest.IsEmpty();
+SAttributes<SOrvAssembly> SOrvAssembly::GetAttributes() { return kAttributes; }
+
+void SOrvAssembly::AddFile(CStrW file) {
+    ExpandFileTokens(file);
+    files.insert(std::move(file));
 }
 
-void COrvCreateAssembly::SetManifestRelativeSource(const CStrW& text) { Expand(m_manifest, text); }
-
-void COrvCreateAssembly::SetCatalogRelativeSource(const CStrW& text) { Expand(m_catalog, text); }
-
-void COrvCreateAssembly::SetPrivate(const CStrW& text) { Expand(m_private, text); }
-
-void COrvCreateAssembly::AddFile(const CStrW& text) {
-    CStrW file;
-    Expand(file, text);
-    m_files.insert(std::move(file));
-}
-
-void COrvCreateAssembliesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    COrvNamedItemCollection::WriteItem(writer, item);
-    const auto& assembly = static_cast<const COrvCreateAssembly&>(item);
-    writer.WriteAttribute(u"AssemblyType", UnsignedToText(assembly.AssemblyType));
-    WriteSanitized(writer, u"ManifestRelativeSource", assembly.GetManifestRelativeSource(),
-                   SanitizeNoPaths);
-    WriteIfAny(writer, u"CatalogRelativeSource", assembly.GetCatalogRelativeSource(),
-               SanitizeNoPaths);
-    WriteIfAny(writer, u"Private", assembly.GetPrivate(), SanitizeNoRegPaths);
-    for (const CStrW& file : assembly.GetFiles()) {
+void COrvCreateAssembliesCollection::WriteInside(CXmlWriter& writer,
+                                                 const SOrvAssembly& assembly) const {
+    for (const CStrW& file : assembly.files) {
         if (writer.StartElement(u"File", false) >= 0) {
-            WriteSanitized(writer, kRelativeSource, file, SanitizeNoPaths);
+            WriteAttributes<CStrW, SOrvAssembly>(kFileAttributes, writer, GetPackage(), file);
             writer.EndElement(false);
         }
-    }
-}
-
-void COrvCreateAssembliesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    COrvNamedItemCollection::ReadAttribute(name, value);
-    auto& read = ReadSoFar<SReadAssembly>();
-    if (name.EqualsNoCase(u"AssemblyType")) {
-        read.type = ReadPlainNumber32(value);
-    } else if (name.EqualsNoCase(u"ManifestRelativeSource")) {
-        read.manifest = GetSanitizer().Desanitize(value, SanitizeNoPaths);
-    } else if (name.EqualsNoCase(u"CatalogRelativeSource")) {
-        read.catalog = GetSanitizer().Desanitize(value, SanitizeNoPaths);
-    } else if (name.EqualsNoCase(u"Private")) {
-        read.privateFolder = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
     }
 }
 
@@ -81,27 +51,7 @@ bool COrvCreateAssembliesCollection::ReadChild(std::u16string_view child, CXmlRe
         reader.GetNodeType() != platform::EXmlNode::Element) {
         return false;
     }
-    ForEachAttribute(reader, [this](const CStrW& name, const CStrW& value) {
-        if (name.EqualsNoCase(kRelativeSource)) {
-            ReadSoFar<SReadAssembly>().files.push_back(
-                GetSanitizer().Desanitize(value, SanitizeNoPaths));
-        }
-    });
-    return true;
-}
-
-bool COrvCreateAssembliesCollection::FinishItem() {
-    const auto read = TakeRead<SReadAssembly>();
-    COrvCreateAssembly* const added = AddItem(TakeReadName());
-    if (added == nullptr) {
-        return false;
-    }
-    added->AssemblyType = read.type;
-    added->SetManifestRelativeSource(read.manifest);
-    added->SetCatalogRelativeSource(read.catalog);
-    for (const CStrW& file : read.files) {
-        added->AddFile(file);
-    }
-    added->SetPrivate(read.privateFolder);
+    ReadAttributes<CStrW, SOrvAssembly>(kFileAttributes, reader, GetSanitizer(),
+                                        ReadSoFar<SOrvAssembly>());
     return true;
 }

@@ -153,11 +153,15 @@ bool COrvCollection::Read(CXmlReader& reader) {
         return true;
     }
     if (reader.GetNodeType() == platform::EXmlNode::Element) {
-        ForEachAttribute(
-            reader, [this](const CStrW& name, const CStrW& value) { ReadAttribute(name, value); });
+        ReadItem(reader);
         return true;
     }
     return reader.GetNodeType() == platform::EXmlNode::Text && ReadText(reader);
+}
+
+void COrvCollection::ReadItem(CXmlReader& reader) {
+    ForEachAttribute(
+        reader, [this](const CStrW& name, const CStrW& value) { ReadAttribute(name, value); });
 }
 
 void COrvCollection::ForEachAttribute(

@@ -140,8 +140,10 @@ protected:
 
     // Writes what stands in the element of an item, which is open.
     virtual void WriteItem(CXmlWriter& writer, const COrvItem& item) const = 0;
-    // Takes one attribute of an item's element into the values read so far.
-    virtual void ReadAttribute(const CStrW& name, const CStrW& value) = 0;
+    // Takes the attributes of an item's element, which `reader` is on, into the values read so far.
+    virtual void ReadItem(CXmlReader& reader);
+    // Takes one of them.
+    virtual void ReadAttribute(const CStrW& /*name*/, const CStrW& /*value*/) {}
     // Takes the text of an item's element; false when this kind has none.
     virtual bool ReadText(CXmlReader& reader);
     // Offers a node below an item's element; `child` is its path from the item on, such as "/Data".
@@ -158,19 +160,6 @@ private:
     CStrW m_itemPath;  // "/Package/CreateFiles/File"
     bool m_isDirty = false;
     COrvItemTable m_items;
-};
-
-// A collection of TItems, which are made of one text: the one that `TBase` reads of an element.
-template <class TBase, class TItem>
-class COrvCollectionOf : public TBase {
-public:
-    // Adds an item of which no more is said yet, and lends it; null for a double.
-    TItem* AddItem(const CStrW& text) { return this->AddOwned(this->template Make<TItem>(text)); }
-
-protected:
-    using TBase::TBase;
-
-    bool FinishItem() override { return AddItem(this->TakeReadName()) != nullptr; }
 };
 
 // A walk over a collection in the order of its table. Adding to the collection meanwhile is not

@@ -2,20 +2,20 @@
 
 #include <utility>
 
-#include "foundation/file_path_converter.h"
-#include "foundation/xml_writer.h"
-#include "orvpackage/sanitizer.h"
-
 namespace {
 
-constexpr std::u16string_view kTarget = u"Target";
-constexpr std::u16string_view kRecursive = u"Recursive";
-constexpr std::u16string_view kRelativeSource = u"RelativeSource";
+constexpr SAttribute<SOrvTarget> kTargetAttributes[] = {
+    {u"Target", Path<&SOrvTarget::target, Always>},
+};
 
-struct SReadTarget {
-    CStrW target;
-    CStrW relativeSource;
-    bool recursive = false;
+constexpr SAttribute<SOrvDeletedFolder> kDeletedFolderAttributes[] = {
+    {u"Target", Path<&SOrvDeletedFolder::target, Always>},
+    {u"Recursive", Flag<&SOrvDeletedFolder::recursive>},
+};
+
+constexpr SAttribute<SOrvFile> kFileAttributes[] = {
+    {u"Target", Path<&SOrvFile::target, Always>},
+    {u"RelativeSource", RelativePath<&SOrvFile::relativeSource, Always>},
 };
 
 bool IsRelative(const CFilePathW& path) {
@@ -24,100 +24,36 @@ bool IsRelative(const CFilePathW& path) {
 
 }  // namespace
 
-// The target, expanded once for both the hash and the field.
-struct COrvTargetItem::SExpanded {
-    explicit SExpanded(const CStrW& text) : target(text) { ExpandFileTokens(target); }
-    CStrW target;
-};
+SAttributes<SOrvTarget> SOrvTarget::GetAttributes() { return kTargetAttributes; }
 
-COrvTargetItem::COrvTargetItem(const CStrW& target) : COrvTargetItem(SExpanded(target)) {}
-
-COrvTargetItem::COrvTargetItem(SExpanded expanded)
-    : COrvItem(HashKeyText(expanded.target)), m_target(std::move(expanded.target)) {}
-
-void COrvCreateFile::SetRelativeSource(const CStrW& text) {
-    m_relativeSource = text;
-    ExpandFileTokens(m_relativeSource);
-    m_isRelative = IsRelative(CFilePathW(m_relativeSource));
+SAttributes<SOrvDeletedFolder> SOrvDeletedFolder::GetAttributes() {
+    return kDeletedFolderAttributes;
 }
 
-void COrvCreateFile::SetRelativeSource(const CFilePathW& path) {
-    const CStrW text = path.ToString();
-    if (text.View().find(u'%') != std::u16string_view::npos) {
-        SetRelativeSource(text);
-        return;
-    }
-    m_relativeSource = text;
-    m_isRelative = IsRelative(path);
-}
+SAttributes<SOrvFile> SOrvFile::GetAttributes() { return kFileAttributes; }
 
-bool COrvCreateFile::IsValid() const { return !GetTarget().IsEmpty() && m_isRelative; }
+COrvCreateFile::COrvCreateFile(SOrvFile content)
+    : COrvItemOf(std::move(content)),
+      m_isRelative(IsRelative(CFilePathW(GetContent().relativeSource))) {}
 
-void COrvTargetCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    WriteSanitized(writer, kTarget, static_cast<const COrvTargetItem&>(item).GetTarget(),
-                   SanitizeNoRegPaths);
-}
+COrvCreateFile::COrvCreateFile(SOrvFile content, bool isRelative)
+    : COrvItemOf(std::move(content)), m_isRelative(isRelative) {}
 
-void COrvTargetCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    if (name.EqualsNoCase(kTarget)) {
-        ReadSoFar<SReadTarget>().target = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
-    }
-}
-
-CStrW COrvTargetCollection::TakeReadName() { return TakeRead<SReadTarget>().target; }
-
-void COrvDeleteFoldersCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    COrvTargetCollection::WriteItem(writer, item);
-    WriteBool(writer, kRecursive, static_cast<const COrvDeleteFolder&>(item).Recursive);
-}
-
-void COrvDeleteFoldersCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    COrvTargetCollection::ReadAttribute(name, value);
-    if (name.EqualsNoCase(kRecursive)) {
-        ReadSoFar<SReadTarget>().recursive = value.IsTrue();
-    }
-}
-
-bool COrvDeleteFoldersCollection::FinishItem() {
-    const auto read = TakeRead<SReadTarget>();
-    COrvDeleteFolder* const added = AddItem(read.target);
-    if (added != nullptr) {
-        added->Recursive = read.recursive;
-    }
-    return added != nullptr;
-}
+bool COrvCreateFile::IsValid() const { return COrvItemOf::IsValid() && m_isRelative; }
 
 COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
                                                    const CFilePathW& relativeSource) {
-    COrvItemPtr<COrvCreateFile> file = Make<COrvCreateFile>(target.ToString());
-    file->SetRelativeSource(relativeSource);
+    SOrvFile content{target.ToString(), relativeSource.ToString()};
+    // A token may stand for a path of another kind. Without one nothing has to be parsed again.
+    COrvItemPtr<COrvCreateFile> file =
+        HasUnit(content.relativeSource, u'%')
+            ? Make<COrvCreateFile>(std::move(content))
+            : Make<COrvCreateFile>(std::move(content), IsRelative(relativeSource));
     COrvCreateFile* const added = file.get();
     COrvItemPtr<COrvItem> item = std::move(file);
     if (Add(item)) {
         return added;
     }
-    DeletePayload(added->GetRelativeSource(), added->GetTarget());
+    DeletePayload(added->GetContent().relativeSource, added->GetContent().target);
     return nullptr;
-}
-
-void COrvCreateFilesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    COrvTargetCollection::WriteItem(writer, item);
-    WriteSanitized(writer, kRelativeSource,
-                   static_cast<const COrvCreateFile&>(item).GetRelativeSource(), SanitizeNoPaths);
-}
-
-void COrvCreateFilesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    COrvTargetCollection::ReadAttribute(name, value);
-    if (name.EqualsNoCase(kRelativeSource)) {
-        ReadSoFar<SReadTarget>().relativeSource = GetSanitizer().Desanitize(value, SanitizeNoPaths);
-    }
-}
-
-bool COrvCreateFilesCollection::FinishItem() {
-    const auto read = TakeRead<SReadTarget>();
-    COrvCreateFile* const added = AddOwned(Make<COrvCreateFile>(read.target));
-    if (added != nullptr) {
-        added->SetRelativeSource(read.relativeSource);
-    }
-    return added != nullptr;
 }

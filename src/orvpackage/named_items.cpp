@@ -1,23 +1,11 @@
 #include "orvpackage/named_items.h"
 
-#include "foundation/xml_writer.h"
-
 namespace {
 
-struct SReadName {
-    CStrW name;
+constexpr SAttribute<SOrvName> kAttributes[] = {
+    {u"Name", Plain<&SOrvName::name, Always>},
 };
 
 }  // namespace
 
-void COrvNamedItemCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    writer.WriteAttribute(m_nameAttribute, item.GetName());
-}
-
-void COrvNamedItemCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    if (name.EqualsNoCase(m_nameAttribute)) {
-        ReadSoFar<SReadName>().name = value;
-    }
-}
-
-CStrW COrvNamedItemCollection::TakeReadName() { return TakeRead<SReadName>().name; }
+SAttributes<SOrvName> SOrvName::GetAttributes() { return kAttributes; }

@@ -3,12 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "foundation/file_path_converter.h"
-#include "foundation/number_text.h"
-#include "foundation/xml_writer.h"
 #include "orvpackage/crypt.h"
 #include "orvpackage/multi_string.h"
-#include "orvpackage/sanitizer.h"
+#include "orvpackage/package.h"
 
 namespace {
 
@@ -21,21 +18,64 @@ constexpr std::uint32_t kNormalErrors = 1;
 constexpr std::uint32_t kErrorControls = 4;
 constexpr std::size_t kMaxDisplayName = 256;
 
-// The attributes of a service that are texts as they stand.
-struct STextAttribute {
-    std::u16string_view name;
-    CStrW SOrvService::*field;
-};
-constexpr STextAttribute kPlainTexts[] = {
-    {u"Description", &SOrvService::description},
-    {u"LoadOrder", &SOrvService::loadOrder},
-    {u"Username", &SOrvService::username},
-    {u"EncryptedPassword", &SOrvService::encryptedPassword},
+// A number of a service by the checked rule, and then by what a service manager accepts.
+template <auto kCheck>
+std::uint32_t ReadChecked(std::u16string_view text) {
+    return kCheck(ReadCheckedNumber32(text));
+}
+
+void WriteDependencies(const SAttributeOutput& output, const SOrvService& from) {
+    if (from.dependencies.GetCount() != 0) {
+        output.Write(FormatMultiString(from.dependencies));
+    }
+}
+
+void ReadDependencies(SOrvService& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
+    into.dependencies = ParseMultiString(value);
+}
+
+void ReadPassword(SOrvService& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
+    into.encryptedPassword = EncryptPassword(value);
+}
+
+constexpr SAttribute<SOrvService> kServiceAttributes[] = {
+    {u"Name", Plain<&SOrvService::name, Always>},
+    {u"ServiceType", Number<&SOrvService::serviceType, ReadChecked<CheckServiceType>>},
+    {u"StartType", Number<&SOrvService::startType, ReadChecked<CheckStartType>>},
+    {u"ErrorControl", Number<&SOrvService::errorControl, ReadChecked<CheckErrorControl>>},
+    {u"DisplayName", Plain<&SOrvService::displayName, IfAny, CheckDisplayName>},
+    {u"Description", Plain<&SOrvService::description, IfAny>},
+    {u"Binary", Path<&SOrvService::binary, IfAny>},
+    {u"Arguments", Path<&SOrvService::arguments, IfAny>},
+    {u"LoadOrder", Plain<&SOrvService::loadOrder, IfAny>},
+    {u"Dependencies", {WriteDependencies, ReadDependencies}},  // not portable
+    {u"Username", Plain<&SOrvService::username, IfAny>},
+    {u"EncryptedPassword", Plain<&SOrvService::encryptedPassword, IfAny>},
+    // Clear text may come in, from a manifest made by hand; it never goes out.
+    {u"Password", {nullptr, ReadPassword}},
 };
 
-struct SReadControl {
-    std::uint32_t action = 1;
-    CDoubleNullStringW arguments;
+void WriteArguments(const SAttributeOutput& output, const SOrvServiceControl& from) {
+    if (from.arguments.GetCount() != 0) {
+        const COrvSanitizer& sanitizer = output.package.GetSanitizer();
+        output.Write(
+            FormatMultiString(sanitizer.SanitizeMulti(from.arguments, SanitizeNoRegPaths)));
+    }
+}
+
+void ReadArguments(SOrvServiceControl& into, const CStrW& value, const COrvSanitizer& sanitizer) {
+    into.arguments = ParseMultiString(sanitizer.Desanitize(value, SanitizeNoRegPaths));
+}
+
+void ExpandArguments(SOrvServiceControl& content) {
+    content.arguments = ExpandMultiString(content.arguments);
+}
+
+constexpr SAttribute<SOrvServiceControl> kControlAttributes[] = {
+    {u"Name", Plain<&SOrvServiceControl::name, Always>},
+    {u"Action", Number<&SOrvServiceControl::action, ReadPlainNumber32>},
+    // Each string goes out through the sanitizer by itself, but all come in through it as one text.
+    {u"Arguments", {WriteArguments, ReadArguments, ExpandArguments}},
 };
 
 }  // namespace
@@ -56,119 +96,6 @@ CStrW CheckDisplayName(const CStrW& name) {
     return name.GetLength() <= kMaxDisplayName ? name : CStrW();
 }
 
-bool COrvCreateService::IsValid() const {
-    return COrvNamedItem::IsValid() && m_content.serviceType != kNoServiceType &&
-           !m_content.binary.IsEmpty();
-}
+SAttributes<SOrvService> SOrvService::GetAttributes() { return kServiceAttributes; }
 
-void COrvCreateService::SetBinary(const CStrW& text) {
-    m_content.binary = text;
-    ExpandFileTokens(m_content.binary);
-}
-
-void COrvCreateService::SetArguments(const CStrW& text) {
-    m_content.arguments = text;
-    ExpandFileTokens(m_content.arguments);
-}
-
-void COrvControlService::SetArguments(const CDoubleNullStringW& strings) {
-    m_arguments = ExpandMultiString(strings);
-}
-
-void COrvCreateServicesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    COrvNamedItemCollection::WriteItem(writer, item);
-    const SOrvService& service = static_cast<const COrvCreateService&>(item).GetContent();
-    writer.WriteAttribute(u"ServiceType", UnsignedToText(service.serviceType));
-    writer.WriteAttribute(u"StartType", UnsignedToText(service.startType));
-    writer.WriteAttribute(u"ErrorControl", UnsignedToText(service.errorControl));
-    WriteIfAny(writer, u"DisplayName", service.displayName);
-    WriteIfAny(writer, u"Description", service.description);
-    WriteIfAny(writer, u"Binary", service.binary, SanitizeNoRegPaths);
-    WriteIfAny(writer, u"Arguments", service.arguments, SanitizeNoRegPaths);
-    WriteIfAny(writer, u"LoadOrder", service.loadOrder);
-    if (service.dependencies.GetCount() != 0) {
-        writer.WriteAttribute(u"Dependencies", FormatMultiString(service.dependencies));
-    }
-    WriteIfAny(writer, u"Username", service.username);
-    WriteIfAny(writer, u"EncryptedPassword", service.encryptedPassword);
-}
-
-void COrvCreateServicesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    COrvNamedItemCollection::ReadAttribute(name, value);
-    auto& service = ReadSoFar<SOrvService>();
-    for (const STextAttribute& text : kPlainTexts) {
-        if (name.EqualsNoCase(text.name)) {
-            service.*text.field = value;
-            return;
-        }
-    }
-    if (name.EqualsNoCase(u"ServiceType")) {
-        service.serviceType = ReadCheckedNumber32(value);
-    } else if (name.EqualsNoCase(u"StartType")) {
-        service.startType = ReadCheckedNumber32(value);
-    } else if (name.EqualsNoCase(u"ErrorControl")) {
-        service.errorControl = ReadCheckedNumber32(value);
-    } else if (name.EqualsNoCase(u"DisplayName")) {
-        service.displayName = CheckDisplayName(value);
-    } else if (name.EqualsNoCase(u"Binary")) {
-        service.binary = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
-    } else if (name.EqualsNoCase(u"Arguments")) {
-        service.arguments = GetSanitizer().Desanitize(value, SanitizeNoRegPaths);
-    } else if (name.EqualsNoCase(u"Dependencies")) {
-        service.dependencies = ParseMultiString(value);
-    } else if (name.EqualsNoCase(u"Password")) {
-        // Clear text may come in, from a manifest made by hand; it never goes out.
-        service.encryptedPassword = EncryptPassword(value);
-    }
-}
-
-bool COrvCreateServicesCollection::FinishItem() {
-    const auto read = TakeRead<SOrvService>();
-    COrvCreateService* const added = AddItem(TakeReadName());
-    if (added == nullptr) {
-        return false;
-    }
-    added->SetServiceType(CheckServiceType(read.serviceType));
-    added->SetStartType(CheckStartType(read.startType));
-    added->SetErrorControl(CheckErrorControl(read.errorControl));
-    added->SetDisplayName(read.displayName);
-    added->SetDescription(read.description);
-    added->SetBinary(read.binary);
-    added->SetArguments(read.arguments);
-    added->SetLoadOrder(read.loadOrder);
-    added->SetDependencies(read.dependencies);
-    added->SetUsername(read.username);
-    added->SetEncryptedPassword(read.encryptedPassword);
-    return true;
-}
-
-void COrvControlServicesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    COrvNamedItemCollection::WriteItem(writer, item);
-    const auto& service = static_cast<const COrvControlService&>(item);
-    writer.WriteAttribute(u"Action", UnsignedToText(service.Action));
-    if (service.GetArguments().GetCount() != 0) {
-        writer.WriteAttribute(u"Arguments", FormatMultiString(GetSanitizer().SanitizeMulti(
-                                                service.GetArguments(), SanitizeNoRegPaths)));
-    }
-}
-
-void COrvControlServicesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    COrvNamedItemCollection::ReadAttribute(name, value);
-    if (name.EqualsNoCase(u"Action")) {
-        ReadSoFar<SReadControl>().action = ReadPlainNumber32(value);
-    } else if (name.EqualsNoCase(u"Arguments")) {
-        // Sanitized string by string on the way out, but desanitized as one text.
-        ReadSoFar<SReadControl>().arguments =
-            ParseMultiString(GetSanitizer().Desanitize(value, SanitizeNoRegPaths));
-    }
-}
-
-bool COrvControlServicesCollection::FinishItem() {
-    const auto read = TakeRead<SReadControl>();
-    COrvControlService* const added = AddItem(TakeReadName());
-    if (added != nullptr) {
-        added->Action = read.action;
-        added->SetArguments(read.arguments);
-    }
-    return added != nullptr;
-}
+SAttributes<SOrvServiceControl> SOrvServiceControl::GetAttributes() { return kControlAttributes; }

@@ -14,8 +14,9 @@
 [[nodiscard]] std::uint32_t CheckErrorControl(std::uint32_t control);
 [[nodiscard]] CStrW CheckDisplayName(const CStrW& name);
 
-// What there is to say of a service, apart from its name.
+// A service to register.
 struct SOrvService {
+    CStrW name;
     std::uint32_t serviceType = 0;
     std::uint32_t startType = 4;
     std::uint32_t errorControl = 1;
@@ -27,84 +28,38 @@ struct SOrvService {
     CDoubleNullStringW dependencies;
     CStrW username;
     CStrW encryptedPassword;  // as EncryptPassword gives it
-};
 
-// A service to register. The numbers are set as they are given: see the checks above.
-class COrvCreateService : public COrvNamedItem {
-public:
-    explicit COrvCreateService(const CStrW& name) : COrvNamedItem(name) {}
-
-    // Needs a type and a program.
-    [[nodiscard]] bool IsValid() const override;
-    [[nodiscard]] const SOrvService& GetContent() const { return m_content; }
-
-    // Take a text and expand its tokens.
-    void SetBinary(const CStrW& text);
-    void SetArguments(const CStrW& text);
-    void SetServiceType(std::uint32_t type) { m_content.serviceType = type; }
-    void SetStartType(std::uint32_t type) { m_content.startType = type; }
-    void SetErrorControl(std::uint32_t control) { m_content.errorControl = control; }
-    void SetDisplayName(const CStrW& text) { m_content.displayName = text; }
-    void SetDescription(const CStrW& text) { m_content.description = text; }
-    void SetLoadOrder(const CStrW& text) { m_content.loadOrder = text; }
-    void SetDependencies(const CDoubleNullStringW& names) { m_content.dependencies = names; }
-    void SetUsername(const CStrW& text) { m_content.username = text; }
-    void SetEncryptedPassword(const CStrW& text) { m_content.encryptedPassword = text; }
-
-private:
-    SOrvService m_content;
-};
-
-class COrvDeleteService : public COrvNamedItem {
-public:
-    explicit COrvDeleteService(const CStrW& name) : COrvNamedItem(name) {}
+    [[nodiscard]] static SAttributes<SOrvService> GetAttributes();
+    [[nodiscard]] bool IsValid() const {
+        return !name.IsEmpty() && serviceType != 0 && !binary.IsEmpty();
+    }
 };
 
 // A service to start, to stop or to drive otherwise, by the number of an action.
-class COrvControlService : public COrvNamedItem {
-public:
-    explicit COrvControlService(const CStrW& name) : COrvNamedItem(name) {}
+struct SOrvServiceControl {
+    CStrW name;
+    std::uint32_t action = 1;
+    CDoubleNullStringW arguments;
 
-    [[nodiscard]] const CDoubleNullStringW& GetArguments() const { return m_arguments; }
-    // Takes copies of the strings with their tokens expanded.
-    void SetArguments(const CDoubleNullStringW& strings);
-
-    std::uint32_t Action = 1;
-
-private:
-    CDoubleNullStringW m_arguments;
+    [[nodiscard]] static SAttributes<SOrvServiceControl> GetAttributes();
+    [[nodiscard]] bool IsValid() const { return !name.IsEmpty(); }
 };
 
-class COrvCreateServicesCollection
-    : public COrvCollectionOf<COrvNamedItemCollection, COrvCreateService> {
-public:
-    static constexpr EOrvCollection kType = OrvCreateServices;
-    explicit COrvCreateServicesCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kType, u"Name") {}
-
-protected:
-    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
-    void ReadAttribute(const CStrW& name, const CStrW& value) override;
-    bool FinishItem() override;
+// The numbers and the display name are taken as they are given: see the checks above.
+class COrvCreateService : public COrvItemOf<&SOrvService::name> {
+    using COrvItemOf::COrvItemOf;
 };
 
-class COrvDeleteServicesCollection
-    : public COrvCollectionOf<COrvNamedItemCollection, COrvDeleteService> {
-public:
-    static constexpr EOrvCollection kType = OrvDeleteServices;
-    explicit COrvDeleteServicesCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kType, u"Name") {}
+class COrvDeleteService : public COrvItemOf<&SOrvName::name> {
+    using COrvItemOf::COrvItemOf;
 };
 
-class COrvControlServicesCollection
-    : public COrvCollectionOf<COrvNamedItemCollection, COrvControlService> {
-public:
-    static constexpr EOrvCollection kType = OrvControlServices;
-    explicit COrvControlServicesCollection(COrvPackage& package)
-        : COrvCollectionOf(package, kType, u"Name") {}
-
-protected:
-    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
-    void ReadAttribute(const CStrW& name, const CStrW& value) override;
-    bool FinishItem() override;
+class COrvControlService : public COrvItemOf<&SOrvServiceControl::name> {
+    using COrvItemOf::COrvItemOf;
 };
+
+using COrvCreateServicesCollection = COrvCollectionOf<COrvCreateService, OrvCreateServices>;
+
+using COrvDeleteServicesCollection = COrvCollectionOf<COrvDeleteService, OrvDeleteServices>;
+
+using COrvControlServicesCollection = COrvCollectionOf<COrvControlService, OrvControlServices>;

@@ -5,65 +5,65 @@
 #include <optional>
 #include <utility>
 
-#include "foundation/file_path_converter.h"
 #include "foundation/hex.h"
-#include "foundation/number_text.h"
-#include "foundation/xml_reader.h"
 #include "foundation/xml_writer.h"
-#include "orvpackage/sanitizer.h"
 
 namespace {
 
 constexpr std::size_t kMaxReadDescription = 1024;
-constexpr std::uint32_t kPath = SanitizeNoRegPaths;
-
 constexpr std::int32_t kShowNormal = 1;
 constexpr std::int32_t kShowMaximized = 3;
-constexpr std::int32_t kShowMinimizedInactive = 7;
+constexpr std::int32_t kShowMinimized = 7;
 
-// The texts of a shortcut in the manifest that are paths or hold some.
-struct STextAttribute {
-    std::u16string_view name;
-    CStrW SOrvShortcut::*field;
-};
-constexpr STextAttribute kPathTexts[] = {
-    {u"ShortcutTarget", &SOrvShortcut::shortcutTarget},
-    {u"Arguments", &SOrvShortcut::arguments},
-    {u"IconTarget", &SOrvShortcut::iconTarget},
-    {u"WorkingDirectory", &SOrvShortcut::workingDirectory},
+CStrW CheckDescription(const CStrW& text) {
+    return text.GetLength() <= kMaxReadDescription ? text : CStrW();
+}
+
+void WriteIconIndex(const SAttributeOutput& output, const SOrvShortcut& from) {
+    if (!from.iconTarget.IsEmpty()) {
+        output.Write(IntToDecimal(from.iconIndex));
+    }
+}
+
+// A minus sign is no digit, so that a negative index comes back as 0.
+std::int32_t ReadIconIndex(std::u16string_view text) {
+    return static_cast<std::int32_t>(ReadCheckedNumber32(text));
+}
+
+void WriteShowCommand(const SAttributeOutput& output, const SOrvShortcut& from) {
+    output.Write(UnsignedToText(static_cast<std::uint8_t>(from.showCommand)));
+}
+
+void ReadShowCommand(SOrvShortcut& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
+    into.SetShowCommand(static_cast<std::int32_t>(ReadCheckedNumber32(value)));
+}
+
+constexpr SAttribute<SOrvShortcut> kAttributes[] = {
+    {u"Target", Path<&SOrvShortcut::target, Always>},
+    {u"ShortcutTarget", Path<&SOrvShortcut::shortcutTarget, Always>},
+    {u"Description", Plain<&SOrvShortcut::description, IfAny, CheckDescription>},
+    {u"Arguments", Path<&SOrvShortcut::arguments, IfAny>},
+    {u"Hotkey", Number<&SOrvShortcut::hotkey, ReadCheckedNumber16, IfAny>},
+    {u"IconTarget", Path<&SOrvShortcut::iconTarget, IfAny>},
+    // With an icon only, and signed.
+    {u"IconIndex", {WriteIconIndex, Number<&SOrvShortcut::iconIndex, ReadIconIndex>.read}},
+    // The low byte goes out, and what comes in is one of three.
+    {u"ShowCmd", {WriteShowCommand, ReadShowCommand}},
+    {u"WorkingDirectory", Path<&SOrvShortcut::workingDirectory, IfAny>},
+    {u"DataFlags", HexNumber<&SOrvShortcut::dataFlags>},
 };
 
-struct SReadShortcut {
-    SOrvShortcut content;
+// The child element of a data block, but for its text.
+struct SDataElement {
     std::uint32_t signature = 0;
 };
 
-std::size_t BlockSize(const std::vector<std::byte>& block) {
-    std::uint32_t size = 0;
-    if (block.size() >= sizeof(size)) {
-        std::memcpy(&size, block.data(), sizeof(size));
-    }
-    return size;
-}
+constexpr SAttribute<SDataElement> kDataAttributes[] = {
+    {u"Signature", HexNumber<&SDataElement::signature>},
+};
 
-void Expand(CStrW& field, const CStrW& text) {
-    field = text;
-    ExpandFileTokens(field);
-}
-
-void WriteDataBlock(CXmlWriter& writer, std::uint32_t signature,
-                    const std::vector<std::byte>& block) {
-    if (!block.empty() && writer.StartElement(u"Data", false) >= 0) {
-        writer.WriteAttribute(u"Signature", NumberToHex(signature));
-        writer.WriteText(BytesToHex(block.data(), block.size()));
-        writer.EndElement(false);
-    }
-}
-
-void ReadDataBlock(CXmlReader& reader, SReadShortcut& read) {
-    CStrW text;
-    reader.GetValueChunked(text);
-    const std::uint32_t signature = std::exchange(read.signature, 0);
+// Gives a shortcut the block of that signature and text, unless one of both is not right.
+void TakeDataBlock(SOrvShortcut& into, std::uint32_t signature, const CStrW& text) {
     const auto* const known =
         std::find(platform::kShellLinkBlocks.begin(), platform::kShellLinkBlocks.end(), signature);
     if (known == platform::kShellLinkBlocks.end() || text.GetLength() < 2 ||
@@ -73,40 +73,28 @@ void ReadDataBlock(CXmlReader& reader, SReadShortcut& read) {
     std::vector<std::byte> bytes(text.GetLength() / 2);
     std::size_t count = 0;
     HexToBytes(text, bytes.data(), count);
-    const auto index = static_cast<std::size_t>(known - platform::kShellLinkBlocks.begin());
-    read.content.dataBlocks[index] = std::move(bytes);
+    into.SetDataBlock(static_cast<std::size_t>(known - platform::kShellLinkBlocks.begin()),
+                      std::move(bytes));
 }
+
+CStrW TextOf(const std::optional<std::u16string>& answer) { return CStrW(answer.value_or(u"")); }
 
 }  // namespace
 
-bool COrvCreateShortcut::IsValid() const {
-    return COrvTargetItem::IsValid() && !m_content.shortcutTarget.IsEmpty();
+SAttributes<SOrvShortcut> SOrvShortcut::GetAttributes() { return kAttributes; }
+
+void SOrvShortcut::SetShowCommand(std::int32_t command) {
+    const bool isKnown = command == kShowMaximized || command == kShowMinimized;
+    showCommand = isKnown ? command : kShowNormal;
 }
 
-void COrvCreateShortcut::SetShortcutTarget(const CStrW& text) {
-    Expand(m_content.shortcutTarget, text);
-}
-
-void COrvCreateShortcut::SetArguments(const CStrW& text) { Expand(m_content.arguments, text); }
-
-void COrvCreateShortcut::SetIconTarget(const CStrW& text) { Expand(m_content.iconTarget, text); }
-
-void COrvCreateShortcut::SetWorkingDirectory(const CStrW& text) {
-    Expand(m_content.workingDirectory, text);
-}
-
-void COrvCreateShortcut::SetShowCommand(std::int32_t command) {
-    const bool isKnown = command == kShowMaximized || command == kShowMinimizedInactive;
-    m_content.showCommand = isKnown ? command : kShowNormal;
-}
-
-void COrvCreateShortcut::SetDataBlock(std::size_t index, const std::vector<std::byte>& bytes) {
-    const std::size_t size = BlockSize(bytes);
-    std::vector<std::byte>& block = m_content.dataBlocks[index];
-    block.clear();
-    if (size <= bytes.size()) {
-        block.assign(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
+void SOrvShortcut::SetDataBlock(std::size_t index, std::vector<std::byte> bytes) {
+    std::uint32_t size = 0;
+    if (bytes.size() >= sizeof(size)) {
+        std::memcpy(&size, bytes.data(), sizeof(size));
     }
+    bytes.resize(size <= bytes.size() ? size : 0);
+    dataBlocks[index] = std::move(bytes);
 }
 
 int COrvCreateShortcut::LoadFromFile(const CFilePathW& path) {
@@ -115,68 +103,33 @@ int COrvCreateShortcut::LoadFromFile(const CFilePathW& path) {
     if (status < 0) {
         return status;
     }
-    const auto take = [this](const std::optional<std::u16string>& text,
-                             void (COrvCreateShortcut::*set)(const CStrW&)) {
-        if (text.has_value()) {
-            (this->*set)(CStrW(*text));
-        }
-    };
-    take(link.path, &COrvCreateShortcut::SetShortcutTarget);
-    take(link.description, &COrvCreateShortcut::SetDescription);
-    take(link.arguments, &COrvCreateShortcut::SetArguments);
-    SetHotkey(link.hotkey.value_or(m_content.hotkey));
-    take(link.iconLocation, &COrvCreateShortcut::SetIconTarget);
-    SetIconIndex(link.iconLocation.has_value() ? link.iconIndex : m_content.iconIndex);
-    SetShowCommand(link.showCommand.value_or(m_content.showCommand));
-    take(link.workingDirectory, &COrvCreateShortcut::SetWorkingDirectory);
-    SetDataFlags(link.flags.value_or(m_content.dataFlags));
+    SOrvShortcut content;
+    content.shortcutTarget = TextOf(link.path);
+    content.description = TextOf(link.description);
+    content.arguments = TextOf(link.arguments);
+    content.hotkey = link.hotkey.value_or(content.hotkey);
+    content.iconTarget = TextOf(link.iconLocation);
+    content.iconIndex = link.iconLocation.has_value() ? link.iconIndex : content.iconIndex;
+    content.SetShowCommand(link.showCommand.value_or(content.showCommand));
+    content.workingDirectory = TextOf(link.workingDirectory);
+    content.dataFlags = link.flags.value_or(content.dataFlags);
     for (std::size_t i = 0; i < link.dataBlocks.size(); ++i) {
-        SetDataBlock(i, link.dataBlocks[i]);
+        content.SetDataBlock(i, std::move(link.dataBlocks[i]));
     }
+    SetContent(std::move(content));
     return status;
 }
 
-void COrvCreateShortcutsCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    COrvTargetCollection::WriteItem(writer, item);
-    const SOrvShortcut& content = static_cast<const COrvCreateShortcut&>(item).GetContent();
-    WriteSanitized(writer, u"ShortcutTarget", content.shortcutTarget, kPath);
-    WriteIfAny(writer, u"Description", content.description);
-    WriteIfAny(writer, u"Arguments", content.arguments, kPath);
-    if (content.hotkey != 0) {
-        writer.WriteAttribute(u"Hotkey", UnsignedToText(content.hotkey));
-    }
-    if (!content.iconTarget.IsEmpty()) {
-        WriteSanitized(writer, u"IconTarget", content.iconTarget, kPath);
-        writer.WriteAttribute(u"IconIndex", IntToDecimal(content.iconIndex));
-    }
-    writer.WriteAttribute(u"ShowCmd",
-                          UnsignedToText(static_cast<std::uint8_t>(content.showCommand)));
-    WriteIfAny(writer, u"WorkingDirectory", content.workingDirectory, kPath);
-    writer.WriteAttribute(u"DataFlags", NumberToHex(content.dataFlags));
-    for (std::size_t i = 0; i < content.dataBlocks.size(); ++i) {
-        WriteDataBlock(writer, platform::kShellLinkBlocks[i], content.dataBlocks[i]);
-    }
-}
-
-void COrvCreateShortcutsCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    COrvTargetCollection::ReadAttribute(name, value);
-    SOrvShortcut& content = ReadSoFar<SReadShortcut>().content;
-    for (const STextAttribute& text : kPathTexts) {
-        if (name.EqualsNoCase(text.name)) {
-            content.*text.field = GetSanitizer().Desanitize(value, kPath);
-            return;
+void COrvCreateShortcutsCollection::WriteInside(CXmlWriter& writer,
+                                                const SOrvShortcut& shortcut) const {
+    for (std::size_t i = 0; i < shortcut.dataBlocks.size(); ++i) {
+        const std::vector<std::byte>& block = shortcut.dataBlocks[i];
+        if (!block.empty() && writer.StartElement(u"Data", false) >= 0) {
+            WriteAttributes<SDataElement, SDataElement>(kDataAttributes, writer, GetPackage(),
+                                                        {platform::kShellLinkBlocks[i]});
+            writer.WriteText(BytesToHex(block.data(), block.size()));
+            writer.EndElement(false);
         }
-    }
-    if (name.EqualsNoCase(u"Description")) {
-        content.description = value.GetLength() <= kMaxReadDescription ? value : CStrW();
-    } else if (name.EqualsNoCase(u"Hotkey")) {
-        content.hotkey = ReadCheckedNumber16(value);
-    } else if (name.EqualsNoCase(u"IconIndex")) {
-        content.iconIndex = static_cast<std::int32_t>(ReadCheckedNumber32(value));
-    } else if (name.EqualsNoCase(u"ShowCmd")) {
-        content.showCommand = static_cast<std::int32_t>(ReadCheckedNumber32(value));
-    } else if (name.EqualsNoCase(u"DataFlags")) {
-        content.dataFlags = ReadCheckedNumber32(value);
     }
 }
 
@@ -185,37 +138,20 @@ bool COrvCreateShortcutsCollection::ReadChild(std::u16string_view child, CXmlRea
         return false;
     }
     if (reader.GetNodeType() == platform::EXmlNode::Text) {
-        ReadDataBlock(reader, ReadSoFar<SReadShortcut>());
+        CStrW text;
+        reader.GetValueChunked(text);
+        TakeDataBlock(ReadSoFar<SOrvShortcut>(), TakeRead<SDataElement>().signature, text);
         return true;
     }
     if (reader.GetNodeType() != platform::EXmlNode::Element) {
         return false;
     }
-    ForEachAttribute(reader, [this](const CStrW& name, const CStrW& value) {
-        if (name.EqualsNoCase(u"Signature")) {
-            ReadSoFar<SReadShortcut>().signature = ReadCheckedNumber32(value);
-        }
-    });
+    ReadAttributes<SDataElement, SDataElement>(kDataAttributes, reader, GetSanitizer(),
+                                               ReadSoFar<SDataElement>());
     return true;
 }
 
 bool COrvCreateShortcutsCollection::FinishItem() {
-    const SOrvShortcut read = TakeRead<SReadShortcut>().content;
-    COrvCreateShortcut* const added = AddItem(TakeReadName());
-    if (added == nullptr) {
-        return false;
-    }
-    added->SetShortcutTarget(read.shortcutTarget);
-    added->SetDescription(read.description);
-    added->SetArguments(read.arguments);
-    added->SetHotkey(read.hotkey);
-    added->SetIconTarget(read.iconTarget);
-    added->SetIconIndex(read.iconIndex);
-    added->SetShowCommand(read.showCommand);
-    added->SetWorkingDirectory(read.workingDirectory);
-    added->SetDataFlags(read.dataFlags);
-    for (std::size_t i = 0; i < read.dataBlocks.size(); ++i) {
-        added->SetDataBlock(i, read.dataBlocks[i]);
-    }
-    return true;
+    TakeRead<SDataElement>();  // the signature of a block without text
+    return COrvCollectionOf::FinishItem();
 }

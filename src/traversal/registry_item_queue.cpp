@@ -142,13 +142,10 @@ void CRegistryItemQueue::MakeItem(const SRecord& record, const CStrW& key, const
             m_package.Get<COrvDeleteValuesCollection>().AddItem(key, name, m_architecture);
             break;
         case EKind::Variable:
-            if (COrvCreateEnvVar* const variable =
-                    m_package.Get<COrvCreateEnvVarsCollection>().AddItem(name, record.isUser)) {
-                variable->SetValue(text);
-            }
+            m_package.Get<COrvCreateEnvVarsCollection>().AddItem({name, record.isUser, text});
             break;
         case EKind::DeletedVariable:
-            m_package.Get<COrvDeleteEnvVarsCollection>().AddItem(name, record.isUser);
+            m_package.Get<COrvDeleteEnvVarsCollection>().AddItem({name, record.isUser});
             break;
     }
 }

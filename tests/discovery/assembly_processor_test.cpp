@@ -95,9 +95,9 @@ TEST_F(AssemblyProcessorTest, ComponentRegistryNamesTheCatalogOnNewerSystems) {
         ASSERT_EQ(assembly != nullptr, version == 6);
         if (assembly != nullptr) {
             const std::string payload = "Assemblies\\" + kComponent + "\\";
-            EXPECT_EQ(Utf8(assembly->GetCatalogRelativeSource()), payload + "4f5e.cat");
-            ASSERT_EQ(assembly->GetFiles().size(), 1U);
-            EXPECT_EQ(Utf8(*assembly->GetFiles().begin()), payload + "A.dll");
+            EXPECT_EQ(Utf8(assembly->GetContent().catalog), payload + "4f5e.cat");
+            ASSERT_EQ(assembly->GetContent().files.size(), 1U);
+            EXPECT_EQ(Utf8(*assembly->GetContent().files.begin()), payload + "A.dll");
         }
     }
 }
@@ -112,7 +112,7 @@ TEST_F(AssemblyProcessorTest, AssemblyUnknownToTheMachineNeedsNoFiles) {
     // The first manifest of an identity wins, and no component gives its files a folder.
     const COrvCreateAssembly* const assembly = Add(processor);
     ASSERT_NE(assembly, nullptr);
-    EXPECT_EQ(Utf8(assembly->GetManifestRelativeSource()), R"(Assemblies\B.manifest)");
+    EXPECT_EQ(Utf8(assembly->GetContent().manifest), R"(Assemblies\B.manifest)");
 }
 
 TEST_F(AssemblyProcessorTest, GlobalAssembliesAreManagedModules) {
@@ -128,8 +128,8 @@ TEST_F(AssemblyProcessorTest, GlobalAssembliesAreManagedModules) {
     m_folder.WriteFile(module, MakeModule(1));
     const COrvCreateAssembly* const assembly = Add(processor);
     ASSERT_NE(assembly, nullptr);
-    EXPECT_EQ(assembly->AssemblyType, 1U);
-    EXPECT_EQ(Utf8(assembly->GetManifestRelativeSource()),
+    EXPECT_EQ(assembly->GetContent().type, 1U);
+    EXPECT_EQ(Utf8(assembly->GetContent().manifest),
               R"(Assemblies\GAC_MSIL\App\v4.0_1.0__b7\App.dll)");
     EXPECT_TRUE(m_folder.Exists("out/Assemblies/GAC_MSIL/App/v4.0_1.0__b7/App.dll"));
 }

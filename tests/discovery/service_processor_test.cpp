@@ -43,8 +43,7 @@ TEST(ServiceProcessorTest, RecordsGoToEveryPackageAndNeverInPlaceOfAnItem) {
     service.SetImagePath(uR"("C:\a b\app.exe" -x)");
     COrvPackage package;
     auto& services = package.Get<COrvCreateServicesCollection>();
-    COrvCreateService* const item = services.AddItem(u"App");
-    item->SetDescription(u"of the profile");
+    const COrvCreateService* const item = services.AddItem(u"App");
     processor.Apply(package);
     EXPECT_EQ(services.GetCount(), 1U);
     EXPECT_EQ(item->GetContent().serviceType, 0U);

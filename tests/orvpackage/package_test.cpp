@@ -75,15 +75,15 @@ TEST_F(PackageTest, WalkMayEraseWhatItStandsOn) {
     EXPECT_EQ(files.AddItem(uR"(c:\1)"), nullptr);
     COrvItemItr<COrvDeleteFile> item(files);
     item.Advance();
-    const std::string kept = Utf8(COrvItemCItr<COrvDeleteFile>(files).Get()->GetTarget());
+    const std::string kept = Utf8(COrvItemCItr<COrvDeleteFile>(files).Get()->GetName());
     while (item.Get() != nullptr) {
         EXPECT_TRUE(item.Erase());
     }
     EXPECT_FALSE(item.Erase());
     ASSERT_EQ(files.GetCount(), 1U);
-    EXPECT_EQ(Utf8(COrvItemCItr<COrvDeleteFile>(files).Get()->GetTarget()), kept);
-    EXPECT_TRUE(files.Remove(COrvDeleteFile(CStrW(Utf16(kept)))));
-    EXPECT_FALSE(files.Remove(COrvDeleteFile(CStrW(Utf16(kept)))));
+    EXPECT_EQ(Utf8(COrvItemCItr<COrvDeleteFile>(files).Get()->GetName()), kept);
+    EXPECT_TRUE(files.Remove(COrvDeleteFile({CStrW(Utf16(kept))})));
+    EXPECT_FALSE(files.Remove(COrvDeleteFile({CStrW(Utf16(kept))})));
 }
 
 TEST_F(PackageTest, ReadingRefusesDoublesAndSaysWhere) {
@@ -101,26 +101,22 @@ TEST_F(PackageTest, ReadingRefusesDoublesAndSaysWhere) {
               "<DeleteFiles>\n<File Target=\"%SystemDrive%\\a\" />\n</DeleteFiles>\n");
 }
 
-TEST_F(PackageTest, WritesWhatALinkSays) {
+TEST_F(PackageTest, WritesOfALinkWhatDoesNotComeBack) {
     auto& shortcuts = m_package.Get<COrvCreateShortcutsCollection>();
     shortcuts.AddItem(uR"(C:\none.lnk)");
-    COrvCreateShortcut& link = *shortcuts.AddItem(uR"(C:\a.lnk)");
-    link.SetShortcutTarget(uR"(%CSIDL_PROGRAM_FILES%\a.exe)");
-    link.SetIconTarget(uR"(C:\i.ico)");
-    link.SetIconIndex(-3);
-    link.SetHotkey(839);
-    link.SetShowCommand(7);
-    link.SetDataFlags(0x2AB);
-    const std::byte b{0xAB};
-    link.SetDataBlock(2, {std::byte{5}, {}, {}, {}, b, b});
-    link.SetDataBlock(0, {std::byte{9}, {}, {}, {}, b});
-    link.SetDataBlock(1, {{}, {}, {}, {}, b});
+    SOrvShortcut link;
+    link.target = uR"(C:\a.lnk)";
+    link.shortcutTarget = uR"(%CSIDL_PROGRAM_FILES%\a.exe)";
+    link.iconTarget = uR"(C:\i.ico)";
+    link.iconIndex = -3;
+    link.showCommand = 0x107;
+    EXPECT_EQ(Utf8(shortcuts.AddItem(link)->GetContent().shortcutTarget),
+              R"(C:\Program Files\a.exe)");
     EXPECT_EQ(SavedItems(),
               "<CreateShortcuts>\n<Shortcut Target=\"%SystemDrive%\\a.lnk\" "
-              "ShortcutTarget=\"%CSIDL_PROGRAM_FILES%\\a.exe\" Hotkey=\"839\" "
+              "ShortcutTarget=\"%CSIDL_PROGRAM_FILES%\\a.exe\" "
               "IconTarget=\"%SystemDrive%\\i.ico\" IconIndex=\"-3\" ShowCmd=\"7\" "
-              "DataFlags=\"0x2AB\"><Data Signature=\"0xA0000001\">05000000AB</Data></Shortcut>\n"
-              "</CreateShortcuts>\n");
+              "DataFlags=\"0x0\" />\n</CreateShortcuts>\n");
 }
 
 }  // namespace

@@ -1,0 +1,26 @@
+#include "orvpackage/attribute_table.h"
+
+#include "foundation/xml_writer.h"
+#include "orvpackage/package.h"
+
+namespace {
+
+bool IsLeftOut(std::u16string_view value, EWritten written) {
+    return written == IfAny && (value.empty() || value.front() == u'\0');
+}
+
+}  // namespace
+
+void SAttributeOutput::Write(std::u16string_view value, EWritten written) const {
+    if (!IsLeftOut(value, written)) {
+        writer.WriteAttribute(name, value);
+    }
+}
+
+void SAttributeOutput::WritePortable(std::u16string_view value, std::uint32_t flags,
+                                     EWritten written) const {
+    if (!IsLeftOut(value, written)) {
+        CStrW buffer;
+        writer.WriteAttribute(name, package.GetSanitizer().Sanitize(value, flags, buffer));
+    }
+}
