@@ -14,9 +14,6 @@ constexpr unsigned kPrefetchSteps = 3;
 constexpr std::size_t kPrefetchStride = 4;
 constexpr std::size_t kPrefetchedItem = 64;  // the size of a value, of which there are most
 
-// A text whose first unit is NUL counts as empty.
-bool IsEmptyText(std::u16string_view text) { return text.empty() || text.front() == u'\0'; }
-
 // The elements of the manifest, by EOrvCollection.
 constexpr SOrvElement kElements[kOrvCollections] = {
     {u"CreateFolders", u"Folder"},
@@ -73,30 +70,6 @@ bool COrvCollection::Remove(const COrvItem& item) {
 }
 
 const COrvSanitizer& COrvCollection::GetSanitizer() const { return m_package.GetSanitizer(); }
-
-void COrvCollection::WriteSanitized(CXmlWriter& writer, std::u16string_view name,
-                                    std::u16string_view value, std::uint32_t flags) const {
-    CStrW buffer;
-    writer.WriteAttribute(name, GetSanitizer().Sanitize(value, flags, buffer));
-}
-
-void COrvCollection::WriteIfAny(CXmlWriter& writer, std::u16string_view name,
-                                std::u16string_view value, std::uint32_t flags) const {
-    if (!IsEmptyText(value)) {
-        WriteSanitized(writer, name, value, flags);
-    }
-}
-
-void COrvCollection::WriteIfAny(CXmlWriter& writer, std::u16string_view name,
-                                std::u16string_view value) {
-    if (!IsEmptyText(value)) {
-        writer.WriteAttribute(name, value);
-    }
-}
-
-void COrvCollection::WriteBool(CXmlWriter& writer, std::u16string_view name, bool value) {
-    writer.WriteAttribute(name, value ? u"1" : u"0");
-}
 
 void COrvCollection::Write(CXmlWriter& writer) const {
     if (IsEmpty() || writer.StartElement(m_element.collection, true) < 0) {
@@ -157,23 +130,6 @@ bool COrvCollection::Read(CXmlReader& reader) {
         return true;
     }
     return reader.GetNodeType() == platform::EXmlNode::Text && ReadText(reader);
-}
-
-void COrvCollection::ReadItem(CXmlReader& reader) {
-    ForEachAttribute(
-        reader, [this](const CStrW& name, const CStrW& value) { ReadAttribute(name, value); });
-}
-
-void COrvCollection::ForEachAttribute(
-    CXmlReader& reader, const std::function<void(const CStrW& name, const CStrW& value)>& take) {
-    for (int status = reader.MoveToFirstAttribute(); status == 0;
-         status = reader.MoveToNextAttribute()) {
-        CStrW name;
-        CStrW value;
-        if (reader.GetLocalName(name) == 0 && reader.GetValue(value) == 0) {
-            take(name, value);
-        }
-    }
 }
 
 void COrvCollection::FinishOrLog(const CXmlReader& reader) {

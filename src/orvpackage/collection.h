@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -104,23 +103,11 @@ protected:
 
     [[nodiscard]] const COrvSanitizer& GetSanitizer() const;
     [[nodiscard]] const SOrvElement& GetElement() const { return m_element; }
-    // Writes an attribute through the sanitizer.
-    void WriteSanitized(CXmlWriter& writer, std::u16string_view name, std::u16string_view value,
-                        std::uint32_t flags) const;
-    // The same, unless the value is empty.
-    void WriteIfAny(CXmlWriter& writer, std::u16string_view name, std::u16string_view value,
-                    std::uint32_t flags) const;
-    // Writes a value as it stands, unless it is empty.
-    static void WriteIfAny(CXmlWriter& writer, std::u16string_view name, std::u16string_view value);
-    static void WriteBool(CXmlWriter& writer, std::u16string_view name, bool value);
     // Writes the element of an item; nothing for an invalid one.
     void WriteElement(CXmlWriter& writer, const COrvItem& item) const;
     // Asks for the memory of an item that is written soon: in step 0 for the item itself, in step 1
     // for what it points at, and in step 2 for what that points at.
     virtual void PrefetchItem(const COrvItem& item, unsigned step) const;
-    // Gives each attribute of the element that `reader` stands on to `take`.
-    static void ForEachAttribute(
-        CXmlReader& reader, const std::function<void(const CStrW& name, const CStrW& value)>& take);
     // Deletes the payload copy of an item that was refused, but never `kept`, the file that is to
     // stay.
     void DeletePayload(const CStrW& relativeSource, const CStrW& kept) const;
@@ -138,12 +125,10 @@ protected:
         return std::exchange(ReadSoFar<TRead>(), TRead());
     }
 
-    // Writes what stands in the element of an item, which is open.
+    // Writes the attributes of an item into its element, which is open, and what else is in it.
     virtual void WriteItem(CXmlWriter& writer, const COrvItem& item) const = 0;
     // Takes the attributes of an item's element, which `reader` is on, into the values read so far.
-    virtual void ReadItem(CXmlReader& reader);
-    // Takes one of them.
-    virtual void ReadAttribute(const CStrW& /*name*/, const CStrW& /*value*/) {}
+    virtual void ReadItem(CXmlReader& reader) = 0;
     // Takes the text of an item's element; false when this kind has none.
     virtual bool ReadText(CXmlReader& reader);
     // Offers a node below an item's element; `child` is its path from the item on, such as "/Data".

@@ -4,23 +4,30 @@
 
 #include "foundation/reg_path.h"
 #include "foundation/reg_path_converter.h"
-#include "foundation/xml_writer.h"
 #include "orvpackage/package.h"
 #include "orvpackage/prefetch.h"
 
 namespace {
 
-constexpr std::u16string_view kRecursive = u"Recursive";
-
-// What is read of a key to delete besides the key itself.
-struct SReadDeletion {
-    bool recursive = true;
-};
-
 // One digit, for there is one for every architecture.
 char16_t ArchitectureDigit(std::uint32_t architecture) {
     return static_cast<char16_t>(u'0' + architecture);
 }
+
+void WriteRecursive(const SAttributeOutput& output, const COrvKeyItem& item) {
+    output.Write(static_cast<const COrvDeleteKey&>(item).Recursive ? u"1" : u"0");
+}
+
+constexpr SKeyAttribute kCreateAttributes[] = {
+    kKeyTarget,
+    kKeyArchitecture,
+};
+
+constexpr SKeyAttribute kDeleteAttributes[] = {
+    kKeyTarget,
+    kKeyArchitecture,
+    {u"Recursive", {WriteRecursive, Flag<&SReadKeyItem::recursive>.read}},
+};
 
 }  // namespace
 
@@ -77,52 +84,48 @@ void COrvKeyItemCollection::PrefetchItem(const COrvItem& item, unsigned step) co
     }
 }
 
-void COrvKeyItemCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    const auto& keyItem = static_cast<const COrvKeyItem&>(item);
+void WriteKeyTarget(const SAttributeOutput& output, const COrvKeyItem& item) {
     CStrW buffer;
-    writer.WriteAttribute(u"Target", keyItem.GetKey().GetPortable(GetSanitizer(), buffer));
-    const std::uint32_t architecture = keyItem.GetArchitecture();
+    output.Write(item.GetKey().GetPortable(output.package.GetSanitizer(), buffer));
+}
+
+// The path expands its aliases by itself.
+void ReadKeyTarget(SReadKeyItem& into, const CStrW& value, const COrvSanitizer& sanitizer) {
+    into.target = sanitizer.Desanitize(value, SanitizeNoFilePaths);
+}
+
+void WriteArchitecture(const SAttributeOutput& output, const COrvKeyItem& item) {
+    const std::uint32_t architecture = item.GetArchitecture();
     const char16_t* const name = ArchitectureName(architecture);
-    if (name != nullptr && architecture != GetPackage().GetProperties().Architecture) {
-        writer.WriteAttribute(u"Architecture", name);
+    if (name != nullptr && architecture != output.package.GetProperties().Architecture) {
+        output.Write(name);
     }
 }
 
-void COrvKeyItemCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    if (name.EqualsNoCase(u"Target")) {
-        ReadSoFar<SReadKey>().target = GetSanitizer().Desanitize(value, SanitizeNoFilePaths);
-    } else if (name.EqualsNoCase(u"Architecture")) {
-        ParseArchitecture(value, ReadSoFar<SReadKey>().architecture);
-    }
+void ReadArchitecture(SReadKeyItem& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
+    ParseArchitecture(value, into.architecture);
 }
 
-COrvKeyItemCollection::SReadKey COrvKeyItemCollection::TakeReadKey() {
-    return TakeRead<SReadKey>();
+void COrvKeyItemCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
+    WriteAttributes(m_attributes, writer, GetPackage(), static_cast<const COrvKeyItem&>(item));
 }
+
+void COrvKeyItemCollection::ReadItem(CXmlReader& reader) {
+    ReadAttributes(m_attributes, reader, GetSanitizer(), ReadSoFar<SReadKeyItem>());
+}
+
+COrvCreateKeysCollection::COrvCreateKeysCollection(COrvPackage& package)
+    : COrvKeyItemCollection(package, kType, kCreateAttributes) {}
 
 bool COrvCreateKeysCollection::FinishItem() {
-    const SReadKey read = TakeReadKey();
+    const auto read = TakeRead<SReadKeyItem>();
     return AddItem(read.target, read.architecture) != nullptr;
 }
 
-void COrvDeleteKeysCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    COrvKeyItemCollection::WriteItem(writer, item);
-    WriteBool(writer, kRecursive, static_cast<const COrvDeleteKey&>(item).Recursive);
-}
-
-void COrvDeleteKeysCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    COrvKeyItemCollection::ReadAttribute(name, value);
-    if (name.EqualsNoCase(kRecursive)) {
-        ReadSoFar<SReadDeletion>().recursive = value.IsTrue();
-    }
-}
+COrvDeleteKeysCollection::COrvDeleteKeysCollection(COrvPackage& package)
+    : COrvKeyItemCollection(package, kType, kDeleteAttributes) {}
 
 bool COrvDeleteKeysCollection::FinishItem() {
-    const SReadKey read = TakeReadKey();
-    const bool recursive = TakeRead<SReadDeletion>().recursive;
-    COrvDeleteKey* const added = AddItem(read.target, read.architecture);
-    if (added != nullptr) {
-        added->Recursive = recursive;
-    }
-    return added != nullptr;
+    const auto read = TakeRead<SReadKeyItem>();
+    return AddOwned(Make<COrvDeleteKey>(read.target, read.architecture, read.recursive)) != nullptr;
 }

@@ -5,7 +5,9 @@
 #include <memory>
 #include <string_view>
 
+#include "orvpackage/attribute_table.h"
 #include "orvpackage/collection.h"
+#include "orvpackage/properties.h"
 
 // The text with stored keys in the place of their aliases, by the shared converter: `text` itself
 // when there are none, or else `buffer`.
@@ -61,34 +63,67 @@ public:
 
 class COrvDeleteKey : public COrvKeyItem {
 public:
-    COrvDeleteKey(const CStrW& target, std::uint32_t architecture)
-        : COrvKeyItem(std::make_shared<const COrvKeyPath>(target), architecture) {}
-    bool Recursive = true;
+    COrvDeleteKey(const CStrW& target, std::uint32_t architecture, bool recursive = true)
+        : COrvKeyItem(std::make_shared<const COrvKeyPath>(target), architecture),
+          Recursive(recursive) {}
+    bool Recursive;
 };
 
-// A collection whose items' elements hold a key as "Target", and its architecture where that is not
-// the package's: so an item of the package's architecture comes back without one.
+// The types of data that a value is treated by; the registry knows more.
+enum EOrvValueType : std::uint32_t {
+    OrvValueString = 1,
+    OrvValueExpandString = 2,
+    OrvValueBinary = 3,
+    OrvValueDword = 4,
+    OrvValueMultiString = 7,
+    OrvValueQword = 11,
+    OrvValueUnset = 0xFFFFFFFF,
+};
+
+// What is read of a key or value.
+struct SReadKeyItem {
+    CStrW target;
+    std::uint32_t architecture = OrvArchitectureNone;
+    bool recursive = true;
+    CStrW valueName;
+    std::uint32_t valueType = OrvValueUnset;
+    CStrW valueData;
+};
+
+// Items of keys are no records: those of a key share its path, and values keep their name and data
+// in one block. So their rows write from the item, which is of the collection's own class.
+using SKeyAttribute = SAttribute<COrvKeyItem, SReadKeyItem>;
+
+void WriteKeyTarget(const SAttributeOutput& output, const COrvKeyItem& item);
+void ReadKeyTarget(SReadKeyItem& into, const CStrW& value, const COrvSanitizer& sanitizer);
+void WriteArchitecture(const SAttributeOutput& output, const COrvKeyItem& item);
+void ReadArchitecture(SReadKeyItem& into, const CStrW& value, const COrvSanitizer& sanitizer);
+
+// The rows that all tables of keys and values begin with. An item of the package's architecture is
+// written without one, and so comes back without one.
+constexpr SKeyAttribute kKeyTarget{u"Target", {WriteKeyTarget, ReadKeyTarget}};
+constexpr SKeyAttribute kKeyArchitecture{u"Architecture", {WriteArchitecture, ReadArchitecture}};
+
+// A collection of items of keys: it reads and writes them by a table.
 class COrvKeyItemCollection : public COrvCollection {
 protected:
-    using COrvCollection::COrvCollection;
-
-    struct SReadKey {
-        CStrW target;
-        std::uint32_t architecture = 0;
-    };
+    // The table is not copied.
+    COrvKeyItemCollection(COrvPackage& package, EOrvCollection type,
+                          SAttributes<COrvKeyItem, SReadKeyItem> attributes)
+        : COrvCollection(package, type), m_attributes(attributes) {}
 
     void PrefetchItem(const COrvItem& item, unsigned step) const override;
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
-    void ReadAttribute(const CStrW& name, const CStrW& value) override;
-    // The key read of the element that ends; forgets it.
-    [[nodiscard]] SReadKey TakeReadKey();
+    void ReadItem(CXmlReader& reader) override;
+
+private:
+    SAttributes<COrvKeyItem, SReadKeyItem> m_attributes;
 };
 
 class COrvCreateKeysCollection : public COrvKeyItemCollection {
 public:
     static constexpr EOrvCollection kType = OrvCreateKeys;
-    explicit COrvCreateKeysCollection(COrvPackage& package)
-        : COrvKeyItemCollection(package, kType) {}
+    explicit COrvCreateKeysCollection(COrvPackage& package);
 
     // Adds an item and lends it; null for a double.
     COrvCreateKey* AddItem(const CStrW& target, std::uint32_t architecture) {
@@ -102,17 +137,9 @@ protected:
 class COrvDeleteKeysCollection : public COrvKeyItemCollection {
 public:
     static constexpr EOrvCollection kType = OrvDeleteKeys;
-    explicit COrvDeleteKeysCollection(COrvPackage& package)
-        : COrvKeyItemCollection(package, kType) {}
-
-    // Adds an item and lends it; null for a double.
-    COrvDeleteKey* AddItem(const CStrW& target, std::uint32_t architecture) {
-        return AddOwned(Make<COrvDeleteKey>(target, architecture));
-    }
+    explicit COrvDeleteKeysCollection(COrvPackage& package);
 
 protected:
-    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
-    void ReadAttribute(const CStrW& name, const CStrW& value) override;
     bool FinishItem() override;
 };
 

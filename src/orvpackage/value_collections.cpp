@@ -1,17 +1,40 @@
 #include "orvpackage/value_collections.h"
 
-#include "foundation/xml_reader.h"
 #include "foundation/xml_writer.h"
-#include "orvpackage/sanitizer.h"
 #include "orvpackage/value_text.h"
 
 namespace {
 
-// What is read of a value besides its key.
-struct SReadValue {
-    CStrW name;
-    std::uint32_t type = OrvValueUnset;
-    CStrW data;
+void WriteName(const SAttributeOutput& output, const COrvKeyItem& item) {
+    output.WritePortable(static_cast<const COrvValueItem&>(item).GetValue(), SanitizeAll, IfAny);
+}
+
+void ReadName(SReadKeyItem& into, const CStrW& value, const COrvSanitizer& sanitizer) {
+    into.valueName = sanitizer.Desanitize(value, SanitizeAll);
+}
+
+void WriteType(const SAttributeOutput& output, const COrvKeyItem& item) {
+    const auto& value = static_cast<const COrvCreateValue&>(item);
+    if (const char16_t* const type = ValueTypeName(value.GetType())) {
+        output.Write(type);
+    }
+}
+
+void ReadType(SReadKeyItem& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
+    ParseValueType(value, into.valueType);
+}
+
+constexpr SKeyAttribute kCreateAttributes[] = {
+    kKeyTarget,
+    kKeyArchitecture,
+    {u"Value", {WriteName, ReadName}},
+    {u"Type", {WriteType, ReadType}},
+};
+
+constexpr SKeyAttribute kDeleteAttributes[] = {
+    kKeyTarget,
+    kKeyArchitecture,
+    {u"Value", {WriteName, ReadName}},
 };
 
 }  // namespace
@@ -31,50 +54,35 @@ void COrvValueItemCollection::PrefetchItem(const COrvItem& item, unsigned step) 
     }
 }
 
-void COrvValueItemCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    COrvKeyItemCollection::WriteItem(writer, item);
-    WriteIfAny(writer, u"Value", static_cast<const COrvValueItem&>(item).GetValue(), SanitizeAll);
-}
-
-void COrvValueItemCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    COrvKeyItemCollection::ReadAttribute(name, value);
-    if (name.EqualsNoCase(u"Value")) {
-        ReadSoFar<SReadValue>().name = GetSanitizer().Desanitize(value, SanitizeAll);
-    }
-}
+COrvCreateValuesCollection::COrvCreateValuesCollection(COrvPackage& package)
+    : COrvValueItemCollection(package, kType, kCreateAttributes) {}
 
 void COrvCreateValuesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
     COrvValueItemCollection::WriteItem(writer, item);
     const auto& value = static_cast<const COrvCreateValue&>(item);
-    if (const char16_t* const type = ValueTypeName(value.GetType())) {
-        writer.WriteAttribute(u"Type", type);
+    if (ValueTypeName(value.GetType()) != nullptr) {
         WriteValueData(value, GetSanitizer(), writer);
     }
 }
 
-void COrvCreateValuesCollection::ReadAttribute(const CStrW& name, const CStrW& value) {
-    COrvValueItemCollection::ReadAttribute(name, value);
-    if (name.EqualsNoCase(u"Type")) {
-        ParseValueType(value, ReadSoFar<SReadValue>().type);
-    }
-}
-
 bool COrvCreateValuesCollection::ReadText(CXmlReader& reader) {
-    reader.GetValueChunked(ReadSoFar<SReadValue>().data);
+    reader.GetValueChunked(ReadSoFar<SReadKeyItem>().valueData);
     return true;
 }
 
 bool COrvCreateValuesCollection::FinishItem() {
-    const SReadKey key = TakeReadKey();
-    const auto read = TakeRead<SReadValue>();
-    COrvCreateValue* const added = AddItem(key.target, read.name, key.architecture);
+    const auto read = TakeRead<SReadKeyItem>();
+    COrvCreateValue* const added = AddItem(read.target, read.valueName, read.architecture);
     if (added != nullptr) {
-        ParseValueData(read.data, read.type, GetSanitizer(), *added);
+        ParseValueData(read.valueData, read.valueType, GetSanitizer(), *added);
     }
     return added != nullptr;
 }
 
+COrvDeleteValuesCollection::COrvDeleteValuesCollection(COrvPackage& package)
+    : COrvValueItemCollection(package, kType, kDeleteAttributes) {}
+
 bool COrvDeleteValuesCollection::FinishItem() {
-    const SReadKey key = TakeReadKey();
-    return AddItem(key.target, TakeRead<SReadValue>().name, key.architecture) != nullptr;
+    const auto read = TakeRead<SReadKeyItem>();
+    return AddItem(read.target, read.valueName, read.architecture) != nullptr;
 }

@@ -6,7 +6,7 @@
 
 #include "orvpackage/value_items.h"
 
-// A collection whose items' elements also hold the name of a value as "Value", unless it is empty.
+// A collection of values, which share the path of their key.
 class COrvValueItemCollection : public COrvKeyItemCollection {
 protected:
     using COrvKeyItemCollection::COrvKeyItemCollection;
@@ -15,8 +15,6 @@ protected:
     [[nodiscard]] const std::shared_ptr<const COrvKeyPath>& ShareKey(const CStrW& target);
 
     void PrefetchItem(const COrvItem& item, unsigned step) const override;
-    void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
-    void ReadAttribute(const CStrW& name, const CStrW& value) override;
 
 private:
     CStrW m_lastTarget;
@@ -26,8 +24,7 @@ private:
 class COrvCreateValuesCollection : public COrvValueItemCollection {
 public:
     static constexpr EOrvCollection kType = OrvCreateValues;
-    explicit COrvCreateValuesCollection(COrvPackage& package)
-        : COrvValueItemCollection(package, kType) {}
+    explicit COrvCreateValuesCollection(COrvPackage& package);
 
     // Makes a value without data, which is not added yet. `dataSize` is how many bytes of data it
     // will probably get.
@@ -46,7 +43,6 @@ public:
 
 protected:
     void WriteItem(CXmlWriter& writer, const COrvItem& item) const override;
-    void ReadAttribute(const CStrW& name, const CStrW& value) override;
     bool ReadText(CXmlReader& reader) override;
     bool FinishItem() override;
 };
@@ -54,8 +50,7 @@ protected:
 class COrvDeleteValuesCollection : public COrvValueItemCollection {
 public:
     static constexpr EOrvCollection kType = OrvDeleteValues;
-    explicit COrvDeleteValuesCollection(COrvPackage& package)
-        : COrvValueItemCollection(package, kType) {}
+    explicit COrvDeleteValuesCollection(COrvPackage& package);
 
     // Adds an item and lends it; null for a double.
     COrvDeleteValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture) {

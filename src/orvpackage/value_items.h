@@ -11,17 +11,6 @@
 #include "foundation/double_null_string.h"
 #include "orvpackage/key_collections.h"
 
-// The types of data that a value is treated by; the registry knows more.
-enum EOrvValueType : std::uint32_t {
-    OrvValueString = 1,
-    OrvValueExpandString = 2,
-    OrvValueBinary = 3,
-    OrvValueDword = 4,
-    OrvValueMultiString = 7,
-    OrvValueQword = 11,
-    OrvValueUnset = 0xFFFFFFFF,
-};
-
 // An item known by a key and the name of a value, which is empty for the key's default value.
 class COrvValueItem : public COrvKeyItem {
 public:
