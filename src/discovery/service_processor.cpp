@@ -23,14 +23,6 @@ CDoubleNullStringW StringsOf(const CRegBuf& data) {
     return SplitMultiString(units);
 }
 
-template <class TEach>
-void ForEachString(const CDoubleNullStringW& strings, const TEach& each) {
-    const CDoubleNullStringW::StringArray array = strings.GetStrings();
-    for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
-        each(array[i]);
-    }
-}
-
 enum class EProgram {
     Found,
     Missing,

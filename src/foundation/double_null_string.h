@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <string_view>
 
 // Strings one behind the other, each with its NUL, and one more NUL at the end; none of them is
@@ -45,3 +46,13 @@ private:
     std::size_t m_length;
     std::size_t m_count;  // 0 also says that the buffer is not owned
 };
+
+// Calls `each` with every string in turn; with none when there was no memory for them.
+template <class TEach>
+void ForEachString(const CDoubleNullStringW& strings, const TEach& each) {
+    const char16_t* string = strings.Get();
+    while (string != nullptr && *string != u'\0') {
+        each(string);
+        string += std::char_traits<char16_t>::length(string) + 1;
+    }
+}

@@ -23,12 +23,11 @@ CDoubleNullStringW SplitMultiString(std::u16string_view units) {
 
 CDoubleNullStringW ExpandMultiString(const CDoubleNullStringW& strings) {
     CDoubleNullStringW expanded;
-    const CDoubleNullStringW::StringArray array = strings.GetStrings();
-    for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
-        CStrW string(array[i]);
+    ForEachString(strings, [&expanded](const char16_t* text) {
+        CStrW string(text);
         ExpandFileTokens(string);
         expanded.Add(string.Get());
-    }
+    });
     return expanded;
 }
 

@@ -86,9 +86,7 @@ CStrW COrvSanitizer::Desanitize(const CStrW& text, std::uint32_t flags) const {
 CDoubleNullStringW COrvSanitizer::SanitizeMulti(const CDoubleNullStringW& strings,
                                                 std::uint32_t flags) const {
     CDoubleNullStringW result;
-    const CDoubleNullStringW::StringArray array = strings.GetStrings();
-    for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
-        result.Add(Sanitize(array[i], flags).Get());
-    }
+    ForEachString(strings,
+                  [&](const char16_t* string) { result.Add(Sanitize(string, flags).Get()); });
     return result;
 }
