@@ -7,10 +7,10 @@
 #include <system_error>
 
 #include "host/system.h"
-#include "platform/posix/file_location.h"
-#include "platform/posix/file_name.h"
-#include "platform/posix/folder_cache.h"
-#include "platform/posix/machine_description.h"
+#include "platform/posix/files/file_location.h"
+#include "platform/posix/files/file_name.h"
+#include "platform/posix/files/folder_cache.h"
+#include "platform/described/machine_description.h"
 #include "platform/status.h"
 
 namespace host {

@@ -13,8 +13,8 @@
 #include <system_error>
 
 #include "host/console.h"
-#include "platform/posix/file_descriptor.h"
-#include "platform/posix/file_io.h"
+#include "platform/posix/files/file_descriptor.h"
+#include "platform/posix/files/file_io.h"
 
 namespace host {
 

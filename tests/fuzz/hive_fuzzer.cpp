@@ -11,18 +11,17 @@
 #include <utility>
 #include <vector>
 
-#include "platform/posix/hive.h"
-#include "platform/posix/hive_log.h"
-#include "platform/posix/marvin.h"
-#include "platform/status.h"
+#include "formats/hive/hive.h"
+#include "formats/hive/log.h"
+#include "formats/hive/marvin.h"
 
 namespace {
 
-using platform::CHive;
-using platform::CHiveImage;
-using platform::CMarvin;
-using platform::KeyNumber;
-using platform::SValueNode;
+using formats::CHive;
+using formats::CHiveImage;
+using formats::CMarvin;
+using formats::KeyNumber;
+using formats::SValueNode;
 
 using Bytes = std::span<const std::byte>;
 
@@ -50,12 +49,12 @@ void Seal(CHiveImage& log) {
     }
     std::uint32_t sum = 0;
     for (std::size_t i = 0; i < 508; i += 4) {
-        sum ^= platform::LoadU32(bytes.data() + i);
+        sum ^= formats::LoadU32(bytes.data() + i);
     }
     Store(bytes, 508, sum, 4);
     bytes = bytes.subspan(std::min(bytes.size(), log.GetSectorSize()));
     while (bytes.size() >= 40) {
-        const std::size_t size = platform::LoadU32(bytes.data() + 4);
+        const std::size_t size = formats::LoadU32(bytes.data() + 4);
         if (size < 40 || size > bytes.size()) {
             return;
         }
@@ -67,13 +66,13 @@ void Seal(CHiveImage& log) {
 
 std::vector<CHiveImage> Divide(Bytes input) {
     std::vector<CHiveImage> parts;
-    if (input.size() < 4 || platform::LoadU32(input.data()) != kIsDivided) {
+    if (input.size() < 4 || formats::LoadU32(input.data()) != kIsDivided) {
         parts.emplace_back(input);
         return parts;
     }
     for (input = input.subspan(4); input.size() >= 4 && parts.size() < 4;) {
         const std::size_t size =
-            std::min<std::size_t>(platform::LoadU32(input.data()), input.size() - 4);
+            std::min<std::size_t>(formats::LoadU32(input.data()), input.size() - 4);
         parts.emplace_back(input.subspan(4, size));
         input = input.subspan(4 + size);
     }
@@ -103,7 +102,7 @@ std::size_t ReadValues(CHive& hive, KeyNumber key) {
 void ReadTree(CHive& hive, std::size_t size) {
     std::size_t total = 0;
     std::u16string name;
-    std::vector<std::pair<KeyNumber, std::u16string>> keys = {{platform::kRootKey, u""}};
+    std::vector<std::pair<KeyNumber, std::u16string>> keys = {{formats::kRootKey, u""}};
     for (std::size_t i = 0; i < keys.size(); ++i) {
         const KeyNumber key = keys[i].first;
         std::uint32_t count = 0;
@@ -112,7 +111,7 @@ void ReadTree(CHive& hive, std::size_t size) {
             Require(name.size() <= hive.GetInfo(key).longestSubKeyName);
             const std::u16string path = i == 0 ? name : keys[i].second + u"\\" + name;
             const KeyNumber child = hive.FindKey(path);
-            Require(child != platform::kNoKey);
+            Require(child != formats::kNoKey);
             keys.emplace_back(child, path);
         }
         Require(count == hive.GetInfo(key).subKeyCount);
@@ -131,10 +130,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     CHiveImage image = std::move(parts.front());
     // A hive that is not whole is read too.
-    static_cast<void>(platform::ApplyHiveLogs(image, std::span(parts).subspan(1)));
+    static_cast<void>(formats::ApplyHiveLogs(image, std::span(parts).subspan(1)));
     const std::size_t imageSize = image.GetBytes().size();
-    CHive hive;
-    if (hive.Load(std::move(image)) == ERROR_SUCCESS) {
+    CHive hive(formats::CNameRules([](char16_t unit) { return unit; }, 1));
+    if (hive.Load(std::move(image))) {
         ReadTree(hive, imageSize);
     }
     return 0;

@@ -4,9 +4,8 @@
 #include <cstdlib>
 #include <span>
 #include <string>
-#include <string_view>
 
-#include "platform/posix/shell_link_parser.h"
+#include "formats/link/shell_link.h"
 
 namespace {
 
@@ -17,16 +16,16 @@ void Require(bool condition) {
 }
 
 // Every folder is on the machine.
-bool FindFolder(std::u16string_view name, std::u16string& path) {
-    path = uR"(C:\)" + std::u16string(name);
+bool FindFolder(const formats::SLinkFolder& folder, std::u16string& path) {
+    path = folder.id.empty() ? uR"(C:\special)" : uR"(C:\known)";
     return true;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    platform::SShellLink link;
-    if (!platform::ParseShellLink(std::as_bytes(std::span(data, size)), &FindFolder, link)) {
+    formats::SShellLink link;
+    if (!formats::ParseShellLink(std::as_bytes(std::span(data, size)), &FindFolder, link)) {
         return 0;
     }
     for (const auto* text : {&link.path, &link.description, &link.arguments, &link.iconLocation,

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/posix/machine_description.h"
+#include "platform/described/machine_description.h"
 
 namespace {
 

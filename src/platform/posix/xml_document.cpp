@@ -10,7 +10,7 @@
 #include <new>
 
 #include "platform/posix/errno_status.h"
-#include "platform/posix/file_io.h"
+#include "platform/posix/files/file_io.h"
 #include "platform/status.h"
 
 namespace platform {

@@ -2,7 +2,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/posix/file_access.h"
+#include "platform/posix/files/file_access.h"
 #include "platform/posix/xml_document.h"
 #include "platform/status.h"
 #include "platform/utf8.h"

@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "platform/described/file_bytes.h"
 #include "platform/files_fixture.h"
-#include "platform/posix/file_access.h"
-#include "platform/posix/hive_image.h"
+#include "platform/posix/files/file_access.h"
 #include "platform/shell_link.h"
 #include "platform/xml.h"
 #include "support/machine.h"
@@ -480,8 +480,6 @@ TEST_F(PosixFilesTest, AStreamThatCannotBeAskedForIsNotTakenForMissing) {
 // Signals that never end, as some file systems of a program that is gone have them.
 TEST_F(PosixFilesTest, WhatIsInterruptedForEverIsNotTriedForEver) {
     const std::u16string file = m_folder.WriteFile("file", "<a/>");
-    platform::CFileDescriptor opened;
-    ASSERT_EQ(platform::OpenForReading(file.c_str(), opened), ERROR_SUCCESS);
     constexpr int kFailure = HresultFromError(ERROR_IO_DEVICE);
     for (const ESystemCall call : {ESystemCall::Read, ESystemCall::PRead, ESystemCall::Write}) {
         SCOPED_TRACE(static_cast<int>(call));
@@ -495,7 +493,9 @@ TEST_F(PosixFilesTest, WhatIsInterruptedForEverIsNotTriedForEver) {
         EXPECT_EQ(xml.Read(node), isRead ? kFailure : S_OK);
         platform::SShellLink link;
         EXPECT_EQ(platform::ReadShellLink(file.c_str(), link), isPRead ? kFailure : E_FAIL);
-        EXPECT_EQ(platform::CHiveImage().Read(opened), isPRead ? ERROR_IO_DEVICE : ERROR_SUCCESS);
+        platform::SFileBytes bytes;
+        EXPECT_EQ(platform::ReadFileBytes(file.c_str(), 10, bytes),
+                  isPRead ? ERROR_IO_DEVICE : ERROR_SUCCESS);
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "platform/windows/process_token.h"
+#include "platform/windows/live/process_token.h"
 // Behind windows.h.
 #include <objbase.h>
 

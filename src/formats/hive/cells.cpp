@@ -1,0 +1,235 @@
+#include "formats/hive/cells.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace formats {
+
+using namespace hive;
+
+namespace {
+
+// The signature of a record; 0, which none has, when the cell is too small for the record.
+unsigned Signature(std::span<const std::byte> cell, std::size_t size) {
+    return cell.size() < size ? 0 : LoadU16(cell.data());
+}
+
+// How many entries a list has: what it says, but no more than its cell has room for.
+std::size_t EntryCount(std::span<const std::byte> list, std::size_t entrySize) {
+    return std::min<std::size_t>(LoadU16(list.data() + kListCount),
+                                 (list.size() - kListHeaderSize) / entrySize);
+}
+
+void CollectEntries(const std::byte* entries, std::size_t count, std::size_t entrySize,
+                    std::uint64_t& budget, std::vector<CellOffset>& offsets) {
+    count = static_cast<std::size_t>(std::min<std::uint64_t>(count, budget));
+    budget -= count;
+    for (std::size_t i = 0; i < count; ++i) {
+        offsets.push_back(LoadU32(entries + i * entrySize));
+    }
+}
+
+}  // namespace
+
+std::uint32_t CHiveName::GetLength() const {
+    if (m_isWide) {
+        std::uint32_t length = 0;
+        while (length < m_capacity && (*this)[length] != 0) {
+            ++length;
+        }
+        return length;
+    }
+    const void* const end = m_capacity == 0 ? nullptr : std::memchr(m_bytes, 0, m_capacity);
+    return end == nullptr
+               ? m_capacity
+               : static_cast<std::uint32_t>(static_cast<const std::byte*>(end) - m_bytes);
+}
+
+bool CHiveName::Equals(std::u16string_view text, const CNameRules& rules) const {
+    if (m_capacity < text.size() || (m_capacity > text.size() && (*this)[text.size()] != 0)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (!rules.IsSame((*this)[i], text[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void CHiveName::CopyTo(std::u16string& text) const {
+    text.resize(GetLength());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        text[i] = (*this)[i];
+    }
+}
+
+CHiveCells::CHiveCells(std::span<const std::byte> bins, std::size_t wholeSize,
+                       std::uint32_t minorVersion)
+    : m_bins(bins),
+      m_wholeSize(std::max(wholeSize, bins.size())),
+      m_hasSegments(minorVersion >= kFirstVersionWithSegments) {}
+
+std::span<const std::byte> CHiveCells::Get(CellOffset offset) const {
+    if (offset % kCellAlignment != 0 || offset < kBinHeaderSize ||
+        static_cast<std::size_t>(offset) + kCellAlignment > m_bins.size()) {
+        return {};
+    }
+    // A cell in use has its size as a negative number.
+    const std::uint32_t size = 0U - LoadU32(m_bins.data() + offset);
+    if (size > 0x80000000U || size < kCellAlignment || size > m_wholeSize - offset) {
+        return {};
+    }
+    return m_bins.subspan(offset + kCellSizeSize,
+                          std::min<std::size_t>(size, m_bins.size() - offset) - kCellSizeSize);
+}
+
+void CHiveCells::Prefetch(CellOffset offset) const {
+    constexpr std::size_t kLineSize = 64;
+    if (offset + kLineSize < m_bins.size()) {
+        __builtin_prefetch(m_bins.data() + offset);
+        __builtin_prefetch(m_bins.data() + offset + kLineSize);
+    }
+}
+
+void CHiveCells::PrefetchFrom(std::span<const CellOffset> offsets, std::size_t index) const {
+    constexpr std::size_t kGroup = 16;
+    if (index % kGroup == 0 && index < offsets.size()) {
+        for (const CellOffset offset :
+             offsets.subspan(index, std::min(kGroup, offsets.size() - index))) {
+            Prefetch(offset);
+        }
+    }
+}
+
+bool CHiveCells::ReadKey(CellOffset offset, SKeyNode& key) const {
+    const std::span<const std::byte> cell = Get(offset);
+    if (Signature(cell, kKeySize) != kKeySignature) {
+        return false;
+    }
+    const std::size_t nameSize = LoadU16(cell.data() + kKeyNameSize);
+    if (nameSize > cell.size() - kKeySize) {
+        return false;
+    }
+    const bool isWide = (LoadU16(cell.data() + kKeyFlags) & kKeyNameIsLatin1) == 0;
+    key.parent = LoadU32(cell.data() + kKeyParent);
+    key.subKeyCount = LoadU32(cell.data() + kKeySubKeyCount);
+    key.subKeyList = LoadU32(cell.data() + kKeySubKeyList);
+    key.valueCount = LoadU32(cell.data() + kKeyValueCount);
+    key.valueList = LoadU32(cell.data() + kKeyValueList);
+    key.name = CHiveName(cell.data() + kKeySize, nameSize, isWide);
+    return true;
+}
+
+bool CHiveCells::ReadValueName(CellOffset offset, CHiveName& name) const {
+    const std::span<const std::byte> cell = Get(offset);
+    if (Signature(cell, kValueSize) != kValueSignature) {
+        return false;
+    }
+    const std::size_t nameSize = LoadU16(cell.data() + kValueNameSize);
+    const bool isWide = (LoadU16(cell.data() + kValueFlags) & kValueNameIsLatin1) == 0;
+    name = CHiveName(cell.data() + kValueSize, nameSize, isWide);
+    return nameSize <= cell.size() - kValueSize;
+}
+
+bool CHiveCells::ReadValue(CellOffset offset, SValueNode& value) const {
+    if (!ReadValueName(offset, value.name)) {
+        return false;
+    }
+    const std::byte* const cell = Get(offset).data();
+    const std::uint32_t size = LoadU32(cell + kValueDataSize);
+    value.size = size & ~kDataIsInline;
+    value.inlineData = (size & kDataIsInline) != 0 ? cell + kValueData : nullptr;
+    value.dataCell = LoadU32(cell + kValueData);
+    value.type = LoadU32(cell + kValueType);
+    return true;
+}
+
+bool CHiveCells::CopyData(const SValueNode& value, std::byte* target) const {
+    if (value.size == 0) {
+        return true;
+    }
+    std::span<const std::byte> data;
+    if (value.inlineData != nullptr) {
+        data = {value.inlineData, kMaxInlineData};
+    } else {
+        data = Get(value.dataCell);
+        const bool isRecord =
+            value.size > kSegmentLength && Signature(data, kSegmentsSize) == kSegmentsSignature;
+        // Elder formats have large data in one cell, and it may well begin with the same two bytes.
+        if (isRecord && (m_hasSegments || data.size() < value.size) &&
+            CopySegments(data, value.size, target)) {
+            return true;
+        }
+    }
+    if (data.size() < value.size) {
+        return false;
+    }
+    if (target != nullptr) {
+        std::memcpy(target, data.data(), value.size);
+    }
+    return true;
+}
+
+bool CHiveCells::CopySegments(std::span<const std::byte> record, std::uint32_t size,
+                              std::byte* target) const {
+    const std::size_t count = (size + kSegmentLength - 1) / kSegmentLength;
+    const std::span<const std::byte> list = Get(LoadU32(record.data() + kSegmentsList));
+    if (count > LoadU16(record.data() + kSegmentsCount) || count > list.size() / kOffsetSize) {
+        return false;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t length = std::min(size, kSegmentLength);
+        const std::span<const std::byte> segment = Get(LoadU32(list.data() + kOffsetSize * i));
+        if (segment.size() < length) {
+            return false;
+        }
+        if (target != nullptr) {
+            std::memcpy(target, segment.data(), length);
+            target += length;
+        }
+        size -= length;
+    }
+    return true;
+}
+
+void CHiveCells::CollectSubKeys(CellOffset list, std::uint64_t& budget,
+                                std::vector<CellOffset>& offsets) const {
+    const std::span<const std::byte> cell = Get(list);
+    if (Signature(cell, kListHeaderSize) != kIndexRootSignature) {
+        CollectLeaf(cell, budget, offsets);
+        return;
+    }
+    const std::size_t count = EntryCount(cell, kOffsetSize);
+    for (std::size_t i = 0; i < count && budget != 0; ++i) {
+        --budget;
+        CollectLeaf(Get(LoadU32(cell.data() + kListHeaderSize + kOffsetSize * i)), budget, offsets);
+    }
+}
+
+void CHiveCells::CollectLeaf(std::span<const std::byte> leaf, std::uint64_t& budget,
+                             std::vector<CellOffset>& offsets) const {
+    std::size_t entrySize = 0;
+    switch (Signature(leaf, kListHeaderSize)) {
+        case kIndexLeafSignature:
+            entrySize = kOffsetSize;
+            break;
+        case kFastLeafSignature:
+        case kHashLeafSignature:
+            entrySize = kHintedEntrySize;
+            break;
+        default:
+            return;
+    }
+    CollectEntries(leaf.data() + kListHeaderSize, EntryCount(leaf, entrySize), entrySize, budget,
+                   offsets);
+}
+
+void CHiveCells::CollectValues(CellOffset list, std::uint32_t count, std::uint64_t& budget,
+                               std::vector<CellOffset>& offsets) const {
+    const std::span<const std::byte> cell = Get(list);
+    CollectEntries(cell.data(), std::min<std::size_t>(count, cell.size() / kOffsetSize),
+                   kOffsetSize, budget, offsets);
+}
+
+}  // namespace formats

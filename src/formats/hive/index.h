@@ -1,0 +1,103 @@
+// formats/hive/index.h - the keys of a hive as a tree that can be trusted.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "formats/hive/cells.h"
+#include "formats/hive/name_table.h"
+
+namespace formats {
+
+// How much a key holds. The lengths count units.
+struct SKeyInfo {
+    std::uint32_t subKeyCount = 0;
+    std::uint32_t longestSubKeyName = 0;
+    std::uint32_t valueCount = 0;
+    std::uint32_t longestValueName = 0;
+};
+
+// A key by its place in the index. The root is 0.
+using KeyNumber = std::uint32_t;
+constexpr KeyNumber kRootKey = 0;
+constexpr KeyNumber kNoKey = 0xFFFFFFFFU;
+
+// Every key and value that can be reached and read, found once when a hive is loaded. Each key cell
+// is in it at most once, so whatever the lists of a hive say, this is a tree, no larger than the
+// hive. A key or value is left out when its record, its name or its data is not whole; a key also
+// when its name could not stand in a path or it is more than 512 levels below the root. What
+// remains needs no further check. Any thread.
+class CHiveIndex {
+public:
+    explicit CHiveIndex(const CNameRules& rules) : m_rules(rules) {}
+
+    // Reads the tree below `root`; false when that is no key. `cells` must outlive the index.
+    [[nodiscard]] bool Build(const CHiveCells& cells, CellOffset root);
+
+    // Whether a key has fewer subkeys or values than it says.
+    [[nodiscard]] bool IsDamaged() const { return m_isDamaged; }
+
+    [[nodiscard]] SKeyInfo GetInfo(KeyNumber key) const;
+    [[nodiscard]] std::uint32_t GetChildCount(KeyNumber key) const {
+        return m_keys[key].childCount;
+    }
+    // The subkeys of a key have consecutive numbers.
+    [[nodiscard]] KeyNumber GetFirstChild(KeyNumber key) const { return m_keys[key].firstChild; }
+    [[nodiscard]] CellOffset GetCell(KeyNumber key) const { return m_keys[key].cell; }
+    [[nodiscard]] std::span<const CellOffset> GetValues(KeyNumber key) const {
+        return std::span(m_values).subspan(m_keys[key].firstValue, m_keys[key].valueCount);
+    }
+
+    // Asks the memory for a key a few numbers behind `key`, which is likely to be read soon.
+    void PrefetchBehind(KeyNumber key) const {
+        constexpr KeyNumber kDistance = 4;
+        if (key + kDistance < m_keys.size()) {
+            m_cells->Prefetch(m_keys[key + kDistance].cell);
+        }
+    }
+
+    // False when no value of the key has a name of that many units.
+    [[nodiscard]] bool MayHaveValue(KeyNumber key, std::size_t nameLength) const {
+        return (m_keys[key].valueNameLengths & LengthBit(nameLength)) != 0;
+    }
+
+    // The subkey of that name, or kNoKey. Of several with the same name it is the first whose name
+    // is whole. `guess`, any number, is looked at first.
+    [[nodiscard]] KeyNumber FindChild(KeyNumber parent, std::u16string_view name,
+                                      KeyNumber guess = kNoKey) const;
+
+private:
+    struct SKey {
+        CellOffset cell = 0;
+        KeyNumber firstChild = 0;
+        std::uint32_t childCount = 0;
+        std::uint32_t firstValue = 0;
+        std::uint32_t valueCount = 0;
+        std::uint32_t nameHash = 0;
+        std::uint32_t valueNameLengths = 0;  // a bit for each, modulo 32
+        std::uint16_t longestChildName = 0;
+        std::uint16_t longestValueName = 0;
+    };
+    class CBuilder;
+
+    [[nodiscard]] static std::uint32_t LengthBit(std::size_t length) { return 1U << length % 32; }
+
+    void NameChildren(KeyNumber parent);
+    [[nodiscard]] bool IsChild(KeyNumber key, KeyNumber parent) const {
+        return key - m_keys[parent].firstChild < m_keys[parent].childCount;
+    }
+    [[nodiscard]] bool HasName(KeyNumber key, std::u16string_view name) const;
+
+    CNameRules m_rules;
+    const CHiveCells* m_cells = nullptr;
+    std::vector<SKey> m_keys;  // breadth first
+    std::vector<CellOffset> m_values;
+    CNameTable m_names;
+    bool m_isDamaged = false;
+    bool m_hasNamesakes = false;  // two subkeys of one key that answer to the same name
+};
+
+}  // namespace formats

@@ -1,0 +1,12 @@
+#include "formats/hive/name_table.h"
+
+#include <bit>
+
+namespace formats {
+
+void CNameTable::Reset(std::size_t count) {
+    m_places.assign(std::bit_ceil(count + count / 2 + 1), kEmpty);
+    m_mask = m_places.size() - 1;
+}
+
+}  // namespace formats

@@ -1,0 +1,236 @@
+#include "platform/assemblies.h"
+
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "formats/assembly/managed_assembly.h"
+#include "platform/files.h"
+#include "platform/input_file.h"
+#include "platform/machine.h"
+#include "platform/status.h"
+#include "platform/text.h"
+#include "platform/xml.h"
+
+namespace platform {
+
+namespace {
+
+constexpr std::u16string_view kManifestExtension = u".manifest";
+constexpr std::u16string_view kNone = u"none";
+// Longer names and languages are shortened in the middle.
+constexpr std::size_t kMaxName = 40;
+constexpr std::size_t kMaxLanguage = 8;
+
+// Names of components by their keys: what a name says before its hash, in lower case. The hash
+// alone tells names apart that were shortened to the same text.
+using Components = std::unordered_map<std::u16string, std::vector<std::u16string>>;
+
+struct SIdentity {
+    std::u16string_view name;
+    std::u16string_view version;
+    std::u16string_view language;
+    std::u16string_view publicKeyToken;
+    std::u16string_view processorArchitecture;
+};
+
+std::u16string_view AttributeOf(std::u16string_view identity, std::u16string_view name) {
+    const std::u16string start = u',' + std::u16string(name) + u"=\"";
+    const std::size_t found = identity.find(start);
+    if (found == std::u16string_view::npos) {
+        return {};
+    }
+    identity.remove_prefix(found + start.size());
+    return identity.substr(0, identity.find(u'"'));
+}
+
+SIdentity ReadIdentity(std::u16string_view text) {
+    return {text.substr(0, text.find(u',')), AttributeOf(text, u"version"),
+            AttributeOf(text, u"language"), AttributeOf(text, u"publicKeyToken"),
+            AttributeOf(text, u"processorArchitecture")};
+}
+
+std::u16string Folded(std::u16string_view text) {
+    std::u16string folded(text);
+    FoldText(folded.data(), folded.size());
+    return folded;
+}
+
+// A part of an identity as the names of the store have it: letters, digits and ".-_" alone.
+std::u16string KeyPart(std::u16string_view text, std::u16string_view missing) {
+    std::u16string part;
+    for (const char16_t unit : Folded(text.empty() ? missing : text)) {
+        const bool isAlphanumeric =
+            (unit >= u'0' && unit <= u'9') || (unit >= u'a' && unit <= u'z');
+        if (isAlphanumeric || unit == u'.' || unit == u'-' || unit == u'_') {
+            part += unit;
+        }
+    }
+    return part;
+}
+
+std::u16string Shortened(const std::u16string& text, std::size_t limit) {
+    const std::size_t kept = limit / 2 - 1;
+    return text.size() <= limit ? text
+                                : text.substr(0, kept) + u".." + text.substr(text.size() - kept);
+}
+
+std::u16string_view LanguageOf(std::u16string_view language) {
+    return language == u"neutral" ? std::u16string_view() : language;
+}
+
+std::u16string JoinKey(const SIdentity& identity, std::u16string_view name,
+                       std::u16string_view language) {
+    return KeyPart(identity.processorArchitecture, kNone)
+        .append(u"_")
+        .append(name)
+        .append(u"_")
+        .append(KeyPart(identity.publicKeyToken, kNone))
+        .append(u"_")
+        .append(KeyPart(identity.version, kNone))
+        .append(u"_")
+        .append(language);
+}
+
+std::u16string MakeKey(const SIdentity& identity) {
+    return JoinKey(identity, Shortened(KeyPart(identity.name, kNone), kMaxName),
+                   Shortened(KeyPart(LanguageOf(identity.language), kNone), kMaxLanguage));
+}
+
+// As the stores of version 5 have it.
+std::u16string MakeOldKey(const SIdentity& identity) {
+    return JoinKey(identity, KeyPart(identity.name, kNone),
+                   KeyPart(LanguageOf(identity.language), u"x-ww"));
+}
+
+// Enters the folders of a folder, or its files that have an extension.
+void Index(const std::u16string& folder, std::u16string_view extension, Components& components) {
+    CFindHandle search;
+    SFindData found;
+    int status = search.First((folder + uR"(\*)").c_str(), found);
+    for (; status == ERROR_SUCCESS; status = search.Next(found)) {
+        std::u16string key = Folded(found.name);
+        if (found.IsFolder() != extension.empty() || !key.ends_with(extension)) {
+            continue;
+        }
+        found.name.resize(found.name.size() - extension.size());
+        const std::size_t hash = key.rfind(u'_');
+        if (hash != std::u16string::npos) {
+            key.resize(hash);
+            components[key].push_back(found.name);
+        }
+    }
+}
+
+// Whether a manifest of the store is the one of an identity, as far as shortening hides it.
+bool IsManifestOf(const std::u16string& file, const SIdentity& identity) {
+    CXmlInput input;
+    EXmlNode node = EXmlNode::None;
+    if (input.Open(file.c_str()) != S_OK) {
+        return false;
+    }
+    while (input.Read(node) == S_OK) {
+        if (node != EXmlNode::Element || input.GetLocalName() != u"assemblyIdentity") {
+            continue;
+        }
+        bool isSame = true;
+        for (int status = input.MoveToFirstAttribute(); status == S_OK;
+             status = input.MoveToNextAttribute()) {
+            if (input.GetLocalName() == u"name") {
+                isSame = isSame && Folded(input.GetValue()) == Folded(identity.name);
+            } else if (input.GetLocalName() == u"language") {
+                isSame = isSame && Folded(LanguageOf(input.GetValue())) ==
+                                       Folded(LanguageOf(identity.language));
+            }
+        }
+        return isSame;
+    }
+    return false;
+}
+
+}  // namespace
+
+struct CAssemblyCache::SState {
+    [[nodiscard]] const std::u16string* Find(const Components& components,
+                                             const SIdentity& identity) const;
+    [[nodiscard]] std::u16string ManifestOf(const std::u16string& component) const {
+        return (manifestFolder + u'\\' + component).append(kManifestExtension);
+    }
+
+    std::u16string folder;
+    std::u16string manifestFolder;
+    Components folders;
+    Components manifests;
+};
+
+// The name of an identity's component; null when there is none. Where its manifest does not tell,
+// since it cannot be read, the first of the names that fit is taken.
+const std::u16string* CAssemblyCache::SState::Find(const Components& components,
+                                                   const SIdentity& identity) const {
+    auto found = components.find(MakeKey(identity));
+    if (found == components.end()) {
+        found = components.find(MakeOldKey(identity));
+    }
+    if (found == components.end()) {
+        return nullptr;
+    }
+    const std::vector<std::u16string>& names = found->second;
+    for (std::size_t i = 0; names.size() > 1 && i < names.size(); ++i) {
+        if (IsManifestOf(ManifestOf(names[i]), identity)) {
+            return &names[i];
+        }
+    }
+    return &names.front();
+}
+
+CAssemblyCache::CAssemblyCache() = default;
+
+CAssemblyCache::~CAssemblyCache() = default;
+
+bool CAssemblyCache::Open() {
+    Close();
+    auto state = std::make_unique<SState>();
+    if (!GetWindowsFolder(state->folder)) {
+        return false;
+    }
+    state->folder += uR"(\WinSxS)";
+    SFindData found;
+    if (FindEntry(state->folder.c_str(), found) != ERROR_SUCCESS || !found.IsFolder()) {
+        return false;
+    }
+    state->manifestFolder = state->folder + uR"(\Manifests)";
+    Index(state->folder, {}, state->folders);
+    Index(state->manifestFolder, kManifestExtension, state->manifests);
+    m_state = std::move(state);
+    return true;
+}
+
+void CAssemblyCache::Close() { m_state.reset(); }
+
+bool CAssemblyCache::FindAssembly(std::u16string_view identity, std::u16string& place) const {
+    if (m_state == nullptr) {
+        return false;
+    }
+    const SIdentity parts = ReadIdentity(identity);
+    if (const std::u16string* const name = m_state->Find(m_state->folders, parts)) {
+        place = m_state->folder + u'\\' + *name;
+        return true;
+    }
+    if (const std::u16string* const name = m_state->Find(m_state->manifests, parts)) {
+        place = m_state->ManifestOf(*name);
+        return true;
+    }
+    return false;
+}
+
+bool CAssemblyCache::IsManagedAssembly(const char16_t* name) const {
+    CInputFile file;
+    return file.Open(name) == ERROR_SUCCESS &&
+           formats::HoldsManagedAssembly([&file](std::uint64_t offset, std::span<std::byte> bytes) {
+               std::size_t count = 0;
+               static_cast<void>(file.Read(offset, bytes, count));  // what there is counts
+               return count;
+           });
+}
+
+}  // namespace platform

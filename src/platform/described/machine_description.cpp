@@ -1,0 +1,388 @@
+#include "platform/described/machine_description.h"
+
+#include <toml++/toml.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <system_error>
+#include <utility>
+
+#include "platform/path_names.h"
+#include "platform/text.h"
+#include "platform/utf8.h"
+
+namespace platform {
+
+namespace {
+
+// A description has a few kilobytes; this keeps a wrong file name from filling the memory.
+constexpr std::size_t kMaxFileSize = std::size_t{1} << 20;
+
+// The parser bounds the depth of nested values but not that of dotted keys, each dot of which is a
+// table in a table: a file of nothing else would exhaust the stack.
+constexpr std::ptrdiff_t kMaxDots = 5000;
+
+bool IsLetter(char16_t unit) {
+    const char16_t lower = unit | 0x20;
+    return lower >= u'a' && lower <= u'z';
+}
+
+bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
+
+bool IsDrive(std::u16string_view text) {
+    return text.size() == 2 && IsLetter(text[0]) && text[1] == u':';
+}
+
+bool IsShare(std::u16string_view text) {
+    const std::size_t middle = text.find(u'\\', 2);
+    return text.starts_with(uR"(\\)") && middle != 2 && middle != std::u16string_view::npos &&
+           middle + 1 < text.size() && text.find(u'\\', middle + 1) == std::u16string_view::npos &&
+           text.find_first_of(u"/:*?\"<>|") == std::u16string_view::npos;
+}
+
+// Takes the drive, or the server, off a full path; false when it has neither.
+bool TakeRoot(std::u16string_view& path) {
+    constexpr std::u16string_view kLong = uR"(\\?\)";
+    constexpr std::u16string_view kLongShare = uR"(\\?\UNC\)";
+    const bool isLongShare = EqualText(path.substr(0, kLongShare.size()), kLongShare);
+    if (isLongShare || (path.starts_with(uR"(\\)") && !path.starts_with(kLong))) {
+        path.remove_prefix(isLongShare ? kLongShare.size() : 2);
+        const std::u16string_view server = path.substr(0, path.find(u'\\'));
+        path.remove_prefix(std::min(server.size() + 1, path.size()));
+        return IsServerName(server);
+    }
+    path.remove_prefix(path.starts_with(kLong) ? kLong.size() : 0);
+    const bool hasDrive = IsDrive(path.substr(0, 2)) && path.substr(2, 1) == u"\\";
+    path.remove_prefix(hasDrive ? 3 : 0);
+    return hasDrive;
+}
+
+// A full path of names that a path can have. What is no path would be no folder to the conversion,
+// which would go on without its token.
+bool IsWindowsPath(std::u16string_view path) {
+    bool isGood = TakeRoot(path);
+    while (isGood && !path.empty()) {
+        const std::u16string_view name = path.substr(0, path.find(u'\\'));
+        path.remove_prefix(std::min(name.size() + 1, path.size()));
+        isGood = IsPathName(name);
+    }
+    return isGood;
+}
+
+bool IsSid(std::u16string_view text) {
+    constexpr std::u16string_view kStart = u"S-1-";
+    return text.starts_with(kStart) && IsDigit(text.back()) &&
+           std::all_of(text.begin() + kStart.size(), text.end(),
+                       [](char16_t unit) { return unit == u'-' || IsDigit(unit); });
+}
+
+bool IsLocaleName(std::u16string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char16_t unit) {
+        return IsLetter(unit) || IsDigit(unit) || unit == u'-' || unit == u'_';
+    });
+}
+
+bool IsFolderName(std::u16string_view name) {
+    return name == kLocalAppDataLowName ||
+           std::any_of(kSpecialFolders.begin(), kSpecialFolders.end(),
+                       [name](const SSpecialFolder& folder) { return name == folder.name; });
+}
+
+bool IsHive(std::u16string_view text) {
+    constexpr std::u16string_view kStart = uR"(\REGISTRY\)";
+    return text.size() > kStart.size() && EqualText(text.substr(0, kStart.size()), kStart);
+}
+
+bool ParseVersion(std::string_view text, SSystemVersion& version) {
+    const std::size_t dot = std::min(text.find('.'), text.size());
+    const auto parse = [](std::string_view digits, std::uint32_t& number) {
+        const char* const end = digits.data() + digits.size();
+        const auto [stop, error] = std::from_chars(digits.data(), end, number);
+        return error == std::errc() && stop == end;
+    };
+    return parse(text.substr(0, dot), version.major) &&
+           parse(text.substr(std::min(dot + 1, text.size())), version.minor);
+}
+
+// A key whose text goes into one field; an empty text stands for an answer that the machine does
+// not give.
+struct SKnownText {
+    std::string_view section;
+    std::string_view key;
+    std::u16string SMachineDescription::*field;
+    bool (*isGood)(std::u16string_view text);
+    std::string_view rule;
+};
+
+constexpr std::string_view kPathRule = "must be a full Windows path";
+
+constexpr SKnownText kKnownTexts[] = {
+    {"system", "locale", &SMachineDescription::locale, &IsLocaleName, "must be a locale's name"},
+    {"system", "windows", &SMachineDescription::windowsFolder, &IsWindowsPath, kPathRule},
+    {"user", "sid", &SMachineDescription::userSid, &IsSid, "must be a SID"},
+};
+
+// Fills a description from a parsed file. Each reading operation gives false, with the problem
+// noted, at the first thing that is wrong.
+class CReader {
+public:
+    CReader(const std::string& file, SMachineDescription& description)
+        : m_file(Utf8ToUtf16(file)), m_description(description) {}
+
+    bool ReadAll(const toml::table& root);
+    bool Fail(std::size_t line, std::string_view what);
+    [[nodiscard]] const std::u16string& GetProblem() const { return m_problem; }
+
+private:
+    using Read = bool (CReader::*)(const toml::key& key, const toml::node& value);
+    struct SSection {
+        std::string_view name;
+        Read read;
+    };
+    static const SSection kSections[];
+
+    bool ReadSection(const toml::key& key, const toml::node& value);
+    bool ReadSystem(const toml::key& key, const toml::node& value);
+    bool ReadKnownText(const toml::key& key, const toml::node& value);
+    bool ReadFolder(const toml::key& key, const toml::node& value);
+    bool ReadVariable(const toml::key& key, const toml::node& value);
+    bool ReadDrive(const toml::key& key, const toml::node& value);
+    bool ReadShare(const toml::key& key, const toml::node& value);
+    bool ReadRegistry(const toml::key& key, const toml::node& value);
+
+    bool ReadText(const toml::key& key, const toml::node& value, std::u16string& text);
+    bool ReadPosixFolder(const toml::key& key, const toml::node& value, std::string& folder);
+    bool FailAt(const toml::key& key, std::string_view what);
+
+    std::u16string m_file;
+    SMachineDescription& m_description;
+    std::string_view m_section;  // empty outside of one
+    std::u16string m_problem;
+};
+
+constexpr CReader::SSection CReader::kSections[] = {
+    {"system", &CReader::ReadSystem},     {"user", &CReader::ReadKnownText},
+    {"folders", &CReader::ReadFolder},    {"environment", &CReader::ReadVariable},
+    {"drives", &CReader::ReadDrive},      {"shares", &CReader::ReadShare},
+    {"registry", &CReader::ReadRegistry},
+};
+
+bool CReader::Fail(std::size_t line, std::string_view what) {
+    m_problem = m_file;
+    if (line != 0) {
+        m_problem += u':';
+        m_problem += Utf8ToUtf16(std::to_string(line));
+    }
+    m_problem += u": ";
+    m_problem += Utf8ToUtf16(what);
+    return false;
+}
+
+bool CReader::FailAt(const toml::key& key, std::string_view what) {
+    std::string text = "[";
+    text += m_section.empty() ? key.str() : m_section;
+    text += ']';
+    if (!m_section.empty()) {
+        text += " \"";
+        text += key.str();
+        text += '"';
+    }
+    text += ": ";
+    text += what;
+    return Fail(key.source().begin.line, text);
+}
+
+bool CReader::ReadAll(const toml::table& root) {
+    if (root.contains("folders")) {
+        m_description.folders.clear();
+    }
+    if (root.contains("environment")) {
+        m_description.environment.clear();
+    }
+    if (root.contains("drives")) {
+        m_description.drives.clear();
+    }
+    if (root.contains("shares")) {
+        m_description.shares.clear();
+    }
+    for (auto&& [key, value] : root) {
+        m_section = {};
+        if (!ReadSection(key, value)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CReader::ReadSection(const toml::key& key, const toml::node& value) {
+    const auto* const section =
+        std::find_if(std::begin(kSections), std::end(kSections),
+                     [&key](const SSection& row) { return row.name == key.str(); });
+    if (section == std::end(kSections)) {
+        return FailAt(key, "is no section of a machine description");
+    }
+    const toml::table* const rows = value.as_table();
+    if (rows == nullptr) {
+        return FailAt(key, "must be a section");
+    }
+    m_section = section->name;
+    for (auto&& [rowKey, rowValue] : *rows) {
+        if (!(this->*section->read)(rowKey, rowValue)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CReader::ReadText(const toml::key& key, const toml::node& value, std::u16string& text) {
+    const toml::value<std::string>* const string = value.as_string();
+    if (string == nullptr) {
+        return FailAt(key, "must be a text in quotes");
+    }
+    text = Utf8ToUtf16(string->get());
+    return text.find(u'\0') == std::u16string::npos || FailAt(key, "must not hold a NUL");
+}
+
+bool CReader::ReadSystem(const toml::key& key, const toml::node& value) {
+    if (key == "workstation") {
+        const toml::value<bool>* const isWorkstation = value.as_boolean();
+        m_description.version.isWorkstation = isWorkstation != nullptr && isWorkstation->get();
+        return isWorkstation != nullptr || FailAt(key, "must be true or false");
+    }
+    if (key == "version") {
+        std::u16string text;
+        return ReadText(key, value, text) &&
+               (ParseVersion(Utf16ToUtf8(text), m_description.version) ||
+                FailAt(key, "must be two numbers with a dot between them"));
+    }
+    return ReadKnownText(key, value);
+}
+
+bool CReader::ReadKnownText(const toml::key& key, const toml::node& value) {
+    const auto* const row = std::find_if(
+        std::begin(kKnownTexts), std::end(kKnownTexts), [this, &key](const SKnownText& candidate) {
+            return candidate.section == m_section && candidate.key == key.str();
+        });
+    if (row == std::end(kKnownTexts)) {
+        return FailAt(key, "is no key of this section");
+    }
+    std::u16string& text = m_description.*row->field;
+    return ReadText(key, value, text) &&
+           (text.empty() || row->isGood(text) || FailAt(key, row->rule));
+}
+
+bool CReader::ReadFolder(const toml::key& key, const toml::node& value) {
+    const std::u16string name = Utf8ToUtf16(key.str());
+    if (!IsFolderName(name)) {
+        return FailAt(key, "is no special folder");
+    }
+    std::u16string& path = m_description.folders[name];
+    return ReadText(key, value, path) && (IsWindowsPath(path) || FailAt(key, kPathRule));
+}
+
+bool CReader::ReadVariable(const toml::key& key, const toml::node& value) {
+    const std::u16string name = Utf8ToUtf16(key.str());
+    if (name.empty() || name.find_first_of(std::u16string_view(u"=\0", 2)) != name.npos) {
+        return FailAt(key, "is no name of a variable");
+    }
+    const auto [row, isNew] = m_description.environment.try_emplace(name);
+    return isNew ? ReadText(key, value, row->second)
+                 : FailAt(key, "differs only in letter case from another key");
+}
+
+bool CReader::ReadPosixFolder(const toml::key& key, const toml::node& value, std::string& folder) {
+    std::u16string text;
+    if (!ReadText(key, value, text)) {
+        return false;
+    }
+    folder = Utf16ToUtf8(text);
+    return folder.starts_with('/') || FailAt(key, "must be a folder that starts with a slash");
+}
+
+bool CReader::ReadDrive(const toml::key& key, const toml::node& value) {
+    const std::u16string name = Utf8ToUtf16(key.str());
+    if (!IsDrive(name)) {
+        return FailAt(key, "must be a letter and a colon");
+    }
+    const auto letter = static_cast<char16_t>(name[0] & ~0x20);
+    const auto [row, isNew] = m_description.drives.try_emplace(letter);
+    return isNew ? ReadPosixFolder(key, value, row->second)
+                 : FailAt(key, "differs only in letter case from another key");
+}
+
+bool CReader::ReadShare(const toml::key& key, const toml::node& value) {
+    const std::u16string name = Utf8ToUtf16(key.str());
+    if (!IsShare(name)) {
+        return FailAt(key, R"(must be \\server\share)");
+    }
+    const auto [row, isNew] = m_description.shares.try_emplace(name);
+    return isNew ? ReadPosixFolder(key, value, row->second)
+                 : FailAt(key, "differs only in letter case from another key");
+}
+
+bool CReader::ReadRegistry(const toml::key& key, const toml::node& value) {
+    if (key != "hivelist") {
+        return FailAt(key, "is no key of this section");
+    }
+    const toml::array* const names = value.as_array();
+    if (names == nullptr) {
+        return FailAt(key, "must be a list of texts");
+    }
+    m_description.volatileHives.clear();
+    for (const toml::node& name : *names) {
+        std::u16string& hive = m_description.volatileHives.emplace_back();
+        if (!ReadText(key, name, hive)) {
+            return false;
+        }
+        if (!IsHive(hive)) {
+            return FailAt(key, R"(every name must start with \REGISTRY\)");
+        }
+    }
+    return true;
+}
+
+// 0, or the errno of the failure; EFBIG for a file that is no description by its size.
+int ReadFile(const std::string& name, std::string& bytes) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "rb"),
+                                                               &std::fclose);
+    if (!file) {
+        return errno;
+    }
+    bytes.resize(kMaxFileSize + 1);
+    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file.get()));
+    if (std::ferror(file.get()) != 0) {
+        return errno;
+    }
+    return bytes.size() > kMaxFileSize ? EFBIG : 0;
+}
+
+}  // namespace
+
+bool ReadMachineDescription(const std::string& file, SMachineDescription& description,
+                            std::u16string& problem) {
+    SMachineDescription read = GetBuiltInMachine();
+    CReader reader(file, read);
+    std::string bytes;
+    bool isGood = false;
+    if (const int error = ReadFile(file, bytes)) {
+        reader.Fail(0, std::generic_category().message(error));
+    } else if (std::count(bytes.begin(), bytes.end(), '.') > kMaxDots) {
+        reader.Fail(0, "has more dots than any machine description");
+    } else {
+        try {
+            isGood = reader.ReadAll(toml::parse(bytes));
+        } catch (const toml::parse_error& failure) {
+            reader.Fail(failure.source().begin.line, failure.description());
+        }
+    }
+    if (isGood) {
+        description = std::move(read);
+    } else {
+        problem = reader.GetProblem();
+    }
+    return isGood;
+}
+
+}  // namespace platform

@@ -1,0 +1,235 @@
+#include "platform/registry.h"
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "formats/hive/hive.h"
+#include "formats/hive/log.h"
+#include "platform/described/file_bytes.h"
+#include "platform/status.h"
+#include "platform/text.h"
+
+namespace platform {
+
+namespace {
+
+constexpr std::uint32_t kFirstPredefinedKey = 0x80000000U;
+constexpr std::uint32_t kLastPredefinedKey = 0x80000005U;
+constexpr std::uint32_t kLocalMachine = 0x80000002U;
+
+using formats::CHive;
+using formats::CHiveImage;
+using formats::CNameRules;
+
+const CNameRules& GetNameRules() {
+    static const CNameRules s_rules = [] {
+        std::random_device random;
+        return CNameRules(&FoldUnit, static_cast<std::uint64_t>(random()) << 32 | random());
+    }();
+    return s_rules;
+}
+
+// A hive below HKEY_LOCAL_MACHINE.
+struct SMount {
+    std::u16string name;
+    CHive hive{GetNameRules()};
+    bool isWhole = true;  // false when its last write is lost
+    std::size_t openKeys = 0;
+};
+
+}  // namespace
+
+// A key of a mounted hive, or HKEY_LOCAL_MACHINE itself, which has no mount.
+struct SOpenKey {
+    SMount* mount = nullptr;
+    formats::KeyNumber key = formats::kRootKey;
+};
+
+namespace {
+
+std::vector<std::unique_ptr<SMount>>& GetMounts() {
+    static std::vector<std::unique_ptr<SMount>> s_mounts;
+    return s_mounts;
+}
+
+auto FindMount(std::u16string_view name) {
+    return std::ranges::find_if(GetMounts(), [name](const auto& mount) {
+        return std::ranges::equal(mount->name, name, [](char16_t left, char16_t right) {
+            return GetNameRules().IsSame(left, right);
+        });
+    });
+}
+
+int ReadImage(const std::u16string& fileName, CHiveImage& image) {
+    SFileBytes file;
+    if (const int status = ReadFileBytes(fileName.c_str(), CHiveImage::kMaxSize, file)) {
+        return status;
+    }
+    image = CHiveImage(std::move(file.bytes), file.size);
+    return ERROR_SUCCESS;
+}
+
+// Reads a hive's file, and its logs when its last write was cut off; `isWhole` tells whether they
+// complete it.
+int ReadHive(const std::u16string& fileName, CHiveImage& image, bool& isWhole) {
+    if (const int status = ReadImage(fileName, image)) {
+        return status;
+    }
+    isWhole = !formats::IsDirtyHive(image);
+    if (isWhole) {
+        return ERROR_SUCCESS;
+    }
+    std::vector<CHiveImage> logs;
+    const int lastError = GetLastError();
+    for (const char16_t* const suffix : {u".LOG1", u".LOG2", u".LOG"}) {
+        CHiveImage log;
+        // A log that cannot be read leaves the hive as it is, like one that is not there.
+        if (ReadImage(fileName + suffix, log) == ERROR_SUCCESS) {
+            logs.push_back(std::move(log));
+        }
+    }
+    SetLastError(lastError);
+    isWhole = formats::ApplyHiveLogs(image, logs);
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+int ConnectMachine(KeyHandle& machine) {
+    machine = new SOpenKey;
+    return ERROR_SUCCESS;
+}
+
+int LoadHive(KeyHandle /*machine*/, const char16_t* mountName, const char16_t* fileName) {
+    if (FindMount(mountName) != GetMounts().end()) {
+        return SetLastError(ERROR_ACCESS_DENIED);
+    }
+    CHiveImage image;
+    auto mount = std::make_unique<SMount>();
+    if (const int status = ReadHive(fileName, image, mount->isWhole)) {
+        return status;
+    }
+    mount->name = mountName;
+    if (!mount->hive.Load(std::move(image))) {
+        return SetLastError(ERROR_BADDB);
+    }
+    GetMounts().push_back(std::move(mount));
+    return ERROR_SUCCESS;
+}
+
+bool IsHiveDamaged(const char16_t* mountName) {
+    const auto mount = FindMount(mountName);
+    return mount != GetMounts().end() && (!(*mount)->isWhole || (*mount)->hive.IsDamaged());
+}
+
+int UnloadHive(KeyHandle /*machine*/, const char16_t* mountName) {
+    const auto mount = FindMount(mountName);
+    if (mount == GetMounts().end()) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    if ((*mount)->openKeys != 0) {
+        return SetLastError(ERROR_ACCESS_DENIED);
+    }
+    GetMounts().erase(mount);
+    return ERROR_SUCCESS;
+}
+
+int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& key) {
+    if (predefinedKey < kFirstPredefinedKey || predefinedKey > kLastPredefinedKey) {
+        return SetLastError(ERROR_INVALID_HANDLE);
+    }
+    if (predefinedKey != kLocalMachine) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    if (subKey.empty()) {
+        return ConnectMachine(key);
+    }
+    const std::size_t length = std::min(subKey.find(u'\\'), subKey.size());
+    const auto mount = FindMount(subKey.substr(0, length));
+    if (mount == GetMounts().end()) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    const formats::KeyNumber number =
+        (*mount)->hive.FindKey(subKey.substr(std::min(length + 1, subKey.size())));
+    if (number == formats::kNoKey) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    key = new SOpenKey{mount->get(), number};
+    ++(*mount)->openKeys;
+    return ERROR_SUCCESS;
+}
+
+void CloseKey(KeyHandle key) {
+    if (key != nullptr && key->mount != nullptr) {
+        --key->mount->openKeys;
+    }
+    delete key;
+}
+
+int QueryKeyInfo(KeyHandle key, SKeyInfo& info) {
+    if (key->mount != nullptr) {
+        const formats::SKeyInfo found = key->mount->hive.GetInfo(key->key);
+        info = {found.subKeyCount, found.longestSubKeyName, found.valueCount,
+                found.longestValueName};
+        return ERROR_SUCCESS;
+    }
+    info = SKeyInfo();
+    for (const auto& mount : GetMounts()) {
+        ++info.subKeyCount;
+        info.longestSubKeyName =
+            std::max(info.longestSubKeyName, static_cast<std::uint32_t>(mount->name.size()));
+    }
+    return ERROR_SUCCESS;
+}
+
+int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name) {
+    if (key->mount != nullptr) {
+        return key->mount->hive.GetChildName(key->key, index, name)
+                   ? ERROR_SUCCESS
+                   : SetLastError(ERROR_NO_MORE_ITEMS);
+    }
+    if (index >= GetMounts().size()) {
+        return SetLastError(ERROR_NO_MORE_ITEMS);
+    }
+    name = GetMounts()[index]->name;
+    return ERROR_SUCCESS;
+}
+
+int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name, std::uint32_t& type) {
+    formats::SValueNode value;
+    if (key->mount == nullptr || !key->mount->hive.GetValue(key->key, index, value)) {
+        return SetLastError(ERROR_NO_MORE_ITEMS);
+    }
+    value.name.CopyTo(name);
+    type = value.type;
+    return ERROR_SUCCESS;
+}
+
+int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type, void* data,
+               std::uint32_t& size) {
+    formats::SValueNode value;
+    if (key->mount == nullptr || !key->mount->hive.FindValue(key->key, name, value)) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    const bool hasRoom = value.size <= size;
+    type = value.type;
+    size = value.size;
+    if (data == nullptr) {
+        return ERROR_SUCCESS;
+    }
+    if (!hasRoom) {
+        return SetLastError(ERROR_MORE_DATA);
+    }
+    key->mount->hive.CopyData(value, static_cast<std::byte*>(data));
+    return ERROR_SUCCESS;
+}
+
+int EnablePrivilege(const char16_t* /*name*/) { return 0; }
+
+bool DisablePrivilege(const char16_t* /*name*/) { return true; }
+
+}  // namespace platform

@@ -1,0 +1,38 @@
+#include "platform/shell_link.h"
+
+#include "platform/described/file_bytes.h"
+#include "platform/described/known_folders.h"
+#include "platform/described/machine_description.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+// Real links have a few thousand bytes. What is larger than this only calls itself a link.
+constexpr std::size_t kMaxFileSize = std::size_t{64} * 1024 * 1024;
+
+// A token stands for a folder of the machine or for one of its variables.
+bool FindFolder(const formats::SLinkFolder& folder, std::u16string& path) {
+    const std::u16string_view name = GetTokenName(folder);
+    const SMachineDescription& machine = GetMachineDescription();
+    if (const auto found = machine.folders.find(name); found != machine.folders.end()) {
+        path = found->second;
+        return true;
+    }
+    return !name.empty() && GetEnvironmentText(std::u16string(name).c_str(), path);
+}
+
+}  // namespace
+
+int ReadShellLink(const char16_t* name, SShellLink& link) {
+    SFileBytes file;
+    if (const int status = ReadFileBytes(name, kMaxFileSize + 1, file)) {
+        return HresultFromError(status);
+    }
+    const bool isLink =
+        file.size <= kMaxFileSize && formats::ParseShellLink(file.Get(), &FindFolder, link);
+    return isLink ? S_OK : E_FAIL;
+}
+
+}  // namespace platform

@@ -1,0 +1,115 @@
+#include "platform/posix/files/file_access.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/posix/errno_status.h"
+#include "platform/posix/files/file_location.h"
+#include "platform/posix/files/folder_cache.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+struct SKeptFile {
+    CFileDescriptor file;
+    std::u16string path;
+};
+SKeptFile g_kept;
+
+bool TakeKept(std::u16string_view path, CFileDescriptor& file, struct stat& info) {
+    if (!g_kept.file.IsOpen() || g_kept.path != path) {
+        return false;
+    }
+    SKeptFile kept = std::exchange(g_kept, {});
+    if (fstat(kept.file.Get(), &info) != 0 || info.st_nlink == 0) {
+        return false;
+    }
+    file = std::move(kept.file);
+    return true;
+}
+
+}  // namespace
+
+int FindFolder(std::u16string_view path, SFilePlace& place) {
+    CFolderCache& cache = CFolderCache::Get();
+    SSplitPath split;
+    if (SplitPath(path, split) && cache.Open(split.folder, place.folder) == ERROR_SUCCESS) {
+        place.name = split.name;
+        place.stream = split.stream;
+        return ERROR_SUCCESS;
+    }
+    SFileLocation location;
+    if (const int status = ReadLocation(path, location)) {
+        return status;
+    }
+    place.name = location.GetName();
+    place.stream = location.stream;
+    return cache.Open(location, location.IsRoot() ? location.path : location.GetFolderPath(),
+                      place.folder);
+}
+
+int FindEntryAt(SFilePlace& place) {
+    if (!place.name.empty()) {
+        return place.folder->Find(place.name, place.entry);
+    }
+    const int error = place.folder->Look(".", place.entry);
+    return error == 0 ? ERROR_SUCCESS : StatusFromErrno(error);
+}
+
+int FindFile(std::u16string_view path, SFilePlace& place) {
+    if (const int status = FindFolder(path, place)) {
+        return status;
+    }
+    return place.stream.empty() ? FindEntryAt(place) : ERROR_INVALID_NAME;
+}
+
+int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info) {
+    if (place.entry.IsFolder()) {
+        return ERROR_ACCESS_DENIED;
+    }
+    if (!place.entry.IsRegular()) {
+        const bool leadsNowhere = place.entry.IsUnfollowed() && !place.folder->IsSealed();
+        return leadsNowhere ? ERROR_FILE_NOT_FOUND : ERROR_CANT_ACCESS_FILE;
+    }
+    // Should the file be replaced between the look and the opening, O_NONBLOCK keeps a pipe from
+    // holding this thread up, and the second look finds out.
+    const int follow = place.folder->IsSealed() ? O_NOFOLLOW : 0;
+    CFileDescriptor opened(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
+                                  O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | follow));
+    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0) {
+        return StatusFromErrno(errno);
+    }
+    if (!S_ISREG(info.st_mode)) {
+        return ERROR_CANT_ACCESS_FILE;
+    }
+    file = std::move(opened);
+    return ERROR_SUCCESS;
+}
+
+int OpenFile(std::u16string_view path, CFileDescriptor& file, struct stat& info) {
+    if (TakeKept(path, file, info)) {
+        return ERROR_SUCCESS;
+    }
+    SFilePlace place;
+    const int status = FindFile(path, place);
+    return status == ERROR_SUCCESS ? OpenEntry(place, file, info) : status;
+}
+
+void KeepOpen(CFileDescriptor file, std::u16string_view path) {
+    g_kept.file = std::move(file);
+    g_kept.path = path;
+}
+
+void CloseKept() { g_kept = {}; }
+
+int OpenForReading(const char16_t* name, CFileDescriptor& file) {
+    struct stat info {};
+    const int status = OpenFile(name, file, info);
+    return status == ERROR_SUCCESS ? status : SetLastError(status);
+}
+
+}  // namespace platform

@@ -1,0 +1,40 @@
+#include "platform/posix/files/file_io.h"
+
+#include <unistd.h>
+
+namespace platform {
+
+ssize_t ReadSome(int file, void* buffer, std::size_t size) {
+    return Retry([=] { return read(file, buffer, size); });
+}
+
+SRead ReadAt(int file, std::byte* bytes, std::size_t size, off_t start) {
+    SRead done;
+    while (done.count < size) {
+        const ssize_t count = Retry([&] {
+            return pread(file, bytes + done.count, size - done.count,
+                         start + static_cast<off_t>(done.count));
+        });
+        if (count <= 0) {
+            done.error = count < 0 ? errno : 0;
+            break;
+        }
+        done.count += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+int WriteAll(int file, const void* bytes, std::size_t count) {
+    const auto* next = static_cast<const char*>(bytes);
+    while (count > 0) {
+        const ssize_t written = Retry([=] { return write(file, next, count); });
+        if (written <= 0) {
+            return written < 0 ? errno : EIO;
+        }
+        next += written;
+        count -= static_cast<std::size_t>(written);
+    }
+    return 0;
+}
+
+}  // namespace platform

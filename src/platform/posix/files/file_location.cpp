@@ -1,0 +1,185 @@
+#include "platform/posix/files/file_location.h"
+
+#include "platform/posix/files/file_name.h"
+#include "platform/described/machine_description.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+constexpr std::size_t kMaxPath = 32767;
+
+// Cuts the first segment off `rest`, and the backslash behind it.
+std::u16string_view TakeSegment(std::u16string_view& rest) {
+    const std::size_t end = rest.find(u'\\');
+    const std::u16string_view segment = rest.substr(0, end);
+    rest.remove_prefix(end == std::u16string_view::npos ? rest.size() : end + 1);
+    return segment;
+}
+
+void StartAt(SFileLocation& location, std::string_view folder, std::u16string_view key) {
+    location.root = folder;
+    location.path = key;
+    location.rootLength = key.size();
+}
+
+// The current directory, or a folder above it: each level adds one dot to the key.
+void StartAtCurrentFolder(SFileLocation& location) { StartAt(location, ".", u"."); }
+
+int StartAtShare(SFileLocation& location, std::u16string_view& rest) {
+    const std::u16string_view server = TakeSegment(rest);
+    const std::u16string_view share = TakeSegment(rest);
+    std::u16string key = u"\\\\";
+    AppendUpper(key, server);
+    key += u'\\';
+    AppendUpper(key, share);
+    const auto& shares = GetMachineDescription().shares;
+    const auto mapped = shares.find(key);
+    if (mapped == shares.end()) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    StartAt(location, mapped->second, key);
+    return ERROR_SUCCESS;
+}
+
+int StartAtDrive(SFileLocation& location, std::u16string_view& rest) {
+    const char16_t letter = UpperUnit(rest[0]);
+    const auto& drives = GetMachineDescription().drives;
+    const auto mapped = drives.find(letter);
+    if (mapped == drives.end()) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    rest.remove_prefix(2);
+    // Only the drive that is the whole file tree has a current directory.
+    if (mapped->second == "/" && (rest.empty() || rest[0] != u'\\')) {
+        StartAtCurrentFolder(location);
+    } else {
+        StartAt(location, mapped->second, std::u16string{letter, u':'});
+    }
+    return ERROR_SUCCESS;
+}
+
+// Cuts the start of the way off `rest`.
+int ReadStart(SFileLocation& location, std::u16string_view& rest) {
+    constexpr std::u16string_view kLong = uR"(\\?\)";
+    constexpr std::u16string_view kLongShare = uR"(\\?\UNC\)";
+    if (IsSameName(rest.substr(0, kLongShare.size()), kLongShare)) {
+        rest.remove_prefix(kLongShare.size());
+        return StartAtShare(location, rest);
+    }
+    const bool isLong = rest.substr(0, kLong.size()) == kLong;
+    if (isLong) {
+        rest.remove_prefix(kLong.size());
+    }
+    if (rest.size() >= 2 && rest[1] == u':') {
+        return StartAtDrive(location, rest);
+    }
+    if (isLong) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    if (rest.substr(0, 2) == uR"(\\)") {
+        rest.remove_prefix(2);
+        return StartAtShare(location, rest);
+    }
+    if (rest.substr(0, 1) == uR"(\)") {
+        StartAt(location, "/", u"/");
+    } else {
+        StartAtCurrentFolder(location);
+    }
+    return ERROR_SUCCESS;
+}
+
+// Goes one folder up. Above a root is the root itself, but the current directory has folders above.
+void RemoveLastName(SFileLocation& location) {
+    if (!location.IsRoot()) {
+        location.path.resize(location.path.rfind(u'\\'));
+    } else if (location.path[0] == u'.') {
+        StartAt(location, location.rootLength == 1 ? ".." : location.root + "/..",
+                location.path + u'.');
+    }
+}
+
+// Cuts the stream off "name:stream", and the type that may follow it. False when there is a colon
+// and no stream.
+bool CutStream(std::u16string_view& name, std::u16string_view& stream) {
+    constexpr std::u16string_view kDataType = u":$DATA";
+    const std::size_t colon = name.find(u':');
+    if (colon == std::u16string_view::npos) {
+        return true;
+    }
+    stream = name.substr(colon + 1);
+    name = name.substr(0, colon);
+    if (stream.size() > kDataType.size() &&
+        IsSameName(stream.substr(stream.size() - kDataType.size()), kDataType)) {
+        stream.remove_suffix(kDataType.size());
+    }
+    return !stream.empty() && stream.find(u':') == std::u16string_view::npos;
+}
+
+int AddName(SFileLocation& location, std::u16string_view name) {
+    if (name.empty() || name == u".") {
+        return ERROR_SUCCESS;
+    }
+    if (name == u"..") {
+        RemoveLastName(location);
+        return ERROR_SUCCESS;
+    }
+    if (name.find(u'/') != std::u16string_view::npos) {
+        return ERROR_INVALID_NAME;
+    }
+    location.path += u'\\';
+    location.path += name;
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+std::u16string_view SFileLocation::GetName() const {
+    return IsRoot() ? std::u16string_view()
+                    : std::u16string_view(path).substr(path.rfind(u'\\') + 1);
+}
+
+std::u16string_view SFileLocation::GetFolderPath() const {
+    return std::u16string_view(path).substr(0, path.rfind(u'\\'));
+}
+
+bool SplitPath(std::u16string_view text, SSplitPath& split) {
+    const std::size_t cut = text.rfind(u'\\') + 1;  // 0 when there is none
+    std::u16string_view name = text.substr(cut);
+    const bool hasDrive = cut == 0 && name.size() >= 2 && name[1] == u':';
+    std::u16string_view stream;
+    if (hasDrive || text.size() > kMaxPath || !CutStream(name, stream)) {
+        return false;
+    }
+    split = {text.substr(0, cut), name, stream};
+    return !name.empty() && name != u"." && name != u"..";
+}
+
+int ReadLocation(std::u16string_view text, SFileLocation& location) {
+    if (text.size() > kMaxPath) {
+        return ERROR_FILENAME_EXCED_RANGE;
+    }
+    if (text.empty()) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    if (const int status = ReadStart(location, text)) {
+        return status;
+    }
+    // What ends in a backslash is a folder, and "a:b" no name of one.
+    const bool mayHaveStream = !text.empty() && text.back() != u'\\';
+    std::u16string_view stream;
+    while (!text.empty()) {
+        std::u16string_view segment = TakeSegment(text);
+        if (text.empty() && mayHaveStream && !CutStream(segment, stream)) {
+            return ERROR_INVALID_NAME;
+        }
+        if (const int status = AddName(location, segment)) {
+            return status;
+        }
+    }
+    location.stream = stream;
+    return ERROR_SUCCESS;
+}
+
+}  // namespace platform

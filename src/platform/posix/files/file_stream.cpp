@@ -1,0 +1,120 @@
+#include "platform/posix/files/file_stream.h"
+
+#include <fcntl.h>
+#include <linux/limits.h>
+#include <sys/xattr.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string>
+
+#include "platform/posix/errno_status.h"
+#include "platform/posix/files/file_name.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+// Gives the names of the attributes, each ended by a NUL. False when they cannot be asked for; a
+// file system without attributes has none of them.
+bool ListAttributes(int file, std::string& names) {
+    std::array<char, 1024> few;
+    ssize_t size = flistxattr(file, few.data(), few.size());
+    if (size >= 0) {
+        names.assign(few.data(), static_cast<std::size_t>(size));
+        return true;
+    }
+    if (errno == ERANGE) {
+        names.resize(XATTR_LIST_MAX);
+        size = flistxattr(file, names.data(), names.size());
+    }
+    const bool isAnswered = size >= 0 || errno == ENOTSUP || errno == ENOSYS;
+    names.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+    return isAnswered;
+}
+
+bool IsStreamAttribute(std::string_view attribute, std::u16string_view stream) {
+    constexpr std::string_view kPlain = "user.";
+    constexpr std::string_view kDos = "user.DosStream.";
+    constexpr std::string_view kDosEnd = ":$DATA";
+    const auto is = [stream](std::string_view bytes) {
+        return IsSameName(TextFromName(bytes), stream);
+    };
+    if (attribute.starts_with(kDos) && attribute.ends_with(kDosEnd) &&
+        attribute.size() > kDos.size() + kDosEnd.size()) {
+        attribute.remove_prefix(kDos.size());
+        attribute.remove_suffix(kDosEnd.size());
+        return is(attribute);
+    }
+    return attribute.starts_with(kPlain) && is(attribute.substr(kPlain.size()));
+}
+
+int FindStreamAttribute(int file, std::u16string_view stream) {
+    std::string attributes;
+    if (!ListAttributes(file, attributes)) {
+        return ERROR_READ_FAULT;
+    }
+    std::string_view rest = attributes;
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find('\0'), rest.size() - 1);
+        if (IsStreamAttribute(rest.substr(0, end), stream)) {
+            return ERROR_SUCCESS;
+        }
+        rest.remove_prefix(end + 1);
+    }
+    return ERROR_FILE_NOT_FOUND;
+}
+
+// Finds the file and opens it, unless it is of the kinds that have no attributes, or may not be
+// opened, which whoever reads it is told.
+int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
+    struct stat info {};
+    // A walk has come by the file a moment ago, so that opening it tells enough.
+    if (place.folder->Recall(place.name, place.entry) &&
+        OpenEntry(place, file, info) == ERROR_SUCCESS) {
+        place.entry.info = info;
+        return ERROR_SUCCESS;
+    }
+    if (const int status = FindEntryAt(place)) {
+        return status;
+    }
+    int status = ERROR_SUCCESS;
+    if (!place.entry.IsFolder()) {
+        status = OpenEntry(place, file, info);
+    } else {
+        file = CFileDescriptor(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
+                                      O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        status = file.IsOpen() ? ERROR_SUCCESS : StatusFromErrno(errno);
+    }
+    const bool isRefused = status == ERROR_ACCESS_DENIED || status == ERROR_CANT_ACCESS_FILE;
+    return isRefused ? ERROR_SUCCESS : status;
+}
+
+}  // namespace
+
+int FindStream(SFilePlace& place, std::u16string_view path) {
+    CFileDescriptor file;
+    if (const int status = FindAndOpen(place, file)) {
+        return status;
+    }
+    const CNameSet* const names = place.folder->GetNames();
+    const int error = names == nullptr ? errno : 0;
+    if (names != nullptr && names->HasStream(place.name, place.stream)) {
+        return ERROR_SUCCESS;
+    }
+    int status =
+        file.IsOpen() ? FindStreamAttribute(file.Get(), place.stream) : ERROR_FILE_NOT_FOUND;
+    // A folder that may only be passed through shows no files beside any.
+    if (status == ERROR_FILE_NOT_FOUND && error != 0 && error != EACCES) {
+        status = StatusFromErrno(error);
+    }
+    if (status == ERROR_FILE_NOT_FOUND && place.entry.IsRegular()) {
+        // A file without a mark is copied next.
+        KeepOpen(std::move(file), path.substr(0, path.find(u':', path.rfind(u'\\') + 1)));
+    }
+    return status;
+}
+
+}  // namespace platform

@@ -1,0 +1,205 @@
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+
+#include "platform/files.h"
+#include "platform/posix/errno_status.h"
+#include "platform/posix/files/file_access.h"
+#include "platform/posix/files/file_location.h"
+#include "platform/posix/files/file_name.h"
+#include "platform/posix/files/file_stream.h"
+#include "platform/posix/files/folder_cache.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+bool IsPattern(std::u16string_view name) {
+    return name.find_first_of(u"*?") != std::u16string_view::npos;
+}
+
+std::uint32_t GetAttributes(const SEntry& entry) {
+    if (entry.IsFolder()) {
+        return kAttributeDirectory;
+    }
+    return entry.IsReadOnly() ? kAttributeReadOnly : kAttributeNormal;
+}
+
+// Whether a look-up of a stream ends with an answer, or with something else that a copy of the file
+// ends with too. What the process has run out of it may have again by then.
+bool IsAnswer(int status) {
+    constexpr int kAnswers[] = {
+        ERROR_SUCCESS,      ERROR_FILE_NOT_FOUND,       ERROR_PATH_NOT_FOUND,  ERROR_ACCESS_DENIED,
+        ERROR_INVALID_NAME, ERROR_FILENAME_EXCED_RANGE, ERROR_CANT_ACCESS_FILE};
+    return std::find(std::begin(kAnswers), std::end(kAnswers), status) != std::end(kAnswers);
+}
+
+// Whether a path asks for a stream of a file.
+bool HasStream(std::u16string_view path) {
+    SSplitPath split;
+    return SplitPath(path, split) && !split.stream.empty();
+}
+
+// Looks up what is no pattern, in a folder that is found already, which `path` led to.
+int FindOne(SFilePlace& place, std::u16string_view path, SFindData& found) {
+    constexpr char16_t kColonOnDisk = 0xF03A;
+    // Without a file in front, a file that is named like the stream is found as itself.
+    const bool isStreamAlone =
+        place.name.empty() && !place.stream.empty() &&
+        place.folder->Find(kColonOnDisk + place.stream, place.entry) == ERROR_SUCCESS;
+    if (!isStreamAlone) {
+        const int status = place.stream.empty() ? FindEntryAt(place) : FindStream(place, path);
+        if (status != ERROR_SUCCESS) {
+            return status;
+        }
+    }
+    found = {place.name.empty() ? std::u16string() : TextFromName(place.entry.name),
+             GetAttributes(place.entry)};
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+// Goes from name to name rather than through a copy of them, so that it bears any change.
+struct CFindHandle::SSearch {
+    // Has no entries: the one answer is given already.
+    SSearch() = default;
+    SSearch(std::shared_ptr<CFolder> folder, std::u16string pattern)
+        : m_folder(std::move(folder)), m_pattern(std::move(pattern)) {
+        m_folder->BeginSearch();
+    }
+    ~SSearch() {
+        if (m_folder) {
+            m_folder->EndSearch();
+        }
+    }
+    SSearch(const SSearch&) = delete;
+    SSearch& operator=(const SSearch&) = delete;
+
+    int Next(SFindData& found);
+
+private:
+    bool NextOwnName(SFindData& found);
+    bool PassEntry(EEntryKind kind, std::uint32_t& attributes);
+
+    std::shared_ptr<CFolder> m_folder;
+    std::u16string m_pattern;
+    std::string m_last;  // name on disk, empty at the start
+    std::size_t m_ownNames = 0;
+};
+
+// Windows has both in every folder, so that a search through one that is empty does find something.
+bool CFindHandle::SSearch::NextOwnName(SFindData& found) {
+    constexpr std::u16string_view kOwnNames[] = {u".", u".."};
+    while (m_ownNames < std::size(kOwnNames)) {
+        const std::u16string_view name = kOwnNames[m_ownNames++];
+        if (MatchesPattern(name, m_pattern)) {
+            found = {std::u16string(name), kAttributeDirectory};
+            return true;
+        }
+    }
+    return false;
+}
+
+// Tells the attributes of the entry that the search stands at; false when it is gone by now. What
+// the folder says of its entries is enough for most.
+bool CFindHandle::SSearch::PassEntry(EEntryKind kind, std::uint32_t& attributes) {
+    if (kind == EEntryKind::Unknown) {
+        SEntry entry;
+        const bool isThere = m_folder->Look(m_last, entry) == 0;
+        attributes = isThere ? GetAttributes(entry) : 0;
+        return isThere;
+    }
+    attributes = kind == EEntryKind::Folder ? kAttributeDirectory : kAttributeNormal;
+    if (kind == EEntryKind::Regular) {
+        m_folder->NotePassed(m_last);
+    }
+    return true;
+}
+
+int CFindHandle::SSearch::Next(SFindData& found) {
+    if (!m_folder) {
+        return ERROR_NO_MORE_FILES;
+    }
+    if (NextOwnName(found)) {
+        return ERROR_SUCCESS;
+    }
+    const CNameSet* const names = m_folder->GetHeldNames();
+    if (names == nullptr) {
+        return StatusFromErrno(errno);
+    }
+    while (const CNameSet::Name* const name = names->FindNext(m_last)) {
+        m_last = name->first;
+        const EEntryKind kind = name->second;
+        std::u16string text = names->GetText(m_last);
+        std::uint32_t attributes = 0;
+        if (!names->IsStream(m_last) && MatchesPattern(text, m_pattern) &&
+            PassEntry(kind, attributes)) {
+            found = {std::move(text), attributes};
+            return ERROR_SUCCESS;
+        }
+    }
+    return ERROR_NO_MORE_FILES;
+}
+
+CFindHandle::CFindHandle() = default;
+CFindHandle::~CFindHandle() = default;
+
+int CFindHandle::First(const char16_t* pattern, SFindData& found) {
+    Close();
+    SFilePlace place;
+    if (const int status = FindFolder(pattern, place)) {
+        return SetLastError(status);
+    }
+    std::unique_ptr<SSearch> search;
+    int status = ERROR_SUCCESS;
+    if (!place.stream.empty() || !IsPattern(place.name)) {
+        search = std::make_unique<SSearch>();
+        status = FindOne(place, pattern, found);
+    } else if (place.folder->GetNames() == nullptr) {
+        status = StatusFromErrno(errno);
+    } else {
+        search = std::make_unique<SSearch>(std::move(place.folder), std::move(place.name));
+        status = search->Next(found);
+    }
+    if (status != ERROR_SUCCESS) {
+        return SetLastError(status == ERROR_NO_MORE_FILES ? ERROR_FILE_NOT_FOUND : status);
+    }
+    m_search = std::move(search);
+    return ERROR_SUCCESS;
+}
+
+int CFindHandle::Next(SFindData& found) {
+    if (!m_search) {
+        return SetLastError(ERROR_INVALID_HANDLE);
+    }
+    const int status = m_search->Next(found);
+    return status == ERROR_SUCCESS ? status : SetLastError(status);
+}
+
+void CFindHandle::Close() { m_search.reset(); }
+
+int FindEntry(const char16_t* name, SFindData& found) {
+    // The folder that a file goes to is asked for with every file.
+    if (const auto folder = CFolderCache::Get().FindRecent(name)) {
+        const std::string& path = folder->GetPath();
+        found = {TextFromName(path.substr(path.rfind('/') + 1)), kAttributeDirectory};
+        return ERROR_SUCCESS;
+    }
+    SFilePlace place;
+    int status = FindFolder(name, place);
+    if (status == ERROR_SUCCESS) {
+        if (place.stream.empty() && IsPattern(place.name)) {
+            CFindHandle search;
+            return search.First(name, found);
+        }
+        status = FindOne(place, name, found);
+    }
+    if (!IsAnswer(status) && HasStream(name)) {
+        status = ERROR_READ_FAULT;
+    }
+    return status == ERROR_SUCCESS ? status : SetLastError(status);
+}
+
+}  // namespace platform

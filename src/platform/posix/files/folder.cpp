@@ -1,0 +1,247 @@
+#include "platform/posix/files/folder.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <climits>
+#include <cmath>
+#include <ctime>
+
+#include "platform/posix/errno_status.h"
+#include "platform/posix/files/file_name.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+// Looks a path up that is longer than the system takes at once, which is PATH_MAX with its NUL.
+int StatLongPath(std::string_view path, struct stat& info) {
+    CFileDescriptor folder;
+    int start = AT_FDCWD;
+    while (path.size() >= PATH_MAX) {
+        const std::size_t cut = path.rfind('/', PATH_MAX - 2);
+        if (cut == std::string_view::npos) {
+            errno = ENAMETOOLONG;
+            return -1;
+        }
+        const std::string head(path.substr(0, cut + 1));
+        folder = CFileDescriptor(openat(start, head.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (!folder.IsOpen()) {
+            return -1;
+        }
+        start = folder.Get();
+        path.remove_prefix(cut + 1);
+    }
+    return fstatat(start, std::string(path).c_str(), &info, 0);
+}
+
+// Nanoseconds since some moment.
+std::int64_t Now() {
+    struct timespec now {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+// Whether a folder that changed at `changed` may change again without showing it: a clock that
+// ticks coarsely gives two changes the same time.
+bool IsRecent(const struct timespec& changed) {
+    struct timespec now {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const double age = static_cast<double>(now.tv_sec) - static_cast<double>(changed.tv_sec) +
+                       static_cast<double>(now.tv_nsec - changed.tv_nsec) * 1e-9;
+    // Without parts of a second the file system probably counts whole ones.
+    return std::abs(age) < (changed.tv_nsec == 0 ? 2.0 : 0.02);
+}
+
+}  // namespace
+
+SFolderStamp::SFolderStamp(const struct stat& info)
+    : modified(info.st_mtim.tv_sec),
+      changed(info.st_ctim.tv_sec),
+      modifiedPart(info.st_mtim.tv_nsec),
+      changedPart(info.st_ctim.tv_nsec),
+      size(info.st_size),
+      links(info.st_nlink) {}
+
+bool SFolderStamp::IsRightAfter(const SFolderStamp& other) const {
+    constexpr long kShortest = 900'000;
+    const long apart = changedPart - other.changedPart;
+    return changed == other.changed && apart > 0 && apart < kShortest;
+}
+
+CFolder::CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed,
+                 const CFolder* parent)
+    : m_folder(std::move(folder)),
+      m_path(std::move(path)),
+      m_id(GetFileId(info)),
+      m_isSealed(isSealed),
+      m_stamp(info),
+      m_lastLookAtWay(parent == nullptr ? 0 : parent->m_lastLookAtWay) {}
+
+int CFolder::LookAtSelf(struct stat& info) {
+    constexpr std::size_t kUsualLength = 256;
+    constexpr std::int64_t kUsualMoment = 1'000'000;
+    if (m_searches > 0) {
+        return fstat(m_folder.Get(), &info);
+    }
+    const std::int64_t now = Now();
+    const auto moment = kUsualMoment * static_cast<std::int64_t>(1 + m_path.size() / kUsualLength);
+    // A relative way leads elsewhere as soon as the current directory is another one.
+    if (m_path.front() == '/' && now - m_lastLookAtWay < moment &&
+        fstat(m_folder.Get(), &info) == 0 && SFolderStamp(info) == m_stamp) {
+        return 0;
+    }
+    m_lastLookAtWay = now;
+    return m_path.size() < PATH_MAX ? stat(m_path.c_str(), &info) : StatLongPath(m_path, info);
+}
+
+bool CFolder::IsCurrent() {
+    struct stat info {};
+    if (LookAtSelf(info) != 0 || GetFileId(info) != m_id) {
+        return false;
+    }
+    const SFolderStamp stamp(info);
+    if (stamp != m_stamp) {
+        m_stamp = stamp;
+        if (m_additions == 0) {
+            m_names.reset();
+        }
+    }
+    return true;
+}
+
+int CFolder::Look(const std::string& name, SEntry& entry) {
+    struct stat info {};
+    if (fstatat(m_folder.Get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno;
+    }
+    entry.isLink = S_ISLNK(info.st_mode);
+    if (entry.isLink && !m_isSealed) {
+        struct stat target {};
+        if (fstatat(m_folder.Get(), name.c_str(), &target, 0) == 0) {
+            info = target;
+        }
+    }
+    if (S_ISREG(info.st_mode) && !entry.isLink) {
+        m_lastRegular = name;
+    }
+    entry.info = info;
+    entry.name = name;
+    return 0;
+}
+
+int CFolder::Find(std::u16string_view text, SEntry& entry) {
+    std::string name;
+    if (!NameFromText(text, name)) {
+        return ERROR_INVALID_NAME;
+    }
+    // Not to ask in vain: a missing name is what costs most.
+    if (m_hasFineTimes && m_names && m_names->Find(text) == nullptr) {
+        entry.name = std::move(name);
+        return ERROR_FILE_NOT_FOUND;
+    }
+    if (const int error = Look(name, entry); error != ENOENT) {
+        return error == 0 ? ERROR_SUCCESS : StatusFromErrno(error);
+    }
+    const CNameSet* const names = GetNames();
+    const std::string* const other = names == nullptr ? nullptr : names->Find(text);
+    if (other == nullptr || Look(std::string(*other), entry) != 0) {
+        entry.name = std::move(name);
+        return ERROR_FILE_NOT_FOUND;
+    }
+    return ERROR_SUCCESS;
+}
+
+bool CFolder::Recall(std::u16string_view text, SEntry& entry) const {
+    std::string name;
+    if (m_lastRegular.empty() || !NameFromText(text, name) || name != m_lastRegular) {
+        return false;
+    }
+    entry.name = std::move(name);
+    entry.info.st_mode = S_IFREG;
+    return true;
+}
+
+bool CFolder::LacksName(std::u16string_view text, SEntry& entry) {
+    const CNameSet* const names = GetNames();
+    return names != nullptr && names->Find(text) == nullptr && NameFromText(text, entry.name);
+}
+
+const CNameSet* CFolder::GetNames() {
+    if (!m_names || m_isRecent) {
+        struct stat info {};
+        if (fstat(m_folder.Get(), &info) != 0) {
+            return nullptr;
+        }
+        m_stamp = SFolderStamp(info);
+        m_isRecent = IsRecent(info.st_ctim);
+        m_names = std::make_unique<CNameSet>();
+        if (const int error = m_names->Read(m_folder.Get())) {
+            m_names.reset();
+            errno = error;
+            return nullptr;
+        }
+    }
+    return m_names.get();
+}
+
+SKnownNames CFolder::TakeNames() {
+    if (m_isRecent) {
+        m_names.reset();
+    }
+    return {m_stamp, std::move(m_names)};
+}
+
+void CFolder::PutNames(SKnownNames known) {
+    if (known.stamp == m_stamp) {
+        m_names = std::move(known.names);
+    }
+}
+
+void CFolder::NoteAdded(const std::string& name, EEntryKind kind) {
+    if (m_names) {
+        m_names->Add(name, kind);
+        // To find that the name was free, the names were read a moment ago.
+        m_isRecent = false;
+        NoteOwnChange();
+    }
+}
+
+void CFolder::NoteRemoved(const std::string& name) {
+    if (m_names) {
+        m_names->Remove(name);
+        NoteOwnChange();
+    }
+}
+
+void CFolder::BeginAdding(const std::string& name, EEntryKind kind) {
+    ++m_additions;
+    if (m_names) {
+        m_names->Add(name, kind);
+        m_isRecent = false;
+    }
+}
+
+void CFolder::EndAdding(const std::string& name, bool isThere) {
+    --m_additions;
+    if (m_names && !isThere) {
+        m_names->Remove(name);
+    }
+    if (m_names && m_additions == 0) {
+        NoteOwnChange();
+    }
+}
+
+void CFolder::NoteOwnChange() {
+    struct stat info {};
+    if (fstat(m_folder.Get(), &info) != 0) {
+        m_names.reset();
+        return;
+    }
+    const SFolderStamp stamp(info);
+    m_hasFineTimes = m_hasFineTimes || stamp.IsRightAfter(m_stamp);
+    m_stamp = stamp;
+}
+
+}  // namespace platform

@@ -1,0 +1,331 @@
+#include "platform/posix/files/folder_cache.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "platform/posix/errno_status.h"
+#include "platform/posix/files/folder_way.h"
+#include "platform/described/machine_description.h"
+#include "platform/status.h"
+#include "platform/text.h"
+
+namespace platform {
+
+namespace {
+
+// Leaves most of the usual 1024 descriptors to the rest of the process.
+constexpr std::size_t kMaxFolders = 64;
+constexpr std::size_t kMaxNames = 100'000;
+// From so many names on they are passed at once. Few folders are that far from any that is open.
+constexpr std::size_t kFarNames = 8;
+
+// Opens a folder, also one that may be passed through but not be listed.
+CFileDescriptor OpenFolder(int start, const char* name, int flags) {
+    CFileDescriptor folder(openat(start, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags));
+    if (!folder.IsOpen() && errno == EACCES) {
+        folder = CFileDescriptor(openat(start, name, O_PATH | O_DIRECTORY | O_CLOEXEC | flags));
+    }
+    return folder;
+}
+
+// Where in `path` the name ends that comes `count` names after the one that ends at `from`.
+std::size_t PassNames(std::u16string_view path, std::size_t from, std::size_t count) {
+    for (; count > 0; --count) {
+        from = std::min(path.find(u'\\', from + 1), path.size());
+    }
+    return from;
+}
+
+bool Contains(const std::vector<FileId>& way, FileId folder) {
+    return std::find(way.begin(), way.end(), folder) != way.end();
+}
+
+// The status of a failure on the way to a file.
+int StatusOnTheWay(int status) {
+    const bool isNoFolder = status == ERROR_FILE_NOT_FOUND || status == ERROR_CANT_ACCESS_FILE;
+    return isNoFolder ? ERROR_PATH_NOT_FOUND : status;
+}
+
+}  // namespace
+
+CFolderCache& CFolderCache::Get() {
+    static CFolderCache cache;
+    return cache;
+}
+
+int CFolderCache::Open(const SFileLocation& location, std::u16string_view path,
+                       std::shared_ptr<CFolder>& folder) {
+    CheckMachine();
+    std::size_t known = path.size();
+    std::shared_ptr<CFolder> current = FindCurrent(path);
+    if (!current) {
+        current = FindNearest(path, known);
+    }
+    if (!current) {
+        if (const int status = OpenRoot(location, current)) {
+            return StatusOnTheWay(status);
+        }
+        known = location.rootLength;
+        Keep(path.substr(0, known), current);
+    }
+    const int status = Descend(path, known, current);
+    if (status == ERROR_SUCCESS) {
+        folder = std::move(current);
+    }
+    return StatusOnTheWay(status);
+}
+
+int CFolderCache::Open(std::u16string_view text, std::shared_ptr<CFolder>& folder) {
+    CheckMachine();
+    for (const SRecent& recent : m_recent) {
+        if (recent.folder && HasSameUnits(recent.text, text) && recent.folder->IsCurrent()) {
+            folder = recent.folder;
+            return ERROR_SUCCESS;
+        }
+    }
+    SFileLocation location;
+    if (const int status = ReadLocation(text.empty() ? u"." : text, location)) {
+        return status;
+    }
+    const int status = Open(location, location.path, folder);
+    if (status == ERROR_SUCCESS) {
+        m_recent[m_nextRecent] = {std::u16string(text), folder};
+        m_nextRecent = (m_nextRecent + 1) % m_recent.size();
+    }
+    return status;
+}
+
+std::shared_ptr<CFolder> CFolderCache::FindRecent(std::u16string_view path) {
+    CheckMachine();
+    for (const SRecent& recent : m_recent) {
+        const std::u16string_view text = recent.text;
+        const bool mayBeOf = !path.empty() && text.size() == path.size() + 1;
+        if (mayBeOf && text.back() == u'\\' && HasSameUnits(text.substr(0, path.size()), path) &&
+            recent.folder->IsCurrent()) {
+            return recent.folder;
+        }
+    }
+    return nullptr;
+}
+
+// Drives and shares may lie elsewhere on another machine.
+void CFolderCache::CheckMachine() {
+    if (m_machine != GetMachineGeneration()) {
+        Clear();
+        m_machine = GetMachineGeneration();
+    }
+}
+
+void CFolderCache::Clear() {
+    m_folders.clear();
+    m_recent = {};
+    m_names.clear();
+    m_nameCount = 0;
+}
+
+void CFolderCache::SetPackageFolder(const std::shared_ptr<CFolder>& folder) {
+    m_package = folder;
+    m_packageWay = folder ? GetWayUp(folder->GetDescriptor()) : std::vector<FileId>();
+    Clear();
+}
+
+std::shared_ptr<CFolder> CFolderCache::FindCurrent(std::u16string_view path) {
+    const auto entry = m_folders.find(path);
+    if (entry == m_folders.end()) {
+        return nullptr;
+    }
+    if (!entry->second.folder->IsCurrent()) {
+        m_folders.erase(entry);
+        return nullptr;
+    }
+    entry->second.lastUse = ++m_uses;
+    return entry->second.folder;
+}
+
+// The open folder that most of the way leads to; `known` becomes the length of that part.
+std::shared_ptr<CFolder> CFolderCache::FindNearest(std::u16string_view path, std::size_t& known) {
+    // Ends because every round takes one folder out of the cache that is not current.
+    for (;;) {
+        std::u16string_view nearest;
+        for (const auto& [key, cached] : m_folders) {
+            const bool isLonger = key.size() > nearest.size() && key.size() < path.size();
+            if (isLonger && path[key.size()] == u'\\' &&
+                HasSameUnits(path.substr(0, key.size()), key)) {
+                nearest = path.substr(0, key.size());
+            }
+        }
+        std::shared_ptr<CFolder> folder = nearest.empty() ? nullptr : FindCurrent(nearest);
+        if (folder || nearest.empty()) {
+            known = nearest.size();
+            return folder;
+        }
+    }
+}
+
+// Goes from `folder`, where the first `known` units of the path lead, to the end of the path.
+int CFolderCache::Descend(std::u16string_view path, std::size_t known,
+                          std::shared_ptr<CFolder>& folder) {
+    auto left = static_cast<std::size_t>(
+        std::count(path.begin() + static_cast<std::ptrdiff_t>(known), path.end(), u'\\'));
+    std::size_t stretch = left;
+    while (left > 0) {
+        // The last name is looked up alone, so that its parent is open for those beside it. Nor may
+        // the way pass the package folder, from where on it is sealed, without notice.
+        const std::size_t wanted = std::min(stretch, left - 1);
+        const bool isFar = wanted >= kFarNames && IsOutOrInPackage(*folder);
+        const std::size_t count = isFar ? wanted : 1;
+        const std::size_t end = PassNames(path, known, count);
+        const std::u16string_view names = path.substr(known + 1, end - known - 1);
+        std::shared_ptr<CFolder> next;
+        if (isFar) {
+            // What names alone do not lead through is somewhere among them: half as many may do.
+            next = OpenFarChild(*folder, names);
+            stretch = next ? 2 * count : count / 2;
+            if (!next) {
+                continue;
+            }
+        } else {
+            if (const int status = OpenChild(*folder, names, next)) {
+                return status;
+            }
+            stretch = std::max(stretch, kFarNames);
+        }
+        Keep(path.substr(0, end), next);
+        folder = std::move(next);
+        known = end;
+        left -= count;
+    }
+    return ERROR_SUCCESS;
+}
+
+// Opens a folder below `parent` without a look at each name. Null when that takes one, such as at
+// a link or another letter case, and at a folder that may not be passed.
+std::shared_ptr<CFolder> CFolderCache::OpenFarChild(const CFolder& parent,
+                                                    std::u16string_view names) {
+    std::string way;
+    CFileDescriptor opened = OpenFar(parent.GetDescriptor(), names, way);
+    struct stat info {};
+    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0) {
+        return nullptr;
+    }
+    return Adopt(std::move(opened), info, way, parent, parent.IsSealed());
+}
+
+int CFolderCache::OpenRoot(const SFileLocation& location, std::shared_ptr<CFolder>& folder) const {
+    CFileDescriptor opened = OpenFolder(AT_FDCWD, location.root.c_str(), 0);
+    struct stat info {};
+    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0) {
+        return StatusFromErrno(errno);
+    }
+    const bool isSealed = IsInPackage(opened.Get());
+    folder = std::make_shared<CFolder>(std::move(opened), location.root, info, isSealed);
+    return ERROR_SUCCESS;
+}
+
+int CFolderCache::OpenChild(CFolder& parent, std::u16string_view name,
+                            std::shared_ptr<CFolder>& folder) {
+    SEntry entry;
+    if (const int status = parent.Find(name, entry)) {
+        return status;
+    }
+    // A pipe or a device must not be opened even to see that it is no folder.
+    if (!entry.IsFolder()) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    CFileDescriptor opened =
+        OpenFolder(parent.GetDescriptor(), entry.name.c_str(), parent.IsSealed() ? O_NOFOLLOW : 0);
+    struct stat info {};
+    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0) {
+        return StatusFromErrno(errno);
+    }
+    // A folder below an unsealed one is sealed only if it is the package folder, or a link led
+    // there.
+    const bool isSealed =
+        parent.IsSealed() || (m_package && (entry.isLink ? IsInPackage(opened.Get())
+                                                         : m_package->GetId() == GetFileId(info)));
+    folder = Adopt(std::move(opened), info, entry.name, parent, isSealed);
+    return ERROR_SUCCESS;
+}
+
+// Makes a folder of what `way` below the parent has led to, with the names that are known of it.
+std::shared_ptr<CFolder> CFolderCache::Adopt(CFileDescriptor opened, const struct stat& info,
+                                             const std::string& way, const CFolder& parent,
+                                             bool isSealed) {
+    std::string path = parent.GetPath();
+    if (path.back() != '/') {
+        path += '/';
+    }
+    auto folder = std::make_shared<CFolder>(std::move(opened), path + way, info, isSealed, &parent);
+    if (const auto known = m_names.find(folder->GetId()); known != m_names.end()) {
+        m_nameCount -= known->second.names->GetCount();
+        folder->PutNames(std::move(known->second));
+        m_names.erase(known);
+    }
+    return folder;
+}
+
+void CFolderCache::Keep(std::u16string_view path, const std::shared_ptr<CFolder>& folder) {
+    if (m_folders.size() >= kMaxFolders) {
+        CloseOldest();
+    }
+    LimitNames();
+    m_folders[std::u16string(path)] = {folder, ++m_uses};
+}
+
+void CFolderCache::CloseOldest() {
+    const auto oldest = std::min_element(m_folders.begin(), m_folders.end(),
+                                         [](const auto& left, const auto& right) {
+                                             return left.second.lastUse < right.second.lastUse;
+                                         });
+    // One that someone still searches keeps its names.
+    if (oldest->second.folder.use_count() == 1) {
+        KeepNames(*oldest->second.folder);
+    }
+    m_folders.erase(oldest);
+}
+
+void CFolderCache::KeepNames(CFolder& folder) {
+    SKnownNames known = folder.TakeNames();
+    const std::size_t count = known.names ? known.names->GetCount() : 0;
+    if (count == 0 || count > kMaxNames) {
+        return;
+    }
+    if (m_nameCount + count > kMaxNames) {
+        m_names.clear();
+        m_nameCount = 0;
+    }
+    m_nameCount += m_names.try_emplace(folder.GetId(), std::move(known)).second ? count : 0;
+}
+
+// Lets go of names in open folders when there are too many.
+void CFolderCache::LimitNames() {
+    std::size_t count = 0;
+    for (const auto& [path, cached] : m_folders) {
+        count += cached.folder->GetNameCount();
+    }
+    for (auto entry = m_folders.begin(); entry != m_folders.end() && count > kMaxNames; ++entry) {
+        // A folder that is searched would have to read its names again at once.
+        if (entry->second.folder.use_count() == 1) {
+            count -= entry->second.folder->GetNameCount();
+            static_cast<void>(entry->second.folder->TakeNames());
+        }
+    }
+}
+
+bool CFolderCache::IsInPackage(int folder) const {
+    if (!m_package) {
+        return false;
+    }
+    const std::vector<FileId> way = GetWayUp(folder);
+    return way.empty() || Contains(way, m_package->GetId());
+}
+
+// Whether everything below a folder is in the package or nothing is, links apart.
+bool CFolderCache::IsOutOrInPackage(const CFolder& folder) const {
+    return folder.IsSealed() || !m_package ||
+           (!m_packageWay.empty() && !Contains(m_packageWay, folder.GetId()));
+}
+
+}  // namespace platform

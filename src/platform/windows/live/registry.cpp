@@ -1,0 +1,232 @@
+#include "platform/registry.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "platform/files.h"
+#include "platform/status.h"
+#include "platform/windows/live/process_token.h"
+#include "platform/windows/win.h"
+
+namespace platform {
+
+namespace {
+
+// Units of a buffer for a name, its terminator included: nearly all names fit into the first, and
+// no call takes more than the second.
+constexpr std::size_t kShortName = 256;
+constexpr std::size_t kMostUnits = 32767;
+
+constexpr DWORD kTokenAccess = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
+
+HKEY ToHandle(KeyHandle key) { return reinterpret_cast<HKEY>(key); }
+KeyHandle FromHandle(HKEY key) { return reinterpret_cast<KeyHandle>(key); }
+
+// The number of a predefined key as the handle that stands for it: with its sign in 64 bits.
+HKEY PredefinedHandle(std::uint32_t number) {
+    const auto handle = static_cast<std::intptr_t>(static_cast<std::int32_t>(number));
+    return reinterpret_cast<HKEY>(handle);
+}
+
+// The registry returns its errors and leaves the thread's last one as it was.
+int Result(LSTATUS status) {
+    return status == NO_ERROR ? ERROR_SUCCESS : SetLastError(static_cast<int>(status));
+}
+
+// A name is what stands before its first NUL.
+template <typename TBuffer, typename TEnumerate>
+LSTATUS TryName(TBuffer&& buffer, std::u16string& name, const TEnumerate& enumerate) {
+    auto size = static_cast<DWORD>(buffer.size());
+    const LSTATUS status = enumerate(ToWide(buffer.data()), size);
+    if (status == NO_ERROR) {
+        name = buffer.data();
+    }
+    return status;
+}
+
+// Calls `enumerate` with room for a name, and when it is an exceptionally long one again with what
+// the key says of its `longest`. A key that says too little is asked once more.
+template <typename TEnumerate>
+int EnumName(KeyHandle key, std::uint32_t SKeyInfo::*longest, std::u16string& name,
+             const TEnumerate& enumerate) {
+    LSTATUS status = TryName(std::array<char16_t, kShortName>{}, name, enumerate);
+    if (status == ERROR_MORE_DATA) {
+        SKeyInfo info;
+        static_cast<void>(QueryKeyInfo(key, info));  // then the most is asked for
+        const std::size_t units = std::min(std::size_t{info.*longest} + 1, kMostUnits);
+        status = TryName(std::vector<char16_t>(units), name, enumerate);
+    }
+    if (status == ERROR_MORE_DATA) {
+        status = TryName(std::vector<char16_t>(kMostUnits), name, enumerate);
+    }
+    return Result(status);
+}
+
+// Whether a file can be a hive, so that it may be handed to the system, which makes one of a file
+// that is not there, and fills an empty one.
+int CheckHiveFile(const char16_t* name) {
+    SFindData found;
+    if (const int status = FindEntry(name, found)) {
+        return status;
+    }
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    const bool isEmpty = ::GetFileAttributesExW(ToWide(name), GetFileExInfoStandard, &data) != 0 &&
+                         !found.IsFolder() && data.nFileSizeHigh == 0 && data.nFileSizeLow == 0;
+    return isEmpty ? SetLastError(ERROR_BADDB) : ERROR_SUCCESS;
+}
+
+bool IsThere(HKEY parent, const char16_t* name) {
+    HKEY key = nullptr;
+    if (::RegOpenKeyExW(parent, ToWide(name), 0, KEY_READ, &key) != NO_ERROR) {
+        return false;
+    }
+    ::RegCloseKey(key);
+    return true;
+}
+
+// Looks up the number that a privilege goes by on this machine.
+bool FindPrivilege(const char16_t* name, LUID& number) {
+    return ::LookupPrivilegeValueW(nullptr, ToWide(name), &number) != 0;
+}
+
+bool IsOn(const LUID_AND_ATTRIBUTES& entry, const LUID& number) {
+    return entry.Luid.LowPart == number.LowPart && entry.Luid.HighPart == number.HighPart &&
+           (entry.Attributes == SE_PRIVILEGE_ENABLED_BY_DEFAULT ||
+            entry.Attributes == SE_PRIVILEGE_ENABLED);
+}
+
+bool Adjust(const CProcessToken& token, const LUID& number, DWORD attributes) {
+    TOKEN_PRIVILEGES change{};
+    change.PrivilegeCount = 1;
+    change.Privileges[0].Luid = number;
+    change.Privileges[0].Attributes = attributes;
+    ::SetLastError(NO_ERROR);
+    ::AdjustTokenPrivileges(token.Get(), FALSE, &change, 0, nullptr, nullptr);
+    // It also succeeds when the token does not hold the privilege; the last error tells.
+    return ::GetLastError() == NO_ERROR;
+}
+
+}  // namespace
+
+int ConnectMachine(KeyHandle& machine) {
+    HKEY handle = nullptr;
+    const int status = Result(::RegConnectRegistryW(nullptr, HKEY_LOCAL_MACHINE, &handle));
+    if (status == ERROR_SUCCESS) {
+        machine = FromHandle(handle);
+    }
+    return status;
+}
+
+int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName) {
+    if (const int status = CheckHiveFile(fileName)) {
+        return status;
+    }
+    // A key that is there is another process's.
+    const bool wasThere = IsThere(ToHandle(machine), mountName);
+    const LSTATUS status = ::RegLoadKeyW(ToHandle(machine), ToWide(mountName), ToWide(fileName));
+    if (status == ERROR_NOT_REGISTRY_FILE && !wasThere) {
+        // Wine makes the key before it looks at the file, and the key would be in the way of every
+        // later hive.
+        ::RegUnLoadKeyW(ToHandle(machine), ToWide(mountName));
+    }
+    return Result(status);
+}
+
+bool IsHiveDamaged(const char16_t* /*mountName*/) { return false; }
+
+int UnloadHive(KeyHandle machine, const char16_t* mountName) {
+    return Result(::RegUnLoadKeyW(ToHandle(machine), ToWide(mountName)));
+}
+
+int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& key) {
+    HKEY handle = nullptr;
+    const std::u16string path(subKey);
+    const int status = Result(::RegOpenKeyExW(PredefinedHandle(predefinedKey), ToWide(path.c_str()),
+                                              0, KEY_READ, &handle));
+    if (status == ERROR_SUCCESS) {
+        key = FromHandle(handle);
+    }
+    return status;
+}
+
+void CloseKey(KeyHandle key) {
+    if (key != nullptr) {
+        ::RegCloseKey(ToHandle(key));
+    }
+}
+
+int QueryKeyInfo(KeyHandle key, SKeyInfo& info) {
+    DWORD subKeyCount = 0;
+    DWORD longestSubKeyName = 0;
+    DWORD valueCount = 0;
+    DWORD longestValueName = 0;
+    const int status = Result(::RegQueryInfoKeyW(
+        ToHandle(key), nullptr, nullptr, nullptr, &subKeyCount, &longestSubKeyName, nullptr,
+        &valueCount, &longestValueName, nullptr, nullptr, nullptr));
+    if (status == ERROR_SUCCESS) {
+        info = {subKeyCount, longestSubKeyName, valueCount, longestValueName};
+    }
+    return status;
+}
+
+int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name) {
+    return EnumName(key, &SKeyInfo::longestSubKeyName, name, [&](wchar_t* buffer, DWORD& size) {
+        return ::RegEnumKeyExW(ToHandle(key), index, buffer, &size, nullptr, nullptr, nullptr,
+                               nullptr);
+    });
+}
+
+int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name, std::uint32_t& type) {
+    DWORD foundType = REG_NONE;
+    const int status =
+        EnumName(key, &SKeyInfo::longestValueName, name, [&](wchar_t* buffer, DWORD& size) {
+            return ::RegEnumValueW(ToHandle(key), index, buffer, &size, nullptr, &foundType,
+                                   nullptr, nullptr);
+        });
+    if (status == ERROR_SUCCESS) {
+        type = foundType;
+    }
+    return status;
+}
+
+int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type, void* data,
+               std::uint32_t& size) {
+    const std::u16string valueName(name);
+    DWORD foundType = REG_NONE;
+    DWORD foundSize = size;
+    const int status = Result(::RegQueryValueExW(ToHandle(key), ToWide(valueName.c_str()), nullptr,
+                                                 &foundType, static_cast<BYTE*>(data), &foundSize));
+    if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
+        type = foundType;
+        size = foundSize;
+    }
+    return status;
+}
+
+int EnablePrivilege(const char16_t* name) {
+    const CProcessToken token(kTokenAccess);
+    LUID number{};
+    const std::vector<std::byte> bytes = token.Read(TokenPrivileges);
+    if (bytes.empty() || !FindPrivilege(name, number)) {
+        return -1;
+    }
+    const auto* const held = reinterpret_cast<const TOKEN_PRIVILEGES*>(bytes.data());
+    const LUID_AND_ATTRIBUTES* const entries = held->Privileges;
+    const bool isOn =
+        std::any_of(entries, entries + held->PrivilegeCount,
+                    [&](const LUID_AND_ATTRIBUTES& entry) { return IsOn(entry, number); });
+    if (isOn) {
+        return 0;
+    }
+    return Adjust(token, number, SE_PRIVILEGE_ENABLED) ? 1 : -1;
+}
+
+bool DisablePrivilege(const char16_t* name) {
+    const CProcessToken token(kTokenAccess);
+    LUID number{};
+    return token.Get() != nullptr && FindPrivilege(name, number) && Adjust(token, number, 0);
+}
+
+}  // namespace platform

@@ -1,0 +1,145 @@
+#include "platform/assemblies.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <string>
+#include <tuple>
+
+#include "formats/assembly/managed_assembly.h"
+#include "support/little_endian.h"
+#include "support/machine.h"
+#include "support/module_builder.h"
+#include "support/temp_folder.h"
+#include "support/text.h"
+
+namespace {
+
+using platform::CAssemblyCache;
+
+std::u16string Identity(const char* name, const char* version, const char* more) {
+    return Utf16(std::string(name) + ",type=\"win32\",version=\"" + version + "\"" + more +
+                 ",publicKeyToken=\"1fc8\",processorArchitecture=\"X86\"");
+}
+
+// A machine whose Windows drive is a folder of the test.
+class AssemblyStoreTest : public testing::Test {
+protected:
+    // The place of an assembly from the store on; "-" when there is none.
+    static std::string Find(const char* name, const char* version, const char* more = "") {
+        CAssemblyCache cache;
+        std::u16string place;
+        EXPECT_TRUE(cache.Open());
+        const bool isFound = cache.FindAssembly(Identity(name, version, more), place);
+        return isFound ? Utf8(place).substr(std::string_view(R"(C:\Windows\WinSxS\)").size()) : "-";
+    }
+
+    CTempFolder m_folder;
+    CTestMachine m_machine =
+        CTestMachine().WindowsFolder(uR"(C:\Windows)").Drive(u'C', m_folder.Path().string());
+};
+
+TEST_F(AssemblyStoreTest, FindsTheComponentOfAnIdentity) {
+    // The long names have 43, 40 and 41 characters.
+    const std::tuple<const char*, const char*, const char*, std::string> assemblies[] = {
+        {"Microsoft.VC90.CRT", "9.0", "", "x86_microsoft.vc90.crt_1fc8_9.0_none_508ff82e"},
+        {"microsoft.vc90.crt", "9.0", R"(,language="neutral")",
+         "x86_microsoft.vc90.crt_1fc8_9.0_none_508ff82e"},
+        {"Microsoft.Windows.Common-Controls.Resources", "6.0", R"(,language="en-US")",
+         "x86_microsoft.windows.c..-controls.resources_1fc8_6.0_en-us_d9"},
+        {"a.name.of.exactly.forty.characters.aaaaa", "1.0", "",
+         "x86_a.name.of.exactly.forty.characters.aaaaa_1fc8_1.0_none_1"},
+        {"a.name.of.exactly.forty.characters.aaaaab", "1.0", "",
+         "x86_a.name.of.exactly.f..y.characters.aaaaab_1fc8_1.0_none_2"},
+        {"Two (Words)", "1.0", "", "x86_twowords_1fc8_1.0_none_3"},
+        {"Microsoft.VC80.CRT", "8.0", "", "x86_Microsoft.VC80.CRT_1fc8_8.0_x-ww_6b128700"},
+    };
+    m_folder.MakeFolder("Windows/winsxs/x86_nohash_1fc8_1.0_none");
+    for (const auto& [name, version, more, component] : assemblies) {
+        m_folder.MakeFolder("Windows/winsxs/" + component);
+    }
+    for (const auto& [name, version, more, component] : assemblies) {
+        EXPECT_EQ(Find(name, version, more), component);
+    }
+    EXPECT_EQ(Find("Microsoft.VC90.CRT", "9.1"), "-");
+    EXPECT_EQ(Find("Microsoft.VC90.CRT", "9.0", R"(,language="de-DE")"), "-");
+    EXPECT_EQ(Find("NoHash", "1.0"), "-");
+    EXPECT_EQ(Find("", ""), "-");
+}
+
+TEST_F(AssemblyStoreTest, ManifestTellsShortenedNamesApartAndStandsForAMissingFolder) {
+    const std::string first = "x86_app_1fc8_1.0_sr-..-rs_1";
+    const std::string second = "x86_app_1fc8_1.0_sr-..-rs_2";
+    m_folder.MakeFolder("Windows/WinSxS/" + first);
+    m_folder.MakeFolder("Windows/WinSxS/" + second);
+    m_folder.WriteFile("Windows/WinSxS/Manifests/" + first + ".manifest", "DCM\x01 compressed");
+    EXPECT_EQ(Find("App", "1.0", R"(,language="sr-Latn-RS")"), first);
+    m_folder.WriteFile("Windows/WinSxS/Manifests/" + second + ".manifest",
+                       R"(<a><assemblyIdentity name="App" language="sr-Latn-RS"/></a>)");
+    EXPECT_EQ(Find("App", "1.0", R"(,language="sr-Latn-RS")"), second);
+    EXPECT_EQ(Find("App", "1.0", R"(,language="sr-Cyrl-RS")"), first);
+    m_folder.WriteFile("Windows/WinSxS/Manifests/x86_policy.9.0.app_1fc8_9.0_none_77.Manifest");
+    EXPECT_EQ(Find("policy.9.0.App", "9.0"),
+              R"(Manifests\x86_policy.9.0.app_1fc8_9.0_none_77.manifest)");
+}
+
+TEST_F(AssemblyStoreTest, MachineWithoutAStoreHasNoCache) {
+    CAssemblyCache cache;
+    m_folder.WriteFile("Windows/WinSxS", "a file");
+    EXPECT_FALSE(cache.Open());
+    m_machine.WindowsFolder(uR"(D:\Windows)");
+    EXPECT_FALSE(cache.Open());
+    std::u16string place;
+    EXPECT_FALSE(cache.FindAssembly(u"a", place));
+}
+
+bool IsManaged(const CTempFolder& folder, const std::string& bytes) {
+    return CAssemblyCache().IsManagedAssembly(folder.WriteFile("a.dll", bytes).c_str());
+}
+
+TEST(ManagedAssemblyTest, NeedsARowInTheTableOfAssemblies) {
+    const CTempFolder folder;
+    EXPECT_TRUE(IsManaged(folder, MakeModule(1)));
+    EXPECT_TRUE(IsManaged(folder, MakeModule(1, true)));
+    EXPECT_FALSE(IsManaged(folder, MakeModule(0)));
+    EXPECT_FALSE(CAssemblyCache().IsManagedAssembly(folder.MakeFolder("folder").c_str()));
+}
+
+TEST(ManagedAssemblyTest, DamagedHeadersAreNoAssembly) {
+    using Layout = SModuleLayout;
+    const CTempFolder folder;
+    const std::string whole = MakeModule(1);
+    const std::tuple<const char*, std::size_t, std::uint32_t> damages[] = {
+        {"no MZ", 0, 0},
+        {"image behind the end", 60, 0xFFFFFFFF},
+        {"no PE", Layout::kImage, 0},
+        {"other optional header", Layout::kOptional, 0x107},
+        {"too few directories", Layout::kOptional + 92, 14},
+        {"directories behind their header", Layout::kImage + 20, 208},
+        {"no managed header", Layout::kDirectory, 0},
+        {"managed header in no section", Layout::kDirectory, 0x9000},
+        {"metadata in no section", Layout::kManaged + 8, 0xFFFFFFFF},
+        {"no metadata", Layout::kMetadata, 0},
+        {"endless version text", Layout::kMetadata + 12, 0xFFFFFFF0},
+        {"no tables", Layout::kTables - 4, 0},
+        {"tables behind the end", Layout::kTables - 12, 0xFFFFFFFF},
+    };
+    for (const auto& [what, offset, number] : damages) {
+        std::string bytes = whole;
+        PutNumber(bytes, offset, number, 4);
+        EXPECT_FALSE(IsManaged(folder, bytes)) << what;
+    }
+    for (std::size_t size = whole.size(); size-- != 0;) {
+        const auto file = [&](std::uint64_t offset, std::span<std::byte> bytes) {
+            const std::size_t start = std::min<std::uint64_t>(offset, size);
+            const std::size_t count = std::min(bytes.size(), size - start);
+            std::memcpy(bytes.data(), whole.data() + start, count);
+            return count;
+        };
+        ASSERT_FALSE(formats::HoldsManagedAssembly(file)) << size;
+    }
+}
+
+}  // namespace
