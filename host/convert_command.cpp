@@ -16,6 +16,7 @@
 #include "host/target_list.h"
 #include "orvcasconv/orvcasconv.h"
 #include "platform/com.h"
+#include "platform/local_paths.h"
 
 namespace host {
 
@@ -40,7 +41,7 @@ EProgressDisplay ChooseDisplay(EProgressStyle style) {
 }
 
 std::string Quote(const std::filesystem::path& path) {
-    return "'" + Printable(PathText(path)) + "'";
+    return "'" + Printable(platform::PathText(path)) + "'";
 }
 
 std::string Count(std::size_t count, const std::string& what) {
@@ -55,7 +56,7 @@ const OrvChar* Chars(const std::u16string& text) {
 bool NamesFolder(const std::string& argument, const std::u16string& path) {
     std::error_code error;
     return argument.back() == '/' || path.back() == u'\\' ||
-           std::filesystem::is_directory(LocalPath(argument), error);
+           std::filesystem::is_directory(platform::LocalPath(argument), error);
 }
 
 // One run of the command.
@@ -119,8 +120,8 @@ void CConversion::Fail(const std::string& problem) {
 
 // Gives the exit status when there is nothing to begin with, otherwise 0.
 int CConversion::Prepare() {
-    const std::optional<std::u16string> profile = LibraryPath(m_command.profile);
-    const std::optional<std::u16string> pattern = LibraryPath(m_command.output);
+    const std::optional<std::u16string> profile = platform::LibraryPath(m_command.profile);
+    const std::optional<std::u16string> pattern = platform::LibraryPath(m_command.output);
     if (!profile || !pattern) {
         Complain("the current folder is gone; name all files by their full paths");
         return kExitFailed;
@@ -130,7 +131,7 @@ int CConversion::Prepare() {
                  " is a folder; add a name for the manifests, such as app.orv");
         return kExitUsage;
     }
-    if (LocalPath(*pattern).empty()) {
+    if (platform::LocalPath(*pattern).empty()) {
         Complain(Quote(m_command.output) +
                  " is on a drive or share that the machine description "
                  "does not map; map it there, or name another place");
@@ -140,8 +141,8 @@ int CConversion::Prepare() {
     m_pattern = *pattern;
     std::error_code error;
     if (!m_command.log.empty() &&
-        std::filesystem::equivalent(LocalPath(m_command.log), LocalPath(m_command.profile),
-                                    error)) {
+        std::filesystem::equivalent(platform::LocalPath(m_command.log),
+                                    platform::LocalPath(m_command.profile), error)) {
         Complain("--log names the profile itself; name another file");
         return kExitUsage;
     }
@@ -163,7 +164,7 @@ void CConversion::CallLibrary() {
         // A target that a failed conversion did not come to has left its place empty.
         const std::u16string guid = platform::GuidToText(targets[i]);
         if (m_status == 0 || guid != kNoGuid) {
-            m_outputs.push_back({guid, LocalPath(ManifestName(guid))});
+            m_outputs.push_back({guid, platform::LocalPath(ManifestName(guid))});
         }
     }
 }
@@ -219,7 +220,7 @@ std::u16string CConversion::ManifestName(const std::u16string& guid) const {
 std::string CConversion::FormatLines() const {
     std::string lines;
     for (const SOutput& output : m_outputs) {
-        lines += Printable(output.guid) + '\t' + PathBytes(output.manifest) + '\n';
+        lines += Printable(output.guid) + '\t' + platform::PathBytes(output.manifest) + '\n';
     }
     return lines;
 }
@@ -233,7 +234,7 @@ std::string CConversion::FormatJson() const {
     CJsonRows rows;
     auto target = targets.begin();
     for (const SOutput& output : m_outputs) {
-        const std::u16string manifest = PathText(output.manifest);
+        const std::u16string manifest = platform::PathText(output.manifest);
         // Both are in the order of the profile, and some may be missing here.
         while (target != targets.end() && target->guid != output.guid) {
             ++target;

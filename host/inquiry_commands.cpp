@@ -4,8 +4,8 @@
 #include "host/exit_status.h"
 #include "host/json.h"
 #include "host/status_text.h"
-#include "host/system.h"
 #include "host/target_list.h"
+#include "platform/local_paths.h"
 #include "platform/machine_report.h"
 
 namespace host {
@@ -32,7 +32,7 @@ std::string FormatJson(const std::vector<STarget>& targets) {
 }  // namespace
 
 int RunTargets(const SCommand& command) {
-    const std::optional<std::u16string> profile = LibraryPath(command.profile);
+    const std::optional<std::u16string> profile = platform::LibraryPath(command.profile);
     if (!profile) {
         Complain("the current folder is gone; name the profile by its full path");
         return kExitFailed;

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/console.h"
-#include "host/system.h"
+#include "platform/local_paths.h"
 
 namespace host {
 
@@ -29,12 +29,12 @@ bool CRunLog::Open(const std::string& argument) {
 
 // A file that cannot be written shows before the work is done, not after it.
 bool CRunLog::OpenUserFile(const std::string& argument) {
-    m_userPath = LocalPath(argument);
+    m_userPath = platform::LocalPath(argument);
     std::error_code error;
     std::filesystem::create_directories(m_userPath.parent_path(), error);  // shows below
     m_userFile.open(m_userPath, std::ios::binary | std::ios::trunc);
     if (!m_userFile.is_open()) {
-        Complain("the log '" + Printable(PathText(m_userPath)) +
+        Complain("the log '" + Printable(platform::PathText(m_userPath)) +
                  "' cannot be written: " + std::strerror(errno) + "; nothing was converted");
     }
     return m_userFile.is_open();
@@ -42,7 +42,7 @@ bool CRunLog::OpenUserFile(const std::string& argument) {
 
 std::u16string CRunLog::GetLibraryPath() const {
     // It is named by a full path, so nothing can be missing.
-    return LibraryPath(m_folder.GetFile()).value_or(u"");
+    return platform::LibraryPath(m_folder.GetFile()).value_or(u"");
 }
 
 bool CRunLog::Finish(SLogSummary& summary) {
@@ -79,7 +79,7 @@ bool CRunLog::CloseUserFile() {
     }
     m_userFile.close();
     if (m_userFile.fail()) {
-        Complain("the log '" + Printable(PathText(m_userPath)) +
+        Complain("the log '" + Printable(platform::PathText(m_userPath)) +
                  "' cannot be written: " + std::strerror(errno));
         return false;
     }

@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "host/console.h"
-#include "host/system.h"
+#include "platform/local_paths.h"
 #include "platform/status.h"
 #include "platform/text.h"
 
@@ -57,8 +57,8 @@ std::string DescribeStatus(std::uint32_t status) {
 
 std::string DescribeFailure(const std::string& action, const std::string& profile,
                             std::uint32_t status) {
-    return "cannot " + action + " '" + Printable(PathText(profile)) +
-           "': " + DescribeStatus(status) + Advise(status, LocalPath(profile));
+    return "cannot " + action + " '" + Printable(platform::PathText(profile)) +
+           "': " + DescribeStatus(status) + Advise(status, platform::LocalPath(profile));
 }
 
 }  // namespace host

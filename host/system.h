@@ -1,33 +1,17 @@
-// host/system.h - what the program asks of its operating system: the meaning of path arguments, the
-// terminal, a place for temporary files. One folder of sources for each system.
+// host/system.h - what the program asks of its operating system: the terminal, a place for
+// temporary files. One folder of sources for each system.
 //
 // Arguments and output are bytes: UTF-8 on Windows, on POSIX whatever they are.
 #pragma once
 
 #include <cstddef>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "orvcasconv/orvcasconv.h"
 
 namespace host {
-
-// The path that the library gets for an argument. A Windows path goes through as it is; what else
-// an argument of this system means is made absolute and spelled as Windows would. Nothing when the
-// current folder is gone.
-[[nodiscard]] std::optional<std::u16string> LibraryPath(const std::string& argument);
-
-// Where the file lies that an argument names, for this program's own use of it.
-[[nodiscard]] std::filesystem::path LocalPath(const std::string& argument);
-// Where the file lies that the library knows by `path`, or would be put; empty when the path leads
-// nowhere on this machine.
-[[nodiscard]] std::filesystem::path LocalPath(const std::u16string& path);
-
-// A path as bytes for stdout, and as text; bytes that are no UTF-8 become U+DC00 plus the byte.
-[[nodiscard]] std::string PathBytes(const std::filesystem::path& path);
-[[nodiscard]] std::u16string PathText(const std::filesystem::path& path);
 
 // Whether files can be put into a folder.
 [[nodiscard]] bool IsWritable(const std::filesystem::path& folder);

@@ -13,8 +13,7 @@
 #include <system_error>
 
 #include "host/console.h"
-#include "platform/posix/files/file_descriptor.h"
-#include "platform/posix/files/file_io.h"
+#include "platform/local_paths.h"
 
 namespace host {
 
@@ -59,17 +58,38 @@ void CatchEndingSignals() {
     }
 }
 
+// Writes all of the bytes; false with errno. Signals are rare: what is interrupted again and again
+// never gives an answer.
+bool WriteAll(int file, std::string_view bytes) {
+    constexpr int kMaxInterruptions = 1000;
+    int interruptions = 0;
+    while (!bytes.empty()) {
+        const ssize_t written = write(file, bytes.data(), bytes.size());
+        if (written < 0 && (errno != EINTR || ++interruptions == kMaxInterruptions)) {
+            return false;
+        }
+        bytes.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
 bool WriteFile(const std::string& name, std::string_view content) {
-    const platform::CFileDescriptor file(
-        open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!file.IsOpen()) {
+    const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (file < 0) {
         return false;
     }
-    errno = platform::WriteAll(file.Get(), content.data(), content.size());
-    return errno == 0;
+    const bool isWritten = WriteAll(file, content);
+    const int error = errno;
+    close(file);
+    errno = error;  // the caller tells it
+    return isWritten;
 }
 
 }  // namespace
+
+bool IsWritable(const std::filesystem::path& folder) {
+    return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+}
 
 bool UseMachineFile(const std::string& file) {
     return setenv("ORVCASCONV_MACHINE", file.c_str(), 1) == 0;
@@ -91,7 +111,7 @@ bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
         isMade = WriteFile(m_file, content);
     }
     if (!isMade) {
-        problem = "no temporary file can be made in '" + Printable(PathText(parent)) +
+        problem = "no temporary file can be made in '" + Printable(platform::PathText(parent)) +
                   "': " + std::strerror(errno) + "; name another place in the variable " +
                   kTemporaryVariable;
     }
@@ -115,7 +135,7 @@ STerminalSize GetTerminalSize() {
 
 void WriteTerminal(std::string_view bytes) {
     // A terminal that is gone has nobody to tell.
-    static_cast<void>(platform::WriteAll(STDERR_FILENO, bytes.data(), bytes.size()));
+    static_cast<void>(WriteAll(STDERR_FILENO, bytes));
 }
 
 void FreeTargets(GUID* targets) { std::free(targets); }

@@ -4,8 +4,9 @@
 #include <mutex>
 
 #include "host/console.h"
+#include "platform/answers.h"
 #include "platform/com.h"
-#include "platform/machine.h"
+#include "platform/local_paths.h"
 #include "platform/text.h"
 #include "platform/utf8.h"
 #include "platform/windows/win.h"
@@ -42,10 +43,11 @@ BOOL WINAPI OnEnd(DWORD /*kind*/) {
     return FALSE;
 }
 
-// Makes a folder for the user and the system alone.
+// Makes a folder for the user and the system alone: the user who runs, whatever machine is
+// described.
 bool MakePrivateFolder(const std::filesystem::path& folder) {
-    const std::u16string rights =
-        u"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;" + platform::GetUserSid() + u")";
+    const std::u16string rights = u"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;" +
+                                  platform::GetLiveAnswers()->machine.GetUserSid() + u")";
     SECURITY_ATTRIBUTES security{sizeof(security), nullptr, FALSE};
     if (ConvertStringSecurityDescriptorToSecurityDescriptorW(
             platform::ToWide(rights.c_str()), SDDL_REVISION_1, &security.lpSecurityDescriptor,
@@ -67,6 +69,17 @@ HANDLE Stderr() { return GetStdHandle(STD_ERROR_HANDLE); }
 
 }  // namespace
 
+bool IsWritable(const std::filesystem::path& folder) {
+    HANDLE handle = CreateFileW(folder.c_str(), FILE_ADD_FILE,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        return false;
+    }
+    CloseHandle(handle);
+    return true;
+}
+
 bool UseMachineFile(const std::string& /*file*/) { return false; }
 
 bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
@@ -78,8 +91,8 @@ bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
     isMade = isMade && MakePrivateFolder(folder);
     if (isMade) {
         const std::filesystem::path log = folder / L"log.html";
-        m_folder = PathBytes(folder);
-        m_file = PathBytes(log);
+        m_folder = platform::PathBytes(folder);
+        m_file = platform::PathBytes(log);
         {
             const std::lock_guard lock(s_cleanUpMutex);
             s_cleanUp = {log, folder};
@@ -91,7 +104,7 @@ bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
         isMade = !file.fail();
     }
     if (!isMade) {
-        problem = "no temporary file can be made in '" + Printable(PathText(parent)) +
+        problem = "no temporary file can be made in '" + Printable(platform::PathText(parent)) +
                   "'; name another place in the variable " + kTemporaryVariable;
     }
     return isMade;

@@ -9,10 +9,12 @@
 
 namespace platform {
 
+class CAssemblyStore;
+
 // The machine's store of side-by-side assemblies and its reader of managed ones, while it is open.
-// Windows binds its libraries late, when this is opened, and lets go of them when it is closed;
-// POSIX looks into the store's folder on the machine's Windows drive. Closes itself. While it is
-// open its thread has COM, so it is closed on the thread that opened it.
+// A described machine has its store in a folder of its Windows folder. The running Windows binds
+// its libraries late, when this is opened, and lets go of them when it is closed; while it is open
+// its thread has COM, so it is closed on the thread that opened it. Closes itself.
 class CAssemblyCache {
 public:
     CAssemblyCache();
@@ -21,7 +23,7 @@ public:
     CAssemblyCache& operator=(const CAssemblyCache&) = delete;
 
     // Opens the machine's store as it is now, closing any former one. False when there is none, as
-    // on a described machine whose Windows drive is not mapped.
+    // on a described machine whose Windows folder is nowhere on this one.
     [[nodiscard]] bool Open();
     void Close();
 
@@ -34,8 +36,7 @@ public:
     [[nodiscard]] bool IsManagedAssembly(const char16_t* name) const;
 
 private:
-    struct SState;
-    std::unique_ptr<SState> m_state;
+    std::unique_ptr<CAssemblyStore> m_store;
 };
 
 }  // namespace platform

@@ -35,8 +35,9 @@ struct SSystemVersion {
 };
 
 // Makes the machine's answers available; called at the start of each exported function. Returns 0,
-// or ERROR_INVALID_DATA with `problem` saying what is wrong, and where: on POSIX a machine
-// description that cannot be used. Windows always gives 0.
+// or ERROR_INVALID_DATA with `problem` saying what is wrong, and where: on POSIX the machine
+// description that the variable ORVCASCONV_MACHINE names, when it cannot be used. Windows always
+// gives 0.
 [[nodiscard]] int LoadMachine(std::u16string& problem);
 
 // The path of a special folder, long names already; false when the machine has no such folder.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/answers.h"
 #include "platform/text.h"
 #include "platform/utf8.h"
 
@@ -83,27 +84,28 @@ bool SNameLess::operator()(std::u16string_view left, std::u16string_view right) 
         [](char16_t a, char16_t b) { return FoldUnit(a) < FoldUnit(b); });
 }
 
-SMachineAnswers AskMachine() {
+SMachineAnswers AskMachine(const CMachineAnswers& machine) {
     SMachineAnswers answers;
-    answers.version = GetSystemVersion();
-    answers.locale = GetLocaleName();
-    static_cast<void>(GetWindowsFolder(answers.windowsFolder));  // stays empty where there is none
-    answers.userSid = GetUserSid();
+    answers.version = machine.GetSystemVersion();
+    answers.locale = machine.GetLocaleName();
+    // It stays empty where there is none.
+    static_cast<void>(machine.GetWindowsFolder(answers.windowsFolder));
+    answers.userSid = machine.GetUserSid();
     std::u16string text;
     for (const SSpecialFolder& folder : kSpecialFolders) {
-        if (GetSpecialFolder(folder.csidl, text)) {
+        if (machine.GetSpecialFolder(folder.csidl, text)) {
             answers.folders.emplace(folder.name, text);
         }
     }
-    if (GetLocalAppDataLow(text)) {
+    if (machine.GetLocalAppDataLow(text)) {
         answers.folders.emplace(kLocalAppDataLowName, text);
     }
     for (const char16_t* name : kEnvironmentVariables) {
-        if (GetEnvironmentText(name, text)) {
+        if (machine.GetEnvironmentText(name, text)) {
             answers.environment.emplace(name, text);
         }
     }
-    answers.volatileHives = GetVolatileHives();
+    answers.volatileHives = machine.GetVolatileHives();
     return answers;
 }
 

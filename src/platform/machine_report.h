@@ -31,8 +31,10 @@ struct SMachineAnswers {
     bool operator==(const SMachineAnswers&) const = default;
 };
 
-// Asks the machine in effect for everything that machine.h knows the name of.
-[[nodiscard]] SMachineAnswers AskMachine();
+class CMachineAnswers;
+
+// Asks a machine for everything that machine.h knows the name of.
+[[nodiscard]] SMachineAnswers AskMachine(const CMachineAnswers& machine);
 
 // The answers as a machine description. Equal answers give equal bytes on every system.
 [[nodiscard]] std::string FormatAnswers(const SMachineAnswers& answers);
@@ -40,8 +42,8 @@ struct SMachineAnswers {
 // One line of a machine description, both sides quoted as they need it.
 [[nodiscard]] std::string FormatRow(std::string_view key, std::string_view value);
 
-// The machine in effect as a machine description: on POSIX the whole of it, with its drives and
-// shares, on Windows what AskMachine gives.
+// The machine in effect as a machine description: a described one as a whole, with its drives and
+// shares, the running Windows by what AskMachine gives.
 [[nodiscard]] std::string DescribeMachine();
 
 }  // namespace platform

@@ -9,9 +9,9 @@
 // Names are 16-bit units without any validity, and are found in any letter case. One that holds a
 // NUL is known by what stands before it, here as in every program that takes texts by their NUL.
 //
-// POSIX has no registry: HKEY_LOCAL_MACHINE holds there the hives that this process has loaded and
-// nothing else, and the other predefined keys hold nothing. A key that is a link to another key is
-// read as it stands, since there is no machine whose key it could mean.
+// A described machine has no registry of its own: HKEY_LOCAL_MACHINE holds there the hives that
+// this process has loaded and nothing else, and the other predefined keys hold nothing. A key that
+// is a link to another key is read as it stands, since there is no machine whose key it could mean.
 #pragma once
 
 #include <cstdint>
@@ -21,8 +21,8 @@
 namespace platform {
 
 // An open key, which belongs to whoever opened it and goes back by CloseKey; null stands for none.
-struct SOpenKey;
-using KeyHandle = SOpenKey*;
+class COpenKey;
+using KeyHandle = COpenKey*;
 
 // How much a key holds. The lengths count units, without a terminator.
 struct SKeyInfo {
@@ -38,13 +38,14 @@ struct SKeyInfo {
 // Makes the keys of a hive file readable below HKEY_LOCAL_MACHINE under `mountName`, a single name.
 // What the file has lost to an interrupted write is taken from the log files beside it.
 // ERROR_FILE_NOT_FOUND and ERROR_PATH_NOT_FOUND as for any file; ERROR_BADDB when the file is no
-// hive or its root key cannot be read; ERROR_ACCESS_DENIED when the mount name is taken. POSIX
-// changes no file, and reads around damage: a key or value that cannot be read is not there, and
-// all others are. Keys nest at most 512 levels below the mount, and what is deeper is damage too.
+// hive or its root key cannot be read; ERROR_ACCESS_DENIED when the mount name is taken. A
+// described machine changes no file, and reads around damage: a key or value that cannot be read is
+// not there, and all others are. Keys nest at most 512 levels below the mount, and what is deeper
+// is damage too.
 [[nodiscard]] int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName);
 
 // Whether such a hive says that it has more keys or values than are there, or its last write was
-// interrupted and the log files do not complete it. Windows loads none.
+// interrupted and the log files do not complete it. The running Windows loads none.
 [[nodiscard]] bool IsHiveDamaged(const char16_t* mountName);
 
 // Takes such a hive away. ERROR_FILE_NOT_FOUND when nothing is loaded under that name;
@@ -61,8 +62,8 @@ void CloseKey(KeyHandle key);
 
 [[nodiscard]] int QueryKeyInfo(KeyHandle key, SKeyInfo& info);
 
-// The name of the subkey at `index`, counted from 0; never empty and without a backslash on POSIX.
-// ERROR_NO_MORE_ITEMS behind the last one.
+// The name of the subkey at `index`, counted from 0; on a described machine never empty and
+// without a backslash. ERROR_NO_MORE_ITEMS after the last one.
 [[nodiscard]] int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name);
 
 // Name and type of the value at `index`; the default value has an empty name. ERROR_NO_MORE_ITEMS
@@ -78,7 +79,7 @@ void CloseKey(KeyHandle key);
                              void* data, std::uint32_t& size);
 
 // Turns a privilege of the process on: -1 on failure, 0 when it was on already, 1 when it is on
-// now. On POSIX every privilege is always held.
+// now. On a described machine every privilege is always held.
 [[nodiscard]] int EnablePrivilege(const char16_t* name);
 
 // Turns a privilege of the process off; false on failure.

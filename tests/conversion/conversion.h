@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "orvcasconv/orvcasconv.h"
 #include "support/hive_builder.h"
+#include "support/machine.h"
 #include "support/package_builder.h"
 #include "support/temp_folder.h"
 
@@ -35,6 +37,8 @@ protected:
     // Has the library convert on the machine of another description, which it reads from a file, as
     // a host's user would name one.
     void UseMachine(std::string_view toml);
+    // Has the running Windows answer.
+    void UseLiveMachine() { m_machine.reset(); }
 
     // Writes the package, or one with this target alone, to the folder "package" and converts it to
     // "out/app.orv".
@@ -63,4 +67,6 @@ protected:
 
 private:
     void ReadLog();
+
+    std::optional<CTestMachine> m_machine;
 };

@@ -8,7 +8,6 @@
 #include "orvpackage/assembly_collections.h"
 #include "support/machine.h"
 #include "support/module_builder.h"
-#include "support/system.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
 
@@ -73,9 +72,6 @@ TEST_F(AssemblyProcessorTest, ClaimsWhatLiesInTheStores) {
 }
 
 TEST_F(AssemblyProcessorTest, ComponentRegistryNamesTheCatalogOnNewerSystems) {
-    if (RunsOnWindows()) {
-        GTEST_SKIP() << "Windows asks its own store alone";
-    }
     const CRegPathW catalogs(uR"(HKEY_LOCAL_MACHINE\COMPONENTS\CanonicalData\Catalogs\4f5e)");
     const CRegPathW component(uR"(HKLM\COMPONENTS\DerivedData\Components\)" + Utf16(kComponent));
     for (const std::uint32_t version : {5U, 6U}) {
@@ -117,9 +113,6 @@ TEST_F(AssemblyProcessorTest, AssemblyUnknownToTheMachineNeedsNoFiles) {
 
 TEST_F(AssemblyProcessorTest, GlobalAssembliesAreManagedModules) {
     CAssemblyProcessor processor;
-    if (RunsInWine()) {
-        GTEST_SKIP() << "Wine has no reader of metadata";
-    }
     const std::string module = "Windows/Microsoft.NET/assembly/GAC_MSIL/App/v4.0_1.0__b7/App.dll";
     processor.AddManifest(CFilePathW(m_folder.Name(module)), true);
     m_folder.MakeFolder("Windows/WinSxS");

@@ -1,17 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <span>
 #include <utility>
 #include <vector>
 
 #include "formats/link/shell_link.h"
-#include "platform/shell_link.h"
-#include "platform/status.h"
 #include "support/link_builder.h"
 #include "support/little_endian.h"
-#include "support/machine.h"
-#include "support/temp_folder.h"
 #include "support/text.h"
 
 namespace {
@@ -159,23 +154,6 @@ TEST(ShellLinkPathTest, FolderWithoutAPlaceInTheLinkIsWhereTheMachineHasIt) {
     }
 }
 
-TEST(ShellLinkPathTest, FoldersAreThoseOfTheMachine) {
-    const CTestMachine machine = CTestMachine()
-                                     .Folder(u"FOLDERID_LocalAppDataLow", uR"(C:\Low)")
-                                     .Environment(u"PUBLIC", uR"(D:\All)");
-    const CTempFolder folder;
-    const std::pair<std::string, const char*> cases[] = {
-        {{"\xA4\xA1\x20\xA5\x80\x17\xF6\x4F\xBD\x18\x16\x73\x43\xC5\xAF\x16", 16}, R"(C:\Low)"},
-        {{"\xA2\x76\xDF\xDF\x2A\xC8\x63\x4D\x90\x6A\x56\x44\xAC\x45\x73\x85", 16}, R"(D:\All)"},
-    };
-    for (const auto& [id, path] : cases) {
-        const std::string bytes = CTestLink().Block(0xA000000BU, KnownFolder(id, 0)).Bytes();
-        SShellLink link;
-        EXPECT_EQ(platform::ReadShellLink(folder.WriteFile("a.lnk", bytes).c_str(), link), S_OK);
-        EXPECT_EQ(Utf8(*link.path), path);
-    }
-}
-
 TEST(ShellLinkTest, AnsiTextIsInCodePage1252AndEndsAtItsNul) {
     CTestLink builder = CTestLink().Ansi().Local(u"C:\\\x80", u"\xE9\x9F");
     EXPECT_EQ(PathOf(builder), R"(C:\€\éŸ)");
@@ -254,17 +232,6 @@ TEST(DamagedShellLinkTest, BrokenPlaceOfTheTargetLeavesTheNextOne) {
     EXPECT_EQ(Utf8(*Parse(bytes).path), R"(D:\)");
     bytes[0x4E + 20] = '\xFF';  // and the drive's item to be longer than its list
     EXPECT_EQ(Utf8(*Parse(bytes).path), "");
-}
-
-TEST(DamagedShellLinkTest, RefusesAFileOfMoreThan64Megabytes) {
-    constexpr std::uintmax_t kLimit = std::uintmax_t{64} << 20;
-    const CTempFolder folder;
-    const std::u16string name = folder.WriteFile("a.lnk", RichLink().Bytes());
-    SShellLink link;
-    for (const std::uintmax_t size : {kLimit, kLimit + 1}) {
-        std::filesystem::resize_file(folder.Path("a.lnk"), size);
-        EXPECT_EQ(platform::ReadShellLink(name.c_str(), link), size == kLimit ? S_OK : E_FAIL);
-    }
 }
 
 }  // namespace

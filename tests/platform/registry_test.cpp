@@ -7,6 +7,7 @@
 
 #include "platform/status.h"
 #include "support/hive_builder.h"
+#include "support/machine.h"
 #include "support/registry_tree.h"
 #include "support/system.h"
 #include "support/temp_folder.h"
@@ -19,7 +20,7 @@ namespace {
 constexpr std::uint32_t kLocalMachine = 0x80000002U;
 constexpr int kNotRegistryFile = 1017;
 
-class RegistryTest : public testing::Test {
+class RegistryTest : public testing::TestWithParam<EMachine> {
 protected:
     void SetUp() override {
         ASSERT_GE(platform::EnablePrivilege(u"SeBackupPrivilege"), 0);
@@ -46,6 +47,7 @@ protected:
         return platform::OpenKey(kLocalMachine, path, m_key);
     }
 
+    std::optional<CTestMachine> m_inEffect = UseMachine(GetParam());
     CTempFolder m_folder;
     // A name that no other test that runs at the same time has.
     const std::u16string m_mount = m_folder.Path().filename().u16string();
@@ -53,14 +55,17 @@ protected:
     platform::KeyHandle m_key = nullptr;
 };
 
-TEST_F(RegistryTest, LoadsAHiveUnderItsNameUntilItIsUnloaded) {
+INSTANTIATE_TEST_SUITE_P(Machines, RegistryTest, testing::ValuesIn(MachinesOfThisSystem()),
+                         testing::PrintToStringParamName());
+
+TEST_P(RegistryTest, LoadsAHiveUnderItsNameUntilItIsUnloaded) {
     const std::string bytes = CTestHive().Key(u"Software\\App").Dword(u"Build", 7).LoadableBytes();
     EXPECT_EQ(platform::UnloadHive(m_machine, m_mount.c_str()), ERROR_FILE_NOT_FOUND);
     ASSERT_EQ(Load(bytes), ERROR_SUCCESS);
-    EXPECT_EQ(Load(bytes), RunsInWine() ? ERROR_ALREADY_EXISTS : ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Load(bytes), AnswersByWine() ? ERROR_ALREADY_EXISTS : ERROR_ACCESS_DENIED);
     EXPECT_THAT(ReadRegistryTree(m_mount), ElementsAre("Software\\", "Software\\App\\",
                                                        "Software\\App\\Build: 4 07000000", "\\"));
-    if (!RunsInWine()) {  // which unloads a hive whose keys are open
+    if (!AnswersByWine()) {  // which unloads a hive whose keys are open
         ASSERT_EQ(Open(At(u"Software")), ERROR_SUCCESS);
         EXPECT_EQ(platform::UnloadHive(m_machine, m_mount.c_str()), ERROR_ACCESS_DENIED);
         platform::CloseKey(m_key);
@@ -70,21 +75,21 @@ TEST_F(RegistryTest, LoadsAHiveUnderItsNameUntilItIsUnloaded) {
     EXPECT_EQ(Open(m_mount), ERROR_FILE_NOT_FOUND);
 }
 
-TEST_F(RegistryTest, RefusesWhatIsNoHive) {
+TEST_P(RegistryTest, RefusesWhatIsNoHive) {
     for (const char* file : {"none", "none/hive"}) {
         EXPECT_EQ(platform::LoadHive(m_machine, m_mount.c_str(), m_folder.Name(file).c_str()),
                   file[4] == 0 ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND);
     }
     EXPECT_EQ(Load("Windows Registry Editor Version 5.00"),
-              RunsInWine() ? kNotRegistryFile : ERROR_BADDB);
+              AnswersByWine() ? kNotRegistryFile : ERROR_BADDB);
     EXPECT_EQ(Open(m_mount), ERROR_FILE_NOT_FOUND);
 }
 
-TEST_F(RegistryTest, TellsWhetherAPrivilegeHadToBeTurnedOn) {
+TEST_P(RegistryTest, TellsWhetherAPrivilegeHadToBeTurnedOn) {
     const char16_t* const name = u"SeRestorePrivilege";
     EXPECT_EQ(platform::EnablePrivilege(name), 0);
     EXPECT_TRUE(platform::DisablePrivilege(name));
-    if (!RunsOnWindows()) {
+    if (GetParam() == EMachine::Described) {
         GTEST_SKIP() << "every privilege is always held";
     }
     EXPECT_EQ(Load(CTestHive().LoadableBytes()), ERROR_PRIVILEGE_NOT_HELD);
@@ -93,7 +98,7 @@ TEST_F(RegistryTest, TellsWhetherAPrivilegeHadToBeTurnedOn) {
     EXPECT_FALSE(platform::DisablePrivilege(u"SeNoSuchPrivilege"));
 }
 
-TEST_F(RegistryTest, OpensAKeyByAnyCaseAndNothingElse) {
+TEST_P(RegistryTest, OpensAKeyByAnyCaseAndNothingElse) {
     ASSERT_EQ(Load(CTestHive().Key(u"Software\\\u00C4pp\\Sub").LoadableBytes()), ERROR_SUCCESS);
     for (const char16_t* path :
          {u"", u"software", u"SOFTWARE\\\u00E4PP", u"Software\\\u00C4pp\\Sub\\"}) {
@@ -107,7 +112,7 @@ TEST_F(RegistryTest, OpensAKeyByAnyCaseAndNothingElse) {
     EXPECT_EQ(platform::GetLastError(), ERROR_INVALID_HANDLE);
 }
 
-TEST_F(RegistryTest, EnumeratesUpToTheLast) {
+TEST_P(RegistryTest, EnumeratesUpToTheLast) {
     ASSERT_EQ(
         Load(CTestHive().Key(u"A").Key(u"b").Key(u"").Dword(u"x", 1).Dword(u"", 2).LoadableBytes()),
         ERROR_SUCCESS);
@@ -117,14 +122,14 @@ TEST_F(RegistryTest, EnumeratesUpToTheLast) {
     EXPECT_EQ(platform::EnumKey(m_key, 1, name), ERROR_SUCCESS);
     EXPECT_EQ(name, u"b");
     EXPECT_EQ(platform::EnumKey(m_key, 2, name), ERROR_NO_MORE_ITEMS);
-    // Windows and POSIX have the values in the order of their making, Wine by name.
-    EXPECT_EQ(platform::EnumValue(m_key, RunsInWine() ? 0 : 1, name, type), ERROR_SUCCESS);
+    // Wine has the values in the order of their names, all others in that of their making.
+    EXPECT_EQ(platform::EnumValue(m_key, AnswersByWine() ? 0 : 1, name, type), ERROR_SUCCESS);
     EXPECT_EQ(name, u"");
     EXPECT_EQ(type, 4U);
     EXPECT_EQ(platform::EnumValue(m_key, 2, name, type), ERROR_NO_MORE_ITEMS);
 }
 
-TEST_F(RegistryTest, GivesEveryNameTypeAndItsDataAsTheyAre) {
+TEST_P(RegistryTest, GivesEveryNameTypeAndItsDataAsTheyAre) {
     const std::pair<const char*, std::string> values[] = {
         {"none", "abc"},       {"", ""},
         {"a\\b", {"a\0b", 3}}, {"large", std::string(20000, '\xFE')},
@@ -150,7 +155,7 @@ TEST_F(RegistryTest, GivesEveryNameTypeAndItsDataAsTheyAre) {
     EXPECT_EQ(ReadRegistryTree(m_mount), expected);
 }
 
-TEST_F(RegistryTest, QueriesAsMuchOfAValueAsThereIsRoomFor) {
+TEST_P(RegistryTest, QueriesAsMuchOfAValueAsThereIsRoomFor) {
     ASSERT_EQ(Load(CTestHive().Binary(u"Five", "12345").String(u"", u"d").LoadableBytes()),
               ERROR_SUCCESS);
     ASSERT_EQ(Open(At(u"")), ERROR_SUCCESS);

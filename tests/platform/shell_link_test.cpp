@@ -5,6 +5,7 @@
 #include "platform/com.h"
 #include "platform/status.h"
 #include "support/link_builder.h"
+#include "support/machine.h"
 #include "support/system.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
@@ -14,7 +15,7 @@ namespace {
 constexpr std::size_t kEnvironmentBlock = 2;
 constexpr std::size_t kConsoleBlock = 4;
 
-class ReadShellLinkTest : public testing::Test {
+class ReadShellLinkTest : public testing::TestWithParam<EMachine> {
 protected:
     ReadShellLinkTest() { platform::EnterApartment(); }
     ~ReadShellLinkTest() override { platform::LeaveApartment(); }
@@ -27,10 +28,14 @@ protected:
         return answers;
     }
 
+    std::optional<CTestMachine> m_inEffect = UseMachine(GetParam());
     CTempFolder m_folder;
 };
 
-TEST_F(ReadShellLinkTest, GivesEachTextAndNumberFromItsPlace) {
+INSTANTIATE_TEST_SUITE_P(Machines, ReadShellLinkTest, testing::ValuesIn(MachinesOfThisSystem()),
+                         testing::PrintToStringParamName());
+
+TEST_P(ReadShellLinkTest, GivesEachTextAndNumberFromItsPlace) {
     const platform::SShellLink link = Read(CTestLink()
                                                .Local(uR"(C:\Data\a.exe)", u"")
                                                .Description(u"Zo\u00EB \u8BF4")
@@ -47,7 +52,7 @@ TEST_F(ReadShellLinkTest, GivesEachTextAndNumberFromItsPlace) {
     EXPECT_EQ(link.hotkey, 0x0347);
 }
 
-TEST_F(ReadShellLinkTest, ATextThatIsNotThereIsEmptyAndALongOneIsCut) {
+TEST_P(ReadShellLinkTest, ATextThatIsNotThereIsEmptyAndALongOneIsCut) {
     const platform::SShellLink link = Read(CTestLink()
                                                .Arguments(std::u16string(1023, u'a'))
                                                .WorkingDirectory(std::u16string(1024, u'w')));
@@ -58,8 +63,8 @@ TEST_F(ReadShellLinkTest, ATextThatIsNotThereIsEmptyAndALongOneIsCut) {
     EXPECT_EQ(link.workingDirectory, std::u16string(1023, u'w'));
 }
 
-TEST_F(ReadShellLinkTest, GivesTheFlagsAndBlocksAsTheyStand) {
-    if (RunsInWine()) {
+TEST_P(ReadShellLinkTest, GivesTheFlagsAndBlocksAsTheyStand) {
+    if (AnswersByWine()) {
         GTEST_SKIP() << "Wine keeps neither the blocks nor the show command";
     }
     const platform::SShellLink link = Read(CTestLink()
@@ -80,7 +85,7 @@ TEST_F(ReadShellLinkTest, GivesTheFlagsAndBlocksAsTheyStand) {
     EXPECT_EQ(link.dataBlocks[kConsoleBlock].back(), std::byte{'c'});
 }
 
-TEST_F(ReadShellLinkTest, TellsAFileThatCannotBeReadFromOneThatIsNoLink) {
+TEST_P(ReadShellLinkTest, TellsAFileThatCannotBeReadFromOneThatIsNoLink) {
     platform::SShellLink link;
     EXPECT_EQ(platform::ReadShellLink(m_folder.Name("none.lnk").c_str(), link),
               HresultFromError(ERROR_FILE_NOT_FOUND));

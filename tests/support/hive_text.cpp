@@ -60,4 +60,4 @@ std::string CTestHive::WineText() const {
     return text;
 }
 
-std::string CTestHive::LoadableBytes() const { return RunsInWine() ? WineText() : Bytes(); }
+std::string CTestHive::LoadableBytes() const { return AnswersByWine() ? WineText() : Bytes(); }

@@ -1,8 +1,12 @@
 #include "support/machine.h"
 
+#include <gtest/gtest.h>
+
 #include <utility>
 
-#include "platform/described/machine_description.h"
+#include "platform/answers.h"
+#include "platform/described/description_in_effect.h"
+#include "support/text.h"
 
 namespace {
 
@@ -37,6 +41,13 @@ CTestMachine::CTestMachine(const SMachineDescription& description)
       m_effect(std::make_shared<const SEffect>(m_description)) {}
 
 CTestMachine CTestMachine::BuiltIn() { return CTestMachine(platform::GetBuiltInMachine()); }
+
+CTestMachine CTestMachine::OfFile(const std::filesystem::path& file) {
+    SMachineDescription description;
+    std::u16string problem;
+    EXPECT_TRUE(platform::ReadMachineDescription(file, description, problem)) << Utf8(problem);
+    return CTestMachine(description);
+}
 
 // Who keeps something of a description asks anew when another one comes into effect.
 CTestMachine& CTestMachine::Changed() {
@@ -91,4 +102,20 @@ CTestMachine& CTestMachine::Share(std::u16string_view root, std::string_view fol
 CTestMachine& CTestMachine::Hive(std::u16string_view name) {
     m_description->volatileHives.emplace_back(name);
     return Changed();
+}
+
+std::vector<EMachine> MachinesOfThisSystem() {
+    std::vector<EMachine> machines = {EMachine::Described};
+    if (platform::GetLiveAnswers() != nullptr) {
+        machines.push_back(EMachine::Live);
+    }
+    return machines;
+}
+
+void PrintTo(EMachine machine, std::ostream* stream) {
+    *stream << (machine == EMachine::Live ? "Live" : "Described");
+}
+
+std::optional<CTestMachine> UseMachine(EMachine machine) {
+    return machine == EMachine::Live ? std::nullopt : std::optional(CTestMachine::BuiltIn());
 }

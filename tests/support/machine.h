@@ -2,9 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
+#include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace platform {
 struct SMachineDescription;
@@ -17,8 +21,9 @@ struct SMachineDescription;
 class CTestMachine {
 public:
     CTestMachine();
-    // The machine that is built in.
+    // The machine that is built in, and the one of a description file, which must be a good one.
     static CTestMachine BuiltIn();
+    static CTestMachine OfFile(const std::filesystem::path& file);
 
     // A special folder by its token name without percent signs; an empty path takes it away.
     CTestMachine& Folder(std::u16string_view name, std::u16string_view path);
@@ -42,3 +47,11 @@ private:
     std::shared_ptr<platform::SMachineDescription> m_description;
     std::shared_ptr<const SEffect> m_effect;
 };
+
+// The kinds of machine that can answer on this system, for tests of what all answer alike.
+enum class EMachine { Described, Live };
+std::vector<EMachine> MachinesOfThisSystem();
+void PrintTo(EMachine machine, std::ostream* stream);
+
+// Has a machine of that kind answer while the result lives: the built-in or the running one.
+std::optional<CTestMachine> UseMachine(EMachine machine);

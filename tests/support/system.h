@@ -4,11 +4,14 @@
 #include <filesystem>
 #include <string>
 
-// Whether this is Windows, be it Wine, whose machine answers by itself and not as it is described.
+// Whether this is Windows, be it Wine.
 bool RunsOnWindows();
 
 // Whether Windows is not itself but Wine, which leaves some things out. Tests of those are skipped.
 bool RunsInWine();
+
+// Whether it is Wine that answers: no machine is described.
+bool AnswersByWine();
 
 // Removes a folder with all that is in it, be it read-only, and however deep it is.
 void RemoveTree(const std::filesystem::path& folder);

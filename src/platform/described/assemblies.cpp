@@ -1,13 +1,11 @@
-#include "platform/assemblies.h"
-
 #include <span>
 #include <unordered_map>
 #include <vector>
 
 #include "formats/assembly/managed_assembly.h"
+#include "platform/described/answers.h"
 #include "platform/files.h"
 #include "platform/input_file.h"
-#include "platform/machine.h"
 #include "platform/status.h"
 #include "platform/text.h"
 #include "platform/xml.h"
@@ -148,25 +146,45 @@ bool IsManifestOf(const std::u16string& file, const SIdentity& identity) {
     return false;
 }
 
-}  // namespace
+class CDescribedStore final : public CAssemblyStore {
+public:
+    // False when the machine has none.
+    [[nodiscard]] bool Open();
+    bool FindAssembly(std::u16string_view identity, std::u16string& place) const override;
+    bool IsManagedAssembly(const char16_t* name) const override;
 
-struct CAssemblyCache::SState {
+private:
     [[nodiscard]] const std::u16string* Find(const Components& components,
                                              const SIdentity& identity) const;
     [[nodiscard]] std::u16string ManifestOf(const std::u16string& component) const {
-        return (manifestFolder + u'\\' + component).append(kManifestExtension);
+        return (m_manifestFolder + u'\\' + component).append(kManifestExtension);
     }
 
-    std::u16string folder;
-    std::u16string manifestFolder;
-    Components folders;
-    Components manifests;
+    std::u16string m_folder;
+    std::u16string m_manifestFolder;
+    Components m_folders;
+    Components m_manifests;
 };
+
+bool CDescribedStore::Open() {
+    if (!GetDescribedMachine().GetWindowsFolder(m_folder)) {
+        return false;
+    }
+    m_folder += uR"(\WinSxS)";
+    SFindData found;
+    if (FindEntry(m_folder.c_str(), found) != ERROR_SUCCESS || !found.IsFolder()) {
+        return false;
+    }
+    m_manifestFolder = m_folder + uR"(\Manifests)";
+    Index(m_folder, {}, m_folders);
+    Index(m_manifestFolder, kManifestExtension, m_manifests);
+    return true;
+}
 
 // The name of an identity's component; null when there is none. Where its manifest does not tell,
 // since it cannot be read, the first of the names that fit is taken.
-const std::u16string* CAssemblyCache::SState::Find(const Components& components,
-                                                   const SIdentity& identity) const {
+const std::u16string* CDescribedStore::Find(const Components& components,
+                                            const SIdentity& identity) const {
     auto found = components.find(MakeKey(identity));
     if (found == components.end()) {
         found = components.find(MakeOldKey(identity));
@@ -183,47 +201,20 @@ const std::u16string* CAssemblyCache::SState::Find(const Components& components,
     return &names.front();
 }
 
-CAssemblyCache::CAssemblyCache() = default;
-
-CAssemblyCache::~CAssemblyCache() = default;
-
-bool CAssemblyCache::Open() {
-    Close();
-    auto state = std::make_unique<SState>();
-    if (!GetWindowsFolder(state->folder)) {
-        return false;
-    }
-    state->folder += uR"(\WinSxS)";
-    SFindData found;
-    if (FindEntry(state->folder.c_str(), found) != ERROR_SUCCESS || !found.IsFolder()) {
-        return false;
-    }
-    state->manifestFolder = state->folder + uR"(\Manifests)";
-    Index(state->folder, {}, state->folders);
-    Index(state->manifestFolder, kManifestExtension, state->manifests);
-    m_state = std::move(state);
-    return true;
-}
-
-void CAssemblyCache::Close() { m_state.reset(); }
-
-bool CAssemblyCache::FindAssembly(std::u16string_view identity, std::u16string& place) const {
-    if (m_state == nullptr) {
-        return false;
-    }
+bool CDescribedStore::FindAssembly(std::u16string_view identity, std::u16string& place) const {
     const SIdentity parts = ReadIdentity(identity);
-    if (const std::u16string* const name = m_state->Find(m_state->folders, parts)) {
-        place = m_state->folder + u'\\' + *name;
+    if (const std::u16string* const name = Find(m_folders, parts)) {
+        place = m_folder + u'\\' + *name;
         return true;
     }
-    if (const std::u16string* const name = m_state->Find(m_state->manifests, parts)) {
-        place = m_state->ManifestOf(*name);
+    if (const std::u16string* const name = Find(m_manifests, parts)) {
+        place = ManifestOf(*name);
         return true;
     }
     return false;
 }
 
-bool CAssemblyCache::IsManagedAssembly(const char16_t* name) const {
+bool CDescribedStore::IsManagedAssembly(const char16_t* name) const {
     CInputFile file;
     return file.Open(name) == ERROR_SUCCESS &&
            formats::HoldsManagedAssembly([&file](std::uint64_t offset, std::span<std::byte> bytes) {
@@ -231,6 +222,13 @@ bool CAssemblyCache::IsManagedAssembly(const char16_t* name) const {
                static_cast<void>(file.Read(offset, bytes, count));  // what there is counts
                return count;
            });
+}
+
+}  // namespace
+
+std::unique_ptr<CAssemblyStore> OpenDescribedStore() {
+    auto store = std::make_unique<CDescribedStore>();
+    return store->Open() ? std::move(store) : nullptr;
 }
 
 }  // namespace platform

@@ -5,10 +5,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cstdio>
+#include <fstream>
 #include <system_error>
 #include <utility>
 
+#include "platform/local_paths.h"
 #include "platform/path_names.h"
 #include "platform/text.h"
 #include "platform/utf8.h"
@@ -128,8 +129,8 @@ constexpr SKnownText kKnownTexts[] = {
 // noted, at the first thing that is wrong.
 class CReader {
 public:
-    CReader(const std::string& file, SMachineDescription& description)
-        : m_file(Utf8ToUtf16(file)), m_description(description) {}
+    CReader(const std::filesystem::path& file, SMachineDescription& description)
+        : m_file(PathText(file)), m_description(description) {}
 
     bool ReadAll(const toml::table& root);
     bool Fail(std::size_t line, std::string_view what);
@@ -344,23 +345,21 @@ bool CReader::ReadRegistry(const toml::key& key, const toml::node& value) {
 }
 
 // 0, or the errno of the failure; EFBIG for a file that is no description by its size.
-int ReadFile(const std::string& name, std::string& bytes) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "rb"),
-                                                               &std::fclose);
-    if (!file) {
-        return errno;
-    }
+int ReadFile(const std::filesystem::path& name, std::string& bytes) {
+    errno = 0;
+    std::ifstream file(name, std::ios::binary);
     bytes.resize(kMaxFileSize + 1);
-    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file.get()));
-    if (std::ferror(file.get()) != 0) {
-        return errno;
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(file.gcount()));
+    if (!file.is_open() || file.bad()) {
+        return errno != 0 ? errno : EIO;
     }
     return bytes.size() > kMaxFileSize ? EFBIG : 0;
 }
 
 }  // namespace
 
-bool ReadMachineDescription(const std::string& file, SMachineDescription& description,
+bool ReadMachineDescription(const std::filesystem::path& file, SMachineDescription& description,
                             std::u16string& problem) {
     SMachineDescription read = GetBuiltInMachine();
     CReader reader(file, read);

@@ -1,9 +1,8 @@
-// platform/described/machine_description.h - the described machine that answers in place of Windows.
+// platform/described/machine_description.h - a described machine, and the files that describe one.
 #pragma once
 
-#include <cstdint>
+#include <filesystem>
 #include <map>
-#include <memory>
 #include <string>
 
 #include "platform/machine_report.h"
@@ -26,23 +25,11 @@ struct SMachineDescription : SMachineAnswers {
 // [folders], [environment], [drives] and [shares] is left out only as a whole. False, with
 // `description` untouched and `problem` naming file, line and key, when the file cannot be read or
 // anything in it is unknown or malformed.
-[[nodiscard]] bool ReadMachineDescription(const std::string& file, SMachineDescription& description,
+[[nodiscard]] bool ReadMachineDescription(const std::filesystem::path& file,
+                                          SMachineDescription& description,
                                           std::u16string& problem);
 
 // The text of a description file that reads back to the same description.
 [[nodiscard]] std::string FormatMachineDescription(const SMachineDescription& description);
-
-// The description in effect: the one that UseMachineDescription was given, else the one that
-// LoadMachine read, else the built-in one. Lasts until another one comes into effect.
-[[nodiscard]] const SMachineDescription& GetMachineDescription();
-
-// Another number whenever another description has come into effect; never 0.
-[[nodiscard]] std::uint64_t GetMachineGeneration();
-
-// Puts a description in effect, in place of any that LoadMachine reads, and returns the one that
-// was put so before, null when there was none. Null ends this; giving back what was returned
-// restores. For tests, and not while another thread converts.
-std::shared_ptr<const SMachineDescription> UseMachineDescription(
-    std::shared_ptr<const SMachineDescription> description);
 
 }  // namespace platform

@@ -1,5 +1,3 @@
-#include "platform/registry.h"
-
 #include <algorithm>
 #include <memory>
 #include <random>
@@ -9,6 +7,7 @@
 
 #include "formats/hive/hive.h"
 #include "formats/hive/log.h"
+#include "platform/described/answers.h"
 #include "platform/described/file_bytes.h"
 #include "platform/status.h"
 #include "platform/text.h"
@@ -40,16 +39,6 @@ struct SMount {
     bool isWhole = true;  // false when its last write is lost
     std::size_t openKeys = 0;
 };
-
-}  // namespace
-
-// A key of a mounted hive, or HKEY_LOCAL_MACHINE itself, which has no mount.
-struct SOpenKey {
-    SMount* mount = nullptr;
-    formats::KeyNumber key = formats::kRootKey;
-};
-
-namespace {
 
 std::vector<std::unique_ptr<SMount>>& GetMounts() {
     static std::vector<std::unique_ptr<SMount>> s_mounts;
@@ -97,14 +86,35 @@ int ReadHive(const std::u16string& fileName, CHiveImage& image, bool& isWhole) {
     return ERROR_SUCCESS;
 }
 
-}  // namespace
+// A key of a mounted hive, or HKEY_LOCAL_MACHINE itself, which has no mount.
+class CDescribedKey final : public COpenKey {
+public:
+    CDescribedKey() = default;
+    CDescribedKey(SMount& mount, formats::KeyNumber key) : m_mount(&mount), m_key(key) {
+        ++mount.openKeys;
+    }
+    ~CDescribedKey() override {
+        if (m_mount != nullptr) {
+            --m_mount->openKeys;
+        }
+    }
+    CDescribedKey(const CDescribedKey&) = delete;
+    CDescribedKey& operator=(const CDescribedKey&) = delete;
 
-int ConnectMachine(KeyHandle& machine) {
-    machine = new SOpenKey;
-    return ERROR_SUCCESS;
-}
+    int LoadHive(const char16_t* mountName, const char16_t* fileName) override;
+    int UnloadHive(const char16_t* mountName) override;
+    int QueryInfo(SKeyInfo& info) const override;
+    int EnumKey(std::uint32_t index, std::u16string& name) const override;
+    int EnumValue(std::uint32_t index, std::u16string& name, std::uint32_t& type) const override;
+    int QueryValue(std::u16string_view name, std::uint32_t& type, void* data,
+                   std::uint32_t& size) const override;
 
-int LoadHive(KeyHandle /*machine*/, const char16_t* mountName, const char16_t* fileName) {
+private:
+    SMount* m_mount = nullptr;
+    formats::KeyNumber m_key = formats::kRootKey;
+};
+
+int CDescribedKey::LoadHive(const char16_t* mountName, const char16_t* fileName) {
     if (FindMount(mountName) != GetMounts().end()) {
         return SetLastError(ERROR_ACCESS_DENIED);
     }
@@ -121,12 +131,7 @@ int LoadHive(KeyHandle /*machine*/, const char16_t* mountName, const char16_t* f
     return ERROR_SUCCESS;
 }
 
-bool IsHiveDamaged(const char16_t* mountName) {
-    const auto mount = FindMount(mountName);
-    return mount != GetMounts().end() && (!(*mount)->isWhole || (*mount)->hive.IsDamaged());
-}
-
-int UnloadHive(KeyHandle /*machine*/, const char16_t* mountName) {
+int CDescribedKey::UnloadHive(const char16_t* mountName) {
     const auto mount = FindMount(mountName);
     if (mount == GetMounts().end()) {
         return SetLastError(ERROR_FILE_NOT_FOUND);
@@ -138,7 +143,81 @@ int UnloadHive(KeyHandle /*machine*/, const char16_t* mountName) {
     return ERROR_SUCCESS;
 }
 
-int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& key) {
+int CDescribedKey::QueryInfo(SKeyInfo& info) const {
+    if (m_mount != nullptr) {
+        const formats::SKeyInfo found = m_mount->hive.GetInfo(m_key);
+        info = {found.subKeyCount, found.longestSubKeyName, found.valueCount,
+                found.longestValueName};
+        return ERROR_SUCCESS;
+    }
+    info = SKeyInfo();
+    for (const auto& mount : GetMounts()) {
+        ++info.subKeyCount;
+        info.longestSubKeyName =
+            std::max(info.longestSubKeyName, static_cast<std::uint32_t>(mount->name.size()));
+    }
+    return ERROR_SUCCESS;
+}
+
+int CDescribedKey::EnumKey(std::uint32_t index, std::u16string& name) const {
+    if (m_mount != nullptr) {
+        return m_mount->hive.GetChildName(m_key, index, name) ? ERROR_SUCCESS
+                                                              : SetLastError(ERROR_NO_MORE_ITEMS);
+    }
+    if (index >= GetMounts().size()) {
+        return SetLastError(ERROR_NO_MORE_ITEMS);
+    }
+    name = GetMounts()[index]->name;
+    return ERROR_SUCCESS;
+}
+
+int CDescribedKey::EnumValue(std::uint32_t index, std::u16string& name, std::uint32_t& type) const {
+    formats::SValueNode value;
+    if (m_mount == nullptr || !m_mount->hive.GetValue(m_key, index, value)) {
+        return SetLastError(ERROR_NO_MORE_ITEMS);
+    }
+    value.name.CopyTo(name);
+    type = value.type;
+    return ERROR_SUCCESS;
+}
+
+int CDescribedKey::QueryValue(std::u16string_view name, std::uint32_t& type, void* data,
+                              std::uint32_t& size) const {
+    formats::SValueNode value;
+    if (m_mount == nullptr || !m_mount->hive.FindValue(m_key, name, value)) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    const bool hasRoom = value.size <= size;
+    type = value.type;
+    size = value.size;
+    if (data == nullptr) {
+        return ERROR_SUCCESS;
+    }
+    if (!hasRoom) {
+        return SetLastError(ERROR_MORE_DATA);
+    }
+    m_mount->hive.CopyData(value, static_cast<std::byte*>(data));
+    return ERROR_SUCCESS;
+}
+
+class CDescribedRegistry final : public CRegistryAnswers {
+public:
+    int ConnectMachine(KeyHandle& machine) const override {
+        machine = new CDescribedKey;
+        return ERROR_SUCCESS;
+    }
+    int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey,
+                KeyHandle& key) const override;
+    bool IsHiveDamaged(const char16_t* mountName) const override {
+        const auto mount = FindMount(mountName);
+        return mount != GetMounts().end() && (!(*mount)->isWhole || (*mount)->hive.IsDamaged());
+    }
+    int EnablePrivilege(const char16_t* /*name*/) const override { return 0; }
+    bool DisablePrivilege(const char16_t* /*name*/) const override { return true; }
+};
+
+int CDescribedRegistry::OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey,
+                                KeyHandle& key) const {
     if (predefinedKey < kFirstPredefinedKey || predefinedKey > kLastPredefinedKey) {
         return SetLastError(ERROR_INVALID_HANDLE);
     }
@@ -158,78 +237,15 @@ int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& 
     if (number == formats::kNoKey) {
         return SetLastError(ERROR_FILE_NOT_FOUND);
     }
-    key = new SOpenKey{mount->get(), number};
-    ++(*mount)->openKeys;
+    key = new CDescribedKey(**mount, number);
     return ERROR_SUCCESS;
 }
 
-void CloseKey(KeyHandle key) {
-    if (key != nullptr && key->mount != nullptr) {
-        --key->mount->openKeys;
-    }
-    delete key;
+}  // namespace
+
+const CRegistryAnswers& GetDescribedRegistry() {
+    static const CDescribedRegistry s_registry;
+    return s_registry;
 }
-
-int QueryKeyInfo(KeyHandle key, SKeyInfo& info) {
-    if (key->mount != nullptr) {
-        const formats::SKeyInfo found = key->mount->hive.GetInfo(key->key);
-        info = {found.subKeyCount, found.longestSubKeyName, found.valueCount,
-                found.longestValueName};
-        return ERROR_SUCCESS;
-    }
-    info = SKeyInfo();
-    for (const auto& mount : GetMounts()) {
-        ++info.subKeyCount;
-        info.longestSubKeyName =
-            std::max(info.longestSubKeyName, static_cast<std::uint32_t>(mount->name.size()));
-    }
-    return ERROR_SUCCESS;
-}
-
-int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name) {
-    if (key->mount != nullptr) {
-        return key->mount->hive.GetChildName(key->key, index, name)
-                   ? ERROR_SUCCESS
-                   : SetLastError(ERROR_NO_MORE_ITEMS);
-    }
-    if (index >= GetMounts().size()) {
-        return SetLastError(ERROR_NO_MORE_ITEMS);
-    }
-    name = GetMounts()[index]->name;
-    return ERROR_SUCCESS;
-}
-
-int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name, std::uint32_t& type) {
-    formats::SValueNode value;
-    if (key->mount == nullptr || !key->mount->hive.GetValue(key->key, index, value)) {
-        return SetLastError(ERROR_NO_MORE_ITEMS);
-    }
-    value.name.CopyTo(name);
-    type = value.type;
-    return ERROR_SUCCESS;
-}
-
-int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type, void* data,
-               std::uint32_t& size) {
-    formats::SValueNode value;
-    if (key->mount == nullptr || !key->mount->hive.FindValue(key->key, name, value)) {
-        return SetLastError(ERROR_FILE_NOT_FOUND);
-    }
-    const bool hasRoom = value.size <= size;
-    type = value.type;
-    size = value.size;
-    if (data == nullptr) {
-        return ERROR_SUCCESS;
-    }
-    if (!hasRoom) {
-        return SetLastError(ERROR_MORE_DATA);
-    }
-    key->mount->hive.CopyData(value, static_cast<std::byte*>(data));
-    return ERROR_SUCCESS;
-}
-
-int EnablePrivilege(const char16_t* /*name*/) { return 0; }
-
-bool DisablePrivilege(const char16_t* /*name*/) { return true; }
 
 }  // namespace platform

@@ -1,8 +1,7 @@
-#include "platform/shell_link.h"
-
+#include "platform/described/answers.h"
+#include "platform/described/description_in_effect.h"
 #include "platform/described/file_bytes.h"
 #include "platform/described/known_folders.h"
-#include "platform/described/machine_description.h"
 #include "platform/status.h"
 
 namespace platform {
@@ -20,12 +19,13 @@ bool FindFolder(const formats::SLinkFolder& folder, std::u16string& path) {
         path = found->second;
         return true;
     }
-    return !name.empty() && GetEnvironmentText(std::u16string(name).c_str(), path);
+    return !name.empty() &&
+           GetDescribedMachine().GetEnvironmentText(std::u16string(name).c_str(), path);
 }
 
 }  // namespace
 
-int ReadShellLink(const char16_t* name, SShellLink& link) {
+int ReadDescribedLink(const char16_t* name, SShellLink& link) {
     SFileBytes file;
     if (const int status = ReadFileBytes(name, kMaxFileSize + 1, file)) {
         return HresultFromError(status);

@@ -9,7 +9,7 @@
 #include <array>
 #include <cstdint>
 
-#include "platform/described/machine_description.h"
+#include "platform/described/description_in_effect.h"
 #include "platform/utf8.h"
 
 namespace platform {

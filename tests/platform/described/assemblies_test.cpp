@@ -2,14 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstring>
-#include <span>
 #include <string>
 #include <tuple>
 
-#include "formats/assembly/managed_assembly.h"
-#include "support/little_endian.h"
 #include "support/machine.h"
 #include "support/module_builder.h"
 #include "support/temp_folder.h"
@@ -19,26 +14,27 @@ namespace {
 
 using platform::CAssemblyCache;
 
+constexpr const char* kStore = "Windows/WinSxS";
+
 std::u16string Identity(const char* name, const char* version, const char* more) {
     return Utf16(std::string(name) + ",type=\"win32\",version=\"" + version + "\"" + more +
                  ",publicKeyToken=\"1fc8\",processorArchitecture=\"X86\"");
 }
 
-// A machine whose Windows drive is a folder of the test.
+// A machine whose Windows folder is one of the test.
 class AssemblyStoreTest : public testing::Test {
 protected:
     // The place of an assembly from the store on; "-" when there is none.
-    static std::string Find(const char* name, const char* version, const char* more = "") {
+    std::string Find(const char* name, const char* version, const char* more = "") const {
         CAssemblyCache cache;
         std::u16string place;
         EXPECT_TRUE(cache.Open());
         const bool isFound = cache.FindAssembly(Identity(name, version, more), place);
-        return isFound ? Utf8(place).substr(std::string_view(R"(C:\Windows\WinSxS\)").size()) : "-";
+        return isFound ? Utf8(place).substr(Utf8(m_folder.Name(kStore)).size() + 1) : "-";
     }
 
     CTempFolder m_folder;
-    CTestMachine m_machine =
-        CTestMachine().WindowsFolder(uR"(C:\Windows)").Drive(u'C', m_folder.Path().string());
+    CTestMachine m_machine = CTestMachine().WindowsFolder(m_folder.Name("Windows"));
 };
 
 TEST_F(AssemblyStoreTest, FindsTheComponentOfAnIdentity) {
@@ -89,57 +85,21 @@ TEST_F(AssemblyStoreTest, MachineWithoutAStoreHasNoCache) {
     CAssemblyCache cache;
     m_folder.WriteFile("Windows/WinSxS", "a file");
     EXPECT_FALSE(cache.Open());
-    m_machine.WindowsFolder(uR"(D:\Windows)");
+    m_machine.WindowsFolder(m_folder.Name("none/Windows"));
     EXPECT_FALSE(cache.Open());
     std::u16string place;
     EXPECT_FALSE(cache.FindAssembly(u"a", place));
 }
 
-bool IsManaged(const CTempFolder& folder, const std::string& bytes) {
-    return CAssemblyCache().IsManagedAssembly(folder.WriteFile("a.dll", bytes).c_str());
-}
-
-TEST(ManagedAssemblyTest, NeedsARowInTheTableOfAssemblies) {
-    const CTempFolder folder;
-    EXPECT_TRUE(IsManaged(folder, MakeModule(1)));
-    EXPECT_TRUE(IsManaged(folder, MakeModule(1, true)));
-    EXPECT_FALSE(IsManaged(folder, MakeModule(0)));
-    EXPECT_FALSE(CAssemblyCache().IsManagedAssembly(folder.MakeFolder("folder").c_str()));
-}
-
-TEST(ManagedAssemblyTest, DamagedHeadersAreNoAssembly) {
-    using Layout = SModuleLayout;
-    const CTempFolder folder;
-    const std::string whole = MakeModule(1);
-    const std::tuple<const char*, std::size_t, std::uint32_t> damages[] = {
-        {"no MZ", 0, 0},
-        {"image behind the end", 60, 0xFFFFFFFF},
-        {"no PE", Layout::kImage, 0},
-        {"other optional header", Layout::kOptional, 0x107},
-        {"too few directories", Layout::kOptional + 92, 14},
-        {"directories behind their header", Layout::kImage + 20, 208},
-        {"no managed header", Layout::kDirectory, 0},
-        {"managed header in no section", Layout::kDirectory, 0x9000},
-        {"metadata in no section", Layout::kManaged + 8, 0xFFFFFFFF},
-        {"no metadata", Layout::kMetadata, 0},
-        {"endless version text", Layout::kMetadata + 12, 0xFFFFFFF0},
-        {"no tables", Layout::kTables - 4, 0},
-        {"tables behind the end", Layout::kTables - 12, 0xFFFFFFFF},
-    };
-    for (const auto& [what, offset, number] : damages) {
-        std::string bytes = whole;
-        PutNumber(bytes, offset, number, 4);
-        EXPECT_FALSE(IsManaged(folder, bytes)) << what;
-    }
-    for (std::size_t size = whole.size(); size-- != 0;) {
-        const auto file = [&](std::uint64_t offset, std::span<std::byte> bytes) {
-            const std::size_t start = std::min<std::uint64_t>(offset, size);
-            const std::size_t count = std::min(bytes.size(), size - start);
-            std::memcpy(bytes.data(), whole.data() + start, count);
-            return count;
-        };
-        ASSERT_FALSE(formats::HoldsManagedAssembly(file)) << size;
-    }
+TEST_F(AssemblyStoreTest, ReadsManagedAssembliesFromTheirFiles) {
+    m_folder.MakeFolder("Windows/WinSxS");
+    CAssemblyCache cache;
+    const std::u16string file = m_folder.WriteFile("a.dll", MakeModule(1));
+    EXPECT_FALSE(cache.IsManagedAssembly(file.c_str()));
+    ASSERT_TRUE(cache.Open());
+    EXPECT_TRUE(cache.IsManagedAssembly(file.c_str()));
+    EXPECT_FALSE(cache.IsManagedAssembly(m_folder.WriteFile("b.dll", MakeModule(0)).c_str()));
+    EXPECT_FALSE(cache.IsManagedAssembly(m_folder.MakeFolder("folder").c_str()));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "support/hive_builder.h"
 #include "support/hive_log_builder.h"
 #include "support/little_endian.h"
+#include "support/machine.h"
 #include "support/registry_tree.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
@@ -60,6 +61,7 @@ protected:
         return tree;
     }
 
+    const CTestMachine m_machine;
     std::string m_first = MakeHive(1);
     std::string m_second = MakeHive(2);
     std::string m_third = MakeHive(3);

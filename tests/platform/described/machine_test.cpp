@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/described/machine_description.h"
+#include "platform/answers.h"
+#include "platform/described/description_in_effect.h"
 #include "platform/status.h"
 #include "support/machine.h"
 #include "support/system.h"
@@ -126,20 +127,21 @@ TEST_F(MachineDescriptionTest, HostileFilesAreRefused) {
     EXPECT_FALSE(platform::ReadMachineDescription("/dev/zero", m_read, problem));
 }
 
-class LoadMachineTest : public MachineDescriptionTest {
+class LoadMachineDescriptionTest : public MachineDescriptionTest {
 protected:
-    ~LoadMachineTest() override { Load(""); }
+    ~LoadMachineDescriptionTest() override { Load(""); }
 
     int Load(const std::string& file) {
         SetEnvironment("ORVCASCONV_MACHINE", file);
-        return platform::LoadMachine(m_problem);
+        return platform::LoadMachineDescription(m_problem);
     }
 
     std::u16string m_problem;
 };
 
-TEST_F(LoadMachineTest, TheEnvironmentNamesTheDescription) {
+TEST_F(LoadMachineDescriptionTest, TheEnvironmentNamesTheDescription) {
     const std::string file = m_folder.Path("m.toml").string();
+    const std::u16string before = platform::GetUserSid();
     m_folder.WriteFile("m.toml", "[user]\nsid = 'S-1-5-18'\n");
     ASSERT_EQ(Load(file), ERROR_SUCCESS);
     EXPECT_EQ(platform::GetUserSid(), u"S-1-5-18");
@@ -156,7 +158,7 @@ TEST_F(LoadMachineTest, TheEnvironmentNamesTheDescription) {
     EXPECT_EQ(platform::GetUserSid(), u"S-1-5-18");
 
     ASSERT_EQ(Load(""), ERROR_SUCCESS);
-    EXPECT_EQ(platform::GetUserSid(), platform::GetBuiltInMachine().userSid);
+    EXPECT_EQ(platform::GetUserSid(), before);
     EXPECT_NE(platform::GetMachineGeneration(), generation);
 }
 
@@ -184,7 +186,8 @@ TEST(MachineTest, OnlyFourSpecialFoldersAreMissingFromTheBuiltInMachine) {
 // A live machine is described from its answers alone.
 TEST(MachineTest, TheAnswersAreWrittenAsTheDescriptionIs) {
     const CTestMachine machine = CTestMachine::BuiltIn().Drive(u'C', "/mnt/c");
-    const std::string answers = platform::FormatAnswers(platform::AskMachine());
+    const std::string answers =
+        platform::FormatAnswers(platform::AskMachine(platform::GetAnswers().machine));
     EXPECT_EQ(platform::DescribeMachine(),
               answers + "\n[drives]\n\"C:\" = \"/mnt/c\"\n\"Z:\" = \"/\"\n\n[shares]\n");
 }

@@ -8,6 +8,7 @@
 #include "platform/registry.h"
 #include "platform/status.h"
 #include "support/hive_builder.h"
+#include "support/machine.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
 #include "support/windows/import.h"
@@ -111,6 +112,18 @@ TEST_F(WindowsRegistryTest, GivesNamesOfValuesUpToTheLongest) {
     const auto query = ReplaceImport<decltype(RegQueryInfoKeyW)>(
         "RegQueryInfoKeyW", [](auto...) { return LSTATUS{ERROR_SUCCESS}; });
     EXPECT_THAT(LengthsOfNames(lengths.size()), testing::UnorderedElementsAreArray(lengths));
+}
+
+TEST_F(WindowsRegistryTest, AKeyStaysWithTheRegistryThatHasOpenedIt) {
+    ASSERT_EQ(Load(m_folder.WriteFile("hive", CTestHive().Key(u"Key").LoadableBytes())),
+              ERROR_SUCCESS);
+    ASSERT_EQ(OpenMounted(), ERROR_SUCCESS);
+    const CTestMachine described;
+    platform::KeyHandle other = nullptr;
+    EXPECT_EQ(platform::OpenKey(kLocalMachine, m_mount, other), ERROR_FILE_NOT_FOUND);
+    std::u16string name;
+    EXPECT_EQ(platform::EnumKey(m_key, 0, name), ERROR_SUCCESS);
+    EXPECT_EQ(name, u"Key");
 }
 
 }  // namespace

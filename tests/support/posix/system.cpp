@@ -9,6 +9,8 @@ bool RunsOnWindows() { return false; }
 
 bool RunsInWine() { return false; }
 
+bool AnswersByWine() { return false; }
+
 void RemoveTree(const fs::path& folder) {
     std::error_code ignored;
     // What a folder without permissions holds can only be seen, and removed, once it has them

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "platform/described/description_in_effect.h"
 #include "platform/windows/live/process_token.h"
 // Behind windows.h.
 #include <objbase.h>
@@ -39,10 +40,15 @@ bool RunsInWine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
+bool AnswersByWine() { return RunsInWine() && !platform::IsMachineDescribed(); }
+
 void FreeAsHost(void* memory) { CoTaskMemFree(memory); }
 
+// As a host may do it, of which the C run-time learns nothing.
 void SetEnvironment(const std::string& name, const std::string& value) {
-    _putenv_s(name.c_str(), value.c_str());
+    const std::filesystem::path text(value);
+    SetEnvironmentVariableW(std::filesystem::path(name).c_str(),
+                            value.empty() ? nullptr : text.c_str());
 }
 
 bool RemovePrivilege(const char16_t* name) {

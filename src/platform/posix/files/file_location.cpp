@@ -1,7 +1,7 @@
 #include "platform/posix/files/file_location.h"
 
+#include "platform/described/description_in_effect.h"
 #include "platform/posix/files/file_name.h"
-#include "platform/described/machine_description.h"
 #include "platform/status.h"
 
 namespace platform {

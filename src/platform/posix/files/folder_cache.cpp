@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "platform/described/description_in_effect.h"
 #include "platform/posix/errno_status.h"
 #include "platform/posix/files/folder_way.h"
-#include "platform/described/machine_description.h"
 #include "platform/status.h"
 #include "platform/text.h"
 

@@ -1,5 +1,3 @@
-#include "platform/assemblies.h"
-
 #include "platform/windows/win.h"
 // The headers of COM need the one above.
 #include <cor.h>
@@ -11,6 +9,7 @@
 
 #include "platform/com.h"
 #include "platform/windows/com_pointer.h"
+#include "platform/windows/live/answers.h"
 
 namespace platform {
 
@@ -56,41 +55,34 @@ public:
     CApartment& operator=(const CApartment&) = delete;
 };
 
-}  // namespace
+class CLiveStore final : public CAssemblyStore {
+public:
+    // False when the system has none.
+    [[nodiscard]] bool Open();
+    bool FindAssembly(std::u16string_view identity, std::u16string& place) const override;
+    bool IsManagedAssembly(const char16_t* name) const override;
 
-// Released from the last to the first: the cache ahead of the library that its code is in, and all
-// objects ahead of COM.
-struct CAssemblyCache::SState {
-    CApartment apartment;
-    CComPointer<IMetaDataDispenser> dispenser;
-    CLibrary sxs{L"sxs.dll"};
-    CComPointer<IAssemblyCache> cache;
+private:
+    // Released from the last to the first: the cache ahead of the library that its code is in, and
+    // all objects ahead of COM.
+    CApartment m_apartment;
+    CComPointer<IMetaDataDispenser> m_dispenser;
+    CLibrary m_sxs{L"sxs.dll"};
+    CComPointer<IAssemblyCache> m_cache;
 };
 
-CAssemblyCache::CAssemblyCache() = default;
-
-CAssemblyCache::~CAssemblyCache() = default;
-
-bool CAssemblyCache::Open() {
-    Close();
-    auto state = std::make_unique<SState>();
-    const auto createCache = state->sxs.Find<CreateCacheFunction>("CreateAssemblyCache");
-    if (createCache == nullptr || FAILED(createCache(state->cache.Receive(), 0)) || !state->cache) {
+bool CLiveStore::Open() {
+    const auto createCache = m_sxs.Find<CreateCacheFunction>("CreateAssemblyCache");
+    if (createCache == nullptr || FAILED(createCache(m_cache.Receive(), 0)) || !m_cache) {
         return false;
     }
     // Without it no file is a managed assembly.
     static_cast<void>(::CoCreateInstance(kMetaDataDispenserClass, nullptr, CLSCTX_INPROC_SERVER,
-                                         kMetaDataDispenser, state->dispenser.ReceiveAny()));
-    m_state = std::move(state);
+                                         kMetaDataDispenser, m_dispenser.ReceiveAny()));
     return true;
 }
 
-void CAssemblyCache::Close() { m_state.reset(); }
-
-bool CAssemblyCache::FindAssembly(std::u16string_view identity, std::u16string& place) const {
-    if (m_state == nullptr) {
-        return false;
-    }
+bool CLiveStore::FindAssembly(std::u16string_view identity, std::u16string& place) const {
     std::array<char16_t, MAX_PATH> path{};
     ASSEMBLY_INFO info{};
     static_assert(sizeof(info) == 32);
@@ -99,7 +91,7 @@ bool CAssemblyCache::FindAssembly(std::u16string_view identity, std::u16string& 
     info.cchBuf = static_cast<ULONG>(path.size());
     const std::u16string name(identity);
     // An assembly that the cache does not know is S_FALSE.
-    if (m_state->cache->QueryAssemblyInfo(0, ToWide(name.c_str()), &info) != S_OK) {
+    if (m_cache->QueryAssemblyInfo(0, ToWide(name.c_str()), &info) != S_OK) {
         return false;
     }
     path.back() = u'\0';
@@ -107,19 +99,25 @@ bool CAssemblyCache::FindAssembly(std::u16string_view identity, std::u16string& 
     return true;
 }
 
-bool CAssemblyCache::IsManagedAssembly(const char16_t* name) const {
-    if (m_state == nullptr || !m_state->dispenser) {
+bool CLiveStore::IsManagedAssembly(const char16_t* name) const {
+    if (!m_dispenser) {
         return false;
     }
     CComPointer<IUnknown> scope;
-    if (FAILED(m_state->dispenser->OpenScope(ToWide(name), 0, kMetaDataAssemblyImport,
-                                             scope.Receive())) ||
+    if (FAILED(m_dispenser->OpenScope(ToWide(name), 0, kMetaDataAssemblyImport, scope.Receive())) ||
         !scope) {
         return false;
     }
     mdAssembly assembly = 0;
     return SUCCEEDED(
         static_cast<IMetaDataAssemblyImport*>(scope.Get())->GetAssemblyFromScope(&assembly));
+}
+
+}  // namespace
+
+std::unique_ptr<CAssemblyStore> OpenLiveStore() {
+    auto store = std::make_unique<CLiveStore>();
+    return store->Open() ? std::move(store) : nullptr;
 }
 
 }  // namespace platform

@@ -1,9 +1,8 @@
-#include "platform/machine.h"
-
 #include <utility>
 
 #include "platform/files.h"
 #include "platform/machine_report.h"
+#include "platform/windows/live/answers.h"
 #include "platform/windows/live/process_token.h"
 #include "platform/windows/win.h"
 // Behind windows.h.
@@ -55,18 +54,27 @@ std::vector<std::u16string> ReadVolatileHives(HKEY list) {
     }
 }
 
-}  // namespace
+class CLiveMachine final : public CMachineAnswers {
+public:
+    bool GetSpecialFolder(int csidl, std::u16string& path) const override;
+    bool GetLocalAppDataLow(std::u16string& path) const override;
+    bool GetWindowsFolder(std::u16string& path) const override;
+    bool GetEnvironmentText(const char16_t* name, std::u16string& value) const override;
+    SSystemVersion GetSystemVersion() const override;
+    std::u16string GetLocaleName() const override;
+    std::u16string GetUserSid() const override;
+    std::vector<std::u16string> GetVolatileHives() const override;
+    std::string Describe() const override { return FormatAnswers(AskMachine(*this)); }
+};
 
-int LoadMachine(std::u16string& /*problem*/) { return ERROR_SUCCESS; }
-
-bool GetSpecialFolder(int csidl, std::u16string& path) {
+bool CLiveMachine::GetSpecialFolder(int csidl, std::u16string& path) const {
     std::u16string buffer(MAX_PATH, u'\0');
     return SHGetFolderPathW(nullptr, csidl, nullptr, SHGFP_TYPE_CURRENT, ToWide(buffer.data())) ==
                S_OK &&
            GetLongName(buffer.c_str(), path) == ERROR_SUCCESS;
 }
 
-bool GetLocalAppDataLow(std::u16string& path) {
+bool CLiveMachine::GetLocalAppDataLow(std::u16string& path) const {
     wchar_t* folder = nullptr;
     const bool isRead =
         SHGetKnownFolderPath(kLocalAppDataLow, 0, nullptr, &folder) == S_OK && folder[0] != 0;
@@ -77,13 +85,13 @@ bool GetLocalAppDataLow(std::u16string& path) {
     return isRead;
 }
 
-bool GetWindowsFolder(std::u16string& path) {
+bool CLiveMachine::GetWindowsFolder(std::u16string& path) const {
     std::u16string buffer(MAX_PATH, u'\0');
     const UINT length = GetWindowsDirectoryW(ToWide(buffer.data()), MAX_PATH);
     return length != 0 && length < MAX_PATH && GetLongName(buffer.c_str(), path) == ERROR_SUCCESS;
 }
 
-bool GetEnvironmentText(const char16_t* name, std::u16string& value) {
+bool CLiveMachine::GetEnvironmentText(const char16_t* name, std::u16string& value) const {
     const DWORD size = GetEnvironmentVariableW(ToWide(name), nullptr, 0);
     std::u16string buffer(size, u'\0');
     const DWORD length = GetEnvironmentVariableW(ToWide(name), ToWide(buffer.data()), size);
@@ -95,7 +103,7 @@ bool GetEnvironmentText(const char16_t* name, std::u16string& value) {
     return true;
 }
 
-SSystemVersion GetSystemVersion() {
+SSystemVersion CLiveMachine::GetSystemVersion() const {
     OSVERSIONINFOEXW version{};
     version.dwOSVersionInfoSize = sizeof(version);
     if (GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&version)) == FALSE) {
@@ -105,7 +113,7 @@ SSystemVersion GetSystemVersion() {
             version.wProductType == VER_NT_WORKSTATION};
 }
 
-std::u16string GetLocaleName() {
+std::u16string CLiveMachine::GetLocaleName() const {
     std::u16string name(LOCALE_NAME_MAX_LENGTH, u'\0');
     const int size =
         LCIDToLocaleName(GetThreadLocale(), ToWide(name.data()), LOCALE_NAME_MAX_LENGTH, 0);
@@ -113,7 +121,7 @@ std::u16string GetLocaleName() {
     return name;
 }
 
-std::u16string GetUserSid() {
+std::u16string CLiveMachine::GetUserSid() const {
     const std::vector<std::byte> user = CProcessToken(TOKEN_QUERY).Read(TokenUser);
     wchar_t* buffer = nullptr;
     if (user.empty() ||
@@ -126,7 +134,7 @@ std::u16string GetUserSid() {
     return sid;
 }
 
-std::vector<std::u16string> GetVolatileHives() {
+std::vector<std::u16string> CLiveMachine::GetVolatileHives() const {
     HKEY list = nullptr;
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kHiveList, 0, KEY_READ, &list) != 0) {
         return {};
@@ -136,6 +144,17 @@ std::vector<std::u16string> GetVolatileHives() {
     return hives;
 }
 
-std::string DescribeMachine() { return FormatAnswers(AskMachine()); }
+}  // namespace
+
+const CMachineAnswers& GetLiveMachine() {
+    static const CLiveMachine s_machine;
+    return s_machine;
+}
+
+const SAnswers* GetLiveAnswers() {
+    static const SAnswers s_answers = {GetLiveMachine(), GetLiveRegistry(), ReadLiveLink,
+                                       OpenLiveStore};
+    return &s_answers;
+}
 
 }  // namespace platform

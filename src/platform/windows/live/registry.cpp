@@ -1,12 +1,12 @@
-#include "platform/registry.h"
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "platform/files.h"
 #include "platform/status.h"
+#include "platform/windows/live/answers.h"
 #include "platform/windows/live/process_token.h"
 #include "platform/windows/win.h"
 
@@ -20,9 +20,6 @@ constexpr std::size_t kShortName = 256;
 constexpr std::size_t kMostUnits = 32767;
 
 constexpr DWORD kTokenAccess = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
-
-HKEY ToHandle(KeyHandle key) { return reinterpret_cast<HKEY>(key); }
-KeyHandle FromHandle(HKEY key) { return reinterpret_cast<KeyHandle>(key); }
 
 // The number of a predefined key as the handle that stands for it: with its sign in 64 bits.
 HKEY PredefinedHandle(std::uint32_t number) {
@@ -49,12 +46,12 @@ LSTATUS TryName(TBuffer&& buffer, std::u16string& name, const TEnumerate& enumer
 // Calls `enumerate` with room for a name, and when it is an exceptionally long one again with what
 // the key says of its `longest`. A key that says too little is asked once more.
 template <typename TEnumerate>
-int EnumName(KeyHandle key, std::uint32_t SKeyInfo::*longest, std::u16string& name,
+int EnumName(const COpenKey& key, std::uint32_t SKeyInfo::*longest, std::u16string& name,
              const TEnumerate& enumerate) {
     LSTATUS status = TryName(std::array<char16_t, kShortName>{}, name, enumerate);
     if (status == ERROR_MORE_DATA) {
         SKeyInfo info;
-        static_cast<void>(QueryKeyInfo(key, info));  // then the most is asked for
+        static_cast<void>(key.QueryInfo(info));  // then the most is asked for
         const std::size_t units = std::min(std::size_t{info.*longest} + 1, kMostUnits);
         status = TryName(std::vector<char16_t>(units), name, enumerate);
     }
@@ -108,82 +105,75 @@ bool Adjust(const CProcessToken& token, const LUID& number, DWORD attributes) {
     return ::GetLastError() == NO_ERROR;
 }
 
-}  // namespace
-
-int ConnectMachine(KeyHandle& machine) {
-    HKEY handle = nullptr;
-    const int status = Result(::RegConnectRegistryW(nullptr, HKEY_LOCAL_MACHINE, &handle));
-    if (status == ERROR_SUCCESS) {
-        machine = FromHandle(handle);
+class CLiveKey final : public COpenKey {
+public:
+    CLiveKey() = default;
+    ~CLiveKey() override {
+        if (m_handle != nullptr) {
+            ::RegCloseKey(m_handle);
+        }
     }
-    return status;
-}
+    CLiveKey(const CLiveKey&) = delete;
+    CLiveKey& operator=(const CLiveKey&) = delete;
 
-int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName) {
+    // For a call that opens a key; this one has none yet.
+    [[nodiscard]] HKEY* Receive() { return &m_handle; }
+
+    int LoadHive(const char16_t* mountName, const char16_t* fileName) override;
+    int UnloadHive(const char16_t* mountName) override {
+        return Result(::RegUnLoadKeyW(m_handle, ToWide(mountName)));
+    }
+    int QueryInfo(SKeyInfo& info) const override;
+    int EnumKey(std::uint32_t index, std::u16string& name) const override;
+    int EnumValue(std::uint32_t index, std::u16string& name, std::uint32_t& type) const override;
+    int QueryValue(std::u16string_view name, std::uint32_t& type, void* data,
+                   std::uint32_t& size) const override;
+
+private:
+    HKEY m_handle = nullptr;
+};
+
+int CLiveKey::LoadHive(const char16_t* mountName, const char16_t* fileName) {
     if (const int status = CheckHiveFile(fileName)) {
         return status;
     }
     // A key that is there is another process's.
-    const bool wasThere = IsThere(ToHandle(machine), mountName);
-    const LSTATUS status = ::RegLoadKeyW(ToHandle(machine), ToWide(mountName), ToWide(fileName));
+    const bool wasThere = IsThere(m_handle, mountName);
+    const LSTATUS status = ::RegLoadKeyW(m_handle, ToWide(mountName), ToWide(fileName));
     if (status == ERROR_NOT_REGISTRY_FILE && !wasThere) {
         // Wine makes the key before it looks at the file, and the key would be in the way of every
         // later hive.
-        ::RegUnLoadKeyW(ToHandle(machine), ToWide(mountName));
+        ::RegUnLoadKeyW(m_handle, ToWide(mountName));
     }
     return Result(status);
 }
 
-bool IsHiveDamaged(const char16_t* /*mountName*/) { return false; }
-
-int UnloadHive(KeyHandle machine, const char16_t* mountName) {
-    return Result(::RegUnLoadKeyW(ToHandle(machine), ToWide(mountName)));
-}
-
-int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& key) {
-    HKEY handle = nullptr;
-    const std::u16string path(subKey);
-    const int status = Result(::RegOpenKeyExW(PredefinedHandle(predefinedKey), ToWide(path.c_str()),
-                                              0, KEY_READ, &handle));
-    if (status == ERROR_SUCCESS) {
-        key = FromHandle(handle);
-    }
-    return status;
-}
-
-void CloseKey(KeyHandle key) {
-    if (key != nullptr) {
-        ::RegCloseKey(ToHandle(key));
-    }
-}
-
-int QueryKeyInfo(KeyHandle key, SKeyInfo& info) {
+int CLiveKey::QueryInfo(SKeyInfo& info) const {
     DWORD subKeyCount = 0;
     DWORD longestSubKeyName = 0;
     DWORD valueCount = 0;
     DWORD longestValueName = 0;
-    const int status = Result(::RegQueryInfoKeyW(
-        ToHandle(key), nullptr, nullptr, nullptr, &subKeyCount, &longestSubKeyName, nullptr,
-        &valueCount, &longestValueName, nullptr, nullptr, nullptr));
+    const int status = Result(::RegQueryInfoKeyW(m_handle, nullptr, nullptr, nullptr, &subKeyCount,
+                                                 &longestSubKeyName, nullptr, &valueCount,
+                                                 &longestValueName, nullptr, nullptr, nullptr));
     if (status == ERROR_SUCCESS) {
         info = {subKeyCount, longestSubKeyName, valueCount, longestValueName};
     }
     return status;
 }
 
-int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name) {
-    return EnumName(key, &SKeyInfo::longestSubKeyName, name, [&](wchar_t* buffer, DWORD& size) {
-        return ::RegEnumKeyExW(ToHandle(key), index, buffer, &size, nullptr, nullptr, nullptr,
-                               nullptr);
+int CLiveKey::EnumKey(std::uint32_t index, std::u16string& name) const {
+    return EnumName(*this, &SKeyInfo::longestSubKeyName, name, [&](wchar_t* buffer, DWORD& size) {
+        return ::RegEnumKeyExW(m_handle, index, buffer, &size, nullptr, nullptr, nullptr, nullptr);
     });
 }
 
-int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name, std::uint32_t& type) {
+int CLiveKey::EnumValue(std::uint32_t index, std::u16string& name, std::uint32_t& type) const {
     DWORD foundType = REG_NONE;
     const int status =
-        EnumName(key, &SKeyInfo::longestValueName, name, [&](wchar_t* buffer, DWORD& size) {
-            return ::RegEnumValueW(ToHandle(key), index, buffer, &size, nullptr, &foundType,
-                                   nullptr, nullptr);
+        EnumName(*this, &SKeyInfo::longestValueName, name, [&](wchar_t* buffer, DWORD& size) {
+            return ::RegEnumValueW(m_handle, index, buffer, &size, nullptr, &foundType, nullptr,
+                                   nullptr);
         });
     if (status == ERROR_SUCCESS) {
         type = foundType;
@@ -191,12 +181,12 @@ int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name, std::uin
     return status;
 }
 
-int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type, void* data,
-               std::uint32_t& size) {
+int CLiveKey::QueryValue(std::u16string_view name, std::uint32_t& type, void* data,
+                         std::uint32_t& size) const {
     const std::u16string valueName(name);
     DWORD foundType = REG_NONE;
     DWORD foundSize = size;
-    const int status = Result(::RegQueryValueExW(ToHandle(key), ToWide(valueName.c_str()), nullptr,
+    const int status = Result(::RegQueryValueExW(m_handle, ToWide(valueName.c_str()), nullptr,
                                                  &foundType, static_cast<BYTE*>(data), &foundSize));
     if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
         type = foundType;
@@ -205,7 +195,38 @@ int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type, voi
     return status;
 }
 
-int EnablePrivilege(const char16_t* name) {
+// Hands out a key that `open` has opened.
+template <typename TOpen>
+int OpenLiveKey(KeyHandle& key, const TOpen& open) {
+    auto opened = std::make_unique<CLiveKey>();
+    const int status = Result(open(opened->Receive()));
+    if (status == ERROR_SUCCESS) {
+        key = opened.release();
+    }
+    return status;
+}
+
+class CLiveRegistry final : public CRegistryAnswers {
+public:
+    int ConnectMachine(KeyHandle& machine) const override {
+        return OpenLiveKey(machine, [](HKEY* handle) {
+            return ::RegConnectRegistryW(nullptr, HKEY_LOCAL_MACHINE, handle);
+        });
+    }
+    int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey,
+                KeyHandle& key) const override {
+        const std::u16string path(subKey);
+        return OpenLiveKey(key, [&](HKEY* handle) {
+            return ::RegOpenKeyExW(PredefinedHandle(predefinedKey), ToWide(path.c_str()), 0,
+                                   KEY_READ, handle);
+        });
+    }
+    bool IsHiveDamaged(const char16_t* /*mountName*/) const override { return false; }
+    int EnablePrivilege(const char16_t* name) const override;
+    bool DisablePrivilege(const char16_t* name) const override;
+};
+
+int CLiveRegistry::EnablePrivilege(const char16_t* name) const {
     const CProcessToken token(kTokenAccess);
     LUID number{};
     const std::vector<std::byte> bytes = token.Read(TokenPrivileges);
@@ -223,10 +244,17 @@ int EnablePrivilege(const char16_t* name) {
     return Adjust(token, number, SE_PRIVILEGE_ENABLED) ? 1 : -1;
 }
 
-bool DisablePrivilege(const char16_t* name) {
+bool CLiveRegistry::DisablePrivilege(const char16_t* name) const {
     const CProcessToken token(kTokenAccess);
     LUID number{};
     return token.Get() != nullptr && FindPrivilege(name, number) && Adjust(token, number, 0);
+}
+
+}  // namespace
+
+const CRegistryAnswers& GetLiveRegistry() {
+    static const CLiveRegistry s_registry;
+    return s_registry;
 }
 
 }  // namespace platform

@@ -1,5 +1,3 @@
-#include "platform/shell_link.h"
-
 #include "platform/windows/win.h"
 // The headers of COM and the shell need the one above.
 #include <objbase.h>
@@ -10,6 +8,7 @@
 
 #include "platform/status.h"
 #include "platform/windows/com_pointer.h"
+#include "platform/windows/live/answers.h"
 
 namespace platform {
 
@@ -82,7 +81,7 @@ void ReadDataBlocks(IShellLinkDataList* list, SShellLink& link) {
 
 }  // namespace
 
-int ReadShellLink(const char16_t* name, SShellLink& link) {
+int ReadLiveLink(const char16_t* name, SShellLink& link) {
     CComPointer<IPersistFile> file;
     HRESULT result = ::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER,
                                         __uuidof(IPersistFile), file.ReceiveAny());

@@ -1,19 +1,18 @@
-#include <fcntl.h>
-#include <unistd.h>
+#include "platform/local_paths.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 #include <system_error>
 
-#include "host/system.h"
+#include "platform/described/description_in_effect.h"
 #include "platform/posix/files/file_location.h"
 #include "platform/posix/files/file_name.h"
 #include "platform/posix/files/folder_cache.h"
-#include "platform/described/machine_description.h"
 #include "platform/status.h"
 
-namespace host {
+namespace platform {
 
 namespace {
 
@@ -28,8 +27,8 @@ bool IsWindowsPath(std::string_view argument) {
 // UTF-16 with every character as it is.
 std::u16string PlainText(std::string_view bytes) {
     std::u16string text;
-    platform::CNameReader reader(bytes, 0);
-    for (int unit = reader.Next(); unit != platform::CNameReader::kEnd; unit = reader.Next()) {
+    CNameReader reader(bytes, 0);
+    for (int unit = reader.Next(); unit != CNameReader::kEnd; unit = reader.Next()) {
         text += static_cast<char16_t>(unit);
     }
     return text;
@@ -66,13 +65,13 @@ std::string Normalize(std::string_view whole) {
 // The start that stands for the POSIX root. A description may have another use for Z:, and a path
 // without a drive is below the root in any case.
 std::u16string RootText() {
-    const auto& drives = platform::GetMachineDescription().drives;
+    const auto& drives = GetMachineDescription().drives;
     const auto drive = drives.find(u'Z');
     return drive != drives.end() && drive->second == "/" ? u"Z:" : u"";
 }
 
 // Where a path leads when not all of its folders are there: each name as it would be created.
-std::filesystem::path SpellOut(const platform::SFileLocation& location) {
+std::filesystem::path SpellOut(const SFileLocation& location) {
     std::filesystem::path path = location.root;
     std::u16string_view rest = std::u16string_view(location.path).substr(location.rootLength);
     while (!rest.empty()) {
@@ -80,7 +79,7 @@ std::filesystem::path SpellOut(const platform::SFileLocation& location) {
         const std::u16string_view name = rest.substr(0, rest.find(u'\\'));
         rest.remove_prefix(name.size());
         std::string bytes;
-        static_cast<void>(platform::NameFromText(name, bytes));  // what is no name stays empty
+        static_cast<void>(NameFromText(name, bytes));  // what is no name stays empty
         path /= bytes;
     }
     return path;
@@ -106,7 +105,7 @@ std::optional<std::u16string> LibraryPath(const std::string& argument) {
     for (std::size_t start = 0; start < path.size();) {
         const std::size_t end = std::min(path.find('/', start + 1), path.size());
         text += u'\\';
-        text += platform::TextFromName(std::string_view(path).substr(start + 1, end - start - 1));
+        text += TextFromName(std::string_view(path).substr(start + 1, end - start - 1));
         start = end;
     }
     return path.empty() ? text + u'\\' : text;
@@ -118,18 +117,18 @@ std::filesystem::path LocalPath(const std::string& argument) {
 }
 
 std::filesystem::path LocalPath(const std::u16string& path) {
-    platform::SFileLocation location;
-    if (platform::ReadLocation(path, location) != ERROR_SUCCESS) {
+    SFileLocation location;
+    if (ReadLocation(path, location) != ERROR_SUCCESS) {
         return {};
     }
-    std::shared_ptr<platform::CFolder> folder;
-    const int status = location.IsRoot() ? ERROR_PATH_NOT_FOUND
-                                         : platform::CFolderCache::Get().Open(
-                                               location, location.GetFolderPath(), folder);
+    std::shared_ptr<CFolder> folder;
+    const int status = location.IsRoot()
+                           ? ERROR_PATH_NOT_FOUND
+                           : CFolderCache::Get().Open(location, location.GetFolderPath(), folder);
     if (status != ERROR_SUCCESS) {
         return SpellOut(location);
     }
-    platform::SEntry entry;
+    SEntry entry;
     // What is not there gets the name that a new file would have.
     static_cast<void>(folder->Find(location.GetName(), entry));
     return std::filesystem::path(folder->GetPath()) / entry.name;
@@ -139,8 +138,9 @@ std::string PathBytes(const std::filesystem::path& path) { return path.native();
 
 std::u16string PathText(const std::filesystem::path& path) { return PlainText(path.native()); }
 
-bool IsWritable(const std::filesystem::path& folder) {
-    return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+std::filesystem::path GetPathVariable(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? "" : value;
 }
 
-}  // namespace host
+}  // namespace platform

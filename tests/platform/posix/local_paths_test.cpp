@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host/system.h"
+#include "platform/local_paths.h"
 #include "support/machine.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
@@ -46,35 +46,35 @@ TEST_F(PathArgumentTest, PathsAreSpelledAsWindowsWould) {
     };
     for (const auto& row : kCases) {
         SCOPED_TRACE(row.argument);
-        EXPECT_EQ(Utf8(host::LibraryPath(row.argument).value_or(u"nothing")), Utf8(row.path));
-        EXPECT_EQ(host::LibraryPath(row.argument), row.path);
+        EXPECT_EQ(Utf8(platform::LibraryPath(row.argument).value_or(u"nothing")), Utf8(row.path));
+        EXPECT_EQ(platform::LibraryPath(row.argument), row.path);
     }
 }
 
 TEST_F(PathArgumentTest, ParentOfALinkIsThatOfWhatItLeadsTo) {
     m_folder.MakeFolder("real/inner");
     fs::create_symlink("real/inner", m_folder.Path("link"));
-    EXPECT_EQ(host::LibraryPath("link/../x"), m_folder.Name("real/x"));
-    EXPECT_EQ(host::LibraryPath("link/x"), m_folder.Name("link/x"));
+    EXPECT_EQ(platform::LibraryPath("link/../x"), m_folder.Name("real/x"));
+    EXPECT_EQ(platform::LibraryPath("link/x"), m_folder.Name("link/x"));
 }
 
 TEST_F(PathArgumentTest, RootIsReachedWithoutItsDrive) {
     m_machine.Drive(u'Z', m_folder.Path().native());
-    EXPECT_EQ(host::LibraryPath("/a/b"), uR"(\a\b)");
+    EXPECT_EQ(platform::LibraryPath("/a/b"), uR"(\a\b)");
 }
 
 TEST_F(PathArgumentTest, FilesOfTheLibraryAreFoundOnDisk) {
     const fs::path found = m_folder.Path("Dir:1/File\xFF.txt");
     fs::create_directory(found.parent_path());
     std::ofstream(found) << "text";
-    EXPECT_EQ(host::LocalPath(host::LibraryPath("Dir:1/File\xFF.txt").value()), found);
-    EXPECT_EQ(host::LocalPath(m_folder.Name() + u"\\dir\uF03A1\\FILE\xDCFF.TXT"), found);
-    EXPECT_EQ(host::LocalPath(host::LibraryPath("dir:1/new/a").value()),
+    EXPECT_EQ(platform::LocalPath(platform::LibraryPath("Dir:1/File\xFF.txt").value()), found);
+    EXPECT_EQ(platform::LocalPath(m_folder.Name() + u"\\dir\uF03A1\\FILE\xDCFF.TXT"), found);
+    EXPECT_EQ(platform::LocalPath(platform::LibraryPath("dir:1/new/a").value()),
               m_folder.Path("dir\xEF\x80\xBA"
                             "1/new/a"));
-    EXPECT_EQ(host::LocalPath(std::u16string(uR"(Q:\a)")), fs::path());
-    EXPECT_EQ(host::LocalPath(std::string(R"(Z:\a)")), "/a");
-    EXPECT_EQ(host::PathText(found.filename()), u"File\xDCFF.txt");
+    EXPECT_EQ(platform::LocalPath(std::u16string(uR"(Q:\a)")), fs::path());
+    EXPECT_EQ(platform::LocalPath(std::string(R"(Z:\a)")), "/a");
+    EXPECT_EQ(platform::PathText(found.filename()), u"File\xDCFF.txt");
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
+#include "platform/local_paths.h"
+
+#include <string_view>
 #include <system_error>
 
-#include "host/system.h"
+#include "platform/answers.h"
 #include "platform/utf8.h"
 #include "platform/windows/win.h"
 
-namespace host {
+namespace platform {
 
 namespace {
 
@@ -22,14 +25,14 @@ bool IsShare(std::u16string_view path) { return path.substr(0, 2) == uR"(\\)"; }
 }  // namespace
 
 std::optional<std::u16string> LibraryPath(const std::string& argument) {
-    std::u16string path = platform::Utf8ToUtf16(argument);
+    std::u16string path = Utf8ToUtf16(argument);
     // Not made shorter by "..", which the library refuses where it is of no use.
     if (path.find(u'/') == std::u16string::npos && (HasDrive(path) || IsShare(path))) {
         return path;
     }
     std::error_code error;
     const std::filesystem::path whole =
-        std::filesystem::absolute(std::filesystem::path(platform::ToWide(path.c_str())), error);
+        std::filesystem::absolute(std::filesystem::path(ToWide(path.c_str())), error);
     return error ? path : PathText(whole);
 }
 
@@ -39,26 +42,19 @@ std::filesystem::path LocalPath(const std::string& argument) {
 
 std::filesystem::path LocalPath(const std::u16string& path) {
     const bool isPlain = path.size() <= kMaxPlainPath || !HasDrive(path);
-    return platform::ToWide(isPlain ? path.c_str() : (uR"(\\?\)" + path).c_str());
+    return ToWide(isPlain ? path.c_str() : (uR"(\\?\)" + path).c_str());
 }
 
-std::string PathBytes(const std::filesystem::path& path) {
-    return platform::Utf16ToUtf8(PathText(path));
+std::string PathBytes(const std::filesystem::path& path) { return Utf16ToUtf8(PathText(path)); }
+
+std::u16string PathText(const std::filesystem::path& path) { return FromWide(path.c_str()); }
+
+// Asked of the system and not of the C run-time, which copies the environment at its start.
+std::filesystem::path GetPathVariable(const char* name) {
+    std::u16string value;
+    const bool isSet =
+        GetLiveAnswers()->machine.GetEnvironmentText(Utf8ToUtf16(name).c_str(), value);
+    return isSet ? std::filesystem::path(ToWide(value.c_str())) : std::filesystem::path();
 }
 
-std::u16string PathText(const std::filesystem::path& path) {
-    return platform::FromWide(path.c_str());
-}
-
-bool IsWritable(const std::filesystem::path& folder) {
-    HANDLE handle = CreateFileW(folder.c_str(), FILE_ADD_FILE,
-                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) {
-        return false;
-    }
-    CloseHandle(handle);
-    return true;
-}
-
-}  // namespace host
+}  // namespace platform

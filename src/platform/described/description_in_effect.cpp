@@ -1,0 +1,71 @@
+#include "platform/described/description_in_effect.h"
+
+#include <atomic>
+#include <filesystem>
+#include <utility>
+
+#include "platform/local_paths.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+using Description = std::shared_ptr<const SMachineDescription>;
+
+struct SState {
+    Description used;    // by UseMachineDescription
+    Description loaded;  // by LoadMachineDescription
+    std::atomic<std::uint64_t> generation = 1;
+};
+
+SState& State() {
+    static SState state;
+    return state;
+}
+
+bool IsSame(const Description& left, const Description& right) {
+    return left && right ? *left == *right : left == right;
+}
+
+}  // namespace
+
+const SMachineDescription& GetMachineDescription() {
+    const SState& state = State();
+    return state.used ? *state.used : state.loaded ? *state.loaded : GetBuiltInMachine();
+}
+
+bool IsMachineDescribed() { return State().used || State().loaded; }
+
+std::uint64_t GetMachineGeneration() { return State().generation; }
+
+Description UseMachineDescription(Description description) {
+    SState& state = State();
+    std::swap(state.used, description);
+    ++state.generation;
+    return description;
+}
+
+int LoadMachineDescription(std::u16string& problem) {
+    SState& state = State();
+    if (state.used) {
+        return ERROR_SUCCESS;
+    }
+    const std::filesystem::path file = GetPathVariable("ORVCASCONV_MACHINE");
+    Description loaded;
+    if (!file.empty()) {
+        auto read = std::make_shared<SMachineDescription>();
+        if (!ReadMachineDescription(file, *read, problem)) {
+            return SetLastError(ERROR_INVALID_DATA);
+        }
+        loaded = std::move(read);
+    }
+    // What was answered from an unchanged description stays true.
+    if (!IsSame(state.loaded, loaded)) {
+        state.loaded = std::move(loaded);
+        ++state.generation;
+    }
+    return ERROR_SUCCESS;
+}
+
+}  // namespace platform
