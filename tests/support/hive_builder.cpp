@@ -1,9 +1,8 @@
 #include "support/hive_builder.h"
 
 #include <algorithm>
-#include <stdexcept>
-
-#include "support/little_endian.h"
+#include <array>
+#include <span>
 
 namespace {
 
@@ -30,27 +29,12 @@ char16_t ToUpper(char16_t unit) {
     return (unit >= u'a' && unit <= u'z') || isLatin1 ? static_cast<char16_t>(unit - 0x20) : unit;
 }
 
-std::string WideBytes(std::u16string_view text) {
-    std::string bytes;
-    for (const char16_t unit : text) {
-        AppendNumber(bytes, unit, 2);
-    }
-    return bytes;
-}
-
 bool IsLatin1(std::u16string_view text) {
     return std::ranges::all_of(text, [](char16_t unit) { return unit < 0x100; });
 }
 
 std::string NameBytes(std::u16string_view name, bool isWide) {
-    if (isWide) {
-        return WideBytes(name);
-    }
-    std::string bytes;
-    for (const char16_t unit : name) {
-        AppendNumber(bytes, unit, 1);
-    }
-    return bytes;
+    return UnitBytes(name, isWide ? 2 : 1);
 }
 
 // What a subkey list tells of a name beside its place.
@@ -76,79 +60,60 @@ class CTestHive::CLayout {
 public:
     explicit CLayout(const CTestHive& hive);
 
-    [[nodiscard]] const std::string& GetBytes() const { return m_bytes; }
-    [[nodiscard]] std::uint32_t FindCell(const SHiveCell& cell) const;
+    [[nodiscard]] std::string& GetBytes() { return m_bytes; }
     void Apply(const SPatch& patch);
-    void Seal() { SealHiveHeader(m_bytes); }
 
 private:
-    struct SValueCells {
-        std::uint32_t value = kNoCell;
-        std::uint32_t data = kNoCell;
-        std::uint32_t segments = kNoCell;
-    };
-    struct SKeyCells {
-        std::uint32_t key = kNoCell;
-        std::uint32_t subKeys = kNoCell;
-        std::uint32_t values = kNoCell;
-        std::vector<SValueCells> valueCells;
-    };
+    // The places of what belongs to a key or to a value, by its kind.
+    using Cells = std::array<std::uint32_t, SHiveCell::Segments + 1>;
 
     void WriteHeader();
     std::uint32_t AddCell(std::string_view content);
     void FillBin();
-    std::uint32_t AddKey(const SKey& key);
+    std::uint32_t AddKey(const SKey& key, std::uint32_t security);
     std::uint32_t AddSecurity();
-    SValueCells AddValue(const SValue& value);
-    std::uint32_t AddSegments(const SValue& value, SValueCells& cells);
-    void AddValues(const SKey& key, SKeyCells& cells);
-    void AddSubKeys(const SKey& key, SKeyCells& cells);
-    std::uint32_t AddPart(const std::vector<std::size_t>& children, std::size_t first,
-                          std::size_t count);
-    void SetField(std::uint32_t cell, std::size_t offset, std::uint32_t number);
-    void SetSizes(const SKey& key, std::uint32_t cell);
+    Cells AddValue(const SValue& value);
+    std::uint32_t AddSegments(std::string_view data, Cells& cells);
+    void AddValues(const SKey& key, std::size_t index);
+    void AddSubKeys(const SKey& key, Cells& cells);
+    std::uint32_t AddPart(std::span<const std::size_t> children);
+    void SetField(std::uint32_t cell, std::size_t offset, std::size_t number);
+    [[nodiscard]] std::uint32_t FindCell(const SHiveCell& cell) const;
 
     const CTestHive& m_hive;
     std::string m_bytes = std::string(kHeaderSize, '\0');
     std::size_t m_binEnd = kHeaderSize;
-    std::vector<SKeyCells> m_cells;
+    std::vector<Cells> m_keyCells;
+    std::vector<std::vector<Cells>> m_valueCells;  // of each key
 };
 
-CTestHive::CLayout::CLayout(const CTestHive& hive) : m_hive(hive), m_cells(hive.m_keys.size()) {
+CTestHive::CLayout::CLayout(const CTestHive& hive)
+    : m_hive(hive), m_keyCells(hive.m_keys.size()), m_valueCells(hive.m_keys.size()) {
     std::uint32_t security = kNoCell;
-    for (std::size_t i = 0; i < m_cells.size(); ++i) {
-        const SKey& key = hive.m_keys[i];
-        m_cells[i].key = AddKey(key);
-        // The root key is the first cell of a hive, and all keys share one security descriptor.
-        security = i == 0 ? AddSecurity() : security;
-        SetField(m_cells[i].key, 16, i == 0 ? kNoCell : m_cells[key.parent].key);
-        SetField(m_cells[i].key, 44, security);
-        AddValues(key, m_cells[i]);
+    for (std::size_t i = 0; i < m_keyCells.size(); ++i) {
+        const std::uint32_t key = AddKey(hive.m_keys[i], security);
+        m_keyCells[i][SHiveCell::Key] = key;
+        if (i == 0) {
+            // The root key is the first cell of a hive, and all keys share one descriptor.
+            security = AddSecurity();
+            SetField(key, 44, security);
+        }
+        AddValues(hive.m_keys[i], i);
     }
-    for (std::size_t i = 0; i < m_cells.size(); ++i) {
-        AddSubKeys(hive.m_keys[i], m_cells[i]);
+    for (std::size_t i = 0; i < m_keyCells.size(); ++i) {
+        AddSubKeys(hive.m_keys[i], m_keyCells[i]);
     }
     FillBin();
     WriteHeader();
 }
 
 void CTestHive::CLayout::WriteHeader() {
-    m_bytes.replace(0, 4, "regf");
-    const std::pair<std::size_t, std::uint64_t> fields[] = {
-        {4, m_hive.m_sequences.first},
-        {8, m_hive.m_sequences.second},
-        {12, kWriteTime & 0xFFFFFFFFU},
-        {16, kWriteTime >> 32},
-        {20, 1},
-        {24, m_hive.m_minorVersion},
-        {32, 1},
-        {36, m_cells[0].key},
-        {40, m_bytes.size() - kHeaderSize},
-        {44, 1},
-    };
-    for (const auto& [offset, number] : fields) {
-        PutNumber(m_bytes, offset, number, 4);
-    }
+    const auto& [first, second] = m_hive.m_sequences;
+    const std::string header =
+        "regf" + Numbers({first, second}) + Numbers({kWriteTime}, 8) +
+        Numbers({1, m_hive.m_minorVersion, 0, 1, m_keyCells[0][SHiveCell::Key],
+                 m_bytes.size() - kHeaderSize, 1});
+    m_bytes.replace(0, header.size(), header);
     PutNumber(m_bytes, kHeaderSize + 20, kWriteTime, 8);
 }
 
@@ -166,9 +131,7 @@ std::uint32_t CTestHive::CLayout::AddCell(std::string_view content) {
     if (size > m_binEnd - m_bytes.size()) {
         FillBin();
         const std::size_t binSize = AlignUp(size + kBinHeaderSize, kBinAlignment);
-        m_bytes += "hbin";
-        AppendNumber(m_bytes, m_binEnd - kHeaderSize, 4);
-        AppendNumber(m_bytes, binSize, 4);
+        m_bytes += "hbin" + Numbers({m_binEnd - kHeaderSize, binSize});
         m_bytes.resize(m_binEnd + kBinHeaderSize);
         m_binEnd += binSize;
     }
@@ -179,51 +142,8 @@ std::uint32_t CTestHive::CLayout::AddCell(std::string_view content) {
     return static_cast<std::uint32_t>(start - kHeaderSize);
 }
 
-std::uint32_t CTestHive::CLayout::AddKey(const SKey& key) {
-    const std::string name = NameBytes(key.name, key.isWide);
-    std::string content(76, '\0');
-    content.replace(0, 2, "nk");
-    PutNumber(content, 2,
-              (&key == m_hive.m_keys.data() ? kRootFlags : 0) | (key.isWide ? 0 : kLatin1KeyName),
-              2);
-    PutNumber(content, 4, kWriteTime, 8);
-    for (const std::size_t offset : {28U, 32U, 40U, 48U}) {
-        PutNumber(content, offset, kNoCell, 4);
-    }
-    PutNumber(content, 72, name.size(), 2);
-    return AddCell(content + name);
-}
-
-// Adds a descriptor that says nothing, in a ring of its own.
-std::uint32_t CTestHive::CLayout::AddSecurity() {
-    std::string content = "sk";
-    content.resize(12);
-    AppendNumber(content, m_cells.size(), 4);
-    AppendNumber(content, 20, 4);
-    AppendNumber(content, 0x80000001U, 4);
-    const std::uint32_t cell = AddCell(content + std::string(16, '\0'));
-    SetField(cell, 4, cell);
-    SetField(cell, 8, cell);
-    return cell;
-}
-
-void CTestHive::CLayout::AddValues(const SKey& key, SKeyCells& cells) {
-    SetSizes(key, cells.key);
-    if (key.values.empty()) {
-        return;
-    }
-    std::string list;
-    for (const SValue& value : key.values) {
-        cells.valueCells.push_back(AddValue(value));
-        AppendNumber(list, cells.valueCells.back().value, 4);
-    }
-    cells.values = AddCell(list);
-    SetField(cells.key, 36, static_cast<std::uint32_t>(key.values.size()));
-    SetField(cells.key, 40, cells.values);
-}
-
-// The longest names and data below a key, which its record tells.
-void CTestHive::CLayout::SetSizes(const SKey& key, std::uint32_t cell) {
+// The record tells the longest names and data below the key as well.
+std::uint32_t CTestHive::CLayout::AddKey(const SKey& key, std::uint32_t security) {
     std::size_t subKeyName = 0;
     for (const std::size_t child : key.children) {
         subKeyName = std::max(subKeyName, 2 * m_hive.m_keys[child].name.size());
@@ -234,51 +154,73 @@ void CTestHive::CLayout::SetSizes(const SKey& key, std::uint32_t cell) {
         valueName = std::max(valueName, 2 * value.name.size());
         valueData = std::max(valueData, value.data.size());
     }
-    SetField(cell, 52, static_cast<std::uint32_t>(subKeyName));
-    SetField(cell, 60, static_cast<std::uint32_t>(valueName));
-    SetField(cell, 64, static_cast<std::uint32_t>(valueData));
+    const bool isRoot = &key == m_hive.m_keys.data();
+    const std::uint32_t parent = isRoot ? kNoCell : m_keyCells[key.parent][SHiveCell::Key];
+    const std::string name = NameBytes(key.name, key.isWide);
+    return AddCell("nk" +
+                   Numbers({(isRoot ? kRootFlags : 0) | (key.isWide ? 0 : kLatin1KeyName)}, 2) +
+                   Numbers({kWriteTime}, 8) +
+                   Numbers({0, parent, 0, 0, kNoCell, kNoCell, 0, kNoCell, security, kNoCell,
+                            subKeyName, 0, valueName, valueData, 0, name.size()}) +
+                   name);
 }
 
-CTestHive::CLayout::SValueCells CTestHive::CLayout::AddValue(const SValue& value) {
-    SValueCells cells;
-    std::uint32_t size = static_cast<std::uint32_t>(value.data.size());
-    std::uint32_t place = 0;
+// Adds a descriptor that says nothing, in a ring of its own.
+std::uint32_t CTestHive::CLayout::AddSecurity() {
+    const std::uint32_t cell = AddCell(
+        std::string("sk\0\0", 4) + Numbers({0, 0, m_keyCells.size(), 20, 0x80000001U, 0, 0, 0, 0}));
+    SetField(cell, 4, cell);
+    SetField(cell, 8, cell);
+    return cell;
+}
+
+void CTestHive::CLayout::AddValues(const SKey& key, std::size_t index) {
+    if (key.values.empty()) {
+        return;
+    }
+    std::string list;
+    for (const SValue& value : key.values) {
+        m_valueCells[index].push_back(AddValue(value));
+        AppendNumber(list, m_valueCells[index].back()[SHiveCell::Value], 4);
+    }
+    Cells& cells = m_keyCells[index];
+    cells[SHiveCell::Values] = AddCell(list);
+    SetField(cells[SHiveCell::Key], 36, key.values.size());
+    SetField(cells[SHiveCell::Key], 40, cells[SHiveCell::Values]);
+}
+
+CTestHive::CLayout::Cells CTestHive::CLayout::AddValue(const SValue& value) {
+    Cells cells{};
+    std::size_t size = value.data.size();
+    std::uint64_t place = 0;
     if (size <= 4) {
-        place = static_cast<std::uint32_t>(GetNumber(value.data + std::string(4, '\0'), 0, 4));
+        place = GetNumber(value.data + std::string(4, '\0'), 0, 4);
         size |= kInlineData;
-    } else if (size > kSegmentLength && m_hive.m_minorVersion >= 4) {
-        place = AddSegments(value, cells);
     } else {
-        place = cells.data = AddCell(value.data);
+        place = cells[SHiveCell::Data] = size > kSegmentLength && m_hive.m_minorVersion >= 4
+                                             ? AddSegments(value.data, cells)
+                                             : AddCell(value.data);
     }
     const std::string name = NameBytes(value.name, value.isWide);
-    std::string content = "vk";
-    AppendNumber(content, name.size(), 2);
-    AppendNumber(content, size, 4);
-    AppendNumber(content, place, 4);
-    AppendNumber(content, value.type, 4);
-    AppendNumber(content, value.isWide ? 0 : kLatin1ValueName, 4);
-    cells.value = AddCell(content + name);
+    cells[SHiveCell::Value] =
+        AddCell("vk" + Numbers({name.size()}, 2) +
+                Numbers({size, place, value.type, value.isWide ? 0 : kLatin1ValueName}) + name);
     return cells;
 }
 
 // Returns the place of the record that the data is reached by.
-std::uint32_t CTestHive::CLayout::AddSegments(const SValue& value, SValueCells& cells) {
+std::uint32_t CTestHive::CLayout::AddSegments(std::string_view data, Cells& cells) {
     std::string list;
-    for (std::size_t start = 0; start < value.data.size(); start += kSegmentLength) {
+    for (std::size_t start = 0; start < data.size(); start += kSegmentLength) {
         // The system leaves 4 bytes behind each, and there is a reader that relies on it.
         const std::string rest(4, '\0');
-        AppendNumber(list, AddCell(value.data.substr(start, kSegmentLength) + rest), 4);
+        AppendNumber(list, AddCell(std::string(data.substr(start, kSegmentLength)) + rest), 4);
     }
-    cells.segments = AddCell(list);
-    std::string record = "db";
-    AppendNumber(record, list.size() / 4, 2);
-    AppendNumber(record, cells.segments, 4);
-    cells.data = AddCell(record);
-    return cells.data;
+    cells[SHiveCell::Segments] = AddCell(list);
+    return AddCell("db" + Numbers({list.size() / 4}, 2) + Numbers({cells[SHiveCell::Segments]}));
 }
 
-void CTestHive::CLayout::AddSubKeys(const SKey& key, SKeyCells& cells) {
+void CTestHive::CLayout::AddSubKeys(const SKey& key, Cells& cells) {
     if (key.children.empty()) {
         return;
     }
@@ -287,67 +229,51 @@ void CTestHive::CLayout::AddSubKeys(const SKey& key, SKeyCells& cells) {
         return std::ranges::lexicographical_compare(
             m_hive.m_keys[left].name, m_hive.m_keys[right].name, {}, ToUpper, ToUpper);
     });
-    std::string parts = "ri";
-    AppendNumber(parts, AlignUp(children.size(), m_hive.m_partSize) / m_hive.m_partSize, 2);
+    std::string parts;
     for (std::size_t first = 0; first < children.size(); first += m_hive.m_partSize) {
-        cells.subKeys =
-            AddPart(children, first, std::min(m_hive.m_partSize, children.size() - first));
-        AppendNumber(parts, cells.subKeys, 4);
+        const std::size_t count = std::min(m_hive.m_partSize, children.size() - first);
+        cells[SHiveCell::SubKeys] = AddPart(std::span(children).subspan(first, count));
+        AppendNumber(parts, cells[SHiveCell::SubKeys], 4);
     }
     if (children.size() > m_hive.m_partSize) {
-        cells.subKeys = AddCell(parts);
+        cells[SHiveCell::SubKeys] = AddCell("ri" + Numbers({parts.size() / 4}, 2) + parts);
     }
-    SetField(cells.key, 20, static_cast<std::uint32_t>(children.size()));
-    SetField(cells.key, 28, cells.subKeys);
+    SetField(cells[SHiveCell::Key], 20, children.size());
+    SetField(cells[SHiveCell::Key], 28, cells[SHiveCell::SubKeys]);
 }
 
-std::uint32_t CTestHive::CLayout::AddPart(const std::vector<std::size_t>& children,
-                                          std::size_t first, std::size_t count) {
+std::uint32_t CTestHive::CLayout::AddPart(std::span<const std::size_t> children) {
     const EHiveList kind = m_hive.m_listKind;
     std::string list = kind == EHiveList::Lh ? "lh" : kind == EHiveList::Lf ? "lf" : "li";
-    AppendNumber(list, count, 2);
-    for (std::size_t i = first; i < first + count; ++i) {
-        AppendNumber(list, m_cells[children[i]].key, 4);
+    AppendNumber(list, children.size(), 2);
+    for (const std::size_t child : children) {
+        AppendNumber(list, m_keyCells[child][SHiveCell::Key], 4);
         if (kind != EHiveList::Li) {
-            AppendNumber(list, NameHint(kind, m_hive.m_keys[children[i]].name), 4);
+            AppendNumber(list, NameHint(kind, m_hive.m_keys[child].name), 4);
         }
     }
     return AddCell(list);
 }
 
-void CTestHive::CLayout::SetField(std::uint32_t cell, std::size_t offset, std::uint32_t number) {
+void CTestHive::CLayout::SetField(std::uint32_t cell, std::size_t offset, std::size_t number) {
     PutNumber(m_bytes, kHeaderSize + cell + 4 + offset, number, 4);
 }
 
 std::uint32_t CTestHive::CLayout::FindCell(const SHiveCell& cell) const {
     const std::size_t index = m_hive.m_paths.at(cell.key);
-    const SKeyCells& cells = m_cells[index];
-    switch (cell.kind) {
-        case SHiveCell::Key:
-            return cells.key;
-        case SHiveCell::SubKeys:
-            return cells.subKeys;
-        case SHiveCell::Values:
-            return cells.values;
-        default:
-            break;
+    if (cell.kind < SHiveCell::Value) {
+        return m_keyCells[index][cell.kind];
     }
     const std::vector<SValue>& values = m_hive.m_keys[index].values;
-    const auto value = std::ranges::find(values, cell.value, &SValue::name);
-    const SValueCells& found =
-        cells.valueCells.at(static_cast<std::size_t>(value - values.begin()));
-    return cell.kind == SHiveCell::Value  ? found.value
-           : cell.kind == SHiveCell::Data ? found.data
-                                          : found.segments;
+    const auto value = std::ranges::find(values, cell.value, &SValue::name) - values.begin();
+    return m_valueCells[index].at(static_cast<std::size_t>(value))[cell.kind];
 }
 
 void CTestHive::CLayout::Apply(const SPatch& patch) {
-    const std::ptrdiff_t start =
-        patch.cell.kind == SHiveCell::Header
-            ? 0
-            : static_cast<std::ptrdiff_t>(kHeaderSize + FindCell(patch.cell) + 4);
-    PutNumber(m_bytes, static_cast<std::size_t>(start + patch.offset),
-              patch.isLink ? FindCell(patch.target) : patch.number, patch.size);
+    const std::size_t start =
+        patch.cell.kind == SHiveCell::Header ? 0 : kHeaderSize + FindCell(patch.cell);
+    PutNumber(m_bytes, start + patch.offset, patch.target ? FindCell(*patch.target) : patch.number,
+              patch.size);
 }
 
 CTestHive::CTestHive() {
@@ -385,37 +311,13 @@ std::size_t CTestHive::Add(std::size_t parent, std::u16string_view name) {
     return index;
 }
 
-CTestHive& CTestHive::String(std::u16string_view name, std::u16string_view text) {
-    return Value(name, 1, WideBytes(text) + std::string(2, '\0'));
-}
-
-CTestHive& CTestHive::ExpandString(std::u16string_view name, std::u16string_view text) {
-    return Value(name, 2, WideBytes(text) + std::string(2, '\0'));
-}
-
 CTestHive& CTestHive::MultiString(std::u16string_view name,
                                   std::initializer_list<std::u16string_view> texts) {
     std::string bytes;
     for (const std::u16string_view text : texts) {
-        bytes += WideBytes(text) + std::string(2, '\0');
+        bytes += UnitBytes(text) + std::string(2, '\0');
     }
     return Value(name, 7, bytes + std::string(2, '\0'));
-}
-
-CTestHive& CTestHive::Binary(std::u16string_view name, std::string_view bytes) {
-    return Value(name, 3, bytes);
-}
-
-CTestHive& CTestHive::Dword(std::u16string_view name, std::uint32_t number) {
-    std::string bytes;
-    AppendNumber(bytes, number, 4);
-    return Value(name, 4, bytes);
-}
-
-CTestHive& CTestHive::Qword(std::u16string_view name, std::uint64_t number) {
-    std::string bytes;
-    AppendNumber(bytes, number, 8);
-    return Value(name, 11, bytes);
 }
 
 CTestHive& CTestHive::Value(std::u16string_view name, std::uint32_t type, std::string_view bytes) {
@@ -426,44 +328,9 @@ CTestHive& CTestHive::Value(std::u16string_view name, std::uint32_t type, std::s
     return *this;
 }
 
-CTestHive& CTestHive::WideNames(bool isWide) {
-    m_hasWideNames = isWide;
-    return *this;
-}
-
-CTestHive& CTestHive::Version(std::uint32_t minor) {
-    m_minorVersion = minor;
-    return *this;
-}
-
 CTestHive& CTestHive::Lists(EHiveList kind, std::size_t partSize) {
     m_listKind = kind;
     m_partSize = partSize;
-    return *this;
-}
-
-CTestHive& CTestHive::Sequences(std::uint32_t first, std::uint32_t second) {
-    m_sequences = {first, second};
-    return *this;
-}
-
-CTestHive& CTestHive::Patch32(const SHiveCell& cell, std::size_t offset, std::uint32_t number) {
-    m_patches.push_back({cell, static_cast<std::ptrdiff_t>(offset), 4, number, false, {}});
-    return *this;
-}
-
-CTestHive& CTestHive::Patch16(const SHiveCell& cell, std::size_t offset, std::uint16_t number) {
-    m_patches.push_back({cell, static_cast<std::ptrdiff_t>(offset), 2, number, false, {}});
-    return *this;
-}
-
-CTestHive& CTestHive::Link(const SHiveCell& cell, std::size_t offset, const SHiveCell& target) {
-    m_patches.push_back({cell, static_cast<std::ptrdiff_t>(offset), 4, 0, true, target});
-    return *this;
-}
-
-CTestHive& CTestHive::Resize(const SHiveCell& cell, std::int32_t size) {
-    m_patches.push_back({cell, -4, 4, static_cast<std::uint32_t>(size), false, {}});
     return *this;
 }
 
@@ -472,14 +339,14 @@ std::string CTestHive::Bytes() const {
     for (const SPatch& patch : m_patches) {
         layout.Apply(patch);
     }
-    layout.Seal();
+    SealHiveHeader(layout.GetBytes());
     return layout.GetBytes();
 }
 
 void SealHiveHeader(std::string& bytes) {
-    std::uint32_t sum = 0;
+    std::uint64_t sum = 0;
     for (std::size_t i = 0; i < kChecksumOffset; i += 4) {
-        sum ^= static_cast<std::uint32_t>(GetNumber(bytes, i, 4));
+        sum ^= GetNumber(bytes, i, 4);
     }
     PutNumber(bytes, kChecksumOffset, sum, 4);
 }

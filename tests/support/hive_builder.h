@@ -4,11 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include "support/little_endian.h"
 
 // The kinds of subkey lists, by the two letters they begin with.
 enum class EHiveList { Lf, Lh, Li };
@@ -36,30 +39,50 @@ public:
     CTestHive& SubKey(std::u16string_view name);
 
     // Texts get their terminator; Value takes any bytes for any type.
-    CTestHive& String(std::u16string_view name, std::u16string_view text);
-    CTestHive& ExpandString(std::u16string_view name, std::u16string_view text);
+    CTestHive& String(std::u16string_view name, std::u16string_view text) {
+        return Value(name, 1, UnitBytes(text) + std::string(2, '\0'));
+    }
+    CTestHive& ExpandString(std::u16string_view name, std::u16string_view text) {
+        return Value(name, 2, UnitBytes(text) + std::string(2, '\0'));
+    }
     CTestHive& MultiString(std::u16string_view name,
                            std::initializer_list<std::u16string_view> texts);
-    CTestHive& Binary(std::u16string_view name, std::string_view bytes);
-    CTestHive& Dword(std::u16string_view name, std::uint32_t number);
-    CTestHive& Qword(std::u16string_view name, std::uint64_t number);
+    CTestHive& Binary(std::u16string_view name, std::string_view bytes) {
+        return Value(name, 3, bytes);
+    }
+    CTestHive& Dword(std::u16string_view name, std::uint32_t number) {
+        return Value(name, 4, Numbers({number}));
+    }
+    CTestHive& Qword(std::u16string_view name, std::uint64_t number) {
+        return Value(name, 11, Numbers({number}, 8));
+    }
     CTestHive& Value(std::u16string_view name, std::uint32_t type, std::string_view bytes);
 
     // Has the names that follow stored in UTF-16, also those that Latin-1 could hold.
-    CTestHive& WideNames(bool isWide = true);
+    CTestHive& WideNames(bool isWide = true) { return Set(m_hasWideNames, isWide); }
     // The format's minor version; 5 at first. From 4 on large data is in segments.
-    CTestHive& Version(std::uint32_t minor);
+    CTestHive& Version(std::uint32_t minor) { return Set(m_minorVersion, minor); }
     // All lists of subkeys; with more entries than `partSize` they are in parts below an "ri" list.
     CTestHive& Lists(EHiveList kind, std::size_t partSize = 1012);
     // The two numbers of the header that differ while a write is under way.
-    CTestHive& Sequences(std::uint32_t first, std::uint32_t second);
+    CTestHive& Sequences(std::uint32_t first, std::uint32_t second) {
+        return Set(m_sequences, {first, second});
+    }
 
     // Changes 4 or 2 bytes of a cell's content: to a number, or to the place of another cell.
-    CTestHive& Patch32(const SHiveCell& cell, std::size_t offset, std::uint32_t number);
-    CTestHive& Patch16(const SHiveCell& cell, std::size_t offset, std::uint16_t number);
-    CTestHive& Link(const SHiveCell& cell, std::size_t offset, const SHiveCell& target);
+    CTestHive& Patch32(const SHiveCell& cell, std::size_t offset, std::uint32_t number) {
+        return Patch({cell, ContentOffset(cell) + offset, 4, number});
+    }
+    CTestHive& Patch16(const SHiveCell& cell, std::size_t offset, std::uint16_t number) {
+        return Patch({cell, ContentOffset(cell) + offset, 2, number});
+    }
+    CTestHive& Link(const SHiveCell& cell, std::size_t offset, const SHiveCell& target) {
+        return Patch({cell, ContentOffset(cell) + offset, 4, 0, target});
+    }
     // Changes what the cell says of its own size, a negative number for a cell in use.
-    CTestHive& Resize(const SHiveCell& cell, std::int32_t size);
+    CTestHive& Resize(const SHiveCell& cell, std::int32_t size) {
+        return Patch({cell, 0, 4, static_cast<std::uint32_t>(size)});
+    }
 
     [[nodiscard]] std::string Bytes() const;
     // The same keys and values in the form of Wine, whose registry reads no other. It knows neither
@@ -84,14 +107,26 @@ private:
     };
     struct SPatch {
         SHiveCell cell;
-        std::ptrdiff_t offset = 0;
+        std::size_t offset = 0;  // from where the cell begins, with its size
         std::size_t size = 0;
         std::uint32_t number = 0;
-        bool isLink = false;
-        SHiveCell target;
+        std::optional<SHiveCell> target = {};
     };
     class CLayout;
 
+    template <class T>
+    CTestHive& Set(T& field, const T& value) {
+        field = value;
+        return *this;
+    }
+    CTestHive& Patch(const SPatch& patch) {
+        m_patches.push_back(patch);
+        return *this;
+    }
+    // Only the header has no size in front of its content.
+    static std::size_t ContentOffset(const SHiveCell& cell) {
+        return cell.kind == SHiveCell::Header ? 0 : 4;
+    }
     std::size_t Add(std::size_t parent, std::u16string_view name);
 
     std::vector<SKey> m_keys;  // parents before their children

@@ -92,19 +92,14 @@ CTestHiveLog& CTestHiveLog::Entry(std::uint32_t sequence, const std::string& bef
     const std::vector<std::size_t> pages = FindDirtyPages(before, after, kPageSize);
     std::string content;
     for (const std::size_t page : pages) {
-        AppendNumber(content, page * kPageSize, 4);
-        AppendNumber(content, kPageSize, 4);
+        content += Numbers({page * kPageSize, kPageSize});
     }
     for (const std::size_t page : pages) {
         content += after.substr(kHeaderSize + page * kPageSize, kPageSize);
     }
     content.resize((content.size() + 40 + kSectorSize - 1) / kSectorSize * kSectorSize - 40);
-    std::string entry = "HvLE";
-    AppendNumber(entry, content.size() + 40, 4);
-    AppendNumber(entry, 0, 4);
-    AppendNumber(entry, sequence, 4);
-    AppendNumber(entry, after.size() - kHeaderSize, 4);
-    AppendNumber(entry, pages.size(), 4);
+    std::string entry = "HvLE" + Numbers({content.size() + 40, 0, sequence,
+                                          after.size() - kHeaderSize, pages.size()});
     AppendNumber(entry, Marvin(content), 8);
     AppendNumber(entry, Marvin(entry), 8);
     m_bytes += entry + content;

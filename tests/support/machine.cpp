@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
 #include "platform/answers.h"
 #include "platform/described/description_in_effect.h"
 #include "support/text.h"
@@ -49,53 +47,16 @@ CTestMachine CTestMachine::OfFile(const std::filesystem::path& file) {
     return CTestMachine(description);
 }
 
-// Who keeps something of a description asks anew when another one comes into effect.
 CTestMachine& CTestMachine::Changed() {
     platform::UseMachineDescription(m_description);
     return *this;
 }
 
 CTestMachine& CTestMachine::Folder(std::u16string_view name, std::u16string_view path) {
-    if (path.empty()) {
-        m_description->folders.erase(std::u16string(name));
-    } else {
-        m_description->folders.insert_or_assign(std::u16string(name), path);
+    if (!path.empty()) {
+        return Put(m_description->folders, std::u16string(name), path);
     }
-    return Changed();
-}
-
-CTestMachine& CTestMachine::Environment(std::u16string_view name, std::u16string_view value) {
-    m_description->environment.insert_or_assign(std::u16string(name), value);
-    return Changed();
-}
-
-CTestMachine& CTestMachine::WindowsFolder(std::u16string_view path) {
-    m_description->windowsFolder = path;
-    return Changed();
-}
-
-CTestMachine& CTestMachine::Version(std::uint32_t major, std::uint32_t minor, bool isWorkstation) {
-    m_description->version = {major, minor, isWorkstation};
-    return Changed();
-}
-
-CTestMachine& CTestMachine::Locale(std::u16string_view name) {
-    m_description->locale = name;
-    return Changed();
-}
-
-CTestMachine& CTestMachine::Sid(std::u16string_view sid) {
-    m_description->userSid = sid;
-    return Changed();
-}
-
-CTestMachine& CTestMachine::Drive(char16_t letter, std::string_view folder) {
-    m_description->drives.insert_or_assign(letter, folder);
-    return Changed();
-}
-
-CTestMachine& CTestMachine::Share(std::u16string_view root, std::string_view folder) {
-    m_description->shares.insert_or_assign(std::u16string(root), folder);
+    m_description->folders.erase(std::u16string(name));
     return Changed();
 }
 

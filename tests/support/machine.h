@@ -10,9 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform {
-struct SMachineDescription;
-}
+#include "platform/described/machine_description.h"
 
 // Describes a machine, which is in effect from the start of the object to its end; then the former
 // one comes back. Copies are the same machine and share its effect, so that a field can be built by
@@ -27,14 +25,24 @@ public:
 
     // A special folder by its token name without percent signs; an empty path takes it away.
     CTestMachine& Folder(std::u16string_view name, std::u16string_view path);
-    CTestMachine& Environment(std::u16string_view name, std::u16string_view value);
-    CTestMachine& WindowsFolder(std::u16string_view path);
-    CTestMachine& Version(std::uint32_t major, std::uint32_t minor, bool isWorkstation);
-    CTestMachine& Locale(std::u16string_view name);
-    CTestMachine& Sid(std::u16string_view sid);
+    CTestMachine& Environment(std::u16string_view name, std::u16string_view value) {
+        return Put(m_description->environment, std::u16string(name), value);
+    }
+    CTestMachine& WindowsFolder(std::u16string_view path) {
+        return Set(m_description->windowsFolder, path);
+    }
+    CTestMachine& Version(std::uint32_t major, std::uint32_t minor, bool isWorkstation) {
+        return Set(m_description->version, platform::SSystemVersion{major, minor, isWorkstation});
+    }
+    CTestMachine& Locale(std::u16string_view name) { return Set(m_description->locale, name); }
+    CTestMachine& Sid(std::u16string_view sid) { return Set(m_description->userSid, sid); }
     // A drive by its upper-case letter, and a share by its root ("\\server\share").
-    CTestMachine& Drive(char16_t letter, std::string_view folder);
-    CTestMachine& Share(std::u16string_view root, std::string_view folder);
+    CTestMachine& Drive(char16_t letter, std::string_view folder) {
+        return Put(m_description->drives, letter, folder);
+    }
+    CTestMachine& Share(std::u16string_view root, std::string_view folder) {
+        return Put(m_description->shares, std::u16string(root), folder);
+    }
     // A hive without a file, in kernel form.
     CTestMachine& Hive(std::u16string_view name);
 
@@ -42,7 +50,18 @@ private:
     struct SEffect;
 
     explicit CTestMachine(const platform::SMachineDescription& description);
+    // Who keeps something of a description asks anew when another one comes into effect.
     CTestMachine& Changed();
+    template <class TField, class TValue>
+    CTestMachine& Set(TField& field, const TValue& value) {
+        field = value;
+        return Changed();
+    }
+    template <class TMap, class TKey, class TValue>
+    CTestMachine& Put(TMap& map, const TKey& key, const TValue& value) {
+        map.insert_or_assign(key, typename TMap::mapped_type(value));
+        return Changed();
+    }
 
     std::shared_ptr<platform::SMachineDescription> m_description;
     std::shared_ptr<const SEffect> m_effect;

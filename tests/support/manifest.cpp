@@ -2,19 +2,16 @@
 
 #include "foundation/xml_escape.h"
 #include "foundation/xml_reader.h"
+#include "support/little_endian.h"
 #include "support/system.h"
 #include "support/text.h"
 
 std::string ReadUtf16File(const std::string& bytes) {
     std::u16string text;
     for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
-        const auto low = static_cast<unsigned char>(bytes[i]);
-        const auto high = static_cast<unsigned char>(bytes[i + 1]);
-        const auto unit = static_cast<char16_t>(low | high << 8);
-        if (unit != u'\r') {
-            text += unit;
-        }
+        text += static_cast<char16_t>(GetNumber(bytes, i, 2));
     }
+    std::erase(text, u'\r');
     return Utf8(text);
 }
 

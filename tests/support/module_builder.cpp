@@ -7,20 +7,14 @@ namespace {
 constexpr std::uint32_t kAddress = 0x2000;
 
 std::string MakeMetadata(std::uint32_t assemblies) {
+    const bool isAssembly = assemblies != 0;
     std::string bytes("BSJB\1\0\1\0\0\0\0\0\14\0\0\0v4.0.30319\0\0\0\0\2\0", 32);
-    AppendNumber(bytes, 200, 8);
-    bytes += std::string("#Strings\0\0\0\0", 12);
-    AppendNumber(bytes, SModuleLayout::kTables - SModuleLayout::kMetadata, 8);
+    bytes += Numbers({200}, 8) + std::string("#Strings\0\0\0\0", 12);
+    bytes += Numbers({SModuleLayout::kTables - SModuleLayout::kMetadata}, 8);
     bytes += std::string("#~\0\0", 4);
-    AppendNumber(bytes, 0, 8);
-    AppendNumber(bytes, 5 | (assemblies == 0 ? 0 : std::uint64_t{1} << 32), 8);
-    AppendNumber(bytes, 0, 8);
     // The rows of two tables that every module has, then those of assemblies.
-    AppendNumber(bytes, std::uint64_t{7} << 32 | 1, 8);
-    if (assemblies != 0) {
-        AppendNumber(bytes, assemblies, 4);
-    }
-    return bytes;
+    bytes += Numbers({0, 5 | std::uint64_t{isAssembly} << 32, 0, std::uint64_t{7} << 32 | 1}, 8);
+    return bytes + (isAssembly ? Numbers({assemblies}) : "");
 }
 
 }  // namespace
