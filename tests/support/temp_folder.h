@@ -31,3 +31,17 @@ public:
 private:
     std::filesystem::path m_path;
 };
+
+// Makes a folder the current one while it lives.
+class CCurrentFolder {
+public:
+    explicit CCurrentFolder(const std::filesystem::path& folder) {
+        std::filesystem::current_path(folder);
+    }
+    ~CCurrentFolder() { std::filesystem::current_path(m_before); }
+    CCurrentFolder(const CCurrentFolder&) = delete;
+    CCurrentFolder& operator=(const CCurrentFolder&) = delete;
+
+private:
+    std::filesystem::path m_before = std::filesystem::current_path();
+};

@@ -11,5 +11,10 @@
 std::string Utf8(std::u16string_view text);
 std::u16string Utf16(std::string_view text);
 
+// UTF-16 in little-endian bytes with its mark, as the library writes its files.
+std::string Utf16Bytes(std::string_view text);
+
+std::string Repeat(std::string_view text, std::size_t count);
+
 // Lets a failed comparison of texts show them.
 void PrintTo(const CStrW& text, std::ostream* stream);
