@@ -102,18 +102,16 @@ void ExpandTokens(SAttributes<TContent> rows, std::type_identity_t<TContent>& co
 
 // The following are the forms of tables: Path<&SOrvService::binary, IfAny>.
 
+inline const CStrW& Whole(const CStrW& text) { return text; }
+
 // A text that is written as it is. `kCheck` gives what is kept of one that is read.
-template <auto kMember, EWritten kWritten, CStrW (*kCheck)(const CStrW&) = nullptr>
+template <auto kMember, EWritten kWritten, auto kCheck = Whole>
 constexpr SForm<OwnerOf<kMember>> Plain{
     [](const SAttributeOutput& output, const OwnerOf<kMember>& from) {
         output.Write(from.*kMember, kWritten);
     },
     [](OwnerOf<kMember>& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
-        if constexpr (kCheck == nullptr) {
-            into.*kMember = value;
-        } else {
-            into.*kMember = kCheck(value);
-        }
+        into.*kMember = kCheck(value);
     },
 };
 
