@@ -22,7 +22,6 @@ inline std::uint64_t LoadU64(const std::byte* bytes) {
     return LoadU32(bytes) | static_cast<std::uint64_t>(LoadU32(bytes + 4)) << 32;
 }
 
-
 // A loan of bytes, read as little-endian numbers and as texts at any offset. A number that is not
 // wholly there reads as 0, which binary formats take for "absent", and a text ends with the bytes
 // at the latest. Copies are cheap; any thread.

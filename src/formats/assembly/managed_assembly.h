@@ -12,8 +12,8 @@ namespace formats {
 // where the file ends or cannot be read.
 using ReadAt = std::function<std::size_t(std::uint64_t offset, std::span<std::byte> bytes)>;
 
-// Whether a file is an executable image with metadata that describe an assembly. Reads a few headers
-// of it, whatever its size, and takes any bytes.
+// Whether a file is an executable image with metadata that describe an assembly. Reads a few
+// headers of it, whatever its size, and takes any bytes.
 [[nodiscard]] bool HoldsManagedAssembly(const ReadAt& file);
 
 }  // namespace formats

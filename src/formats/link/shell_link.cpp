@@ -242,8 +242,7 @@ SShellLink CLinkSections::GetAnswers(FolderFinder findFolder) const {
 
 }  // namespace
 
-bool ParseShellLink(std::span<const std::byte> bytes, FolderFinder findFolder,
-                    SShellLink& link) {
+bool ParseShellLink(std::span<const std::byte> bytes, FolderFinder findFolder, SShellLink& link) {
     CLinkSections sections;
     if (!sections.Read(CByteReader(bytes))) {
         return false;

@@ -1,4 +1,5 @@
-// platform/described/known_folders.h - the folders that shell links name by identifiers and numbers.
+// platform/described/known_folders.h - the folders that shell links name by identifiers and
+// numbers.
 #pragma once
 
 #include <string_view>

@@ -434,6 +434,16 @@ TEST_F(PosixFilesTest, AStreamThatCannotBeAskedForIsNotTakenForMissing) {
     EXPECT_EQ(Find(mark), ERROR_READ_FAULT);
 }
 
+// A file that was asked for a stream is read without looking for it again.
+TEST_F(PosixFilesTest, AFileLeftOpenIsNotThatOfAnotherMachine) {
+    m_folder.WriteFile("one/a.txt", "one");
+    m_folder.WriteFile("two/a.txt", "two");
+    CTestMachine machine = CTestMachine().Drive(u'C', m_folder.Path("one").native());
+    EXPECT_EQ(Find(uR"(C:\a.txt:MARK)"), ERROR_FILE_NOT_FOUND);
+    machine.Drive(u'C', m_folder.Path("two").native());
+    EXPECT_EQ(Read(uR"(C:\a.txt)"), "two");
+}
+
 // Signals that never end, as some file systems of a program that is gone have them.
 TEST_F(PosixFilesTest, WhatIsInterruptedForEverIsNotTriedForEver) {
     const std::u16string file = m_folder.WriteFile("file", "<a/>");

@@ -12,28 +12,6 @@
 
 namespace platform {
 
-namespace {
-
-struct SKeptFile {
-    CFileDescriptor file;
-    std::u16string path;
-};
-SKeptFile g_kept;
-
-bool TakeKept(std::u16string_view path, CFileDescriptor& file, struct stat& info) {
-    if (!g_kept.file.IsOpen() || g_kept.path != path) {
-        return false;
-    }
-    SKeptFile kept = std::exchange(g_kept, {});
-    if (fstat(kept.file.Get(), &info) != 0 || info.st_nlink == 0) {
-        return false;
-    }
-    file = std::move(kept.file);
-    return true;
-}
-
-}  // namespace
-
 int FindFolder(std::u16string_view path, SFilePlace& place) {
     CFolderCache& cache = CFolderCache::Get();
     SSplitPath split;
@@ -91,20 +69,13 @@ int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info)
 }
 
 int OpenFile(std::u16string_view path, CFileDescriptor& file, struct stat& info) {
-    if (TakeKept(path, file, info)) {
+    if (CFolderCache::Get().TakeKept(path, file, info)) {
         return ERROR_SUCCESS;
     }
     SFilePlace place;
     const int status = FindFile(path, place);
     return status == ERROR_SUCCESS ? OpenEntry(place, file, info) : status;
 }
-
-void KeepOpen(CFileDescriptor file, std::u16string_view path) {
-    g_kept.file = std::move(file);
-    g_kept.path = path;
-}
-
-void CloseKept() { g_kept = {}; }
 
 int OpenForReading(const char16_t* name, CFileDescriptor& file) {
     struct stat info {};

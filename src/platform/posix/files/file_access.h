@@ -44,12 +44,7 @@ struct SFilePlace {
 // OpenForReading has them; otherwise `info` is of the open file.
 [[nodiscard]] int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info);
 
-// FindFile and OpenEntry in one, which need not look up again what was left to them.
+// FindFile and OpenEntry in one, which need neither when the file is kept open.
 [[nodiscard]] int OpenFile(std::u16string_view path, CFileDescriptor& file, struct stat& info);
-
-// Leaves a file that OpenEntry gave, and that nobody has read from, to the next OpenFile of this
-// path, unless it has been deleted by then. One file is kept at a time.
-void KeepOpen(CFileDescriptor file, std::u16string_view path);
-void CloseKept();
 
 }  // namespace platform

@@ -1,4 +1,5 @@
-// platform/posix/files/file_name.h - the name of a file as the disk has it and as Windows callers see it.
+// platform/posix/files/file_name.h - the name of a file as the disk has it and as Windows callers
+// see it.
 //
 // On disk a name is bytes, as a rule UTF-8. Callers see UTF-16, where a character that no Windows
 // name can hold shows moved up by U+F000, and a byte that is no part of UTF-8 as U+DC00 plus the

@@ -94,8 +94,7 @@ int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
 
 }  // namespace
 
-int FindStream(SFilePlace& place, std::u16string_view path) {
-    CFileDescriptor file;
+int FindStream(SFilePlace& place, CFileDescriptor& file) {
     if (const int status = FindAndOpen(place, file)) {
         return status;
     }
@@ -109,10 +108,6 @@ int FindStream(SFilePlace& place, std::u16string_view path) {
     // A folder that may only be passed through shows no files beside any.
     if (status == ERROR_FILE_NOT_FOUND && error != 0 && error != EACCES) {
         status = StatusFromErrno(error);
-    }
-    if (status == ERROR_FILE_NOT_FOUND && place.entry.IsRegular()) {
-        // A file without a mark is copied next.
-        KeepOpen(std::move(file), path.substr(0, path.find(u':', path.rfind(u'\\') + 1)));
     }
     return status;
 }

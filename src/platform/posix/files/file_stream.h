@@ -8,8 +8,8 @@ namespace platform {
 // Finds the file that `place` asks for, as FindEntryAt does, and its stream: a file beside it named
 // "name:stream", or an extended attribute "user.stream" or "user.DosStream.stream:$DATA". Letter
 // case does not count. ERROR_FILE_NOT_FOUND when either is missing, ERROR_READ_FAULT when the
-// attributes cannot be asked for though the file can be read. `path` led to the place; a file
-// without the stream is left open under what of it names the file. Sets no last error.
-[[nodiscard]] int FindStream(SFilePlace& place, std::u16string_view path);
+// attributes cannot be asked for though the file can be read. Whatever the result, `file` is the
+// file, or the folder, if it is there and could be opened. Sets no last error.
+[[nodiscard]] int FindStream(SFilePlace& place, CFileDescriptor& file);
 
 }  // namespace platform

@@ -142,7 +142,6 @@ bool IsSealedLink(const char16_t* name) {
 void SetPackageFolder(const char16_t* name) {
     CFolderCache& cache = CFolderCache::Get();
     cache.SetPackageFolder(nullptr);
-    CloseKept();
     SFileLocation location;
     std::shared_ptr<CFolder> folder;
     if (name != nullptr && ReadLocation(name, location) == ERROR_SUCCESS &&

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
+#include <utility>
 
 #include "platform/files.h"
 #include "platform/posix/errno_status.h"
@@ -41,6 +42,18 @@ bool HasStream(std::u16string_view path) {
     return SplitPath(path, split) && !split.stream.empty();
 }
 
+// Looks up a stream. A file that is without it is left open for its reader: who asks for a stream
+// of a file reads the file next.
+int FindStreamOf(SFilePlace& place, std::u16string_view path) {
+    CFileDescriptor file;
+    const int status = FindStream(place, file);
+    if (status == ERROR_FILE_NOT_FOUND && file.IsOpen() && place.entry.IsRegular()) {
+        const std::size_t colon = path.find(u':', path.rfind(u'\\') + 1);
+        CFolderCache::Get().KeepOpen(path.substr(0, colon), std::move(file));
+    }
+    return status;
+}
+
 // Looks up what is no pattern, in a folder that is found already, which `path` led to.
 int FindOne(SFilePlace& place, std::u16string_view path, SFindData& found) {
     constexpr char16_t kColonOnDisk = 0xF03A;
@@ -49,7 +62,7 @@ int FindOne(SFilePlace& place, std::u16string_view path, SFindData& found) {
         place.name.empty() && !place.stream.empty() &&
         place.folder->Find(kColonOnDisk + place.stream, place.entry) == ERROR_SUCCESS;
     if (!isStreamAlone) {
-        const int status = place.stream.empty() ? FindEntryAt(place) : FindStream(place, path);
+        const int status = place.stream.empty() ? FindEntryAt(place) : FindStreamOf(place, path);
         if (status != ERROR_SUCCESS) {
             return status;
         }

@@ -123,6 +123,12 @@ void CFolderCache::Clear() {
     m_recent = {};
     m_names.clear();
     m_nameCount = 0;
+    m_kept = {};
+}
+
+bool CFolderCache::TakeKept(std::u16string_view path, CFileDescriptor& file, struct stat& info) {
+    CheckMachine();
+    return m_kept.Take(path, file, info);
 }
 
 void CFolderCache::SetPackageFolder(const std::shared_ptr<CFolder>& folder) {

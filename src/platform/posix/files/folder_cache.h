@@ -10,10 +10,12 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/posix/files/file_location.h"
 #include "platform/posix/files/folder.h"
+#include "platform/posix/files/kept_file.h"
 
 namespace platform {
 
@@ -37,6 +39,12 @@ public:
     // The folder of the path itself, if it is among the last that were asked for; otherwise null,
     // which says nothing.
     [[nodiscard]] std::shared_ptr<CFolder> FindRecent(std::u16string_view path);
+
+    // Keep an open file for the next reader of its path, and give it out, as CKeptFile does.
+    void KeepOpen(std::u16string_view path, CFileDescriptor file) {
+        m_kept.Keep(path, std::move(file));
+    }
+    [[nodiscard]] bool TakeKept(std::u16string_view path, CFileDescriptor& file, struct stat& info);
 
     // Makes `folder`, or with null none, the package folder. All that was known is forgotten.
     void SetPackageFolder(const std::shared_ptr<CFolder>& folder);
@@ -85,6 +93,7 @@ private:
     std::size_t m_nextRecent = 0;
     std::uint64_t m_uses = 0;
     std::uint64_t m_machine = 0;
+    CKeptFile m_kept;
     std::shared_ptr<CFolder> m_package;
     std::vector<FileId> m_packageWay;  // the package folder and all above it; empty if unknown
 };

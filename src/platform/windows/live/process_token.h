@@ -1,4 +1,5 @@
-// platform/windows/live/process_token.h - the token of this process: whose it is and what it may do.
+// platform/windows/live/process_token.h - the token of this process: whose it is and what it may
+// do.
 #pragma once
 
 #include <cstddef>

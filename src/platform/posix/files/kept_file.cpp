@@ -1,0 +1,24 @@
+#include "platform/posix/files/kept_file.h"
+
+#include <utility>
+
+namespace platform {
+
+void CKeptFile::Keep(std::u16string_view path, CFileDescriptor file) {
+    m_file = std::move(file);
+    m_path = path;
+}
+
+bool CKeptFile::Take(std::u16string_view path, CFileDescriptor& file, struct stat& info) {
+    if (!m_file.IsOpen() || m_path != path) {
+        return false;
+    }
+    CFileDescriptor kept = std::move(m_file);
+    if (fstat(kept.Get(), &info) != 0 || info.st_nlink == 0) {
+        return false;
+    }
+    file = std::move(kept);
+    return true;
+}
+
+}  // namespace platform
