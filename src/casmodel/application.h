@@ -1,7 +1,7 @@
 // casmodel/application.h - the applications that a package publishes.
 //
 // A package names them twice: the profile with their icons and file types, each target with the
-// command that starts them there. Nothing is made of either.
+// command that starts them there. The conversion uses neither.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +24,7 @@ public:
     std::uint32_t Default = 0;
 };
 
-// An icon of a later form. It is counted, and nothing in it is kept.
+// An icon in a later format. Icons are counted; their content is skipped.
 class CCasIcon3 {
 public:
     virtual ~CCasIcon3() = default;

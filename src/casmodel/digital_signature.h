@@ -5,7 +5,7 @@
 
 class CXmlReader;
 
-// What a profile says about the package's signature. Nothing is made of it.
+// The signature of a package. The conversion does not use it.
 class CCasDigitalSignature {
 public:
     virtual ~CCasDigitalSignature() = default;

@@ -9,6 +9,7 @@
 namespace {
 
 void OpenFile(CXmlReader& reader, const CFilePathW& file) {
+    // The packager escapes by tildes, as this library does.
     reader.SetValueFilter(UnescapeXmlText);
     const int status = reader.Open(file);
     if (status < 0) {
@@ -43,6 +44,7 @@ int ReadDocument(const CFilePathW& file, std::u16string_view element,
         OpenFile(reader, file);
         GoToElement(reader, element);
         read(reader);
+        // Statuses are thrown as int; anything else is for the stage that reads the document.
     } catch (const int status) {
         return status;
     }

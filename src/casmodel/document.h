@@ -7,9 +7,9 @@
 class CFilePathW;
 class CXmlReader;
 
-// Opens a document, goes to the first start tag of the path `element` and lets `read` go on from
-// there. Returns 0, the HRESULT when the file cannot be opened, ERROR_NOT_FOUND when there is no
-// such element, or the status that `read` throws as an int. A document that breaks behind that
-// element ends there.
+// Opens a document, goes to the first start tag with the path `element` and calls `read` there.
+// Returns 0, the HRESULT when the file cannot be opened, ERROR_NOT_FOUND when there is no such
+// element, or a status that `read` throws as an int. A fault in the document after that element
+// ends it there.
 [[nodiscard]] int ReadDocument(const CFilePathW& file, std::u16string_view element,
                                const std::function<void(CXmlReader& reader)>& read);

@@ -5,6 +5,7 @@
 #include "foundation/wide_string.h"
 
 std::u16string_view GetChildTail(std::u16string_view path, std::size_t parentLength) {
+    // An element is a direct child when the last "/" follows the path of its parent.
     return path.rfind(u'/') == parentLength ? path.substr(parentLength) : std::u16string_view();
 }
 
@@ -22,6 +23,7 @@ void CElementPath::OnElement(std::u16string_view readerPath) {
 }
 
 void CElementPath::OnEndElement(std::u16string_view readerPath) {
+    // The end of the deepest open element of this path; other elements have longer paths.
     if (m_readerLength == readerPath.size()) {
         m_openLength = m_path.rfind(u'/', m_openLength - 1);
         m_readerLength = readerPath.rfind(u'/');

@@ -2,6 +2,7 @@
 
 bool GoToNextElement(CXmlReader& reader, std::size_t parentLength) {
     for (;;) {
+        // The reader ends every document, whole or not, so this loop ends.
         switch (reader.ReadNext()) {
             case XmlTokenNone:
                 return false;

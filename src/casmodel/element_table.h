@@ -1,7 +1,7 @@
-// casmodel/element_table.h - how a class of the package model is read by its table of elements.
+// casmodel/element_table.h - reads a class of the package model by a table of its elements.
 //
-// A reading operation is called on a start tag. It consumes the input up to that element's end tag
-// or, in a document that breaks off, up to its end; what was read by then stays.
+// A reading operation is called on a start tag. It reads up to the end tag of that element or, in a
+// document that breaks off, up to the end of the input. What was read before stays.
 #pragma once
 
 #include <cstddef>
@@ -18,19 +18,20 @@
 #include "foundation/wide_string.h"
 #include "foundation/xml_reader.h"
 
-// One row: a child element's name with "/" in front, and what is done at its start tag; null for an
-// element that is known and of no use here.
+// One row: the name of a child element with "/" in front, and the function to call at its start
+// tag. The function is null for an element that is known and not used.
 template <class T>
 struct SElement {
     std::u16string_view tail;
     void (*read)(T& object, CXmlReader& reader);
 };
 
-// Goes to the next start tag within the element whose path has `parentLength` units; false at that
-// element's end, and at the end of the input. No other element within it has a path as short.
+// Goes to the next start tag within the element whose path has `parentLength` units. False at the
+// end of that element and at the end of the input. Elements within it have longer paths, so the
+// length of the path identifies its end tag.
 [[nodiscard]] bool GoToNextElement(CXmlReader& reader, std::size_t parentLength);
 
-// Does what the first row of that tail asks for; nothing when there is none.
+// Calls the function of the first row with that tail; does nothing without such a row.
 template <class T>
 void ReadElement(std::type_identity_t<std::span<const SElement<T>>> rows, std::u16string_view tail,
                  T& object, CXmlReader& reader) {
@@ -44,8 +45,7 @@ void ReadElement(std::type_identity_t<std::span<const SElement<T>>> rows, std::u
     }
 }
 
-// Reads an object by its table. The children of unknown elements match no row, so they are passed
-// over with them.
+// Reads an object by its table. Children of unknown elements match no row, so they are skipped too.
 template <class T>
 void ReadElements(std::type_identity_t<std::span<const SElement<T>>> rows, T& object,
                   CXmlReader& reader) {
@@ -59,9 +59,9 @@ void ReadElements(std::type_identity_t<std::span<const SElement<T>>> rows, T& ob
 template <auto kMember>
 using ItemOf = typename FieldOf<kMember>::value_type::element_type;
 
-// The following are the entries of tables: Value<&CCasTarget::Ver, ReadUInt32>.
+// The functions for the rows of tables, such as Value<&CCasTarget::Ver, ReadUInt32>.
 
-// The text right behind the start tag; without any, the field stays as it is.
+// Reads the text directly after the start tag. Without a text the field is unchanged.
 template <auto kMember, auto kReadValue>
 void Value(OwnerOf<kMember>& owner, CXmlReader& reader) {
     if (reader.ReadNext() == XmlTokenText) {
@@ -69,13 +69,13 @@ void Value(OwnerOf<kMember>& owner, CXmlReader& reader) {
     }
 }
 
-// A part that is held by value.
+// Reads a part that is a member by value.
 template <auto kMember>
 void Block(OwnerOf<kMember>& owner, CXmlReader& reader) {
     (owner.*kMember).Read(reader);
 }
 
-// An item of its own at each occurrence.
+// Reads one item; each occurrence of the element adds one.
 template <auto kMember>
 void Item(OwnerOf<kMember>& owner, CXmlReader& reader) {
     auto item = std::make_unique<ItemOf<kMember>>();
@@ -83,7 +83,7 @@ void Item(OwnerOf<kMember>& owner, CXmlReader& reader) {
     (owner.*kMember).push_back(std::move(item));
 }
 
-// A collection: each child is an item, whatever its name.
+// Reads a collection: each child is an item, whatever its name.
 template <auto kMember>
 void Items(OwnerOf<kMember>& owner, CXmlReader& reader) {
     const std::size_t length = reader.GetPath().size();
@@ -92,7 +92,7 @@ void Items(OwnerOf<kMember>& owner, CXmlReader& reader) {
     }
 }
 
-// A list of texts, one for each child, whatever its name; an empty child gives an empty text.
+// Reads a list of texts, one for each child, whatever its name. An empty child gives an empty text.
 template <auto kMember>
 void Strings(OwnerOf<kMember>& owner, CXmlReader& reader) {
     const std::size_t length = reader.GetPath().size();

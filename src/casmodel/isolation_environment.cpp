@@ -12,7 +12,7 @@ void SetRuleType(ECasRuleType& type, CXmlReader&) {
     type = kType;
 }
 
-// The type is the name of a child, and the last one counts.
+// The type is the name of a child element. The last one counts.
 constexpr SElement<ECasRuleType> kRuleTypeElements[] = {
     {u"/Ignore", SetRuleType<ECasRuleType::Ignore>},
     {u"/IsolatePerUser", SetRuleType<ECasRuleType::IsolatePerUser>},
@@ -25,7 +25,7 @@ void ReadRuleType(TRule& rule, CXmlReader& reader) {
     ReadElements(kRuleTypeElements, rule.RuleType, reader);
 }
 
-// Here a yes begins with a "T", and "1" is a no.
+// In this file true is a text that begins with "T" or "t"; "1" is false.
 void ReadFlag(CXmlReader& reader, bool& field) {
     CStrW text;
     ReadString(reader, text);
@@ -90,6 +90,7 @@ void CCasDefaultRule::Read(CXmlReader& reader) {
 
 void CCasRule::Read(CXmlReader& reader) {
     CStrW name;
+    // The attributes first: ReadElements leaves the start tag.
     for (int status = reader.MoveToFirstAttribute(); status == S_OK;
          status = reader.MoveToNextAttribute()) {
         reader.GetLocalName(name);

@@ -27,7 +27,7 @@ struct SCasAccessFlags {
     bool PhysicalCopyOnWrite = false;
 };
 
-// What holds for one kind of object where no rule says otherwise.
+// The rule for one kind of object where no other rule applies.
 class CCasDefaultRule {
 public:
     virtual ~CCasDefaultRule() = default;
@@ -43,7 +43,7 @@ public:
     CStrW PhysicalName;
 };
 
-// A rule for one path. Origin and type are attributes of its element.
+// A rule for one path. `Origin` and `Type` are attributes of its element.
 class CCasRule {
 public:
     virtual ~CCasRule() = default;
@@ -86,7 +86,8 @@ public:
     std::vector<std::unique_ptr<CCasExeControl>> ExeControlList;
 };
 
-// A target's "SandboxData.xml". It is read to see that it can be; nothing is made of it.
+// The content of a target's "SandboxData.xml". It is read only to check that it can be read; the
+// conversion does not use it.
 class CCasIsolationEnvironment {
 public:
     virtual ~CCasIsolationEnvironment() = default;

@@ -5,7 +5,7 @@
 #include "foundation/file_path.h"
 #include "foundation/wide_string.h"
 
-// The package of one profile file. Beside that file each target has a folder of its own.
+// The package of one profile file. Each target has a folder beside that file. One thread at a time.
 class CCasPackage {
 public:
     CCasPackage() = default;
@@ -13,15 +13,15 @@ public:
     CCasPackage(const CCasPackage&) = delete;
     CCasPackage& operator=(const CCasPackage&) = delete;
 
-    // Reads the package whose profile is the given file. 0, or the status of
-    // CCasProfile::ReadFromFile, which is logged with the file's path; name and folder are set all
-    // the same. ERROR_ALREADY_ASSIGNED, with nothing changed or logged, when the package has a
-    // folder already.
+    // Reads the package with the given profile file. Returns 0, or the status of
+    // CCasProfile::ReadFromFile, which is logged with the path of the file; name and folder are set
+    // also then. ERROR_ALREADY_ASSIGNED, with nothing changed or logged, when Open was called
+    // before.
     [[nodiscard]] int Open(const CStrW& profileFile);
 
-    // The profile's file name less its extension.
+    // The name of the profile file without its extension.
     [[nodiscard]] const CStrW& GetName() const { return m_name; }
-    // The folder that the profile's file stands in.
+    // The folder of the profile file.
     [[nodiscard]] const CFilePathW& GetFolder() const { return m_folder; }
     [[nodiscard]] const CCasProfile& GetProfile() const { return m_profile; }
 

@@ -1,4 +1,5 @@
-// casmodel/packager_version.h - the version of the packager that made or changed something.
+// casmodel/packager_version.h - the version of the packager that made or changed a profile or
+// target.
 #pragma once
 
 #include <cstdint>

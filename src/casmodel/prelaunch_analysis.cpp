@@ -17,7 +17,7 @@ constexpr SElement<CCasPrelaunchAnalysisApplication> kApplicationElements[] = {
     {u"/MaxVersion", Value<&CCasPrelaunchAnalysisApplication::MaxVersion, ReadString>},
 };
 
-// The items repeat right here, without an element around them.
+// The items repeat directly here, without an element around them.
 constexpr SElement<CCasPrelaunchAnalysis> kElements[] = {
     {u"/Enabled", Value<&CCasPrelaunchAnalysis::Enabled, ReadBool>},
     {u"/File", Item<&CCasPrelaunchAnalysis::Files>},

@@ -8,7 +8,7 @@
 
 class CXmlReader;
 
-// A file that has to be there.
+// A file that must exist.
 class CCasPrelaunchAnalysisFile {
 public:
     virtual ~CCasPrelaunchAnalysisFile() = default;
@@ -20,7 +20,7 @@ public:
     CStrW MaxVersion;
 };
 
-// An application that has to be there.
+// An application that must be installed.
 class CCasPrelaunchAnalysisApplication {
 public:
     virtual ~CCasPrelaunchAnalysisApplication() = default;
@@ -33,7 +33,7 @@ public:
     CStrW MaxVersion;
 };
 
-// The conditions of a profile or of a target. Nothing is made of them.
+// The conditions of a profile or of a target. The conversion does not use them.
 class CCasPrelaunchAnalysis {
 public:
     virtual ~CCasPrelaunchAnalysis() = default;

@@ -9,7 +9,8 @@
 
 namespace {
 
-// Adds a sub-profile, if the collection has any, and stops at its start tag.
+// Goes to the first element of the collection and adds a sub-profile for it. ReadElements reads its
+// content. Nothing is added if the collection is empty.
 void StartSubProfile(CCasProfile& profile, CXmlReader& reader) {
     if (GoToNextElement(reader, reader.GetPath().size())) {
         profile.SubProfiles.push_back(std::make_unique<CCasProfile>());
@@ -36,8 +37,8 @@ constexpr SElement<CCasProfile> kElements[] = {
     {u"/DigitalSignature", Block<&CCasProfile::DigitalSignature>},
 };
 
-// Reads the element if it is one of the profile's. Gives the sub-profile that it has started, or
-// null.
+// Reads the element if it is a known child of the profile. Returns the sub-profile that starts
+// there, or null.
 CCasProfile* ReadProfileElement(CCasProfile& profile, const CElementPath& path,
                                 CXmlReader& reader) {
     const std::size_t count = profile.SubProfiles.size();
@@ -48,7 +49,8 @@ CCasProfile* ReadProfileElement(CCasProfile& profile, const CElementPath& path,
 }  // namespace
 
 CCasProfile::~CCasProfile() {
-    // Profiles can nest as deep as a document does, so each is emptied before it goes.
+    // Profiles can nest as deep as the document. So the nested ones are moved out before a profile
+    // is deleted; otherwise the destructors would nest as deep and overflow the stack.
     std::vector<std::unique_ptr<CCasProfile>> profiles = std::move(SubProfiles);
     while (!profiles.empty()) {
         const std::unique_ptr<CCasProfile> profile = std::move(profiles.back());
@@ -65,9 +67,9 @@ int CCasProfile::ReadFromFile(const CFilePathW& file) {
 }
 
 // Unlike every other element, a profile does not end at its end tag: it goes on to the end of the
-// document. So the first sub-profile takes all that follows its start, as far as it stands on the
-// sub-profile's own path, and nothing behind it reaches the profile around it. Hence one loop,
-// which turns from a profile to the nested one, serves for any depth.
+// document. So the first sub-profile takes all elements after its start that are on its own path,
+// and nothing after it reaches the outer profile. This must stay. Because of it one loop, which
+// changes to the nested profile and never back, reads any depth.
 void CCasProfile::ReadElements(CXmlReader& reader) {
     CCasProfile* profile = this;
     CElementPath path;

@@ -1,4 +1,4 @@
-// casmodel/profile.h - what the profile file of a package says.
+// casmodel/profile.h - the content of the profile file of a package.
 #pragma once
 
 #include <cstdint>
@@ -17,9 +17,10 @@
 class CFilePathW;
 class CXmlReader;
 
-// A profile: plain data, filled once, its items in document order. The reader is tolerant: elements
-// in any letter case, unknown ones passed over, missing ones at their defaults, and a document that
-// breaks off read up to there. The hashes come without their lengths.
+// A profile: plain data, read once, with its items in the order of the document. The reader is
+// tolerant. The letter case of elements does not count, unknown elements are skipped, missing ones
+// keep their defaults, and a document that breaks off is read up to there. The hashes are kept
+// without their lengths. Filled by one thread; then any thread may read it.
 class CCasProfile {
 public:
     CCasProfile() = default;
@@ -27,8 +28,8 @@ public:
     CCasProfile(const CCasProfile&) = delete;
     CCasProfile& operator=(const CCasProfile&) = delete;
 
-    // Reads a profile file. 0, the HRESULT when it cannot be opened, or ERROR_NOT_FOUND when its
-    // root is not "Package"; then the profile stays as it was.
+    // Reads a profile file. Returns 0, the HRESULT when it cannot be opened, or ERROR_NOT_FOUND
+    // when its root is not "Package". After a failure the profile is unchanged.
     [[nodiscard]] int ReadFromFile(const CFilePathW& file);
 
     GUID Guid{};

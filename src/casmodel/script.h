@@ -1,12 +1,12 @@
-// casmodel/script.h - a script that runs beside the application.
+// casmodel/script.h - a script that belongs to the application.
 #pragma once
 
 #include "foundation/wide_string.h"
 
 class CXmlReader;
 
-// A script of the profile or of a target. Its file stands in a folder "Scripts" beside the profile,
-// or in the target's folder.
+// A script of the profile or of a target. Its file is in a folder "Scripts", beside the profile or
+// in the target's folder.
 class CCasScript {
 public:
     virtual ~CCasScript() = default;
@@ -16,6 +16,6 @@ public:
     CStrW Filename;
     CStrW Cmdline;
     bool Disabled = false;
-    bool Prelaunch = false;  // runs before the application, and not after it
+    bool Prelaunch = false;  // runs before the application; otherwise after it
     bool Isolated = false;
 };

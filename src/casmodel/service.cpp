@@ -4,7 +4,7 @@
 
 namespace {
 
-// Paths with blanks are stored in quotes.
+// Paths with blanks are in quotes, which are removed.
 void ReadVirtualPath(CCasService& service, CXmlReader& reader) {
     Value<&CCasService::VirtualPath, ReadString>(service, reader);
     service.VirtualPath.TrimLeftQuotes();

@@ -7,8 +7,8 @@
 
 class CXmlReader;
 
-// A service that a target installs or, with DeleteFlag, removes. The numbers are those of the
-// Windows service manager.
+// A service that a target installs or, with DeleteFlag, removes. The numbers have the meaning of
+// the Windows service manager.
 class CCasService {
 public:
     virtual ~CCasService() = default;
@@ -19,7 +19,7 @@ public:
     CStrW DisplayName;
     CStrW Description;
     CStrW AccountName;
-    CStrW VirtualPath;  // of the program, without the quotes around it
+    CStrW VirtualPath;  // of the program, without quotes
     CStrW Security;
     std::uint32_t Type = 0;
     std::uint32_t StartType = 0;

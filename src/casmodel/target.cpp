@@ -51,6 +51,7 @@ CStrW CCasTarget::GetFolderName() const { return MakeFolderName(platform::GuidTo
 CStrW CCasTarget::MakeFolderName(std::u16string_view guid, std::uint32_t version) {
     guid.remove_prefix(guid.starts_with(u'{') ? 1 : 0);
     guid.remove_suffix(guid.ends_with(u'}') ? 1 : 0);
-    // A version from 2147483648 on prints as a negative number: so the packager names the folder.
+    // A version from 2147483648 on is printed as a negative number, because the packager names the
+    // folder so.
     return CStrW(guid) + u'_' + IntToDecimal(static_cast<std::int32_t>(version));
 }

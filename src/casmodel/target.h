@@ -16,7 +16,7 @@
 
 class CXmlReader;
 
-// An operating system that a target is for.
+// An operating system for which a target was made.
 class CCasOperatingSystem {
 public:
     virtual ~CCasOperatingSystem() = default;
@@ -27,18 +27,20 @@ public:
     CStrW ServicePacks;
 };
 
-// An installation of the application for some operating systems and languages. Its capture stands
-// in a folder of its own below the package's. The hashes come without their lengths.
+// An installation of the application for some operating systems and languages. What was captured is
+// in a folder of its own below the package's. The hashes are kept without their lengths. Filled by
+// one thread; then any thread may read it.
 class CCasTarget {
 public:
     virtual ~CCasTarget() = default;
 
     void Read(CXmlReader& reader);
 
-    // The target's folder: the GUID without braces, "_" and the version as a signed number.
+    // The name of the target's folder: the GUID without braces, "_" and the version as a signed
+    // number.
     [[nodiscard]] CStrW GetFolderName() const;
-    // The same for a GUID as the system writes it. Without one, as when the system fails to write
-    // it, the name is "_" and the version alone.
+    // The same for a GUID as text, in braces or not. If the system could not print it, the text is
+    // empty, and the name is "_" and the version.
     [[nodiscard]] static CStrW MakeFolderName(std::u16string_view guid, std::uint32_t version);
 
     GUID Guid{};

@@ -16,7 +16,7 @@
 namespace {
 
 constexpr std::uint64_t kSecondsFrom1601To1970 = 11644473600U;
-constexpr std::uint64_t kStepsPerSecond = 10000000U;
+constexpr std::uint64_t kStepsPerSecond = 10000000U;  // of 100 nanoseconds
 
 CStrW GetText(CXmlReader& reader) {
     CStrW text;
@@ -24,7 +24,7 @@ CStrW GetText(CXmlReader& reader) {
     return text;
 }
 
-// Removes the first unit when it is one of `units`; false when it is not.
+// Removes the first character if it is one of `units`; otherwise returns false.
 bool TakeOneOf(std::string_view& text, std::string_view units) {
     if (text.empty() || units.find(text.front()) == std::string_view::npos) {
         return false;
@@ -33,7 +33,8 @@ bool TakeOneOf(std::string_view& text, std::string_view units) {
     return true;
 }
 
-// The number at the start of a text that has no sign any more.
+// The number at the start of a text after its sign. Too large a number is infinite, too small a one
+// is 0, as strtod has it.
 double ToUnsignedDouble(std::string_view text) {
     auto format = std::chars_format::general;
     if (text.starts_with("0x") || text.starts_with("0X")) {
@@ -41,6 +42,7 @@ double ToUnsignedDouble(std::string_view text) {
         format = std::chars_format::hex;
     }
     double number = 0;
+    // from_chars takes a second sign, which is not part of a number.
     if (text.starts_with('-')) {
         return number;
     }
@@ -48,6 +50,8 @@ double ToUnsignedDouble(std::string_view text) {
         std::from_chars(text.data(), text.data() + text.size(), number, format);
     if (error == std::errc::result_out_of_range) {
         const std::string_view digits(text.data(), end);
+        // from_chars gives no number when it is out of range. A negative exponent tells the small
+        // from the large.
         const bool isTiny = digits.find('-') != std::string_view::npos;
         return isTiny ? 0 : std::numeric_limits<double>::infinity();
     }
@@ -55,6 +59,7 @@ double ToUnsignedDouble(std::string_view text) {
 }
 
 double ToDouble(std::u16string_view text) {
+    // Only ASCII can be part of a number, so the first other unit ends it.
     const auto isAscii = [](char16_t unit) { return unit < 0x80; };
     const auto end = std::find_if_not(text.begin(), text.end(), isAscii);
     std::string ascii;
@@ -84,6 +89,7 @@ void ReadBool(CXmlReader& reader, bool& field) { field = ReadPlainNumber32(GetTe
 
 void ReadTimeT(CXmlReader& reader, SFileTime& field) {
     const std::uint64_t seconds = ReadPlainNumber64(GetText(reader));
+    // Wraps around for times that a file time cannot express.
     const std::uint64_t steps = (kSecondsFrom1601To1970 + seconds) * kStepsPerSecond;
     field.Low = static_cast<std::uint32_t>(steps);
     field.High = static_cast<std::uint32_t>(steps >> 32);

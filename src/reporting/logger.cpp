@@ -5,11 +5,12 @@
 
 namespace {
 
+// The form of a line is fixed, because hosts recognise errors and warnings by it.
 constexpr const char16_t* kErrorLine =
     u"<font color=\"#FF0000\"><span style=\"font-weight: bold\">Error:</span></font> %s<br>";
 constexpr const char16_t* kWarningLine =
     u"<font color=\"#C0C000\"><span style=\"font-weight: bold\">Warning:</span></font> %s<br>";
-constexpr std::size_t kMaxWhat = 255;
+constexpr std::size_t kMaxWhat = 255;  // bytes
 
 }  // namespace
 
@@ -68,6 +69,7 @@ void CLogger::LogStatus(int status, const CStrW& text) {
 void CLogger::LogException(const std::exception& exception) {
     std::u16string text;
     for (const char c : std::string_view(exception.what()).substr(0, kMaxWhat)) {
+        // The encoding of such a text is not known, so only ASCII is kept.
         const auto byte = static_cast<unsigned char>(c);
         text += byte < 0x80 ? static_cast<char16_t>(byte) : u'?';
     }
@@ -75,10 +77,12 @@ void CLogger::LogException(const std::exception& exception) {
 }
 
 CCasLogger& GetLogger() {
+    // Not destroyed, because a thread of the host may still log while the process ends.
     static auto* const logger = new CCasLogger;
     return *logger;
 }
 
 CStrW ReadFailedText(const CStrW& file) {
+    // The second insert is the reason, which LogStatus adds.
     return CStrW(FormatMessageStyle, MessageReadFailed, nullptr, file.Get(), u"");
 }

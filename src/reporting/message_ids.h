@@ -1,11 +1,11 @@
-// reporting/message_ids.h - the string resources that a host carries for this library.
+// reporting/message_ids.h - the numbers of the string resources that a host has for this library.
 #pragma once
 
 #include <cstdint>
 
 enum EMessageId : std::uint32_t {
-    MessageReadFailed = 101,       // %1 the file, %2 empty: the status follows behind
-    MessageException = 102,        // %1 what was thrown
+    MessageReadFailed = 101,       // %1 the file, %2 empty: the status follows the text
+    MessageException = 102,        // %1 the text of the exception
     MessagePrivilege = 103,        // reserved
     MessageHiveFailed = 104,       // reserved
     MessageCopyFailed = 105,       // %1 the source, %2 the reason

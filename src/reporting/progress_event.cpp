@@ -15,12 +15,13 @@ CProgressEvent::~CProgressEvent() {
     }
 }
 
-// The compilers of both systems lay a class with one virtual table out as the public record says,
-// though the language leaves it to them.
+// The language does not define offsets in a class with virtual functions, but the compilers of both
+// systems lay it out as the public record says.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 void CProgressEvent::CheckLayout() {
-    constexpr std::size_t kTextBuffer = 8;  // behind the virtual table of CStrW
+    constexpr std::size_t kTextBuffer =
+        8;  // bytes: the pointer to the virtual table of CStrW comes first
     static_assert(sizeof(CStrW) == 32);
     static_assert(offsetof(CProgressEvent, Message) + kTextBuffer ==
                   offsetof(OrvProgress, message));
