@@ -7,7 +7,7 @@ namespace {
 constexpr const char16_t* kCatalogsKey = uR"(HKEY_LOCAL_MACHINE\COMPONENTS\CanonicalData\Catalogs)";
 constexpr const char16_t* kComponentsKey =
     uR"(HKEY_LOCAL_MACHINE\COMPONENTS\DerivedData\Components)";
-// Begins the name of a value that stands for a catalog.
+// A value whose name begins so names a catalog.
 constexpr std::u16string_view kCatalogMark = u"c!";
 
 template <class TPaths>
@@ -19,6 +19,7 @@ CFilePathW FindPath(const TPaths& paths, const CStrW& key) {
 }  // namespace
 
 void CAssemblyCatalogs::AddFile(const CFilePathW& path) {
+    // Of two paths that differ only in case the last one counts.
     m_catalogs.insert_or_assign(path.ToString(), CCatalogInfo{path, {}});
 }
 
@@ -29,7 +30,7 @@ void CAssemblyCatalogs::AddValue(const CRegPathW& key, const CStrW& name) {
 void CAssemblyCatalogs::Index(bool withValueNames) {
     m_byStem.clear();
     m_byValueName.clear();
-    // Where several catalogs answer to one name, the first of them does.
+    // If several catalogs have the same name, the first one in the order of paths wins.
     for (auto& [name, catalog] : m_catalogs) {
         m_byStem.try_emplace(catalog.m_path.GetStem(), catalog.m_path);
         if (withValueNames) {
@@ -67,6 +68,7 @@ CFilePathW CAssemblyCatalogs::FindByComponent(const CStrW& componentKey) const {
     const SortedTexts* const values =
         FindValues(CRegPathW(CRegPathW(kComponentsKey), CRegPathW(componentKey)));
     if (values != nullptr) {
+        // The first value, in the order of names, that is also the name of a catalog.
         for (const CStrW& name : *values) {
             if (const auto found = m_byValueName.find(name); found != m_byValueName.end()) {
                 return found->second;

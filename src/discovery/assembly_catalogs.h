@@ -1,4 +1,4 @@
-// discovery/assembly_catalogs.h - the captured catalogs, and how an assembly finds its own.
+// discovery/assembly_catalogs.h - the captured catalogs, and how to find that of an assembly.
 #pragma once
 
 #include <map>
@@ -11,23 +11,26 @@
 // A captured catalog.
 struct CCatalogInfo {
     CFilePathW m_path;
-    CStrW m_valueName;  // that the component registry knows it by; empty when it does not
+    CStrW m_valueName;  // its name in the component registry; empty if it has none
 };
 
-// The catalogs of a capture and the registry that ties them to components. An older system names a
-// catalog after its manifest; a newer one names it by a value of the component registry, which
-// stands in the key of the catalog and in those of its components. Each record stands once,
-// whatever its letter case. One thread at a time.
+// The captured catalogs, and the captured registry values that connect them with components.
+// Windows before Vista names a catalog after its manifest. Later systems name it by a value of the
+// component registry, which is in the key of the catalog and in the keys of its components. Paths
+// and names are compared ignoring case. One thread at a time.
+//
+// INVARIANT: `m_byStem` and `m_byValueName` index what was added before the last call of Index.
+// They make a look-up O(log n) in the number of catalogs.
 class CAssemblyCatalogs {
 public:
     void AddFile(const CFilePathW& path);
     void AddValue(const CRegPathW& key, const CStrW& name);
 
-    // Makes what was added known to the look-ups; the value names only when asked for.
+    // Builds the indexes for the look-ups below; that of value names only with `withValueNames`.
     void Index(bool withValueNames);
 
-    // The catalog of a manifest, by its name less the extension, or of a component; an empty path
-    // when there is none.
+    // The catalog of a manifest, by its file name without extension, or of a component. An empty
+    // path when there is none.
     [[nodiscard]] CFilePathW FindByName(const CStrW& stem) const;
     [[nodiscard]] CFilePathW FindByComponent(const CStrW& componentKey) const;
 
@@ -37,8 +40,8 @@ private:
     [[nodiscard]] const SortedTexts* FindValues(const CRegPathW& key) const;
     void LoadValueName(CCatalogInfo& catalog) const;
 
-    std::map<CStrW, CCatalogInfo, STextLessNoCase> m_catalogs;  // by their path
-    std::map<CStrW, SortedTexts, STextLessNoCase> m_registry;   // names of values by their key
+    std::map<CStrW, CCatalogInfo, STextLessNoCase> m_catalogs;  // by path
+    std::map<CStrW, SortedTexts, STextLessNoCase> m_registry;   // value names by key
     Paths m_byStem;
     Paths m_byValueName;
 };

@@ -12,7 +12,7 @@ namespace {
 constexpr std::u16string_view kManifestExtension = u".manifest";
 constexpr std::u16string_view kAssembly = u"/assembly";
 
-// The architecture of each folder of a global cache.
+// The folders of a global assembly cache, with the architecture of their assemblies.
 struct SCacheFolder {
     const char16_t* name;
     const char16_t* architecture;
@@ -23,7 +23,7 @@ constexpr SCacheFolder kCacheFolders[] = {
     {u"GAC_MSIL", u"MSIL"},
 };
 
-// Gives each attribute of the element that `reader` stands on to `take`.
+// Calls `take` with each attribute of the current element of `reader`.
 template <class TTake>
 void ForEachAttribute(CXmlReader& reader, const TTake& take) {
     CStrW name;
@@ -75,6 +75,7 @@ void CAssemblyInfo::ReadXml() {
         if (token != XmlTokenElement) {
             continue;
         }
+        // By the full path, because dependencies have identities too, deeper in the document.
         if (reader.PathEquals(kAssembly, u"/assemblyIdentity")) {
             ForEachAttribute(reader, [this](const CStrW& name, const CStrW& value) {
                 if (name.EqualsNoCase(u"name")) {
@@ -104,8 +105,11 @@ void CAssemblyInfo::ReadPath() {
             break;
         }
     }
+    // Below the root: folder of the architecture, name, version. Outside both roots the path has
+    // other names at these places, and the identity is incomplete or useless.
     m_name = m_manifestPath.GetSegment(index + 1).GetText();
     const std::u16string_view version = m_manifestPath.ViewSegment(index + 2);
+    // "Version_Culture_Token"; the culture is empty for a neutral assembly ("1.0.0.0__token").
     const std::size_t first = version.find(u'_');
     if (first != std::u16string_view::npos) {
         const std::size_t last = version.rfind(u'_');
@@ -140,7 +144,7 @@ void CAssemblyInfo::SetPlace(std::u16string_view place) {
     }
     m_assemblyFolder = CFilePathW(place);
     const CFilePathSegmentW name = m_assemblyFolder.GetLastSegment();
-    // A name without a dot would be its own extension.
+    // CompareExtension takes a name without a dot as its own extension, so the length is checked.
     const bool isManifest = name.GetText().GetLength() >= kManifestExtension.size() &&
                             name.CompareExtension(kManifestExtension) == 0;
     m_componentKey = isManifest ? name.GetStem() : name.GetText();

@@ -1,4 +1,4 @@
-// discovery/assembly_info.h - what is known of one assembly, piece by piece.
+// discovery/assembly_info.h - the data of one assembly, collected step by step.
 #pragma once
 
 #include <map>
@@ -7,38 +7,38 @@
 #include "foundation/file_path.h"
 #include "foundation/sorted_texts.h"
 
-// One assembly on its way into the package: first read, then put together from captured files. What
-// cannot be read stays empty, and IsComplete tells.
+// One assembly of the capture: its identity is read first, then its captured files are found. Data
+// that cannot be read stays empty, and IsComplete reports it. One thread at a time.
 class CAssemblyInfo {
 public:
-    // Captured files by the names that the manifest declares; an empty path until one is found.
+    // The captured files by the names that the manifest declares. The path is empty until the file
+    // is found.
     using Files = std::map<CStrW, CFilePathW, STextLessNoCase>;
 
-    // A side-by-side assembly by its manifest, or one of the global cache by its module.
+    // Takes the manifest of a side-by-side assembly, or the module of a global one.
     CAssemblyInfo(const CFilePathW& manifestPath, bool isGlobal)
         : m_isGlobal(isGlobal), m_manifestPath(manifestPath) {}
     virtual ~CAssemblyInfo() = default;
 
-    // Reads name, identity and declared files from the manifest. The path of a module says it all:
-    // "C:\Windows\assembly\GAC_MSIL\Name\Version_Culture_Token\Name.dll".
+    // Reads name, identity and declared files from the manifest. For a global assembly all is in
+    // the path of the module: "C:\Windows\assembly\GAC_MSIL\Name\Version_Culture_Token\Name.dll".
     void ReadManifest();
-    // Writes the identity as one text: `name,type="win32",version="1.0.0.0"`, without what is
-    // empty.
+    // Makes the identity text: `name,type="win32",version="1.0.0.0"`, without empty parts.
     void MakeIdentity();
 
-    // Takes where the machine has the assembly, as platform::CAssemblyCache gives it. The folder's
-    // name, or that of a manifest without its extension, becomes the component key.
+    // Sets the place of the assembly on the machine, as platform::CAssemblyCache gives it. The name
+    // of the folder, or of a manifest without its extension, becomes the component key.
     void SetPlace(std::u16string_view place);
     void SetCatalogPath(const CFilePathW& path) { m_catalogPath = path; }
 
-    // Adds a declared file; of two that differ in case alone, the first stays. With `match` the
-    // path is of a captured file: one of the assembly's folder becomes that of the declared name
-    // that it has, and any other is ignored.
+    // Adds a declared file; of two names that differ only in case, the first stays. With `match`,
+    // `path` is a captured file instead: if it is in the assembly's folder and its name is
+    // declared, it becomes the path of that name, otherwise it is ignored.
     void AddMemberFile(const CFilePathW& path, bool match);
 
-    // Whether all is there that an item needs. A side-by-side assembly needs a catalog and a
-    // captured file for every name that it declares: a full path in a manifest must not carry a
-    // file of the converting machine into the package.
+    // Whether there is all that an item needs. A side-by-side assembly needs a catalog and a
+    // captured file for every declared name: a full path in a manifest must not bring a file of the
+    // converting machine into the package.
     [[nodiscard]] bool IsComplete() const;
 
     [[nodiscard]] const CStrW& GetIdentity() const { return m_identity; }
@@ -49,7 +49,7 @@ public:
     [[nodiscard]] const Files& GetFiles() const { return m_files; }
 
 private:
-    // A part of the identity behind the name.
+    // A part of the identity after the name.
     struct SPart {
         const char16_t* name;
         CStrW CAssemblyInfo::*field;
@@ -68,7 +68,7 @@ private:
     CStrW m_type;
     CStrW m_version;
     CStrW m_language;
-    CStrW m_culture;  // of a global assembly alone
+    CStrW m_culture;  // only of a global assembly
     CStrW m_publicKeyToken;
     CStrW m_processorArchitecture;
     CFilePathW m_assemblyFolder;
@@ -76,6 +76,6 @@ private:
     Files m_files;
 };
 
-// The roots of the global caches: of the first versions of the run-time, and of the later ones.
+// The roots of the global assembly caches: of .NET before version 4, and of later versions.
 [[nodiscard]] CFilePathW GetGacPath();
 [[nodiscard]] CFilePathW GetNetGacPath();

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::uint32_t kGlobalAssembly = 1;
+constexpr std::uint32_t kGlobalAssembly = 1;  // as AssemblyType of an item
 
 bool IsCreated(std::uint32_t mode) { return mode == 1 || mode == 2; }
 
@@ -22,7 +22,7 @@ bool StartsWith(const TPath& path, const TPath& root) {
 
 }  // namespace
 
-// Where the assemblies of one package go.
+// The output of AddAssemblies for one package.
 class CAssemblyProcessor::COutput {
 public:
     COutput(COrvPackage& package, const CFilePathW& packageFolder)
@@ -34,8 +34,8 @@ public:
     COrvCreateAssembliesCollection& Assemblies() { return m_assemblies; }
     [[nodiscard]] const CFilePathW& GetFolder() const { return m_folder; }
 
-    // Copies a file into a folder, in place of one that was left there before. Returns the copy's
-    // path from the package's folder on, or an empty text when it cannot be made.
+    // Copies a file into a folder and replaces an existing one. Returns the path of the copy
+    // relative to the package's folder, or an empty text when the file cannot be copied.
     [[nodiscard]] CStrW Copy(const CFilePathW& source, const CFilePathW& folder) const {
         const CFilePathSegmentW name = source.GetFileName();
         // Without a name the destination would be the folder itself.
@@ -70,6 +70,7 @@ bool CAssemblyProcessor::CheckFile(const CFilePathW& path, std::uint32_t mode) {
     if (!StartsWith(path, m_winSxSPath)) {
         return true;
     }
+    // A deleted entry is claimed, but nothing is kept of it.
     if (!IsCreated(mode)) {
         return false;
     }
@@ -110,6 +111,7 @@ void CAssemblyProcessor::AddAssemblies(COrvPackage& package, const CFilePathW& p
     if (!output.Cache().Open()) {
         return;
     }
+    // Before Vista there is no component registry.
     m_catalogs.Index(m_isVistaOrLater);
     for (const auto& [name, manifest] : m_manifests) {
         CAssemblyInfo assembly(manifest.m_path, manifest.m_isGlobal);
@@ -163,7 +165,7 @@ void CAssemblyProcessor::AddSideBySide(CAssemblyInfo& assembly, COutput& output)
     if (added == nullptr) {
         return;
     }
-    // A key that is no name is left out, and the files then lie in "Assemblies" itself.
+    // If the key is not a valid name, the files go to "Assemblies" itself.
     const CFilePathW folder(output.GetFolder(), CFilePathSegmentW(assembly.GetComponentKey()));
     SOrvAssembly content;
     content.manifest = output.Copy(assembly.GetManifestPath(), folder);
@@ -181,7 +183,7 @@ void CAssemblyProcessor::AddSideBySide(CAssemblyInfo& assembly, COutput& output)
     added->SetContent(std::move(content));
 }
 
-// Gives the assembly the captured files of its folder.
+// Adds the captured files of its folder to the assembly.
 void CAssemblyProcessor::FindFiles(CAssemblyInfo& assembly) const {
     const auto files = m_files.find(assembly.GetAssemblyFolder().ToPlainString());
     if (files != m_files.end()) {

@@ -1,4 +1,4 @@
-// discovery/assembly_processor.h - lifts side-by-side assemblies out of the captured data.
+// discovery/assembly_processor.h - takes side-by-side assemblies out of the captured data.
 #pragma once
 
 #include <cstdint>
@@ -16,14 +16,13 @@ struct CManifestInfo {
     bool m_isGlobal = false;
 };
 
-// Sees every captured file and value during the walks and claims what lies in the machine's stores
-// of side-by-side assemblies: that is no file or value like others, but installed by manifest, with
-// its catalog. An entry is looked at by the path that the walk is on, so that only a capture which
-// itself lies in the machine's store is claimed. What is gathered stays for the targets that
-// follow.
+// Sees every captured file and value during the walks, and claims those in the machine's stores of
+// side-by-side assemblies. They are not items of their own: they are installed by their manifest,
+// with its catalog. An entry is claimed by the path of the walk, so only a capture that is itself
+// in the machine's store is claimed. Data collected for one target stays for the next ones.
 //
-// The mode is 1 or 2 for an entry that the package creates and 3 for one that it deletes; of the
-// latter nothing is gathered, but it is claimed all the same. One thread at a time.
+// The mode is 1 or 2 for an entry that the package creates and 3 for one that it deletes. Of
+// deleted entries nothing is collected, but they are claimed too. One thread at a time.
 class CAssemblyProcessor {
 public:
     // Asks the machine for its folders and its version.
@@ -32,24 +31,24 @@ public:
     CAssemblyProcessor(const CAssemblyProcessor&) = delete;
     CAssemblyProcessor& operator=(const CAssemblyProcessor&) = delete;
 
-    // Whether a file stays with the file stage.
+    // Whether the file stage keeps a file; otherwise it is claimed.
     [[nodiscard]] bool CheckFile(const CFilePathW& path, std::uint32_t mode);
-    // Whether a value stays with the registry stage; its key is given as the walk has it, by its
-    // path in the mounted hive.
+    // Whether the registry stage keeps a value; otherwise it is claimed. `key` is the path of the
+    // walk, in the mounted hive.
     [[nodiscard]] bool CheckValue(const CRegPathW& key, const CStrW& name, std::uint32_t mode);
-    // False when CheckValue lets every value of a key stay.
+    // False when CheckValue keeps every value of this key.
     [[nodiscard]] bool TakesValuesOf(const CRegPathW& key) const;
 
-    // Gathers a manifest or, with `isGlobal`, a module. CheckFile gathers no modules.
+    // Collects a manifest or, with `isGlobal`, a module. CheckFile collects no modules.
     void AddManifest(const CFilePathW& path, bool isGlobal);
 
-    // Adds every assembly that is complete to the package, and copies its files to a folder
-    // "Assemblies" in the package's folder. Without a store on the machine there are none. Nothing
-    // is logged: an incomplete assembly is left out, and a file that cannot be copied is missing.
+    // Adds every complete assembly to the package, and copies its files to a folder "Assemblies" in
+    // `packageFolder`. Does nothing if the machine has no store. Nothing is logged: an incomplete
+    // assembly is left out, and so is a file that cannot be copied.
     void AddAssemblies(COrvPackage& package, const CFilePathW& packageFolder);
 
 private:
-    // Captured files by their name in one folder.
+    // The captured files of one folder, by name.
     using FolderFiles = std::map<CStrW, CFilePathW, STextLessNoCase>;
     class COutput;
 
@@ -63,7 +62,7 @@ private:
     CRegPathW m_sideBySideKey;
     CRegPathW m_componentsKey;
     bool m_isVistaOrLater;
-    std::map<CStrW, CManifestInfo, STextLessNoCase> m_manifests;  // by their path
+    std::map<CStrW, CManifestInfo, STextLessNoCase> m_manifests;  // by path
     CAssemblyCatalogs m_catalogs;
-    std::map<CStrW, FolderFiles, STextLessNoCase> m_files;  // by the path of their folder
+    std::map<CStrW, FolderFiles, STextLessNoCase> m_files;  // by the path of the folder
 };

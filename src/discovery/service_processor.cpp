@@ -13,10 +13,11 @@
 namespace {
 
 constexpr std::u16string_view kLocalSystem = u"LocalSystem";
-// No path of the system is longer, so that behind it no further blank need be tried.
+// In UTF-16 units: the longest path of Windows. No blank after it is tried.
 constexpr std::size_t kMaxPath = 32767;
 
 CDoubleNullStringW StringsOf(const CRegBuf& data) {
+    // An odd last byte is dropped.
     std::u16string units(data.GetSize() / sizeof(char16_t), u'\0');
     const std::span<std::byte> bytes = std::as_writable_bytes(std::span(units));
     std::copy_n(data.GetData(), bytes.size(), bytes.begin());
@@ -26,12 +27,13 @@ CDoubleNullStringW StringsOf(const CRegBuf& data) {
 enum class EProgram {
     Found,
     Missing,
-    NoneBelow,  // nor is there one in any folder of that path
-    NoPath,     // nor is any longer text that begins like this one
+    NoneBelow,  // a folder of the path is missing, so nothing is below it
+    NoPath,     // not a path, and no longer text with this start is one
 };
 
 EProgram FindProgram(const CStrW& text) {
-    // A start such as "\\?\UNC\" is no path yet. What is longer and none, stays none.
+    // A start such as "\\?\UNC\" is not yet a path, but a longer text may be one. After 8 units
+    // this cannot happen any more.
     constexpr std::size_t kLongestStart = 8;
     const CFilePathW path(text);
     if (path.IsEmpty()) {
@@ -42,12 +44,12 @@ EProgram FindProgram(const CStrW& text) {
     if (status == ERROR_SUCCESS) {
         return found.IsFolder() ? EProgram::Missing : EProgram::Found;
     }
-    // A share's name may go on after the blank.
+    // The name of a share may contain the blank.
     return status == ERROR_PATH_NOT_FOUND && !path.IsRoot() ? EProgram::NoneBelow
                                                             : EProgram::Missing;
 }
 
-// The values of a service's key, each with the one type that it is read in.
+// The values in the key of a service, each with the type in which it is read.
 struct SServiceValue {
     const char16_t* name;
     std::uint32_t type;
@@ -132,8 +134,9 @@ void CServiceInfo::SetImagePath(std::u16string_view text) {
     Arguments.Trim();
 }
 
-// Takes the shortest text in front of a blank that names a file. Each is looked up, so those are
-// passed over that cannot: a text of nothing but blanks and backslashes would take hours.
+// Takes the shortest text before a blank that is the path of a file. Each try asks the file system.
+// So blanks are skipped whose text cannot be one: otherwise a text of only blanks and backslashes
+// would take hours.
 void CServiceInfo::SplitAtBlank(std::u16string_view text) {
     for (std::size_t blank = text.find(u' '); blank < kMaxPath;) {
         CStrW program = text.substr(0, blank);
@@ -147,7 +150,7 @@ void CServiceInfo::SplitAtBlank(std::u16string_view text) {
         if (result == EProgram::NoPath) {
             break;
         }
-        // Out of a missing folder leads nothing but the way up.
+        // Below a missing folder there is nothing, until ".." leads up again.
         const std::size_t next =
             result == EProgram::NoneBelow ? text.find(uR"(\..\)", blank) : blank + 1;
         blank = text.find(u' ', next);
@@ -178,7 +181,7 @@ bool CServiceProcessor::CheckKey(const CRegPathW& path, std::uint32_t /*mode*/) 
     }
     if (IsService(path)) {
         const CStrW name = path.GetLastSegment().GetText();
-        // A service that comes back is not deleted any more.
+        // A service that is created is no longer deleted.
         m_deletedServices.erase(name);
         FindOrAdd(name);
     }

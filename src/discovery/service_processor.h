@@ -1,4 +1,4 @@
-// discovery/service_processor.h - lifts services out of the captured registry.
+// discovery/service_processor.h - takes services out of the captured registry.
 #pragma once
 
 #include <cstdint>
@@ -12,16 +12,16 @@
 #include "foundation/sorted_texts.h"
 #include "orvpackage/package.h"
 
-// What the registry says of a service; what it does not say is as a service manager has it.
+// The registry data of a service. Fields without data have the defaults of the service manager.
 class CServiceInfo {
 public:
     virtual ~CServiceInfo() = default;
 
-    // Splits a command line into program and arguments. A program in quotes ends at the second one.
-    // Any other ends at the first blank before which a file of this machine stands, its tokens
-    // expanded, and without such a one it is the whole text.
+    // Splits a command line into program and arguments. A program in quotes ends at the second
+    // quote. Any other one ends at the first blank for which the text before it, with its tokens
+    // expanded, is a file of this machine; if there is none, the program is the whole text.
     void SetImagePath(std::u16string_view text);
-    // Adds the names of load order groups, which a "+" tells from those of services.
+    // Adds load order groups to the dependencies. A "+" before the name marks a group.
     void AddDependOnGroup(const CDoubleNullStringW& groups);
 
     std::uint32_t Type = 0;
@@ -39,9 +39,9 @@ private:
     void SplitAtBlank(std::u16string_view text);
 };
 
-// Sees every captured key and value during the walk and claims those of services. What is gathered
-// stays for the targets that follow. The mode is 1 or 2 for what the package creates and 3 for what
-// it deletes. One thread at a time.
+// Sees every captured key and value during the walk, and claims those of services. Data collected
+// for one target stays for the next ones. The mode is 1 or 2 for an entry that the package creates
+// and 3 for one that it deletes. One thread at a time.
 class CServiceProcessor {
 public:
     CServiceProcessor();
@@ -49,21 +49,22 @@ public:
     CServiceProcessor(const CServiceProcessor&) = delete;
     CServiceProcessor& operator=(const CServiceProcessor&) = delete;
 
-    // Whether a key, given by its path on the real machine, stays with the registry stage. The key
-    // of a service makes a record; the keys around and below it are claimed and make nothing.
+    // Whether the registry stage keeps a key, given by its path on the real machine; otherwise it
+    // is claimed. The key of a service makes a record. The key "Services" itself and the keys below
+    // those of services are claimed and make none.
     [[nodiscard]] bool CheckKey(const CRegPathW& path, std::uint32_t mode);
-    // Whether a value stays with the registry stage; its key is given by a path that can be opened.
-    // A value of a service goes to its record. The path in a mounted hive is none of a service's,
-    // so that the values of a capture all stay.
+    // Whether the registry stage keeps a value; otherwise it is claimed and goes to the record of
+    // its service. `key` is a path that can be opened. A path in a mounted hive is never below
+    // "Services", so all values of a capture are kept.
     [[nodiscard]] bool CheckValue(const CRegPathW& key, const CStrW& name, std::uint32_t mode);
-    // False when CheckValue lets every value of a key stay.
+    // False when CheckValue keeps every value of this key.
     [[nodiscard]] bool TakesValuesOf(const CRegPathW& key) const;
 
-    // The record of a service, which is made when missing; on loan until the processor ends.
+    // The record of a service, made if it is missing. It is valid as long as the processor.
     CServiceInfo& FindOrAdd(const CStrW& name);
 
-    // Adds an item for each record, by rising name; a service that the package has already stays as
-    // it is. The records remain.
+    // Adds an item for each record, in the order of names. A service that the package already has
+    // is unchanged. The records stay.
     void Apply(COrvPackage& package) const;
 
 private:
@@ -71,7 +72,7 @@ private:
     [[nodiscard]] bool IsService(const CRegPathW& path) const;
 
     CRegPathW m_servicesKey;
-    std::map<CStrW, CServiceInfo, STextLessNoCase> m_services;  // by their name
-    SortedTexts m_deletedServices;  // stays empty: no capture says that a service is deleted
+    std::map<CStrW, CServiceInfo, STextLessNoCase> m_services;  // by name
+    SortedTexts m_deletedServices;  // always empty: no capture marks a service as deleted
     CRegBuf m_buffer;
 };
