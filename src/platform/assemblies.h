@@ -1,6 +1,7 @@
-// platform/assemblies.h - the assemblies of the machine: where one is installed, and what is one.
+// platform/assemblies.h - asks the machine where an assembly is installed, and which files are
+// assemblies.
 //
-// Nothing throws but std::bad_alloc. One thread at a time.
+// Nothing throws except std::bad_alloc. One thread at a time.
 #pragma once
 
 #include <memory>
@@ -27,12 +28,13 @@ public:
     [[nodiscard]] bool Open();
     void Close();
 
-    // Where the assembly of an identity is installed; false when the machine does not have it. An
-    // identity is written as `name,type="win32",version="1.0.0.0"`. The place is a folder, maybe
-    // with a backslash at its end, or the manifest of an assembly that has nothing else.
+    // Finds where the assembly of an identity is installed; false, with `place` unchanged, when the
+    // machine does not have it. An identity has the form `name,type="win32",version="1.0.0.0"`. The
+    // place is a folder, which may end in a backslash, or the manifest of an assembly without other
+    // files.
     [[nodiscard]] bool FindAssembly(std::u16string_view identity, std::u16string& place) const;
 
-    // Whether a file is a managed assembly; a mere module of one is not.
+    // Whether a file is a managed assembly. A module that is only a part of one is not.
     [[nodiscard]] bool IsManagedAssembly(const char16_t* name) const;
 
 private:

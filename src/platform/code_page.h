@@ -7,8 +7,8 @@
 
 namespace platform {
 
-// The bytes of `text` in a code page, where 0 is the system's own; a "?" stands for what it cannot
-// hold, U+FFFD in UTF-8. Empty when the code page is unknown.
+// Converts `text` to a code page; 0 is that of the system. A character that the code page does not
+// have becomes "?", in UTF-8 U+FFFD. Empty when the code page is unknown. Safe on any thread.
 [[nodiscard]] std::string ToCodePage(std::u16string_view text, std::uint32_t codePage);
 
 }  // namespace platform

@@ -1,4 +1,6 @@
-// platform/com.h - GUIDs, and the memory and threads that a COM host shares with this library.
+// platform/com.h - GUIDs, memory for the host, and COM on threads.
+//
+// Safe on any thread.
 #pragma once
 
 #include <cstddef>
@@ -10,21 +12,21 @@
 
 namespace platform {
 
-// A new random GUID; false, with `guid` untouched, when none can be had.
+// Makes a new random GUID; false, with `guid` unchanged, on failure.
 [[nodiscard]] bool CreateGuid(GUID& guid);
 
-// The 38 characters of a GUID: in braces, upper case.
+// The 38 characters of a GUID, in braces and upper case.
 [[nodiscard]] std::u16string GuidToText(const GUID& guid);
 
-// Reads such a text, in any letter case. False, with `guid` untouched, when it is malformed.
+// Reads such a text in any letter case. False, with `guid` unchanged, when it is malformed.
 bool TextToGuid(std::u16string_view text, GUID& guid);
 
-// Memory that the caller of an exported function frees: CoTaskMemAlloc, and malloc on POSIX. Null
-// when there is none left.
+// Allocates `size` bytes that the caller of an exported function frees: with CoTaskMemAlloc on
+// Windows, with malloc on POSIX. Null when there is no memory.
 [[nodiscard]] void* AllocateForCaller(std::size_t size);
 
-// Bracket the use of COM on the calling thread; may be nested. An apartment that the host has
-// chosen for its thread stays as it is. POSIX has nothing to do.
+// Begin and end the use of COM on the calling thread; calls may be nested. If the host has chosen
+// an apartment for its thread, it stays. They do nothing on POSIX.
 void EnterApartment();
 void LeaveApartment();
 

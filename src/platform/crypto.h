@@ -1,7 +1,7 @@
-// platform/crypto.h - encryption as the system's AES provider does it.
+// platform/crypto.h - encryption by the system's AES provider.
 //
-// Results are 0 or a status of the system; on failure out parameters are untouched. Nothing throws
-// but std::bad_alloc. An object is used by one thread at a time.
+// Results are 0 or a status of the system; on failure out parameters are unchanged. Nothing throws
+// except std::bad_alloc. An object is used by one thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -13,28 +13,28 @@ struct SCryptoKey;
 using CryptoProvider = SCryptoProvider*;
 using CryptoKey = SCryptoKey*;
 
-// The numbers by which Windows knows them; no other algorithms are offered.
+// The Windows numbers of the two algorithms; there are no others.
 constexpr std::uint32_t kCipherAes256 = 0x6610;
 constexpr std::uint32_t kHashSha256 = 0x800C;
 
-// Opens the system's provider of both, without any stored keys; null when it cannot be had. The
-// caller closes it.
+// Opens the system's provider of both, without any stored keys. Null when there is none. The caller
+// closes it.
 [[nodiscard]] CryptoProvider OpenCryptoProvider();
 void CloseCryptoProvider(CryptoProvider provider);
 
-// Makes a key of other bytes: for AES-256 and SHA-256 the key is the hash of them. The caller
-// destroys it, before the provider is closed.
+// Derives a key from bytes: the AES-256 key is their SHA-256 hash. The caller destroys the key,
+// before it closes the provider.
 [[nodiscard]] int DeriveKey(CryptoProvider provider, std::uint32_t hashId, std::uint32_t cipherId,
                             const void* bytes, std::uint32_t size, CryptoKey& key);
 void DestroyKey(CryptoKey key);
 
-// Turns the number of bytes to encrypt into the number that they become: the next whole block, for
-// the padding takes one byte at least.
+// Replaces a number of bytes by the number after encryption: the next multiple of the block size
+// that is greater, because the padding has at least one byte.
 [[nodiscard]] int GetEncryptedSize(CryptoKey key, std::uint32_t& size);
 
-// Encrypts `size` bytes as one whole message: in CBC mode from a zero initialisation vector, with
-// PKCS padding. `buffer` has room for `capacity` bytes, enough for the encrypted size, which `size`
-// becomes. After a failure the buffer holds anything.
+// Encrypts `size` bytes as one whole message, in CBC mode with a zero initialisation vector and
+// PKCS padding. `buffer` has room for `capacity` bytes, which must be enough for the encrypted
+// size; `size` becomes that size. After a failure the content of the buffer is undefined.
 [[nodiscard]] int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size,
                                  std::uint32_t capacity);
 

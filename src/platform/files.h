@@ -1,10 +1,10 @@
 // platform/files.h - files and folders of the machine.
 //
-// Names are absolute, as CFilePathW::ToString() prints them, or relative to the current directory;
-// a name may carry a stream name behind its last segment ("C:\a:stream") where an operation says
-// so. Results are 0 or a Windows error number, on every system; the listed ones are promised, any
-// other just means "failed". A failure is also the thread's last error, which the stages' frames
-// read. Nothing throws or logs; an out parameter is written only on success. One thread at a time.
+// Names are absolute, as CFilePathW::ToString() prints them, or relative to the current directory.
+// Where an operation says so, a name may end in the name of a stream ("C:\a:stream"). Results are 0
+// or a Windows error number, on every system. The named ones are promised; any other one just means
+// "failed". A failure is also the thread's last error, which the frames of the stages read. Nothing
+// throws or logs. An out parameter is written only on success. One thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ constexpr std::uint32_t kAttributeReadOnly = 0x1;
 constexpr std::uint32_t kAttributeDirectory = 0x10;
 constexpr std::uint32_t kAttributeNormal = 0x80;
 
-// What a search tells of one entry.
+// The data of one entry.
 struct SFindData {
     std::u16string name;
     std::uint32_t attributes = 0;
@@ -28,9 +28,9 @@ struct SFindData {
     [[nodiscard]] bool IsReadOnly() const { return (attributes & kAttributeReadOnly) != 0; }
 };
 
-// A search through one folder. The entries come by upper-cased name; "." and ".." may or may not be
-// among them. It tells folders from files, but only FindEntry tells for sure what is read-only.
-// Closes itself.
+// A search in one folder. The entries come in the order of their upper-cased names; "." and ".."
+// may be among them or not. The attributes tell folders from files, but only FindEntry reliably
+// tells what is read-only. The destructor closes it.
 class CFindHandle {
 public:
     CFindHandle();
@@ -38,13 +38,12 @@ public:
     CFindHandle(const CFindHandle&) = delete;
     CFindHandle& operator=(const CFindHandle&) = delete;
 
-    // Ends a search in progress and starts one for `pattern`, whose last segment may hold "*" and
-    // "?". ERROR_FILE_NOT_FOUND when nothing matches, ERROR_PATH_NOT_FOUND when there is no such
-    // folder.
+    // Ends any search in progress and starts one for `pattern`, whose last segment may contain "*"
+    // and "?". ERROR_FILE_NOT_FOUND when nothing matches, ERROR_PATH_NOT_FOUND when there is no
+    // such folder.
     [[nodiscard]] int First(const char16_t* pattern, SFindData& found);
 
-    // Gives the next entry. ERROR_NO_MORE_FILES at the end; the search stays open until it is
-    // closed.
+    // Gives the next entry. ERROR_NO_MORE_FILES at the end; the search stays open until Close.
     [[nodiscard]] int Next(SFindData& found);
 
     [[nodiscard]] bool IsOpen() const { return m_search != nullptr; }
@@ -55,46 +54,47 @@ private:
     std::unique_ptr<SSearch> m_search;
 };
 
-// Looks one entry up. A name with a stream name asks for that stream and tells the attributes of
-// its file. ERROR_FILE_NOT_FOUND when only the last part is missing, ERROR_PATH_NOT_FOUND when
-// something above is. ERROR_READ_FAULT when the system does not tell whether there is such a
-// stream.
+// Looks up one entry. For a name with a stream name it looks up the stream and gives the attributes
+// of its file. ERROR_FILE_NOT_FOUND when only the last part is missing, ERROR_PATH_NOT_FOUND when
+// something above it is. ERROR_READ_FAULT when the system does not tell whether the stream exists.
 [[nodiscard]] int FindEntry(const char16_t* name, SFindData& found);
 
-// Replaces the attributes of a file; only the read-only one is kept on POSIX.
+// Replaces the attributes of a file. POSIX keeps only the read-only one.
 [[nodiscard]] int SetAttributes(const char16_t* name, std::uint32_t attributes);
 
-// Removes a file. ERROR_ACCESS_DENIED for a folder and for a read-only file.
+// Deletes a file. ERROR_ACCESS_DENIED for a folder and for a read-only file.
 [[nodiscard]] int DeleteFile(const char16_t* name);
 
-// What becomes of a file that is there already.
+// What happens to an existing destination.
 enum class EExisting { Replace, Keep };
 
-// Copies data, last write time and the read-only attribute. An existing file is replaced, unless it
-// is read-only or a folder (ERROR_ACCESS_DENIED), or kept (ERROR_FILE_EXISTS). A failed copy leaves
-// no half-written file; one that only lacks its time stays, and has a status all the same.
-// ERROR_CANT_ACCESS_FILE when the source is a link that may not be followed.
+// Copies data, last write time and the read-only attribute. An existing file is replaced, or kept
+// with ERROR_FILE_EXISTS. ERROR_ACCESS_DENIED when it is to be replaced and is read-only or a
+// folder. A failed copy leaves no partial file; if only the time cannot be set, the copy stays,
+// with a failure as its status. ERROR_CANT_ACCESS_FILE when the source is a link that may not be
+// followed.
 [[nodiscard]] int CopyFile(const char16_t* source, const char16_t* destination,
                            EExisting existing = EExisting::Replace);
 
-// Copies many files, and may move their data while the caller goes on. It is used by one thread;
-// its other thread, if it has one, touches nothing but the files that are being copied.
+// Copies many files; it may copy their data on a thread of its own while the caller goes on. One
+// thread uses the object. Its own thread, if any, only touches the files that are being copied.
 class CFileCopier {
 public:
-    // Is told of every copy that failed after Copy had given 0: the source's name and the status.
-    // Runs within Copy and Finish, in the order of the copies.
+    // Called for every copy that failed after Copy had returned 0, with the name of the source and
+    // the status. Called within Copy and Finish, in the order of the copies.
     using Failed = std::function<void(const std::u16string& source, int status)>;
 
     explicit CFileCopier(Failed failed);
-    // What is still under way is finished, but nobody is told any more.
+    // Completes the copies in progress; their failures are not reported any more.
     ~CFileCopier();
     CFileCopier(const CFileCopier&) = delete;
     CFileCopier& operator=(const CFileCopier&) = delete;
 
-    // As CopyFile, but a failure to move the data may be told later.
+    // Like CopyFile, except that a failure to copy the data may be reported later, through
+    // `failed`.
     [[nodiscard]] int Copy(const char16_t* source, const char16_t* destination, EExisting existing);
 
-    // Returns when all copies have ended and all failures are told.
+    // Returns when all copies have ended and all failures have been reported.
     void Finish();
 
 private:
@@ -105,31 +105,31 @@ private:
 // Renames a file. ERROR_ALREADY_EXISTS when the new name is taken.
 [[nodiscard]] int MoveFile(const char16_t* from, const char16_t* to);
 
-// Makes one folder, whose parent must exist. ERROR_ALREADY_EXISTS when the name is taken, be it by
-// a folder or by a file. ERROR_PATH_NOT_FOUND when the parent is missing or is a file.
+// Makes one folder, whose parent must exist. ERROR_ALREADY_EXISTS when a folder or a file has the
+// name. ERROR_PATH_NOT_FOUND when the parent is missing or is a file.
 [[nodiscard]] int CreateFolder(const char16_t* name);
 
-// Whether files can have short (8.3) names beside their own.
+// Whether files may have short (8.3) names in addition to their own.
 [[nodiscard]] bool HasShortNames();
 
-// Gives the long form of a name that exists. ERROR_FILE_NOT_FOUND when only its last part is
-// missing, ERROR_PATH_NOT_FOUND when something above is: on these two a caller may retry with the
-// parent. POSIX has no short names: there the name comes back as it is, if it exists.
+// Gives the long form of an existing name. ERROR_FILE_NOT_FOUND when only its last part is missing,
+// ERROR_PATH_NOT_FOUND when something above it is; after these two a caller may try the parent.
+// POSIX has no short names: it gives the name unchanged if it exists.
 [[nodiscard]] int GetLongName(const char16_t* name, std::u16string& longName);
 
-// Whether two names lead to one and the same folder, which is there.
+// Whether two names lead to the same existing folder.
 [[nodiscard]] bool IsSameFolder(const char16_t* left, const char16_t* right);
 
-// Whether a name is a link below the package folder, which is not followed and so hides all that it
-// leads to. Windows has no such links.
+// Whether a name is a symbolic link below the package folder. Such a link is not followed, so what
+// it leads to is hidden. Always false on Windows.
 [[nodiscard]] bool IsSealedLink(const char16_t* name);
 
-// Names the folder of the package that is being read. On POSIX no symbolic link below it is
-// followed, so that a package cannot reach out of itself; Windows has no use for it. A null name
-// ends this. The way to the folder itself may hold links.
+// Sets the folder of the package that is read; null ends this. On POSIX symbolic links below it are
+// not followed, so that a package cannot reach other files; links on the way to the folder are.
+// Does nothing on Windows.
 void SetPackageFolder(const char16_t* name);
 
-// A file that is written from its start, replacing what stood there. Closes itself.
+// A file that is written from its start, replacing an existing one. The destructor closes it.
 class COutputFile {
 public:
     COutputFile() = default;
@@ -137,14 +137,16 @@ public:
     COutputFile(const COutputFile&) = delete;
     COutputFile& operator=(const COutputFile&) = delete;
 
-    // Opens `name` for writing, empty. ERROR_ACCESS_DENIED for a folder and for a read-only file.
+    // Opens `name` for writing and empties it. ERROR_ACCESS_DENIED for a folder and for a read-only
+    // file.
     [[nodiscard]] int Create(const char16_t* name);
     [[nodiscard]] bool IsOpen() const { return m_handle != 0; }
 
-    // Puts the position back to the start.
+    // Moves the position to the start.
     [[nodiscard]] int Rewind();
+    // Writes all bytes at the position.
     [[nodiscard]] int Write(const void* bytes, std::size_t count);
-    // Cuts the file off at the position.
+    // Truncates the file at the position.
     [[nodiscard]] int SetEnd();
     void Close();
 

@@ -23,9 +23,9 @@ struct CJobQueue::SState {
     std::condition_variable hasWork;
     std::condition_variable hasRoom;
     std::deque<Job> waiting;
-    bool isRunning = false;  // a job that waits no more
+    bool isRunning = false;  // a job that is no longer in `waiting`
     bool isEnding = false;
-    std::exception_ptr thrown;  // by the first job that failed; whoever runs jobs sets it
+    std::exception_ptr thrown;  // by the first job that failed
 };
 
 bool CJobQueue::SState::StartThread() {
@@ -43,6 +43,7 @@ void CJobQueue::SState::Run() {
     std::unique_lock lock(mutex);
     while (true) {
         hasWork.wait(lock, [this] { return isEnding || !waiting.empty(); });
+        // Ends only when nothing waits, so the destructor runs every job.
         if (waiting.empty()) {
             return;
         }
@@ -51,14 +52,15 @@ void CJobQueue::SState::Run() {
         isRunning = true;
         lock.unlock();
         RunJob(job);
-        job = nullptr;  // what it holds goes ahead of whoever waits for its end
+        job = nullptr;  // before the lock: Finish must not return while the job still owns anything
         lock.lock();
         isRunning = false;
+        // The only thread that can wait for this is the one in Add or Finish.
         hasRoom.notify_one();
     }
 }
 
-// Catches everything: above this there is nobody who could, and Finish throws it on.
+// Catches everything: no caller above could catch it. Finish throws it again.
 void CJobQueue::SState::RunJob(const Job& job) {
     try {
         job();

@@ -1,6 +1,6 @@
-// platform/machine.h - what the running, or the described, machine says of itself.
+// platform/machine.h - the answers of the machine, which is the running or a described one.
 //
-// Nothing throws; safe on any thread once LoadMachine has returned.
+// Nothing throws except std::bad_alloc. Safe on any thread after LoadMachine has returned.
 #pragma once
 
 #include <array>
@@ -11,19 +11,19 @@
 
 namespace platform {
 
-// A special folder by the name of its token, without percent signs, and its CSIDL number.
+// A special folder: the name of its token without percent signs, and its CSIDL number.
 struct SSpecialFolder {
     const char16_t* name;
     int csidl;
 };
 
-// The special folders this system knows, in the order in which their tokens win among equal paths.
+// The special folders of this system. Of two tokens with the same path the earlier one is used.
 extern const std::array<SSpecialFolder, 47> kSpecialFolders;
 
 // The token name of the one special folder that has no CSIDL number.
 extern const char16_t* const kLocalAppDataLowName;
 
-// The environment variables this system asks for, in the order in which their tokens win.
+// The environment variables of this system, in the same order of preference.
 extern const std::array<const char16_t*, 14> kEnvironmentVariables;
 
 struct SSystemVersion {
@@ -40,29 +40,28 @@ struct SSystemVersion {
 // gives 0.
 [[nodiscard]] int LoadMachine(std::u16string& problem);
 
-// The path of a special folder, long names already; false when the machine has no such folder.
+// The path of a special folder, with long names; false when the machine has no such folder.
 [[nodiscard]] bool GetSpecialFolder(int csidl, std::u16string& path);
 
 // The path of the folder that kLocalAppDataLowName names; false when the machine has none.
 [[nodiscard]] bool GetLocalAppDataLow(std::u16string& path);
 
-// The Windows folder, a long name already; false on failure.
+// The Windows folder, with long names; false on failure.
 [[nodiscard]] bool GetWindowsFolder(std::u16string& path);
 
-// A variable of the environment, looked up ignoring case; false when it is not set.
+// An environment variable, found ignoring case; false when it is not set.
 [[nodiscard]] bool GetEnvironmentText(const char16_t* name, std::u16string& value);
 
-// All zero when the version cannot be had.
+// The version of Windows; all zero when it is not known.
 [[nodiscard]] SSystemVersion GetSystemVersion();
 
 // The locale's name, such as "en-US".
 [[nodiscard]] std::u16string GetLocaleName();
 
-// The SID of the process's user as text; empty when it cannot be had.
+// The SID of the process's user as text; empty when it is not available.
 [[nodiscard]] std::u16string GetUserSid();
 
-// The names of the hives that have no file behind them, in kernel form
-// ("\REGISTRY\MACHINE\HARDWARE").
+// The kernel names of the hives without a file ("\REGISTRY\MACHINE\HARDWARE").
 [[nodiscard]] std::vector<std::u16string> GetVolatileHives();
 
 }  // namespace platform

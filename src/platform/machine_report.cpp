@@ -27,6 +27,8 @@ void AppendEscaped(std::string& toml, char c) {
 }
 
 std::string Quote(std::string_view text) {
+    // TOML: single quotes keep backslashes, but the text can then have no single quote and no
+    // control character.
     const bool isPlain = text.find_first_of("\"\\") == std::string_view::npos;
     const bool isLiteral = !isPlain && text.find('\'') == std::string_view::npos &&
                            std::none_of(text.begin(), text.end(), IsControl);

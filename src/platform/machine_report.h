@@ -1,5 +1,7 @@
-// platform/machine_report.h - a machine's answers as a record, and as the text of a machine
+// platform/machine_report.h - the answers of a machine as a record, and as the text of a machine
 // description (TOML in UTF-8).
+//
+// Nothing throws except std::bad_alloc.
 #pragma once
 
 #include <functional>
@@ -18,13 +20,13 @@ struct SNameLess {
     bool operator()(std::u16string_view left, std::u16string_view right) const;
 };
 
-// What the operations of machine.h answer. A text that the machine does not know is empty.
+// The answers of the operations in machine.h. A text that the machine does not know is empty.
 struct SMachineAnswers {
     SSystemVersion version;
     std::u16string locale;
     std::u16string windowsFolder;
     std::u16string userSid;
-    std::map<std::u16string, std::u16string, std::less<>> folders;  // by token name
+    std::map<std::u16string, std::u16string, std::less<>> folders;  // by the name of the token
     std::map<std::u16string, std::u16string, SNameLess> environment;
     std::vector<std::u16string> volatileHives;
 
@@ -39,7 +41,7 @@ class CMachineAnswers;
 // The answers as a machine description. Equal answers give equal bytes on every system.
 [[nodiscard]] std::string FormatAnswers(const SMachineAnswers& answers);
 
-// One line of a machine description, both sides quoted as they need it.
+// One line of a machine description, with quotes where they are needed.
 [[nodiscard]] std::string FormatRow(std::string_view key, std::string_view value);
 
 // The machine in effect as a machine description: a described one as a whole, with its drives and

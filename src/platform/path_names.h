@@ -1,4 +1,4 @@
-// platform/path_names.h - what a name within a Windows path may be.
+// platform/path_names.h - the rules for names in a Windows path.
 #pragma once
 
 #include <algorithm>
@@ -6,8 +6,8 @@
 
 namespace platform {
 
-// Whether `name` can stand between backslashes: 1 to 260 units, none of them one of /<>\| or a
-// double quote, and a colon only as the second of exactly two units.
+// Whether `name` may be a segment of a path: 1 to 260 units, none of them one of /<>\| or a double
+// quote, and a colon only as the second of exactly two units.
 [[nodiscard]] inline bool IsPathName(std::u16string_view name) {
     constexpr std::size_t kMaxLength = 260;
     if (name.empty() || name.size() > kMaxLength) {
@@ -31,8 +31,8 @@ namespace platform {
     });
 }
 
-// Whether `name` can be that of a server: 1 to 64 units, none of them one of ,*+/:;<>=?[]\| or a
-// double quote.
+// Whether `name` may be the name of a server: 1 to 64 units, none of them one of ,*+/:;<>=?[]\| or
+// a double quote.
 [[nodiscard]] inline bool IsServerName(std::u16string_view name) {
     constexpr std::size_t kMaxLength = 64;
     return !name.empty() && name.size() <= kMaxLength &&

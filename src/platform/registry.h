@@ -1,13 +1,13 @@
-// platform/registry.h - hives, keys and values of the registry, and the privileges that loading
-// needs.
+// platform/registry.h - hives, keys and values of the registry, and the privileges for loading
+// hives.
 //
-// Results are 0 or a Windows error number, on every system; the listed ones are promised, any other
-// just means "failed". A failure is also the thread's last error. An out parameter is written only
-// on success, unless an operation says more. Nothing throws but std::bad_alloc. One thread at a
-// time.
+// Results are 0 or a Windows error number, on every system. The named ones are promised; any other
+// one just means "failed". A failure is also the thread's last error. An out parameter is written
+// only on success, unless an operation says more. Nothing throws except std::bad_alloc. One thread
+// at a time.
 //
-// Names are 16-bit units without any validity, and are found in any letter case. One that holds a
-// NUL is known by what stands before it, here as in every program that takes texts by their NUL.
+// Names are 16-bit units, which need not be valid UTF-16; letter case does not count. A name that
+// contains a NUL ends there, as in every program that takes texts up to their NUL.
 //
 // A described machine has no registry of its own: HKEY_LOCAL_MACHINE holds there the hives that
 // this process has loaded and nothing else, and the other predefined keys hold nothing. A key that
@@ -24,7 +24,7 @@ namespace platform {
 class COpenKey;
 using KeyHandle = COpenKey*;
 
-// How much a key holds. The lengths count units, without a terminator.
+// The content of a key in numbers. Lengths count UTF-16 units, without a terminator.
 struct SKeyInfo {
     std::uint32_t subKeyCount = 0;
     std::uint32_t longestSubKeyName = 0;
@@ -32,7 +32,8 @@ struct SKeyInfo {
     std::uint32_t longestValueName = 0;
 };
 
-// Opens HKEY_LOCAL_MACHINE of this machine as a key of its own, for loading hives.
+// Opens HKEY_LOCAL_MACHINE of this machine as a key of its own, for loading hives. The caller
+// closes it.
 [[nodiscard]] int ConnectMachine(KeyHandle& machine);
 
 // Makes the keys of a hive file readable below HKEY_LOCAL_MACHINE under `mountName`, a single name.
@@ -48,16 +49,17 @@ struct SKeyInfo {
 // interrupted and the log files do not complete it. The running Windows loads none.
 [[nodiscard]] bool IsHiveDamaged(const char16_t* mountName);
 
-// Takes such a hive away. ERROR_FILE_NOT_FOUND when nothing is loaded under that name;
+// Unloads such a hive. ERROR_FILE_NOT_FOUND when nothing is loaded under that name;
 // ERROR_ACCESS_DENIED while a key of the hive is open.
 [[nodiscard]] int UnloadHive(KeyHandle machine, const char16_t* mountName);
 
-// Opens a key for reading: the one at `subKey`, names joined by backslashes, below the predefined
-// key of that number (0x80000002 is HKEY_LOCAL_MACHINE), or that key itself when `subKey` is empty.
-// ERROR_FILE_NOT_FOUND when there is none; ERROR_INVALID_HANDLE for any other number.
+// Opens a key for reading: `subKey`, names joined by backslashes, below the predefined key with
+// that number (0x80000002 is HKEY_LOCAL_MACHINE), or that key itself when `subKey` is empty.
+// ERROR_FILE_NOT_FOUND when there is none; ERROR_INVALID_HANDLE for any other number. The caller
+// closes the key.
 [[nodiscard]] int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& key);
 
-// Gives a key back. A null handle is no key, and nothing happens.
+// Closes a key. Does nothing for null.
 void CloseKey(KeyHandle key);
 
 [[nodiscard]] int QueryKeyInfo(KeyHandle key, SKeyInfo& info);
@@ -66,15 +68,15 @@ void CloseKey(KeyHandle key);
 // without a backslash. ERROR_NO_MORE_ITEMS after the last one.
 [[nodiscard]] int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name);
 
-// Name and type of the value at `index`; the default value has an empty name. ERROR_NO_MORE_ITEMS
-// behind the last one.
+// Name and type of the value at `index`, counted from 0; the default value has an empty name.
+// ERROR_NO_MORE_ITEMS after the last one.
 [[nodiscard]] int EnumValue(KeyHandle key, std::uint32_t index, std::u16string& name,
                             std::uint32_t& type);
 
-// Copies the data of a value; an empty name asks for the default value. `size` says how many bytes
-// `data` has room for and receives how many the value has; a null `data` asks for type and size
-// alone. ERROR_MORE_DATA when there is too little room: type and size are written, and `data` holds
-// anything. ERROR_FILE_NOT_FOUND when the key has no such value.
+// Copies the data of a value; an empty name means the default value. `size` is the room in `data`,
+// in bytes, and becomes the size of the value. A null `data` only asks for type and size.
+// ERROR_MORE_DATA when there is not enough room: type and size are written, and the content of
+// `data` is undefined. ERROR_FILE_NOT_FOUND when the key has no such value.
 [[nodiscard]] int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type,
                              void* data, std::uint32_t& size);
 

@@ -8,8 +8,9 @@ namespace platform {
 using formats::kShellLinkBlocks;
 using formats::SShellLink;
 
-// Reads a shortcut file. Returns 0 or a negative HRESULT, with `link` untouched: the file system's
-// when the file cannot be read, E_FAIL when it is no shortcut. Never throws but std::bad_alloc.
+// Reads a shortcut file. Returns 0 or a negative HRESULT, with `link` unchanged: that of the file
+// system when the file cannot be read, E_FAIL when it is not a shortcut. Never throws except
+// std::bad_alloc. One thread at a time.
 [[nodiscard]] int ReadShellLink(const char16_t* name, SShellLink& link);
 
 }  // namespace platform

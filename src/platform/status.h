@@ -1,7 +1,7 @@
 // platform/status.h - the status numbers of this system, by their Windows names.
 //
 // A status is a signed 32-bit number: 0, a positive Windows error number, or a negative HRESULT.
-// Only the sign tells the two kinds of failure apart, so a status is passed on unchanged.
+// Only its sign tells the two kinds of failure apart, so a status is passed on unchanged.
 #pragma once
 
 #include <cstdint>
@@ -48,7 +48,7 @@ constexpr int E_FAIL = static_cast<int>(0x80004005U);
 constexpr int E_OUTOFMEMORY = static_cast<int>(0x8007000EU);
 constexpr int E_INVALIDARG = static_cast<int>(0x80070057U);
 
-// The HRESULT of an error number; a status that is none (0 or negative) comes back as it is.
+// The HRESULT of an error number. 0 and an HRESULT are returned unchanged.
 constexpr int HresultFromError(int status) {
     return status <= 0 ? status
                        : static_cast<int>(0x80070000U | (static_cast<unsigned>(status) & 0xFFFFU));
@@ -56,18 +56,18 @@ constexpr int HresultFromError(int status) {
 
 namespace platform {
 
-// Of the XML reader and writer.
+// Statuses of the XML reader and writer.
 constexpr int kXmlBadCharacter = static_cast<int>(0xC00CEE2BU);   // WC_E_XMLCHARACTER
 constexpr int kXmlNotWellFormed = static_cast<int>(0xC00CEE2DU);  // WC_E_SYNTAX
 constexpr int kXmlDtdProhibited = static_cast<int>(0xC00CEE4FU);  // WC_E_DTDPROHIBITED
 constexpr int kXmlNonWhitespace = static_cast<int>(0xC00CEF01U);  // WR_E_NONWHITESPACE
 constexpr int kXmlInvalidAction = static_cast<int>(0xC00CEF0BU);  // WR_E_INVALIDACTION
 
-// The status of the calling thread's last failed operation of this layer; 0 when none failed. A
-// success leaves it as it is.
+// The status of the last operation of this layer that failed on the calling thread; 0 when none has
+// failed. A success does not change it.
 [[nodiscard]] int GetLastError();
 
-// Makes `status` the calling thread's last error and gives it back.
+// Sets the calling thread's last error, and returns it.
 int SetLastError(int status);
 
 }  // namespace platform

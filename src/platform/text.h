@@ -1,7 +1,7 @@
-// platform/text.h - what the machine knows about text: collation, letter case, message composition.
+// platform/text.h - collation, letter case and message composition as the machine does them.
 //
-// Text is UTF-16 in 16-bit units, unpaired surrogates included. Nothing here throws on bad text.
-// Safe on any thread.
+// Text is UTF-16 in 16-bit units and may contain unpaired surrogates. Nothing here throws on bad
+// text. Safe on any thread.
 #pragma once
 
 #include <cstdarg>
@@ -13,50 +13,49 @@
 
 namespace platform {
 
-// The collation order of two texts in the machine's locale: -1, 0 or 1. With `ignoreCase` nothing
-// but letter case is ignored. Neither text may be empty: callers settle that case by rules of their
-// own.
+// The collation order of two texts in the machine's locale: -1, 0 or 1. With `ignoreCase` only
+// letter case is ignored. Neither text may be empty: for empty texts each caller has its own rule.
 [[nodiscard]] int CompareText(std::u16string_view left, std::u16string_view right, bool ignoreCase);
 
-// Whether CompareText gives 0 with `ignoreCase`; far cheaper where only that is asked.
+// Whether CompareText gives 0 with `ignoreCase`. Much cheaper than CompareText.
 [[nodiscard]] bool EqualText(std::u16string_view left, std::u16string_view right);
 
-// Whether two texts hold the same units: std::u16string_view compares one unit at a time.
+// Whether two texts have the same units. Faster than ==, which compares one unit at a time.
 [[nodiscard]] inline bool HasSameUnits(std::u16string_view left, std::u16string_view right) {
-    // An empty text may have no address, and memcmp wants one.
+    // An empty text may have a null address, which memcmp does not accept.
     return left.size() == right.size() &&
            (left.empty() ||
             std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0);
 }
 
-// The lower-case form of one unit, by itself. What has none comes back as it is, and so does what
-// is not the upper-case form of it, such as U+0130 and U+212A.
+// The lower-case form of one unit. A unit without one is returned unchanged, and so is a unit whose
+// lower-case form has another upper-case form, such as U+0130 and U+212A.
 [[nodiscard]] char16_t FoldUnit(char16_t unit);
 
-// Lower-cases `length` units in place, each by itself as FoldUnit does.
+// Lower-cases `length` units in place, each as FoldUnit does.
 void FoldText(char16_t* text, std::size_t length);
 
-// Whether `unit` is white space, as the C run-time's iswspace has it on Windows.
+// Whether `unit` is white space for iswspace of the Windows C run-time.
 [[nodiscard]] bool IsSpace(char16_t unit);
 
 // Formats with printf placeholders ("%s" takes const char16_t*) into `buffer`, which has room for
-// `capacity` units. The result is terminated whenever `capacity` is not 0. Returns the number of
-// units without the terminator, or -1 when they do not fit. A bad format gives -1 on POSIX; Windows
-// takes a placeholder that it does not know for text.
+// `capacity` units. The result ends in a NUL unless `capacity` is 0. Returns the number of units
+// without the terminator, or -1 when they do not fit. For a bad format POSIX returns -1; Windows
+// copies an unknown placeholder as text.
 [[nodiscard]] int FormatPrintf(char16_t* buffer, std::size_t capacity, const char16_t* format,
                                std::va_list arguments);
 
 // Composes a message with the inserts "%1" to "%99" (each a const char16_t*, or "%1!format!") and
-// the escapes "%%", "%n", "%r", "%t", "%b", "%." and "%!"; "%0" ends the text. False, with `text`
-// untouched, when the format is bad, but a "!format!" as FormatPrintf has it.
+// the escapes "%%", "%n", "%r", "%t", "%b", "%." and "%!"; "%0" ends the text. A "!format!" is
+// handled as by FormatPrintf. False, with `text` unchanged, when the format is otherwise bad.
 [[nodiscard]] bool ComposeMessage(std::u16string& text, const char16_t* format,
                                   std::va_list arguments);
 
-// The string resource `id` of `module`, where null means the program's main module; false, with
-// `text` untouched, when there is none. POSIX has no modules: a built-in table answers for all.
+// The string resource `id` of `module`; null is the main module of the program. False, with `text`
+// unchanged, when there is none. POSIX has no modules: a built-in table answers for all of them.
 [[nodiscard]] bool LoadResourceText(std::uint32_t id, const void* module, std::u16string& text);
 
-// The system's words for an error number or HRESULT, line breaks included; empty for an unknown
+// The system's message for an error number or HRESULT, with its line breaks; empty for an unknown
 // one.
 [[nodiscard]] std::u16string SystemErrorText(std::uint32_t code);
 

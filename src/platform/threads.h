@@ -1,4 +1,4 @@
-// platform/threads.h - the worker thread of a walk, and a queue of jobs.
+// platform/threads.h - a worker thread, and a queue of jobs.
 #pragma once
 
 #include <cstddef>
@@ -8,44 +8,50 @@
 
 namespace platform {
 
-// One function on a thread of its own. Where the system gives no thread, it runs on the one that
-// waits for it first.
+// Runs one function on a thread of its own. If the system has no thread left, the function runs on
+// the first thread that waits for it. Start is for one thread; Join and Wait are for any.
 class CWorkerThread {
 public:
     CWorkerThread() = default;
-    // Returns when the function has ended; one that nobody waited for may not run at all.
+    // Waits for the function. If it got no thread and nobody waited, it does not run at all.
     ~CWorkerThread() = default;
     CWorkerThread(const CWorkerThread&) = delete;
     CWorkerThread& operator=(const CWorkerThread&) = delete;
 
-    // Starts `body`, after joining the one before.
+    // Waits for any former body, then starts `body`.
     void Start(const std::function<void()>& body);
-    // Returns when the body has ended, at once when none was started. Any thread.
+    // Returns when the body has ended, or at once if none was started.
     void Join() const;
-    // The same, then throws what the body has thrown.
+    // The same; then throws what the body has thrown.
     void Wait() const;
 
 private:
     std::shared_future<void> m_run;
 };
 
-// Runs jobs in the order in which they are added, on a thread of its own, which is started for the
-// first of them. Used by one thread. A job that throws does not hold up those after it.
+// Runs jobs in the order of their addition, on a thread of its own, which the first job starts. A
+// job that throws does not stop the later ones.
+//
+// INVARIANT: at most one job runs at a time, and at most `maxWaiting` wait. `waiting`, `isRunning`
+// and `isEnding` are touched only under the mutex. `thrown` is written by the thread that runs a
+// job, and read by Finish when none runs.
+// Threads: one thread calls Add and Finish.
+// Gain: that of its users, such as CRegistryItemQueue.
 class CJobQueue {
 public:
     using Job = std::function<void()>;
 
-    // Holds up whoever adds a job while `maxWaiting` others wait to be run.
+    // `maxWaiting`, at least 1, limits the waiting jobs: Add blocks while there are that many.
     explicit CJobQueue(std::size_t maxWaiting);
-    // Runs what is still waiting. What a job threw is lost if nobody has called Finish since.
+    // Runs the waiting jobs. What a job threw is lost if Finish was not called after it.
     ~CJobQueue();
     CJobQueue(const CJobQueue&) = delete;
     CJobQueue& operator=(const CJobQueue&) = delete;
 
-    // Adds a job; runs it itself when the system gives no thread.
+    // Adds a job. If the system has no thread left, the caller's thread runs it at once.
     void Add(Job job);
-    // Returns when all jobs have run. Throws what the first of them threw that failed since the
-    // last call.
+    // Returns when all jobs have run. Then throws what the first failed job since the last call has
+    // thrown.
     void Finish();
 
 private:

@@ -8,8 +8,9 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-// How many bytes follow a lead byte, and the smallest character that needs them; what is smaller is
-// overlong. A byte that leads nothing has a smallest character that no sequence reaches.
+// The data of a lead byte: how many bytes follow, the smallest character with that many (a smaller
+// one is overlong), and the bits of the lead itself. For a byte that cannot lead, `smallest` is
+// above all characters, so the result is always malformed.
 struct SLead {
     std::size_t following;
     char32_t smallest;
@@ -67,6 +68,7 @@ std::u16string Utf8ToUtf16(std::string_view bytes) {
         std::size_t read = 0;
         for (; read < lead.following && at < bytes.size(); ++read) {
             const auto byte = static_cast<unsigned char>(bytes[at]);
+            // The byte that breaks the sequence starts the next one.
             if ((byte & 0xC0U) != 0x80U) {
                 break;
             }

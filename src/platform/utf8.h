@@ -1,4 +1,4 @@
-// platform/utf8.h - UTF-8, as it is found at the edges of the system, from and to UTF-16.
+// platform/utf8.h - converts between UTF-8 and UTF-16. Safe on any thread.
 #pragma once
 
 #include <string>
@@ -6,10 +6,10 @@
 
 namespace platform {
 
-// What is malformed shows as U+FFFD.
+// Each malformed sequence becomes U+FFFD.
 [[nodiscard]] std::u16string Utf8ToUtf16(std::string_view bytes);
 
-// An unpaired surrogate shows as U+FFFD.
+// Each unpaired surrogate becomes U+FFFD.
 [[nodiscard]] std::string Utf16ToUtf8(std::u16string_view text);
 
 }  // namespace platform

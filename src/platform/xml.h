@@ -1,7 +1,7 @@
-// platform/xml.h - a pull reader and a push writer for XML files.
+// platform/xml.h - a reader and a writer for XML files.
 //
-// Results are HRESULTs. Text is UTF-16; names and values come back as views that last until the
-// next call on the same object. One thread at a time. Nothing throws but std::bad_alloc.
+// Results are HRESULTs. Text is UTF-16; names and values are views that are valid until the next
+// call on the same object. One thread at a time. Nothing throws except std::bad_alloc.
 #pragma once
 
 #include <cstddef>
@@ -26,10 +26,10 @@ enum class EXmlNode {
 };
 
 // Reads one document node by node. A document type definition is an error, and so is everything
-// that is not well-formed; nesting and text are limited by memory alone, but thousands of
-// attributes in one element, or hundreds of namespaces in force, may be refused. UTF-8 and UTF-16
-// are read everywhere, other encodings where the system knows them. An element without content
-// gives no end node: IsEmptyElement tells it apart.
+// that is not well-formed. Only memory limits nesting and texts, but thousands of attributes of one
+// element, or hundreds of namespaces in force, may be refused. UTF-8 and UTF-16 are read
+// everywhere, other encodings where the system knows them. An element without content ("<a/>") has
+// no end node; IsEmptyElement tells. The destructor closes the file.
 class CXmlInput {
 public:
     CXmlInput();
@@ -37,22 +37,24 @@ public:
     CXmlInput(const CXmlInput&) = delete;
     CXmlInput& operator=(const CXmlInput&) = delete;
 
-    // Opens a file, closing any former one. The HRESULT of the file system's error when it cannot
-    // be opened, as HresultFromError gives it; what it holds shows at the first Read.
+    // Opens a file and closes any former one. Returns the HRESULT of the file system's error when
+    // it cannot be opened, as HresultFromError gives it. Faults in the content show from the first
+    // Read on.
     [[nodiscard]] int Open(const char16_t* name);
     [[nodiscard]] bool IsOpen() const { return m_state != nullptr; }
     void Close();
 
-    // Goes to the next node: 0, S_FALSE at the end, or a negative HRESULT, after which every
+    // Goes to the next node: 0, S_FALSE at the end, or a negative HRESULT. After a failure every
     // further call fails too.
     [[nodiscard]] int Read(EXmlNode& node);
 
-    // Go to an attribute of the current element: 0, or S_FALSE when there is no further one. They
-    // come as in the file, on POSIX the declarations of namespaces ahead of the others.
+    // Go to the first or next attribute of the current element: 0, or S_FALSE when there is none.
+    // They come in the order of the file; on POSIX namespace declarations come first.
     [[nodiscard]] int MoveToFirstAttribute();
     [[nodiscard]] int MoveToNextAttribute();
 
-    // Of the current node, or of the attribute that was moved to. The prefix is empty without one.
+    // Names and value of the current node, or of the attribute last moved to. Without a prefix
+    // GetPrefix is empty.
     [[nodiscard]] std::u16string_view GetPrefix();
     [[nodiscard]] std::u16string_view GetLocalName();
     [[nodiscard]] std::u16string_view GetValue();
@@ -66,9 +68,9 @@ private:
 };
 
 // Writes one document as UTF-16LE with a byte order mark, without any layout of its own. Markup
-// characters are escaped. A call that does not fit the place in the document fails and writes
-// nothing; on Windows it may end the document. A failure to write is remembered: the calls go on
-// giving it.
+// characters are escaped. A call that is not allowed at this place of the document fails and writes
+// nothing; on Windows it may end the document. After a failure to write, all further calls return
+// that failure. The destructor closes the file.
 class CXmlOutput {
 public:
     CXmlOutput();
@@ -76,25 +78,25 @@ public:
     CXmlOutput(const CXmlOutput&) = delete;
     CXmlOutput& operator=(const CXmlOutput&) = delete;
 
-    // Creates the file, replacing what stood there.
+    // Creates the file, replacing an existing one. On failure no file is open.
     [[nodiscard]] int Open(const char16_t* name);
     [[nodiscard]] bool IsOpen() const { return m_state != nullptr; }
 
-    // The XML declaration, without the standalone part.
+    // Writes the XML declaration, without a standalone attribute.
     int WriteStartDocument();
     int WriteStartElement(std::u16string_view name);
     int WriteAttribute(std::u16string_view name, std::u16string_view value);
     int WriteText(std::u16string_view text);
     int WriteWhitespace(std::u16string_view text);
-    // Closes the innermost element: as " />" when nothing was written into it, else by an end tag.
+    // Closes the innermost element: by " />" when it is empty, otherwise by an end tag.
     int WriteEndElement();
-    // Closes all that is open.
+    // Closes all open elements.
     int WriteEndDocument();
 
-    // Writes elements for the numbers below `count` into the innermost element, by calls of `write`
-    // for the numbers from `first` up to `last`. The calls may come on several threads at a time;
-    // each gets an output of its own and writes whole elements to it, which stand in the document
-    // by their numbers. Throws what `write` throws.
+    // Writes elements for the numbers from 0 to `count` - 1 into the innermost element. Each call
+    // of `write` makes the elements from `first` to `last` - 1. Calls may run on several threads at
+    // once; each has an output of its own and writes whole elements to it. In the document the
+    // elements are in the order of their numbers. Throws what `write` throws.
     using ElementWriter =
         std::function<void(CXmlOutput& output, std::size_t first, std::size_t last)>;
     int WriteElements(std::size_t count, const ElementWriter& write);
