@@ -73,7 +73,7 @@ private:
     SCommand m_command;
     std::string m_progress = "auto";
     CLI::App m_app{kDescription, "cas2orv"};
-    const CLI::App* m_verb = nullptr;  // that of the command line
+    const CLI::App* m_verb = nullptr;  // the command that was given; null before it is read
 };
 
 CParser::CParser() {
@@ -148,7 +148,7 @@ void CParser::AddConvert() {
 }
 
 std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& arguments) {
-    // The library takes the arguments from the end.
+    // CLI11 takes the arguments in reverse order.
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         m_app.parse(reversed);
@@ -186,6 +186,8 @@ SReply CParser::Complain(const std::string& problem) const {
 }
 
 std::string CParser::DescribeFailure(const CLI::ParseError& error) const {
+    // CLI11 tells the kinds of errors apart by their types. Its own messages do not say what to
+    // write instead.
     if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
         return DescribeMissing();
     }
@@ -215,6 +217,7 @@ std::string CParser::DescribeMissing() const {
 }
 
 std::string CParser::DescribeExtra() const {
+    // Words that no command has taken come before the command.
     const std::vector<std::string> early = m_app.remaining();
     const std::vector<std::string> words = early.empty() ? m_verb->remaining() : early;
     const auto option = std::find_if(words.begin(), words.end(), [](const std::string& word) {
@@ -234,7 +237,7 @@ std::string CParser::DescribeCount(const CLI::ParseError& error) const {
     const std::string name = text.substr(0, text.find(':'));
     const CLI::Option* const option = m_verb->get_option_no_throw(name);
     if (option == nullptr) {
-        return "--json takes no value; write it alone";  // as the only flag
+        return "--json takes no value; write it alone";  // it is the only flag
     }
     return name + (option->count() > 1 ? " is given more than once; give it once"
                                        : " needs a value behind it");
@@ -250,7 +253,7 @@ std::optional<std::string> CParser::FindBadValue() const {
         if (values.front().empty()) {
             return name + " is empty; write a path";
         }
-        // Most likely the value was forgotten and the next option taken for it.
+        // Probably the value was forgotten, and the next option was taken as the value.
         if (option->nonpositional() && values.front().front() == '-') {
             return name + " needs a value behind it; write ./" + values.front() +
                    " if that is its file";

@@ -1,4 +1,4 @@
-// host/command_line.h - what the program's arguments ask for.
+// host/command_line.h - reads the program's arguments.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ enum class EVerb { Convert, Targets, Machine };
 
 enum class EProgressStyle { Auto, Plain, None };
 
-// A command with its arguments, as they were written; an option that was not given is empty.
+// A command with its arguments as they were written. A text option that was not given is empty.
 struct SCommand {
     EVerb verb = EVerb::Convert;
     std::string profile;
@@ -22,14 +22,14 @@ struct SCommand {
     bool isJson = false;
 };
 
-// What to tell in place of running a command: help and the version, or what is wrong with the
+// A text to print instead of running a command: help or the version, or what is wrong with the
 // arguments and what to write instead.
 struct SReply {
     std::string text;
     bool isError = false;
 };
 
-// Reads the arguments behind the program's name.
+// Reads the arguments after the program's name.
 [[nodiscard]] std::variant<SCommand, SReply> ParseCommandLine(
     const std::vector<std::string>& arguments);
 

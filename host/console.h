@@ -1,4 +1,4 @@
-// host/console.h - the program's two streams.
+// host/console.h - text for stdout and stderr.
 #pragma once
 
 #include <string>
@@ -6,13 +6,13 @@
 
 namespace host {
 
-// Text in UTF-8 that does nothing to a terminal: control characters show as U+FFFD.
+// Converts a text to UTF-8 that has no effect on a terminal: control characters become U+FFFD.
 [[nodiscard]] std::string Printable(std::u16string_view text);
 
-// Puts a message for people on stderr, behind the program's name.
+// Writes a message to stderr, after the program's name.
 void Complain(std::string_view message);
 
-// Puts a result on stdout and has it written. False, with the reason on stderr, when it cannot be.
+// Writes a result to stdout and flushes it. False, with the reason on stderr, on failure.
 [[nodiscard]] bool PrintResult(std::string_view result);
 
 }  // namespace host

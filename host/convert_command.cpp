@@ -24,7 +24,8 @@ namespace {
 
 constexpr std::u16string_view kNoGuid = u"{00000000-0000-0000-0000-000000000000}";
 
-// The library hands its callback nothing of the host's.
+// Global, because the library gives its callback no pointer of the host. Set only while CallLibrary
+// runs.
 CProgressDisplay* s_display = nullptr;
 
 std::uint32_t OnProgress(const OrvProgress* root) {
@@ -52,14 +53,15 @@ const OrvChar* Chars(const std::u16string& text) {
     return reinterpret_cast<const OrvChar*>(text.c_str());
 }
 
-// Whether an argument, which the library knows as `path`, can only be a folder, be it there or not.
+// Whether an argument, which is `path` for the library, can only mean a folder, whether it exists
+// or not.
 bool NamesFolder(const std::string& argument, const std::u16string& path) {
     std::error_code error;
     return argument.back() == '/' || path.back() == u'\\' ||
            std::filesystem::is_directory(platform::LocalPath(argument), error);
 }
 
-// One run of the command.
+// One run of the command "convert".
 class CConversion {
 public:
     explicit CConversion(const SCommand& command) : m_command(command) {}
@@ -118,7 +120,8 @@ void CConversion::Fail(const std::string& problem) {
     m_hasFailed = true;
 }
 
-// Gives the exit status when there is nothing to begin with, otherwise 0.
+// Checks the arguments and opens the log. Returns 0, or the exit status when the conversion cannot
+// begin.
 int CConversion::Prepare() {
     const std::optional<std::u16string> profile = platform::LibraryPath(m_command.profile);
     const std::optional<std::u16string> pattern = platform::LibraryPath(m_command.output);
@@ -161,7 +164,7 @@ void CConversion::CallLibrary() {
     const std::unique_ptr<GUID, decltype(&FreeTargets)> owner(targets, &FreeTargets);
     m_targetCount = count;
     for (std::uint32_t i = 0; i < count; ++i) {
-        // A target that a failed conversion did not come to has left its place empty.
+        // After a failed conversion, a target that was not reached has an empty GUID.
         const std::u16string guid = platform::GuidToText(targets[i]);
         if (m_status == 0 || guid != kNoGuid) {
             m_outputs.push_back({guid, platform::LocalPath(ManifestName(guid))});
@@ -169,7 +172,7 @@ void CConversion::CallLibrary() {
     }
 }
 
-// An account without the privileges that loading a hive takes makes the library throw their status.
+// The library throws a status if the account does not have the privileges for loading a hive.
 std::uint32_t CConversion::CallGuarded(GUID*& targets, std::uint32_t& count) {
     const std::u16string log = m_log.GetLibraryPath();
     try {
@@ -181,7 +184,7 @@ std::uint32_t CConversion::CallGuarded(GUID*& targets, std::uint32_t& count) {
 }
 
 void CConversion::CheckManifests() {
-    // Targets of one GUID have one manifest, that of the last of them.
+    // Targets with the same GUID have the same manifest, that of the last of them.
     std::map<std::u16string, bool> isSaved;
     for (const SOutput& output : m_outputs) {
         if (isSaved.count(output.guid) != 0) {
@@ -196,9 +199,10 @@ void CConversion::CheckManifests() {
     std::erase_if(m_outputs, [&](const SOutput& output) { return !isSaved[output.guid]; });
 }
 
-// The library has no word for a manifest that it could not save.
+// Returns what is wrong with a manifest; empty when it is whole. The library does not report a
+// manifest that it could not save.
 std::string CConversion::CheckManifest(const SOutput& output) {
-    // One that is there in a folder that cannot be written to is an older one.
+    // In a folder that cannot be written to, an existing manifest is an old one.
     std::error_code error;
     if (!std::filesystem::is_regular_file(output.manifest, error) ||
         !IsWritable(output.manifest.parent_path())) {
@@ -227,7 +231,7 @@ std::string CConversion::FormatLines() const {
 
 std::string CConversion::FormatJson() const {
     std::vector<STarget> targets;
-    // Only the enumeration tells names; one that fails now leaves them out.
+    // Only the enumeration gives the names of targets. If it fails now, the output has none.
     if (m_outputs.empty() || ListTargets(m_profile, targets) != 0) {
         targets.clear();
     }

@@ -5,7 +5,7 @@
 
 namespace host {
 
-// Converts a package and tells what came of it. Returns the exit status.
+// Converts a package and reports the result. Returns the exit status.
 [[nodiscard]] int RunConvert(const SCommand& command);
 
 }  // namespace host

@@ -4,7 +4,7 @@
 namespace host {
 
 constexpr int kExitDone = 0;
-constexpr int kExitFailed = 1;     // nothing, or not all, was done
+constexpr int kExitFailed = 1;     // not all was done
 constexpr int kExitUsage = 2;      // the arguments are wrong
 constexpr int kExitHasErrors = 3;  // converted, but the log has errors
 

@@ -15,7 +15,7 @@ namespace {
 std::string FormatLines(const std::vector<STarget>& targets) {
     std::string lines;
     for (const STarget& target : targets) {
-        // Line breaks and tabs of a name must not pass for those between names.
+        // Printable, so that a line break or tab in a name does not look like a separator.
         lines += Printable(target.guid) + '\t' + Printable(target.name.value_or(u"")) + '\n';
     }
     return lines;

@@ -8,7 +8,7 @@ namespace host {
 // Lists the targets of a package on stdout. Returns the exit status.
 [[nodiscard]] int RunTargets(const SCommand& command);
 
-// Prints the machine description in effect. Returns the exit status.
+// Prints the present machine as a machine description. Returns the exit status.
 [[nodiscard]] int RunMachine();
 
 }  // namespace host

@@ -8,20 +8,20 @@
 
 namespace host {
 
-// A text in quotes, in UTF-8. Control characters and unpaired surrogates are written as "\u" and
-// four digits, so that nothing is lost and a terminal does not act on it.
+// A text in quotes, in UTF-8. Control characters and unpaired surrogates become "\u" and four
+// digits, so that nothing is lost and a terminal does not react to them.
 [[nodiscard]] std::string JsonText(std::u16string_view text);
 
-// An array of objects, a line for each, put together row by row.
+// An array of objects, one on a line, built row by row.
 class CJsonRows {
 public:
     struct SField {
-        std::string_view name;                    // needs no escapes
-        std::optional<std::u16string_view> text;  // null without one
+        std::string_view name;                    // must need no escapes
+        std::optional<std::u16string_view> text;  // without a value: null
     };
 
     void Add(std::initializer_list<SField> fields);
-    // The whole array and a line end.
+    // Returns the whole array and a line end.
     [[nodiscard]] std::string Finish() const;
 
 private:

@@ -18,7 +18,8 @@ bool StartsWith(std::u16string_view text, std::u16string_view start) {
     return text.substr(0, start.size()) == start;
 }
 
-// Puts lines together to entries, each of which is known to be over when the next one starts.
+// Joins lines to entries. An entry is known to be complete only when the next one starts, or the
+// log ends.
 class CEntryBuilder {
 public:
     CEntryBuilder(SLogSummary& summary, const LogEntryHandler& handle)

@@ -16,14 +16,15 @@ namespace host {
 
 namespace {
 
-constexpr std::uint64_t kLeastPart = std::uint64_t{1} << 20;  // bytes
+constexpr std::uint64_t kLeastPart = std::uint64_t{1} << 20;  // bytes: less is not worth a thread
 constexpr std::uint64_t kMaxParts = 8;
 
-// More than any element name takes; what a line has beyond it is not looked at.
+// In UTF-16 units, more than any element name. The rest of a line is not looked at.
 constexpr std::size_t kLineStart = 64;
 
-// A manifest has a line for each tag around items and for each item: text has its line breaks
-// escaped. An item has attributes, unlike whatever stands around it, but for the root.
+// Whether a line is an item. A manifest has one line for each item and for each tag around items,
+// because texts have their line breaks escaped. Items have attributes; of the other tags only the
+// root has.
 bool IsItem(std::u16string_view line) {
     const std::size_t nameEnd = line.find_first_of(u" >");
     return line.substr(0, 1) == u"<" && line.substr(0, 2) != u"<?" &&
@@ -31,13 +32,14 @@ bool IsItem(std::u16string_view line) {
            line.substr(0, nameEnd) != u"<Package";
 }
 
-// Reads the lines that start from byte `first` on and before byte `last`.
+// Reads the lines that start at byte `first` or later, and before byte `last`.
 SManifestSummary ReadPart(const std::filesystem::path& manifest, std::uint64_t first,
                           std::uint64_t last) {
     SManifestSummary summary;
     std::ifstream file(manifest, std::ios::binary);
     std::u16string line;
-    // The unit in front tells whether a line starts here.
+    // Starts one unit earlier: if that is a line feed, a line starts at `first`. NextLine with the
+    // limit 0 skips the rest of the line that an earlier part reads.
     CUtf16Reader reader = first == 0 ? CUtf16Reader(file) : CUtf16Reader(file, first - 2);
     if (first != 0 && !reader.NextLine(line, 0)) {
         return summary;
@@ -60,13 +62,14 @@ SManifestSummary ReadManifest(const std::filesystem::path& manifest) {
     const std::uint64_t parts = std::max<std::uint64_t>(
         1, std::min<std::uint64_t>(
                {size / kLeastPart, std::thread::hardware_concurrency(), kMaxParts}));
+    // Even, because units have two bytes.
     const std::uint64_t step = size / parts / 2 * 2;
     const auto endOf = [=](std::uint64_t part) {
         return part + 1 == parts ? size : (part + 1) * step;
     };
     std::vector<std::future<SManifestSummary>> others;
     for (std::uint64_t part = 1; part < parts; ++part) {
-        // Without a thread to be had it runs when it is asked for.
+        // If the system has no thread left, the part is read when its result is asked for.
         others.push_back(std::async(ReadPart, manifest, part * step, endOf(part)));
     }
     SManifestSummary summary = ReadPart(manifest, 0, endOf(0));

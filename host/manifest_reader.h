@@ -1,4 +1,4 @@
-// host/manifest_reader.h - counts what a manifest holds.
+// host/manifest_reader.h - counts the items of a manifest.
 #pragma once
 
 #include <cstddef>
@@ -8,11 +8,11 @@ namespace host {
 
 struct SManifestSummary {
     std::size_t items = 0;
-    bool isComplete = false;  // the end of the document is there
+    bool isComplete = false;  // the manifest has its last line
 };
 
-// Counts the item elements of all collections, with all processors when there are many. Takes no
-// more memory for a larger manifest.
+// Counts the item elements of all collections. Several threads read a large manifest at once. The
+// memory does not grow with the manifest.
 [[nodiscard]] SManifestSummary ReadManifest(const std::filesystem::path& manifest);
 
 }  // namespace host

@@ -14,8 +14,7 @@ namespace host {
 
 namespace {
 
-// Makes the machine description known, so that one that cannot be used is told of before anything
-// is done.
+// Loads the machine description first, so that a bad one is reported before any work.
 bool PrepareMachine(const SCommand& command) {
     if (!command.machine.empty() && !UseMachineFile(command.machine)) {
         Complain("--machine is of no use here: the answers are those of this machine itself");

@@ -1,4 +1,4 @@
-// host/program.h - the program behind main().
+// host/program.h - the program, without what main() does on each system.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace host {
 
-// Does what the arguments behind the program's name ask for; returns the exit status.
+// Runs the program with the arguments after its name. Returns the exit status.
 [[nodiscard]] int RunProgram(const std::vector<std::string>& arguments);
 
 }  // namespace host

@@ -9,7 +9,7 @@ namespace host {
 
 namespace {
 
-// Ten times a second at most. A conversion that is over sooner shows nothing.
+// At most ten times a second. A conversion that ends earlier shows nothing.
 constexpr std::chrono::milliseconds kRedrawInterval{100};
 
 }  // namespace
@@ -23,14 +23,14 @@ void CProgressDisplay::Show(const OrvProgress& root, Time now) noexcept {
             DrawBlock(root);
         }
     } catch (const std::bad_alloc&) {
-        // A conversion goes on without its display, and ends by itself where memory is short.
+        // The conversion goes on without a display. If memory is really short, it fails by itself.
         m_kind = EProgressDisplay::None;
     }
 }
 
 void CProgressDisplay::ShowLines(const OrvProgress& root) {
     const OrvProgress* const target = root.child;
-    // A target's message is still there when the target is done, but not its stages.
+    // When a target is done its message is still there, but its stages are gone.
     if (target == nullptr || target->child == nullptr) {
         return;
     }
@@ -50,7 +50,7 @@ void CProgressDisplay::ShowLines(const OrvProgress& root) {
 void CProgressDisplay::DrawBlock(const OrvProgress& root) {
     std::size_t lines = 0;
     const std::string text = FormatLevels(root, m_getSize(), lines);
-    // In one piece, so that nothing of it is seen half drawn.
+    // In one write, so that the terminal never shows half of it.
     m_write(ReturnToTop() + text + "\x1b[J");
     m_drawnLines = lines;
 }

@@ -14,12 +14,12 @@ namespace host {
 
 enum class EProgressDisplay {
     None,
-    Lines,  // a line for each target and each stage as it comes up
-    Block,  // a line for each live level, drawn over and over in the same place
+    Lines,  // a line for each target and each stage when it begins
+    Block,  // a line for each present level, drawn again and again in the same place
 };
 
-// One thread at a time, whichever makes a step. Does nothing costly unless there is something to
-// show, and never throws.
+// Shows progress. Called for every step, on the thread that makes the step, one at a time. It does
+// little unless there is something to show. Show never throws.
 class CProgressDisplay {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -29,7 +29,7 @@ public:
         : m_kind(kind), m_write(std::move(write)), m_getSize(std::move(getSize)), m_lastDraw(now) {}
 
     void Show(const OrvProgress& root, Time now) noexcept;
-    // Takes a drawn block away.
+    // Removes a drawn block.
     void Clear();
 
 private:
@@ -42,7 +42,7 @@ private:
     std::function<STerminalSize()> m_getSize;
     Time m_lastDraw;
     std::size_t m_drawnLines = 0;
-    std::int64_t m_target = -1;  // the last one of which a line was shown
+    std::int64_t m_target = -1;  // index of the last target with a line; -1 before the first
     std::u16string m_stage;
 };
 

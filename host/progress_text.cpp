@@ -11,15 +11,16 @@ namespace host {
 namespace {
 
 constexpr std::size_t kBarCells = 20;
-constexpr std::size_t kCountColumns = 11;  // as "12345/12345"
-constexpr std::size_t kLeastMessage = 16;  // less room than this is none
+constexpr std::size_t kCountColumns = 11;  // such as "12345/12345"
+constexpr std::size_t kLeastMessage =
+    16;  // columns; with less room for the message, bar and count are left out
 constexpr std::u16string_view kGap = u"...";
 
 bool IsLead(char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
 bool IsTrail(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
-// The columns of a unit. A trail surrogate has none of its own, a lead one those of both: what lies
-// beyond the basic plane is wide as a rule, and a line that is too short does no harm.
+// The columns of a unit. A lead surrogate counts for the pair and the trail for nothing. Characters
+// beyond the basic plane are usually wide; counting one too wide only makes a line shorter.
 std::size_t CountColumns(char16_t unit) {
     const bool isWide = (unit >= 0x1100 && unit < 0x1160) || (unit >= 0x2E80 && unit < 0xA4D0) ||
                         (unit >= 0xAC00 && unit < 0xD7A4) || (unit >= 0xF900 && unit < 0xFB00) ||
@@ -36,7 +37,7 @@ std::size_t CountColumns(std::u16string_view text) {
     return columns;
 }
 
-// How many units of the start fit. Trail surrogates need no room, so pairs stay together.
+// How many units from the start fit. A trail surrogate needs no room, so a pair stays together.
 std::size_t FitStart(std::u16string_view text, std::size_t columns) {
     std::size_t count = 0;
     while (count < text.size() && CountColumns(text[count]) <= columns) {
@@ -50,7 +51,7 @@ std::size_t FitEnd(std::u16string_view text, std::size_t columns) {
     while (start > 0 && CountColumns(text[start - 1]) <= columns) {
         columns -= CountColumns(text[--start]);
     }
-    // The partner of a trail surrogate may not have fitted.
+    // A trail surrogate whose lead did not fit is left out.
     while (start < text.size() && IsTrail(text[start])) {
         ++start;
     }
@@ -85,7 +86,7 @@ std::u16string CutMiddle(std::u16string_view text, std::size_t columns) {
         return std::u16string(kGap.substr(0, columns));
     }
     const std::size_t room = columns - kGap.size();
-    // The end of a path tells more than its start.
+    // The end gets more room, because the end of a path says more than its start.
     const std::size_t head = FitStart(text, room / 2);
     const std::size_t tail = FitEnd(text.substr(head), room - room / 2);
     std::u16string cut(text.substr(0, head));
@@ -95,7 +96,7 @@ std::u16string CutMiddle(std::u16string_view text, std::size_t columns) {
 }
 
 std::string FormatLevel(const OrvProgress& level, std::size_t columns) {
-    // In the last column a terminal would be about to begin a new line.
+    // The last column stays free, because there a terminal may begin a new line.
     std::size_t room = columns - std::min<std::size_t>(columns, 1);
     std::string line = FormatBar(level) + ' ' + FormatCount(level) + "  ";
     if (line.size() + kLeastMessage > room) {
@@ -109,7 +110,7 @@ std::string FormatLevels(const OrvProgress& root, const STerminalSize& size, std
     for (const OrvProgress* level = &root; level != nullptr; level = level->child) {
         levels.push_back(level);
     }
-    // The cursor rests on a line of its own below.
+    // One line less than the terminal has: the cursor is on the line below.
     const std::size_t limit = std::max<std::size_t>(size.rows, 2) - 1;
     lines = std::min(levels.size(), limit);
     std::string text;

@@ -1,4 +1,4 @@
-// host/progress_text.h - how progress is written for people.
+// host/progress_text.h - progress as text.
 #pragma once
 
 #include <cstddef>
@@ -10,18 +10,18 @@
 
 namespace host {
 
-// The message of a level; empty where there is none.
+// The message of a level; empty when it has none.
 [[nodiscard]] std::u16string_view GetMessage(const OrvProgress& level);
 
-// At most `columns` columns of a text: the middle of a longer one gives way to "...".
+// Cuts a text to at most `columns` columns: "..." replaces the middle of a longer one.
 [[nodiscard]] std::u16string CutMiddle(std::u16string_view text, std::size_t columns);
 
-// One level as bar, count and message in fewer than `columns` columns. Where there is little room,
-// the message alone.
+// A level as bar, count and message, in fewer than `columns` columns. With little room, only the
+// message.
 [[nodiscard]] std::string FormatLevel(const OrvProgress& level, std::size_t columns);
 
-// A line for each level that is alive, from the root down, as many as a terminal of this size can
-// show: the deepest ones stay. `lines` receives their number.
+// A line for each level, from the root down, as many as a terminal of this size can show; the
+// deepest ones have priority. `lines` receives their number.
 [[nodiscard]] std::string FormatLevels(const OrvProgress& root, const STerminalSize& size,
                                        std::size_t& lines);
 

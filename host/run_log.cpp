@@ -12,8 +12,8 @@ namespace host {
 
 namespace {
 
-// What the library's file holds at first. The library replaces it only if there is something to
-// log, so a file that is gone or empty afterwards tells of a full disk.
+// The first content of the private file. The library replaces the file only if there is something
+// to log. So a file that is missing or empty afterwards means a full disk.
 constexpr char kUntouched = '-';
 
 }  // namespace
@@ -27,11 +27,12 @@ bool CRunLog::Open(const std::string& argument) {
     return argument.empty() || OpenUserFile(argument);
 }
 
-// A file that cannot be written shows before the work is done, not after it.
+// Opened before the conversion, so that a file that cannot be written is reported before the work
+// is done.
 bool CRunLog::OpenUserFile(const std::string& argument) {
     m_userPath = platform::LocalPath(argument);
     std::error_code error;
-    std::filesystem::create_directories(m_userPath.parent_path(), error);  // shows below
+    std::filesystem::create_directories(m_userPath.parent_path(), error);  // open() reports it
     m_userFile.open(m_userPath, std::ios::binary | std::ios::trunc);
     if (!m_userFile.is_open()) {
         Complain("the log '" + Printable(platform::PathText(m_userPath)) +
@@ -64,9 +65,11 @@ bool CRunLog::Finish(SLogSummary& summary) {
     return CloseUserFile() && summary.isComplete;
 }
 
-// A stream that copies a whole other one takes the end of the room for the end of the other.
+// Piece by piece, because `operator<<(streambuf*)` cannot tell a full disk from the end of its
+// source.
 void CRunLog::CopyToUserFile(std::ifstream& log) {
-    std::vector<char> piece(std::size_t{64} << 10);
+    constexpr std::size_t kPieceBytes = std::size_t{64} << 10;
+    std::vector<char> piece(kPieceBytes);
     while (m_userFile.is_open() && m_userFile.good() && log.good()) {
         log.read(piece.data(), static_cast<std::streamsize>(piece.size()));
         m_userFile.write(piece.data(), log.gcount());

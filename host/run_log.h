@@ -9,15 +9,15 @@
 
 namespace host {
 
-// The library saves its log to a private file; from there the entries are shown to people, and the
-// whole is copied to the file that a user named.
+// The library saves its log to a private file. From there the entries are shown on stderr, and the
+// whole is copied to the file that the user named.
 class CRunLog {
 public:
-    // Makes both files ready; `argument` names the user's, if any, and its missing folders are
-    // made. False, with the reason on stderr, when one of them cannot be written.
+    // Creates both files. `argument` names the user's file; empty for none. Its missing folders are
+    // made. False, with the reason on stderr, when one of the files cannot be written.
     [[nodiscard]] bool Open(const std::string& argument);
 
-    // Where the library has to save its log.
+    // The file into which the library saves its log.
     [[nodiscard]] std::u16string GetLibraryPath() const;
 
     // Shows the entries on stderr, counts them and completes the user's file. False, with the

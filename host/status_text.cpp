@@ -44,7 +44,7 @@ const char* Advise(std::uint32_t status, const std::filesystem::path& file) {
 
 std::string DescribeStatus(std::uint32_t status) {
     std::u16string words = platform::SystemErrorText(status);
-    // The system's words end in a line break and may have more.
+    // The message of the system ends in a line break and may contain others.
     while (!words.empty() && (words.back() == u'\r' || words.back() == u'\n')) {
         words.pop_back();
     }

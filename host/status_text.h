@@ -1,4 +1,4 @@
-// host/status_text.h - the library's status values in words.
+// host/status_text.h - the status values of the library as text.
 #pragma once
 
 #include <cstdint>
@@ -6,12 +6,12 @@
 
 namespace host {
 
-// "status 2: The system cannot find the file specified."; HRESULTs as "status 0x80070005: ...". A
-// status without known words is the number alone.
+// "status 2: The system cannot find the file specified."; an HRESULT as "status 0x80070005: ...". A
+// status without a known message is only the number.
 [[nodiscard]] std::string DescribeStatus(std::uint32_t status);
 
-// "cannot convert 'a.profile': status 2: ...", and what to do where that is known. `action` is what
-// was to be done with the profile that an argument names.
+// "cannot convert 'a.profile': status 2: ...", and what to do if that is known. `action` is the
+// verb, and `profile` the argument that names the profile.
 [[nodiscard]] std::string DescribeFailure(const std::string& action, const std::string& profile,
                                           std::uint32_t status);
 

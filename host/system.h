@@ -1,7 +1,7 @@
 // host/system.h - what the program asks of its operating system: the terminal, a place for
 // temporary files. One folder of sources for each system.
 //
-// Arguments and output are bytes: UTF-8 on Windows, on POSIX whatever they are.
+// Arguments and output are bytes: UTF-8 on Windows, any bytes on POSIX.
 #pragma once
 
 #include <cstddef>
@@ -16,15 +16,15 @@ namespace host {
 // Whether files can be put into a folder.
 [[nodiscard]] bool IsWritable(const std::filesystem::path& folder);
 
-// Makes `file` the machine description of this process, for the library too. False where the
-// machine is always the one that the program runs on.
+// Makes `file` the machine description of this process and of the library. False on Windows, where
+// the machine is always the one that the program runs on.
 [[nodiscard]] bool UseMachineFile(const std::string& file);
 
-// The environment variable that names the place for temporary files.
+// The name of the environment variable for the place of temporary files.
 extern const char* const kTemporaryVariable;
 
-// A folder that no other user can enter, with room for one file. It goes when the object does, and
-// when the process is told to end. At most one at a time.
+// A folder that only this user (on Windows also the system) can enter, with one file. Both are
+// deleted with the object, and when the process is told to end. At most one object at a time.
 class CPrivateFolder {
 public:
     CPrivateFolder() = default;
@@ -32,10 +32,10 @@ public:
     CPrivateFolder(const CPrivateFolder&) = delete;
     CPrivateFolder& operator=(const CPrivateFolder&) = delete;
 
-    // Makes the folder and the file, which holds `content`. False with `problem` telling why not,
-    // and what to do.
+    // Makes the folder, and the file with `content`. On failure false, and `problem` says why, and
+    // what to do.
     [[nodiscard]] bool Create(std::string_view content, std::string& problem);
-    // The file's full path.
+    // The full path of the file.
     [[nodiscard]] const std::string& GetFile() const { return m_file; }
 
 private:
@@ -48,13 +48,13 @@ struct STerminalSize {
     std::size_t rows = 24;
 };
 
-// Whether stderr is a terminal whose cursor can be moved.
+// Whether stderr is a terminal on which the cursor can be moved.
 [[nodiscard]] bool HasTerminal();
 [[nodiscard]] STerminalSize GetTerminalSize();
-// Writes to stderr at once. A failure is ignored: there is nowhere to tell it.
+// Writes to stderr at once. A failure is ignored, because there is no other place to report it.
 void WriteTerminal(std::string_view bytes);
 
-// Free what the library has handed out: the array of targets, and the texts of an enumeration.
+// Free what the library has returned: the array of targets, and a text of an enumeration.
 void FreeTargets(GUID* targets);
 void FreeText(OrvChar* text);
 

@@ -14,7 +14,7 @@ struct SRelease {
     void operator()(void* handle) const { ReleaseCasTargetInformation(handle); }
 };
 
-// Takes over a text of the library, which may be null.
+// Copies and frees a text of the library, which may be null.
 std::optional<std::u16string> Take(OrvChar* text) {
     const std::unique_ptr<OrvChar, decltype(&FreeText)> owner(text, &FreeText);
     if (text == nullptr) {

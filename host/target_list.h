@@ -1,4 +1,4 @@
-// host/target_list.h - the targets of a package, as its enumeration tells them.
+// host/target_list.h - lists the targets of a package.
 #pragma once
 
 #include <cstdint>
@@ -13,8 +13,8 @@ struct STarget {
     std::optional<std::u16string> name;
 };
 
-// Asks the library for the targets of the package with this profile, in their order. Returns its
-// status; `targets` is changed only on success.
+// Lists the targets of the package with this profile, in their order. Returns the status of the
+// library; on failure `targets` is unchanged.
 [[nodiscard]] std::uint32_t ListTargets(const std::u16string& profile,
                                         std::vector<STarget>& targets);
 

@@ -10,7 +10,7 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "the units are copied as they are");
 
-constexpr std::size_t kPiece = std::size_t{64} << 10;
+constexpr std::size_t kPiece = std::size_t{64} << 10;  // bytes
 constexpr int kByteOrderMark = 0xFEFF;
 
 }  // namespace
@@ -30,7 +30,7 @@ CUtf16Reader::CUtf16Reader(std::istream& bytes, std::uint64_t start)
 
 bool CUtf16Reader::Fill() {
     m_pieceStart += m_size;
-    // A stream that gives less than was asked for is at its end, so the pieces are all even.
+    // Only the last piece can have an odd size: a stream gives less than asked for only at its end.
     m_bytes.read(reinterpret_cast<char*>(m_piece.data()),
                  static_cast<std::streamsize>(m_piece.size()));
     m_size = static_cast<std::size_t>(m_bytes.gcount());
@@ -38,7 +38,7 @@ bool CUtf16Reader::Fill() {
     return m_size >= 2;
 }
 
-// Where the next line feed lies in the piece, or the piece's end.
+// The index of the next line feed in the piece, or the end of the whole units.
 std::size_t CUtf16Reader::FindLineFeed() const {
     const std::size_t end = m_size - m_size % 2;
     for (std::size_t at = m_next; at < end;) {
@@ -47,6 +47,7 @@ std::size_t CUtf16Reader::FindLineFeed() const {
             break;
         }
         at = static_cast<std::size_t>(static_cast<const unsigned char*>(found) - m_piece.data());
+        // The byte may also be one half of another unit.
         if (at % 2 == 0 && m_piece[at + 1] == 0) {
             return at;
         }

@@ -9,15 +9,18 @@
 
 namespace host {
 
-// The units of a little-endian UTF-16 stream behind its byte order mark. Holds one piece of the
-// stream at a time. A last byte without a partner is left out.
+// Reads the units of a little-endian UTF-16 stream after its byte order mark. A single last byte is
+// ignored. One thread at a time.
+//
+// INVARIANT: `m_piece` is the `m_size` bytes of the stream from `m_pieceStart` on, and `m_next` is
+// the index of the next unit in it.
 class CUtf16Reader {
 public:
     static constexpr int kEnd = -1;
 
-    // A stream without the mark is at its end at once.
+    // A stream without the mark counts as empty.
     explicit CUtf16Reader(std::istream& bytes);
-    // Begins at a byte behind the mark, at an even place.
+    // Starts at byte `start`, which must be even and after the mark.
     CUtf16Reader(std::istream& bytes, std::uint64_t start);
 
     [[nodiscard]] int Next() {
@@ -30,11 +33,11 @@ public:
         return static_cast<int>(high << 8 | low);
     }
 
-    // Where in the stream the next unit stands, in bytes.
+    // The position of the next unit in the stream, in bytes.
     [[nodiscard]] std::uint64_t GetPosition() const { return m_pieceStart + m_next; }
 
-    // Gives the start of the next line, of no more than `limit` units, without its CR and LF. False
-    // when no further line ends.
+    // Reads a line and gives its first units, at most `limit`, without CR and LF. False when no
+    // further line ends.
     [[nodiscard]] bool NextLine(std::u16string& start, std::size_t limit);
 
 private:

@@ -9,8 +9,9 @@
 
 namespace {
 
-// A standard stream that is closed would be taken by the next file that is opened, which messages
-// would then be written into. What is opened in its place fails when it is used.
+// Opens /dev/null for each standard stream that is closed. Otherwise the next opened file would get
+// its number, and messages would be written into that file. The direction is the wrong one, so that
+// using the stream fails.
 void OccupyStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) == -1) {
@@ -23,7 +24,7 @@ void OccupyStandardStreams() {
 
 int main(int argumentCount, char** arguments) {
     OccupyStandardStreams();
-    // A reader of stdout that has gone shows as a failure to write.
+    // So that writing to a closed pipe fails instead of ending the process.
     static_cast<void>(signal(SIGPIPE, SIG_IGN));  // fails only for a number that is no signal
     const int first = argumentCount > 0 ? 1 : 0;
     return host::RunProgram(std::vector<std::string>(arguments + first, arguments + argumentCount));

@@ -23,7 +23,8 @@ namespace {
 
 constexpr std::array kEndingSignals = {SIGHUP, SIGINT, SIGTERM};
 
-// What a signal handler may look at: texts that do not move while a private folder is there.
+// The data of the signal handler. The texts are set before `isNeeded` and do not move while it is
+// 1.
 struct SCleanUp {
     volatile sig_atomic_t isNeeded = 0;
     const char* file = nullptr;
@@ -39,7 +40,7 @@ void RemoveFolder() {
     }
 }
 
-// Ends the process as the signal would have without a handler, which is taken off by now.
+// Ends the process as the signal would without a handler: SA_RESETHAND has removed it by now.
 void OnEndingSignal(int number) {
     RemoveFolder();
     static_cast<void>(raise(number));
@@ -51,9 +52,9 @@ void CatchEndingSignals() {
         struct sigaction action {};
         action.sa_handler = &OnEndingSignal;
         action.sa_flags = static_cast<int>(SA_RESETHAND);
-        // A signal that the parent has had ignored stays so, as nohup wants it.
+        // A signal that the parent process ignores stays ignored, as nohup expects.
         if (sigaction(number, nullptr, &former) == 0 && former.sa_handler == SIG_DFL) {
-            static_cast<void>(sigaction(number, &action, nullptr));  // has no way to fail
+            static_cast<void>(sigaction(number, &action, nullptr));  // cannot fail here
         }
     }
 }

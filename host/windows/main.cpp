@@ -11,7 +11,7 @@
 
 namespace {
 
-// Has the console take UTF-8 while the program runs. The console may outlive it.
+// Sets the console to UTF-8 while the program runs, because the console may outlive it.
 class CConsoleIsUtf8 {
 public:
     CConsoleIsUtf8() : m_before(GetConsoleOutputCP()) { SetConsoleOutputCP(CP_UTF8); }
@@ -27,9 +27,8 @@ private:
 
 int wmain(int argumentCount, wchar_t** arguments) {
     const CConsoleIsUtf8 console;
-    // Results are the same bytes on every system, line ends included.
-    static_cast<void>(
-        _setmode(_fileno(stdout), _O_BINARY));  // fails only for a stream that is shut
+    // Results have the same bytes on every system, also at line ends.
+    static_cast<void>(_setmode(_fileno(stdout), _O_BINARY));  // fails only for a closed stream
     std::vector<std::string> words;
     for (int i = 1; i < argumentCount; ++i) {
         words.push_back(platform::Utf16ToUtf8(platform::FromWide(arguments[i])));

@@ -10,7 +10,7 @@
 #include "platform/text.h"
 #include "platform/utf8.h"
 #include "platform/windows/win.h"
-// Behind windows.h.
+// These need windows.h before them.
 #include <objbase.h>
 #include <sddl.h>
 
@@ -20,7 +20,8 @@ const char* const kTemporaryVariable = "TMP";
 
 namespace {
 
-// What is removed when the process is told to end: empty while no private folder is there.
+// What OnEnd removes. Empty while there is no private folder. Guarded by s_cleanUpMutex, because
+// OnEnd runs on a thread of the system.
 struct SCleanUp {
     std::filesystem::path file;
     std::filesystem::path folder;
@@ -37,7 +38,7 @@ void RemoveFolder() {
     }
 }
 
-// Runs on a thread of its own. The process ends as it would have without this.
+// Called on a thread of the system. FALSE lets the process end as usual.
 BOOL WINAPI OnEnd(DWORD /*kind*/) {
     RemoveFolder();
     return FALSE;
@@ -142,7 +143,7 @@ void WriteTerminal(std::string_view bytes) {
 
 void FreeTargets(GUID* targets) { CoTaskMemFree(targets); }
 
-// A text comes from the library's own heap, for which it has no function.
+// The text is from the library's own heap, and the library has no function to free it.
 void FreeText(OrvChar* /*text*/) {}
 
 }  // namespace host
