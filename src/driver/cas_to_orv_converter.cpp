@@ -13,7 +13,7 @@
 
 namespace {
 
-// Names the folder of the package to the file layer for as long as it is converted.
+// Tells the file layer the folder of the package for as long as this object lives.
 class CPackageFolder {
 public:
     explicit CPackageFolder(const CFilePathW& folder) {
@@ -24,8 +24,9 @@ public:
     CPackageFolder& operator=(const CPackageFolder&) = delete;
 };
 
-// Logs what a stage or the conversion has thrown, and returns the last error as its status.
+// Logs an exception of a stage or of the conversion. Returns the last error as its status.
 int LogThrown(const std::exception& exception) {
+    // First, because logging may set another last error.
     const int status = platform::GetLastError();
     GetLogger().LogException(exception);
     return status;
@@ -73,6 +74,8 @@ void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets
     const CPackageFolder packageFolder(m_package.GetFolder());
     m_outputFolder = orvFile.GetParent();
     for (const auto& target : m_package.GetProfile().Targets) {
+        // All names before the first conversion, because the walk of any target may meet the output
+        // of each.
         m_outputNames.insert(GuidText(target->Guid));
     }
     for (const auto& target : m_package.GetProfile().Targets) {
@@ -89,16 +92,16 @@ void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets
 
 void CCasToOrvConverter::ConvertTarget(COrvPackage& package, const CCasTarget& target,
                                        CProgressEvent& parent) {
-    // What a stage throws ends that stage alone, but for the last two: without them the target has
-    // no manifest, and the conversion ends.
+    // An exception ends only its stage, except in the last two stages: without them the target has
+    // no manifest, so it ends the conversion.
     enum class EFailure { EndsStage, EndsConversion };
     struct SStep {
         const char16_t* message;
         Stage stage;  // null for a step without work
         EFailure failure = EFailure::EndsStage;
     };
-    // Every step weighs the same. The folders are walked together with the files; their step is for
-    // the display, as is that of the compression settings.
+    // Every step counts the same. Folders are walked together with files, so their step only shows
+    // its message, as does that of the compression settings.
     static constexpr SStep kSteps[] = {
         {u"Processing isolation environment settings.",
          &CCasToOrvConverter::ProcessIsolationEnvironment},
@@ -139,6 +142,7 @@ CFilePathW CCasToOrvConverter::TargetFolder(const CCasTarget& target) const {
 }
 
 bool IsTarget64Bit(const CCasTarget& target) {
+    // The packager's numbers of the 64-bit editions of Windows.
     switch (target.CreateOS) {
         case 1:
         case 3:
@@ -163,7 +167,7 @@ void SaveLog(const CFilePathW& logFile) {
     for (const CStrW& line : lines) {
         file.AddLine(line);
     }
-    // Whatever fails here shows when the file is created, and then nothing is written.
+    // If one of these fails, creating the file fails too, and nothing is written.
     static_cast<void>(DeleteFileForce(logFile));
     static_cast<void>(CreateDirectoryChain(logFile.GetParent()));
     if (file.Create(logFile) == ERROR_SUCCESS) {

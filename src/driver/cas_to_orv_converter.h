@@ -1,4 +1,4 @@
-// driver/cas_to_orv_converter.h - one conversion: every target of a package through ten stages.
+// driver/cas_to_orv_converter.h - one conversion: every target of a package passes ten stages.
 #pragma once
 
 #include <cstdint>
@@ -12,10 +12,11 @@
 #include "orvpackage/package.h"
 #include "reporting/progress_event.h"
 
-// Converts one package, once. What fails in a stage is logged by the stage, and the next one runs
-// on what is there; the status of a conversion tells only whether the package could be opened and
-// all its targets were gone through. What the processors gather in one target stays with them for
-// the next.
+// Converts one package, once. A failure within a stage is logged by the stage, and the next stage
+// runs with what there is. So the status of a conversion only says whether the package could be
+// opened and every target was processed. Data that the processors collect for one target stays for
+// the next ones. One thread at a time; the walks run on threads of their own, and the stage waits
+// for them.
 class CCasToOrvConverter {
 public:
     CCasToOrvConverter() = default;
@@ -23,26 +24,26 @@ public:
     CCasToOrvConverter(const CCasToOrvConverter&) = delete;
     CCasToOrvConverter& operator=(const CCasToOrvConverter&) = delete;
 
-    // Opens the package and converts its targets in their order, each into the folder of `orvFile`,
-    // in it a folder named by the target's GUID, and there under the name of `orvFile`. `*targets`
-    // becomes an array of `*targetCount` GUIDs that the host frees; a target that was never reached
-    // leaves its slot zero. Returns 0, ERROR_FILE_NOT_FOUND when there is no such file, the status
-    // of reading the profile, or the last error when an exception ended the conversion.
+    // Opens the package and converts its targets in their order. For an `orvFile` of "FOLDER\NAME",
+    // the manifest of a target is "FOLDER\{GUID}\NAME". `*targets` becomes an array of
+    // `*targetCount` GUIDs, which the host frees; the slot of a target that was not reached is
+    // zero. Returns 0, ERROR_FILE_NOT_FOUND when there is no such file, the status of reading the
+    // profile, or the last error when an exception ended the conversion.
     int Convert(const CFilePathW& casFile, const CFilePathW& orvFile, GUID** targets,
                 std::uint32_t* targetCount, CProgressEvent* root);
 
 private:
-    // A stage fills the package from the target. What fails in it is in the log.
+    // Adds data of the target to the package. Failures are logged, not returned.
     using Stage = void (CCasToOrvConverter::*)(COrvPackage& package, const CCasTarget& target,
                                                CProgressEvent& parent);
 
     void ConvertTargets(const CFilePathW& orvFile, GUID* targets, CProgressEvent& progress);
     void ConvertTarget(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
-    // The frame of a stage: what it throws is logged, and ends nothing but the stage.
+    // Runs a stage. An exception of the stage is logged and ends only that stage.
     void RunStage(Stage stage, COrvPackage& package, const CCasTarget& target,
                   CProgressEvent& parent);
 
-    // The stages, each in a source of its own.
+    // The stages, each in its own source file.
     void ProcessIsolationEnvironment(COrvPackage& package, const CCasTarget& target,
                                      CProgressEvent& parent);
     void ProcessProperties(COrvPackage& package, const CCasTarget& target, CProgressEvent& parent);
@@ -58,13 +59,13 @@ private:
     CCasPackage m_package;
     CAssemblyProcessor m_assemblyProcessor;
     CServiceProcessor m_serviceProcessor;
-    CFilePathW m_outputFolder;  // in which each target has one of its own
-    SortedTexts m_outputNames;
+    CFilePathW m_outputFolder;  // each target has a folder in it
+    SortedTexts m_outputNames;  // the names of those folders
 };
 
-// Whether a target was captured on a system of 64 bits.
+// Whether a target was captured on a 64-bit system.
 [[nodiscard]] bool IsTarget64Bit(const CCasTarget& target);
 
-// Writes the lines of the process's log to a file, with the folders above it. Without any line it
-// does nothing; a failure is not reported.
+// Writes the lines of the process's log to a file and makes missing folders. Does nothing if there
+// are no lines. A failure is not reported.
 void SaveLog(const CFilePathW& logFile);

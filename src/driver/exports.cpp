@@ -11,16 +11,16 @@
 
 namespace {
 
-// A host's texts, which on Windows are of wchar_t.
+// The host's texts, which are of type wchar_t on Windows.
 const char16_t* TextOf(const OrvChar* text) { return reinterpret_cast<const char16_t*>(text); }
 
-// Hands a text over to the host.
+// Gives the storage of a text to the host.
 OrvChar* Release(CStrW& text) { return reinterpret_cast<OrvChar*>(text.Detach()); }
 
-// A path as the host gives it; empty for null and for what is no path.
+// A path from the host. Empty for null and for a text that is not a path.
 CFilePathW PathOf(const OrvChar* text) { return CFilePathW(CStrW(TextOf(text))); }
 
-// Readies the machine's answers; without them nothing is converted, and the log says why.
+// Loads the machine's answers. On failure nothing can be converted, and the log has the reason.
 int LoadMachineOrLog() {
     std::u16string problem;
     const int status = platform::LoadMachine(problem);

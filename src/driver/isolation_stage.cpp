@@ -2,7 +2,7 @@
 #include "driver/cas_to_orv_converter.h"
 #include "reporting/logger.h"
 
-// A check that the rules can be read: none of them has an effect on the package.
+// Checks only that the rules can be read: they have no effect on the package.
 void CCasToOrvConverter::ProcessIsolationEnvironment(COrvPackage& /*package*/,
                                                      const CCasTarget& target,
                                                      CProgressEvent& /*parent*/) {

@@ -9,7 +9,7 @@ constexpr SExclusionRow Contains(const char16_t* pattern) {
     return {pattern, MatchContains, false};
 }
 
-// What belongs to the operating system: caches, lists of recent things, state of devices and
+// Keys that belong to the operating system: caches, lists of recent items, the state of devices and
 // networks.
 constexpr SExclusionRow kRows[] = {
     Prefix(uR"(HKEY_CURRENT_USER\Environment)"),

@@ -1,15 +1,15 @@
-// driver/reg_exclusion_rules.h - the table of registry keys that no package carries.
+// driver/reg_exclusion_rules.h - the table of registry keys that are never in a package.
 #pragma once
 
 #include <cstdint>
 #include <span>
 
-// How a pattern is compared with a key's path, always ignoring case.
+// How a pattern is compared with the path of a key, always ignoring case.
 enum EExclusionMatch : std::uint32_t {
-    MatchPrefix = 0,    // the path begins with it, not necessarily up to a backslash
+    MatchPrefix = 0,    // the path begins with it; no backslash need follow
     MatchSuffix = 1,    // the path ends with it
-    MatchContains = 2,  // it stands anywhere in the path
-    MatchExact = 3,     // it is the path
+    MatchContains = 2,  // the path contains it
+    MatchExact = 3,     // the path equals it
 };
 
 struct SExclusionRow {
@@ -18,5 +18,5 @@ struct SExclusionRow {
     bool flag;  // kept with the row; no decision depends on it
 };
 
-// The rows in the order in which they are tested.
+// All rows. Of two rows with the same text CRegExclusions uses the first.
 [[nodiscard]] std::span<const SExclusionRow> GetExclusionRows();

@@ -13,9 +13,8 @@ constexpr std::u16string_view kUsers = uR"(HKEY_USERS\)";
 constexpr std::u16string_view kLowerUsers = uR"(hkey_users\)";
 constexpr std::u16string_view kLowerDefaultUser = uR"(hkey_users\.default)";
 
-// Lower-case patterns and paths are compared unit by unit: the patterns are ASCII, where this is
-// what the locale says too, but for hives with names beyond it, which a machine keeps none of in
-// memory.
+// Compared unit by unit. For ASCII patterns this equals the comparison of any locale. All patterns
+// are ASCII, except for the names of volatile hives, which in practice are ASCII too.
 bool Matches(const CExclusionRule& rule, std::u16string_view lowerPath) {
     const std::u16string_view pattern = rule.m_lowerPattern;
     switch (rule.m_match) {
@@ -45,6 +44,7 @@ CRegExclusions::CRegExclusions() : m_lowerUserKey(LowerCase(CStrW(kUsers) + GetC
 }
 
 const CRegExclusions& CRegExclusions::Get() {
+    // Not destroyed, so that it is valid to the end of the process.
     static const auto* const exclusions = new CRegExclusions;
     return *exclusions;
 }
@@ -76,6 +76,8 @@ void CRegExclusions::AddPrefix(std::u16string_view lowerPattern) {
     if (lowerPattern.empty() || StartsWithPrefix(lowerPattern)) {
         return;
     }
+    // Longer prefixes with this start are not needed any more. They follow it directly in the
+    // order.
     auto covered = m_lowerPrefixes.lower_bound(lowerPattern);
     while (covered != m_lowerPrefixes.end() && covered->starts_with(lowerPattern)) {
         covered = m_lowerPrefixes.erase(covered);
@@ -83,11 +85,11 @@ void CRegExclusions::AddPrefix(std::u16string_view lowerPattern) {
     m_lowerPrefixes.emplace(lowerPattern);
 }
 
-// No prefix is the start of another, so that only the last one that stands before the path, or is
-// it, can be its start.
+// No prefix is the start of another one. So only the last prefix that is not greater than the path
+// can be its start.
 bool CRegExclusions::StartsWithPrefix(std::u16string_view lowerPath) const {
-    const auto behind = m_lowerPrefixes.upper_bound(lowerPath);
-    return behind != m_lowerPrefixes.begin() && lowerPath.starts_with(*std::prev(behind));
+    const auto next = m_lowerPrefixes.upper_bound(lowerPath);
+    return next != m_lowerPrefixes.begin() && lowerPath.starts_with(*std::prev(next));
 }
 
 bool CRegExclusions::IsExcluded(const CStrW& path) const {
@@ -102,7 +104,7 @@ bool CRegExclusions::IsExcluded(const CStrW& path) const {
            lower.starts_with(kLowerKernelRoot) || IsOtherUser(lower);
 }
 
-// Without the user's SID its key is all of the users' keys, and nobody is another user.
+// Without a SID `m_lowerUserKey` is "hkey_users\" itself, so no key belongs to another user.
 bool CRegExclusions::IsOtherUser(std::u16string_view lowerPath) const {
     return lowerPath.starts_with(kLowerUsers) && !lowerPath.starts_with(kLowerDefaultUser) &&
            !lowerPath.starts_with(m_lowerUserKey.View());

@@ -7,8 +7,8 @@
 
 namespace {
 
-// Deletes the excluded keys of one collection. A key is tested, and shown, by its portable path, as
-// it would stand in the manifest.
+// Deletes the excluded keys of one collection. A key is compared, and shown, by its portable path,
+// as in the manifest.
 template <class TItem>
 void ExcludeFrom(COrvCollection& keys, const COrvSanitizer& sanitizer, CProgressEvent& progress) {
     const CRegExclusions& exclusions = CRegExclusions::Get();
@@ -25,8 +25,8 @@ void ExcludeFrom(COrvCollection& keys, const COrvSanitizer& sanitizer, CProgress
     }
 }
 
-// Takes the noise out of the two collections of keys. Values are left alone, so that a value below
-// an excluded key brings its key back.
+// Removes the excluded keys from the two collections of keys. Values are not removed, so a value
+// below an excluded key makes an installer create that key again.
 void ExcludeRegistryKeys(COrvPackage& package, CProgressEvent& parent) {
     auto& created = package.Get<COrvCreateKeysCollection>();
     auto& deleted = package.Get<COrvDeleteKeysCollection>();
@@ -49,7 +49,8 @@ void CCasToOrvConverter::ProcessRegistry(COrvPackage& package, const CCasTarget&
         GetLogger().LogStatus(status, ReadFailedText(hive.ToString()));
         return;
     }
-    // A hive that could not be mounted has its line in the log, and leaves nothing to exclude.
+    // A hive that could not be mounted gives a positive status, which the reader has logged. There
+    // is nothing to exclude then.
     progress.Step();
     ExcludeRegistryKeys(package, progress);
     progress.Finish();

@@ -3,7 +3,8 @@
 
 void CCasToOrvConverter::SaveTarget(COrvPackage& package, const CCasTarget& /*target*/,
                                     CProgressEvent& /*parent*/) {
-    // A manifest that cannot be deleted or saved is nothing that a conversion reports.
+    // A failure to delete or save the manifest is not reported: callers see that the manifest is
+    // missing or old.
     static_cast<void>(DeleteFileForce(package.GetManifestPath()));
     static_cast<void>(CreateDirectoryChain(package.GetFolder()));
     package.Save();

@@ -6,15 +6,15 @@
 
 namespace {
 
-// Scripts of the profile, or of a target.
+// The scripts of the profile, or of a target.
 struct SScope {
-    const char16_t* prefix;  // keeps scripts of one name and different scopes apart
+    const char16_t* prefix;  // makes names of the two scopes different
     const char16_t* message;
-    CFilePathW folder;  // that the scripts' files stand in
+    CFilePathW folder;  // of the script files
 };
 
-// Makes a script an action and copies its file. The action stays when that cannot be done, of which
-// the log tells.
+// Adds an action for a script and copies its file. If the file cannot be copied, the action stays
+// and the failure is logged.
 void CopyScript(COrvPackage& package, const CCasScript& script, const SScope& scope) {
     if (script.Disabled) {
         return;

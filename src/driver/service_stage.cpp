@@ -7,8 +7,8 @@ namespace {
 
 constexpr std::u16string_view kLocalSystem = u"LocalSystem";
 
-// The account as a service manager wants it: local ones behind ".\", and an empty text for the
-// local system's. The empty name is a local one like any other.
+// The account in the form of the service manager: a local account after ".\", and an empty text for
+// the local system. An empty name counts as a local account.
 CStrW AccountOf(const CStrW& name) {
     const std::u16string_view text = name;
     const std::size_t backslash = text.find(u'\\');
@@ -47,6 +47,6 @@ void CCasToOrvConverter::ProcessServices(COrvPackage& package, const CCasTarget&
         progress.Step();
     }
     progress.Finish();
-    // Last, so that what the profile says of a service goes before what the registry says.
+    // Last, because the first item of a service stays: the profile wins over the registry.
     m_serviceProcessor.Apply(package);
 }
