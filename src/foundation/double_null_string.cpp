@@ -7,11 +7,11 @@
 
 namespace {
 
-// What every empty list points at; never written.
+// The buffer of every empty list; never written.
 char16_t g_noStrings[2] = {0, 0};
 
-// The units that are allocated for `length` of them: by doubling, so that many strings are added in
-// linear time.
+// The units to allocate for a list of `length` units. A power of two, so that adding n strings
+// takes linear time.
 std::size_t CapacityFor(std::size_t length) { return std::bit_ceil(length); }
 
 }  // namespace
@@ -57,12 +57,14 @@ void CDoubleNullStringW::Add(std::u16string_view text) {
     const std::size_t start = m_count == 0 ? 0 : m_length - 1;
     const std::size_t length = start + text.size() + 2;
     char16_t* buffer = m_count == 0 ? nullptr : m_pBuffer;
+    // INVARIANT: a list that is not empty has room for CapacityFor(m_length) units.
     if (m_count == 0 || CapacityFor(length) != CapacityFor(m_length)) {
         buffer =
             static_cast<char16_t*>(std::realloc(buffer, CapacityFor(length) * sizeof(char16_t)));
     }
     if (buffer == nullptr) {
         Clear();
+        // Not 0, so that the null buffer counts as owned and Clear() makes the list empty again.
         m_pBuffer = nullptr;
         m_count = 1;
         return;

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-// Strings one behind the other, each with its NUL, and one more NUL at the end; none of them is
-// empty. Storage comes from malloc. After a failure to get some the buffer is null: such a list is
-// only fit to be cleared, assigned to or destroyed. One thread at a time.
+// A list of strings in one buffer: each string with its NUL, and one more NUL at the end. No string
+// is empty. Storage comes from malloc. If an allocation fails, the buffer is null; such a list may
+// only be cleared, assigned to or destroyed. One thread at a time.
 class CDoubleNullStringW {
 public:
     struct SFree {
@@ -25,26 +25,26 @@ public:
     CDoubleNullStringW& operator=(const CDoubleNullStringW& other);
     CDoubleNullStringW& operator=(CDoubleNullStringW&& other) noexcept;
 
-    // Append a copy; null and empty texts are ignored. A view has no NUL in it.
+    // Append a copy. Null and empty texts are ignored. A view must not contain a NUL.
     void Add(const char16_t* text);
     void Add(std::u16string_view text);
     void Assign(const CDoubleNullStringW& other);
     void Clear();
 
-    // The strings, GetCount() of them, as pointers into the buffer; null when there are none, or no
-    // memory.
+    // An array of GetCount() pointers into the buffer, which the caller owns; the pointers are
+    // valid until the list changes. Null when the list is empty or there is no memory.
     [[nodiscard]] StringArray GetStrings() const;
 
-    // All strings with their NULs and the closing one; an empty list is two NULs.
+    // All strings with their NULs and the closing one. An empty list is two NULs.
     [[nodiscard]] const char16_t* Get() const { return m_pBuffer; }
-    // In units, all NULs included.
+    // In UTF-16 units, with all NULs.
     [[nodiscard]] std::size_t GetLength() const { return m_length; }
     [[nodiscard]] std::size_t GetCount() const { return m_count; }
 
 private:
     char16_t* m_pBuffer;
     std::size_t m_length;
-    std::size_t m_count;  // 0 also says that the buffer is not owned
+    std::size_t m_count;  // 0: the buffer is the shared empty one, not owned
 };
 
 // Calls `each` with every string in turn; with none when there was no memory for them.

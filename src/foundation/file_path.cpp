@@ -8,6 +8,8 @@
 
 namespace {
 
+// In UTF-16 units: the longest folder that Windows makes without the prefix, 260 less a NUL and an
+// 8.3 name.
 constexpr std::size_t kMaxPlainPath = 247;
 constexpr std::u16string_view kLongPrefix = uR"(\\?\)";
 constexpr std::u16string_view kLongUncPrefix = uR"(\\?\UNC\)";
@@ -54,6 +56,7 @@ CStrW CFilePathSegmentW::GetStem() const {
 }
 
 bool CFilePathSegmentW::SetExtensionOrv() {
+    // May be invalid, because the new name may have more than 260 units.
     const CStrW name = GetStem() + u".orv";
     if (!platform::IsPathName(name)) {
         return false;
@@ -71,6 +74,7 @@ EFilePathKind KindOfFirstSegment(const CFilePathSegmentW& segment) {
 }
 
 CFilePathW::CFilePathW(const CFilePathW& base, const CFilePathW& tail) : m_kind(base.m_kind) {
+    // Room for both parts, so that they take one allocation.
     m_names.reserve(base.m_names.size() + tail.m_names.size() + 1);
     m_names = base.m_names;
     m_count = base.m_count;
@@ -96,6 +100,7 @@ int CFilePathW::Parse(std::u16string_view text) {
     while (status == ERROR_SUCCESS) {
         const std::size_t end = std::min(text.find(u'\\', start), text.size());
         status = AddPiece(text.substr(start, end - start), text.substr(start));
+        // One backslash at the end is not followed by a name.
         if (end + 1 >= text.size()) {
             break;
         }
@@ -107,7 +112,7 @@ int CFilePathW::Parse(std::u16string_view text) {
     return status;
 }
 
-// Finds the kind of a path text, and where its names start.
+// Sets the kind of a path text and finds where its names start.
 int CFilePathW::ParseKind(std::u16string_view text, std::size_t& start) {
     const auto isDriveRelative = [text](std::size_t colon) {
         return text.size() == colon + 1 || text[colon + 1] != u'\\';
@@ -117,6 +122,7 @@ int CFilePathW::ParseKind(std::u16string_view text, std::size_t& start) {
         m_kind = FilePathUnc;
         start = kLongUncPrefix.size();
     } else if (text.starts_with(kLongPrefix)) {
+        // After "\\?\" only a drive is known, apart from "UNC" above.
         if (text.size() < 6 || text[5] != u':') {
             return ERROR_INVALID_DATA;
         }
@@ -136,7 +142,8 @@ int CFilePathW::ParseKind(std::u16string_view text, std::size_t& start) {
     return ERROR_SUCCESS;
 }
 
-// Adds what stands up to the next backslash; `rest` is the text from there to its end.
+// Adds `piece`, the text up to the next backslash. `rest` is the text from the start of `piece` to
+// the end of the path. "C:name" gives two names.
 int CFilePathW::AddPiece(std::u16string_view piece, std::u16string_view rest) {
     if (IsEmpty() && m_kind == FilePathUnc) {
         return AddIf(platform::IsServerName(piece), piece);
@@ -195,7 +202,7 @@ int CFilePathW::Append(const CFilePathW& tail) {
     if (tail.StartsWithDots()) {
         return JoinResolving(*this, tail) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
     }
-    // The tail may be this path itself.
+    // The tail may be this path itself, so its sizes are read first.
     const std::size_t length = tail.m_names.size();
     const std::size_t count = tail.m_count;
     m_names += u'\\';
@@ -205,10 +212,11 @@ int CFilePathW::Append(const CFilePathW& tail) {
 }
 
 int CFilePathW::AppendSegment(const CFilePathSegmentW& segment) {
+    // The segment was checked when it was made.
     return AppendChecked(segment.View());
 }
 
-// Appends a name that is valid, or empty.
+// Appends a name, which must be valid or empty.
 int CFilePathW::AppendChecked(std::u16string_view name) {
     if (name.empty()) {
         return ERROR_SUCCESS;
@@ -280,8 +288,8 @@ int CFilePathW::PrependSegment(const CFilePathSegmentW& segment) {
     return ERROR_SUCCESS;
 }
 
-// Makes this path `base` with `relative` behind it, whose leading dots are resolved. False, with
-// the path unchanged, when they climb above the root.
+// Makes this path `base` followed by `relative`, and resolves the leading "." and ".." of
+// `relative`. False, with the path unchanged, when they go above the root.
 bool CFilePathW::JoinResolving(const CFilePathW& base, const CFilePathW& relative) {
     CFilePathW sum(base);
     std::size_t dots = 0;
@@ -309,7 +317,7 @@ bool CFilePathW::Equals(const CFilePathW& other) const {
     if (m_kind != other.m_kind || m_count != other.m_count) {
         return false;
     }
-    // Paths that differ mostly do so at their end.
+    // From the end, because paths that differ mostly differ there.
     std::u16string_view left = m_names;
     std::u16string_view right = other.m_names;
     for (std::size_t i = 0; i < m_count; ++i) {
@@ -348,6 +356,7 @@ bool CFilePathW::IsRoot() const {
         case FilePathDriveRelative:
             return m_count < 2;
         case FilePathUnc:
+            // A server, or a server and a share.
             return m_count < 3;
         default:
             return false;
@@ -439,7 +448,7 @@ void CFilePathW::RemoveLast(std::size_t count) {
 
 CStrW CFilePathW::ToPlainString() const {
     CStrW text;
-    // Room for what stands in front or behind, and for the terminator.
+    // Room for the two backslashes of a UNC path, or one at the end, and for the terminator.
     if (IsEmpty() || !text.Reserve(m_names.size() + 3)) {
         return text;
     }
@@ -449,9 +458,11 @@ CStrW CFilePathW::ToPlainString() const {
     } else if (m_kind == FilePathRootRelative) {
         text.Append(u'\\');
     } else if (m_kind == FilePathDriveRelative) {
+        // "C:" and its first name have no backslash between them.
         text.Append(TakeFirstName(names));
     }
     text.Append(names);
+    // "C:" alone would be drive-relative.
     if (m_kind == FilePathAbsolute && m_count == 1) {
         text.Append(u'\\');
     }

@@ -18,7 +18,7 @@ enum EFilePathKind : std::int32_t {
 };
 
 // One name between backslashes: 1 to 260 units, none of them one of "/<>\|, and a colon only as the
-// second of exactly two units. Wildcards, "." and ".." and trailing dots and blanks are allowed.
+// second of exactly two units. Wildcards, "." and "..", and trailing dots and blanks are allowed.
 class CFilePathSegmentW {
 public:
     CFilePathSegmentW() = default;
@@ -37,13 +37,14 @@ public:
     [[nodiscard]] bool IsDot() const { return m_name.View() == u"."; }
     [[nodiscard]] bool IsDotDot() const { return m_name.View() == u".."; }
 
-    // Compares what stands behind the last dot with `extension`, given with or without its dot: -1,
-    // 0 or 1, ignoring case. A name without a dot is its own extension, so that a bare "exe"
+    // Compares the part after the last dot with `extension`, which may have its dot or not: -1, 0
+    // or 1, ignoring case. A name without a dot is compared as a whole, so that the name "exe"
     // matches. An empty `extension` gives 0 when the name ends in its dot, otherwise 1.
     [[nodiscard]] int CompareExtension(std::u16string_view extension) const;
-    // What stands before the last dot; ".profile" has an empty stem.
+    // The part before the last dot, or the whole name without one; ".profile" has an empty stem.
     [[nodiscard]] CStrW GetStem() const;
-    // Makes the extension ".orv". False, with the name as it was, when the new name is invalid.
+    // Replaces the extension by ".orv". False, with the name unchanged, when the new name is
+    // invalid.
     bool SetExtensionOrv();
 
 protected:
@@ -59,22 +60,22 @@ public:
     CMachineNameW() = default;
     // An invalid name leaves it empty.
     explicit CMachineNameW(std::u16string_view name) { static_cast<void>(Assign(name)); }
-    // As CFilePathSegmentW::Assign, by the stricter rule.
+    // Like CFilePathSegmentW::Assign, with the stricter rule.
     [[nodiscard]] int Assign(std::u16string_view name);
 };
 
-// A Windows file path. Lengths count UTF-16 units. The path ending in a backslash and the one
-// without are the same path, and so are the ones with and without "\\?\" in front; "." and ".."
-// stay as written. Bad text never throws. A path belongs to one thread.
+// A Windows file path. Lengths count UTF-16 units. A backslash at the end and "\\?\" at the start
+// do not count: with and without them it is the same path. "." and ".." stay as written. Bad text
+// never throws. A path belongs to one thread.
 //
-// Operations that give an int return 0 or ERROR_INVALID_DATA; unless they say otherwise, a failure
-// leaves the path unchanged.
+// Operations that return an int return 0 or ERROR_INVALID_DATA. Unless they say otherwise, a
+// failure leaves the path unchanged.
 class CFilePathW {
 public:
     CFilePathW() = default;
-    // Parses `text`. What is no path leaves an empty one, so callers ask IsEmpty().
+    // Parses `text`. If it is not a path, this path is empty: callers ask IsEmpty().
     explicit CFilePathW(std::u16string_view text) { static_cast<void>(Parse(text)); }
-    // `base` with `tail` behind it, or `base` alone where that cannot be.
+    // `base` followed by `tail`, or `base` alone if Append or AppendSegment refuses the tail.
     CFilePathW(const CFilePathW& base, const CFilePathW& tail);
     CFilePathW(const CFilePathW& base, const CFilePathSegmentW& last);
 
@@ -83,21 +84,23 @@ public:
     // Replaces the path by one segment: a drive, or a relative name.
     void AssignSegment(const CFilePathSegmentW& segment);
 
-    // Puts `tail` behind this path; only its leading "." and ".." are resolved. ERROR_INVALID_DATA
-    // when `tail` has a drive or server of its own or climbs above the root.
+    // Appends `tail`. Only its leading "." and ".." are resolved. ERROR_INVALID_DATA when `tail`
+    // has a drive or server of its own or goes above the root.
     [[nodiscard]] int Append(const CFilePathW& tail);
-    // Adds one name: ".." takes the last one away, "." does nothing, a drive is refused.
+    // Appends one name. ".." removes the last name, "." does nothing. ERROR_INVALID_DATA for a
+    // drive, and for ".." on a root.
     [[nodiscard]] int AppendSegment(const CFilePathSegmentW& segment);
-    // Puts `head` before this path, which must have no drive or server and takes over the head's
-    // kind.
+    // Inserts `head` before this path, which then has the kind of `head`. Leading "." and ".." of
+    // this path are resolved. ERROR_INVALID_DATA when this path has a drive or server.
     [[nodiscard]] int Prepend(const CFilePathW& head);
-    // Puts one name in front; a leading ".." of this path cancels against it.
+    // Inserts one name before this path. A leading ".." of this path cancels it, a leading "." is
+    // replaced. ERROR_INVALID_DATA when this path has a drive or server.
     [[nodiscard]] int PrependSegment(const CFilePathSegmentW& segment);
 
-    // Same kind and same names, ignoring case; nothing is normalised.
+    // Whether kind and names are the same, ignoring case. Nothing is normalised.
     [[nodiscard]] bool Equals(const CFilePathW& other) const;
     [[nodiscard]] bool NotEquals(const CFilePathW& other) const { return !Equals(other); }
-    // The same for the first `count` names. False for 0, and when a path is shorter than `count`,
+    // The same for the first `count` names. False for 0. False when a path is shorter than `count`,
     // unless both have the same length.
     [[nodiscard]] bool EqualsFirstN(const CFilePathW& other, std::size_t count) const;
 
@@ -105,7 +108,8 @@ public:
     [[nodiscard]] EFilePathKind GetKind() const { return m_kind; }
     [[nodiscard]] std::size_t GetSegmentCount() const { return m_count; }
     [[nodiscard]] bool IsEmpty() const { return m_count == 0; }
-    // A drive or share without anything below it: nothing climbs above it.
+    // Whether this is a drive or share with nothing below it, or a server alone. ".." cannot go
+    // above it.
     [[nodiscard]] bool IsRoot() const;
 
     // The segment at an index, the first and the last; an empty one when there is none.
@@ -114,9 +118,9 @@ public:
     }
     [[nodiscard]] CFilePathSegmentW GetFirstSegment() const { return GetSegment(0); }
     [[nodiscard]] CFilePathSegmentW GetLastSegment() const;
-    // A segment's name in its place, to be looked at only.
+    // The name of a segment, valid until the path changes; empty when there is none.
     [[nodiscard]] std::u16string_view ViewSegment(std::size_t index) const;
-    // "C:" of a path that has one; otherwise empty.
+    // "C:" of a path with a drive; otherwise empty.
     [[nodiscard]] CFilePathSegmentW GetDriveSegment() const;
     // The last name; empty for a root such as "C:\".
     [[nodiscard]] CFilePathSegmentW GetFileName() const;
@@ -125,20 +129,21 @@ public:
     [[nodiscard]] CFilePathW GetParent() const;
     // Server and share of a UNC path; empty when this has none.
     [[nodiscard]] CFilePathW GetUncRoot() const;
-    // `count` names from `start` on, joined anew; empty when `start` is past the end.
+    // A path of up to `count` names from `start` on, appended one by one as AppendSegment does.
+    // Empty when `start` is past the end.
     [[nodiscard]] CFilePathW SubPath(std::size_t start, std::size_t count) const;
 
-    // Remove the first `count` names and make the path relative. RemoveFirst(0) leaves the kind
-    // alone; DropFirst(0) does not. Removing all clears the path.
+    // Remove the first `count` names and make the path relative. For 0, RemoveFirst does nothing,
+    // and DropFirst still makes it relative. Removing all names clears the path.
     void RemoveFirst(std::size_t count);
     void DropFirst(std::size_t count);
-    // Removes the last `count` names; the kind stays, unless that clears the path.
+    // Removes the last `count` names and keeps the kind. Removing all names clears the path.
     void RemoveLast(std::size_t count);
 
-    // The text of the path. Absolute, drive-relative and UNC paths of more than 247 units come with
-    // "\\?\" or "\\?\UNC\" in front, which is how long names reach the system.
+    // The text of the path. Absolute, drive-relative and UNC paths of more than 247 units start
+    // with "\\?\" or "\\?\UNC\": Windows takes long names only in this form.
     [[nodiscard]] CStrW ToString() const;
-    // The same without any such prefix.
+    // The same, never with such a prefix.
     [[nodiscard]] CStrW ToPlainString() const;
 
 private:
@@ -153,7 +158,8 @@ private:
 
     EFilePathKind m_kind = FilePathNone;
     std::size_t m_count = 0;
-    // Backslashes stand between them; the one of the root is implied by the kind.
+    // The names, with backslashes between them. The backslash of the root is not here; the kind
+    // implies it.
     std::u16string m_names;
 };
 

@@ -8,6 +8,7 @@
 
 namespace {
 
+// In UTF-16 units. A text whose long form would be longer stays as it is.
 constexpr std::size_t kMaxLongName = 259;
 
 bool IsExistingFolder(const CFilePathW& path) {
@@ -15,7 +16,7 @@ bool IsExistingFolder(const CFilePathW& path) {
     return platform::FindEntry(path.ToString().Get(), found) == ERROR_SUCCESS && found.IsFolder();
 }
 
-// Whether a long name may still be had from the folder above.
+// Whether the parent may exist, so that it is worth asking for its long name.
 bool IsMissing(int status) {
     return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
 }
@@ -26,8 +27,8 @@ bool CreateDirectoryChain(const CFilePathW& path) {
     if (path.IsEmpty()) {
         return false;
     }
-    // The usual cases first: only the folder itself is missing, or it is there, and so has all its
-    // parents. The chain of "C:a" and "\a" is another one than the path itself.
+    // First the usual cases, in one or two system calls: only the folder itself is missing, or it
+    // exists already. Not for "C:a" and "\a": the chain below makes "C:\a" and "a" of them.
     const bool isOwnChain =
         path.GetKind() != FilePathDriveRelative && path.GetKind() != FilePathRootRelative;
     if (isOwnChain && !path.IsRoot() &&
@@ -44,6 +45,7 @@ bool CreateDirectoryChain(const CFilePathW& path) {
     } else {
         folder.AssignSegment(path.GetDriveSegment());
     }
+    // A drive or share exists or not; it cannot be made.
     if (folder.GetSegmentCount() == path.GetSegmentCount()) {
         return IsExistingFolder(folder);
     }
@@ -74,7 +76,7 @@ bool DeleteFileForce(const CFilePathW& path) {
         return false;
     }
     if (found.IsReadOnly() && !found.IsFolder()) {
-        // A file that stays read-only cannot be deleted either, which the result tells.
+        // If this fails, the deletion fails too, and the result says so.
         static_cast<void>(
             platform::SetAttributes(name.Get(), found.attributes & ~platform::kAttributeReadOnly));
     }
@@ -88,8 +90,8 @@ int CopyFileOver(const CStrW& source, const CFilePathW& destination,
         return copier != nullptr ? copier->Copy(source.Get(), name.Get(), existing)
                                  : platform::CopyFile(source.Get(), name.Get(), existing);
     };
-    // The usual case first: the folder is there, and nothing stands in the way. What does, or
-    // cannot be made, shows when the file is copied.
+    // First the usual case, without any look-up: the folder exists and the name is free. The steps
+    // in between are not checked: if they did not help, the last copy fails and tells why.
     int status = copy(platform::EExisting::Keep);
     if (status == ERROR_PATH_NOT_FOUND) {
         static_cast<void>(CreateDirectoryChain(destination.GetParent()));
@@ -114,6 +116,7 @@ CFilePathW GetWindowsDirectoryPath() {
 }
 
 bool ExpandLongPath(CFilePathW& path) {
+    // Each round removes a name, so the loop ends.
     CFilePathW existing(path);
     while (!existing.IsEmpty()) {
         std::u16string longName;

@@ -1,5 +1,6 @@
-// foundation/file_system.h - what paths ask of the file system: folder chains, deletion, long
-// names.
+// foundation/file_system.h - operations on files and folders by their paths.
+//
+// A failure is also the thread's last error, as platform/files.h says. One thread at a time.
 #pragma once
 
 #include "foundation/file_path.h"
@@ -8,26 +9,27 @@ namespace platform {
 class CFileCopier;
 }
 
-// Makes a folder with all the folders above it that are missing. False for an empty path, for a UNC
-// path without a share, and when a folder cannot be made, also because a file has its name.
+// Makes a folder and all missing folders above it. False for an empty path, for a UNC path without
+// a share, and when a folder cannot be made, for example because a file has its name.
 bool CreateDirectoryChain(const CFilePathW& path);
 
-// Deletes a file, also a read-only one; the result of the deletion.
+// Deletes a file, even a read-only one. Returns whether the file was deleted.
 bool DeleteFileForce(const CFilePathW& path);
 
-// Copies a file, by the status of platform::CopyFile. A file that is there already is deleted
-// first, also a read-only one, and missing folders are made. With a `copier` it does the copying.
+// Copies a file and makes missing folders. An existing destination is deleted first, even a
+// read-only one. Returns the status of platform::CopyFile. A `copier` does the copying if there is
+// one; it may then report a failure later.
 [[nodiscard]] int CopyFileOver(const CStrW& source, const CFilePathW& destination,
                                platform::CFileCopier* copier = nullptr);
 
-// The folder of a CSIDL number for the current user, as a long name; empty on any failure.
+// The folder of a CSIDL number for the current user, as a long name; empty on failure.
 [[nodiscard]] CFilePathW GetSpecialFolderPath(int csidl);
 
-// The Windows folder as a long name; empty on any failure.
+// The Windows folder as a long name; empty on failure.
 [[nodiscard]] CFilePathW GetWindowsDirectoryPath();
 
-// Turn the short (8.3) names at the front of a path into long ones, as far as the path exists. True
-// when a part of it was looked up with success; the form on text gives false also when the long
-// form is what stood there, and when it has 260 units or more.
+// Turn the short (8.3) names at the start of a path into long ones, for as much of the path as
+// exists. True when some part of the path exists. The form on text is also false, with the text
+// unchanged, when the long form equals the text or has more than 259 units.
 bool ExpandLongPath(CFilePathW& path);
 bool ExpandLongName(CStrW& text);

@@ -9,6 +9,8 @@
 CStrW BytesToHex(const void* bytes, std::size_t count) {
     constexpr char16_t kHex[] = u"0123456789ABCDEF";
     CStrW text;
+    // Filled in place and handed over, because Append per byte would allocate each time. Empty when
+    // there is no memory, like every CStrW.
     auto* const buffer = static_cast<char16_t*>(std::malloc((2 * count + 1) * sizeof(char16_t)));
     if (buffer == nullptr) {
         return text;

@@ -16,6 +16,7 @@ std::uint64_t ReadPlainNumber64(std::u16string_view text, unsigned radix) {
 }
 
 std::uint64_t ReadCheckedNumber64(std::u16string_view text) {
+    // `| 0x20` makes a letter lower-case.
     const bool isHex = text.size() >= 2 && text[0] == u'0' && (text[1] | 0x20) == u'x';
     const unsigned radix = isHex ? 16 : 10;
     const std::u16string_view digits = text.substr(isHex ? 2 : 0);
@@ -26,11 +27,12 @@ std::uint64_t ReadCheckedNumber64(std::u16string_view text) {
 
 CStrW IntToDecimal(std::int32_t value) {
     const auto bits = static_cast<std::uint32_t>(value);
-    // The smallest value has no positive counterpart, but as an unsigned number it has.
+    // Negated as an unsigned number, because the smallest value has no positive signed counterpart.
     return value < 0 ? u'-' + UnsignedToText(0U - bits) : UnsignedToText(bits);
 }
 
 CStrW NumberToHex(std::uint64_t value) {
+    // "0x" and at most 16 digits, filled from the end.
     char16_t digits[18];
     std::size_t first = std::size(digits);
     do {

@@ -8,7 +8,7 @@
 
 constexpr unsigned kNoDigit = 36;
 
-// The number that a digit or letter stands for; kNoDigit for any other unit.
+// The value of a digit or letter as a digit, 0 to 35; kNoDigit for any other unit.
 [[nodiscard]] inline unsigned DigitValue(char16_t unit) {
     if (unit >= u'0' && unit <= u'9') {
         return unit - u'0';
@@ -17,16 +17,16 @@ constexpr unsigned kNoDigit = 36;
     return lower >= u'a' && lower <= u'z' ? lower - u'a' + 10 : kNoDigit;
 }
 
-// The plain rule: letters are digits too, "a" and "A" 10 and so on up to 35, whatever the radix, so
-// that "1a" is 20 in radix 10. The first other unit ends the number, and nothing in front of it
-// gives 0. A number too large wraps around.
+// The plain rule: letters are digits too, "a" and "A" are 10 and so on up to 35, whatever the
+// radix. So "1a" is 20 in radix 10. The first unit that is neither ends the number; without any
+// digit the number is 0. A number that is too large wraps around.
 [[nodiscard]] std::uint64_t ReadPlainNumber64(std::u16string_view text, unsigned radix = 10);
 [[nodiscard]] inline std::uint32_t ReadPlainNumber32(std::u16string_view text) {
     return static_cast<std::uint32_t>(ReadPlainNumber64(text));
 }
 
-// The checked rule: hexadecimal digits behind "0x" or "0X", otherwise decimal digits, and 0 for a
-// text with anything else in it. No digits are 0 too. A number too large wraps around.
+// The checked rule: hexadecimal digits after "0x" or "0X", otherwise decimal digits. A text with
+// any other unit is 0, and so is one without digits. A number that is too large wraps around.
 [[nodiscard]] std::uint64_t ReadCheckedNumber64(std::u16string_view text);
 [[nodiscard]] inline std::uint32_t ReadCheckedNumber32(std::u16string_view text) {
     return static_cast<std::uint32_t>(ReadCheckedNumber64(text));

@@ -1,11 +1,11 @@
-// foundation/path_names.h - takes names off a list of them with backslashes in between.
+// foundation/path_names.h - takes names from a list in which backslashes separate them.
 #pragma once
 
 #include <algorithm>
 #include <string_view>
 
-// Take the first or the last name away, and the backslash beside it. The name lasts as long as the
-// list's text; it is empty when the list is.
+// Remove the first or the last name from a list, with the backslash beside it, and return it. The
+// result is a view into the text of the list; it is empty when the list is.
 [[nodiscard]] inline std::u16string_view TakeFirstName(std::u16string_view& names) {
     const std::u16string_view name = names.substr(0, names.find(u'\\'));
     names.remove_prefix(std::min(name.size() + 1, names.size()));
@@ -17,7 +17,7 @@
     return name;
 }
 
-// Takes `count` names away from the start, or what there is of them.
+// Removes the first `count` names, or all if there are fewer.
 inline void SkipNames(std::u16string_view& names, std::size_t count) {
     for (std::size_t i = 0; i < count && !names.empty(); ++i) {
         static_cast<void>(TakeFirstName(names));

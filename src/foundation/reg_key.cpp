@@ -32,7 +32,7 @@ std::uint32_t CRegBuf::GetNumber() const {
 }
 
 bool CRegBuf::Reserve(std::size_t size) {
-    m_data.reset();  // first, so that two large values need not have room at a time
+    m_data.reset();  // first, so that the old and the new data are never both in memory
     m_data.reset(new (std::nothrow) std::byte[size + kMostTerminators * kUnit]);
     m_capacity = m_data == nullptr ? 0 : static_cast<std::uint32_t>(size);
     return m_data != nullptr;
@@ -42,6 +42,7 @@ bool CRegBuf::Reserve(std::size_t size) {
 void CRegBuf::Terminate(std::size_t units) {
     std::size_t present = 0;
     while (present < units) {
+        // Unit by unit from the end, without regard to alignment.
         const std::byte* const last = m_data.get() + m_dataSize - (present + 1) * kUnit;
         if (last[0] != std::byte{0} || last[1] != std::byte{0}) {
             break;
@@ -80,7 +81,7 @@ int CRegKey::QueryValue(std::u16string_view name, CRegBuf& buffer) const {
     buffer.m_type = REG_NONE;
     std::uint32_t type = REG_NONE;
     std::uint32_t size = buffer.m_capacity;
-    // A null buffer asks for the size alone, which is no answer for a value that has data.
+    // A buffer without storage is null, which asks only for the size; then the second call reads.
     int status = platform::QueryValue(m_hKey, name, type, buffer.m_data.get(), size);
     if (status == ERROR_MORE_DATA || size > buffer.m_capacity) {
         if (size > buffer.m_capacity && !buffer.Reserve(size)) {
@@ -94,7 +95,8 @@ int CRegKey::QueryValue(std::u16string_view name, CRegBuf& buffer) const {
     }
     buffer.m_dataSize = size;
     buffer.m_type = type;
-    // An odd last byte is no unit: the terminators go behind it, as they go behind a whole one.
+    // After an odd last byte the terminators follow directly. Data of less than one unit (two in a
+    // list) gets none.
     if ((type == REG_SZ || type == REG_EXPAND_SZ) && size >= kUnit) {
         buffer.Terminate(1);
     } else if (type == REG_MULTI_SZ && size >= 2 * kUnit) {
@@ -112,6 +114,7 @@ int CRegKey::QueryString(std::u16string_view name, CStrW& value) const {
         (status != ERROR_SUCCESS && status != ERROR_MORE_DATA)) {
         return status;
     }
+    // One unit more than the data, so that the text always ends in a NUL.
     const std::size_t capacity = size / kUnit + 1;
     auto* const buffer = static_cast<char16_t*>(std::calloc(capacity, kUnit));
     if (buffer == nullptr) {

@@ -26,7 +26,7 @@ constexpr SKernelRoot kKernelRoots[] = {
     {uR"(\REGISTRY\USER)", u"HKEY_USERS"},
 };
 
-// Settles most names at once: no other ASCII letter ever counts as an "H".
+// Rejects most names at once: no ASCII letter but "h" and "H" equals an "H" in any locale.
 bool BeginsWithOtherLetter(std::u16string_view name) {
     const int first = name.front() | 0x20;
     return first >= u'a' && first <= u'z' && first != u'h';
@@ -38,6 +38,7 @@ const SHive* FindHive(std::u16string_view name) {
     }
     const auto* const hive =
         std::find_if(std::begin(kHives), std::end(kHives), [name](const SHive& candidate) {
+            // The usual spelling first, which needs no folding.
             return platform::HasSameUnits(name, candidate.longName) ||
                    EqualsNoCase(name, candidate.shortName) ||
                    EqualsNoCase(name, candidate.longName);
@@ -66,6 +67,7 @@ int CRegPathSegmentW::Assign(std::u16string_view name) {
     m_name.Assign(name);
     if (m_name.IsEmpty()) {
         Clear();
+        // A text that begins with a NUL is empty for CStrW; otherwise memory ran out.
         return name.empty() || name.front() == 0 ? ERROR_INVALID_DATA : ERROR_NOT_ENOUGH_MEMORY;
     }
     if (name.find(u'\\') != std::u16string_view::npos) {
@@ -108,6 +110,7 @@ int CHiveNameW::Compare(const CHiveNameW& other) const {
 bool CHiveNameW::IsHiveName(std::u16string_view name) { return FindHive(name) != nullptr; }
 
 CRegPathW::CRegPathW(const CRegPathW& base, const CRegPathW& tail) {
+    // Room for both parts, so that they take one allocation.
     m_names.reserve(base.m_names.size() + tail.m_names.size() + 1);
     Assign(base);
     static_cast<void>(Append(tail));
@@ -140,9 +143,11 @@ int CRegPathW::Parse(std::u16string_view text) {
     if (text.empty() || text.front() == 0) {
         return ERROR_SUCCESS;
     }
-    // The kernel's name counts as a mere prefix: "\REGISTRY\MACHINEX" is the machine's key "X".
+    // The kernel's name is compared as a prefix of units: "\REGISTRY\MACHINEX" is the machine's key
+    // "X".
     if (const SKernelRoot* const root = FindKernelRoot(text)) {
         AssignHive(CHiveNameW(root->hiveName));
+        // Only when there is no memory. The path must not become a relative one then.
         if (!m_hasHive) {
             return ERROR_INVALID_DATA;
         }
@@ -165,6 +170,8 @@ int CRegPathW::ParseNames(std::u16string_view text) {
     }
     bool isValid = text.back() != u'\\';
     std::size_t count = 0;
+    // One pass checks and counts the names. A name starts after each backslash. It must not be
+    // empty, or start with a NUL, which counts as empty.
     char16_t before = u'\\';
     for (const char16_t unit : text) {
         const bool isFirst = before == u'\\';
@@ -212,7 +219,7 @@ int CRegPathW::Append(const CRegPathW& tail) {
     if (tail.m_hasHive) {
         return ERROR_INVALID_DATA;
     }
-    // The tail may be this path itself.
+    // The tail may be this path itself, so its sizes are read first.
     const std::size_t length = tail.m_names.size();
     const std::size_t count = tail.m_count;
     m_names += u'\\';
@@ -227,7 +234,8 @@ void CRegPathW::AppendSegment(const CRegPathSegmentW& segment) {
     }
 }
 
-// Compares `names` as a path, with a hive or without, to the first `count` names of another.
+// Compares `names`, taken as a path with or without a hive, with the first `count` names of another
+// path.
 bool CRegPathW::EqualsRun(std::u16string_view names, bool hasHive, const CRegPathW& other,
                           std::size_t count) {
     if (hasHive != other.m_hasHive) {
@@ -239,7 +247,7 @@ bool CRegPathW::EqualsRun(std::u16string_view names, bool hasHive, const CRegPat
     if (hasHive && !IsSameHive(first, otherFirst)) {
         return false;
     }
-    // The first name is either the hive or, by rule, not compared.
+    // The first name is the hive, compared above, or is not compared; see Equals.
     for (std::size_t i = 1; i < count; ++i) {
         if (!EqualsNoCase(TakeFirstName(names), TakeFirstName(others))) {
             return false;
@@ -266,6 +274,7 @@ bool CRegPathW::Contains(const CRegPathW& part) const {
     }
     std::u16string_view run = m_names;
     for (std::size_t start = 0; start + part.m_count <= m_count; ++start) {
+        // Only names from the start on can begin with a hive.
         if (EqualsRun(run, m_hasHive && start == 0, part, part.m_count)) {
             return true;
         }
@@ -280,7 +289,7 @@ void CRegPathW::Clear() {
     m_count = 0;
 }
 
-// The names from the one at `index` on.
+// The names from index `index` to the end.
 std::u16string_view CRegPathW::NamesFrom(std::size_t index) const {
     std::u16string_view rest = m_names;
     SkipNames(rest, index);
@@ -313,6 +322,7 @@ CRegPathW CRegPathW::SubPath(std::size_t start, std::size_t count) const {
     for (std::size_t i = 0; i < count && !rest.empty(); ++i) {
         part.AddNames(TakeFirstName(rest), 1);
     }
+    // Only the first name can be a hive.
     part.m_hasHive = m_hasHive && start == 0 && !part.IsEmpty();
     return part;
 }

@@ -13,7 +13,7 @@
 
 namespace {
 
-// A key of the tables below; "%SID%" in the path stands for the current user's SID.
+// A key in the tables below. "%SID%" in the path is replaced by the current user's SID.
 struct SKeyText {
     const char16_t* hive;
     const char16_t* path;
@@ -30,9 +30,10 @@ constexpr const char16_t* kCurrentUser = u"HKEY_CURRENT_USER";
 constexpr const char16_t* kMachine = u"HKEY_LOCAL_MACHINE";
 constexpr const char16_t* kUsers = u"HKEY_USERS";
 
-// Tried in this order, so that a longer alias stands before the shorter one that it begins with.
-// The second row of each alias of the classes is never reached: the machine's classes are meant.
-// The 32-bit view of a user's classes is folded onto the user's classes.
+// Tried in this order, so a longer alias is before a shorter one that it begins with. The second
+// row of each alias of the classes never matches: the machine's classes win. The 32-bit view of a
+// user's classes becomes the user's classes. Every text of both tables has "HKEY_" at its start and
+// nowhere else; FindRoot relies on that.
 constexpr SKeyRow kExpansions[] = {
     {{kClassesRoot, u"Wow6432Node"}, {kMachine, uR"(SOFTWARE\Wow6432Node\Classes)"}},
     {{kClassesRoot, u"Wow6432Node"}, {kUsers, u"%SID%_Classes"}},
@@ -61,7 +62,7 @@ constexpr SKeyRow kExpansions[] = {
     {{kCurrentConfig, u""}, {kMachine, uR"(SYSTEM\ControlSet001\Hardware Profiles\0001)"}},
 };
 
-// Here `to` is searched for and `from` put in.
+// Here `to` is searched for and replaced by `from`.
 constexpr SKeyRow kCollapses[] = {
     {{kMachine, uR"(SYSTEM\CurrentControlSet\Control\Print\Printers)"},
      {kMachine, uR"(SOFTWARE\Microsoft\Windows NT\CurrentVersion\Print\Printers)"}},
@@ -72,8 +73,8 @@ constexpr SKeyRow kCollapses[] = {
     {{kCurrentUser, u""}, {kUsers, u"%SID%"}},
 };
 
-// Without a SID only what surrounds it is left: a path such as "_Classes", or the hive alone. Never
-// empty: an empty text would match everywhere, so running out of memory throws.
+// Without a SID the text around it is left: a path such as "_Classes", or the hive alone. The
+// result is never empty, because an empty text would match everywhere; without memory this throws.
 CStrW BuildKeyText(const SKeyText& key, std::u16string_view sid) {
     constexpr std::u16string_view kSid = u"%SID%";
     std::u16string path = key.path;
@@ -104,16 +105,16 @@ bool BeginsWith(std::u16string_view text, std::u16string_view prefix) {
         const std::u16string_view sought = prefix.substr(start);
         return FindSubstringNoCaseIndex(text.substr(start, sought.size()), sought) == 0;
     };
-    // Keys begin alike, so it is the last unit that tells most of them apart.
+    // The last unit first, because the keys differ mostly at their end.
     return prefix.empty() ||
            (text.size() >= prefix.size() && isSameFrom(prefix.size() - 1) && isSameFrom(0));
 }
 
-// Where the next "hkey_" stands at or behind `start`, ignoring case. Every text of both tables has
-// it at its start and nowhere else, so that matches stand at such places only and never overlap.
+// The index of the next "hkey_" at or after `start`, ignoring case. Every text of both tables has
+// it at its start and nowhere else, so a match begins at such a place, and matches never overlap.
 std::size_t FindRoot(std::u16string_view text, std::size_t start) {
     constexpr std::u16string_view kLetters = u"hkey";
-    // Nothing but the underscore itself folds to an underscore.
+    // Searched by the underscore: it is rare, and no other unit folds to it.
     for (std::size_t mark = text.find(u'_', start + kLetters.size()); mark != kNowhere;
          mark = text.find(u'_', mark + 1)) {
         if (BeginsWith(text.substr(mark - kLetters.size()), kLetters)) {
@@ -123,7 +124,7 @@ std::size_t FindRoot(std::u16string_view text, std::size_t start) {
     return kNowhere;
 }
 
-// The index of the first row whose `side` is what `head` and `tail` together begin with.
+// The index of the first row whose `side` is the start of `head` followed by `tail`.
 std::size_t FindRow(const std::vector<CKeyMapping>& rows, CStrW CKeyMapping::*side,
                     std::u16string_view head, std::u16string_view tail) {
     for (std::size_t row = 0; row < rows.size(); ++row) {
@@ -136,10 +137,13 @@ std::size_t FindRow(const std::vector<CKeyMapping>& rows, CStrW CKeyMapping::*si
     return kNowhere;
 }
 
-// One text on its way through the expansion. A replacement begins with "HKEY_" like what it
-// replaces, so it changes the match at its own place and at no other. That makes it enough to keep
-// the places in a queue, each with the row that it matches: a text full of keys takes little more
-// than linear time.
+// Expands the aliases of one text.
+//
+// INVARIANT: `m_places` are the places of the first matches, from left to right. A replacement
+// begins with "HKEY_" like the text that it replaces, so it changes the match at its own place and
+// at no other one. `m_queue` has each place that matches a row, at most once, with that row. So the
+// next replacement costs O(log n), and a text of n keys O(n log n); to search the text again after
+// each one would be quadratic.
 class CKeyExpansion {
 public:
     CKeyExpansion(const std::vector<CKeyMapping>& rows, std::u16string_view text);
@@ -149,13 +153,15 @@ public:
     [[nodiscard]] CStrW Print() const;
 
 private:
-    // What stands at the place now is `head`, then the original text from `rest` to the next place.
+    // The text of the place is now `head`, followed by the original text from `rest` to the next
+    // place.
     struct SPlace {
         std::size_t start;
         std::size_t rest;
         std::u16string head;
     };
-    // A row and the index of a place: the least is the one to replace next.
+    // A row and the index of a place. The least pair is replaced next: the first row, at its
+    // leftmost place.
     using SMatch = std::pair<std::size_t, std::size_t>;
 
     void Replace(std::size_t index, const CKeyMapping& row);
@@ -167,7 +173,8 @@ private:
     std::u16string_view m_text;
     std::vector<SPlace> m_places;
     std::priority_queue<SMatch, std::vector<SMatch>, std::greater<>> m_queue;
-    // By how much the places have grown, as a Fenwick tree; shrinking counts modulo 2^64.
+    // The growth of each place in UTF-16 units, as a Fenwick tree: the position of a place costs
+    // O(log n). Shrinking counts modulo 2^64.
     std::vector<std::size_t> m_growth;
 };
 
@@ -192,13 +199,14 @@ std::size_t CKeyExpansion::Run() {
     while (!m_queue.empty()) {
         const auto [row, index] = m_queue.top();
         m_queue.pop();
-        // No text grows by as much as the position moves on: what is passed once stays passed.
+        // A place before the position stays there: the position moves by the whole replacement, the
+        // place by less. So it may be dropped.
         if (GetPosition(index) < position) {
             continue;
         }
         Replace(index, m_rows[row]);
         ++count;
-        // Deliberately counted from the old position and not from the match.
+        // Counted from the old position, not from the match. This must stay; see ExpandKeyText.
         position += m_rows[row].to.GetLength();
         Rematch(index);
     }
@@ -208,13 +216,14 @@ std::size_t CKeyExpansion::Run() {
 void CKeyExpansion::Replace(std::size_t index, const CKeyMapping& row) {
     SPlace& place = m_places[index];
     const std::size_t matched = row.from.GetLength();
+    // The match may go on from the head of an earlier replacement into the original text.
     const std::size_t fromHead = std::min(matched, place.head.size());
     place.head.replace(0, fromHead, row.to.View());
     place.rest += matched - fromHead;
     Shift(index, row.to.GetLength() - matched);
 }
 
-// Queues the place again when what was put in makes a key with what follows it.
+// Queues the place again when its new text, with the text after it, matches a row.
 void CKeyExpansion::Rematch(std::size_t index) {
     const SPlace& place = m_places[index];
     const std::size_t end = index + 1 < m_places.size() ? m_places[index + 1].start : m_text.size();
@@ -269,8 +278,8 @@ std::size_t CRegPathConverter::ExpandKeyText(CStrW& text) const {
 }
 
 bool CRegPathConverter::CollapseKeyText(CStrW& text) const {
-    // No portable key begins like a stored one, and matches never overlap: so one pass gives what
-    // searching anew for the first row after every replacement would.
+    // No portable key begins like a stored one, and matches never overlap. So one pass gives the
+    // same as a new search for the first row after each replacement.
     const std::u16string_view source = text;
     std::u16string collapsed;
     std::size_t done = 0;

@@ -12,7 +12,7 @@ class CSharedInstance {
 public:
     // Adds one user and lends the instance to it.
     [[nodiscard]] static T* Acquire() {
-        // Built before it is counted, so that a constructor that throws leaves no user behind.
+        // Built before it is counted, so that a constructor that throws adds no user.
         if (s_users.load() == 0) {
             s_instance = new T;
         }
@@ -20,7 +20,7 @@ public:
         return s_instance;
     }
 
-    // Takes one user away; each call pairs with one Acquire.
+    // Removes one user; each call pairs with one Acquire.
     static void Release() {
         if (s_users.fetch_sub(1) == 1) {
             delete s_instance;
@@ -33,8 +33,8 @@ private:
     inline static T* s_instance = nullptr;
 };
 
-// One user of the instance of `T`, whose class operations Acquire and Release it calls, for as long
-// as the holder lives.
+// Is one user of the instance of `T` for as long as it lives. `T` has static operations Acquire and
+// Release, which usually call those of CSharedInstance.
 template <class T>
 class CSharedHolder {
 public:

@@ -9,8 +9,9 @@
 
 namespace {
 
-// Lines are put together up to this many units, so that a log of short ones takes few writes.
-constexpr std::size_t kBatch = 32768;
+// In UTF-16 units. Lines are joined up to this size, so that a log of many short lines takes few
+// system calls.
+constexpr std::size_t kBatchUnits = 32768;
 
 }  // namespace
 
@@ -24,6 +25,7 @@ int CTextFileW::Save() {
     if (!m_file.IsOpen() || m_readOnly) {
         return ERROR_SUCCESS;
     }
+    // A second Save writes all lines again, the old ones included.
     int status = m_file.Rewind();
     if (status == ERROR_SUCCESS) {
         status = WriteLines();
@@ -40,7 +42,7 @@ int CTextFileW::WriteLines() {
     for (const CStrW& line : m_lines) {
         batch += line.View();
         batch += lineEnd;
-        if (batch.size() >= kBatch) {
+        if (batch.size() >= kBatchUnits) {
             const int status = WriteBatch(batch);
             if (status != ERROR_SUCCESS) {
                 return status;

@@ -1,4 +1,4 @@
-// foundation/text_file.h - lines of text on their way into a file.
+// foundation/text_file.h - collects lines of text and saves them in a file.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 
 class CFilePathW;
 
-// Lines that are written at once. They go out in a code page, ended by CR LF, or as UTF-16LE with a
-// byte order mark. One thread at a time.
+// Collects lines, which Save writes all together: in a code page, each ended by CR LF, or as
+// UTF-16LE with a byte order mark. One thread at a time.
 class CTextFileW {
 public:
     CTextFileW() = default;
@@ -28,11 +28,11 @@ public:
 
     void AddLine(const CStrW& line) { m_lines.push_back(line); }
 
-    // Closes any former file and creates `path`, replacing what stood there; the text may be
-    // written again. 0, or a Windows error number, with no file open.
+    // Closes any former file and creates `path`, replacing an existing file. A read-only mark set
+    // before is cleared. 0, or a Windows error number, with no file open.
     int Create(const CFilePathW& path);
-    // Writes all lines from the start of the file on and cuts off what is older. Does nothing
-    // without a file, or when read-only. 0 or a Windows error number.
+    // Writes all lines from the start of the file and cuts off any older rest. Does nothing without
+    // a file, or when read-only. 0 or a Windows error number.
     int Save();
 
 private:

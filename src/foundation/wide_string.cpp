@@ -10,9 +10,11 @@
 
 namespace {
 
-// What every text without storage points at; never written.
+// The buffer of every text without storage; never written.
 char16_t g_emptyText[1] = {0};
 
+// In UTF-16 units. The size of a formatted text is not known before, so the buffer doubles until it
+// fits. The limit ends this for a format that never fits.
 constexpr std::size_t kFirstFormatSize = 128;
 constexpr std::size_t kFormatLimit = std::size_t{1} << 31;
 
@@ -20,6 +22,7 @@ std::size_t TextLength(const char16_t* text) {
     return text == nullptr ? 0 : std::char_traits<char16_t>::length(text);
 }
 
+// Whether a text counts as empty.
 bool IsBlank(std::u16string_view text) { return text.empty() || text.front() == 0; }
 
 char16_t Fold(char16_t unit) {
@@ -92,6 +95,7 @@ CStrW& CStrW::operator=(const CStrW& other) {
 }
 
 CStrW& CStrW::operator=(CStrW&& other) noexcept {
+    // Swapped, so that `other` keeps the storage of this text for its next use.
     std::swap(m_pBuffer, other.m_pBuffer);
     std::swap(m_capacity, other.m_capacity);
     std::swap(m_length, other.m_length);
@@ -113,6 +117,7 @@ bool CStrW::Reserve(std::size_t capacity) {
     if (block == nullptr) {
         return false;
     }
+    // realloc keeps the text; new storage has no terminator yet.
     m_pBuffer = static_cast<char16_t*>(block);
     if (m_capacity == 0) {
         m_pBuffer[0] = 0;
@@ -130,6 +135,7 @@ void CStrW::Clear() {
     m_length = 0;
 }
 
+// Without storage only the length 0 is possible, and the shared buffer is never written.
 void CStrW::SetLength(std::size_t length) {
     m_length = length;
     if (m_capacity != 0) {
@@ -144,7 +150,7 @@ void CStrW::Assign(std::u16string_view text) {
     }
     const bool isOwnPart =
         m_capacity != 0 && text.data() >= m_pBuffer && text.data() <= m_pBuffer + m_length;
-    // A part of this text fits the storage, so that nothing moves under it.
+    // A part of this text always fits, so Reserve is not called and cannot move the part.
     if (!isOwnPart && !Reserve(text.size() + 1)) {
         SetLength(0);
         return;
@@ -175,6 +181,7 @@ void CStrW::Insert(std::size_t index, std::u16string_view text) {
         return;
     }
     if (text.data() >= m_pBuffer && text.data() <= m_pBuffer + m_length) {
+        // Reserve may move the storage, and memmove below may overwrite the part: insert a copy.
         Insert(index, CStrW(text).View());
         return;
     }
@@ -202,6 +209,7 @@ std::size_t CStrW::InsertUncPrefix() {
     return m_length;
 }
 
+// Units are compared, so no locale is asked.
 std::size_t CStrW::Remove(std::u16string_view text) {
     if (IsEmpty() || text.empty()) {
         return 0;
@@ -213,6 +221,7 @@ std::size_t CStrW::Replace(std::u16string_view from, std::u16string_view to, boo
     if (IsEmpty() || from.empty()) {
         return 0;
     }
+    // The first pass counts, so that the second needs at most one allocation.
     std::size_t matches = 0;
     const char16_t* const end = m_pBuffer + m_length;
     const char16_t* position = m_pBuffer;
@@ -225,7 +234,7 @@ std::size_t CStrW::Replace(std::u16string_view from, std::u16string_view to, boo
         return 0;
     }
     const std::size_t length = m_length - matches * from.size() + matches * to.size();
-    // What does not grow is moved together in its place, unless it is replaced by a part of itself.
+    // A text that does not grow is changed in place, unless `from` or `to` is a part of it.
     const auto isPart = [this](std::u16string_view text) {
         return text.data() >= m_pBuffer && text.data() <= m_pBuffer + m_length;
     };
@@ -346,11 +355,13 @@ bool CStrW::FormatV(const char16_t* format, std::va_list arguments) {
         if (!Reserve(size)) {
             break;
         }
+        // Each try consumes the arguments.
         std::va_list copy;
         va_copy(copy, arguments);
         const int length = platform::FormatPrintf(m_pBuffer, size, format, copy);
         va_end(copy);
         if (length >= 0) {
+            // An argument may have printed a NUL, which ends the text.
             SetLength(TextLength(m_pBuffer));
             return true;
         }
@@ -361,6 +372,7 @@ bool CStrW::FormatV(const char16_t* format, std::va_list arguments) {
 
 bool CStrW::FormatMessage(const char16_t* format, std::va_list arguments) {
     std::u16string text;
+    // After a failure `text` is still empty, and so is this text.
     const bool done = format != nullptr && platform::ComposeMessage(text, format, arguments);
     Assign(text);
     return done;
@@ -389,6 +401,7 @@ void CStrW::Attach(char16_t* buffer, std::size_t capacity) {
     if (buffer == nullptr || capacity == 0) {
         return;
     }
+    // So that the search for the end stops.
     buffer[capacity - 1] = 0;
     m_pBuffer = buffer;
     m_capacity = capacity;
@@ -397,6 +410,7 @@ void CStrW::Attach(char16_t* buffer, std::size_t capacity) {
 
 CStrW operator+(const CStrW& left, const CStrW& right) {
     CStrW sum;
+    // Without memory the sum is empty.
     if (sum.Reserve(left.GetLength() + right.GetLength() + 1)) {
         sum.Append(left.View());
         sum.Append(right.View());
@@ -418,6 +432,7 @@ CStrW operator+(char16_t left, const CStrW& right) {
 
 int CompareNoCase(std::u16string_view left, std::u16string_view right) {
     if (IsBlank(left) || IsBlank(right)) {
+        // The collator must not see an empty text; it is less than every other.
         return static_cast<int>(IsBlank(right)) - static_cast<int>(IsBlank(left));
     }
     return platform::CompareText(left, right, true);
@@ -445,7 +460,7 @@ const char16_t* FindSubstringNoCase(const char16_t* haystack, std::size_t haysta
 }
 
 bool HasUnit(std::u16string_view text, char16_t unit) {
-    // Without a way out in the middle, the compiler makes this look at many units at a time.
+    // Without an early exit the compiler vectorises the loop.
     bool hasUnit = false;
     for (const char16_t candidate : text) {
         hasUnit |= candidate == unit;
@@ -463,7 +478,8 @@ std::size_t FindSubstringNoCaseIndex(std::u16string_view haystack, std::u16strin
     const char16_t first = Fold(needle.front());
     const auto isSame = [](char16_t left, char16_t right) { return Fold(left) == Fold(right); };
     for (std::size_t i = 0; i + needle.size() <= haystack.size(); ++i) {
-        // Of two ASCII units that are the same letter, all bits but one are equal.
+        // The ASCII cases of one letter differ in bit 0x20 only. Most units are rejected here
+        // without a call to Fold.
         if (((haystack[i] ^ first) & ~0x20) != 0 && haystack[i] < 0x80) {
             continue;
         }
@@ -477,6 +493,7 @@ std::size_t FindSubstringNoCaseIndex(std::u16string_view haystack, std::u16strin
 }
 
 CStrW UnsignedToText(std::uint32_t value) {
+    // 4294967295 has ten digits. They are written from the end.
     char16_t digits[10];
     std::size_t first = std::size(digits);
     do {
@@ -498,6 +515,7 @@ CStrW CreateGuidString() {
 
 CStrW GetSystemErrorMessage(int status) {
     CStrW text(platform::SystemErrorText(static_cast<std::uint32_t>(status)));
+    // The message ends in a line break, which an entry of the log must not have.
     text.Remove(u"\r");
     text.Remove(u"\n");
     return text;

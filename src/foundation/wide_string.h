@@ -1,4 +1,4 @@
-// foundation/wide_string.h - the text type of the system, and the small functions that give texts.
+// foundation/wide_string.h - the text class CStrW, and small functions that return texts.
 #pragma once
 
 #include <cstdarg>
@@ -15,13 +15,17 @@ enum EFormatMode : std::uint32_t {
     FormatMessageStyle = 1,
 };
 
-// Stands for "up to the end" as a count, and for "not found" as an index.
+// Means "up to the end" as a count, and "not found" as an index.
 constexpr std::size_t kAllCharacters = static_cast<std::size_t>(-1);
 
-// A growable, NUL-terminated text in UTF-16 units; unpaired surrogates pass through untouched.
-// Storage comes from malloc and grows to exactly what is needed. Running out of memory never
-// throws: the text is empty then. All comparing goes through the machine's locale. A text whose
-// first unit is NUL counts as empty, whatever its length. One thread at a time.
+// A growable, NUL-terminated text in UTF-16 units. Unpaired surrogates are kept as they are.
+// Storage comes from malloc and grows to exactly the size that is needed. Running out of memory
+// never throws; each operation says what the text is then. CompareNoCase and EqualsNoCase use the
+// machine's locale. A text whose first unit is NUL counts as empty, whatever its length. One thread
+// at a time.
+//
+// INVARIANT: a capacity of 0 means that the buffer is the shared empty one, which is never written
+// or freed. Otherwise this text owns the buffer, and a NUL follows its last unit.
 //
 // The host reads a text in place inside a progress record, so the order of the fields is fixed.
 class CStrW {
@@ -32,49 +36,51 @@ public:
     CStrW(const char16_t* text);  // null gives an empty text
     CStrW(std::u16string_view text);
     CStrW(EFormatMode mode, const char16_t* format, ...);
-    // A string resource of `module`, formatted; null means the program's main module.
+    // A string resource of `module`, formatted; null is the main module of the program.
     CStrW(EFormatMode mode, std::uint32_t resourceId, const void* module, ...);
     virtual ~CStrW();
 
     CStrW& operator=(const CStrW& other);
     CStrW& operator=(CStrW&& other) noexcept;
 
-    // Makes room for `capacity` units, the terminator included, and for exactly that many. False,
-    // with the text untouched, when there is no memory.
+    // Makes room for exactly `capacity` units, including the terminator, if there is less. False,
+    // with the text unchanged, when there is no memory.
     virtual bool Reserve(std::size_t capacity);
     // Frees the storage.
     virtual void Clear();
 
-    // Copies; an empty text keeps the storage. `text` may be a part of this text.
+    // Replaces the text by a copy of `text`, which may be a part of this text. An empty `text`
+    // keeps the storage. Without memory the text is empty.
     void Assign(std::u16string_view text);
-    // Takes `count` units of `source` from `start` on, or what there is of them.
+    // Replaces the text by `count` units of `source` from `start` on, or by fewer if it ends
+    // before.
     void AssignMid(std::u16string_view source, std::size_t start, std::size_t count);
 
-    // On failure to get memory these leave the text as it was.
+    // Without memory these leave the text unchanged.
     void Prepend(std::u16string_view text);
     void Append(std::u16string_view text);
     void Append(char16_t unit);
-    // Puts one unit in; an index at or past the end appends, and a NUL changes nothing. Returns the
-    // new length.
+    // Inserts one unit. An index at or past the end appends. A NUL changes nothing. Returns the new
+    // length.
     std::size_t Insert(std::size_t index, char16_t unit);
-    // Puts a text in at `index`, which must not be past the end.
+    // Inserts a text at `index`, which must not be past the end.
     void Insert(std::size_t index, std::u16string_view text);
-    // Removes `count` units at `index`, or what there is of them.
+    // Removes `count` units from `index` on, or fewer if the text ends before.
     void Delete(std::size_t index, std::size_t count);
     // Turns "\\server\share" into "\\?\UNC\server\share". Returns the new length.
     std::size_t InsertUncPrefix();
 
     // Removes every occurrence, comparing units. Returns how many there were.
     std::size_t Remove(std::u16string_view text);
-    // Replaces every occurrence from left to right; what was put in is not searched again. Returns
-    // how many there were: 0, with the text as it was, also when there is no memory.
+    // Replaces every occurrence from left to right; the replacements are not searched again.
+    // Returns how many there were. 0, with the text unchanged, also when there is no memory.
     std::size_t Replace(std::u16string_view from, std::u16string_view to, bool ignoreCase);
 
     void Trim();
     void TrimLeftQuotes();
     void TrimRightQuotes();
     void Truncate(std::size_t length);
-    // Lower-cases every unit by itself.
+    // Lower-cases every unit by itself, as platform::FoldText does.
     void Fold();
 
     [[nodiscard]] const char16_t* Get() const { return m_pBuffer; }
@@ -85,31 +91,32 @@ public:
 
     [[nodiscard]] CStrW Mid(std::size_t start, std::size_t count) const;
 
-    // The text as a yes or no: everything but "0" is a yes, an empty text too.
+    // The text as a boolean: only "0" is false; an empty text is true.
     [[nodiscard]] bool IsTrue() const;
-    // -1, 0 or 1; an empty text stands before every other.
+    // -1, 0 or 1 in the order of the machine's locale. An empty text is less than every other.
     [[nodiscard]] int CompareNoCase(std::u16string_view other) const;
-    // The same for at most `count` units of each side.
+    // The same for the first `count` units of each side.
     [[nodiscard]] int CompareN(std::u16string_view other, std::size_t count, bool ignoreCase) const;
     [[nodiscard]] bool EqualsNoCase(std::u16string_view other) const;
-    // Whether the first units, as many as `prefix` has, equal it ignoring case; a shorter text does
-    // not.
+    // Whether the first prefix.size() units equal `prefix`, ignoring case. False for a shorter
+    // text.
     [[nodiscard]] bool StartsWithNoCase(std::u16string_view prefix) const;
-    // Whether this is a GUID in braces, of 38 units, in either letter case.
+    // Whether this is a GUID of 38 units, in braces and in either letter case.
     [[nodiscard]] bool IsGuid() const;
 
-    // Format in place. A null format, a missing resource and a failure leave the text empty and
-    // give false.
+    // Replace the text by a formatted one. A null format, a missing resource or a failure leaves
+    // the text empty and returns false.
     bool Format(const char16_t* format, ...);
     bool FormatV(const char16_t* format, std::va_list arguments);
     bool FormatMessage(const char16_t* format, std::va_list arguments);
     bool LoadFormatMessage(std::uint32_t resourceId, const void* module, std::va_list arguments);
 
-    // Hands the storage over, to be freed with free(); null when the text never owned any. The text
-    // is empty afterwards.
+    // Gives the storage to the caller, who frees it with free(). Null when the text never owned
+    // any. The text is empty afterwards.
     [[nodiscard]] char16_t* Detach();
 
-    // Takes over storage from malloc of `capacity` units; the text ends at its first NUL.
+    // Takes ownership of a buffer from malloc with room for `capacity` units. The text ends at its
+    // first NUL; the last unit is overwritten by one.
     void Attach(char16_t* buffer, std::size_t capacity);
 
 private:
@@ -126,21 +133,21 @@ private:
 [[nodiscard]] CStrW operator+(const CStrW& left, char16_t right);
 [[nodiscard]] CStrW operator+(char16_t left, const CStrW& right);
 
-// Whether two texts hold the same units.
+// Whether two texts have the same units.
 [[nodiscard]] inline bool operator==(const CStrW& left, const CStrW& right) {
     return platform::HasSameUnits(left, right);
 }
 
-// Whether a unit stands in a text: for most texts without it faster than to find it.
+// Whether a text contains a unit. Faster than find() for most texts that do not.
 [[nodiscard]] bool HasUnit(std::u16string_view text, char16_t unit);
 
-// The rules of CStrW::CompareNoCase and EqualsNoCase for texts that are only looked at.
+// CStrW::CompareNoCase and EqualsNoCase for views.
 [[nodiscard]] int CompareNoCase(std::u16string_view left, std::u16string_view right);
 [[nodiscard]] bool EqualsNoCase(std::u16string_view left, std::u16string_view right);
 
-// The first match of `needle`, or null; an empty needle matches at the start. The second folds each
-// unit by itself, so that a match never changes in length; the third gives the index, or
-// kAllCharacters.
+// The first match of `needle`, or null; an empty needle matches at the start. The second and third
+// fold each unit by itself, so that a match is as long as the needle. The third returns the index,
+// or kAllCharacters.
 [[nodiscard]] const char16_t* FindSubstring(const char16_t* haystack, std::size_t haystackLength,
                                             const char16_t* needle, std::size_t needleLength);
 [[nodiscard]] const char16_t* FindSubstringNoCase(const char16_t* haystack,
@@ -150,9 +157,9 @@ private:
                                                    std::u16string_view needle);
 
 [[nodiscard]] CStrW UnsignedToText(std::uint32_t value);
-// The variable's value; empty when it is unset or empty.
+// The value of an environment variable; empty when it is not set or has no value.
 [[nodiscard]] CStrW GetEnvironmentVariable(const char16_t* name);
 // A new GUID as 38 units in braces.
 [[nodiscard]] CStrW CreateGuidString();
-// The system's words for a status on one line; empty for an unknown one.
+// The system's message for a status, on one line; empty for an unknown status.
 [[nodiscard]] CStrW GetSystemErrorMessage(int status);

@@ -11,7 +11,7 @@ constexpr std::size_t kDigits = 4;
 
 bool StaysAsItIs(char16_t unit) { return unit >= 0x20 && unit < 0xD800 && unit != u'~'; }
 
-// Without a way out of the loop the compiler makes it look at many units at a time.
+// Without an early exit the compiler vectorises the loop.
 bool StaysAsItIs(std::u16string_view text) {
     unsigned other = 0;
     for (const char16_t unit : text) {
@@ -34,7 +34,7 @@ void AppendEscaped(std::u16string& escaped, char16_t unit) {
     }
 }
 
-// Appends what the tilde at the start of `text` stands for. Returns how many units that took.
+// Appends the unit of the escape that starts `text`. Returns how many units of `text` that took.
 std::size_t AppendUnescaped(std::u16string& plain, std::u16string_view text) {
     if (text.size() > 1 && text[1] == u'~') {
         plain += u'~';
@@ -51,7 +51,7 @@ std::size_t AppendUnescaped(std::u16string& plain, std::u16string_view text) {
         plain += value;
         return escapeLength;
     }
-    // The unit behind an escaped NUL takes its place and is passed over, be it a tilde.
+    // The unit after an escaped NUL takes its place and starts no escape, even if it is a tilde.
     const std::u16string_view next = text.substr(escapeLength, 1);
     plain += next;
     return escapeLength + next.size();
@@ -63,11 +63,13 @@ bool EscapeXmlText(std::u16string_view text, std::u16string& escaped) {
     if (StaysAsItIs(text)) {
         return false;
     }
+    // Ends before the end of the text, because one unit of it needs an escape.
     std::size_t plain = 0;
     while (StaysAsItIs(text[plain])) {
         ++plain;
     }
     escaped.assign(text, 0, plain);
+    // The NUL counts as a unit to escape above, but ends the text here.
     for (std::size_t i = plain; i < text.size() && text[i] != 0; ++i) {
         AppendEscaped(escaped, text[i]);
     }

@@ -1,7 +1,7 @@
-// foundation/xml_escape.h - the tilde escape that lets XML carry any 16-bit unit.
+// foundation/xml_escape.h - the tilde escape, by which XML can carry any 16-bit unit.
 //
-// A tilde is doubled; a unit below 0x20 or from 0xD800 on becomes a tilde and its four lower-case
-// hexadecimal digits. Escaping and unescaping are inverse for any text without NUL.
+// A tilde is doubled. A unit below 0x20 or from 0xD800 on becomes a tilde and its four lower-case
+// hexadecimal digits. Unescaping restores any text without NUL.
 #pragma once
 
 #include <string>
@@ -10,11 +10,11 @@
 #include "foundation/wide_string.h"
 
 // Puts the escaped form of `text`, which ends at its first NUL, into `escaped`. False, with
-// `escaped` untouched, when the text needs no change: the common case, which costs one look at each
-// unit.
+// `escaped` unchanged, when the text needs no escape. That is the common case and costs one pass
+// over the text.
 [[nodiscard]] bool EscapeXmlText(std::u16string_view text, std::u16string& escaped);
 [[nodiscard]] CStrW EscapeXmlText(std::u16string_view text);
 
-// Takes the escapes out of `text`. A tilde that starts none stays. An escaped NUL gives nothing,
-// and the unit behind it is not looked at.
+// Replaces the escapes in `text` by their units. A tilde that starts no escape stays. An escaped
+// NUL adds nothing, and the unit after it is copied as it is, even a tilde.
 void UnescapeXmlText(CStrW& text);

@@ -7,6 +7,7 @@ using platform::EXmlNode;
 
 namespace {
 
+// Whether a text is only ASCII.
 bool IsPlain(std::u16string_view text) {
     unsigned bits = 0;
     for (const char16_t unit : text) {
@@ -42,10 +43,12 @@ EXmlToken CXmlReader::ReadNext() {
         return XmlTokenEndElement;
     }
     m_inSyntheticEnd = false;
-    // A name leaves the path only here, so that the path is whole while its end token is looked at.
+    // A name is removed from the path only here, so that the path still has it while the caller
+    // looks at its end token.
     if (isOnEmptyElement || m_nodeType == EXmlNode::EndElement) {
         PopElement();
     }
+    // A text after a text is skipped: the two were separated by a comment or the like.
     const EXmlNode lastType = m_nodeType;
     while (ReadNode()) {
         switch (m_nodeType) {
@@ -68,7 +71,8 @@ EXmlToken CXmlReader::ReadNext() {
     return XmlTokenNone;
 }
 
-// False at the end and on failure, and then no element is left to be taken off the path.
+// False at the end and on failure. The node is None then, so that ReadNext removes no element from
+// the path again.
 bool CXmlReader::ReadNode() {
     if (m_reader.Read(m_nodeType) == S_OK) {
         return true;
@@ -99,11 +103,12 @@ void CXmlReader::PopElement() {
 
 bool CXmlReader::PathEquals(std::u16string_view parent, std::u16string_view tail) const {
     if (!m_isPlainPath || !IsPlain(tail) || !IsPlain(parent)) {
-        // A locale may hold texts of different lengths to be equal, so no part can be compared
-        // alone.
+        // Two texts of different lengths may be equal for a locale, so the parts cannot be compared
+        // one by one.
         return EqualsNoCase(m_path, std::u16string(parent).append(tail));
     }
     const std::u16string_view path = m_path;
+    // The tail first: paths differ mostly in their last name.
     return path.size() == parent.size() + tail.size() &&
            EqualsNoCase(path.substr(parent.size()), tail) &&
            EqualsNoCase(path.substr(0, parent.size()), parent);

@@ -1,4 +1,4 @@
-// foundation/xml_reader.h - reads an XML file, each element known by its path from the root.
+// foundation/xml_reader.h - reads an XML file token by token; an element is known by its path.
 #pragma once
 
 #include <cstddef>
@@ -17,12 +17,13 @@ enum EXmlToken {
     XmlTokenDeclaration = 1,  // the XML declaration
     XmlTokenElement = 2,      // a start tag; the path ends in it
     XmlTokenText = 3,         // GetValue gives it
-    XmlTokenEndElement = 4,  // an end tag, or the one made up for "<a/>"; the path still ends in it
+    XmlTokenEndElement = 4,   // an end tag, or the end of "<a/>"; the path still ends in it
 };
 
-// One XML document, token by token. An element without an end tag looks as if it had one. Comments,
-// processing instructions, CDATA and white space never show, nor does text behind text: of
-// "x<!---->y" only "x" is seen. A document type definition is a fault. One thread at a time.
+// Reads one XML document token by token. "<a/>" gives a start and an end token like "<a></a>"; this
+// end is synthetic. Comments, processing instructions, CDATA and white space are skipped, and so is
+// a text that follows a text: of "x<!---->y" only "x" is seen. A document type definition is a
+// fault. One thread at a time.
 class CXmlReader {
 public:
     using ValueFilter = void (*)(CStrW& value);
@@ -35,40 +36,40 @@ public:
     // Passes every value through `filter`, such as UnescapeXmlText; null for none.
     void SetValueFilter(ValueFilter filter) { m_pfnValueFilter = filter; }
 
-    // Opens a file, closing any former one. 0, or the HRESULT of the failure, with nothing open.
-    // What the file holds shows at the first ReadNext.
+    // Opens a file and closes any former one. 0, or the HRESULT of the failure, with no file open.
+    // Faults in the content show from the first ReadNext on.
     [[nodiscard]] int Open(const CFilePathW& path);
     void Close();
 
-    // Goes to the next token. After XmlTokenNone there is no further one.
+    // Goes to the next token. After XmlTokenNone every call gives XmlTokenNone.
     [[nodiscard]] EXmlToken ReadNext();
 
-    // "/" and the name, prefix included, for each open element, outermost first; empty when none is
-    // open. Lasts until the next ReadNext.
+    // For each open element "/" and its name with prefix, outermost first; empty when none is open.
+    // Valid until the next ReadNext.
     [[nodiscard]] std::u16string_view GetPath() const { return m_path; }
-    // Whether the path is `parent` with `tail` behind it, ignoring case.
+    // Whether the path equals `parent` followed by `tail`, ignoring case.
     [[nodiscard]] bool PathEquals(std::u16string_view parent, std::u16string_view tail) const;
 
-    // Go to an attribute of the current element: 0, or S_FALSE when there is no further one, which
-    // is so on the end made up for an empty element.
+    // Go to the first or next attribute of the current element: 0, or S_FALSE when there is none,
+    // as always on a synthetic end.
     [[nodiscard]] int MoveToFirstAttribute();
     [[nodiscard]] int MoveToNextAttribute();
 
-    // Of the current node, or of the attribute that was moved to. The target is cleared first. 0,
-    // or E_FAIL when nothing is open or, for a value, on the end made up for an empty element.
+    // Name or value of the current node, or of the attribute last moved to. The target is cleared
+    // first. 0, or E_FAIL when no file is open or, for a value, on a synthetic end.
     int GetLocalName(CStrW& name);
     int GetValue(CStrW& value);
-    // The same: a text comes in one piece, whatever its size.
+    // The same as GetValue: a text comes in one piece, whatever its size.
     int GetValueChunked(CStrW& value) { return GetValue(value); }
 
     // Counted from 1; 0 when unknown.
     [[nodiscard]] std::uint32_t GetLineNumber() const;
-    // On the end made up for an empty element this is still Element.
+    // On a synthetic end this is still Element.
     [[nodiscard]] platform::EXmlNode GetNodeType() const { return m_nodeType; }
     [[nodiscard]] bool IsSyntheticEnd() const { return m_inSyntheticEnd; }
 
 private:
-    // What the path was before an element's name was put behind it.
+    // The path before the name of an element was added.
     struct SOuterPath {
         std::size_t length;
         bool isPlain;
@@ -80,11 +81,12 @@ private:
 
     platform::CXmlInput m_reader;
     platform::EXmlNode m_nodeType = platform::EXmlNode::None;
-    // The path grows and shrinks with its elements, so that a deep document costs no more than a
-    // flat one.
+    // INVARIANT: `m_path` is the path of the open elements, and `m_outerPaths` has one record for
+    // each of them. A tag costs the length of its own name, so a deep document costs no more per
+    // tag than a flat one.
     std::u16string m_path;
     std::vector<SOuterPath> m_outerPaths;
-    bool m_isPlainPath = true;  // nothing but ASCII
+    bool m_isPlainPath = true;  // only ASCII
     bool m_isEmptyElement = false;
     bool m_inSyntheticEnd = false;
     ValueFilter m_pfnValueFilter = nullptr;

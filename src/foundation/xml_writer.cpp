@@ -22,6 +22,7 @@ int CXmlWriter::StartElement(std::u16string_view name, bool newLine) {
     if (!m_writer.IsOpen()) {
         return E_FAIL;
     }
+    // The result of the line end is not needed: a failure to write shows again at the next call.
     const int result = m_writer.WriteStartElement(name);
     if (result >= 0 && newLine) {
         m_writer.WriteWhitespace(kLineEnd);
@@ -51,6 +52,7 @@ int CXmlWriter::WriteText(std::u16string_view text) {
 int CXmlWriter::WriteElements(std::size_t count, const ElementWriter& write) {
     return m_writer.WriteElements(
         count, [&](platform::CXmlOutput& output, std::size_t first, std::size_t last) {
+            // Runs on several threads at once, so each part has a writer with a buffer of its own.
             CXmlWriter part(output, m_pfnTextFilter);
             write(part, first, last);
         });
@@ -69,7 +71,7 @@ void CXmlWriter::EndDocument() {
     }
 }
 
-// The result lasts until the next text is filtered.
+// The result is valid until the next text is filtered.
 std::u16string_view CXmlWriter::Filter(std::u16string_view text) {
     const bool isChanged = m_pfnTextFilter != nullptr && m_pfnTextFilter(text, m_filtered);
     return isChanged ? std::u16string_view(m_filtered) : text;

@@ -11,12 +11,13 @@
 
 class CFilePathW;
 
-// One XML document on its way into a file. Nothing is laid out but by the `newLine` flags of the
-// callers; a line end is CR LF on every system. Results are HRESULTs: E_FAIL when no file is open.
-// One thread at a time.
+// Writes one XML document into a file. Line ends are written only where a caller asks by `newLine`
+// or WriteNewLine; a line end is CR LF on every system. Results are HRESULTs: E_FAIL when no file
+// is open. One thread at a time.
 class CXmlWriter {
 public:
-    // Gives the form in which a text is written in `filtered`; false when it is `text` itself.
+    // Puts the form in which `text` is written into `filtered`. False, with `filtered` unchanged,
+    // when that is `text` itself.
     using TextFilter = bool (*)(std::u16string_view text, std::u16string& filtered);
 
     CXmlWriter() = default;
@@ -27,26 +28,27 @@ public:
     // Passes every text and attribute value through `filter`, such as EscapeXmlText; null for none.
     void SetTextFilter(TextFilter filter) { m_pfnTextFilter = filter; }
 
-    // Creates the file, replacing what stood there; a document in progress is flushed and left as
-    // it is. On failure nothing is open.
+    // Creates the file, replacing an existing one. A document in progress is closed as it is. On
+    // failure no file is open.
     [[nodiscard]] int Open(const CFilePathW& path);
 
     // The XML declaration and a line end.
     void StartDocument();
-    // Opens an element; the line end goes behind the start tag.
+    // Opens an element. The line end follows the start tag.
     int StartElement(std::u16string_view name, bool newLine);
-    // Closes the innermost element; the line end goes behind it.
+    // Closes the innermost element. The line end follows the end tag.
     int EndElement(bool newLine);
     int WriteAttribute(std::u16string_view name, std::u16string_view value);
     int WriteText(std::u16string_view text);
     void WriteNewLine();
-    // Writes elements for the numbers below `count`, by calls of `write` for the numbers from
-    // `first` up to `last`, each with a writer of its own; see CXmlOutput::WriteElements.
+    // Writes elements for the numbers from 0 to `count` - 1. Each call of `write` makes those from
+    // `first` to `last` - 1 with a writer of its own; calls may run on several threads at once. See
+    // CXmlOutput::WriteElements.
     using ElementWriter =
         std::function<void(CXmlWriter& writer, std::size_t first, std::size_t last)>;
     int WriteElements(std::size_t count, const ElementWriter& write);
-    // Closes all elements and the file. Only Open shows that a file cannot be written: what fails
-    // later leaves it incomplete without a word.
+    // Closes all elements and the file. Only Open reports that a file cannot be written: a later
+    // failure leaves the file incomplete, and nothing reports it.
     void EndDocument();
 
 private:
@@ -57,5 +59,5 @@ private:
     platform::CXmlOutput m_ownWriter;
     platform::CXmlOutput& m_writer = m_ownWriter;
     TextFilter m_pfnTextFilter = nullptr;
-    std::u16string m_filtered;
+    std::u16string m_filtered;  // the last filtered text, to which Filter returns a view
 };
