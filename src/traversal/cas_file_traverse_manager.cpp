@@ -13,11 +13,11 @@ constexpr std::u16string_view kPlaceholder = u"$CTX$Placeholder.txt";
 constexpr const char16_t* kDeleteMarker = u":CTX_FILE_DELETE_MARKER";
 constexpr std::u16string_view kShortcutExtension = u"lnk";
 
-// What the package does with an entry, as the processors are told.
+// The modes of entries for the processors.
 constexpr std::uint32_t kModeCreate = 1;
 constexpr std::uint32_t kModeDelete = 3;
 
-// Leaves the thread's apartment at the end of a block, whatever is thrown in it.
+// Leaves the COM apartment of the thread at the end of a block, also after an exception.
 class CApartmentEnd {
 public:
     CApartmentEnd() = default;
@@ -26,7 +26,8 @@ public:
     CApartmentEnd& operator=(const CApartmentEnd&) = delete;
 };
 
-// Looks for a stream; anything but ERROR_READ_FAULT is an answer.
+// Sets whether a stream exists. Returns 0, or ERROR_READ_FAULT when the system does not tell; any
+// other failure means that there is no such stream.
 int FindStream(const CStrW& name, bool& exists) {
     platform::SFindData found;
     const int status = platform::FindEntry(name.Get(), found);
@@ -34,8 +35,8 @@ int FindStream(const CStrW& name, bool& exists) {
     return status == ERROR_READ_FAULT ? status : ERROR_SUCCESS;
 }
 
-// Whether there is nothing in a folder but the placeholder. A folder that cannot be listed is not
-// empty.
+// Whether a folder contains nothing, or only the placeholder. False for a folder that cannot be
+// listed.
 bool IsFolderEmpty(const CFilePathW& folder) {
     platform::CFindHandle search;
     platform::SFindData data;
@@ -72,7 +73,8 @@ CCasFileTraverseManager::CCasFileTraverseManager(CAssemblyProcessor& assemblyPro
 CCasFileTraverseManager::~CCasFileTraverseManager() { Stop(true); }
 
 void CCasFileTraverseManager::SetRoot(const CFilePathW& deviceFolder) {
-    // One name deeper than the folder itself, which MapToTarget takes back.
+    // One segment more than the folder, as deep as the folder of a drive in it. The name is never
+    // used, and TellSealedLinks removes it again.
     m_root = CFilePathW(deviceFolder, CFilePathSegmentW(u"Device"));
     m_rootDepth = m_root.GetSegmentCount();
 }
@@ -84,7 +86,8 @@ void CCasFileTraverseManager::SetOutputs(const CFilePathW& folder, const SortedT
 
 bool CCasFileTraverseManager::IsExcluded(const CFilePathW& folder) const {
     const CFilePathSegmentW& name = folder.GetLastSegment();
-    // Links and drives may give the folder another path than the output has.
+    // Compared as folders, not as paths: by a link or a mapped drive the same folder has another
+    // path. The names come first, because they cost no system call.
     const bool isOutput = m_outputNames != nullptr && m_outputNames->contains(name.GetText()) &&
                           platform::IsSameFolder(CFilePathW(m_outputFolder, name).ToString().Get(),
                                                  folder.ToString().Get());
@@ -104,7 +107,7 @@ void CCasFileTraverseManager::OnFinish() {
 }
 
 void CCasFileTraverseManager::TellSealedLinks() {
-    // The walk finds nothing through them, and a folder that is missing is nothing to tell.
+    // The walk finds nothing through such links. A folder that is missing needs no message.
     const CFilePathW device = m_root.GetParent();
     for (const CFilePathW& folder : {device.GetParent(), device}) {
         const CStrW name = folder.ToString();
@@ -115,7 +118,7 @@ void CCasFileTraverseManager::TellSealedLinks() {
 }
 
 void CCasFileTraverseManager::TellMissingFile(const CStrW& name, int status) {
-    // So that those of earlier files come before it.
+    // So that the messages of earlier files come first.
     m_copier.Finish();
     LogFailedCopy(name.Get(), status);
 }
@@ -128,7 +131,7 @@ void CCasFileTraverseManager::ShowProgress(const CStrW& name) {
 }
 
 CFilePathW CCasFileTraverseManager::MapToTarget(const CFilePathW& path) const {
-    // The folder of a drive is its letter alone; any other name is no drive and leaves a relative
+    // The folder of a drive is named by its letter. With any other name the result is a relative
     // path.
     CFilePathW target(path.GetSegment(m_rootDepth - 1).GetText() + uR"(:\)");
     static_cast<void>(target.Append(path.SubPath(m_rootDepth, path.GetSegmentCount())));
@@ -138,7 +141,8 @@ CFilePathW CCasFileTraverseManager::MapToTarget(const CFilePathW& path) const {
 CFilePathW MakePayloadName(const CStrW& collapsed) {
     CFilePathW path(collapsed);
     CStrW first = path.GetFirstSegment().GetText();
-    // Each by itself: a folder "100%" that is on no drive loses its percent sign too.
+    // Each sign by itself: a relative first folder "100%" loses its percent sign too. This must
+    // stay.
     if (first.View().starts_with(u'%')) {
         first.Delete(0, 1);
     }
@@ -163,15 +167,15 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     ShowProgress(path.ToString());
     const bool hasDrive =
         path.GetKind() == FilePathAbsolute || path.GetKind() == FilePathDriveRelative;
-    // A folder with content is implied by it; and of a package on a drive no folder becomes an
-    // item.
+    // A folder with content is made with its files, so it needs no item. And a package on a drive
+    // gives no items for folders. This must stay.
     if (hasDrive || !IsFolderEmpty(path)) {
         return true;
     }
-    // The bare name of the stream is asked for, and so the current directory answers, not the
-    // folder.
+    // Only the name of the stream is asked for, without the folder. So the current directory
+    // answers, not the folder. This must stay.
     bool deleted = false;
-    static_cast<void>(FindStream(kDeleteMarker, deleted));  // no answer is none that it is there
+    static_cast<void>(FindStream(kDeleteMarker, deleted));  // no answer counts as "not there"
     const CStrW target = MapToTarget(path).ToString();
     if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
         return true;
@@ -216,12 +220,11 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
 
 void CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
                                       const CFilePathW& target) {
-    // The payload of a deep file is named like any other, so the long form's prefix stays out of
-    // it.
+    // Without the prefix of long paths, so that the payload of a deep file is named like any other.
     const CStrW collapsed = m_pathConverter->Collapse(target.ToPlainString());
     const CFilePathW relative = MakePayloadName(collapsed);
     m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative);
-    // A double has its copy made all the same.
+    // If the package has the item already, the file is copied all the same.
     CopyPayload(path, name, relative);
 }
 

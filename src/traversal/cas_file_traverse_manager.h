@@ -1,5 +1,4 @@
-// traversal/cas_file_traverse_manager.h - the captured file tree of a target on its way into the
-// package.
+// traversal/cas_file_traverse_manager.h - turns the captured file tree of a target into items.
 #pragma once
 
 #include <cstddef>
@@ -13,25 +12,25 @@
 #include "reporting/progress_event.h"
 #include "traversal/file_traverse.h"
 
-// Walks the folder "Device" of a target, below which each drive of the captured machine has a
-// folder, and turns every entry into an item of the output package: files are copied beside its
-// manifest, shortcuts are read, and what carries the stream ":CTX_FILE_DELETE_MARKER" becomes a
+// Walks the folder "Device" of a target, in which each drive of the captured machine has a folder,
+// and makes an item of the output package from every entry. Files are copied to the folder of the
+// manifest, shortcuts are read, and an entry with the stream ":CTX_FILE_DELETE_MARKER" becomes a
 // deletion. A file "$CTX$Placeholder.txt" only keeps a folder alive in the capture. Visits run on
-// the worker thread while the owner waits; a failed copy or shortcut is logged and the walk goes
-// on, and so is a file of which the system does not tell whether it is a deletion.
+// the worker thread while the owner waits. A failed copy or shortcut is logged, and so is a file of
+// which the system does not tell whether it has that stream; then the walk goes on.
 class CCasFileTraverseManager : public CFileTraverse {
 public:
-    // Both are used, not owned, for the lifetime of the manager.
+    // Neither is owned; both must outlive the manager.
     CCasFileTraverseManager(CAssemblyProcessor& assemblyProcessor, COrvPackage& package);
     ~CCasFileTraverseManager() override;
 
-    // Tells where the captured paths begin: `deviceFolder` is the folder "Device".
+    // Sets where the captured paths begin: `deviceFolder` is the folder "Device".
     void SetRoot(const CFilePathW& deviceFolder);
-    // Names the folders that the conversion writes: those of these names in one folder. The walk
-    // leaves them out, should they lie among the captured ones: it would copy its own copies,
-    // deeper each time. The names are used, not owned.
+    // Sets the folders that the conversion writes: those in `folder` with one of `names`, which is
+    // not owned. The walk leaves them out if they are among the captured folders, because it would
+    // copy its own copies, deeper each time.
     void SetOutputs(const CFilePathW& folder, const SortedTexts& names);
-    // The number of entries, placeholders included, for the total of the progress.
+    // The number of entries, placeholders included: the total for the progress.
     [[nodiscard]] std::uint32_t CountItems() const { return CountEntries(); }
     void SetProgress(std::unique_ptr<CProgressEvent> progress) { m_progress = std::move(progress); }
 
@@ -43,14 +42,14 @@ protected:
     bool VisitFile(const CFilePathW& path, const platform::SFindData& data) override;
 
 private:
-    // Tells of a link in place of the folder "Device" or of the one above it.
+    // Logs a link in place of the folder "Device" or of the folder above it.
     void TellSealedLinks();
-    // Tells that a file is not in the payload.
+    // Logs that a file is not in the payload.
     void TellMissingFile(const CStrW& name, int status);
     void ShowProgress(const CStrW& name);
-    // The place on the captured machine of an entry of the capture.
+    // The path on the captured machine of an entry of the capture.
     [[nodiscard]] CFilePathW MapToTarget(const CFilePathW& path) const;
-    // `name` is the path as text.
+    // Adds the item of a file and copies the file. `name` is `path` as text.
     void AddFile(const CFilePathW& path, const CStrW& name, const CFilePathW& target);
     void AddShortcut(const CFilePathW& path, const CStrW& target);
     void CopyPayload(const CFilePathW& path, const CStrW& name, const CFilePathW& relative);
@@ -67,6 +66,6 @@ private:
     platform::CFileCopier m_copier;
 };
 
-// The name of a payload copy relative to the manifest, from a collapsed path: its first name loses
-// its percent signs or its colon. Empty when the path has no name.
+// The path of a payload file relative to the manifest, from a collapsed path. The first name loses
+// its percent signs or its colon. Empty when no such path is possible.
 [[nodiscard]] CFilePathW MakePayloadName(const CStrW& collapsed);

@@ -11,11 +11,12 @@
 
 namespace {
 
-constexpr const char16_t* kMountName = CMountedKeys::kMount.data();  // a literal
+constexpr const char16_t* kMountName =
+    CMountedKeys::kMount.data();  // a literal, so it ends in a NUL
 constexpr const char16_t* kBackup = u"SeBackupPrivilege";
 constexpr const char16_t* kRestore = u"SeRestorePrivilege";
 
-// The machine's root key, which hives are loaded into.
+// HKEY_LOCAL_MACHINE, into which hives are loaded.
 class CMachineKey {
 public:
     CMachineKey() = default;
@@ -44,15 +45,17 @@ CCasRegistryReader::CCasRegistryReader(CAssemblyProcessor& assemblyProcessor,
       m_parentProgress(parentProgress) {}
 
 int CCasRegistryReader::Read(COrvPackage& package, const CFilePathW& hiveFile, bool is64Bit) {
-    // Both are tried, whatever the first gives: what could be turned on stays on for the host.
+    // Both are tried, whatever the first gives. If one fails, the other one stays on for the host.
+    // This must stay.
     const int backup = EnablePrivilege(kBackup);
     const int restore = EnablePrivilege(kRestore);
-    // A signed number on purpose: no stage takes it, so that the host learns of it.
+    // Thrown as an int on purpose: no stage catches it, so that the host learns of it.
     if (backup == -1 || restore == -1) {
         throw int{ERROR_PRIVILEGE_NOT_HELD};
     }
     const int status = ReadMounted(package, hiveFile, is64Bit);
-    // Off in the end, also when they were on before; whether that works changes nothing any more.
+    // Turned off at the end, even if they were on before. Whether that works makes no difference
+    // here.
     static_cast<void>(DisablePrivilege(kRestore));
     static_cast<void>(DisablePrivilege(kBackup));
     return status;
@@ -66,12 +69,13 @@ int CCasRegistryReader::ReadMounted(COrvPackage& package, const CFilePathW& hive
         GetLogger().LogStatus(status, ReadFailedText(hiveFile.ToString()));
         return status;
     }
-    // What can be read of a damaged hive is converted, but not without a word.
+    // The readable part of a damaged hive is converted, with a message.
     if (platform::IsHiveDamaged(kMountName)) {
         GetLogger().LogStatus(ERROR_BADDB, ReadFailedText(hiveFile.ToString()));
     }
     const CRegPathW root(CHiveNameW(u"HKEY_LOCAL_MACHINE"), CRegPathSegmentW(kMountName));
     Walk(package, root, is64Bit);
+    // After the walk has ended: a hive with an open key cannot be unloaded.
     status = machine.Unmount();
     if (status != ERROR_SUCCESS) {
         GetLogger().LogStatus(status, root.ToString());

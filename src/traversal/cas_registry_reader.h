@@ -1,4 +1,4 @@
-// traversal/cas_registry_reader.h - mounts the captured hive of a target and has it walked.
+// traversal/cas_registry_reader.h - mounts the captured hive of a target and walks it.
 #pragma once
 
 #include "discovery/assembly_processor.h"
@@ -7,18 +7,19 @@
 #include "orvpackage/package.h"
 #include "reporting/progress_event.h"
 
-// Makes a hive readable under a fixed name below HKEY_LOCAL_MACHINE for the time of one call. There
-// is one such name on a machine, so that of two conversions at the same moment one fails to mount
-// its hive.
+// Mounts a hive under a fixed name below HKEY_LOCAL_MACHINE for the time of one call. A machine has
+// that name only once, so of two conversions at the same time one cannot mount its hive. One thread
+// at a time.
 class CCasRegistryReader {
 public:
-    // All three are used, not owned. The progress is the parent of that of the walk.
+    // None is owned; all must outlive the reader. `parentProgress` is the parent of the walk's
+    // progress.
     CCasRegistryReader(CAssemblyProcessor& assemblyProcessor, CServiceProcessor& serviceProcessor,
                        CProgressEvent& parentProgress);
 
-    // Walks the hive into the package. Returns 0, or the Windows error number of mounting or
-    // unmounting, which is logged. Throws ERROR_PRIVILEGE_NOT_HELD as a signed number when the
-    // privileges that loading a hive takes cannot be had.
+    // Walks the hive and adds its items to the package. Returns 0, or the Windows error number of
+    // mounting or unmounting, which is logged. Throws ERROR_PRIVILEGE_NOT_HELD as an int when the
+    // process cannot get the privileges for loading a hive.
     int Read(COrvPackage& package, const CFilePathW& hiveFile, bool is64Bit);
 
 private:

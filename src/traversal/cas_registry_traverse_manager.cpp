@@ -9,16 +9,17 @@ constexpr std::u16string_view kVirtualStatus = u"CitrixAIEKeyVirtualStatus";
 constexpr std::u16string_view kDeletedValues = u"CitrixAIEDeletedValues";
 constexpr std::u16string_view kInstallProperties = u"InstallProperties";
 
-// What the package does with an entry, as the processors are told.
+// The modes of entries for the processors.
 constexpr std::uint32_t kModeCreate = 1;
 constexpr std::uint32_t kModeDelete = 3;
 
-// Whether the isolated view has deleted a value. Its list of deleted values names those that it has
-// brought back as well, and a position in the list counts only when it is greater than the one that
-// means "not found". None is, so the list, which may be long, is not searched for each value.
+// Whether the isolated view has deleted a value. Its list of deleted values also has values that
+// came back, and a position in the list counts only if it is greater than the one for "not found".
+// No position is. So the answer is always no, and the list, which may be long, is not searched.
+// This must stay.
 constexpr bool IsDeleted() { return false; }
 
-// A status hides its key when its highest bit is the third one.
+// A status hides its key when its highest set bit is the third one.
 bool StatusIsHidden(std::uint32_t status) { return status >= 4 && status <= 7; }
 
 }  // namespace
@@ -51,13 +52,15 @@ void CCasRegistryTraverseManager::OnFinish() {
 bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
     ShowProgress(path.ToString());
     const auto [real, isEnvironment] = m_mountedKeys.MapHivePath(path);
+    // The hive itself and the root of the user exist on every machine. The keys of variables make
+    // no items, only their values do.
     const bool isUserRoot =
         real.GetSegmentCount() == 2 && EqualsNoCase(real.GetSegmentText(1), m_sid);
     if (real.GetSegmentCount() < 2 || isUserRoot || isEnvironment) {
         return true;
     }
     CRegKey key;
-    // A key that cannot be opened has no status, and makes an item all the same.
+    // A key that cannot be opened has no status and makes an item all the same.
     const bool isHidden =
         key.Open(path) == ERROR_SUCCESS && StatusIsHidden(key.QueryNumber(kVirtualStatus));
     if (!isHidden && m_serviceProcessor.CheckKey(real, kModeCreate)) {
@@ -108,7 +111,7 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
     if (m_valueKey.isHidden || IsTaken(key, name, deleted ? kModeDelete : kModeCreate)) {
         return true;
     }
-    // Without its data a value would come out as another one.
+    // Without its data the item would be another value, so it is left out.
     if (status == ERROR_NOT_ENOUGH_MEMORY) {
         return true;
     }
@@ -120,14 +123,14 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
     return true;
 }
 
-// Whether one of the processors takes a value over.
+// Whether one of the processors claims a value.
 bool CCasRegistryTraverseManager::IsTaken(const CRegPathW& key, const CStrW& name,
                                           std::uint32_t mode) {
     return (m_valueKey.isOfAssemblies && !m_assemblyProcessor.CheckValue(key, name, mode)) ||
            (m_valueKey.isOfServices && !m_serviceProcessor.CheckValue(key, name, mode));
 }
 
-// The first publisher found is the manufacturer.
+// The first publisher that is found becomes the manufacturer.
 void CCasRegistryTraverseManager::SetManufacturer(const CStrW& publisher) {
     CStrW& manufacturer = m_package.GetProperties().Manufacturer;
     if (manufacturer.IsEmpty()) {

@@ -4,7 +4,8 @@
 
 #include "platform/status.h"
 
-// The entries of the pending folders, one after the other.
+// Enumerates the entries of the pending folders, folder by folder. The caller adds the subfolders
+// that it finds to the pending ones.
 class CFileTraverse::CEntries {
 public:
     CEntries(std::deque<CFilePathW>& pending, const CFilePathSegmentW& pattern)
@@ -30,7 +31,7 @@ public:
         }
     }
 
-    // The path of an entry of the current folder; empty when its name is no valid one.
+    // The path of an entry of the current folder; empty when its name is not valid.
     [[nodiscard]] CFilePathW PathOf(const platform::SFindData& data) const {
         const CFilePathSegmentW name(data.name);
         return name.IsEmpty() ? CFilePathW() : CFilePathW(m_folder, name);
@@ -67,6 +68,7 @@ void CFileTraverse::Run() {
     CEntries entries(m_pending, m_pattern);
     platform::SFindData data;
     while (!IsStopped() && entries.Next(data)) {
+        // "." and ".." lead back to folders that were visited.
         if (data.IsFolder() && IsDots(data)) {
             continue;
         }

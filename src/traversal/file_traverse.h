@@ -8,32 +8,35 @@
 #include "platform/files.h"
 #include "traversal/traverse.h"
 
-// Visits every entry below its roots: all of a folder before any of its subfolders is opened, in
-// the order of the file system. The roots themselves are not visited. What cannot be read, or has
-// no valid name, is passed over without a word.
+// Visits every entry below its roots: all entries of a folder before any of its subfolders is
+// opened, in the order of the file system. The roots are not visited. Entries that cannot be read
+// or have no valid name are skipped without a report.
+//
+// INVARIANT: `m_pending` is the folders that were visited and not yet opened. A folder is in it
+// once, and the walk ends when it is empty. Only the worker thread touches it during a walk.
 class CFileTraverse : public CTraverse {
 public:
-    // Add folders to walk, and folders to leave out. Not while a walk runs.
+    // Add folders to walk, and folders to leave out. Not during a walk.
     void AddRoot(const CFilePathW& folder) { m_pending.push_back(folder); }
     void AddExcluded(const CFilePathW& folder) { m_excluded.push_back(folder); }
-    // What entries of a folder must match; "*" for all.
+    // The pattern that the names of entries must match; "*" for all.
     void SetPattern(const CFilePathSegmentW& pattern) { m_pattern = pattern; }
-    // Forgets what is left to walk and to leave out.
+    // Removes all roots, folders still to walk and folders to leave out.
     void Clear();
 
 protected:
-    // Whether a folder is left out, neither visited nor read.
+    // Whether a folder is left out: it is neither visited nor opened.
     [[nodiscard]] virtual bool IsExcluded(const CFilePathW& folder) const;
-    // Whether the walk goes into this folder.
+    // Visits a folder. Returns whether the walk goes into it.
     virtual bool VisitFolder(const CFilePathW& path, const platform::SFindData& data);
-    // Whether the walk goes on at all.
+    // Visits a file. Returns whether the walk goes on.
     virtual bool VisitFile(const CFilePathW& path, const platform::SFindData& data) = 0;
 
     void OnProgress(const CFilePathW& path) { Notify(CodeProgress, path.ToString()); }
     void OnResult(std::uint64_t value) { Notify(CodeResult, value); }
     void Run() override;
 
-    // The number of entries that a walk from here visits, were it never stopped.
+    // The number of entries that a complete walk from here visits.
     [[nodiscard]] std::uint32_t CountEntries() const;
 
 private:

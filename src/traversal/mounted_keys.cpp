@@ -11,7 +11,7 @@ namespace {
 constexpr std::u16string_view kRegistry = uR"(\REGISTRY)";
 constexpr std::u16string_view kMachine = uR"(\MACHINE)";
 constexpr std::u16string_view kUser = uR"(\USER)";
-constexpr std::u16string_view kWow6432Node = u"_ow6432Node";
+constexpr std::u16string_view kWow6432Node = u"_ow6432Node";  // as the capture spells it
 constexpr std::u16string_view kCurrentUser = u"CurrentUser";
 constexpr std::u16string_view kEnvironment = u"Environment";
 
@@ -21,8 +21,8 @@ bool StartsWithNames(std::u16string_view path, std::initializer_list<std::u16str
     });
 }
 
-// Whether `names` stand one behind the other in a path. Unlike CRegPathW::Contains this compares
-// the first of them too, without which every user's "Environment" key would pass.
+// Whether the consecutive `names` are anywhere in a path. CRegPathW::Contains does not compare the
+// first name, and would accept the "Environment" key of every user.
 bool ContainsNames(std::u16string_view path, std::initializer_list<std::u16string_view> names) {
     for (; !path.empty(); SkipNames(path, 1)) {
         if (StartsWithNames(path, names)) {
@@ -37,11 +37,12 @@ std::u16string_view ParentOf(std::u16string_view path) {
     return path;
 }
 
-// Whether folding does nothing to a name but what it does to the path in front of it. Nothing that
-// it looks for goes on behind the end of a name; and both keys of variables end in the same name.
+// Whether FoldAll leaves a last name as it is, whatever the path before it. No text that FoldAll
+// looks for goes on after a backslash into another name, except by its first backslash, and both
+// keys of variables end in the name "Environment".
 bool StaysAsItIs(std::u16string_view name) {
     const auto isStart = [name](std::u16string_view sought) {
-        return name.starts_with(sought.substr(1));  // behind the backslash
+        return name.starts_with(sought.substr(1));  // without its backslash
     };
     return !isStart(kRegistry) && !isStart(kMachine) && !isStart(kUser) &&
            name.find(CMountedKeys::kMount) == std::u16string_view::npos &&
@@ -62,7 +63,8 @@ SRealKey CMountedKeys::MapHivePath(const CRegPathW& mountedPath) {
 CMountedKeys::SFolded CMountedKeys::Fold(std::u16string_view mounted, const SFolded& parent) const {
     std::u16string_view rest = mounted;
     const std::u16string_view name = TakeLastName(rest);
-    // Where nothing is left of the parent, the name comes first and may mean more.
+    // If nothing is left of the parent, the name becomes the first one and may have another
+    // meaning.
     if (parent.real.IsEmpty() || !StaysAsItIs(name)) {
         return FoldAll(mounted);
     }
@@ -74,14 +76,15 @@ CMountedKeys::SFolded CMountedKeys::Fold(std::u16string_view mounted, const SFol
     return folded;
 }
 
-// This is done on the text, not name by name: what is taken out or replaced goes wherever it
-// stands, inside of names too.
+// On the text, not name by name: a text is removed or replaced wherever it is, also within names.
+// This must stay.
 CMountedKeys::SFolded CMountedKeys::FoldAll(std::u16string_view mounted) const {
     SFolded folded{CStrW(mounted), CStrW(mounted)};
     folded.isEnvironment = ContainsNames(mounted, {kMount, kCurrentUser, kEnvironment}) ||
                            CRegPathW(mounted).Contains(m_machineEnvironment);
     folded.real.Remove(kMount);
     folded.real.Remove(kRegistry);
+    // Before kUser is removed below.
     folded.isUser = folded.real.StartsWithNoCase(kUser);
     folded.real.Remove(kMachine);
     folded.real.Remove(kUser);
@@ -92,7 +95,7 @@ CMountedKeys::SFolded CMountedKeys::FoldAll(std::u16string_view mounted) const {
     return folded;
 }
 
-// The remembered parent of that path; null when it is none of the last ones.
+// The record of that path; null when it is not kept.
 const CMountedKeys::SFolded* CMountedKeys::FindParent(std::u16string_view mounted) {
     for (SFolded& parent : m_parents) {
         if (platform::HasSameUnits(parent.mounted, mounted)) {
@@ -103,18 +106,18 @@ const CMountedKeys::SFolded* CMountedKeys::FindParent(std::u16string_view mounte
     return nullptr;
 }
 
-// The parent of that path, which is remembered now.
+// The record of that path, which is made if it is not kept.
 const CMountedKeys::SFolded& CMountedKeys::GetParent(std::u16string_view mounted) {
     if (const SFolded* const known = FindParent(mounted)) {
         return *known;
     }
-    // Its own parent is remembered too, for others that stand beside it.
+    // Its own parent is kept too, for the siblings of this path.
     const std::u16string_view above = ParentOf(mounted);
     const SFolded* const parent = FindParent(above);
     return Remember(Fold(mounted, parent != nullptr ? *parent : Remember(FoldAll(above))));
 }
 
-// Takes the place of the parent that was not asked for the longest.
+// Replaces the least recently used record.
 const CMountedKeys::SFolded& CMountedKeys::Remember(SFolded folded) {
     folded.lastUse = ++m_uses;
     return *std::ranges::min_element(m_parents, {}, &SFolded::lastUse) = std::move(folded);

@@ -6,19 +6,20 @@
 
 namespace {
 
-// Takes the first path out of the queue and opens its key.
+// Removes the first path of the queue and opens its key.
 bool OpenNext(std::deque<CRegPathW>& pending, CRegPathW& path, CRegKey& key) {
     path = std::move(pending.front());
     pending.pop_front();
     return key.Open(path) == ERROR_SUCCESS;
 }
 
-// Whether an enumeration is over. One that goes on failing behind the last item is, too.
+// Whether an enumeration is over. An enumeration that still fails after the last item is over too;
+// otherwise a failure that repeats would never end.
 bool IsEnd(int status, std::uint32_t index, std::uint32_t count) {
     return status == ERROR_NO_MORE_ITEMS || (status != ERROR_SUCCESS && index >= count);
 }
 
-// The path of a subkey; empty when its name is no valid one.
+// The path of a subkey; empty when its name is not valid.
 CRegPathW PathOf(const CRegPathW& key, const std::u16string& name) {
     const CRegPathSegmentW segment(name);
     return segment.IsEmpty() ? CRegPathW() : CRegPathW(key, segment);
@@ -86,6 +87,7 @@ void CRegTraverse::VisitEachValue(const CRegKey& key, const CRegPathW& path, std
         if (IsEnd(status, i, count)) {
             return;
         }
+        // Reuses the storage of the text before.
         text.Assign(name);
         if (status == ERROR_SUCCESS && !VisitValue(path, text, type)) {
             Stop(false);
@@ -101,6 +103,8 @@ std::uint32_t CRegTraverse::EstimateVisits() const {
         CRegKey key;
         platform::SKeyInfo info;
         if (!OpenNext(pending, path, key) || key.QueryInfo(info) != ERROR_SUCCESS ||
+            // A key without subkeys counts nothing, so its values are missing in the estimate. This
+            // must stay: it is the total that hosts see.
             info.longestSubKeyName == 0) {
             continue;
         }

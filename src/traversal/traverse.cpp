@@ -9,7 +9,7 @@ void CTraverse::Start() {
 }
 
 void CTraverse::RunAll() {
-    // Keeps what the walk throws until the end has been dealt with.
+    // Keeps an exception of the walk until OnFinish has run.
     std::packaged_task<void()> run([this] {
         OnStart();
         Run();

@@ -1,4 +1,4 @@
-// traversal/traverse.h - the worker thread that both walks run on.
+// traversal/traverse.h - a walk on a worker thread, the base of both walks.
 #pragma once
 
 #include <atomic>
@@ -7,12 +7,14 @@
 #include "foundation/wide_string.h"
 #include "platform/threads.h"
 
-// A walk on a worker thread of its own. The owner sets everything up, starts the walk and waits;
-// from Start until the thread has ended, the walk's fields belong to the worker. Only Stop may be
-// called meanwhile, from any thread. Whoever derives stops the walk in its destructor.
+// A walk on its own worker thread. The owner sets everything up, starts the walk and waits. From
+// Start until the walk has ended, its fields belong to the worker thread; only Stop may be called
+// meanwhile, from any thread. A derived class stops the walk in its destructor, before its own
+// fields are destroyed.
 class CTraverse {
 public:
-    // What an observer is told of; the argument is a text (const char16_t*) or a number.
+    // The events for an observer. The argument is a text (const char16_t*), valid during the call,
+    // or a number.
     enum ECode : std::uint32_t {
         CodeStart = 0,
         CodeFinish = 1,
@@ -27,18 +29,18 @@ public:
     CTraverse(const CTraverse&) = delete;
     CTraverse& operator=(const CTraverse&) = delete;
 
-    // Starts the walk, after stopping one that may still run; what was not reached by that one is
-    // walked now. Where the system gives no thread, the walk runs on that of whoever waits.
+    // Stops a walk that is still running and starts one, which goes on with what the former has not
+    // reached. If the system has no thread left, the walk runs on the thread that calls Wait.
     void Start();
-    // Returns when the walk has ended, at once when none was started. Throws what the walk has
+    // Returns when the walk has ended, or at once if none was started. Throws what the walk has
     // thrown.
     void Wait() const { m_thread.Wait(); }
-    // Lets the walk end after the visit in progress; with `wait`, returns only then. A visit itself
-    // must not wait.
+    // Ends the walk after the present visit. With `wait`, returns when it has ended. A visit must
+    // not wait for its own walk.
     void Stop(bool wait);
 
 protected:
-    // Run on the worker, in this order. The last one follows also when another throws.
+    // Run on the worker thread, in this order. OnFinish runs also when one of the others throws.
     virtual void OnStart() { Notify(CodeStart, 0); }
     virtual void Run() = 0;
     virtual void OnFinish() { Notify(CodeFinish, 0); }
@@ -55,5 +57,6 @@ private:
     std::atomic<bool> m_isStopped = false;
     Observer m_callback = nullptr;
     void* m_callbackContext = nullptr;
-    platform::CWorkerThread m_thread;  // last, so that it has ended before the rest goes
+    platform::CWorkerThread
+        m_thread;  // last, so that it ends before the other fields are destroyed
 };
