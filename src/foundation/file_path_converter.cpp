@@ -36,17 +36,6 @@ std::u16string_view CommonPrefix(std::u16string_view left, std::u16string_view r
     return left.substr(0, static_cast<std::size_t>(end - left.begin()));
 }
 
-// Without an early exit the compiler vectorises the loop.
-bool HasTwoBackslashes(std::u16string_view text) {
-    bool hasTwo = false;
-    for (std::size_t i = 1; i < text.size(); ++i) {
-        const bool isFirst = text[i - 1] == u'\\';
-        const bool isSecond = text[i] == u'\\';
-        hasTwo |= isFirst & isSecond;
-    }
-    return hasTwo;
-}
-
 // Expands the tokens of one text from left to right. `m_done` is the part before the scan. `m_rest`
 // is the part after it, in reverse, so that a path is inserted at its front in the length of the
 // path alone. Each unit of the text and of the paths moves once, so the whole takes linear time.
@@ -279,15 +268,14 @@ bool CFilePathConverter::CollapsePaths(CStrW& text, bool expandLongName) const {
     // Keeps its storage from text to text; each thread has its own. The content means nothing to
     // the next call. Gain: 1.6 times in CollapsePaths/Long.
     thread_local std::u16string lower;
-    // Ends, because each round replaces all matches of one row, and no token completes a match of
-    // an earlier row, except for loose rows, which are replaced at once.
-    while (MayHoldPath(text)) {
+    const auto findPath = [this, &text] {
         lower = text.View();
         platform::FoldText(lower.data(), lower.size());
-        const SMatch match = FindLongestPath(lower);
-        if (match.entry == nullptr) {
-            break;
-        }
+        return FindLongestPath(lower);
+    };
+    // Ends, because each round replaces all matches of one row, and no token completes a match of
+    // an earlier row, except for loose rows, which are replaced at once.
+    for (SMatch match = findPath(); match.entry != nullptr; match = findPath()) {
         ReplaceByToken(text, lower, match);
         changed = true;
     }
@@ -339,12 +327,6 @@ CFilePathConverter::SMatch CFilePathConverter::FindNewPath(std::u16string_view d
         }
     }
     return {};
-}
-
-// False when the text contains none of the paths: each has a colon or two backslashes, except for
-// loose rows. Most texts are rejected here.
-bool CFilePathConverter::MayHoldPath(std::u16string_view text) const {
-    return !m_looseRows.empty() || HasUnit(text, u':') || HasTwoBackslashes(text);
 }
 
 // The first row whose path is in the text, with the leftmost place of that path.

@@ -64,7 +64,6 @@ private:
     void AddEnvironment();
     void GroupRows();
     [[nodiscard]] const CFolderEntry* FindToken(std::u16string_view span) const;
-    [[nodiscard]] bool MayHoldPath(std::u16string_view text) const;
     [[nodiscard]] SMatch FindLongestPath(std::u16string_view lower) const;
     [[nodiscard]] SMatch FindNewPath(std::u16string_view done, std::size_t changed,
                                      std::u16string_view lowerRest, const CFolderEntry& last) const;
