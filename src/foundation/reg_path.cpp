@@ -26,16 +26,7 @@ constexpr SKernelRoot kKernelRoots[] = {
     {uR"(\REGISTRY\USER)", u"HKEY_USERS"},
 };
 
-// Rejects most names at once: no ASCII letter but "h" and "H" equals an "H" in any locale.
-bool BeginsWithOtherLetter(std::u16string_view name) {
-    const int first = name.front() | 0x20;
-    return first >= u'a' && first <= u'z' && first != u'h';
-}
-
 const SHive* FindHive(std::u16string_view name) {
-    if (name.empty() || BeginsWithOtherLetter(name)) {
-        return nullptr;
-    }
     const auto* const hive =
         std::find_if(std::begin(kHives), std::end(kHives), [name](const SHive& candidate) {
             // The usual spelling first, which needs no folding.
