@@ -88,11 +88,12 @@ void CCasRegistryTraverseManager::EndValues() { m_valueKey.key = nullptr; }
 
 bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& name,
                                              std::uint32_t /*type*/) {
-    m_shown.Reserve(m_valueKey.mountedText.GetLength() + name.GetLength() + 2);
-    m_shown.Assign(m_valueKey.mountedText);
-    m_shown.Append(u'\\');
-    m_shown.Append(name);
-    ShowProgress(m_shown);
+    CStrW shown;
+    shown.Reserve(m_valueKey.mountedText.GetLength() + name.GetLength() + 2);
+    shown.Assign(m_valueKey.mountedText);
+    shown.Append(u'\\');
+    shown.Append(name);
+    ShowProgress(shown);
     if (name.EqualsNoCase(kVirtualStatus) || name.EqualsNoCase(kDeletedValues) ||
         m_valueKey.isRoot) {
         return true;

@@ -74,6 +74,5 @@ private:
     CMountedKeys m_mountedKeys;
     const CRegPathW m_mount;
     SValueKey m_valueKey;
-    CStrW m_shown;  // kept, for each value has a text
     CRegBuf m_buffer;
 };
