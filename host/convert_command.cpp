@@ -239,7 +239,7 @@ std::string CConversion::FormatJson() const {
     auto target = targets.begin();
     for (const SOutput& output : m_outputs) {
         const std::u16string manifest = platform::PathText(output.manifest);
-        // Both are in the order of the profile, and some may be missing here.
+        // Both lists are in the order of the profile; this one may lack some targets.
         while (target != targets.end() && target->guid != output.guid) {
             ++target;
         }

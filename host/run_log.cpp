@@ -42,7 +42,7 @@ bool CRunLog::OpenUserFile(const std::string& argument) {
 }
 
 std::u16string CRunLog::GetLibraryPath() const {
-    // It is named by a full path, so nothing can be missing.
+    // Never empty: only a relative path can fail.
     return platform::LibraryPath(m_folder.GetFile()).value_or(u"");
 }
 

@@ -1,5 +1,5 @@
-// host/system.h - what the program asks of its operating system: the terminal, a place for
-// temporary files. One folder of sources for each system.
+// host/system.h - what the program needs from its operating system: the terminal, temporary files.
+// Each system has a folder of sources.
 //
 // Arguments and output are bytes: UTF-8 on Windows, any bytes on POSIX.
 #pragma once
@@ -13,7 +13,7 @@
 
 namespace host {
 
-// Whether files can be put into a folder.
+// Whether files can be created in a folder.
 [[nodiscard]] bool IsWritable(const std::filesystem::path& folder);
 
 // Makes `file` the machine description of this process and of the library. False on Windows, where

@@ -59,8 +59,8 @@ void CatchEndingSignals() {
     }
 }
 
-// Writes all of the bytes; false with errno. Signals are rare: what is interrupted again and again
-// never gives an answer.
+// Writes all bytes; false, with errno, on failure. The interruptions are limited, because a write
+// that is interrupted again and again would never end.
 bool WriteAll(int file, std::string_view bytes) {
     constexpr int kMaxInterruptions = 1000;
     int interruptions = 0;
@@ -82,7 +82,7 @@ bool WriteFile(const std::string& name, std::string_view content) {
     const bool isWritten = WriteAll(file, content);
     const int error = errno;
     close(file);
-    errno = error;  // the caller tells it
+    errno = error;  // which close() may have changed; the caller reports it
     return isWritten;
 }
 
@@ -135,7 +135,7 @@ STerminalSize GetTerminalSize() {
 }
 
 void WriteTerminal(std::string_view bytes) {
-    // A terminal that is gone has nobody to tell.
+    // If the terminal is gone, nobody can be told.
     static_cast<void>(WriteAll(STDERR_FILENO, bytes));
 }
 

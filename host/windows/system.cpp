@@ -44,8 +44,8 @@ BOOL WINAPI OnEnd(DWORD /*kind*/) {
     return FALSE;
 }
 
-// Makes a folder for the user and the system alone: the user who runs, whatever machine is
-// described.
+// Makes a folder that only the running user and the system can enter. The user of a described
+// machine has no meaning here.
 bool MakePrivateFolder(const std::filesystem::path& folder) {
     const std::u16string rights = u"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;" +
                                   platform::GetLiveAnswers()->machine.GetUserSid() + u")";

@@ -55,7 +55,7 @@ void ReadElements(std::type_identity_t<std::span<const SElement<T>>> rows, T& ob
     }
 }
 
-// What the items of a list are, which it holds by pointers.
+// The type of the items in a list of owned pointers.
 template <auto kMember>
 using ItemOf = typename FieldOf<kMember>::value_type::element_type;
 

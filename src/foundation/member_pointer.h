@@ -1,4 +1,4 @@
-// foundation/member_pointer.h - what a pointer to a field says of the field, for tables of fields.
+// foundation/member_pointer.h - class and type of a field by a pointer to it, for tables of fields.
 #pragma once
 
 template <class M>

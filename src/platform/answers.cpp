@@ -12,7 +12,7 @@ const SAnswers& GetAnswers() {
     return live == nullptr || IsMachineDescribed() ? GetDescribedAnswers() : *live;
 }
 
-// A machine that can answer for itself is not described by what users name.
+// A machine that answers for itself does not read the description that users name.
 int LoadMachine(std::u16string& problem) {
     return GetLiveAnswers() != nullptr ? ERROR_SUCCESS : LoadMachineDescription(problem);
 }

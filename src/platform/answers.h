@@ -1,8 +1,7 @@
-// platform/answers.h - who answers for the machine: a machine description, or the Windows that
-// runs.
+// platform/answers.h - who answers for the machine: a machine description, or the running Windows.
 //
-// machine.h, registry.h, shell_link.h and assemblies.h say what can be asked. What is asked there
-// goes to the answers in effect, and answers.cpp is the one place that chooses them: those of
+// machine.h, registry.h, shell_link.h and assemblies.h declare the operations. Each of them calls
+// the answers in effect, and answers.cpp is the only place that chooses these: those of
 // platform/described on POSIX, and on Windows while a description is in effect; otherwise those of
 // platform/windows/live. Contracts, errors and threads are those of the four headers.
 #pragma once
@@ -42,8 +41,8 @@ protected:
     ~CMachineAnswers() = default;
 };
 
-// An open key. It answers for itself: what is asked once for each value costs one indirect call,
-// and a key stays with the registry that has opened it.
+// An open key. It answers by itself: an operation that runs for each value costs one indirect call,
+// and a key stays with the registry that opened it.
 class COpenKey {
 public:
     COpenKey() = default;
@@ -51,7 +50,7 @@ public:
     COpenKey(const COpenKey&) = delete;
     COpenKey& operator=(const COpenKey&) = delete;
 
-    // Of the key that ConnectMachine gives.
+    // Only for the key that ConnectMachine gives.
     [[nodiscard]] virtual int LoadHive(const char16_t* mountName, const char16_t* fileName) = 0;
     [[nodiscard]] virtual int UnloadHive(const char16_t* mountName) = 0;
 
@@ -81,7 +80,7 @@ protected:
     ~CRegistryAnswers() = default;
 };
 
-// An open store of assemblies, behind CAssemblyCache.
+// An open store of assemblies, which a CAssemblyCache owns.
 class CAssemblyStore {
 public:
     CAssemblyStore() = default;
@@ -94,7 +93,7 @@ public:
     [[nodiscard]] virtual bool IsManagedAssembly(const char16_t* name) const = 0;
 };
 
-// All that one side answers. The objects last as long as the process.
+// All answers of one side. The objects live as long as the process.
 struct SAnswers {
     const CMachineAnswers& machine;
     const CRegistryAnswers& registry;
@@ -103,14 +102,14 @@ struct SAnswers {
     std::unique_ptr<CAssemblyStore> (&openAssemblyStore)();
 };
 
-// By the description in effect; without one, by the built-in machine.
+// The answers of the description in effect; without one, of the built-in machine.
 [[nodiscard]] const SAnswers& GetDescribedAnswers();
 
-// By the machine that runs, whether a description is in effect or not; null where that machine is
-// not Windows.
+// The answers of the running machine, whether a description is in effect or not; null if it is not
+// Windows.
 [[nodiscard]] const SAnswers* GetLiveAnswers();
 
-// Those in effect.
+// The answers in effect.
 [[nodiscard]] const SAnswers& GetAnswers();
 
 }  // namespace platform

@@ -12,10 +12,10 @@ namespace platform {
 
 class CAssemblyStore;
 
-// The machine's store of side-by-side assemblies and its reader of managed ones, while it is open.
-// A described machine has its store in a folder of its Windows folder. The running Windows binds
-// its libraries late, when this is opened, and lets go of them when it is closed; while it is open
-// its thread has COM, so it is closed on the thread that opened it. Closes itself.
+// The machine's store of side-by-side assemblies and its reader of managed assemblies, from Open to
+// Close. A described machine has its store in a folder of its Windows folder. On the running
+// Windows, Open loads the system libraries and Close frees them; in between the thread has COM, so
+// the store must be closed on the thread that opened it. The destructor closes it.
 class CAssemblyCache {
 public:
     CAssemblyCache();
@@ -23,8 +23,8 @@ public:
     CAssemblyCache(const CAssemblyCache&) = delete;
     CAssemblyCache& operator=(const CAssemblyCache&) = delete;
 
-    // Opens the machine's store as it is now, closing any former one. False when there is none, as
-    // on a described machine whose Windows folder is nowhere on this one.
+    // Opens the machine's store in its present state and closes any former one. False when there is
+    // no store, for example on a described machine whose Windows folder is not on this machine.
     [[nodiscard]] bool Open();
     void Close();
 

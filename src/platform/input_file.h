@@ -1,4 +1,4 @@
-// platform/input_file.h - a file that is read, at any place in it.
+// platform/input_file.h - reads a file at any position.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,8 @@
 
 namespace platform {
 
-// A regular file, open for reading. Closes itself. Read may be called on any thread, also at once.
+// A regular file, open for reading. The destructor closes it. Read may be called on several threads
+// at once.
 class CInputFile {
 public:
     CInputFile();
@@ -16,16 +17,16 @@ public:
     CInputFile(const CInputFile&) = delete;
     CInputFile& operator=(const CInputFile&) = delete;
 
-    // Opens a file by its Windows name, after closing any former one. Results as platform/files.h
-    // has them; ERROR_ACCESS_DENIED for a folder, and on POSIX ERROR_CANT_ACCESS_FILE for a link
-    // below the package folder and for what is no regular file.
+    // Opens a file by its Windows name and closes any former one. Results as in platform/files.h;
+    // ERROR_ACCESS_DENIED for a folder, and on POSIX ERROR_CANT_ACCESS_FILE for a link below the
+    // package folder and for anything else that is not a regular file.
     [[nodiscard]] int Open(const char16_t* name);
 
-    // In bytes, when the file was opened.
+    // The size in bytes when the file was opened.
     [[nodiscard]] std::uint64_t GetSize() const;
 
-    // Reads from `offset` on until `bytes` are full or the file ends; `count` tells how many bytes
-    // there were, also on failure.
+    // Reads from `offset` on until `bytes` is full or the file ends. `count` receives the number of
+    // bytes read, also on failure.
     [[nodiscard]] int Read(std::uint64_t offset, std::span<std::byte> bytes,
                            std::size_t& count) const;
 

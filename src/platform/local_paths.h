@@ -1,9 +1,8 @@
-// platform/local_paths.h - files by the names that users and other programs of this system give
-// them.
+// platform/local_paths.h - files by the names that users and other programs of this system use.
 //
-// Such a name is a path of the system: an argument of a program, bytes, which are UTF-8 on Windows
-// and on POSIX whatever they are; or a std::filesystem::path. The library itself knows files by
-// their Windows names. One thread at a time.
+// Such a name is a path of the system: an argument of a program, in bytes (UTF-8 on Windows, any
+// bytes on POSIX), or a std::filesystem::path. The library itself uses Windows names. One thread at
+// a time.
 #pragma once
 
 #include <filesystem>
@@ -12,24 +11,24 @@
 
 namespace platform {
 
-// The name by which the library knows the file of an argument. A Windows path goes through as it
-// is; what else an argument of this system means is made absolute and spelled as Windows would.
-// Nothing when the current folder is gone.
+// The Windows name of the file of an argument, for the library. A Windows path is passed on
+// unchanged. Any other path is made absolute and written in the form of Windows. No value when the
+// current folder does not exist any more.
 [[nodiscard]] std::optional<std::u16string> LibraryPath(const std::string& argument);
 
-// Where the file is that an argument names.
+// The local path of the file that an argument names.
 [[nodiscard]] std::filesystem::path LocalPath(const std::string& argument);
-// Where the file is that the library knows by `path`, or would be put; empty when the path leads
-// nowhere on this machine.
+// The local path of the file that the library knows by `path`, or would create; empty when this
+// machine has no such drive or share.
 [[nodiscard]] std::filesystem::path LocalPath(const std::u16string& path);
 
-// A path as bytes for other programs, and as text; bytes that are no UTF-8 become U+DC00 plus the
+// A path as bytes for other programs, and as text. A byte that is not UTF-8 becomes U+DC00 plus the
 // byte.
 [[nodiscard]] std::string PathBytes(const std::filesystem::path& path);
 [[nodiscard]] std::u16string PathText(const std::filesystem::path& path);
 
-// The file that a variable of this process's environment names, which is not the environment of a
-// described machine; empty when the variable is not set or has no text.
+// The file that an environment variable of this process names, not one of a described machine.
+// Empty when the variable is not set or has no text.
 [[nodiscard]] std::filesystem::path GetPathVariable(const char* name);
 
 }  // namespace platform

@@ -34,10 +34,9 @@ struct SSystemVersion {
     bool operator==(const SSystemVersion&) const = default;
 };
 
-// Makes the machine's answers available; called at the start of each exported function. Returns 0,
-// or ERROR_INVALID_DATA with `problem` saying what is wrong, and where: on POSIX the machine
-// description that the variable ORVCASCONV_MACHINE names, when it cannot be used. Windows always
-// gives 0.
+// Loads the machine's answers; called at the start of each exported function. Returns 0, or
+// ERROR_INVALID_DATA when the machine description that ORVCASCONV_MACHINE names cannot be used;
+// then `problem` says what is wrong, and where. Always 0 on Windows.
 [[nodiscard]] int LoadMachine(std::u16string& problem);
 
 // The path of a special folder, with long names; false when the machine has no such folder.

@@ -35,7 +35,7 @@ struct SMachineAnswers {
 
 class CMachineAnswers;
 
-// Asks a machine for everything that machine.h knows the name of.
+// Asks a machine everything that machine.h has a name for.
 [[nodiscard]] SMachineAnswers AskMachine(const CMachineAnswers& machine);
 
 // The answers as a machine description. Equal answers give equal bytes on every system.
@@ -44,8 +44,8 @@ class CMachineAnswers;
 // One line of a machine description, with quotes where they are needed.
 [[nodiscard]] std::string FormatRow(std::string_view key, std::string_view value);
 
-// The machine in effect as a machine description: a described one as a whole, with its drives and
-// shares, the running Windows by what AskMachine gives.
+// The machine in effect as a machine description: all of a described one, with drives and shares;
+// of the running Windows only the answers of AskMachine.
 [[nodiscard]] std::string DescribeMachine();
 
 }  // namespace platform

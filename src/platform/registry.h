@@ -9,9 +9,9 @@
 // Names are 16-bit units, which need not be valid UTF-16; letter case does not count. A name that
 // contains a NUL ends there, as in every program that takes texts up to their NUL.
 //
-// A described machine has no registry of its own: HKEY_LOCAL_MACHINE holds there the hives that
-// this process has loaded and nothing else, and the other predefined keys hold nothing. A key that
-// is a link to another key is read as it stands, since there is no machine whose key it could mean.
+// A described machine has no registry: HKEY_LOCAL_MACHINE contains only the hives that this process
+// has loaded, and the other predefined keys are empty. A key that is a link to another key is read
+// as an ordinary key, because there is no machine with the other key.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@
 
 namespace platform {
 
-// An open key, which belongs to whoever opened it and goes back by CloseKey; null stands for none.
+// An open key. Whoever opens it owns it and closes it by CloseKey. Null is no key.
 class COpenKey;
 using KeyHandle = COpenKey*;
 
@@ -37,16 +37,17 @@ struct SKeyInfo {
 [[nodiscard]] int ConnectMachine(KeyHandle& machine);
 
 // Makes the keys of a hive file readable below HKEY_LOCAL_MACHINE under `mountName`, a single name.
-// What the file has lost to an interrupted write is taken from the log files beside it.
-// ERROR_FILE_NOT_FOUND and ERROR_PATH_NOT_FOUND as for any file; ERROR_BADDB when the file is no
-// hive or its root key cannot be read; ERROR_ACCESS_DENIED when the mount name is taken. A
-// described machine changes no file, and reads around damage: a key or value that cannot be read is
-// not there, and all others are. Keys nest at most 512 levels below the mount, and what is deeper
-// is damage too.
+// Data that an interrupted write has left out of the file is taken from the log files beside it.
+// ERROR_FILE_NOT_FOUND and ERROR_PATH_NOT_FOUND as for any file; ERROR_BADDB when the file is not a
+// hive or its root key cannot be read; ERROR_ACCESS_DENIED when the mount name is in use. A
+// described machine changes no file and skips damage: a key or value that cannot be read is
+// missing, and all others are there. Keys may nest 512 levels below the mount; deeper ones count as
+// damage.
 [[nodiscard]] int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName);
 
-// Whether such a hive says that it has more keys or values than are there, or its last write was
-// interrupted and the log files do not complete it. The running Windows loads none.
+// Whether the loaded hive declares more keys or values than it has, or whether its last write was
+// interrupted and the log files do not complete it. Always false on the running Windows, which does
+// not load such a hive.
 [[nodiscard]] bool IsHiveDamaged(const char16_t* mountName);
 
 // Unloads such a hive. ERROR_FILE_NOT_FOUND when nothing is loaded under that name;
@@ -64,8 +65,8 @@ void CloseKey(KeyHandle key);
 
 [[nodiscard]] int QueryKeyInfo(KeyHandle key, SKeyInfo& info);
 
-// The name of the subkey at `index`, counted from 0; on a described machine never empty and
-// without a backslash. ERROR_NO_MORE_ITEMS after the last one.
+// The name of the subkey at `index`, counted from 0. On a described machine it is never empty and
+// has no backslash. ERROR_NO_MORE_ITEMS after the last one.
 [[nodiscard]] int EnumKey(KeyHandle key, std::uint32_t index, std::u16string& name);
 
 // Name and type of the value at `index`, counted from 0; the default value has an empty name.
@@ -80,8 +81,8 @@ void CloseKey(KeyHandle key);
 [[nodiscard]] int QueryValue(KeyHandle key, std::u16string_view name, std::uint32_t& type,
                              void* data, std::uint32_t& size);
 
-// Turns a privilege of the process on: -1 on failure, 0 when it was on already, 1 when it is on
-// now. On a described machine every privilege is always held.
+// Turns a privilege of the process on. Returns -1 on failure, 0 when it was on already, 1 when it
+// is on now. On a described machine every privilege is always on.
 [[nodiscard]] int EnablePrivilege(const char16_t* name);
 
 // Turns a privilege of the process off; false on failure.

@@ -1,4 +1,4 @@
-// platform/shell_link.h - what a shortcut file says, by the machine in effect.
+// platform/shell_link.h - reads shortcut files, by the machine in effect.
 #pragma once
 
 #include "formats/link/shell_link.h"
