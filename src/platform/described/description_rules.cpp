@@ -1,0 +1,95 @@
+#include "platform/described/description_rules.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "platform/path_names.h"
+#include "platform/text.h"
+
+namespace platform {
+
+namespace {
+
+bool IsLetter(char16_t unit) {
+    const char16_t lower = unit | 0x20;
+    return lower >= u'a' && lower <= u'z';
+}
+
+bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
+
+// Takes the drive, or the server, off a full path; false when it has neither.
+bool TakeRoot(std::u16string_view& path) {
+    constexpr std::u16string_view kLong = uR"(\\?\)";
+    constexpr std::u16string_view kLongShare = uR"(\\?\UNC\)";
+    const bool isLongShare = EqualText(path.substr(0, kLongShare.size()), kLongShare);
+    if (isLongShare || (path.starts_with(uR"(\\)") && !path.starts_with(kLong))) {
+        path.remove_prefix(isLongShare ? kLongShare.size() : 2);
+        const std::u16string_view server = path.substr(0, path.find(u'\\'));
+        path.remove_prefix(std::min(server.size() + 1, path.size()));
+        return IsServerName(server);
+    }
+    path.remove_prefix(path.starts_with(kLong) ? kLong.size() : 0);
+    const bool hasDrive = IsDrive(path.substr(0, 2)) && path.substr(2, 1) == u"\\";
+    path.remove_prefix(hasDrive ? 3 : 0);
+    return hasDrive;
+}
+
+}  // namespace
+
+bool IsDrive(std::u16string_view text) {
+    return text.size() == 2 && IsLetter(text[0]) && text[1] == u':';
+}
+
+bool IsShare(std::u16string_view text) {
+    const std::size_t middle = text.find(u'\\', 2);
+    return text.starts_with(uR"(\\)") && middle != 2 && middle != std::u16string_view::npos &&
+           middle + 1 < text.size() && text.find(u'\\', middle + 1) == std::u16string_view::npos &&
+           text.find_first_of(u"/:*?\"<>|") == std::u16string_view::npos;
+}
+
+bool IsWindowsPath(std::u16string_view path) {
+    bool isGood = TakeRoot(path);
+    while (isGood && !path.empty()) {
+        const std::u16string_view name = path.substr(0, path.find(u'\\'));
+        path.remove_prefix(std::min(name.size() + 1, path.size()));
+        isGood = IsPathName(name);
+    }
+    return isGood;
+}
+
+bool IsSid(std::u16string_view text) {
+    constexpr std::u16string_view kStart = u"S-1-";
+    return text.starts_with(kStart) && IsDigit(text.back()) &&
+           std::all_of(text.begin() + kStart.size(), text.end(),
+                       [](char16_t unit) { return unit == u'-' || IsDigit(unit); });
+}
+
+bool IsLocaleName(std::u16string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char16_t unit) {
+        return IsLetter(unit) || IsDigit(unit) || unit == u'-' || unit == u'_';
+    });
+}
+
+bool IsFolderName(std::u16string_view name) {
+    return name == kLocalAppDataLowName ||
+           std::any_of(kSpecialFolders.begin(), kSpecialFolders.end(),
+                       [name](const SSpecialFolder& folder) { return name == folder.name; });
+}
+
+bool IsHive(std::u16string_view text) {
+    constexpr std::u16string_view kStart = uR"(\REGISTRY\)";
+    return text.size() > kStart.size() && EqualText(text.substr(0, kStart.size()), kStart);
+}
+
+bool ParseVersion(std::string_view text, SSystemVersion& version) {
+    const std::size_t dot = std::min(text.find('.'), text.size());
+    const auto parse = [](std::string_view digits, std::uint32_t& number) {
+        const char* const end = digits.data() + digits.size();
+        const auto [stop, error] = std::from_chars(digits.data(), end, number);
+        return error == std::errc() && stop == end;
+    };
+    return parse(text.substr(0, dot), version.major) &&
+           parse(text.substr(std::min(dot + 1, text.size())), version.minor);
+}
+
+}  // namespace platform
