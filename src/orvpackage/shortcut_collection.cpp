@@ -26,8 +26,8 @@ void WriteIconIndex(const SAttributeOutput& output, const SOrvShortcut& from) {
 }
 
 // A minus sign is no digit, so that a negative index comes back as 0.
-std::int32_t ReadIconIndex(std::u16string_view text) {
-    return static_cast<std::int32_t>(ReadCheckedNumber32(text));
+void ReadIconIndex(SOrvShortcut& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
+    into.iconIndex = static_cast<std::int32_t>(ReadCheckedNumber32(value));
 }
 
 void WriteShowCommand(const SAttributeOutput& output, const SOrvShortcut& from) {
@@ -46,7 +46,7 @@ constexpr SAttribute<SOrvShortcut> kAttributes[] = {
     {u"Hotkey", Number<&SOrvShortcut::hotkey, ReadCheckedNumber16, IfAny>},
     {u"IconTarget", Path<&SOrvShortcut::iconTarget, IfAny>},
     // With an icon only, and signed.
-    {u"IconIndex", {WriteIconIndex, Number<&SOrvShortcut::iconIndex, ReadIconIndex>.read}},
+    {u"IconIndex", {WriteIconIndex, ReadIconIndex}},
     // The low byte goes out, and what comes in is one of three.
     {u"ShowCmd", {WriteShowCommand, ReadShowCommand}},
     {u"WorkingDirectory", Path<&SOrvShortcut::workingDirectory, IfAny>},
