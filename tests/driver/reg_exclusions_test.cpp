@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <utility>
+
+#include "driver/target_information.h"
+#include "orvcasconv/orvcasconv.h"
 #include "support/machine.h"
 #include "support/text.h"
 
@@ -17,10 +22,7 @@ protected:
 };
 
 TEST_F(RegExclusionsTest, TellsNoiseFromTheApplicationsOwn) {
-    const struct {
-        const char16_t* path;
-        bool isExcluded;
-    } kPaths[] = {
+    const std::pair<const char16_t*, bool> paths[] = {
         {uR"(HKEY_LOCAL_MACHINE\SYSTEM\ControlSet002\Services\x)", true},
         {uR"(hkey_local_machine\system\controlset001\enum\x)", true},
         {uR"(HKEY_LOCAL_MACHINE\SYSTEM\ControlSet001\Services\{x)", true},
@@ -39,10 +41,12 @@ TEST_F(RegExclusionsTest, TellsNoiseFromTheApplicationsOwn) {
         {uR"(\registry\MACHINE\x)", true},
         {u"", false},
     };
-    for (const auto& path : kPaths) {
-        SCOPED_TRACE(Utf8(path.path));
-        EXPECT_EQ(m_exclusions.IsExcluded(path.path), path.isExcluded);
+    for (const auto& [path, isExcluded] : paths) {
+        EXPECT_EQ(m_exclusions.IsExcluded(path), isExcluded) << Utf8(path);
     }
+    // Without a SID nobody is another user.
+    m_machine.Sid(u"");
+    EXPECT_FALSE(CRegExclusions().IsExcluded(uR"(HKEY_USERS\S-1-5-21-1\Software\x)"));
 }
 
 TEST_F(RegExclusionsTest, RefusesARuleThatIsThere) {
@@ -55,10 +59,20 @@ TEST_F(RegExclusionsTest, RefusesARuleThatIsThere) {
     EXPECT_FALSE(m_exclusions.IsExcluded(uR"(HKEY_LOCAL_MACHINE\SOFTWARE\Tails)"));
 }
 
-TEST_F(RegExclusionsTest, WithoutASidNobodyIsAnotherUser) {
-    m_machine.Sid(u"");
-    const CRegExclusions exclusions;
-    EXPECT_FALSE(exclusions.IsExcluded(uR"(HKEY_USERS\S-1-5-21-1\Software\x)"));
+// More than can be moved one place forward for each.
+TEST(TargetInformationTest, AnyNumberOfTargetsIsHandedOut) {
+    constexpr std::size_t kTargets = 1000000;
+    auto list = std::make_unique<CasTargetInformationList>();
+    list->Items.resize(kTargets);
+    void* const handle = list.release();
+    OrvChar* guid = nullptr;
+    OrvChar* name = nullptr;
+    std::size_t count = 0;
+    while (GetNextCasTargetInformation(handle, &guid, &name) == 0) {
+        ++count;
+    }
+    EXPECT_EQ(count, kTargets);
+    EXPECT_EQ(ReleaseCasTargetInformation(handle), 0U);
 }
 
 }  // namespace

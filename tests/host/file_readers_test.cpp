@@ -12,20 +12,7 @@
 
 namespace {
 
-// A file as the library writes it: UTF-16LE with its mark, lines ended by CR LF.
-std::string Bytes(const std::string& text) {
-    std::string bytes = "\xFF\xFE";
-    for (const char16_t unit : Utf16(text)) {
-        if (unit == u'\n') {
-            bytes += std::string("\r\0", 2);
-        }
-        bytes += static_cast<char>(unit & 0xFF);
-        bytes += static_cast<char>(unit >> 8);
-    }
-    return bytes;
-}
-
-std::istringstream File(const std::string& text) { return std::istringstream(Bytes(text)); }
+std::istringstream File(const std::string& text) { return std::istringstream(Utf16Bytes(text)); }
 
 const std::string kError =
     "<font color=\"#FF0000\"><span style=\"font-weight: bold\">Error:</span></font> ";
@@ -33,8 +20,8 @@ const std::string kWarning =
     "<font color=\"#C0C000\"><span style=\"font-weight: bold\">Warning:</span></font> ";
 
 TEST(LogReaderTest, TellsErrorsFromWarningsAndTakesTheirHtmlAway) {
-    std::istringstream log = File(kError + "\xC3\xA9t\xC3\xA9 <b>&amp;<br>\n" + kWarning +
-                                  "<br>\n" + kError + "two\nlines<br>\n");
+    std::istringstream log = File(kError + "\xC3\xA9t\xC3\xA9 <b>&amp;<br>\r\n" + kWarning +
+                                  "<br>\r\n" + kError + "two\r\nlines<br>\r\n");
     std::vector<std::string> entries;
     const host::SLogSummary summary =
         host::ReadLog(log, [&](bool isError, std::u16string_view text) {
@@ -51,7 +38,7 @@ TEST(LogReaderTest, TellsErrorsFromWarningsAndTakesTheirHtmlAway) {
 TEST(LogReaderTest, NoticesAFileThatWasCutOff) {
     std::istringstream empty;
     EXPECT_FALSE(host::ReadLog(empty, [](bool, std::u16string_view) {}).isComplete);
-    for (const std::string& text : {kError + "one<br>\n" + kError + "tw", std::string()}) {
+    for (const std::string& text : {kError + "one<br>\r\n" + kError + "tw", std::string()}) {
         std::istringstream cut = File(text);
         const host::SLogSummary summary = host::ReadLog(cut, [](bool, std::u16string_view) {});
         EXPECT_EQ(summary.errors, text.empty() ? 0U : 2U);
@@ -64,23 +51,23 @@ TEST(ManifestReaderTest, CountsTheItemsOfAllCollections) {
     // read in parts, which begin anywhere in a line.
     std::string files;
     for (std::size_t i = 0; i < 20'000; ++i) {
-        files += "<File Target=\"" + std::string(i % 97, 'x') + "\" />\n";
+        files += "<File Target=\"" + std::string(i % 97, 'x') + "\" />\r\n";
     }
     const std::string text =
-        "<?xml version=\"1.0\" encoding=\"utf-16\"?>\n<Package Version=\"1\">\n"
-        "<Properties>\n<Name>a</Name>\n<PerUserInstall>1</PerUserInstall>\n</Properties>\n"
-        "<CreateFiles>\n" +
+        "<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n<Package Version=\"1\">\r\n"
+        "<Properties>\r\n<Name>a</Name>\r\n<PerUserInstall>1</PerUserInstall>\r\n</Properties>\r\n"
+        "<CreateFiles>\r\n" +
         files +
-        "</CreateFiles>\n"
-        "<CreateKeys>\n</CreateKeys>\n"
-        "<CreateValues>\n<Value Key=\"k\">" +
-        std::string(100'000, 'x') + "</Value>\n<Value Key=\"l\"></Value>\n</CreateValues>\n";
+        "</CreateFiles>\r\n"
+        "<CreateKeys>\r\n</CreateKeys>\r\n"
+        "<CreateValues>\r\n<Value Key=\"k\">" +
+        std::string(100'000, 'x') + "</Value>\r\n<Value Key=\"l\"></Value>\r\n</CreateValues>\r\n";
     const CTempFolder folder;
-    folder.WriteFile("whole", Bytes(text + "</Package>\n"));
+    folder.WriteFile("whole", Utf16Bytes(text + "</Package>\r\n"));
     const host::SManifestSummary summary = host::ReadManifest(folder.Path("whole"));
     EXPECT_EQ(summary.items, 20'002U);
     EXPECT_TRUE(summary.isComplete);
-    folder.WriteFile("cut", Bytes(text + "</Pack"));
+    folder.WriteFile("cut", Utf16Bytes(text + "</Pack"));
     EXPECT_FALSE(host::ReadManifest(folder.Path("cut")).isComplete);
     EXPECT_FALSE(host::ReadManifest(folder.Path("missing")).isComplete);
 }

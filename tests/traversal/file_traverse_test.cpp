@@ -86,31 +86,28 @@ TEST_F(FileTraverseTest, FolderPrunesAndFileEndsTheWalk) {
     CNotingWalk walk(m_root);
     walk.m_goOn = [](const std::string& path) { return path != "b\\"; };
     EXPECT_EQ(walk.Walk().size(), 6U);
-    CNotingWalk stopped(m_root);
-    stopped.m_goOn = [](const std::string& path) { return path != "b\\1"; };
-    EXPECT_EQ(stopped.Walk().back(), "b\\1");
-    // What was not reached is walked by the next start.
-    stopped.m_goOn = [](const std::string&) { return true; };
-    EXPECT_EQ(stopped.Walk(), (std::vector<std::string>{"D\\x"}));
-}
-
-TEST_F(FileTraverseTest, WhatAVisitThrowsReachesWhoeverWaits) {
-    CNotingWalk walk(m_root);
-    walk.m_goOn = [](const std::string& path) -> bool {
-        return path == "b\\1" ? throw std::runtime_error(path) : true;
-    };
-    EXPECT_THROW(walk.Walk(), std::runtime_error);
-    EXPECT_TRUE(walk.m_isFinished);
-    // The next start walks the folders that were not reached.
-    walk.m_goOn = [](const std::string&) { return true; };
-    EXPECT_EQ(walk.Walk().back(), "D\\x");
+    for (const bool isThrown : {false, true}) {
+        CNotingWalk stopped(m_root);
+        stopped.m_goOn = [isThrown](const std::string& path) -> bool {
+            if (path == "b\\1" && isThrown) {
+                throw std::runtime_error(path);
+            }
+            return path != "b\\1";
+        };
+        if (isThrown) {  // which reaches whoever waits
+            EXPECT_THROW(stopped.Walk(), std::runtime_error);
+        } else {
+            EXPECT_EQ(stopped.Walk().back(), "b\\1");
+        }
+        EXPECT_TRUE(stopped.m_isFinished);
+        // What was not reached is walked by the next start.
+        stopped.m_goOn = [](const std::string&) { return true; };
+        EXPECT_EQ(stopped.Walk().back(), "D\\x");
+    }
 }
 
 TEST(PayloadNameTest, KeepsTheTokensNameOrTheDrivesLetter) {
-    const struct {
-        const char16_t* collapsed;
-        const char* name;
-    } kNames[] = {
+    const std::pair<const char16_t*, const char*> names[] = {
         {uR"(%ProgramFiles%\App\a.exe)", R"(ProgramFiles\App\a.exe)"},
         {uR"(C:\Data\a.txt)", R"(C\Data\a.txt)"},
         {uR"(%ProgramFiles%)", "ProgramFiles"},
@@ -123,9 +120,8 @@ TEST(PayloadNameTest, KeepsTheTokensNameOrTheDrivesLetter) {
         {uR"(%.%\a.txt)", ""},
         {uR"(..%\a.txt)", ""},
     };
-    for (const auto& name : kNames) {
-        SCOPED_TRACE(Utf8(name.collapsed));
-        EXPECT_EQ(Utf8(MakePayloadName(name.collapsed).ToString()), name.name);
+    for (const auto& [collapsed, name] : names) {
+        EXPECT_EQ(Utf8(MakePayloadName(collapsed).ToString()), name) << Utf8(collapsed);
     }
 }
 
