@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <sstream>
 
 #include "platform/com.h"
@@ -52,14 +53,8 @@ void KeepPackage(const CTempFolder& folder) {
 
 // "Error: text" from a line of the log.
 std::string WithoutHtml(const std::string& line) {
-    std::string text;
-    bool isTag = false;
-    for (const char c : line) {
-        isTag = isTag || c == '<';
-        text += isTag ? "" : std::string(1, c);
-        isTag = isTag && c != '>';
-    }
-    return text;
+    static const std::regex tag("<[^>]*>");
+    return std::regex_replace(line, tag, "");
 }
 
 }  // namespace
@@ -97,8 +92,12 @@ void ConversionTest::UseMachine(std::string_view toml) {
     }
 }
 
-std::uint32_t ConversionTest::Convert(const CTestPackage& package) {
+void ConversionTest::Write(const CTestPackage& package) const {
     package.Write(m_folder.Path("package"), "App.profile");
+}
+
+std::uint32_t ConversionTest::Convert(const CTestPackage& package) {
+    Write(package);
     return ConvertFile();
 }
 

@@ -2,6 +2,7 @@
 // exported functions.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -28,6 +29,11 @@ CTestTarget OtherTarget();
 std::basic_string<OrvChar> HostText(const std::u16string& text);
 std::string TextOfHost(const OrvChar* text);
 
+// Matches a line of the log that begins so and holds that, such as a file's name and the reason.
+inline auto Line(const std::string& start, const std::string& part) {
+    return testing::AllOf(testing::StartsWith(start), testing::HasSubstr(part));
+}
+
 // Conversions on a machine so small that every token of a manifest can be seen in its test.
 class ConversionTest : public testing::Test {
 protected:
@@ -40,8 +46,9 @@ protected:
     // Has the running Windows answer.
     void UseLiveMachine() { m_machine.reset(); }
 
-    // Writes the package, or one with this target alone, to the folder "package" and converts it to
-    // "out/app.orv".
+    // Writes the package to the folder "package".
+    void Write(const CTestPackage& package) const;
+    // Writes the package, or one with this target alone, and converts it to "out/app.orv".
     std::uint32_t Convert(const CTestPackage& package);
     std::uint32_t Convert(CTestTarget target);
     // Converts the file at `profile`, a path below the folder.

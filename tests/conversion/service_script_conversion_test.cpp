@@ -102,7 +102,7 @@ TEST_F(ServiceScriptConversionTest, ScriptsOfBothScopesBecomeActions) {
                     .Script("setup.cmd", "of the target")
                     .Script("before.cmd", "before", "<Prelaunch>1</Prelaunch>"))
         .Target(OtherTarget());
-    package.Write(m_folder.Path("package"), "App.profile");
+    Write(package);
     std::filesystem::remove(m_folder.Path("package/Scripts/lost.cmd"));
     ASSERT_EQ(ConvertFile(), 0U);
     const auto action = [](const std::string& name, const std::string& source) {
@@ -127,12 +127,13 @@ TEST_F(ServiceScriptConversionTest, ScriptsOfBothScopesBecomeActions) {
     // The package's scripts go with every target.
     EXPECT_EQ(Collection("PostActions", kOtherGuid),
               "<PostActions>\n" + ofProfile + "</PostActions>\n");
-    ASSERT_GE(m_logLines.size(), 2U);
-    EXPECT_TRUE(m_logLines[0].starts_with("Error: Failed to copy file '"));
-    EXPECT_TRUE(m_logLines[0].ends_with("Scripts\\lost.cmd' from CAS package.  " +
-                                        Utf8(GetSystemErrorMessage(ERROR_FILE_NOT_FOUND))));
-    EXPECT_TRUE(m_logLines[1].ends_with("Scripts' from CAS package.  " +
-                                        Utf8(GetSystemErrorMessage(ERROR_ACCESS_DENIED))));
+    const std::string copy = "Error: Failed to copy file '";
+    const auto reason = [](int error) {
+        return "' from CAS package.  " + Utf8(GetSystemErrorMessage(error));
+    };
+    EXPECT_THAT(m_logLines, testing::IsSupersetOf(
+                                {Line(copy, "Scripts\\lost.cmd" + reason(ERROR_FILE_NOT_FOUND)),
+                                 Line(copy, "Scripts" + reason(ERROR_ACCESS_DENIED))}));
     EXPECT_TRUE(WasSeen("|6/10 Processing scripts.|2/7 Processing profile script off.cmd|"));
     EXPECT_TRUE(WasSeen("|6/10 Processing scripts.|7/7 Processing target script before.cmd|"));
 }

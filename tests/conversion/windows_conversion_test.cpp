@@ -30,13 +30,10 @@ protected:
 
 TEST_F(WindowsConversionTest, AFileThatCannotBeCopiedIsLoggedAndTheWalkGoesOn) {
     ASSERT_EQ(ConvertOnAFullDisk(), 0U);
-    ASSERT_EQ(m_logLines.size(), 1U);
-    const std::string& line = m_logLines.front();
-    EXPECT_TRUE(line.starts_with("Error: Failed to copy file ")) << line;
     const std::string reason = Utf8(platform::SystemErrorText(ERROR_DISK_FULL));
-    EXPECT_NE(line.find("a.txt' from CAS package.  " + reason.substr(0, reason.find('\r'))),
-              std::string::npos)
-        << line;
+    EXPECT_THAT(m_logLines, testing::ElementsAre(Line("Error: Failed to copy file ",
+                                                      "a.txt' from CAS package.  " +
+                                                          reason.substr(0, reason.find('\r')))));
     EXPECT_EQ(Payload(), Lines{"SystemDrive/b.txt"});
     EXPECT_TRUE(Holds("CreateFiles", "RelativeSource=\"SystemDrive\\a.txt\""));
 }
