@@ -109,6 +109,10 @@ TEST_F(PackageTest, WritesOfALinkWhatDoesNotComeBack) {
     link.shortcutTarget = uR"(%CSIDL_PROGRAM_FILES%\a.exe)";
     link.iconTarget = uR"(C:\i.ico)";
     link.iconIndex = -3;
+    for (const std::int32_t unknown : {0, 2, 4, -3}) {
+        link.SetShowCommand(unknown);
+        EXPECT_EQ(link.showCommand, 1) << unknown;
+    }
     link.showCommand = 0x107;
     EXPECT_EQ(Utf8(shortcuts.AddItem(link)->GetContent().shortcutTarget),
               R"(C:\Program Files\a.exe)");
