@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <span>
 #include <string>
 #include <tuple>
@@ -18,7 +17,7 @@ bool IsManaged(const std::string& file, std::size_t size) {
     return formats::HoldsManagedAssembly([&](std::uint64_t offset, std::span<std::byte> bytes) {
         const std::size_t start = std::min<std::uint64_t>(offset, size);
         const std::size_t count = std::min(bytes.size(), size - start);
-        std::memcpy(bytes.data(), file.data() + start, count);
+        std::ranges::copy(std::as_bytes(std::span(file)).subspan(start, count), bytes.begin());
         return count;
     });
 }
