@@ -12,7 +12,7 @@ namespace host {
 std::string Printable(std::u16string_view text) {
     std::u16string shown(text);
     for (char16_t& unit : shown) {
-        if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0)) {
+        if (platform::IsControlUnit(unit)) {
             unit = 0xFFFD;
         }
     }

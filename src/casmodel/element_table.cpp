@@ -1,5 +1,7 @@
 #include "casmodel/element_table.h"
 
+#include "reporting/record.h"
+
 bool GoToNextElement(CXmlReader& reader, std::size_t parentLength) {
     for (;;) {
         // The reader ends every document, whole or not, so this loop ends.
@@ -16,5 +18,14 @@ bool GoToNextElement(CXmlReader& reader, std::size_t parentLength) {
             default:
                 break;
         }
+    }
+}
+
+void RecordUnknownElement(const CXmlReader& reader, std::u16string_view tail) {
+    if (!tail.empty() && CRecord::IsFull()) {
+        GetRecord().Add({.thing = EThing::Element,
+                         .reason = EReason::UnknownElement,
+                         .source = reader.GetPath(),
+                         .line = reader.GetLineNumber()});
     }
 }

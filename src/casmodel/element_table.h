@@ -31,6 +31,10 @@ struct SElement {
 // length of the path identifies its end tag.
 [[nodiscard]] bool GoToNextElement(CXmlReader& reader, std::size_t parentLength);
 
+// Writes the line of the element that the reader is on, which no row has, if `tail` is its name: it
+// is empty for an element within such a one.
+void RecordUnknownElement(const CXmlReader& reader, std::u16string_view tail);
+
 // Calls the function of the first row with that tail; does nothing without such a row.
 template <class T>
 void ReadElement(std::type_identity_t<std::span<const SElement<T>>> rows, std::u16string_view tail,
@@ -43,6 +47,7 @@ void ReadElement(std::type_identity_t<std::span<const SElement<T>>> rows, std::u
             return;
         }
     }
+    RecordUnknownElement(reader, tail);
 }
 
 // Reads an object by its table. Children of unknown elements match no row, so they are skipped too.

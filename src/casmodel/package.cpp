@@ -2,6 +2,7 @@
 
 #include "platform/status.h"
 #include "reporting/logger.h"
+#include "reporting/record.h"
 
 int CCasPackage::Open(const CStrW& profileFile) {
     if (!m_folder.IsEmpty()) {
@@ -13,6 +14,11 @@ int CCasPackage::Open(const CStrW& profileFile) {
     const int status = m_profile.ReadFromFile(file);
     if (status != ERROR_SUCCESS) {
         GetLogger().LogStatus(status, ReadFailedText(file.ToString()));
+        GetRecord().Add({.thing = EThing::Profile,
+                         .reason = EReason::ProfileUnread,
+                         .source = file.ToString().View(),
+                         .status = status,
+                         .isLogged = true});
     }
     return status;
 }

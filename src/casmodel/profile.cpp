@@ -6,6 +6,7 @@
 #include "casmodel/element_path.h"
 #include "casmodel/element_table.h"
 #include "foundation/file_path.h"
+#include "reporting/record.h"
 
 namespace {
 
@@ -63,7 +64,17 @@ CCasProfile::~CCasProfile() {
 }
 
 int CCasProfile::ReadFromFile(const CFilePathW& file) {
-    return ReadDocument(file, u"/Package", [this](CXmlReader& reader) { ReadElements(reader); });
+    return ReadDocument(file, u"/Package", [this, &file](CXmlReader& reader) {
+        ReadElements(reader);
+        // What was read up to a fault is converted.
+        if (const int fault = reader.GetFault()) {
+            GetRecord().Add({.thing = EThing::Profile,
+                             .reason = EReason::ProfileBroken,
+                             .source = file.ToString().View(),
+                             .status = fault,
+                             .line = reader.GetLineNumber()});
+        }
+    });
 }
 
 // Unlike every other element, a profile does not end at its end tag: it goes on to the end of the

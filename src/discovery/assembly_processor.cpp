@@ -8,12 +8,24 @@
 #include "platform/files.h"
 #include "platform/machine.h"
 #include "platform/status.h"
+#include "reporting/record.h"
 
 namespace {
 
 constexpr std::uint32_t kGlobalAssembly = 1;  // as AssemblyType of an item
 
 bool IsCreated(std::uint32_t mode) { return mode == 1 || mode == 2; }
+
+// Writes the line of an assembly, or of one of its files, for its path in the capture.
+void RecordAssembly(const CFilePathW& path, EReason reason, const CStrW& identity = {},
+                    int status = ERROR_SUCCESS) {
+    GetRecord().Add({.thing = EThing::Assembly,
+                     .reason = reason,
+                     .source = path.ToString().View(),
+                     .collection = u"CreateAssemblies",
+                     .target = identity,
+                     .status = status});
+}
 
 template <class TPath>
 bool StartsWith(const TPath& path, const TPath& root) {
@@ -43,7 +55,8 @@ public:
             return {};
         }
         CFilePathW destination(folder, name);
-        if (CopyFileOver(source.ToString(), destination) != ERROR_SUCCESS) {
+        if (const int status = CopyFileOver(source.ToString(), destination)) {
+            RecordAssembly(source, EReason::CopyFailed, {}, status);
             return {};
         }
         destination.RemoveFirst(m_packageFolder.GetSegmentCount());
@@ -104,11 +117,17 @@ void CAssemblyProcessor::AddManifest(const CFilePathW& path, bool isGlobal) {
 }
 
 void CAssemblyProcessor::AddAssemblies(COrvPackage& package, const CFilePathW& packageFolder) {
+    if (CRecord::IsOn()) {
+        RecordUnusedFiles();
+    }
     if (m_manifests.empty()) {
         return;
     }
     COutput output(package, packageFolder);
     if (!output.Cache().Open()) {
+        for (const auto& [name, manifest] : m_manifests) {
+            RecordAssembly(manifest.m_path, EReason::AssemblyIncomplete);
+        }
         return;
     }
     // Before Vista there is no component registry.
@@ -128,6 +147,7 @@ void CAssemblyProcessor::AddAssemblies(COrvPackage& package, const CFilePathW& p
 void CAssemblyProcessor::AddGlobal(const CAssemblyInfo& assembly, COutput& output) const {
     const CFilePathW& module = assembly.GetManifestPath();
     if (!assembly.IsComplete() || !output.Cache().IsManagedAssembly(module.ToString().Get())) {
+        RecordAssembly(module, EReason::AssemblyIncomplete, assembly.GetIdentity());
         return;
     }
     CFilePathW folder = output.GetFolder();
@@ -139,6 +159,8 @@ void CAssemblyProcessor::AddGlobal(const CAssemblyInfo& assembly, COutput& outpu
         }
     }
     COrvCreateAssembly* const added = output.Assemblies().AddItem(assembly.GetIdentity());
+    RecordAssembly(module, added == nullptr ? EReason::SameItem : EReason::Created,
+                   assembly.GetIdentity());
     if (added == nullptr) {
         return;
     }
@@ -159,9 +181,13 @@ void CAssemblyProcessor::AddSideBySide(CAssemblyInfo& assembly, COutput& output)
     }
     FindFiles(assembly);
     if (!assembly.IsComplete()) {
+        RecordAssembly(assembly.GetManifestPath(), EReason::AssemblyIncomplete,
+                       assembly.GetIdentity());
         return;
     }
     COrvCreateAssembly* const added = output.Assemblies().AddItem(assembly.GetIdentity());
+    RecordAssembly(assembly.GetManifestPath(),
+                   added == nullptr ? EReason::SameItem : EReason::Created, assembly.GetIdentity());
     if (added == nullptr) {
         return;
     }
@@ -181,6 +207,21 @@ void CAssemblyProcessor::AddSideBySide(CAssemblyInfo& assembly, COutput& output)
         }
     }
     added->SetContent(std::move(content));
+}
+
+// A file is in the folder of its assembly, which has the name of the manifest.
+void CAssemblyProcessor::RecordUnusedFiles() const {
+    SortedTexts used;
+    for (const auto& [name, manifest] : m_manifests) {
+        used.insert(manifest.m_path.GetStem());
+    }
+    for (const auto& [folder, files] : m_files) {
+        if (!used.contains(CFilePathW(folder).GetLastSegment().GetText())) {
+            for (const auto& [name, path] : files) {
+                RecordAssembly(path, EReason::AssemblyFileUnused);
+            }
+        }
+    }
 }
 
 // Adds the captured files of its folder to the assembly.

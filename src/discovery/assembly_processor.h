@@ -55,6 +55,7 @@ private:
     void AddGlobal(const CAssemblyInfo& assembly, COutput& output) const;
     void AddSideBySide(CAssemblyInfo& assembly, COutput& output) const;
     void FindFiles(CAssemblyInfo& assembly) const;
+    void RecordUnusedFiles() const;
 
     CFilePathW m_winSxSPath;
     CFilePathW m_gacPath;

@@ -9,6 +9,7 @@
 #include "orvpackage/service_collections.h"
 #include "platform/files.h"
 #include "platform/status.h"
+#include "reporting/record.h"
 
 namespace {
 
@@ -217,7 +218,14 @@ CServiceInfo& CServiceProcessor::FindOrAdd(const CStrW& name) {
 void CServiceProcessor::Apply(COrvPackage& package) const {
     auto& created = package.Get<COrvCreateServicesCollection>();
     for (const auto& [name, service] : m_services) {
-        created.AddItem(ContentOf(name, service));
+        const COrvCreateService* const added = created.AddItem(ContentOf(name, service));
+        GetRecord().Add({.thing = EThing::Service,
+                         .reason = added == nullptr   ? EReason::SameItem
+                                   : added->IsValid() ? EReason::Created
+                                                      : EReason::ServiceOfValues,
+                         .source = name,
+                         .collection = u"CreateServices",
+                         .target = name});
     }
     auto& deleted = package.Get<COrvDeleteServicesCollection>();
     for (const CStrW& name : m_deletedServices) {

@@ -53,6 +53,8 @@ public:
     // is claimed. The key of a service makes a record. The key "Services" itself and the keys below
     // those of services are claimed and make none.
     [[nodiscard]] bool CheckKey(const CRegPathW& path, std::uint32_t mode);
+    // Whether a key is that of one service, if CheckKey claims it.
+    [[nodiscard]] bool IsService(const CRegPathW& path) const;
     // Whether the registry stage keeps a value; otherwise it is claimed and goes to the record of
     // its service. `key` is a path that can be opened. A path in a mounted hive is never below
     // "Services", so all values of a capture are kept.
@@ -69,7 +71,6 @@ public:
 
 private:
     [[nodiscard]] bool IsBelowServices(const CRegPathW& path) const;
-    [[nodiscard]] bool IsService(const CRegPathW& path) const;
 
     CRegPathW m_servicesKey;
     std::map<CStrW, CServiceInfo, STextLessNoCase> m_services;  // by name

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <new>
+#include <vector>
 
 #include "foundation/file_system.h"
 #include "foundation/text_file.h"
@@ -10,6 +11,7 @@
 #include "platform/files.h"
 #include "platform/status.h"
 #include "reporting/logger.h"
+#include "reporting/record.h"
 
 namespace {
 
@@ -29,10 +31,34 @@ int LogThrown(const std::exception& exception) {
     // First, because logging may set another last error.
     const int status = platform::GetLastError();
     GetLogger().LogException(exception);
+    GetRecord().Add({.thing = EThing::Stage,
+                     .reason = EReason::StageFailed,
+                     .status = status,
+                     .isLogged = true});
     return status;
 }
 
 CStrW GuidText(const GUID& guid) { return CStrW(platform::GuidToText(guid)); }
+
+// Writes the lines of a profile that nothing comes of, and of the targets of profiles within it.
+void RecordProfile(const CCasProfile& profile) {
+    if (profile.Targets.empty()) {
+        GetRecord().Add({.thing = EThing::Profile, .reason = EReason::NoTarget});
+    }
+    std::vector<const CCasProfile*> pending{&profile};
+    while (!pending.empty() && CRecord::IsFull()) {
+        const CCasProfile* const outer = pending.back();
+        pending.pop_back();
+        for (const auto& inner : outer->SubProfiles) {
+            pending.push_back(inner.get());
+            for (const auto& target : inner->Targets) {
+                GetRecord().Add({.thing = EThing::Target,
+                                 .reason = EReason::SubProfile,
+                                 .source = GuidText(target->Guid).View()});
+            }
+        }
+    }
+}
 
 }  // namespace
 
@@ -47,6 +73,7 @@ int CCasToOrvConverter::Convert(const CFilePathW& casFile, const CFilePathW& orv
     if (const int status = m_package.Open(name); status != ERROR_SUCCESS) {
         return status;
     }
+    RecordProfile(m_package.GetProfile());
     const std::size_t count = m_package.GetProfile().Targets.size();
     CProgressEvent progress(static_cast<std::uint32_t>(count), root);
     int status = ERROR_SUCCESS;
@@ -78,16 +105,26 @@ void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets
         // of each.
         m_outputNames.insert(GuidText(target->Guid));
     }
+    SortedTexts converted;
+    std::uint32_t number = 0;
     for (const auto& target : m_package.GetProfile().Targets) {
         COrvPackage package;
         const CStrW guid = GuidText(target->Guid);
+        GetRecord().SetTarget(++number);
         *targets++ = target->Guid;
         const CFilePathW folder(m_outputFolder, CFilePathSegmentW(guid));
         package.SetManifestPath(CFilePathW(folder, orvFile.GetFileName()));
         progress.SetMessage(CStrW(FormatMessageStyle, u"CAS Target:  %1", guid.Get()));
         ConvertTarget(package, *target, progress);
+        const bool isNew = converted.insert(guid).second;
+        GetRecord().Add({.thing = EThing::Target,
+                         .reason = isNew ? EReason::Created : EReason::SameGuid,
+                         .source = TargetFolder(*target).ToString().View(),
+                         .target = package.GetManifestPath().ToString().View(),
+                         .detail = target->Name});
         progress.Step();
     }
+    GetRecord().SetTarget(0);
 }
 
 void CCasToOrvConverter::ConvertTarget(COrvPackage& package, const CCasTarget& target,

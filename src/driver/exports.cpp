@@ -8,6 +8,7 @@
 #include "platform/status.h"
 #include "reporting/logger.h"
 #include "reporting/progress_event.h"
+#include "reporting/record.h"
 
 namespace {
 
@@ -35,11 +36,13 @@ int Convert(const OrvChar* casFile, const CFilePathW& cas, const CFilePathW& orv
     CProgressEvent root(1, nullptr);
     root.SetCallback(callback);
     root.SetMessage(CStrW(FormatMessageStyle, u"Converting %1 to ORV.", TextOf(casFile)));
+    CRecordSession record;
     int status = LoadMachineOrLog();
     if (status == ERROR_SUCCESS) {
         CCasToOrvConverter converter;
         status = converter.Convert(cas, orv, targets, targetCount, &root);
     }
+    record.SetStatus(status);
     root.Finish();
     if (!log.IsEmpty()) {
         SaveLog(log);

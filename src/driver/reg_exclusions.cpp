@@ -18,6 +18,8 @@ constexpr std::u16string_view kLowerDefaultUser = uR"(hkey_users\.default)";
 bool Matches(const CExclusionRule& rule, std::u16string_view lowerPath) {
     const std::u16string_view pattern = rule.m_lowerPattern;
     switch (rule.m_match) {
+        case MatchPrefix:
+            return lowerPath.starts_with(pattern);
         case MatchSuffix:
             return lowerPath.ends_with(pattern);
         case MatchContains:
@@ -90,6 +92,33 @@ void CRegExclusions::AddPrefix(std::u16string_view lowerPattern) {
 bool CRegExclusions::StartsWithPrefix(std::u16string_view lowerPath) const {
     const auto next = m_lowerPrefixes.upper_bound(lowerPath);
     return next != m_lowerPrefixes.begin() && lowerPath.starts_with(*std::prev(next));
+}
+
+CStrW CRegExclusions::DescribeRule(const CStrW& path) const {
+    const CStrW lowerPath = LowerCase(path);
+    for (const CExclusionRule& rule : m_rules) {
+        if (Matches(rule, lowerPath)) {
+            switch (rule.m_match) {
+                case MatchSuffix:
+                    return u'*' + rule.m_pattern;
+                case MatchContains:
+                    return u'*' + rule.m_pattern + u'*';
+                case MatchExact:
+                    return rule.m_pattern;
+                default:
+                    return rule.m_pattern + u'*';
+            }
+        }
+    }
+    return {};
+}
+
+bool CRegExclusions::IsOtherUsersKey(const CStrW& path) const {
+    return IsOtherUser(LowerCase(path));
+}
+
+bool CRegExclusions::IsKernelPath(const CStrW& path) const {
+    return path.StartsWithNoCase(kLowerKernelRoot);
 }
 
 bool CRegExclusions::IsExcluded(const CStrW& path) const {

@@ -3,9 +3,28 @@
 #include "foundation/reg_path.h"
 #include "orvpackage/key_collections.h"
 #include "reporting/logger.h"
+#include "reporting/record.h"
 #include "traversal/cas_registry_reader.h"
 
 namespace {
+
+// Writes the line of a captured key that the queue of items has held back.
+void RecordKey(const COrvKeyItem& key, bool isExcluded, const CStrW& path) {
+    const CRegExclusions& exclusions = CRegExclusions::Get();
+    const CStrW target(key.GetTarget());
+    CStrW rule;
+    SRecordLine line{.thing = EThing::Key, .reason = EReason::Created, .collection = u"CreateKeys"};
+    if (isExcluded) {
+        rule = exclusions.DescribeRule(path);
+        line.reason = !rule.IsEmpty()                    ? EReason::ExclusionRule
+                      : exclusions.IsOtherUsersKey(path) ? EReason::OtherUser
+                                                         : EReason::KernelPath;
+        line.collection = u"";
+    }
+    line.target = target;
+    line.detail = rule;
+    GetRecord().Release(key.GetHash(), line);
+}
 
 // Deletes the excluded keys of one collection. A key is compared, and shown, by its portable path,
 // as in the manifest.
@@ -15,7 +34,11 @@ void ExcludeFrom(COrvCollection& keys, const COrvSanitizer& sanitizer, CProgress
     for (COrvItemItr<TItem> key(keys); key.Get() != nullptr;) {
         const CStrW path =
             sanitizer.Sanitize(CRegPathW(key.Get()->GetTarget()).ToString(), SanitizeAll);
-        if (exclusions.IsExcluded(path)) {
+        const bool isExcluded = exclusions.IsExcluded(path);
+        if (CRecord::IsFull()) {
+            RecordKey(*key.Get(), isExcluded, path);
+        }
+        if (isExcluded) {
             key.Erase();
         } else {
             key.Advance();

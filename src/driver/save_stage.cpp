@@ -1,11 +1,54 @@
+#include <cstdint>
+#include <unordered_set>
+
 #include "driver/cas_to_orv_converter.h"
 #include "foundation/file_system.h"
+#include "orvpackage/action_collections.h"
+#include "orvpackage/file_collections.h"
+#include "reporting/record.h"
+
+namespace {
+
+// Tells of files that have a place in the payload which another file, a script or the manifest has
+// too. Which of the two is there depends on their order. A place is known by its hash.
+void RecordTakenPlaces(const COrvPackage& package) {
+    std::unordered_set<std::uint64_t> places{
+        HashKeyText(package.GetManifestPath().GetFileName().GetText())};
+    const auto addActions = [&places](const COrvActionsCollection& actions) {
+        for (COrvItemCItr<COrvAction> action(actions); action.Get() != nullptr; action.Advance()) {
+            places.insert(HashKeyText(action.Get()->GetContent().relativeSource));
+        }
+    };
+    addActions(package.Get<COrvPreActionsCollection>());
+    addActions(package.Get<COrvPostActionsCollection>());
+    const auto& files = package.Get<COrvCreateFilesCollection>();
+    for (COrvItemCItr<COrvCreateFile> file(files); file.Get() != nullptr; file.Advance()) {
+        const SOrvFile& content = file.Get()->GetContent();
+        if (!places.insert(HashKeyText(content.relativeSource)).second) {
+            GetRecord().Add({.thing = EThing::File,
+                             .reason = EReason::PlaceTaken,
+                             .collection = u"CreateFiles",
+                             .target = content.target,
+                             .detail = content.relativeSource});
+        }
+    }
+}
+
+}  // namespace
 
 void CCasToOrvConverter::SaveTarget(COrvPackage& package, const CCasTarget& /*target*/,
                                     CProgressEvent& /*parent*/) {
-    // A failure to delete or save the manifest is not reported: callers see that the manifest is
-    // missing or old.
+    if (CRecord::IsOn()) {
+        RecordTakenPlaces(package);
+    }
+    // The log does not tell of a manifest that cannot be saved: callers see that it is missing or
+    // old.
     static_cast<void>(DeleteFileForce(package.GetManifestPath()));
     static_cast<void>(CreateDirectoryChain(package.GetFolder()));
-    package.Save();
+    if (const int status = package.Save(); status < 0) {
+        GetRecord().Add({.thing = EThing::Manifest,
+                         .reason = EReason::ManifestFailed,
+                         .target = package.GetManifestPath().ToString().View(),
+                         .status = status});
+    }
 }

@@ -3,6 +3,7 @@
 #include "orvpackage/action_collections.h"
 #include "platform/status.h"
 #include "reporting/logger.h"
+#include "reporting/record.h"
 
 namespace {
 
@@ -16,10 +17,21 @@ struct SScope {
 // Adds an action for a script and copies its file. If the file cannot be copied, the action stays
 // and the failure is logged.
 void CopyScript(COrvPackage& package, const CCasScript& script, const SScope& scope) {
+    const CFilePathW source(scope.folder, CFilePathSegmentW(script.Filename));
+    const CStrW sourceName = source.ToString();
+    SRecordLine line{.thing = EThing::Script,
+                     .reason = EReason::Created,
+                     .source = sourceName,
+                     .collection = script.Prelaunch ? u"PreActions" : u"PostActions"};
     if (script.Disabled) {
+        line.reason = EReason::DisabledScript;
+        line.collection = u"";
+        GetRecord().Add(line);
         return;
     }
     const CStrW name = scope.prefix + script.Filename;
+    line.target = name;
+    GetRecord().Add(line);
     const CFilePathSegmentW segment(name);
     const CFilePathW relative(CFilePathW(u"InstallActions"), segment);
     if (script.Prelaunch) {
@@ -28,16 +40,19 @@ void CopyScript(COrvPackage& package, const CCasScript& script, const SScope& sc
         package.Get<COrvPostActionsCollection>().AddAction(name, relative.ToString());
     }
     const CFilePathW destination(package.GetFolder(), relative);
-    const CFilePathW source(scope.folder, CFilePathSegmentW(script.Filename));
     if (source.Equals(destination)) {
         return;
     }
     // Without a name the destination would be the folder of all scripts.
     const int status =
-        segment.IsEmpty() ? ERROR_ACCESS_DENIED : CopyFileOver(source.ToString(), destination);
+        segment.IsEmpty() ? ERROR_ACCESS_DENIED : CopyFileOver(sourceName, destination);
     if (status != ERROR_SUCCESS) {
-        GetLogger().LogMessage(MessageCopyFailed, nullptr, source.ToString().Get(),
+        GetLogger().LogMessage(MessageCopyFailed, nullptr, sourceName.Get(),
                                GetSystemErrorMessage(status).Get());
+        line.reason = EReason::ScriptFailed;
+        line.status = status;
+        line.isLogged = true;
+        GetRecord().Add(line);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "driver/cas_to_orv_converter.h"
 #include "orvpackage/service_collections.h"
+#include "reporting/record.h"
 
 namespace {
 
@@ -20,8 +21,16 @@ CStrW AccountOf(const CStrW& name) {
 }
 
 void AddService(COrvPackage& package, const CCasService& service) {
+    SRecordLine line{.thing = EThing::Service,
+                     .reason = EReason::Deleted,
+                     .source = service.Name,
+                     .collection = u"DeleteServices",
+                     .target = service.Name};
     if (service.DeleteFlag) {
-        package.Get<COrvDeleteServicesCollection>().AddItem(service.Name);
+        if (package.Get<COrvDeleteServicesCollection>().AddItem(service.Name) == nullptr) {
+            line.reason = EReason::SameItem;
+        }
+        GetRecord().Add(line);
         return;
     }
     SOrvService content;
@@ -33,7 +42,13 @@ void AddService(COrvPackage& package, const CCasService& service) {
     content.description = service.Description;
     content.binary = service.VirtualPath;
     content.username = AccountOf(service.AccountName);
-    package.Get<COrvCreateServicesCollection>().AddItem(std::move(content));
+    const COrvCreateService* const added =
+        package.Get<COrvCreateServicesCollection>().AddItem(std::move(content));
+    line.reason = added == nullptr   ? EReason::SameItem
+                  : added->IsValid() ? EReason::Created
+                                     : EReason::ItemIncomplete;
+    line.collection = u"CreateServices";
+    GetRecord().Add(line);
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ int CXmlReader::Open(const CFilePathW& path) {
 void CXmlReader::Close() {
     m_reader.Close();
     m_nodeType = EXmlNode::None;
+    m_fault = 0;
     m_path.clear();
     m_outerPaths.clear();
     m_isPlainPath = true;
@@ -74,9 +75,11 @@ EXmlToken CXmlReader::ReadNext() {
 // False at the end and on failure. The node is None then, so that ReadNext removes no element from
 // the path again.
 bool CXmlReader::ReadNode() {
-    if (m_reader.Read(m_nodeType) == S_OK) {
+    const int status = m_reader.Read(m_nodeType);
+    if (status == S_OK) {
         return true;
     }
+    m_fault = status < 0 ? status : m_fault;
     m_nodeType = EXmlNode::None;
     return false;
 }

@@ -62,6 +62,8 @@ public:
     // The same as GetValue: a text comes in one piece, whatever its size.
     int GetValueChunked(CStrW& value) { return GetValue(value); }
 
+    // The HRESULT of a fault that has ended the reading; 0 without one.
+    [[nodiscard]] int GetFault() const { return m_fault; }
     // Counted from 1; 0 when unknown.
     [[nodiscard]] std::uint32_t GetLineNumber() const;
     // On a synthetic end this is still Element.
@@ -81,6 +83,7 @@ private:
 
     platform::CXmlInput m_reader;
     platform::EXmlNode m_nodeType = platform::EXmlNode::None;
+    int m_fault = 0;
     // INVARIANT: `m_path` is the path of the open elements, and `m_outerPaths` has one record for
     // each of them. A tag costs the length of its own name, so a deep document costs no more per
     // tag than a flat one.

@@ -64,11 +64,14 @@ void CXmlWriter::WriteNewLine() {
     }
 }
 
-void CXmlWriter::EndDocument() {
-    if (m_writer.IsOpen()) {
-        m_writer.WriteEndDocument();
-        m_writer.Close();
+int CXmlWriter::EndDocument() {
+    if (!m_writer.IsOpen()) {
+        return S_OK;
     }
+    m_writer.WriteEndDocument();
+    const int status = m_writer.Flush();
+    m_writer.Close();
+    return status;
 }
 
 // The result is valid until the next text is filtered.

@@ -47,9 +47,9 @@ public:
     using ElementWriter =
         std::function<void(CXmlWriter& writer, std::size_t first, std::size_t last)>;
     int WriteElements(std::size_t count, const ElementWriter& write);
-    // Closes all elements and the file. Only Open reports that a file cannot be written: a later
-    // failure leaves the file incomplete, and nothing reports it.
-    void EndDocument();
+    // Closes all elements and the file. Returns 0, or the first failure to write, which leaves the
+    // file incomplete.
+    int EndDocument();
 
 private:
     CXmlWriter(platform::CXmlOutput& output, TextFilter filter)

@@ -6,6 +6,7 @@
 #include "orvpackage/package.h"
 #include "orvpackage/prefetch.h"
 #include "reporting/logger.h"
+#include "reporting/record.h"
 
 namespace {
 
@@ -105,7 +106,18 @@ void COrvCollection::PrefetchItem(const COrvItem& item, unsigned step) const {
 }
 
 void COrvCollection::WriteElement(CXmlWriter& writer, const COrvItem& item) const {
-    if (item.IsValid() && writer.StartElement(m_element.item, false) >= 0) {
+    if (!item.IsValid()) {
+        // Whoever adds a service tells of it, because one that only the registry has is not lost.
+        if (m_type == OrvCreateServices) {
+            return;
+        }
+        GetRecord().Add({.thing = EThing::Manifest,
+                         .reason = EReason::ItemIncomplete,
+                         .collection = m_element.collection,
+                         .target = item.GetName()});
+        return;
+    }
+    if (writer.StartElement(m_element.item, false) >= 0) {
         WriteItem(writer, item);
         writer.EndElement(true);
     }

@@ -14,6 +14,7 @@
 #include "platform/files.h"
 #include "platform/status.h"
 #include "reporting/logger.h"
+#include "reporting/record.h"
 
 COrvPackage::COrvPackage() {
     AddCollection<COrvCreateFoldersCollection>();
@@ -114,6 +115,12 @@ int COrvPackage::WriteManifest(const CFilePathW& path) const {
         }
         writer.EndElement(true);
     }
-    writer.EndDocument();
+    // A full disk may show only now. Callers do not see it, but the record tells.
+    if (const int written = writer.EndDocument(); written < 0) {
+        GetRecord().Add({.thing = EThing::Manifest,
+                         .reason = EReason::ManifestFailed,
+                         .target = m_manifestPath.ToString().View(),
+                         .status = written});
+    }
     return status;
 }

@@ -47,8 +47,8 @@ int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileN
     return machine->LoadHive(mountName, fileName);
 }
 
-bool IsHiveDamaged(const char16_t* mountName) {
-    return GetAnswers().registry.IsHiveDamaged(mountName);
+EHiveState GetHiveState(const char16_t* mountName) {
+    return GetAnswers().registry.GetHiveState(mountName);
 }
 
 int UnloadHive(KeyHandle machine, const char16_t* mountName) {

@@ -72,7 +72,7 @@ public:
     [[nodiscard]] virtual int ConnectMachine(KeyHandle& machine) const = 0;
     [[nodiscard]] virtual int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey,
                                       KeyHandle& key) const = 0;
-    [[nodiscard]] virtual bool IsHiveDamaged(const char16_t* mountName) const = 0;
+    [[nodiscard]] virtual EHiveState GetHiveState(const char16_t* mountName) const = 0;
     [[nodiscard]] virtual int EnablePrivilege(const char16_t* name) const = 0;
     virtual bool DisablePrivilege(const char16_t* name) const = 0;
 

@@ -81,7 +81,8 @@ enum class EExisting { Replace, Keep };
 class CFileCopier {
 public:
     // Called for every copy that failed after Copy had returned 0, with the name of the source and
-    // the status. Called within Copy and Finish, in the order of the copies.
+    // the status. ERROR_FILE_INVALID when the copy is there, but the source changed while it was
+    // copied; Windows does not tell. Called within Copy and Finish, in the order of the copies.
     using Failed = std::function<void(const std::u16string& source, int status)>;
 
     explicit CFileCopier(Failed failed);

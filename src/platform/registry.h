@@ -45,10 +45,13 @@ struct SKeyInfo {
 // damage.
 [[nodiscard]] int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName);
 
-// Whether the loaded hive declares more keys or values than it has, or whether its last write was
-// interrupted and the log files do not complete it. Always false on the running Windows, which does
-// not load such a hive.
-[[nodiscard]] bool IsHiveDamaged(const char16_t* mountName);
+// What a loaded hive lacks. Nothing on the running Windows, which does not load another hive.
+enum class EHiveState {
+    Whole,
+    Damaged,  // it declares more keys or values than it has
+    Dirty,    // its last write was interrupted, and the log files do not complete it
+};
+[[nodiscard]] EHiveState GetHiveState(const char16_t* mountName);
 
 // Unloads such a hive. ERROR_FILE_NOT_FOUND when nothing is loaded under that name;
 // ERROR_ACCESS_DENIED while a key of the hive is open.

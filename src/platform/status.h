@@ -35,6 +35,7 @@ constexpr int ERROR_FILE_TOO_LARGE = 223;
 constexpr int ERROR_MORE_DATA = 234;
 constexpr int ERROR_NO_MORE_ITEMS = 259;
 constexpr int ERROR_DIRECTORY = 267;
+constexpr int ERROR_FILE_INVALID = 1006;
 constexpr int ERROR_BADDB = 1009;
 constexpr int ERROR_IO_DEVICE = 1117;
 constexpr int ERROR_NOT_FOUND = 1168;

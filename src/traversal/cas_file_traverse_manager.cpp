@@ -54,8 +54,24 @@ bool IsFolderEmpty(const CFilePathW& folder) {
     return true;
 }
 
-void LogFailedCopy(const char16_t* source, int status) {
-    GetLogger().LogMessage(MessageCopyFailed, nullptr, source, GetSystemErrorMessage(status).Get());
+EReason ReasonOfCopy(int status) {
+    return status == ERROR_CANT_ACCESS_FILE ? EReason::LinkNotFollowed
+           : status == ERROR_FILE_INVALID   ? EReason::FileChanged
+                                            : EReason::CopyFailed;
+}
+
+void LogFailedCopy(const char16_t* source, int status, EReason reason) {
+    // The log has no message for a file that was copied while it changed.
+    const bool isLogged = reason != EReason::FileChanged;
+    if (isLogged) {
+        GetLogger().LogMessage(MessageCopyFailed, nullptr, source,
+                               GetSystemErrorMessage(status).Get());
+    }
+    GetRecord().Add({.thing = EThing::File,
+                     .reason = reason,
+                     .source = source,
+                     .status = status,
+                     .isLogged = isLogged});
 }
 
 }  // namespace
@@ -65,8 +81,9 @@ CCasFileTraverseManager::CCasFileTraverseManager(CAssemblyProcessor& assemblyPro
     : m_assemblyProcessor(assemblyProcessor),
       m_package(package),
       m_packageFolder(package.GetFolder()),
-      m_copier(
-          [](const std::u16string& source, int status) { LogFailedCopy(source.c_str(), status); }) {
+      m_copier([](const std::u16string& source, int status) {
+          LogFailedCopy(source.c_str(), status, ReasonOfCopy(status));
+      }) {
     SetPattern(CFilePathSegmentW(u"*"));
 }
 
@@ -91,6 +108,11 @@ bool CCasFileTraverseManager::IsExcluded(const CFilePathW& folder) const {
     const bool isOutput = m_outputNames != nullptr && m_outputNames->contains(name.GetText()) &&
                           platform::IsSameFolder(CFilePathW(m_outputFolder, name).ToString().Get(),
                                                  folder.ToString().Get());
+    if (isOutput && CRecord::IsFull()) {
+        GetRecord().Add({.thing = EThing::Folder,
+                         .reason = EReason::OwnOutput,
+                         .source = folder.ToString().View()});
+    }
     return isOutput || CFileTraverse::IsExcluded(folder);
 }
 
@@ -112,15 +134,48 @@ void CCasFileTraverseManager::TellSealedLinks() {
     for (const CFilePathW& folder : {device.GetParent(), device}) {
         const CStrW name = folder.ToString();
         if (platform::IsSealedLink(name.Get())) {
-            LogFailedCopy(name.Get(), ERROR_CANT_ACCESS_FILE);
+            m_hasSealedLink = true;
+            LogFailedCopy(name.Get(), ERROR_CANT_ACCESS_FILE, EReason::LinkNotFollowed);
         }
     }
 }
 
-void CCasFileTraverseManager::TellMissingFile(const CStrW& name, int status) {
+void CCasFileTraverseManager::TellMissingFile(const CStrW& name, int status, EReason reason) {
     // So that the messages of earlier files come first.
     m_copier.Finish();
-    LogFailedCopy(name.Get(), status);
+    LogFailedCopy(name.Get(), status, reason);
+}
+
+void CCasFileTraverseManager::OnUnread(const CFilePathW& folder, int status) {
+    // Of a link in place of the folder "Device" TellSealedLinks has told already.
+    const bool isDevice = folder.Equals(m_root.GetParent());
+    if (!isDevice || !m_hasSealedLink) {
+        const bool isMissing = isDevice && status == ERROR_PATH_NOT_FOUND;
+        GetRecord().Add({.thing = EThing::Folder,
+                         .reason = isMissing ? EReason::FilesMissing : EReason::FolderUnread,
+                         .source = folder.ToString().View(),
+                         .status = status});
+    }
+}
+
+void CCasFileTraverseManager::OnRefused(const CFilePathW& folder, const std::u16string& name) {
+    const CStrW source = folder.ToString() + u'\\' + CStrW(name);
+    GetRecord().Add({.thing = EThing::File, .reason = EReason::NameRefused, .source = source});
+}
+
+void CCasFileTraverseManager::RecordFile(const CStrW& name, const CStrW& target, SBecame became) {
+    GetRecord().Add({.thing = became.thing,
+                     .reason = became.reason,
+                     .source = name,
+                     .collection = became.collection,
+                     .target = target});
+    if (became.reason == EReason::Deleted) {
+        GetRecord().Add({.thing = EThing::Mark,
+                         .reason = EReason::Deleted,
+                         .source = name + kDeleteMarker,
+                         .collection = became.collection,
+                         .target = target});
+    }
 }
 
 void CCasFileTraverseManager::ShowProgress(const CStrW& name) {
@@ -170,6 +225,12 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     // A folder with content is made with its files, so it needs no item. And a package on a drive
     // gives no items for folders. This must stay.
     if (hasDrive || !IsFolderEmpty(path)) {
+        if (CRecord::IsFull()) {
+            GetRecord().Add(
+                {.thing = EThing::Folder,
+                 .reason = hasDrive ? EReason::FolderOnDrive : EReason::FolderWithContent,
+                 .source = path.ToString().View()});
+        }
         return true;
     }
     // Only the name of the stream is asked for, without the folder. So the current directory
@@ -177,13 +238,20 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     bool deleted = false;
     static_cast<void>(FindStream(kDeleteMarker, deleted));  // no answer counts as "not there"
     const CStrW target = MapToTarget(path).ToString();
-    if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
-        return true;
+    const char16_t* const collection = deleted ? u"DeleteFolders" : u"CreateFolders";
+    EReason reason = EReason::OfAssembly;
+    if (m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
+        const bool isNew =
+            deleted ? m_package.Get<COrvDeleteFoldersCollection>().AddItem(target) != nullptr
+                    : m_package.Get<COrvCreateFoldersCollection>().AddItem(target) != nullptr;
+        reason = !isNew ? EReason::SameItem : deleted ? EReason::Deleted : EReason::Created;
     }
-    if (deleted) {
-        m_package.Get<COrvDeleteFoldersCollection>().AddItem(target);
-    } else {
-        m_package.Get<COrvCreateFoldersCollection>().AddItem(target);
+    if (CRecord::IsFull()) {
+        GetRecord().Add({.thing = EThing::Folder,
+                         .reason = reason,
+                         .source = path.ToString().View(),
+                         .collection = collection,
+                         .target = target});
     }
     return true;
 }
@@ -194,38 +262,58 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
     ShowProgress(name);
     const CFilePathSegmentW last = path.GetLastSegment();
     if (last.EqualsNoCase(kPlaceholder)) {
+        GetRecord().Add({.thing = EThing::File, .reason = EReason::Placeholder, .source = name});
         return true;
     }
     bool deleted = false;
     if (const int status = FindStream(name + kDeleteMarker, deleted)) {
-        TellMissingFile(name, status);
+        TellMissingFile(name, status, EReason::MarkUnknown);
         return true;
     }
     const bool shortcut = !path.IsRoot() && last.CompareExtension(kShortcutExtension) == 0;
     if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
+        GetRecord().Add({.thing = EThing::File, .reason = EReason::OfAssembly, .source = name});
         return true;
     }
     const CFilePathW target = MapToTarget(path);
+    bool isNew = false;
+    const char16_t* collection = u"";
     if (deleted && shortcut) {
-        m_package.Get<COrvDeleteShortcutsCollection>().AddItem(target.ToString());
+        collection = u"DeleteShortcuts";
+        isNew =
+            m_package.Get<COrvDeleteShortcutsCollection>().AddItem(target.ToString()) != nullptr;
     } else if (deleted) {
-        m_package.Get<COrvDeleteFilesCollection>().AddItem(target.ToString());
+        collection = u"DeleteFiles";
+        isNew = m_package.Get<COrvDeleteFilesCollection>().AddItem(target.ToString()) != nullptr;
     } else if (shortcut) {
-        AddShortcut(path, target.ToString());
+        collection = u"CreateShortcuts";
+        isNew = AddShortcut(path, name, target.ToString());
     } else {
-        AddFile(path, name, target);
+        collection = u"CreateFiles";
+        isNew = AddFile(path, name, target);
+    }
+    if (!isNew && !deleted) {
+        RecordFile(name, target.ToString(),
+                   {shortcut ? EThing::Shortcut : EThing::File, EReason::PlaceTaken, collection});
+    } else if (CRecord::IsFull()) {
+        RecordFile(name, target.ToString(),
+                   {shortcut ? EThing::Shortcut : EThing::File,
+                    deleted ? (isNew ? EReason::Deleted : EReason::SameItem) : EReason::Created,
+                    collection});
     }
     return true;
 }
 
-void CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
+bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
                                       const CFilePathW& target) {
     // Without the prefix of long paths, so that the payload of a deep file is named like any other.
     const CStrW collapsed = m_pathConverter->Collapse(target.ToPlainString());
     const CFilePathW relative = MakePayloadName(collapsed);
-    m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative);
+    const bool isNew =
+        m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative) != nullptr;
     // If the package has the item already, the file is copied all the same.
     CopyPayload(path, name, relative);
+    return isNew;
 }
 
 void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CStrW& name,
@@ -240,20 +328,28 @@ void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CStrW& n
         status = CopyFileOver(name, destination, &m_copier);
     }
     if (status != ERROR_SUCCESS) {
-        TellMissingFile(name, status);
+        TellMissingFile(name, status,
+                        relative.IsEmpty() ? EReason::NoPayloadName : ReasonOfCopy(status));
     }
 }
 
-void CCasFileTraverseManager::AddShortcut(const CFilePathW& path, const CStrW& target) {
+bool CCasFileTraverseManager::AddShortcut(const CFilePathW& path, const CStrW& name,
+                                          const CStrW& target) {
     COrvCreateShortcut* const added =
         m_package.Get<COrvCreateShortcutsCollection>().AddItem(target);
     if (added == nullptr) {
-        return;
+        return false;
     }
     const int status = added->LoadFromFile(path);
     if (status < 0) {
         m_copier.Finish();
-        GetLogger().LogMessage(MessageShortcutFailed, nullptr, path.ToString().Get(),
+        GetLogger().LogMessage(MessageShortcutFailed, nullptr, name.Get(),
                                GetSystemErrorMessage(status).Get());
+        GetRecord().Add({.thing = EThing::Shortcut,
+                         .reason = EReason::ShortcutFailed,
+                         .source = name,
+                         .status = status,
+                         .isLogged = true});
     }
+    return true;
 }

@@ -10,6 +10,7 @@
 #include "foundation/sorted_texts.h"
 #include "orvpackage/package.h"
 #include "reporting/progress_event.h"
+#include "reporting/record.h"
 #include "traversal/file_traverse.h"
 
 // Walks the folder "Device" of a target, in which each drive of the captured machine has a folder,
@@ -40,18 +41,29 @@ protected:
     void OnFinish() override;
     bool VisitFolder(const CFilePathW& path, const platform::SFindData& data) override;
     bool VisitFile(const CFilePathW& path, const platform::SFindData& data) override;
+    void OnUnread(const CFilePathW& folder, int status) override;
+    void OnRefused(const CFilePathW& folder, const std::u16string& name) override;
 
 private:
+    // What a file became, for the record.
+    struct SBecame {
+        EThing thing;
+        EReason reason;
+        const char16_t* collection;
+    };
+
     // Logs a link in place of the folder "Device" or of the folder above it.
     void TellSealedLinks();
     // Logs that a file is not in the payload.
-    void TellMissingFile(const CStrW& name, int status);
+    void TellMissingFile(const CStrW& name, int status, EReason reason);
+    void RecordFile(const CStrW& name, const CStrW& target, SBecame became);
     void ShowProgress(const CStrW& name);
     // The path on the captured machine of an entry of the capture.
     [[nodiscard]] CFilePathW MapToTarget(const CFilePathW& path) const;
     // Adds the item of a file and copies the file. `name` is `path` as text.
-    void AddFile(const CFilePathW& path, const CStrW& name, const CFilePathW& target);
-    void AddShortcut(const CFilePathW& path, const CStrW& target);
+    // Both tell whether the item is new.
+    bool AddFile(const CFilePathW& path, const CStrW& name, const CFilePathW& target);
+    bool AddShortcut(const CFilePathW& path, const CStrW& name, const CStrW& target);
     void CopyPayload(const CFilePathW& path, const CStrW& name, const CFilePathW& relative);
 
     CFilePathW m_outputFolder;
@@ -64,6 +76,7 @@ private:
     COrvPackage& m_package;
     const CFilePathW m_packageFolder;
     platform::CFileCopier m_copier;
+    bool m_hasSealedLink = false;
 };
 
 // The path of a payload file relative to the manifest, from a collapsed path. The first name loses

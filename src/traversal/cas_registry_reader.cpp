@@ -6,6 +6,7 @@
 #include "platform/registry.h"
 #include "platform/status.h"
 #include "reporting/logger.h"
+#include "reporting/record.h"
 #include "traversal/cas_registry_traverse_manager.h"
 #include "traversal/mounted_keys.h"
 
@@ -35,6 +36,15 @@ private:
     platform::KeyHandle m_key = nullptr;
 };
 
+// Tells of a hive after the log has.
+void RecordHive(const CFilePathW& hiveFile, EReason reason, int status) {
+    GetRecord().Add({.thing = EThing::Hive,
+                     .reason = reason,
+                     .source = hiveFile.ToString().View(),
+                     .status = status,
+                     .isLogged = status != ERROR_SUCCESS && reason != EReason::NoPrivilege});
+}
+
 }  // namespace
 
 CCasRegistryReader::CCasRegistryReader(CAssemblyProcessor& assemblyProcessor,
@@ -51,6 +61,7 @@ int CCasRegistryReader::Read(COrvPackage& package, const CFilePathW& hiveFile, b
     const int restore = EnablePrivilege(kRestore);
     // Thrown as an int on purpose: no stage catches it, so that the host learns of it.
     if (backup == -1 || restore == -1) {
+        RecordHive(hiveFile, EReason::NoPrivilege, ERROR_PRIVILEGE_NOT_HELD);
         throw int{ERROR_PRIVILEGE_NOT_HELD};
     }
     const int status = ReadMounted(package, hiveFile, is64Bit);
@@ -67,11 +78,19 @@ int CCasRegistryReader::ReadMounted(COrvPackage& package, const CFilePathW& hive
     int status = machine.Mount(hiveFile.ToString());
     if (status != ERROR_SUCCESS) {
         GetLogger().LogStatus(status, ReadFailedText(hiveFile.ToString()));
+        const bool isMissing = status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
+        RecordHive(hiveFile, isMissing ? EReason::HiveMissing : EReason::HiveUnread, status);
         return status;
     }
     // The readable part of a damaged hive is converted, with a message.
-    if (platform::IsHiveDamaged(kMountName)) {
+    const platform::EHiveState state = platform::GetHiveState(kMountName);
+    if (state != platform::EHiveState::Whole) {
         GetLogger().LogStatus(ERROR_BADDB, ReadFailedText(hiveFile.ToString()));
+        RecordHive(hiveFile,
+                   state == platform::EHiveState::Dirty ? EReason::HiveDirty : EReason::HiveDamaged,
+                   ERROR_BADDB);
+    } else {
+        RecordHive(hiveFile, EReason::Created, ERROR_SUCCESS);
     }
     const CRegPathW root(CHiveNameW(u"HKEY_LOCAL_MACHINE"), CRegPathSegmentW(kMountName));
     Walk(package, root, is64Bit);

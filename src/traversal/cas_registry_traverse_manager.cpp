@@ -1,5 +1,7 @@
 #include "traversal/cas_registry_traverse_manager.h"
 
+#include <algorithm>
+
 #include "foundation/reg_access.h"
 #include "platform/status.h"
 
@@ -49,6 +51,37 @@ void CCasRegistryTraverseManager::OnFinish() {
     CRegTraverse::OnFinish();
 }
 
+// The record names a captured key by its path within the hive.
+std::u16string_view CCasRegistryTraverseManager::SourceOf(const CRegPathW& key) {
+    const std::u16string_view path = key.ViewSubKey();
+    return path.substr(std::min(CMountedKeys::kMount.size() + 1, path.size()));
+}
+
+void CCasRegistryTraverseManager::RecordKey(const CRegPathW& key, EReason reason,
+                                            const CRegPathW& real) {
+    if (CRecord::IsFull()) {
+        GetRecord().Add({.thing = EThing::Key,
+                         .reason = reason,
+                         .source = SourceOf(key),
+                         .target = real.ToString()});
+    }
+}
+
+void CCasRegistryTraverseManager::RecordValue(const CStrW& name, EReason reason, int status) {
+    GetRecord().Add({.thing = EThing::Value,
+                     .reason = reason,
+                     .source = m_valueKey.source,
+                     .name = name,
+                     .status = status});
+}
+
+void CCasRegistryTraverseManager::OnUnread(const CRegPathW& key, int status) {
+    GetRecord().Add({.thing = EThing::Key,
+                     .reason = EReason::KeyUnread,
+                     .source = SourceOf(key),
+                     .status = status});
+}
+
 bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
     ShowProgress(path.ToString());
     const auto [real, isEnvironment] = m_mountedKeys.MapHivePath(path);
@@ -57,13 +90,25 @@ bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
     const bool isUserRoot =
         real.GetSegmentCount() == 2 && EqualsNoCase(real.GetSegmentText(1), m_sid);
     if (real.GetSegmentCount() < 2 || isUserRoot || isEnvironment) {
+        RecordKey(path,
+                  isUserRoot      ? EReason::UserRoot
+                  : isEnvironment ? EReason::EnvironmentKey
+                                  : EReason::LevelAbove,
+                  real);
         return true;
     }
     CRegKey key;
     // A key that cannot be opened has no status and makes an item all the same.
     const bool isHidden =
         key.Open(path) == ERROR_SUCCESS && StatusIsHidden(key.QueryNumber(kVirtualStatus));
-    if (!isHidden && m_serviceProcessor.CheckKey(real, kModeCreate)) {
+    if (isHidden) {
+        RecordKey(path, EReason::HiddenKey, real);
+    } else if (!m_serviceProcessor.CheckKey(real, kModeCreate)) {
+        RecordKey(path,
+                  m_serviceProcessor.IsService(real) ? EReason::OfService : EReason::BelowService,
+                  real);
+    } else {
+        m_items.SetSource(CRecord::IsFull() ? SourceOf(path) : u"");
         m_items.AddKey(real.ToString());
     }
     return true;
@@ -82,6 +127,8 @@ void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key, const CRegKe
     m_valueKey.isOfServices = m_serviceProcessor.TakesValuesOf(key);
     m_valueKey.isHidden = StatusIsHidden(openKey.QueryNumber(kVirtualStatus));
     m_valueKey.key = &openKey;
+    m_valueKey.source.Assign(CRecord::IsOn() ? SourceOf(key) : u"");
+    m_items.SetSource(CRecord::IsFull() ? m_valueKey.source.View() : u"");
 }
 
 void CCasRegistryTraverseManager::EndValues() { m_valueKey.key = nullptr; }
@@ -96,6 +143,7 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
     ShowProgress(shown);
     if (name.EqualsNoCase(kVirtualStatus) || name.EqualsNoCase(kDeletedValues) ||
         m_valueKey.isRoot) {
+        RecordValue(name, m_valueKey.isRoot ? EReason::LevelAbove : EReason::Bookkeeping);
         return true;
     }
     CStrW text;
@@ -110,11 +158,16 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
         SetManufacturer(text);
     }
     if (m_valueKey.isHidden || IsTaken(key, name, deleted ? kModeDelete : kModeCreate)) {
+        RecordValue(name, m_valueKey.isHidden ? EReason::HiddenKey : EReason::OfAssembly);
         return true;
     }
     // Without its data the item would be another value, so it is left out.
     if (status == ERROR_NOT_ENOUGH_MEMORY) {
+        RecordValue(name, EReason::NoMemory, status);
         return true;
+    }
+    if (status != ERROR_SUCCESS && !isText) {
+        RecordValue(name, EReason::ValueUnread, status);
     }
     if (m_valueKey.isEnvironment) {
         AddVariable(name, text, deleted);

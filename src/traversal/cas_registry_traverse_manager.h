@@ -9,6 +9,7 @@
 #include "foundation/reg_path_converter.h"
 #include "orvpackage/package.h"
 #include "reporting/progress_event.h"
+#include "reporting/record.h"
 #include "traversal/mounted_keys.h"
 #include "traversal/reg_traverse.h"
 #include "traversal/registry_item_queue.h"
@@ -37,6 +38,7 @@ protected:
     void BeginValues(const CRegPathW& key, const CRegKey& openKey) override;
     void EndValues() override;
     bool VisitValue(const CRegPathW& key, const CStrW& name, std::uint32_t type) override;
+    void OnUnread(const CRegPathW& key, int status) override;
 
 private:
     // Data that all values of one key share. It is computed once for each key.
@@ -49,6 +51,7 @@ private:
         const CRegKey* key = nullptr;
         CStrW mountedText;
         CStrW realText;
+        CStrW source;        // for the record; empty without a full one
         bool isRoot = true;  // only the hive is left of the path
         bool isUserScope = false;
         bool isInstallProperties = false;
@@ -58,7 +61,10 @@ private:
         bool isOfServices = false;
     };
 
+    [[nodiscard]] static std::u16string_view SourceOf(const CRegPathW& key);
     void ShowProgress(std::u16string_view text);
+    void RecordKey(const CRegPathW& key, EReason reason, const CRegPathW& real);
+    void RecordValue(const CStrW& name, EReason reason, int status = 0);
     [[nodiscard]] bool IsTaken(const CRegPathW& key, const CStrW& name, std::uint32_t mode);
     void SetManufacturer(const CStrW& publisher);
     void AddVariable(const CStrW& name, const CStrW& text, bool deleted);

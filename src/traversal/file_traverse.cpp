@@ -1,20 +1,22 @@
 #include "traversal/file_traverse.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/status.h"
 
 // Enumerates the entries of the pending folders, folder by folder. The caller adds the subfolders
-// that it finds to the pending ones.
+// that it finds to the pending ones. `onUnread` is called for a folder whose listing fails.
+template <class TOnUnread>
 class CFileTraverse::CEntries {
 public:
-    CEntries(std::deque<CFilePathW>& pending, const CFilePathSegmentW& pattern)
-        : m_pending(pending), m_pattern(pattern) {}
+    CEntries(std::deque<CFilePathW>& pending, const CFilePathSegmentW& pattern, TOnUnread onUnread)
+        : m_pending(pending), m_pattern(pattern), m_onUnread(std::move(onUnread)) {}
 
     // Goes to the next entry; false when no folder is left.
     bool Next(platform::SFindData& data) {
         while (true) {
-            if (m_search.IsOpen() && m_search.Next(data) == ERROR_SUCCESS) {
+            if (m_search.IsOpen() && IsFound(m_search.Next(data))) {
                 return true;
             }
             m_search.Close();
@@ -23,13 +25,14 @@ public:
             }
             m_folder = std::move(m_pending.front());
             m_pending.pop_front();
-            if (m_search.First(CFilePathW(m_folder, m_pattern).ToString().Get(), data) ==
-                ERROR_SUCCESS) {
+            if (IsFound(m_search.First(CFilePathW(m_folder, m_pattern).ToString().Get(), data))) {
                 return true;
             }
             m_search.Close();
         }
     }
+
+    [[nodiscard]] const CFilePathW& GetFolder() const { return m_folder; }
 
     // The path of an entry of the current folder; empty when its name is not valid.
     [[nodiscard]] CFilePathW PathOf(const platform::SFindData& data) const {
@@ -38,8 +41,18 @@ public:
     }
 
 private:
+    bool IsFound(int status) {
+        // A folder without entries that match is no failure.
+        if (status != ERROR_SUCCESS && status != ERROR_NO_MORE_FILES &&
+            status != ERROR_FILE_NOT_FOUND) {
+            m_onUnread(m_folder, status);
+        }
+        return status == ERROR_SUCCESS;
+    }
+
     std::deque<CFilePathW>& m_pending;
     const CFilePathSegmentW& m_pattern;
+    TOnUnread m_onUnread;
     CFilePathW m_folder;
     platform::CFindHandle m_search;
 };
@@ -65,7 +78,8 @@ bool CFileTraverse::VisitFolder(const CFilePathW& /*path*/, const platform::SFin
 }
 
 void CFileTraverse::Run() {
-    CEntries entries(m_pending, m_pattern);
+    CEntries entries(m_pending, m_pattern,
+                     [this](const CFilePathW& folder, int status) { OnUnread(folder, status); });
     platform::SFindData data;
     while (!IsStopped() && entries.Next(data)) {
         // "." and ".." lead back to folders that were visited.
@@ -74,6 +88,7 @@ void CFileTraverse::Run() {
         }
         CFilePathW path = entries.PathOf(data);
         if (path.IsEmpty()) {
+            OnRefused(entries.GetFolder(), data.name);
             continue;
         }
         if (!data.IsFolder()) {
@@ -88,7 +103,7 @@ void CFileTraverse::Run() {
 
 std::uint32_t CFileTraverse::CountEntries() const {
     std::deque<CFilePathW> pending = m_pending;
-    CEntries entries(pending, m_pattern);
+    CEntries entries(pending, m_pattern, [](const CFilePathW&, int) {});
     platform::SFindData data;
     std::uint32_t count = 0;
     while (entries.Next(data)) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <string>
 #include <vector>
 
 #include "foundation/file_path.h"
@@ -9,8 +10,9 @@
 #include "traversal/traverse.h"
 
 // Visits every entry below its roots: all entries of a folder before any of its subfolders is
-// opened, in the order of the file system. The roots are not visited. Entries that cannot be read
-// or have no valid name are skipped without a report.
+// opened, in the order of the file system. The roots are not visited. A folder that cannot be
+// listed, and an entry without a valid name, are skipped; OnUnread and OnRefused tell a derived
+// class.
 //
 // INVARIANT: `m_pending` is the folders that were visited and not yet opened. A folder is in it
 // once, and the walk ends when it is empty. Only the worker thread touches it during a walk.
@@ -32,6 +34,11 @@ protected:
     // Visits a file. Returns whether the walk goes on.
     virtual bool VisitFile(const CFilePathW& path, const platform::SFindData& data) = 0;
 
+    // Called for a folder that cannot be listed to its end, and for an entry that is skipped
+    // because no path can have its name.
+    virtual void OnUnread(const CFilePathW& /*folder*/, int /*status*/) {}
+    virtual void OnRefused(const CFilePathW& /*folder*/, const std::u16string& /*name*/) {}
+
     void OnProgress(const CFilePathW& path) { Notify(CodeProgress, path.ToString()); }
     void OnResult(std::uint64_t value) { Notify(CodeResult, value); }
     void Run() override;
@@ -40,6 +47,7 @@ protected:
     [[nodiscard]] std::uint32_t CountEntries() const;
 
 private:
+    template <class TOnUnread>
     class CEntries;
 
     std::deque<CFilePathW> m_pending;

@@ -6,11 +6,11 @@
 
 namespace {
 
-// Removes the first path of the queue and opens its key.
-bool OpenNext(std::deque<CRegPathW>& pending, CRegPathW& path, CRegKey& key) {
+// Removes the first path of the queue and opens its key. Returns the status of opening.
+int OpenNext(std::deque<CRegPathW>& pending, CRegPathW& path, CRegKey& key) {
     path = std::move(pending.front());
     pending.pop_front();
-    return key.Open(path) == ERROR_SUCCESS;
+    return key.Open(path);
 }
 
 // Whether an enumeration is over. An enumeration that still fails after the last item is over too;
@@ -43,16 +43,19 @@ void CRegTraverse::Run() {
     CRegPathW path;
     while (!IsStopped() && !m_pending.empty()) {
         CRegKey key;
-        if (OpenNext(m_pending, path, key)) {
-            VisitSubKeys(key, path);
-            VisitValues(key, path);
+        if (const int status = OpenNext(m_pending, path, key)) {
+            OnUnread(path, status);
+            continue;
         }
+        VisitSubKeys(key, path);
+        VisitValues(key, path);
     }
 }
 
 void CRegTraverse::VisitSubKeys(const CRegKey& key, const CRegPathW& path) {
     platform::SKeyInfo info;
-    if (key.QueryInfo(info) != ERROR_SUCCESS) {
+    if (const int status = key.QueryInfo(info)) {
+        OnUnread(path, status);
         return;
     }
     std::u16string name;
@@ -62,6 +65,9 @@ void CRegTraverse::VisitSubKeys(const CRegKey& key, const CRegPathW& path) {
             return;
         }
         CRegPathW subKey = status == ERROR_SUCCESS ? PathOf(path, name) : CRegPathW();
+        if (subKey.IsEmpty()) {
+            OnUnread(path, status != ERROR_SUCCESS ? status : ERROR_INVALID_NAME);
+        }
         if (!subKey.IsEmpty() && !IsExcluded(subKey) && VisitKey(subKey)) {
             m_pending.push_back(std::move(subKey));
         }
@@ -89,7 +95,9 @@ void CRegTraverse::VisitEachValue(const CRegKey& key, const CRegPathW& path, std
         }
         // Reuses the storage of the text before.
         text.Assign(name);
-        if (status == ERROR_SUCCESS && !VisitValue(path, text, type)) {
+        if (status != ERROR_SUCCESS) {
+            OnUnread(path, status);
+        } else if (!VisitValue(path, text, type)) {
             Stop(false);
         }
     }
@@ -102,7 +110,7 @@ std::uint32_t CRegTraverse::EstimateVisits() const {
     while (!pending.empty()) {
         CRegKey key;
         platform::SKeyInfo info;
-        if (!OpenNext(pending, path, key) || key.QueryInfo(info) != ERROR_SUCCESS ||
+        if (OpenNext(pending, path, key) != ERROR_SUCCESS || key.QueryInfo(info) != ERROR_SUCCESS ||
             // A key without subkeys counts nothing, so its values are missing in the estimate. This
             // must stay: it is the total that hosts see.
             info.longestSubKeyName == 0) {

@@ -11,7 +11,8 @@
 
 // Visits every key below its roots, and the values of all keys, also of the roots. Of each key
 // first all subkeys are visited, then all values. Subkeys are opened later, in the order of their
-// visits. Keys that cannot be opened or enumerated are skipped without a report.
+// visits. Keys and values that cannot be opened or enumerated, or whose names are not valid, are
+// skipped; OnUnread tells a derived class.
 //
 // INVARIANT: `m_pending` is the keys that were visited and not yet opened. A key is in it once, and
 // the walk ends when it is empty. Only the worker thread touches it during a walk.
@@ -31,6 +32,9 @@ protected:
     virtual void EndValues() {}
     // Visits a value. Returns whether the walk goes on.
     virtual bool VisitValue(const CRegPathW& key, const CStrW& name, std::uint32_t type) = 0;
+
+    // Called for a key that cannot be read, or of which some subkey or value cannot be read.
+    virtual void OnUnread(const CRegPathW& /*key*/, int /*status*/) {}
 
     void OnProgress(const CRegPathW& path) { Notify(CodeProgress, path.ToString()); }
     // The number has the code of the progress. In a file walk it has the code of a result. This

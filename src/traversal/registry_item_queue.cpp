@@ -50,15 +50,20 @@ void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16st
     if (record.size >= kBatchBytes || text.GetLength() >= kBatchBytes) {
         // Large data is not copied into a batch: the item is made here, after all earlier ones.
         Finish();
-        MakeItem(record, CStrW(key), CStrW(name), text, static_cast<const std::byte*>(data));
+        MakeItem(record, {CStrW(m_source), CStrW(key), CStrW(name), text},
+                 static_cast<const std::byte*>(data));
         return;
     }
     SBatch& batch = m_batches[m_filled];
-    record.isNewKey = batch.records.empty() || !platform::HasSameUnits(batch.key, key);
+    record.isNewKey = batch.records.empty() || !platform::HasSameUnits(batch.key, key) ||
+                      !platform::HasSameUnits(batch.source, m_source);
     if (record.isNewKey) {
         batch.key = key;
+        batch.source = m_source;
         batch.texts += key;
+        batch.texts += m_source;
         record.keyLength = key.size();
+        record.sourceLength = m_source.size();
     }
     batch.texts += name;
     batch.texts += text;
@@ -106,28 +111,43 @@ void CRegistryItemQueue::MakeItems(const SBatch& batch) {
         rest.remove_prefix(length);
         return text;
     };
-    CStrW key;
-    CStrW name;
-    CStrW text;
+    STexts texts;
     for (const SRecord& record : batch.records) {
         if (record.isNewKey) {
-            key.Assign(take(record.keyLength));
+            texts.key.Assign(take(record.keyLength));
+            texts.source.Assign(take(record.sourceLength));
         }
-        name.Assign(take(record.nameLength));
-        text.Assign(take(record.textLength));
+        texts.name.Assign(take(record.nameLength));
+        texts.text.Assign(take(record.textLength));
         // Without memory a text is shorter, and the item would be another one. It is left out.
-        if (name.GetLength() == record.nameLength && text.GetLength() == record.textLength) {
-            MakeItem(record, key, name, text, batch.data.data() + record.dataStart);
+        if (texts.name.GetLength() == record.nameLength &&
+            texts.text.GetLength() == record.textLength) {
+            MakeItem(record, texts, batch.data.data() + record.dataStart);
+        } else {
+            GetRecord().Add({.thing = EThing::Value,
+                             .reason = EReason::NoMemory,
+                             .source = texts.source,
+                             .name = texts.name,
+                             .target = texts.key});
         }
     }
 }
 
-void CRegistryItemQueue::MakeItem(const SRecord& record, const CStrW& key, const CStrW& name,
-                                  const CStrW& text, const std::byte* data) {
+void CRegistryItemQueue::MakeItem(const SRecord& record, const STexts& texts,
+                                  const std::byte* data) {
+    const auto& [source, key, name, text] = texts;
     switch (record.kind) {
-        case EKind::Key:
-            m_package.Get<COrvCreateKeysCollection>().AddItem(key, m_architecture);
+        case EKind::Key: {
+            const COrvCreateKey* const added =
+                m_package.Get<COrvCreateKeysCollection>().AddItem(key, m_architecture);
+            if (added != nullptr && CRecord::IsFull()) {
+                // Rules may still take the item out.
+                GetRecord().Hold(added->GetHash(), source);
+            } else if (added == nullptr) {
+                RecordItem(texts, EThing::Key, false, u"CreateKeys");
+            }
             break;
+        }
         case EKind::Value:
         case EKind::String: {
             auto& values = m_package.Get<COrvCreateValuesCollection>();
@@ -138,17 +158,33 @@ void CRegistryItemQueue::MakeItem(const SRecord& record, const CStrW& key, const
             } else {
                 value->SetData(data, record.size, record.type);
             }
-            values.AddItem(std::move(value));
+            const bool isNew = values.AddItem(std::move(value)) != nullptr;
+            RecordItem(texts, EThing::Value, isNew, u"CreateValues");
             break;
         }
         case EKind::DeletedValue:
             m_package.Get<COrvDeleteValuesCollection>().AddItem(key, name, m_architecture);
             break;
         case EKind::Variable:
-            m_package.Get<COrvCreateEnvVarsCollection>().AddItem({name, record.isUser, text});
+            RecordItem(texts, EThing::Variable,
+                       m_package.Get<COrvCreateEnvVarsCollection>().AddItem(
+                           {name, record.isUser, text}) != nullptr,
+                       u"CreateEnvVars");
             break;
         case EKind::DeletedVariable:
             m_package.Get<COrvDeleteEnvVarsCollection>().AddItem({name, record.isUser});
             break;
+    }
+}
+
+void CRegistryItemQueue::RecordItem(const STexts& texts, EThing thing, bool isNew,
+                                    const char16_t* collection) {
+    if (CRecord::IsFull()) {
+        GetRecord().Add({.thing = thing,
+                         .reason = isNew ? EReason::Created : EReason::SameItem,
+                         .source = texts.source,
+                         .name = texts.name,
+                         .collection = collection,
+                         .target = texts.key});
     }
 }

@@ -10,6 +10,7 @@
 
 #include "orvpackage/package.h"
 #include "platform/threads.h"
+#include "reporting/record.h"
 
 // Makes items of keys, values and variables on a thread of its own, in the order of their addition.
 // Additions are collected in batches, because handing over each one alone costs more than it saves.
@@ -27,6 +28,8 @@ public:
     CRegistryItemQueue(COrvPackage& package, std::uint32_t architecture)
         : m_package(package), m_architecture(architecture) {}
 
+    // Sets the captured key that the next additions come from, for a full record; empty for none.
+    void SetSource(std::u16string_view source) { m_source = source; }
     void AddKey(std::u16string_view key);
     // A value with raw data and its type, or with a string. If there is no memory for its data, it
     // is left out of the package.
@@ -51,6 +54,7 @@ private:
         // Not copied again for each value of a key: 1.05 times less CPU time for a make_hive hive.
         bool isNewKey = false;  // otherwise the key is that of the record before
         std::size_t keyLength = 0;
+        std::size_t sourceLength = 0;
         std::size_t nameLength = 0;
         std::size_t textLength = 0;
         std::size_t dataStart = 0;
@@ -61,7 +65,8 @@ private:
         std::vector<SRecord> records;
         std::u16string texts;
         std::vector<std::byte> data;
-        std::u16string key;  // the last one
+        std::u16string key;     // the last one
+        std::u16string source;  // the last one
 
         std::size_t AppendData(const void* bytes, std::size_t size);
     };
@@ -70,8 +75,15 @@ private:
              const void* data = nullptr);
     void HandOver();
     void MakeItems(const SBatch& batch);
-    void MakeItem(const SRecord& record, const CStrW& key, const CStrW& name, const CStrW& text,
-                  const std::byte* data);
+    // The texts of an addition.
+    struct STexts {
+        CStrW source;
+        CStrW key;
+        CStrW name;
+        CStrW text;
+    };
+    void MakeItem(const SRecord& record, const STexts& texts, const std::byte* data);
+    void RecordItem(const STexts& texts, EThing thing, bool isNew, const char16_t* collection);
 
     static constexpr std::size_t kMaxWaiting = 2;
 
@@ -80,5 +92,6 @@ private:
     // One is filled and one made into items, while others wait.
     std::array<SBatch, kMaxWaiting + 2> m_batches;
     std::size_t m_filled = 0;
+    std::u16string m_source;
     platform::CJobQueue m_queue{kMaxWaiting};
 };

@@ -208,9 +208,14 @@ public:
     }
     int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey,
                 KeyHandle& key) const override;
-    bool IsHiveDamaged(const char16_t* mountName) const override {
+    EHiveState GetHiveState(const char16_t* mountName) const override {
         const auto mount = FindMount(mountName);
-        return mount != GetMounts().end() && (!(*mount)->isWhole || (*mount)->hive.IsDamaged());
+        if (mount == GetMounts().end()) {
+            return EHiveState::Whole;
+        }
+        return !(*mount)->isWhole           ? EHiveState::Dirty
+               : (*mount)->hive.IsDamaged() ? EHiveState::Damaged
+                                            : EHiveState::Whole;
     }
     int EnablePrivilege(const char16_t* /*name*/) const override { return 0; }
     bool DisablePrivilege(const char16_t* /*name*/) const override { return true; }

@@ -53,7 +53,7 @@ protected:
         platform::KeyHandle machine = nullptr;
         EXPECT_EQ(platform::ConnectMachine(machine), ERROR_SUCCESS);
         EXPECT_EQ(platform::LoadHive(machine, kMount, name.c_str()), ERROR_SUCCESS);
-        m_isDamaged = platform::IsHiveDamaged(kMount);
+        m_isDamaged = platform::GetHiveState(kMount) != platform::EHiveState::Whole;
         RegistryTree tree = ReadRegistryTree(kMount);
         EXPECT_EQ(platform::UnloadHive(machine, kMount), ERROR_SUCCESS);
         platform::CloseKey(machine);

@@ -154,6 +154,15 @@ int Fill(SFileCopy& copy) {
     return close(output.file.Release()) == 0 ? 0 : errno;
 }
 
+// Whether someone has written to the source since it was opened.
+bool HasChanged(const SFileCopy& copy) {
+    struct stat now {};
+    const struct stat& before = copy.sourceInfo;
+    return fstat(copy.source.Get(), &now) == 0 &&
+           (now.st_size != before.st_size || now.st_mtim.tv_sec != before.st_mtim.tv_sec ||
+            now.st_mtim.tv_nsec != before.st_mtim.tv_nsec);
+}
+
 int Copy(std::u16string_view from, std::u16string_view to, EExisting existing) {
     SFileCopy copy;
     if (const int status = BeginCopy(from, to, existing, copy)) {
@@ -199,6 +208,7 @@ void MoveData(SFileCopy& copy) {
     copy.error = copy.isPlaced ? CreateOutput(copy.GetMode(), copy.output) : 0;
     if (copy.error == 0) {
         copy.error = Fill(copy);
+        copy.isChanged = HasChanged(copy);
     }
     copy.source.Close();
 }

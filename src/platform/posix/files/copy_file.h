@@ -16,9 +16,10 @@ struct SFileCopy {
     CFileDescriptor source;
     struct stat sourceInfo {};
     SOutput output;
-    bool isPlaced = false;  // the output is still to be made
-    int error = 0;          // errno
-    int timeError = 0;      // errno, of a copy that is whole but for its time
+    bool isPlaced = false;   // the output is still to be made
+    int error = 0;           // errno
+    int timeError = 0;       // errno, of a copy that is whole but for its time
+    bool isChanged = false;  // the source changed meanwhile
 
     [[nodiscard]] mode_t GetMode() const {
         return (sourceInfo.st_mode & S_IWUSR) == 0 ? 0444 : 0666;

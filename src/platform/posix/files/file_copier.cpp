@@ -106,6 +106,9 @@ void CFileCopier::SState::End(SBatch& batch) const {
         if (status == ERROR_FILE_EXISTS) {
             status = CopyFile(job.source.c_str(), job.destination.c_str(), EExisting::Replace);
         }
+        if (status == ERROR_SUCCESS && job.copy.isChanged) {
+            status = ERROR_FILE_INVALID;
+        }
         if (status != ERROR_SUCCESS && failed) {
             failed(job.source, SetLastError(status));
         }

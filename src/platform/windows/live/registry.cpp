@@ -221,7 +221,9 @@ public:
                                    KEY_READ, handle);
         });
     }
-    bool IsHiveDamaged(const char16_t* /*mountName*/) const override { return false; }
+    EHiveState GetHiveState(const char16_t* /*mountName*/) const override {
+        return EHiveState::Whole;
+    }
     int EnablePrivilege(const char16_t* name) const override;
     bool DisablePrivilege(const char16_t* name) const override;
 };

@@ -1,0 +1,185 @@
+#include "reporting/record.h"
+
+#include <utility>
+
+#include "platform/local_paths.h"
+#include "reporting/logger.h"
+
+namespace {
+
+// In bytes.
+constexpr std::size_t kBatch = std::size_t{64} << 10;
+constexpr std::size_t kHeadSize = 128;
+
+void AddText(CJsonWriter& writer, std::string_view key, std::u16string_view text) {
+    if (!text.empty()) {
+        writer.Key(key);
+        writer.Text(text);
+    }
+}
+
+void AddNumber(CJsonWriter& writer, std::string_view key, std::int64_t number) {
+    if (number != 0) {
+        writer.Key(key);
+        writer.Number(number);
+    }
+}
+
+}  // namespace
+
+ERecordLevel CRecord::s_level = ERecordLevel::Off;
+
+CRecord& GetRecord() {
+    // Not destroyed, like the log.
+    static auto* const record = new CRecord;
+    return *record;
+}
+
+CRecordSession::CRecordSession() {
+    const std::filesystem::path file = platform::GetPathVariable("ORVCASCONV_RECORD");
+    if (!file.empty()) {
+        const bool isShort = platform::GetPathVariable("ORVCASCONV_RECORD_LEVEL") == "problems";
+        GetRecord().Begin(file, isShort ? ERecordLevel::Problems : ERecordLevel::All);
+    }
+}
+
+void CRecord::Begin(const std::filesystem::path& file, ERecordLevel level) {
+    m_file.open(file, std::ios::binary | std::ios::trunc);
+    if (!m_file.is_open()) {
+        m_file.clear();
+        return;
+    }
+    m_target = 0;
+    m_losses = 0;
+    m_missing = 0;
+    m_start.json.clear();
+    WriteHead("running", 0);
+    s_level = level;
+}
+
+void CRecord::SetTarget(std::uint32_t number) {
+    for (const auto& [hash, source] : std::exchange(m_held, {})) {
+        Add({.thing = EThing::Key,
+             .reason = EReason::Created,
+             .source = source,
+             .collection = u"CreateKeys"});
+    }
+    m_target = number;
+}
+
+void CRecord::End(int status) {
+    if (!IsOn()) {
+        return;
+    }
+    SetTarget(0);
+    s_level = ERecordLevel::Off;
+    WriteOut(true);
+    const bool isWhole = m_file.good();
+    // A full disk has room for what replaces bytes of the same file.
+    m_file.clear();
+    m_file.seekp(0);
+    WriteHead(isWhole ? "whole" : "cut off", status);
+    m_file.close();
+    m_file.clear();
+}
+
+// Of fixed size, so that it can be written again in its place.
+void CRecord::WriteHead(const char* state, int status) {
+    CJsonWriter head;
+    head.BeginObject();
+    head.Key("record");
+    head.Number(1);  // the version of the format
+    head.Key("state");
+    head.Ascii(state);
+    head.Key("status");
+    head.Number(status);
+    head.Key("losses");
+    head.Number(static_cast<std::int64_t>(m_losses));
+    head.Key("missing");
+    head.Number(static_cast<std::int64_t>(m_missing));
+    head.EndObject();
+    std::string line(head.GetBytes());
+    line.resize(kHeadSize - 1, ' ');
+    line += '\n';
+    m_file.write(line.data(), static_cast<std::streamsize>(line.size()));
+    m_file.flush();
+}
+
+void CRecord::Add(const SRecordLine& line) {
+    const SReason& reason = GetReason(line.reason);
+    if (!IsOn() || (reason.weight == EWeight::Normal && !IsFull())) {
+        return;
+    }
+    const std::lock_guard lock(m_mutex);
+    m_losses += reason.weight == EWeight::Loss ? 1 : 0;
+    m_missing += reason.weight == EWeight::Missing ? 1 : 0;
+    if (!m_start.IsOf(line, m_target)) {
+        m_start = {{}, m_target, line.thing, line.reason, line.collection, {}, {}};
+        m_start.source = line.source;
+        m_start.target = line.target;
+        m_writer.Clear();
+        WriteStart(line, reason);
+        m_start.json = m_writer.GetBytes();
+    }
+    m_batch += m_start.json;
+    WriteRest(line);
+    WriteOut(false);
+}
+
+void CRecord::WriteStart(const SRecordLine& line, const SReason& reason) {
+    m_writer.BeginObject();
+    m_writer.Key("in");
+    m_writer.Number(m_target);
+    m_writer.Key("thing");
+    m_writer.Ascii(NameOf(line.thing));
+    m_writer.Key("outcome");
+    m_writer.Ascii(NameOf(reason.outcome));
+    m_writer.Key("reason");
+    m_writer.Ascii(reason.name);
+    AddText(m_writer, "collection", line.collection);
+    AddText(m_writer, "target", line.target);
+    AddText(m_writer, "source", line.source);
+}
+
+// Writes an object of what comes after the start, and puts a comma in place of its brace.
+void CRecord::WriteRest(const SRecordLine& line) {
+    m_writer.Clear();
+    m_writer.BeginObject();
+    if (line.thing == EThing::Value || line.thing == EThing::Variable) {
+        m_writer.Key("name");  // that of a default value is empty
+        m_writer.Text(line.name);
+    }
+    AddText(m_writer, "detail", line.detail);
+    AddNumber(m_writer, "status", line.status);
+    AddNumber(m_writer, "line", line.line);
+    AddNumber(m_writer, "log",
+              line.isLogged ? static_cast<std::int64_t>(GetLogger().GetLines().size()) : 0);
+    m_writer.EndObject();
+    const std::string_view rest = m_writer.GetBytes().substr(1);
+    m_batch += rest.size() > 1 ? "," : "";
+    m_batch += rest;
+    m_batch += '\n';
+}
+
+void CRecord::WriteOut(bool isEnd) {
+    if (isEnd || m_batch.size() >= kBatch) {
+        m_file.write(m_batch.data(), static_cast<std::streamsize>(m_batch.size()));
+        m_batch.clear();
+    }
+    if (isEnd) {
+        m_file.flush();
+    }
+}
+
+void CRecord::Hold(std::uint64_t itemHash, std::u16string_view source) {
+    const std::lock_guard lock(m_mutex);
+    m_held.emplace(itemHash, source);
+}
+
+void CRecord::Release(std::uint64_t itemHash, SRecordLine line) {
+    const auto held = m_held.extract(itemHash);
+    if (!held.empty()) {
+        line.source = held.mapped();
+        Add(line);
+    }
+}
