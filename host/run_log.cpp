@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "host/console.h"
+#include "host/status_text.h"
+#include "platform/answers.h"
 #include "platform/local_paths.h"
 
 namespace host {
@@ -49,8 +51,10 @@ std::u16string CRunLog::GetLibraryPath() const {
 bool CRunLog::Finish(SLogSummary& summary) {
     std::ifstream log(m_folder.GetFile(), std::ios::binary);
     if (log.peek() != kUntouched) {
-        summary = ReadLog(log, [](bool isError, std::u16string_view text) {
-            WriteTerminal((isError ? "error: " : "warning: ") + Printable(text) + '\n');
+        const bool isLive = platform::GetLiveAnswers() == &platform::GetAnswers();
+        summary = ReadLog(log, [isLive](bool isError, std::u16string_view text) {
+            WriteTerminal((isError ? "error: " : "warning: ") + Printable(text) +
+                          (isLive ? AdviseOnEntry(text) : "") + '\n');
         });
         log.clear();
         log.seekg(0);

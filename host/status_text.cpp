@@ -22,6 +22,13 @@ std::string FormatNumber(std::uint32_t status) {
     return text;
 }
 
+constexpr const char* kHiveAdvice =
+    "\nWindows loads a captured hive only for an account that may back up and restore files, and "
+    "write to the hive.\nRun this command elevated, as an administrator, or convert by a "
+    "description of this machine, which needs no privilege:\n"
+    "    cas2orv machine > m.toml\n"
+    "    cas2orv convert --machine m.toml PROFILE OUT.orv";
+
 const char* Advise(std::uint32_t status, const std::filesystem::path& file) {
     std::error_code error;
     switch (static_cast<int>(status)) {
@@ -35,22 +42,29 @@ const char* Advise(std::uint32_t status, const std::filesystem::path& file) {
         case ERROR_INVALID_PARAMETER:
             return "\nWindows has no such path: a name has at most 260 characters, and none of "
                    "\"/<>|.";
+        case ERROR_PRIVILEGE_NOT_HELD:
+            return kHiveAdvice;
         default:
             return "";
     }
 }
 
-}  // namespace
-
-std::string DescribeStatus(std::uint32_t status) {
+// The system's words for a status. Its message ends in a line break and may contain others.
+std::u16string SystemWords(std::uint32_t status) {
     std::u16string words = platform::SystemErrorText(status);
-    // The message of the system ends in a line break and may contain others.
     while (!words.empty() && (words.back() == u'\r' || words.back() == u'\n')) {
         words.pop_back();
     }
     for (char16_t& unit : words) {
         unit = unit == u'\r' || unit == u'\n' ? u' ' : unit;
     }
+    return words;
+}
+
+}  // namespace
+
+std::string DescribeStatus(std::uint32_t status) {
+    const std::u16string words = SystemWords(status);
     const std::string number = "status " + FormatNumber(status);
     return words.empty() ? number : number + ": " + Printable(words);
 }
@@ -59,6 +73,20 @@ std::string DescribeFailure(const std::string& action, const std::string& profil
                             std::uint32_t status) {
     return "cannot " + action + " '" + Printable(platform::PathText(profile)) +
            "': " + DescribeStatus(status) + Advise(status, platform::LocalPath(profile));
+}
+
+std::string AdviseOnEntry(std::u16string_view entry) {
+    // An entry is a text of the host, the hive's path in quotes, and the system's words.
+    constexpr std::u16string_view kHive = u"\\InstallRoot.dat'";
+    for (const int status : {ERROR_ACCESS_DENIED, ERROR_PRIVILEGE_NOT_HELD}) {
+        const std::u16string words = SystemWords(static_cast<std::uint32_t>(status));
+        const std::size_t hive = entry.find(kHive);
+        if (!words.empty() && hive != std::u16string_view::npos &&
+            entry.find(words, hive) != std::u16string_view::npos) {
+            return kHiveAdvice;
+        }
+    }
+    return "";
 }
 
 }  // namespace host

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace host {
 
@@ -14,5 +15,9 @@ namespace host {
 // verb, and `profile` the argument that names the profile.
 [[nodiscard]] std::string DescribeFailure(const std::string& action, const std::string& profile,
                                           std::uint32_t status);
+
+// What to do about an entry of the log, behind a line end: when it says that this account may not
+// load a captured hive. Empty for any other entry. Only for a machine that loads hives itself.
+[[nodiscard]] std::string AdviseOnEntry(std::u16string_view entry);
 
 }  // namespace host

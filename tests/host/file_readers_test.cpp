@@ -7,6 +7,8 @@
 #include "host/json.h"
 #include "host/log_reader.h"
 #include "host/manifest_reader.h"
+#include "host/status_text.h"
+#include "platform/text.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
 
@@ -70,6 +72,20 @@ TEST(ManifestReaderTest, CountsTheItemsOfAllCollections) {
     folder.WriteFile("cut", Utf16Bytes(text + "</Pack"));
     EXPECT_FALSE(host::ReadManifest(folder.Path("cut")).isComplete);
     EXPECT_FALSE(host::ReadManifest(folder.Path("missing")).isComplete);
+}
+
+// The entry as the program's texts have it, and the number that the library throws.
+TEST(StatusTextTest, SaysWhatToDoWhenAHiveMayNotBeLoaded) {
+    const auto entry = [](const std::u16string& file, std::uint32_t status) {
+        return u"Failed to read the file 'C:\\a\\" + file + u"' .  " +
+               platform::SystemErrorText(status);
+    };
+    const std::string advice = host::AdviseOnEntry(entry(u"InstallRoot.dat", 5));
+    EXPECT_NE(advice.find("cas2orv machine > m.toml\n    cas2orv convert --machine m.toml"),
+              std::string::npos);
+    EXPECT_EQ(host::AdviseOnEntry(entry(u"InstallRoot.dat", 2)), "");
+    EXPECT_EQ(host::AdviseOnEntry(entry(u"Other.dat", 5)), "");
+    EXPECT_TRUE(host::DescribeFailure("convert", "a.profile", 1314).ends_with(advice));
 }
 
 TEST(JsonTest, KeepsEveryUnitAndNoControlCharacter) {
