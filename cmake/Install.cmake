@@ -40,6 +40,7 @@ install(FILES "${PROJECT_BINARY_DIR}/OrvCasConv.pc"
 if(WIN32)
     set(documentation_folder ".")
     install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION .)
+    include(InstallWindowsTexts)
 else()
     set(documentation_folder "${CMAKE_INSTALL_DATAROOTDIR}/doc/orvcasconv")
     install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${documentation_folder}"
@@ -54,11 +55,16 @@ function(install_licence_of part file)
     if(EXISTS "${file}")
         install(FILES "${file}" DESTINATION "${documentation_folder}/licences"
                 RENAME "${part}.txt")
+    elseif(WIN32)
+        message(WARNING "the package goes without the licence of ${part}: no ${file}")
     endif()
 endfunction()
 install_licence_of(CLI11 /usr/share/doc/libcli11-dev/copyright)
 if(WIN32)
     install_licence_of(Abseil "${ORVCASCONV_ABSEIL_SOURCE}/LICENSE")
+    install_licence_of(tomlplusplus /usr/share/doc/libtomlplusplus-dev/copyright)
+    # The run-time libraries of C++, of the compiler and of threads: all are linked statically.
     install_licence_of(GCC /usr/share/doc/gcc-mingw-w64-base/copyright)
+    install_licence_of(GPL-3 /usr/share/common-licenses/GPL-3)  # GCC's text refers to it
     install_licence_of(mingw-w64 /usr/share/doc/mingw-w64-common/copyright)
 endif()

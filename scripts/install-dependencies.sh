@@ -12,7 +12,7 @@ test_packages="libgtest-dev libgmock-dev libhivex-dev clang libclang-rt-14-dev c
     libbenchmark-dev libhivex-bin reglookup libwin-hivex-perl time python3 dpkg-dev file
     lintian"
 windows_packages="g++-mingw-w64-x86-64-posix make cmake ninja-build ccache googletest libcli11-dev
-    libtomlplusplus-dev rapidjson-dev wine wine64 util-linux python3"
+    libtomlplusplus-dev rapidjson-dev groff-base wine wine64 util-linux python3"
 
 abseil="${XDG_CACHE_HOME:-$HOME/.cache}/orvcasconv/abseil"
 needs_abseil=""
