@@ -41,12 +41,22 @@ constexpr const char* kMachineFooter =
     "\n"
     "Example: cas2orv machine > reference.toml";
 
+constexpr const char* kVerifyFooter =
+    "A FOLDER is that of a target, or one with folders of targets. Tells on stderr what of a\n"
+    "manifest is not allowed, which payload is not there and which nobody names, and, where there\n"
+    "is a file SHA256SUMS, what has other bytes.\n"
+    "\n"
+    "Example: cas2orv verify out\n"
+    "\n"
+    "Exit status: 0 all is good; 1 there are problems; 2 wrong arguments.";
+
 constexpr const char* kConvertUsage =
     "cas2orv convert PROFILE OUT.orv [--log FILE] [--machine FILE] [--progress auto|plain|none] "
-    "[--json]";
+    "[--sums] [--json]";
 constexpr const char* kTargetsUsage = "cas2orv targets PROFILE [--machine FILE] [--json]";
 constexpr const char* kMachineUsage = "cas2orv machine [--machine FILE]";
-constexpr const char* kCommands = "convert, targets or machine";
+constexpr const char* kVerifyUsage = "cas2orv verify MANIFEST|FOLDER...";
+constexpr const char* kCommands = "convert, targets, machine or verify";
 
 // The parser of one command line. It fills the command while it reads.
 class CParser {
@@ -93,6 +103,10 @@ CParser::CParser() {
     CLI::App* const machine = AddVerb(EVerb::Machine, "machine",
                                       "Print the machine description in effect", kMachineFooter);
     AddMachine(*machine);
+    AddVerb(EVerb::Verify, "verify", "Check manifests and their payload", kVerifyFooter)
+        ->add_option("PATH", m_command.paths, "Manifests, and folders with some")
+        ->required()
+        ->type_name("MANIFEST|FOLDER");
 }
 
 CLI::App* CParser::AddVerb(EVerb verb, const char* name, const char* description,
@@ -142,6 +156,10 @@ void CParser::AddConvert() {
                    "plain: a line for each target and stage; none")
         ->type_name("HOW")
         ->check(CLI::IsMember({"auto", "plain", "none"}).description(""));
+    app.add_flag("--sums", m_command.hasSums,
+                 "Write SHA256SUMS beside each manifest, for\n"
+                 "verify and sha256sum -c")
+        ->disable_flag_override();
     AddJson(app,
             "Print an array of objects with guid, name and\n"
             "manifest");
@@ -178,7 +196,8 @@ std::string CParser::GetUsage() const {
     }
     return m_command.verb == EVerb::Convert   ? kConvertUsage
            : m_command.verb == EVerb::Targets ? kTargetsUsage
-                                              : kMachineUsage;
+           : m_command.verb == EVerb::Machine ? kMachineUsage
+                                              : kVerifyUsage;
 }
 
 SReply CParser::Complain(const std::string& problem) const {
@@ -208,6 +227,8 @@ std::string CParser::DescribeMissing() const {
     if (m_verb != nullptr) {
         return m_command.verb == EVerb::Convert
                    ? "convert needs two paths: the package's profile file and that of the output"
+               : m_command.verb == EVerb::Verify
+                   ? "verify needs a path: a manifest, or a folder with some"
                    : "targets needs a path: the package's profile file";
     }
     const std::vector<std::string> words = m_app.remaining();
@@ -237,7 +258,7 @@ std::string CParser::DescribeCount(const CLI::ParseError& error) const {
     const std::string name = text.substr(0, text.find(':'));
     const CLI::Option* const option = m_verb->get_option_no_throw(name);
     if (option == nullptr) {
-        return "--json takes no value; write it alone";  // it is the only flag
+        return name + " takes no value; write it alone";  // a flag
     }
     return name + (option->count() > 1 ? " is given more than once; give it once"
                                        : " needs a value behind it");

@@ -7,7 +7,7 @@
 
 namespace host {
 
-enum class EVerb { Convert, Targets, Machine };
+enum class EVerb { Convert, Targets, Machine, Verify };
 
 enum class EProgressStyle { Auto, Plain, None };
 
@@ -20,6 +20,8 @@ struct SCommand {
     std::string machine;
     EProgressStyle progress = EProgressStyle::Auto;
     bool isJson = false;
+    bool hasSums = false;            // of convert
+    std::vector<std::string> paths;  // of verify
 };
 
 // A text to print instead of running a command: help or the version, or what is wrong with the

@@ -5,6 +5,7 @@
 #include <memory>
 #include <system_error>
 
+#include "host/check_sums.h"
 #include "host/console.h"
 #include "host/exit_status.h"
 #include "host/json.h"
@@ -77,6 +78,7 @@ private:
     void CallLibrary();
     [[nodiscard]] std::uint32_t CallGuarded(GUID*& targets, std::uint32_t& count);
     void CheckManifests();
+    void WriteSums();
     [[nodiscard]] std::string CheckManifest(const SOutput& output);
     [[nodiscard]] std::u16string ManifestName(const std::u16string& guid) const;
     void Fail(const std::string& problem);
@@ -102,6 +104,7 @@ int CConversion::Run() {
     CallLibrary();
     m_hasFailed = !m_log.Finish(m_summary);
     CheckManifests();
+    WriteSums();
     WriteTerminal(Count(m_targetCount, "target") + ", " + Count(m_items, "item") + ", " +
                   Count(m_summary.errors, "error") + ", " + Count(m_summary.warnings, "warning") +
                   '\n');
@@ -197,6 +200,17 @@ void CConversion::CheckManifests() {
         }
     }
     std::erase_if(m_outputs, [&](const SOutput& output) { return !isSaved[output.guid]; });
+}
+
+// Of each folder of a target that holds a whole manifest.
+void CConversion::WriteSums() {
+    for (const SOutput& output : m_outputs) {
+        const std::string problem =
+            m_command.hasSums ? WriteCheckSums(output.manifest.parent_path()) : "";
+        if (!problem.empty()) {
+            Fail("target " + Printable(output.guid) + ": " + problem);
+        }
+    }
 }
 
 // Returns what is wrong with a manifest; empty when it is whole. The library does not report a

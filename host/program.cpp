@@ -8,6 +8,7 @@
 #include "host/exit_status.h"
 #include "host/inquiry_commands.h"
 #include "host/system.h"
+#include "host/verify_command.h"
 #include "platform/machine.h"
 
 namespace host {
@@ -39,6 +40,8 @@ int RunCommand(const SCommand& command) {
             return RunTargets(command);
         case EVerb::Machine:
             return RunMachine();
+        case EVerb::Verify:
+            return RunVerify(command);
     }
     return kExitUsage;
 }

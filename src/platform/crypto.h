@@ -1,10 +1,14 @@
-// platform/crypto.h - encryption by the system's AES provider.
+// platform/crypto.h - encryption by the system's AES provider, and hashes of files.
 //
 // Results are 0 or a status of the system; on failure out parameters are unchanged. Nothing throws
 // except std::bad_alloc. An object is used by one thread at a time.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <span>
 
 namespace platform {
 
@@ -37,5 +41,25 @@ void DestroyKey(CryptoKey key);
 // size; `size` becomes that size. After a failure the content of the buffer is undefined.
 [[nodiscard]] int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size,
                                  std::uint32_t capacity);
+
+using Sha256 = std::array<std::byte, 32>;
+
+// The SHA-256 hash of bytes that come piece by piece.
+class CSha256 {
+public:
+    CSha256();
+    ~CSha256();
+    CSha256(const CSha256&) = delete;
+    CSha256& operator=(const CSha256&) = delete;
+
+    // After a failure every further call fails too.
+    [[nodiscard]] int Add(std::span<const std::byte> bytes);
+    // Gives the hash of all bytes that were added. Nothing can be added any more.
+    [[nodiscard]] int Finish(Sha256& hash);
+
+private:
+    struct SState;
+    std::unique_ptr<SState> m_state;
+};
 
 }  // namespace platform

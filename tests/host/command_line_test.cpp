@@ -36,7 +36,7 @@ TEST(CommandLineTest, PathsMayLookLikeOptionsAndCommands) {
 
 TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{}, "a command is missing; begin with convert, targets or machine"},
+        {{}, "a command is missing; begin with convert, targets, machine or verify"},
         {{"conv", "a"}, "'conv' is no command of cas2orv; begin with"},
         {{"convert", "a"}, "needs two paths"},
         {{"targets"}, "needs a path"},

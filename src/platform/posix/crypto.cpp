@@ -72,4 +72,37 @@ int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size, std::uint32
     return ERROR_SUCCESS;
 }
 
+struct CSha256::SState {
+    struct SFree {
+        void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+    };
+
+    std::unique_ptr<EVP_MD_CTX, SFree> context{EVP_MD_CTX_new()};
+    bool isGood =
+        context != nullptr && EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) == 1;
+};
+
+CSha256::CSha256() : m_state(std::make_unique<SState>()) {}
+CSha256::~CSha256() = default;
+
+int CSha256::Add(std::span<const std::byte> bytes) {
+    SState& state = *m_state;
+    state.isGood =
+        state.isGood && EVP_DigestUpdate(state.context.get(), bytes.data(), bytes.size()) == 1;
+    return state.isGood ? ERROR_SUCCESS : SetLastError(ERROR_GEN_FAILURE);
+}
+
+int CSha256::Finish(Sha256& hash) {
+    SState& state = *m_state;
+    Sha256 result{};
+    if (!state.isGood ||
+        EVP_DigestFinal_ex(state.context.get(), reinterpret_cast<unsigned char*>(result.data()),
+                           nullptr) != 1) {
+        return SetLastError(ERROR_GEN_FAILURE);
+    }
+    state.isGood = false;
+    hash = result;
+    return ERROR_SUCCESS;
+}
+
 }  // namespace platform

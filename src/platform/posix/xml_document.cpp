@@ -56,10 +56,13 @@ private:
 // calls must not throw.
 class CXmlParser {
 public:
-    CXmlParser(CXmlDocument& document, int descriptor)
-        : m_document(document), m_descriptor(descriptor) {}
+    // `take` is null where the document keeps all nodes.
+    CXmlParser(CXmlDocument& document, int descriptor, const std::function<void()>* take)
+        : m_document(document), m_descriptor(descriptor), m_take(take) {}
 
     int Run();
+    // Where the last node ended.
+    [[nodiscard]] std::uint32_t GetLine() const { return m_line; }
 
 private:
     using Attributes = const xmlChar**;  // five each: name, prefix, URI, value, end of the value
@@ -103,10 +106,12 @@ private:
     SXmlNode& AddNode(EXmlNode type, const char* prefix, const char* name, std::string_view value);
     void AddAttribute(const xmlChar* prefix, const xmlChar* name, std::string_view value);
     void AddText(std::string_view text);
+    void HandOver();
     [[nodiscard]] bool HasTooManyNames() const;
 
     CXmlDocument& m_document;
     int m_descriptor;
+    const std::function<void()>* m_take;
     std::unique_ptr<xmlParserCtxt, SParserFree> m_context;
     int m_status = S_OK;
     std::uint32_t m_line = 0;  // where the last node ended, which is where the next one starts
@@ -139,7 +144,17 @@ int CXmlParser::Run() {
     if (xmlParseDocument(m_context.get()) != 0) {
         Fail(kXmlNotWellFormed);
     }
+    HandOver();
     return m_status;
+}
+
+// Also called after a failure: what is ahead of it counts.
+void CXmlParser::HandOver() {
+    if (m_take != nullptr) {
+        (*m_take)();
+        m_document.m_nodes.clear();
+        m_document.m_values.clear();
+    }
 }
 
 // Gives 0, the end, after a failure: the parser then has nothing left to look at.
@@ -204,6 +219,7 @@ void CXmlParser::OnStartElement(void* context, const xmlChar* name, const xmlCha
         self.Fail(kXmlNotWellFormed);
     }
     self.Guard([&] {
+        self.HandOver();
         SXmlNode& element = self.AddNode(EXmlNode::Element, Chars(prefix), Chars(name), {});
         element.isEmptyElement = isEmptyElement;
         self.m_isInEmptyElement = element.isEmptyElement;
@@ -228,7 +244,10 @@ void CXmlParser::OnEndElement(void* context, const xmlChar* name, const xmlChar*
         self.m_isInEmptyElement = false;
         return;
     }
-    self.Guard([&] { self.AddNode(EXmlNode::EndElement, Chars(prefix), Chars(name), {}); });
+    self.Guard([&] {
+        self.HandOver();
+        self.AddNode(EXmlNode::EndElement, Chars(prefix), Chars(name), {});
+    });
 }
 
 void CXmlParser::OnText(void* context, const xmlChar* text, int length) {
@@ -286,7 +305,7 @@ void CXmlParser::AddAttribute(const xmlChar* prefix, const xmlChar* name, std::s
 // The parser gives a text in pieces; it is white space as long as all of them are.
 void CXmlParser::AddText(std::string_view text) {
     std::vector<SXmlNode>& nodes = m_document.m_nodes;
-    if (!IsText(nodes.back().type)) {
+    if (nodes.empty() || !IsText(nodes.back().type)) {
         AddNode(IsBlank(text) ? EXmlNode::Whitespace : EXmlNode::Text, "", "", text);
         return;
     }
@@ -297,7 +316,14 @@ void CXmlParser::AddText(std::string_view text) {
     m_line = static_cast<std::uint32_t>(m_context->input->line);
 }
 
-int CXmlDocument::Parse(int descriptor) { return CXmlParser(*this, descriptor).Run(); }
+int CXmlDocument::Parse(int descriptor) { return CXmlParser(*this, descriptor, nullptr).Run(); }
+
+int CXmlDocument::Parse(int descriptor, const std::function<void()>& take, std::uint32_t& line) {
+    CXmlParser parser(*this, descriptor, &take);
+    const int status = parser.Run();
+    line = parser.GetLine();
+    return status;
+}
 
 std::string_view CXmlDocument::GetValue(std::size_t index) const {
     const std::size_t start = m_nodes[index].valueStart;

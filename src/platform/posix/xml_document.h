@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,6 +32,11 @@ public:
     // Reads the document from `descriptor`. 0, or the HRESULT of the first fault; the nodes ahead
     // of a fault are there.
     [[nodiscard]] int Parse(int descriptor);
+
+    // Reads it in parts: before each tag, and at the end, the document has the nodes since the last
+    // call of `take`, which is called with them and must not throw anything but std::bad_alloc.
+    // Then they go. `line` is where the reading ended.
+    [[nodiscard]] int Parse(int descriptor, const std::function<void()>& take, std::uint32_t& line);
 
     [[nodiscard]] std::size_t GetCount() const { return m_nodes.size(); }
     [[nodiscard]] const SXmlNode& GetNode(std::size_t index) const { return m_nodes[index]; }

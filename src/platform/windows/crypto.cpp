@@ -1,5 +1,7 @@
 #include "platform/crypto.h"
 
+#include <algorithm>
+
 #include "platform/machine.h"
 #include "platform/status.h"
 #include "platform/windows/win.h"
@@ -23,15 +25,17 @@ bool HasPrototype() {
 class CHash {
 public:
     CHash() = default;
-    ~CHash() {
-        if (m_handle != 0) {
-            ::CryptDestroyHash(m_handle);
-        }
-    }
+    ~CHash() { Close(); }
     CHash(const CHash&) = delete;
     CHash& operator=(const CHash&) = delete;
 
     HCRYPTHASH* Receive() { return &m_handle; }
+    void Close() {
+        if (m_handle != 0) {
+            ::CryptDestroyHash(m_handle);
+            m_handle = 0;
+        }
+    }
     [[nodiscard]] HCRYPTHASH Get() const { return m_handle; }
 
 private:
@@ -104,6 +108,56 @@ int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size, std::uint32
         size = encryptedSize;
     }
     return status;
+}
+
+struct CSha256::SState {
+    SState() : provider(OpenCryptoProvider()) {
+        status = StatusFromCall(
+            ::CryptCreateHash(ToHandle(provider), kHashSha256, 0, 0, hash.Receive()));
+    }
+    // The hash goes before its provider.
+    ~SState() {
+        hash.Close();
+        CloseCryptoProvider(provider);
+    }
+    SState(const SState&) = delete;
+    SState& operator=(const SState&) = delete;
+
+    CryptoProvider provider;
+    CHash hash;
+    int status = ERROR_SUCCESS;
+};
+
+CSha256::CSha256() : m_state(std::make_unique<SState>()) {}
+CSha256::~CSha256() = default;
+
+int CSha256::Add(std::span<const std::byte> bytes) {
+    SState& state = *m_state;
+    constexpr std::size_t kMaxPiece = std::size_t{1} << 30;  // the call takes 32 bits
+    while (state.status == ERROR_SUCCESS && !bytes.empty()) {
+        const std::span<const std::byte> piece = bytes.first(std::min(bytes.size(), kMaxPiece));
+        state.status = StatusFromCall(::CryptHashData(state.hash.Get(),
+                                                      reinterpret_cast<const BYTE*>(piece.data()),
+                                                      static_cast<DWORD>(piece.size()), 0));
+        bytes = bytes.subspan(piece.size());
+    }
+    return state.status;
+}
+
+int CSha256::Finish(Sha256& hash) {
+    SState& state = *m_state;
+    Sha256 result{};
+    DWORD size = sizeof result;
+    if (state.status == ERROR_SUCCESS) {
+        state.status = StatusFromCall(::CryptGetHashParam(
+            state.hash.Get(), HP_HASHVAL, reinterpret_cast<BYTE*>(result.data()), &size, 0));
+    }
+    if (state.status != ERROR_SUCCESS) {
+        return state.status;
+    }
+    state.status = ERROR_INVALID_HANDLE;  // of whatever comes now
+    hash = result;
+    return ERROR_SUCCESS;
 }
 
 }  // namespace platform

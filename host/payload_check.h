@@ -1,0 +1,49 @@
+// host/payload_check.h - whether the payload that manifests name is there, and what else is.
+#pragma once
+
+#include <filesystem>
+#include <set>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "host/target_folder.h"
+
+namespace host {
+
+// The payload of one target's folder. One thread at a time.
+class CPayloadCheck {
+public:
+    // `files` are those of the folder, and outlive this object.
+    CPayloadCheck(std::filesystem::path folder, std::span<const SFoundFile> files);
+
+    // Takes a file as CheckManifest tells it: a path relative to the folder, in the names of
+    // Windows, with kSidMark for the SID of the converting user. What is not there is told now, or
+    // by Finish where the SID is not known yet. With `isTold` false it is only taken as named.
+    void Name(const std::u16string& file, bool isTold, const TellProblem& tell);
+
+    // Finds the SID, and tells the files that nobody has named but `others`, by their names.
+    void Finish(const std::set<std::string>& others, const TellProblem& tell);
+
+private:
+    struct SNamed {
+        std::u16string file;
+        bool isTold = false;
+    };
+
+    void Take(const SNamed& named, const std::u16string& file, const TellProblem& tell);
+    [[nodiscard]] std::u16string FindSid() const;
+    [[nodiscard]] std::vector<std::u16string> ListSids(const std::u16string& file) const;
+
+    struct SEntry {
+        const SFoundFile* file = nullptr;
+        bool isNamed = false;
+    };
+
+    std::u16string m_folder;                               // as the library names it
+    std::unordered_map<std::u16string, SEntry> m_entries;  // by PathKey
+    std::vector<SNamed> m_withSid;
+};
+
+}  // namespace host

@@ -1,0 +1,26 @@
+// host/target_folder.h - what lies in the folder of a target.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// Is told what is wrong with a file or folder.
+using TellProblem =
+    std::function<void(const std::filesystem::path& place, const std::string& words)>;
+
+struct SFoundFile {
+    std::filesystem::path path;  // in full, below the folder's DeepPath
+    std::string name;            // from the folder on, with slashes
+    bool isRegular = false;      // and no link, pipe or the like
+};
+
+// Everything in a folder and below that is no folder, by the bytes of its name. Links are not
+// followed. What cannot be listed is told.
+[[nodiscard]] std::vector<SFoundFile> ListFiles(const std::filesystem::path& folder,
+                                                const TellProblem& tell);
+
+}  // namespace host

@@ -1,0 +1,203 @@
+#include "host/verify_command.h"
+
+#include <algorithm>
+#include <fstream>
+#include <optional>
+#include <set>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "host/check_sums.h"
+#include "host/console.h"
+#include "host/exit_status.h"
+#include "host/manifest_check.h"
+#include "host/payload_check.h"
+#include "host/system.h"
+#include "host/target_folder.h"
+#include "platform/local_paths.h"
+#include "platform/utf8.h"
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A name of the form "{41B7A0C2-5E0D-4F6A-8D3B-0C9E7A126401}".
+bool IsGuidName(const std::string& name) {
+    constexpr std::string_view kForm = "{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
+    return name.size() == kForm.size() &&
+           std::equal(name.begin(), name.end(), kForm.begin(), [](char c, char form) {
+               const bool isDigit =
+                   (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+               return form == 'x' ? isDigit : c == form;
+           });
+}
+
+// A file is a manifest when it begins as one, or is called as most are.
+bool IsManifest(const SFoundFile& file) {
+    // In the manifest these are UTF-16.
+    constexpr std::string_view kStart = "<?xml version=\"1.0\" encoding=\"utf-16\"?>";
+    if (!file.isRegular || file.name.find('/') != std::string::npos) {
+        return false;
+    }
+    if (file.path.extension() == ".orv") {
+        return true;
+    }
+    std::string wanted = "\xFF\xFE";
+    for (const char c : kStart) {
+        wanted += {c, '\0'};
+    }
+    std::string bytes(wanted.size(), '\0');
+    std::ifstream start(file.path, std::ios::binary);
+    start.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return bytes == wanted;
+}
+
+std::string Count(std::size_t count, const std::string& what) {
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+// One run of the command.
+class CVerification {
+public:
+    int Run(const std::vector<std::string>& arguments);
+
+private:
+    void VerifyArgument(const fs::path& path);
+    void VerifyOutput(const fs::path& folder);
+    void VerifyTarget(const fs::path& folder, std::span<const SFoundFile> files,
+                      const std::string& onlyManifest);
+    void VerifyManifest(const SFoundFile& manifest, bool isTold, CPayloadCheck& payload);
+    void Tell(const fs::path& place, const std::string& words);
+
+    std::size_t m_manifests = 0;
+    std::size_t m_items = 0;
+    std::size_t m_files = 0;
+    std::size_t m_problems = 0;
+    const TellProblem m_tell = [this](const fs::path& place, const std::string& words) {
+        Tell(place, words);
+    };
+};
+
+void CVerification::Tell(const fs::path& place, const std::string& words) {
+    ++m_problems;
+    std::u16string text = platform::PathText(place);
+    // What DeepPath puts in front says nothing to people.
+    text.erase(0, text.starts_with(uR"(\\?\)") ? 4 : 0);
+    Complain("'" + Printable(text) + "': " + words);
+}
+
+int CVerification::Run(const std::vector<std::string>& arguments) {
+    for (const std::string& argument : arguments) {
+        // In full, and spelt as the paths of the payload will be.
+        const std::optional<std::u16string> path = platform::LibraryPath(argument);
+        const fs::path local = path ? platform::LocalPath(*path) : fs::path();
+        VerifyArgument(local.empty() ? platform::LocalPath(argument) : local);
+    }
+    WriteTerminal(Count(m_manifests, "manifest") + ", " + Count(m_items, "item") + ", " +
+                  Count(m_files, "file") + ", " + Count(m_problems, "problem") + '\n');
+    return m_problems == 0 ? kExitDone : kExitFailed;
+}
+
+void CVerification::VerifyArgument(const fs::path& path) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (fs::is_directory(status)) {
+        const std::vector<SFoundFile> files = ListFiles(path, m_tell);
+        if (IsGuidName(platform::PathBytes(path.filename())) ||
+            std::any_of(files.begin(), files.end(), &IsManifest)) {
+            VerifyTarget(path, files, "");
+        } else {
+            VerifyOutput(path);
+        }
+    } else if (fs::is_regular_file(status)) {
+        const fs::path folder = path.parent_path();
+        VerifyTarget(folder, ListFiles(folder, m_tell), platform::PathBytes(path.filename()));
+    } else {
+        Tell(path, fs::exists(status) ? "this is neither a manifest nor a folder"
+                                      : "there is no such manifest or folder");
+    }
+}
+
+// A folder below that of the output is a target's when it is called so, or has a manifest.
+void CVerification::VerifyOutput(const fs::path& folder) {
+    std::vector<fs::path> folders;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), last; !error && entry != last;
+         entry.increment(error)) {
+        std::error_code unknown;
+        if (fs::is_directory(entry->symlink_status(unknown))) {
+            folders.push_back(entry->path());
+        }
+    }
+    std::sort(folders.begin(), folders.end());
+    bool hasTarget = false;
+    for (const fs::path& target : folders) {
+        const std::vector<SFoundFile> files = ListFiles(target, m_tell);
+        if (IsGuidName(platform::PathBytes(target.filename())) ||
+            std::any_of(files.begin(), files.end(), &IsManifest)) {
+            VerifyTarget(target, files, "");
+            hasTarget = true;
+        }
+    }
+    if (!hasTarget) {
+        Tell(folder, "there is no manifest here, nor in a folder of a target");
+    }
+}
+
+// Files that other manifests of the folder name are theirs, when one alone is verified.
+void CVerification::VerifyTarget(const fs::path& folder, std::span<const SFoundFile> files,
+                                 const std::string& onlyManifest) {
+    CPayloadCheck payload(folder, files);
+    std::set<std::string> others;
+    bool hasSums = false;
+    for (const SFoundFile& file : files) {
+        const bool isTold = onlyManifest.empty() || file.name == onlyManifest;
+        if (file.name == onlyManifest || IsManifest(file)) {
+            VerifyManifest(file, isTold, payload);
+            others.insert(file.name);
+        } else if (file.name == kSumsName) {
+            hasSums = true;
+            others.insert(file.name);
+        }
+    }
+    if (others.size() == (hasSums ? 1U : 0U)) {
+        Tell(folder, "there is no manifest in this folder of a target");
+    }
+    payload.Finish(others, [&](const fs::path& place, const std::string& words) {
+        Tell(place.empty() ? folder : place, words);
+    });
+    if (hasSums) {
+        VerifyCheckSums(folder, files, m_tell);
+    }
+    m_files += files.size();
+}
+
+void CVerification::VerifyManifest(const SFoundFile& manifest, bool isTold,
+                                   CPayloadCheck& payload) {
+    const auto tell = [&](const fs::path& /*place*/, const std::string& words) {
+        Tell(manifest.path, words);
+    };
+    const SManifestFindings findings{
+        [&](std::uint32_t line, const std::string& words) {
+            if (isTold) {
+                Tell(manifest.path,
+                     (line == 0 ? "" : "line " + std::to_string(line) + ": ") + words);
+            }
+        },
+        [&](const std::u16string& file) { payload.Name(file, isTold, tell); },
+    };
+    const std::u16string path =
+        platform::LibraryPath(platform::PathBytes(manifest.path)).value_or(u"");
+    const std::size_t items = CheckManifest(path, findings);
+    m_manifests += isTold ? 1 : 0;
+    m_items += isTold ? items : 0;
+}
+
+}  // namespace
+
+int RunVerify(const SCommand& command) { return CVerification().Run(command.paths); }
+
+}  // namespace host

@@ -1,0 +1,64 @@
+#include "platform/xml_scan.h"
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "platform/status.h"
+#include "platform/xml.h"
+
+namespace platform {
+
+namespace {
+
+std::u16string FullName(CXmlInput& input) {
+    std::u16string name(input.GetPrefix());
+    name += name.empty() ? u"" : u":";
+    return name += input.GetLocalName();
+}
+
+void TellElement(CXmlInput& input, CXmlVisitor& visitor) {
+    const std::u16string name = FullName(input);
+    const std::uint32_t line = input.GetLineNumber();
+    const bool isEmptyElement = input.IsEmptyElement();
+    std::deque<std::u16string> texts;  // what stands in it never moves
+    std::vector<SXmlAttribute> attributes;
+    for (int status = input.MoveToFirstAttribute(); status == S_OK;
+         status = input.MoveToNextAttribute()) {
+        const std::u16string& key = texts.emplace_back(FullName(input));
+        const std::u16string& value = texts.emplace_back(input.GetValue());
+        attributes.push_back({key, value});
+    }
+    visitor.OnElement(name, attributes, line);
+    if (isEmptyElement) {
+        visitor.OnElementEnd();
+    }
+}
+
+}  // namespace
+
+// XmlLite reads node by node, and keeps none.
+int ScanXml(const char16_t* name, CXmlVisitor& visitor, std::uint32_t& line) {
+    CXmlInput input;
+    line = 0;
+    int status = input.Open(name);
+    while (status == S_OK) {
+        EXmlNode node = EXmlNode::None;
+        status = input.Read(node);
+        line = input.GetLineNumber();
+        if (status != S_OK) {
+            break;
+        }
+        if (node == EXmlNode::Element) {
+            TellElement(input, visitor);
+        } else if (node == EXmlNode::EndElement) {
+            visitor.OnElementEnd();
+        } else if (node == EXmlNode::Text || node == EXmlNode::CData ||
+                   node == EXmlNode::Whitespace) {
+            visitor.OnText(input.GetValue());
+        }
+    }
+    return status == S_FALSE ? S_OK : status;
+}
+
+}  // namespace platform
