@@ -50,6 +50,10 @@ install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${documentation_fol
 install(FILES "${PROJECT_SOURCE_DIR}/docs/machine.md" "${PROJECT_SOURCE_DIR}/docs/manifest.md"
         DESTINATION "${documentation_folder}/docs")
 
+# The schema of manifests, for validators.
+install(FILES "${PROJECT_SOURCE_DIR}/docs/manifest.xsd"
+        DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/orvcasconv")
+
 # The licences of what ends up inside the library and the program ask to go with them.
 function(install_licence_of part file)
     if(EXISTS "${file}")

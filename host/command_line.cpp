@@ -258,7 +258,8 @@ std::string CParser::DescribeCount(const CLI::ParseError& error) const {
     const std::string name = text.substr(0, text.find(':'));
     const CLI::Option* const option = m_verb->get_option_no_throw(name);
     if (option == nullptr) {
-        return name + " takes no value; write it alone";  // a flag
+        // A flag, which the text begins with by its bare name.
+        return "--" + text.substr(0, text.find(' ')) + " takes no value; write it alone";
     }
     return name + (option->count() > 1 ? " is given more than once; give it once"
                                        : " needs a value behind it");

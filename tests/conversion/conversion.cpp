@@ -6,6 +6,7 @@
 #include <regex>
 #include <sstream>
 
+#include "host/manifest_check.h"
 #include "platform/com.h"
 #include "support/manifest.h"
 #include "support/system.h"
@@ -80,7 +81,21 @@ void ConversionTest::SetUp() {
         "[user]\nsid = 'S-1-5-21-1-2-3-1000'\n[registry]\nhivelist = []\n");
 }
 
-void ConversionTest::TearDown() { SetEnvironment(kMachineVariable, ""); }
+// Whatever a test has converted, its manifests hold only what they may. Wine's XML writer does not
+// escape what it should.
+void ConversionTest::TearDown() {
+    SetEnvironment(kMachineVariable, "");
+    for (const std::string& guid : m_guids) {
+        const std::string manifest = "out/" + guid + "/app.orv";
+        if (!RunsOnWindows() && m_folder.Exists(manifest)) {
+            host::CheckManifest(m_folder.Name(manifest),
+                                {[&](std::uint32_t line, const std::string& words) {
+                                     ADD_FAILURE() << manifest << ": " << line << ": " << words;
+                                 },
+                                 [](const std::u16string& /*file*/) {}});
+        }
+    }
+}
 
 void ConversionTest::UseMachine(std::string_view toml) {
     m_folder.WriteFile("machine.toml", toml);

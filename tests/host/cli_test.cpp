@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -171,6 +172,29 @@ TEST_F(CliTest, WhatCannotBeWrittenIsAFailure) {
     const SRun full = Run({"targets", WriteSample()}, "/dev/full");
     EXPECT_EQ(full.status, 1);
     EXPECT_THAT(full.err, HasSubstr("cannot be written to stdout"));
+}
+
+TEST_F(CliTest, VerifyTellsWhatIsNotAsItWasConverted) {
+    ASSERT_EQ(Run({"convert", WriteSample(), "out/app.orv", "--sums"}).status, 0);
+    const SRun good = Run({"verify", "out"});
+    EXPECT_EQ(good.status, 0);
+    EXPECT_EQ(good.err, "2 manifests, 3 items, 6 files, 0 problems\n");
+    const std::string folder = m_folder.Path("out/" + std::string(kGuid)).native();
+    EXPECT_EQ(std::system(("cd '" + folder + "' && sha256sum -c --quiet SHA256SUMS").c_str()), 0);
+
+    m_folder.WriteFile("out/" + std::string(kGuid) + "/SystemDrive/App/a.txt", "other");
+    m_folder.WriteFile("out/" + std::string(kGuid) + "/odd\ncas2orv: x");
+    fs::remove(m_folder.Path("out/" + std::string(kOtherGuid) + "/app.orv"));
+    const SRun bad = Run({"verify", Manifest(kGuid), "out/" + std::string(kOtherGuid), "gone"});
+    EXPECT_EQ(bad.status, 1);
+    for (const char* const words : {"/App/a.txt': the file has other bytes than in SHA256SUMS\n",
+                                    "odd\xEF\xBF\xBD"
+                                    "cas2orv: x': no item of the manifest names this file\n",
+                                    "': there is no manifest in this folder of a target\n",
+                                    "/gone': there is no such manifest or folder\n"}) {
+        EXPECT_THAT(bad.err, HasSubstr(words));
+    }
+    EXPECT_EQ(Run({"verify"}).status, 2);
 }
 
 TEST_F(CliTest, MachineDescriptionCanBeGivenBack) {

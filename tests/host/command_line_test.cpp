@@ -47,6 +47,8 @@ TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
         {{"convert", "a", "b", "--log", "x", "--log", "y"}, "--log is given more than once"},
         {{"convert", "a", "b", "--progress", "fast"}, "--progress takes auto, plain or none"},
         {{"convert", "a", "b", "--json=yes"}, "--json takes no value"},
+        {{"convert", "a", "b", "--sums=yes"}, "--sums takes no value"},
+        {{"verify"}, "verify needs a path"},
         {{"convert", "a", ""}, "OUT.orv is empty"},
         {{"convert", "a", "b", "--machine="}, "--machine needs a value behind it"},
     };
