@@ -22,9 +22,9 @@ constexpr const char* kFooter =
 
 constexpr const char* kConvertFooter =
     "For an OUT.orv of FOLDER/NAME, the manifest of a target becomes FOLDER/{GUID}/NAME,\n"
-    "with its payload beside it. stdout has a line for each target: GUID, tab, path of the\n"
-    "manifest. Paths are those of this system; a Windows path (X:\\... or \\\\server\\share\\...)\n"
-    "is taken as it is.\n"
+    "with its payload beside it. All of them are moved there at the end, or none is. stdout\n"
+    "has a line for each target: GUID, tab, path of the manifest. Paths are those of this\n"
+    "system; a Windows path (X:\\... or \\\\server\\share\\...) is taken as it is.\n"
     "\n"
     "Example: cas2orv convert capture/App.profile out/app.orv --log out/log.html\n"
     "\n"
@@ -51,8 +51,8 @@ constexpr const char* kVerifyFooter =
     "Exit status: 0 all is good; 1 there are problems; 2 wrong arguments.";
 
 constexpr const char* kConvertUsage =
-    "cas2orv convert PROFILE OUT.orv [--log FILE] [--machine FILE] [--progress auto|plain|none] "
-    "[--sums] [--json]";
+    "cas2orv convert PROFILE OUT.orv [--replace] [--log FILE] [--machine FILE] "
+    "[--progress auto|plain|none] [--sums] [--json]";
 constexpr const char* kTargetsUsage = "cas2orv targets PROFILE [--machine FILE] [--json]";
 constexpr const char* kMachineUsage = "cas2orv machine [--machine FILE]";
 constexpr const char* kVerifyUsage = "cas2orv verify MANIFEST|FOLDER...";
@@ -145,6 +145,10 @@ void CParser::AddConvert() {
     app.add_option("OUT.orv", m_command.output, "Folder and name for the manifests")
         ->required()
         ->type_name("");
+    app.add_flag("--replace", m_command.mayReplace,
+                 "Replace the folders of targets that are there\n"
+                 "already; without, they are an error")
+        ->disable_flag_override();
     app.add_option("--log", m_command.log,
                    "Save the log of this run in FILE, as lines of\n"
                    "HTML in UTF-16, and replace an older one;\n"

@@ -19,6 +19,7 @@ struct SCommand {
     std::string log;
     std::string machine;
     EProgressStyle progress = EProgressStyle::Auto;
+    bool mayReplace = false;
     bool isJson = false;
     bool hasSums = false;            // of convert
     std::vector<std::string> paths;  // of verify

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "host/system.h"
+#include "platform/local_paths.h"
 #include "platform/utf8.h"
 
 namespace host {
@@ -17,6 +18,10 @@ std::string Printable(std::u16string_view text) {
         }
     }
     return platform::Utf16ToUtf8(shown);
+}
+
+std::string Quote(const std::filesystem::path& path) {
+    return "'" + Printable(platform::PathText(path)) + "'";
 }
 
 void Complain(std::string_view message) {

@@ -1,6 +1,7 @@
 // host/console.h - text for stdout and stderr.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -8,6 +9,9 @@ namespace host {
 
 // Converts a text to UTF-8 that has no effect on a terminal: control characters become U+FFFD.
 [[nodiscard]] std::string Printable(std::u16string_view text);
+
+// A path in single quotes, as Printable.
+[[nodiscard]] std::string Quote(const std::filesystem::path& path);
 
 // Writes a message to stderr, after the program's name.
 void Complain(std::string_view message);

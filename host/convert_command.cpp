@@ -3,13 +3,16 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <set>
 #include <system_error>
 
 #include "host/check_sums.h"
 #include "host/console.h"
 #include "host/exit_status.h"
+#include "host/interruption.h"
 #include "host/json.h"
 #include "host/manifest_reader.h"
+#include "host/output_folder.h"
 #include "host/progress_display.h"
 #include "host/run_log.h"
 #include "host/status_text.h"
@@ -23,6 +26,7 @@ namespace host {
 
 namespace {
 
+constexpr std::u16string_view kLogName = u"log.html";
 constexpr std::u16string_view kNoGuid = u"{00000000-0000-0000-0000-000000000000}";
 
 // Global, because the library gives its callback no pointer of the host. Set only while CallLibrary
@@ -30,6 +34,7 @@ constexpr std::u16string_view kNoGuid = u"{00000000-0000-0000-0000-000000000000}
 CProgressDisplay* s_display = nullptr;
 
 std::uint32_t OnProgress(const OrvProgress* root) {
+    CInterruption::Step();
     s_display->Show(*root, std::chrono::steady_clock::now());
     return 0;
 }
@@ -40,10 +45,6 @@ EProgressDisplay ChooseDisplay(EProgressStyle style) {
     }
     return style == EProgressStyle::Auto && HasTerminal() ? EProgressDisplay::Block
                                                           : EProgressDisplay::Lines;
-}
-
-std::string Quote(const std::filesystem::path& path) {
-    return "'" + Printable(platform::PathText(path)) + "'";
 }
 
 std::string Count(std::size_t count, const std::string& what) {
@@ -69,53 +70,66 @@ public:
     int Run();
 
 private:
-    struct SOutput {
-        std::u16string guid;
-        std::filesystem::path manifest;
-    };
-
     [[nodiscard]] int Prepare();
+    [[nodiscard]] int CheckArguments();
+    [[nodiscard]] bool CheckTargets();
     void CallLibrary();
     [[nodiscard]] std::uint32_t CallGuarded(GUID*& targets, std::uint32_t& count);
+    void CheckLog();
     void CheckManifests();
     void WriteSums();
-    [[nodiscard]] std::string CheckManifest(const SOutput& output);
-    [[nodiscard]] std::u16string ManifestName(const std::u16string& guid) const;
+    void Publish();
     void Fail(const std::string& problem);
+    [[nodiscard]] int DecideExit(bool isPrinted) const;
     [[nodiscard]] std::string FormatLines() const;
     [[nodiscard]] std::string FormatJson() const;
 
     const SCommand& m_command;
     std::u16string m_profile;
     std::u16string m_pattern;
+    std::vector<STarget> m_targets;  // of the package
+    COutputFolder m_output;
     CRunLog m_log;
     std::uint32_t m_status = 0;
     SLogSummary m_summary;
     std::size_t m_targetCount = 0;
     std::size_t m_items = 0;
-    std::vector<SOutput> m_outputs;
+    std::vector<std::u16string> m_converted;  // GUIDs, in the order of the profile
+    bool m_hasLosses = false;
     bool m_hasFailed = false;
 };
 
 int CConversion::Run() {
+    // Within the life of the output, which the thread of a signal uses.
+    CInterruption interruption([this] {
+        const bool isRemoved = m_output.Remove();
+        Complain(isRemoved ? "ended by a signal; nothing was changed"
+                           : "ended by a signal; no target was changed");
+    });
     if (const int problem = Prepare()) {
         return problem;
     }
+    interruption.Allow();
     CallLibrary();
-    m_hasFailed = !m_log.Finish(m_summary);
+    interruption.Forbid();
+    CheckLog();
     CheckManifests();
     WriteSums();
-    WriteTerminal(Count(m_targetCount, "target") + ", " + Count(m_items, "item") + ", " +
-                  Count(m_summary.errors, "error") + ", " + Count(m_summary.warnings, "warning") +
-                  '\n');
     if (m_status != 0) {
         Fail(DescribeFailure("convert", m_command.profile, m_status));
     }
-    const bool isPrinted = PrintResult(m_command.isJson ? FormatJson() : FormatLines());
+    Publish();
+    WriteTerminal(Count(m_targetCount, "target") + ", " + Count(m_items, "item") + ", " +
+                  Count(m_summary.errors, "error") + ", " + Count(m_summary.warnings, "warning") +
+                  '\n');
+    return DecideExit(PrintResult(m_command.isJson ? FormatJson() : FormatLines()));
+}
+
+int CConversion::DecideExit(bool isPrinted) const {
     if (m_hasFailed || !isPrinted) {
         return kExitFailed;
     }
-    return m_summary.errors == 0 ? kExitDone : kExitHasErrors;
+    return m_summary.errors == 0 && !m_hasLosses ? kExitDone : kExitHasErrors;
 }
 
 void CConversion::Fail(const std::string& problem) {
@@ -123,9 +137,28 @@ void CConversion::Fail(const std::string& problem) {
     m_hasFailed = true;
 }
 
-// Checks the arguments and opens the log. Returns 0, or the exit status when the conversion cannot
-// begin.
+// Makes sure that the conversion can begin. Returns 0, or the exit status.
 int CConversion::Prepare() {
+    if (const int problem = CheckArguments()) {
+        return problem;
+    }
+    if (!CheckTargets()) {
+        return kExitFailed;
+    }
+    SOutputRequest request{
+        m_pattern, platform::LocalPath(m_command.profile), {}, {}, m_command.mayReplace};
+    if (!m_command.log.empty()) {
+        request.log = platform::LocalPath(m_command.log);
+    }
+    for (const STarget& target : m_targets) {
+        request.guids.push_back(target.guid);
+    }
+    const bool isReady =
+        m_output.Prepare(request) && m_log.Open(m_command.log, m_output.GetFile(kLogName));
+    return isReady ? kExitDone : kExitFailed;
+}
+
+int CConversion::CheckArguments() {
     const std::optional<std::u16string> profile = platform::LibraryPath(m_command.profile);
     const std::optional<std::u16string> pattern = platform::LibraryPath(m_command.output);
     if (!profile || !pattern) {
@@ -152,7 +185,25 @@ int CConversion::Prepare() {
         Complain("--log names the profile itself; name another file");
         return kExitUsage;
     }
-    return m_log.Open(m_command.log) ? kExitDone : kExitFailed;
+    return kExitDone;
+}
+
+// Lists the targets, whose folders the output will have.
+bool CConversion::CheckTargets() {
+    m_status = ListTargets(m_profile, m_targets);
+    if (m_status != 0) {
+        Fail(DescribeFailure("convert", m_command.profile, m_status));
+        return false;
+    }
+    std::map<std::u16string, std::size_t> counts;
+    for (const STarget& target : m_targets) {
+        if (++counts[target.guid] == 2) {
+            Complain("several targets have the GUID " + Printable(target.guid) +
+                     "; the manifest of the last one is made, and the others are lost");
+            m_hasLosses = true;
+        }
+    }
+    return true;
 }
 
 void CConversion::CallLibrary() {
@@ -170,95 +221,99 @@ void CConversion::CallLibrary() {
         // After a failed conversion, a target that was not reached has an empty GUID.
         const std::u16string guid = platform::GuidToText(targets[i]);
         if (m_status == 0 || guid != kNoGuid) {
-            m_outputs.push_back({guid, platform::LocalPath(ManifestName(guid))});
+            m_converted.push_back(guid);
         }
     }
 }
 
 // The library throws a status if the account does not have the privileges for loading a hive.
 std::uint32_t CConversion::CallGuarded(GUID*& targets, std::uint32_t& count) {
-    const std::u16string log = m_log.GetLibraryPath();
+    const std::u16string pattern = m_output.GetPattern();
+    const std::u16string log = m_output.GetFile(kLogName);
     try {
-        return CasToOrvW(Chars(m_profile), Chars(m_pattern), Chars(log), &targets, &count,
+        return CasToOrvW(Chars(m_profile), Chars(pattern), Chars(log), &targets, &count,
                          &OnProgress);
     } catch (int status) {
         return static_cast<std::uint32_t>(status);
     }
 }
 
+// Shows what the log has. A full disk fails the whole, so it is told first, and once.
+void CConversion::CheckLog() {
+    m_summary = m_log.Count();
+    if (m_summary.unwritten != 0) {
+        Fail("the disk of " + Quote(m_command.output) +
+             " is full: " + Count(m_summary.unwritten, "file") + " could not be written");
+    }
+    m_log.Show();
+    if (!m_summary.isComplete) {
+        const std::error_code error = m_output.TryWriting();
+        Fail("errors and warnings may be missing, since the log cannot be written" +
+             (error ? ": " + DescribeError(error) : "; see whether the disk is full"));
+    }
+}
+
+// Reads the manifests, because the library does not report one that it could not save.
 void CConversion::CheckManifests() {
-    // Targets with the same GUID have the same manifest, that of the last of them.
-    std::map<std::u16string, bool> isSaved;
-    for (const SOutput& output : m_outputs) {
-        if (isSaved.count(output.guid) != 0) {
+    std::set<std::u16string> checked;
+    for (const std::u16string& guid : m_converted) {
+        // Targets with the same GUID have the same manifest.
+        if (!checked.insert(guid).second) {
             continue;
         }
-        const std::string problem = CheckManifest(output);
-        isSaved[output.guid] = problem.empty();
-        if (!problem.empty()) {
-            Fail("target " + Printable(output.guid) + ": " + problem);
+        const SManifestSummary summary = ReadManifest(m_output.GetHiddenManifest(guid));
+        m_items += summary.items;
+        if (!summary.isComplete && m_summary.unwritten == 0) {
+            const std::error_code error = m_output.TryWriting();
+            Fail("target " + Printable(guid) + ": the manifest cannot be written" +
+                 (error ? ": " + DescribeError(error) : "; the log may say why"));
         }
     }
-    std::erase_if(m_outputs, [&](const SOutput& output) { return !isSaved[output.guid]; });
 }
 
-// Of each folder of a target that holds a whole manifest.
+// Of each target's folder, while it is hidden.
 void CConversion::WriteSums() {
-    for (const SOutput& output : m_outputs) {
-        const std::string problem =
-            m_command.hasSums ? WriteCheckSums(output.manifest.parent_path()) : "";
+    for (const std::u16string& guid : m_hasFailed || !m_command.hasSums
+                                          ? std::set<std::u16string>()
+                                          : std::set(m_converted.begin(), m_converted.end())) {
+        const std::string problem = WriteCheckSums(m_output.GetHiddenManifest(guid).parent_path());
         if (!problem.empty()) {
-            Fail("target " + Printable(output.guid) + ": " + problem);
+            Fail("target " + Printable(guid) + ": " + problem);
         }
     }
 }
 
-// Returns what is wrong with a manifest; empty when it is whole. The library does not report a
-// manifest that it could not save.
-std::string CConversion::CheckManifest(const SOutput& output) {
-    // In a folder that cannot be written to, an existing manifest is an old one.
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(output.manifest, error) ||
-        !IsWritable(output.manifest.parent_path())) {
-        return "no manifest was saved; see whether " + Quote(output.manifest.parent_path()) +
-               " is a folder that can be written to";
+// Moves everything into place: all targets, or none when anything has failed.
+void CConversion::Publish() {
+    const std::set<std::u16string> unique(m_converted.begin(), m_converted.end());
+    m_hasFailed = m_hasFailed || !m_output.Publish({unique.begin(), unique.end()});
+    if (m_hasFailed) {
+        Complain("no target was changed");
+        m_converted.clear();
     }
-    const SManifestSummary summary = ReadManifest(output.manifest);
-    m_items += summary.items;
-    return summary.isComplete ? ""
-                              : "the manifest " + Quote(output.manifest) +
-                                    " is cut off; see whether the disk is full";
-}
-
-std::u16string CConversion::ManifestName(const std::u16string& guid) const {
-    const std::size_t name = m_pattern.rfind(u'\\') + 1;
-    return m_pattern.substr(0, name) + guid + u'\\' + m_pattern.substr(name);
+    m_hasFailed = !m_log.Publish() || m_hasFailed;
+    static_cast<void>(m_output.Remove());  // tells what stays; the result is whole all the same
 }
 
 std::string CConversion::FormatLines() const {
     std::string lines;
-    for (const SOutput& output : m_outputs) {
-        lines += Printable(output.guid) + '\t' + platform::PathBytes(output.manifest) + '\n';
+    for (const std::u16string& guid : m_converted) {
+        lines += Printable(guid) + '\t' + platform::PathBytes(m_output.GetManifest(guid)) + '\n';
     }
     return lines;
 }
 
 std::string CConversion::FormatJson() const {
-    std::vector<STarget> targets;
-    // Only the enumeration gives the names of targets. If it fails now, the output has none.
-    if (m_outputs.empty() || ListTargets(m_profile, targets) != 0) {
-        targets.clear();
-    }
     CJsonRows rows;
-    auto target = targets.begin();
-    for (const SOutput& output : m_outputs) {
-        const std::u16string manifest = platform::PathText(output.manifest);
-        // Both lists are in the order of the profile; this one may lack some targets.
-        while (target != targets.end() && target->guid != output.guid) {
+    auto target = m_targets.begin();
+    for (const std::u16string& guid : m_converted) {
+        const std::u16string manifest = platform::PathText(m_output.GetManifest(guid));
+        // Both lists are in the order of the profile; the converted ones may lack some.
+        while (target != m_targets.end() && target->guid != guid) {
             ++target;
         }
-        const bool isNamed = target != targets.end();
-        rows.Add({{"guid", output.guid},
+        const bool isNamed = target != m_targets.end();
+        rows.Add({{"guid", guid},
                   {"name", isNamed ? target->name : std::nullopt},
                   {"manifest", manifest}});
         target += isNamed ? 1 : 0;

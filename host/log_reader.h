@@ -11,7 +11,8 @@ namespace host {
 struct SLogSummary {
     std::size_t errors = 0;
     std::size_t warnings = 0;
-    bool isComplete = true;  // false when the log was cut off, so that entries may be missing
+    std::size_t unwritten = 0;  // of both, those that are about a full disk; not set by ReadLog
+    bool isComplete = true;     // false when the log was cut off, so that entries may be missing
 };
 
 // Receives one entry, without its HTML.

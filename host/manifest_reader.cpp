@@ -6,7 +6,6 @@
 #include <future>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -54,11 +53,12 @@ SManifestSummary ReadPart(const std::filesystem::path& manifest, std::uint64_t f
 }  // namespace
 
 SManifestSummary ReadManifest(const std::filesystem::path& manifest) {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(manifest, error);
-    if (error) {
+    // Asked of the stream, which also takes the long paths of Windows.
+    std::ifstream file(manifest, std::ios::binary | std::ios::ate);
+    if (!file.is_open()) {
         return {};
     }
+    const auto size = static_cast<std::uint64_t>(file.tellg());
     const std::uint64_t parts = std::max<std::uint64_t>(
         1, std::min<std::uint64_t>(
                {size / kLeastPart, std::thread::hardware_concurrency(), kMaxParts}));

@@ -1,37 +1,43 @@
 // host/run_log.h - the log of one conversion.
 #pragma once
 
+#include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "host/log_reader.h"
-#include "host/system.h"
 
 namespace host {
 
-// The library saves its log to a private file. From there the entries are shown on stderr, and the
-// whole is copied to the file that the user named.
+// The library saves its log to a temporary file. From there the entries are shown on stderr. The
+// file then takes the place of the one that the user named, or is written into it if that is a
+// device or a pipe.
 class CRunLog {
 public:
-    // Creates both files. `argument` names the user's file; empty for none. Its missing folders are
-    // made. False, with the reason on stderr, when one of the files cannot be written.
-    [[nodiscard]] bool Open(const std::string& argument);
+    // Makes the temporary file, which the library knows by the name `temporary`. `argument` names
+    // the user's file, which is not changed yet; empty for none. False, with the reason on stderr,
+    // when one of the files cannot be written.
+    [[nodiscard]] bool Open(const std::string& argument, const std::u16string& temporary);
 
-    // The file into which the library saves its log.
-    [[nodiscard]] std::u16string GetLibraryPath() const;
+    // Counts the entries.
+    [[nodiscard]] SLogSummary Count() const;
+    // Shows the entries on stderr, without those about a full disk.
+    void Show() const;
 
-    // Shows the entries on stderr, counts them and completes the user's file. False, with the
-    // reason on stderr, when entries may be missing or the file cannot be written.
-    [[nodiscard]] bool Finish(SLogSummary& summary);
+    // Has the user's file hold the log. Its missing folders are made. False, with the reason on
+    // stderr, when it cannot be written.
+    [[nodiscard]] bool Publish();
 
 private:
-    [[nodiscard]] bool OpenUserFile(const std::string& argument);
-    void CopyToUserFile(std::ifstream& log);
-    [[nodiscard]] bool CloseUserFile();
+    [[nodiscard]] bool OpenSpecialFile();
+    [[nodiscard]] bool CheckPlace() const;
+    [[nodiscard]] bool HasEntries() const;
+    [[nodiscard]] std::error_code Rename();
+    bool ComplainOf(const std::string& reason) const;
 
-    CPrivateFolder m_folder;
-    std::filesystem::path m_userPath;
-    std::ofstream m_userFile;
+    std::filesystem::path m_temporary;
+    std::filesystem::path m_userPath;  // empty for none
+    std::ofstream m_special;
 };
 
 }  // namespace host

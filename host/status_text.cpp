@@ -29,6 +29,20 @@ constexpr const char* kHiveAdvice =
     "    cas2orv machine > m.toml\n"
     "    cas2orv convert --machine m.toml PROFILE OUT.orv";
 
+// The system's words for a status, in one line, as the reader of the log gives them.
+std::u16string GetWords(std::uint32_t status) {
+    std::u16string words;
+    for (const char16_t unit : platform::SystemErrorText(status)) {
+        if (unit != u'\r') {
+            words += unit == u'\n' ? u' ' : unit;
+        }
+    }
+    while (words.ends_with(u' ')) {
+        words.pop_back();
+    }
+    return words;
+}
+
 const char* Advise(std::uint32_t status, const std::filesystem::path& file) {
     std::error_code error;
     switch (static_cast<int>(status)) {
@@ -49,24 +63,34 @@ const char* Advise(std::uint32_t status, const std::filesystem::path& file) {
     }
 }
 
-// The system's words for a status. Its message ends in a line break and may contain others.
-std::u16string SystemWords(std::uint32_t status) {
-    std::u16string words = platform::SystemErrorText(status);
-    while (!words.empty() && (words.back() == u'\r' || words.back() == u'\n')) {
-        words.pop_back();
-    }
-    for (char16_t& unit : words) {
-        unit = unit == u'\r' || unit == u'\n' ? u' ' : unit;
-    }
-    return words;
-}
-
 }  // namespace
 
 std::string DescribeStatus(std::uint32_t status) {
-    const std::u16string words = SystemWords(status);
+    const std::u16string words = GetWords(status);
     const std::string number = "status " + FormatNumber(status);
     return words.empty() ? number : number + ": " + Printable(words);
+}
+
+std::string DescribeError(const std::error_code& error) {
+    const std::u16string words = error.category() == std::system_category()
+                                     ? GetWords(static_cast<std::uint32_t>(error.value()))
+                                     : u"";
+    return words.empty() ? error.message() : Printable(words);
+}
+
+bool TellsFullDisk(std::u16string_view entry) {
+    constexpr std::uint32_t kHandleDiskFull = 39;
+    while (entry.ends_with(u' ')) {
+        entry.remove_suffix(1);
+    }
+    for (const std::uint32_t status : {std::uint32_t{ERROR_DISK_FULL}, kHandleDiskFull,
+                                       std::uint32_t{ERROR_DISK_QUOTA_EXCEEDED}}) {
+        const std::u16string words = GetWords(status);
+        if (!words.empty() && entry.ends_with(words)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::string DescribeFailure(const std::string& action, const std::string& profile,
@@ -79,7 +103,7 @@ std::string AdviseOnEntry(std::u16string_view entry) {
     // An entry is a text of the host, the hive's path in quotes, and the system's words.
     constexpr std::u16string_view kHive = u"\\InstallRoot.dat'";
     for (const int status : {ERROR_ACCESS_DENIED, ERROR_PRIVILEGE_NOT_HELD}) {
-        const std::u16string words = SystemWords(static_cast<std::uint32_t>(status));
+        const std::u16string words = GetWords(static_cast<std::uint32_t>(status));
         const std::size_t hive = entry.find(kHive);
         if (!words.empty() && hive != std::u16string_view::npos &&
             entry.find(words, hive) != std::u16string_view::npos) {

@@ -4,12 +4,19 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace host {
 
 // "status 2: The system cannot find the file specified."; an HRESULT as "status 0x80070005: ...". A
 // status without a known message is only the number.
 [[nodiscard]] std::string DescribeStatus(std::uint32_t status);
+
+// The words for an error of this system.
+[[nodiscard]] std::string DescribeError(const std::error_code& error);
+
+// Whether an entry of the log, which ends in the words for a status, is about a full disk.
+[[nodiscard]] bool TellsFullDisk(std::u16string_view entry);
 
 // "cannot convert 'a.profile': status 2: ...", and what to do if that is known. `action` is the
 // verb, and `profile` the argument that names the profile.

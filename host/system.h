@@ -1,47 +1,85 @@
-// host/system.h - what the program needs from its operating system: the terminal, temporary files.
-// Each system has a folder of sources.
+// host/system.h - what the program needs from its operating system: the terminal, files in use, the
+// signals that end it. Each system has a folder of sources.
 //
 // Arguments and output are bytes: UTF-8 on Windows, any bytes on POSIX.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <vector>
 
 #include "orvcasconv/orvcasconv.h"
 
 namespace host {
 
-// Whether files can be created in a folder.
-[[nodiscard]] bool IsWritable(const std::filesystem::path& folder);
-
 // Makes `file` the machine description of this process and of the library. False on Windows, where
 // the machine is always the one that the program runs on.
 [[nodiscard]] bool UseMachineFile(const std::string& file);
 
-// The name of the environment variable for the place of temporary files.
-extern const char* const kTemporaryVariable;
+// What follows takes paths of any length, and does not follow a link at their end.
 
-// A folder that only this user (on Windows also the system) can enter, with one file. Both are
-// deleted with the object, and when the process is told to end. At most one object at a time.
-class CPrivateFolder {
+// Whether there is something of that name.
+[[nodiscard]] bool Exists(const std::filesystem::path& path);
+
+// The full paths of what is in a folder; none when it cannot be listed.
+[[nodiscard]] std::vector<std::filesystem::path> ListFolder(const std::filesystem::path& folder);
+
+// Makes a folder, whose parent must exist. A name that is taken is an error. On POSIX only this
+// user can enter a private one. On Windows it has the rights of its parent and does not show,
+// because what is moved out of it later keeps the rights it has got there.
+[[nodiscard]] std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate);
+
+// Removes what has that name, a folder with all that is in it, also what is read-only. Returns
+// whether nothing of that name is left.
+bool RemoveTree(const std::filesystem::path& folder);
+
+// Renames a folder, within a file system. It takes the place of nothing but an empty folder, and on
+// Windows not even of that one.
+[[nodiscard]] std::error_code MoveFolder(const std::filesystem::path& from,
+                                         const std::filesystem::path& to);
+
+// Exchanges two folders in one step. False, with both as they were, where the system cannot.
+[[nodiscard]] bool ExchangeFolders(const std::filesystem::path& left,
+                                   const std::filesystem::path& right);
+
+// Whether a log is to be written into this file as it is, because another file cannot take its
+// place: a device, a pipe, or the file behind stdout.
+[[nodiscard]] bool IsSpecialFile(const std::filesystem::path& file);
+
+// A file that one process at a time can hold. It is held until Release, or until the process ends,
+// however it ends.
+class CHeldFile {
 public:
-    CPrivateFolder() = default;
-    ~CPrivateFolder();
-    CPrivateFolder(const CPrivateFolder&) = delete;
-    CPrivateFolder& operator=(const CPrivateFolder&) = delete;
+    CHeldFile() = default;
+    ~CHeldFile() { Release(); }
+    CHeldFile(const CHeldFile&) = delete;
+    CHeldFile& operator=(const CHeldFile&) = delete;
 
-    // Makes the folder, and the file with `content`. On failure false, and `problem` says why, and
-    // what to do.
-    [[nodiscard]] bool Create(std::string_view content, std::string& problem);
-    // The full path of the file.
-    [[nodiscard]] const std::string& GetFile() const { return m_file; }
+    // Makes the file where it is missing, and holds it. The result is
+    // std::errc::resource_unavailable_try_again when another process holds it, and
+    // std::errc::no_lock_available when the file system has no such locks.
+    // Not called any more once it has succeeded.
+    [[nodiscard]] std::error_code Hold(const std::filesystem::path& file);
+    // Removes the file.
+    void Release();
 
 private:
-    std::string m_folder;
-    std::string m_file;
+    std::filesystem::path m_file;
+    std::intptr_t m_handle = -1;
 };
+
+// From now on `end` is called when the process is told to end (SIGINT, SIGTERM and SIGHUP; on
+// Windows Ctrl-C, Ctrl-Break, a closed console and a shutdown), on a thread of its own and with the
+// exit status for it, 128 and the signal's number. The process goes on when it returns. What the
+// parent process has the program ignore stays ignored. Call it before other threads are started.
+void CatchEndingSignals(void (*end)(int status));
+
+// Ends the process at once: no destructor runs.
+[[noreturn]] void EndProcess(int status);
 
 struct STerminalSize {
     std::size_t columns = 80;

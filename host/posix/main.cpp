@@ -24,8 +24,10 @@ void OccupyStandardStreams() {
 
 int main(int argumentCount, char** arguments) {
     OccupyStandardStreams();
-    // So that writing to a closed pipe fails instead of ending the process.
-    static_cast<void>(signal(SIGPIPE, SIG_IGN));  // fails only for a number that is no signal
+    // So that writing to a closed pipe, or more than a file may have, fails instead of ending the
+    // process. This fails only for a number that is no signal.
+    static_cast<void>(signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(signal(SIGXFSZ, SIG_IGN));
     const int first = argumentCount > 0 ? 1 : 0;
     return host::RunProgram(std::vector<std::string>(arguments + first, arguments + argumentCount));
 }

@@ -1,63 +1,42 @@
 #include "host/system.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <system_error>
-
-#include "host/console.h"
-#include "platform/local_paths.h"
+#include <thread>
 
 namespace host {
-
-const char* const kTemporaryVariable = "TMPDIR";
 
 namespace {
 
 constexpr std::array kEndingSignals = {SIGHUP, SIGINT, SIGTERM};
 
-// The data of the signal handler. The texts are set before `isNeeded` and do not move while it is
-// 1.
-struct SCleanUp {
-    volatile sig_atomic_t isNeeded = 0;
-    const char* file = nullptr;
-    const char* folder = nullptr;
-};
-SCleanUp s_cleanUp;
-
-void RemoveFolder() {
-    if (s_cleanUp.isNeeded != 0) {
-        unlink(s_cleanUp.file);
-        rmdir(s_cleanUp.folder);
-        s_cleanUp.isNeeded = 0;
-    }
-}
-
-// Ends the process as the signal would without a handler: SA_RESETHAND has removed it by now.
-void OnEndingSignal(int number) {
-    RemoveFolder();
-    static_cast<void>(raise(number));
-}
-
-void CatchEndingSignals() {
+// Those of the signals that the parent process does not have ignored, as nohup does.
+sigset_t GetEndingSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
     for (const int number : kEndingSignals) {
-        struct sigaction former {};
-        struct sigaction action {};
-        action.sa_handler = &OnEndingSignal;
-        action.sa_flags = static_cast<int>(SA_RESETHAND);
-        // A signal that the parent process ignores stays ignored, as nohup expects.
-        if (sigaction(number, nullptr, &former) == 0 && former.sa_handler == SIG_DFL) {
-            static_cast<void>(sigaction(number, &action, nullptr));  // cannot fail here
+        struct sigaction present {};
+        if (sigaction(number, nullptr, &present) == 0 && present.sa_handler == SIG_DFL) {
+            sigaddset(&signals, number);
         }
     }
+    return signals;
 }
+
+std::error_code LastError() { return {errno, std::generic_category()}; }
 
 // Writes all bytes; false, with errno, on failure. The interruptions are limited, because a write
 // that is interrupted again and again would never end.
@@ -74,52 +53,128 @@ bool WriteAll(int file, std::string_view bytes) {
     return true;
 }
 
-bool WriteFile(const std::string& name, std::string_view content) {
-    const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (file < 0) {
-        return false;
+// Gives their owner all rights to the folders of a tree, so that what is in them can be removed.
+void Unprotect(const std::filesystem::path& folder) {
+    using std::filesystem::perms;
+    std::error_code error;
+    const auto add = [&](const std::filesystem::path& place) {
+        std::filesystem::permissions(place, perms::owner_all, std::filesystem::perm_options::add,
+                                     error);
+    };
+    add(folder);
+    std::filesystem::recursive_directory_iterator entry(folder, error);
+    for (; entry != std::filesystem::recursive_directory_iterator(); entry.increment(error)) {
+        if (entry->is_directory(error) && !entry->is_symlink(error)) {
+            add(entry->path());
+        }
     }
-    const bool isWritten = WriteAll(file, content);
-    const int error = errno;
-    close(file);
-    errno = error;  // which close() may have changed; the caller reports it
-    return isWritten;
 }
 
 }  // namespace
-
-bool IsWritable(const std::filesystem::path& folder) {
-    return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
-}
 
 bool UseMachineFile(const std::string& file) {
     return setenv("ORVCASCONV_MACHINE", file.c_str(), 1) == 0;
 }
 
-bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
-    const char* const place = std::getenv(kTemporaryVariable);
-    std::error_code error;
-    const std::filesystem::path parent =
-        std::filesystem::absolute(place == nullptr || *place == 0 ? "/tmp" : place, error);
-    m_folder = (parent / "cas2orv-XXXXXX").native();
-    bool isMade = mkdtemp(m_folder.data()) != nullptr;
-    if (isMade) {
-        m_file = m_folder + "/log.html";
-        s_cleanUp.file = m_file.c_str();
-        s_cleanUp.folder = m_folder.c_str();
-        s_cleanUp.isNeeded = 1;
-        CatchEndingSignals();
-        isMade = WriteFile(m_file, content);
-    }
-    if (!isMade) {
-        problem = "no temporary file can be made in '" + Printable(platform::PathText(parent)) +
-                  "': " + std::strerror(errno) + "; name another place in the variable " +
-                  kTemporaryVariable;
-    }
-    return isMade;
+bool Exists(const std::filesystem::path& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0;
 }
 
-CPrivateFolder::~CPrivateFolder() { RemoveFolder(); }
+std::vector<std::filesystem::path> ListFolder(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> entries;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    for (; entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        entries.push_back(entry->path());
+    }
+    return entries;
+}
+
+std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate) {
+    const mode_t rights = isPrivate ? S_IRWXU : S_IRWXU | S_IRWXG | S_IRWXO;
+    return mkdir(folder.c_str(), rights) == 0 ? std::error_code() : LastError();
+}
+
+bool RemoveTree(const std::filesystem::path& folder) {
+    std::error_code error;
+    std::filesystem::remove_all(folder, error);
+    if (error == std::errc::permission_denied) {
+        Unprotect(folder);
+        std::filesystem::remove_all(folder, error);
+    }
+    return !Exists(folder);
+}
+
+std::error_code MoveFolder(const std::filesystem::path& from, const std::filesystem::path& to) {
+    return rename(from.c_str(), to.c_str()) == 0 ? std::error_code() : LastError();
+}
+
+bool ExchangeFolders(const std::filesystem::path& left, const std::filesystem::path& right) {
+    return renameat2(AT_FDCWD, left.c_str(), AT_FDCWD, right.c_str(), RENAME_EXCHANGE) == 0;
+}
+
+bool IsSpecialFile(const std::filesystem::path& file) {
+    std::error_code error;
+    const std::string name = std::filesystem::absolute(file, error).lexically_normal().native();
+    return name.starts_with("/dev/") || name.starts_with("/proc/") ||
+           std::filesystem::is_other(file, error);
+}
+
+std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
+    for (;;) {
+        const int opened =
+            open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        if (opened < 0) {
+            return LastError();
+        }
+        if (flock(opened, LOCK_EX | LOCK_NB) != 0) {
+            const std::error_code error = LastError();
+            close(opened);
+            const bool isHeld = error == std::errc::resource_unavailable_try_again;
+            return isHeld ? error : make_error_code(std::errc::no_lock_available);
+        }
+        // Whoever held the file before may have removed it meanwhile. Then another one may be
+        // there, which is the one to hold. Each round comes from such a removal.
+        struct stat held {};
+        struct stat named {};
+        if (fstat(opened, &held) == 0 && lstat(file.c_str(), &named) == 0 &&
+            held.st_ino == named.st_ino && held.st_dev == named.st_dev) {
+            m_file = file;
+            m_handle = opened;
+            return {};
+        }
+        close(opened);
+    }
+}
+
+void CHeldFile::Release() {
+    if (m_handle != -1) {
+        unlink(m_file.c_str());  // first, because it is no longer this process's own afterwards
+        close(static_cast<int>(m_handle));
+        m_handle = -1;
+    }
+}
+
+// A thread waits for the signals, and all others have them blocked. So no code runs in the middle
+// of other code, as it would in a signal handler.
+void CatchEndingSignals(void (*end)(int status)) {
+    const sigset_t signals = GetEndingSignals();
+    sigset_t former;
+    pthread_sigmask(SIG_BLOCK, &signals, &former);
+    try {
+        std::thread([signals, end] {
+            for (int number = 0; sigwait(&signals, &number) == 0;) {
+                end(128 + number);
+            }
+        }).detach();
+    } catch (const std::system_error&) {
+        // Without a thread they end the process as usual, and the next run removes what is left.
+        pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    }
+}
+
+void EndProcess(int status) { _exit(status); }
 
 bool HasTerminal() {
     const char* const kind = std::getenv("TERM");

@@ -1,117 +1,187 @@
 #include "host/system.h"
 
-#include <fstream>
-#include <mutex>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
 
-#include "host/console.h"
-#include "platform/answers.h"
-#include "platform/com.h"
-#include "platform/local_paths.h"
-#include "platform/text.h"
-#include "platform/utf8.h"
 #include "platform/windows/win.h"
-// These need windows.h before them.
+// This needs windows.h before it.
 #include <objbase.h>
-#include <sddl.h>
 
 namespace host {
 
-const char* const kTemporaryVariable = "TMP";
-
 namespace {
 
-// What OnEnd removes. Empty while there is no private folder. Guarded by s_cleanUpMutex, because
-// OnEnd runs on a thread of the system.
-struct SCleanUp {
-    std::filesystem::path file;
-    std::filesystem::path folder;
+void (*s_end)(int status) = nullptr;  // set before OnEnd is called
+
+std::error_code LastError() { return {static_cast<int>(::GetLastError()), std::system_category()}; }
+
+// The number of the signal of POSIX that stands for the same wish.
+int SignalNumber(DWORD kind) {
+    constexpr int kHangUp = 1;
+    constexpr int kInterrupt = 2;
+    constexpr int kTerminate = 15;
+    return kind == CTRL_C_EVENT || kind == CTRL_BREAK_EVENT ? kInterrupt
+           : kind == CTRL_CLOSE_EVENT                       ? kHangUp
+                                                            : kTerminate;
+}
+
+// Called on a thread of the system.
+BOOL WINAPI OnEnd(DWORD kind) {
+    s_end(128 + SignalNumber(kind));
+    if (kind != CTRL_C_EVENT && kind != CTRL_BREAK_EVENT) {
+        // The system ends the process as soon as this returns, and after some seconds in any case.
+        // Meanwhile the program can complete what it has begun to move.
+        Sleep(INFINITE);
+    }
+    return TRUE;
+}
+
+// With the prefix by which Windows takes paths of any length.
+std::filesystem::path Deep(const std::filesystem::path& path) {
+    const std::wstring& text = path.native();
+    if (text.starts_with(LR"(\\?\)")) {
+        return path;
+    }
+    return text.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + text.substr(1) : LR"(\\?\)" + text;
+}
+
+constexpr DWORD kNothing = INVALID_FILE_ATTRIBUTES;
+
+DWORD AttributesOf(const std::filesystem::path& deep) { return GetFileAttributesW(deep.c_str()); }
+
+struct SEntry {
+    std::filesystem::path path;
+    DWORD attributes;
 };
-SCleanUp s_cleanUp;
-std::mutex s_cleanUpMutex;
 
-void RemoveFolder() {
-    const std::lock_guard lock(s_cleanUpMutex);
-    if (!s_cleanUp.folder.empty()) {
-        DeleteFileW(s_cleanUp.file.c_str());
-        RemoveDirectoryW(s_cleanUp.folder.c_str());
-        s_cleanUp = {};
+std::vector<SEntry> ListEntries(const std::filesystem::path& deepFolder) {
+    std::vector<SEntry> entries;
+    WIN32_FIND_DATAW found;
+    HANDLE search = FindFirstFileW((deepFolder / L"*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) {
+        return entries;
     }
-}
-
-// Called on a thread of the system. FALSE lets the process end as usual.
-BOOL WINAPI OnEnd(DWORD /*kind*/) {
-    RemoveFolder();
-    return FALSE;
-}
-
-// Makes a folder that only the running user and the system can enter. The user of a described
-// machine has no meaning here.
-bool MakePrivateFolder(const std::filesystem::path& folder) {
-    const std::u16string rights = u"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;" +
-                                  platform::GetLiveAnswers()->machine.GetUserSid() + u")";
-    SECURITY_ATTRIBUTES security{sizeof(security), nullptr, FALSE};
-    if (ConvertStringSecurityDescriptorToSecurityDescriptorW(
-            platform::ToWide(rights.c_str()), SDDL_REVISION_1, &security.lpSecurityDescriptor,
-            nullptr) == FALSE) {
-        return false;
-    }
-    const bool isMade = CreateDirectoryW(folder.c_str(), &security) != FALSE;
-    LocalFree(security.lpSecurityDescriptor);
-    return isMade;
-}
-
-std::filesystem::path GetTemporaryFolder() {
-    wchar_t buffer[MAX_PATH + 1] = L"";
-    GetTempPathW(MAX_PATH + 1, buffer);
-    return buffer;
+    do {
+        const std::wstring_view name = found.cFileName;
+        if (name != L"." && name != L"..") {
+            entries.push_back({deepFolder / name, found.dwFileAttributes});
+        }
+    } while (FindNextFileW(search, &found) != FALSE);
+    FindClose(search);
+    return entries;
 }
 
 HANDLE Stderr() { return GetStdHandle(STD_ERROR_HANDLE); }
 
 }  // namespace
 
-bool IsWritable(const std::filesystem::path& folder) {
-    HANDLE handle = CreateFileW(folder.c_str(), FILE_ADD_FILE,
-                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) {
-        return false;
-    }
-    CloseHandle(handle);
-    return true;
-}
-
 bool UseMachineFile(const std::string& /*file*/) { return false; }
 
-bool CPrivateFolder::Create(std::string_view content, std::string& problem) {
-    const std::filesystem::path parent = GetTemporaryFolder();
-    GUID guid{};
-    bool isMade = platform::CreateGuid(guid);
-    const std::u16string name = u"cas2orv-" + platform::GuidToText(guid);
-    const std::filesystem::path folder = parent / platform::ToWide(name.c_str());
-    isMade = isMade && MakePrivateFolder(folder);
-    if (isMade) {
-        const std::filesystem::path log = folder / L"log.html";
-        m_folder = platform::PathBytes(folder);
-        m_file = platform::PathBytes(log);
-        {
-            const std::lock_guard lock(s_cleanUpMutex);
-            s_cleanUp = {log, folder};
-        }
-        SetConsoleCtrlHandler(&OnEnd, TRUE);
-        std::ofstream file(log, std::ios::binary);
-        file << content;
-        file.close();
-        isMade = !file.fail();
+bool Exists(const std::filesystem::path& path) { return AttributesOf(Deep(path)) != kNothing; }
+
+std::vector<std::filesystem::path> ListFolder(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> entries;
+    for (const SEntry& entry : ListEntries(Deep(folder))) {
+        entries.push_back(folder / entry.path.filename());
     }
-    if (!isMade) {
-        problem = "no temporary file can be made in '" + Printable(platform::PathText(parent)) +
-                  "'; name another place in the variable " + kTemporaryVariable;
-    }
-    return isMade;
+    return entries;
 }
 
-CPrivateFolder::~CPrivateFolder() { RemoveFolder(); }
+std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate) {
+    const std::filesystem::path deep = Deep(folder);
+    if (CreateDirectoryW(deep.c_str(), nullptr) == FALSE) {
+        return LastError();
+    }
+    if (isPrivate) {
+        SetFileAttributesW(deep.c_str(), FILE_ATTRIBUTE_HIDDEN);  // it serves without, too
+    }
+    return {};
+}
+
+bool RemoveTree(const std::filesystem::path& folder) {
+    // A folder stands before what is in it.
+    std::vector<SEntry> entries = {{Deep(folder), AttributesOf(Deep(folder))}};
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        constexpr DWORD kLinkOrFolder = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+        const SEntry entry = entries[i];
+        if (entry.attributes != kNothing &&
+            (entry.attributes & kLinkOrFolder) == FILE_ATTRIBUTE_DIRECTORY) {
+            const std::vector<SEntry> inside = ListEntries(entry.path);
+            entries.insert(entries.end(), inside.begin(), inside.end());
+        }
+    }
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        if ((entry->attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+            SetFileAttributesW(entry->path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        }
+        if ((entry->attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+            RemoveDirectoryW(entry->path.c_str());
+        } else {
+            DeleteFileW(entry->path.c_str());
+        }
+    }
+    return !Exists(folder);
+}
+
+std::error_code MoveFolder(const std::filesystem::path& from, const std::filesystem::path& to) {
+    // A scanner may have a new file open for a moment, and no folder above an open file can move.
+    constexpr int kMaxTries = 20;
+    constexpr DWORD kPause = 100;  // milliseconds
+    for (int tries = 1; MoveFileExW(Deep(from).c_str(), Deep(to).c_str(), 0) == FALSE; ++tries) {
+        const std::error_code error = LastError();
+        const bool isOpen =
+            error.value() == ERROR_ACCESS_DENIED || error.value() == ERROR_SHARING_VIOLATION;
+        if (!isOpen || tries == kMaxTries || Exists(to)) {
+            return error;
+        }
+        Sleep(kPause);
+    }
+    return {};
+}
+
+bool ExchangeFolders(const std::filesystem::path& /*left*/,
+                     const std::filesystem::path& /*right*/) {
+    return false;
+}
+
+bool IsSpecialFile(const std::filesystem::path& file) {
+    std::error_code error;
+    return std::filesystem::is_other(file, error);
+}
+
+std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
+    HANDLE handle = CreateFileW(Deep(file).c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_ALWAYS,
+                                FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        const std::error_code error = LastError();
+        return error.value() == ERROR_SHARING_VIOLATION
+                   ? make_error_code(std::errc::resource_unavailable_try_again)
+                   : error;
+    }
+    m_file = file;
+    m_handle = reinterpret_cast<std::intptr_t>(handle);
+    return {};
+}
+
+void CHeldFile::Release() {
+    if (m_handle != -1) {
+        CloseHandle(reinterpret_cast<HANDLE>(m_handle));
+        m_handle = -1;
+    }
+}
+
+void CatchEndingSignals(void (*end)(int status)) {
+    s_end = end;
+    SetConsoleCtrlHandler(&OnEnd, TRUE);
+}
+
+// Not by ExitProcess, which waits for what threads that it has ended may hold.
+void EndProcess(int status) {
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
+    std::abort();
+}
 
 bool HasTerminal() {
     DWORD mode = 0;
