@@ -291,7 +291,10 @@ void CConversion::Publish() {
         Complain("no target was changed");
         m_converted.clear();
     }
-    m_hasFailed = !m_log.Publish() || m_hasFailed;
+    // That of a failed run tells why; one that is cut off is worse than an older one.
+    if (m_summary.isComplete) {
+        m_hasFailed = !m_log.Publish() || m_hasFailed;
+    }
     static_cast<void>(m_output.Remove());  // tells what stays; the result is whole all the same
 }
 

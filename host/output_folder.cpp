@@ -75,6 +75,12 @@ bool COutputFolder::Prepare(const SOutputRequest& request) {
     if (!CheckPlaces(request) || !MakeFolders()) {
         return false;
     }
+    if (!m_reserve.Take()) {
+        Complain(
+            "the process may not have enough files open; raise its limit. Nothing was "
+            "converted");
+        return false;
+    }
     RemoveLeftovers();
     // Last, because others may have put something there until the hidden folder is held.
     return MakeHidden() && CheckNewness(request.guids);
@@ -320,6 +326,7 @@ bool COutputFolder::Remove() {
     // While a conversion is being ended, a step that is in progress may add a file once more.
     constexpr int kMaxTries = 50;
     constexpr std::chrono::milliseconds kPause{20};
+    m_reserve.GiveBack();
     bool isRemoved = !m_isHiddenMade;
     const bool mayRemove = isRemoved || PutBack(m_hidden);
     for (int tries = 0; mayRemove && !isRemoved && tries < kMaxTries; ++tries) {

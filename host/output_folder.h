@@ -94,6 +94,7 @@ private:
     bool m_isHiddenMade = false;
     std::vector<std::filesystem::path> m_made;  // the folders that were missing, the topmost first
     CHeldFile m_lock;
+    CReservedFiles m_reserve;  // for Remove
 };
 
 }  // namespace host

@@ -50,6 +50,23 @@ bool RemoveTree(const std::filesystem::path& folder);
 // place: a device, a pipe, or the file behind stdout.
 [[nodiscard]] bool IsSpecialFile(const std::filesystem::path& file);
 
+// Takes some of the files that the process may have open, so that it can still remove what it has
+// made when all others are in use. Free for use after GiveBack. Windows has no such limit.
+class CReservedFiles {
+public:
+    CReservedFiles() = default;
+    ~CReservedFiles() { GiveBack(); }
+    CReservedFiles(const CReservedFiles&) = delete;
+    CReservedFiles& operator=(const CReservedFiles&) = delete;
+
+    // False when there are too few.
+    [[nodiscard]] bool Take();
+    void GiveBack();
+
+private:
+    std::vector<int> m_files;
+};
+
 // A file that one process at a time can hold. It is held until Release, or until the process ends,
 // however it ends.
 class CHeldFile {

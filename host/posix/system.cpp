@@ -121,6 +121,25 @@ bool IsSpecialFile(const std::filesystem::path& file) {
            std::filesystem::is_other(file, error);
 }
 
+bool CReservedFiles::Take() {
+    constexpr std::size_t kCount = 16;  // a tree is removed with one for each level
+    while (m_files.size() < kCount) {
+        const int file = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (file < 0) {
+            return false;
+        }
+        m_files.push_back(file);
+    }
+    return true;
+}
+
+void CReservedFiles::GiveBack() {
+    for (const int file : m_files) {
+        close(file);
+    }
+    m_files.clear();
+}
+
 std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
     for (;;) {
         const int opened =

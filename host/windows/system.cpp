@@ -151,6 +151,10 @@ bool IsSpecialFile(const std::filesystem::path& file) {
     return std::filesystem::is_other(file, error);
 }
 
+bool CReservedFiles::Take() { return true; }
+
+void CReservedFiles::GiveBack() {}
+
 std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
     HANDLE handle = CreateFileW(Deep(file).c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_ALWAYS,
                                 FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);

@@ -17,7 +17,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -67,13 +66,10 @@ protected:
     [[nodiscard]] std::string Manifest(std::string_view guid) const {
         return m_folder.Path("out/" + std::string(guid) + "/app.orv").native();
     }
-    [[nodiscard]] bool HasLeftovers() const { return !fs::is_empty(m_folder.Path("tmp")); }
 
     CTempFolder m_folder;
 
 private:
-    void SetUp() override { m_folder.MakeFolder("tmp"); }
-
     [[noreturn]] void Start(std::vector<std::string>& arguments, const char* out) {
         std::vector<char*> words = {const_cast<char*>(CAS2ORV_PROGRAM)};
         for (std::string& argument : arguments) {
@@ -81,7 +77,6 @@ private:
         }
         words.push_back(nullptr);
         unsetenv("ORVCASCONV_MACHINE");
-        setenv("TMPDIR", m_folder.Path("tmp").c_str(), 1);
         const int err = open(m_folder.Path("stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         const int to = open(out, O_WRONLY | O_CREAT | O_TRUNC, 0600);
         if (chdir(m_folder.Path().c_str()) == 0 && dup2(to, STDOUT_FILENO) != -1 &&
@@ -102,7 +97,6 @@ TEST_F(CliTest, ConvertListsManifestsAndCountsItems) {
     EXPECT_THAT(run.err, HasSubstr("\n2 targets, 3 items, 0 errors, 0 warnings\n"));
     EXPECT_TRUE(m_folder.Exists("out/" + std::string(kGuid) + "/app.orv"));
     EXPECT_EQ(m_folder.ReadFile("logs/log.html"), "");
-    EXPECT_FALSE(HasLeftovers());
 }
 
 TEST_F(CliTest, ErrorsOfTheLogAreShownAndSavedAndTold) {
@@ -117,7 +111,7 @@ TEST_F(CliTest, ErrorsOfTheLogAreShownAndSavedAndTold) {
     EXPECT_THAT(run.err, HasSubstr("\n1 target, 1 item, 1 error, 1 warning\n"));
     EXPECT_THAT(m_folder.ReadFile("log.html"), StartsWith(std::string("\xFF\xFE<\0f\0", 6)));
 
-    const SRun full = Run({"convert", profile, "out/app.orv", "--log", "/dev/full"});
+    const SRun full = Run({"convert", profile, "out/app.orv", "--replace", "--log", "/dev/full"});
     EXPECT_EQ(full.status, 1);
     EXPECT_THAT(full.err, HasSubstr("the log '/dev/full' cannot be written: No space left"));
 }
@@ -136,6 +130,9 @@ TEST_F(CliTest, FailuresSayWhatIsWrong) {
     m_folder.WriteFile("file", "<Other/>");
     m_folder.WriteFile("bad.toml", "[system]\nspeed = 1\n");
     const std::string profile = WriteSample();
+    const std::string inTarget = "full/" + std::string(kGuid) + "/log.html";
+    const std::string capture = "package/" + Target().FolderName();
+    m_folder.MakeFolder("full/" + std::string(kGuid));
     const struct {
         std::vector<std::string> arguments;
         int status;
@@ -144,7 +141,10 @@ TEST_F(CliTest, FailuresSayWhatIsWrong) {
         {{"convert", "missing", "out/app.orv"}, 1, "status 2: The system cannot find the file"},
         {{"targets", "package"}, 1, "This is a folder; name the profile file"},
         {{"convert", "file", "out/app.orv"}, 1, "status 1168: Element not found."},
-        {{"convert", profile, "file/app.orv"}, 1, "no manifest was saved"},
+        {{"convert", profile, "file/app.orv"}, 1, "/file' cannot be written: Not a directory"},
+        {{"convert", profile, "full/app.orv"}, 1, "is there already; name another output, or"},
+        {{"convert", profile, "full/app.orv", "--replace", "--log", inTarget}, 1, "the log would"},
+        {{"convert", profile, capture + "/Out/app.orv"}, 1, "is in the captured folder of target"},
         {{"convert", profile, "out/app.orv", "--log", "file/log"}, 1, "nothing was converted"},
         {{"convert", profile, "out/app.orv", "--machine", "bad.toml"}, 1, "speed"},
         {{"convert", profile, "package"}, 2, "is a folder; add a name"},
@@ -158,17 +158,11 @@ TEST_F(CliTest, FailuresSayWhatIsWrong) {
         EXPECT_EQ(run.status, row.status);
         EXPECT_THAT(run.err, HasSubstr(row.message));
         EXPECT_EQ(run.out, "");
-        EXPECT_FALSE(HasLeftovers());
     }
-    EXPECT_FALSE(m_folder.Exists("out"));
+    EXPECT_FALSE(m_folder.Exists("out") || m_folder.Exists(capture + "/Out"));
 }
 
-TEST_F(CliTest, WhatCannotBeWrittenIsAFailure) {
-    m_folder.MakeFolder("out/" + std::string(kGuid) + "/app.orv");
-    const SRun run = Run({"convert", WriteSample(), "out/app.orv"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.err, HasSubstr(std::string("target ") + kGuid + ": no manifest was saved"));
-    EXPECT_THAT(run.out, StartsWith(kOtherGuid));
+TEST_F(CliTest, WhatCannotBeWrittenToStdoutIsAFailure) {
     const SRun full = Run({"targets", WriteSample()}, "/dev/full");
     EXPECT_EQ(full.status, 1);
     EXPECT_THAT(full.err, HasSubstr("cannot be written to stdout"));
@@ -195,6 +189,14 @@ TEST_F(CliTest, VerifyTellsWhatIsNotAsItWasConverted) {
         EXPECT_THAT(bad.err, HasSubstr(words));
     }
     EXPECT_EQ(Run({"verify"}).status, 2);
+}
+
+TEST_F(CliTest, TargetsOfOneGuidAreALoss) {
+    const SRun run = Run({"convert", Write(CTestPackage().Target(Target()).Target(Target())),
+                          "out/app.orv", "--progress=none"});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_THAT(run.err,
+                StartsWith("cas2orv: several targets have the GUID " + std::string(kGuid)));
 }
 
 TEST_F(CliTest, MachineDescriptionCanBeGivenBack) {

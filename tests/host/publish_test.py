@@ -1,0 +1,225 @@
+#!/usr/bin/env python3
+"""What a conversion leaves behind when it is ended, killed, or has no room: the former result or
+the new one, whole.
+
+    publish_test.py CAS2ORV
+"""
+
+import contextlib
+import hashlib
+import os
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+GUIDS = ["0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9", "11111111-2222-3333-4444-555555555555"]
+FILES = 120
+MOMENTS = 50
+PROGRAM = ""
+
+
+def digest(path):
+    """All that a folder or a file holds."""
+    lines = []
+    for file in sorted(path.rglob("*")) if path.is_dir() else [path]:
+        lines.append(f"{file.relative_to(path)} {file.stat().st_mode:o}".encode())
+        lines.append(file.read_bytes() if file.is_file() else b"")
+    return hashlib.sha256(b"\n".join(lines)).hexdigest() if path.exists() else None
+
+
+class PublishTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="orvcasconv-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.out = self.folder / "out"
+        self.log = self.out / "log.html"
+        self.profiles = [self.package("a"), self.package("b")]
+
+    def package(self, name, guids=None, files=FILES):
+        """A package whose targets have files, and neither hive nor rules, which the log tells."""
+        folder = self.folder / name
+        for guid in guids or GUIDS:
+            drive = folder / f"{guid}_1/Device/C"
+            drive.mkdir(parents=True)
+            for number in range(files):
+                (drive / f"{number} {name}").write_bytes(name.encode() * 1000)
+        targets = "".join(f"<Target><Guid>{guid}</Guid><Ver>1</Ver></Target>" for guid in guids or GUIDS)
+        profile = folder / "App.profile"
+        profile.write_text(f"<Package><Targets>{targets}</Targets></Package>")
+        return profile
+
+    def start(self, profile, *options, **more):
+        command = [PROGRAM, "convert", profile, self.out / "app.orv", "--progress=none", *options]
+        return subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                text=True, **more)
+
+    def run_to_end(self, profile, *options, **more):
+        process = self.start(profile, *options, **more)
+        out, err = process.communicate()
+        return process.returncode, out, err
+
+    def convert(self, profile):
+        """Gives the digests of each target and of the log."""
+        status, out, err = self.run_to_end(profile, "--replace", "--log", self.log)
+        self.assertEqual((status, out.count("\n")), (3, len(GUIDS)), err)
+        self.assertFalse(self.hidden())
+        return self.state()
+
+    def places(self):
+        return [self.out / f"{{{guid}}}" for guid in GUIDS]
+
+    def state(self):
+        return [digest(place) for place in [*self.places(), self.log]]
+
+    def hidden(self):
+        return list(self.out.glob(".cas2orv*"))
+
+    @contextlib.contextmanager
+    def small_disk(self, size):
+        """A file system of this size as the folder of the output, for who may mount one."""
+        self.out.mkdir(exist_ok=True)
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size}", "none", self.out],
+                                 capture_output=True, check=False)
+        if mounted.returncode != 0:
+            self.skipTest("nothing can be mounted here")
+        try:
+            yield
+        finally:
+            subprocess.run(["umount", "-l", self.out], check=True)
+
+    def test_a_result_is_the_former_or_the_new_one_at_every_moment(self):
+        states = [self.convert(profile) for profile in self.profiles]
+        begin = time.monotonic()
+        self.convert(self.profiles[0])
+        duration = time.monotonic() - begin
+        present = 0
+        for moment in range(MOMENTS):
+            number = signal.SIGKILL if moment % 2 == 0 else signal.SIGTERM
+            other = 1 - present
+            process = self.start(self.profiles[other], "--replace", "--log", self.log)
+            time.sleep(duration * moment / MOMENTS)
+            process.send_signal(number)
+            err = process.communicate()[1]
+            with self.subTest(moment=moment, err=err, status=process.returncode):
+                after = self.state()
+                for now, *allowed in zip(after, *states):
+                    self.assertIn(now, allowed)
+                if process.returncode == 3:
+                    self.assertEqual(after, states[other])
+                else:
+                    # Before the program has begun, a signal ends it as any other.
+                    self.assertIn(process.returncode, (-number, 128 + number))
+                if process.returncode == 128 + number:
+                    self.assertEqual((after, self.hidden()), (states[present], []))
+                    self.assertIn("nothing was changed", err)
+            # One that was killed may have moved one target and not the other.
+            if after not in states:
+                self.convert(self.profiles[present])
+            elif after == states[other]:
+                present = other
+
+    def test_a_first_run_that_is_ended_leaves_nothing(self):
+        process = self.start(self.profiles[0], "--log", self.folder / "logs/log.html")
+        while not self.hidden():
+            time.sleep(0.001)
+        process.send_signal(signal.SIGINT)
+        err = process.communicate()[1]
+        self.assertEqual(process.returncode, 128 + signal.SIGINT, err)
+        self.assertFalse(self.out.exists() or (self.folder / "logs").exists())
+
+    def test_a_run_puts_back_and_removes_what_a_killed_one_left(self):
+        former = self.convert(self.profiles[0])
+        # As where folders cannot be exchanged: one has been taken away, one replaced.
+        left = self.out / ".cas2orv-AAAAAAAA"
+        for place in self.places():
+            (left / "old").mkdir(parents=True, exist_ok=True)
+            shutil.copytree(place, left / "old" / place.name)
+        shutil.rmtree(self.places()[0])
+        status, _, err = self.run_to_end(self.profiles[1])
+        self.assertEqual(status, 1)
+        self.assertIn("a conversion that was killed had left in", err)
+        self.assertIn("there already", err)
+        self.assertEqual(self.state(), former)
+        self.assertFalse(self.hidden())
+
+    def test_of_two_at_once_one_wins(self):
+        both = [self.start(profile, "--log", self.log) for profile in self.profiles]
+        errs = [process.communicate()[1] for process in both]
+        statuses = [process.returncode for process in both]
+        self.assertEqual(sorted(statuses), [1, 3], errs)
+        winner = self.state()
+        self.assertEqual(winner, self.convert(self.profiles[statuses.index(3)]))
+
+    def test_a_folder_of_the_same_name_in_other_letters_is_replaced(self):
+        new = self.convert(self.profiles[1])
+        self.convert(self.profiles[0])
+        place = self.places()[0]
+        place.rename(place.with_name(place.name.lower()))
+        self.assertEqual(self.convert(self.profiles[1]), new)
+        self.assertEqual(sorted(self.out.iterdir()), sorted([*self.places(), self.log]))
+
+    def test_a_full_disk_leaves_the_former_result(self):
+        with self.small_disk("3m"):
+            states = [self.convert(profile) for profile in self.profiles]
+            failures = 0
+            for room in range(0, 850, 90):
+                filler = self.out / "filler"
+                free = shutil.disk_usage(self.out).free
+                filler.write_bytes(b"x" * max(0, free - room * 1024))
+                status, out, err = self.run_to_end(self.profiles[0], "--replace", "--log", self.log)
+                filler.unlink()
+                with self.subTest(room=room, err=err):
+                    failures += status == 1
+                    if status == 1:
+                        self.assertEqual((self.state(), out), (states[1], ""))
+                        self.assertRegex(err, r"\Acas2orv: .*(full|No space left)")
+                    else:
+                        self.assertEqual((status, self.state()), (3, states[0]))
+                        self.convert(self.profiles[1])
+                    self.assertFalse(self.hidden())
+            self.assertGreater(failures, 2)
+
+    def test_limits_of_a_process_leave_the_former_result(self):
+        states = [self.convert(profile) for profile in self.profiles]
+        cases = [(resource.RLIMIT_FSIZE, size) for size in (0, 500, 5000)]
+        cases += [(resource.RLIMIT_NOFILE, count) for count in (8, 20, 24, 26, 28, 30, 32)]
+        for limit, value in cases:
+            with self.subTest(limit=limit, value=value):
+                status, _, err = self.run_to_end(
+                    self.profiles[0], "--replace", "--log", self.log,
+                    preexec_fn=lambda: resource.setrlimit(limit, (value, value)))
+                self.assertIn(status, (1, 3), err)
+                self.assertFalse(self.hidden())
+                if status == 3:
+                    # A file that is too large or cannot be opened is missing, and told.
+                    if self.state() != states[0]:
+                        self.assertIn("error: Failed to copy file", err)
+                    self.convert(self.profiles[1])
+                self.assertEqual(self.state()[:2], states[1][:2], err)
+
+    def test_all_targets_move_or_none(self):
+        former = self.convert(self.profiles[0])
+        # A folder in which something is mounted cannot be moved.
+        place = self.places()[1]
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "none", place], capture_output=True,
+                                 check=False)
+        if mounted.returncode != 0:
+            self.skipTest("nothing can be mounted here")
+        try:
+            status, out, err = self.run_to_end(self.profiles[1], "--replace")
+        finally:
+            subprocess.run(["umount", "-l", place], check=True)
+        self.assertEqual((status, out, self.state()), (1, "", former), err)
+        self.assertFalse(self.hidden())
+
+
+if __name__ == "__main__":
+    PROGRAM = sys.argv.pop(1)
+    os.environ.pop("ORVCASCONV_MACHINE", None)
+    unittest.main()
