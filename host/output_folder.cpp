@@ -28,12 +28,9 @@ std::u16string Fold(std::u16string text) {
     return text;
 }
 
-// A full path without links, for comparing; it ends in a separator.
+// A full path for comparing; it ends in a separator.
 std::u16string FullText(const std::filesystem::path& path) {
-    std::error_code error;
-    const std::filesystem::path full =
-        std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
-    return Fold(platform::PathText(error ? path : full / ""));
+    return Fold(platform::PathText(FullPath(path) / ""));
 }
 
 // The first name on the way from a folder to what is below it; empty when it is not. Both are texts
@@ -88,12 +85,12 @@ bool COutputFolder::Prepare(const SOutputRequest& request) {
 
 // Neither must a capture get files while it is read, nor may it be replaced.
 bool COutputFolder::CheckPlaces(const SOutputRequest& request) const {
-    const std::u16string package = FullText(request.profile.parent_path());
+    const std::u16string package = FullText(FullPath(request.profile).parent_path());
     const std::u16string folder = FullText(m_folder);
     const std::u16string_view inPackage = NameBelow(package, folder);
     const std::u16string_view inFolder = NameBelow(folder, package);
     const std::u16string log =
-        request.log.empty() ? std::u16string() : FullText(request.log.parent_path());
+        request.log.empty() ? std::u16string() : FullText(FullPath(request.log).parent_path());
     const std::u16string_view logInFolder = NameBelow(folder, log);
     for (const std::u16string& guid : request.guids) {
         // A target's folder in a package is named by its GUID without braces, and its version.

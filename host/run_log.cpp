@@ -128,12 +128,13 @@ bool CRunLog::Publish() {
 std::error_code CRunLog::Rename() {
     std::error_code error;
     std::filesystem::create_directories(m_userPath.parent_path(), error);  // shows below
-    const std::filesystem::path link = std::filesystem::canonical(m_userPath, error);
-    if (!error) {
-        // What the user has made of the file stays: where it is, and who may read it.
-        m_userPath = link;
-        std::filesystem::permissions(m_temporary,
-                                     std::filesystem::status(link, error).permissions(), error);
+    // What the user has made of the file stays: where it is, and who may read it.
+    if (std::filesystem::is_symlink(m_userPath, error)) {
+        m_userPath = FullPath(m_userPath);
+    }
+    const std::filesystem::file_status former = std::filesystem::status(m_userPath, error);
+    if (std::filesystem::is_regular_file(former)) {
+        std::filesystem::permissions(m_temporary, former.permissions(), error);
     }
     std::filesystem::rename(m_temporary, m_userPath, error);
     if (error == std::errc::cross_device_link) {

@@ -46,6 +46,10 @@ bool RemoveTree(const std::filesystem::path& folder);
 [[nodiscard]] bool ExchangeFolders(const std::filesystem::path& left,
                                    const std::filesystem::path& right);
 
+// The full path of what may not exist yet, with links followed. For comparing: on Windows it has
+// the prefix of long paths.
+[[nodiscard]] std::filesystem::path FullPath(const std::filesystem::path& path);
+
 // Whether a log is to be written into this file as it is, because another file cannot take its
 // place: a device, a pipe, or the file behind stdout.
 [[nodiscard]] bool IsSpecialFile(const std::filesystem::path& file);

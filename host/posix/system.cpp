@@ -114,6 +114,13 @@ bool ExchangeFolders(const std::filesystem::path& left, const std::filesystem::p
     return renameat2(AT_FDCWD, left.c_str(), AT_FDCWD, right.c_str(), RENAME_EXCHANGE) == 0;
 }
 
+std::filesystem::path FullPath(const std::filesystem::path& path) {
+    std::error_code error;
+    std::filesystem::path full =
+        std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
+    return error ? path : full;
+}
+
 bool IsSpecialFile(const std::filesystem::path& file) {
     std::error_code error;
     const std::string name = std::filesystem::absolute(file, error).lexically_normal().native();

@@ -146,9 +146,33 @@ bool ExchangeFolders(const std::filesystem::path& /*left*/,
     return false;
 }
 
+std::filesystem::path FullPath(const std::filesystem::path& path) {
+    std::filesystem::path existing = Deep(path);
+    std::filesystem::path rest;
+    // Each round goes up by one name; the root exists.
+    while (!Exists(existing) && existing.has_relative_path()) {
+        rest = rest.empty() ? existing.filename() : existing.filename() / rest;
+        existing = existing.parent_path();
+    }
+    HANDLE handle =
+        CreateFileW(existing.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (handle != INVALID_HANDLE_VALUE) {
+        constexpr DWORD kMaxPath = 32768;
+        std::wstring name(kMaxPath, L'\0');
+        const DWORD length = GetFinalPathNameByHandleW(handle, name.data(), kMaxPath, 0);
+        CloseHandle(handle);
+        if (length != 0 && length < kMaxPath) {
+            name.resize(length);
+            existing = name;
+        }
+    }
+    return rest.empty() ? existing : existing / rest;
+}
+
+// Windows gives the full paths of its devices this prefix.
 bool IsSpecialFile(const std::filesystem::path& file) {
-    std::error_code error;
-    return std::filesystem::is_other(file, error);
+    return file.native().starts_with(LR"(\\.\)");
 }
 
 bool CReservedFiles::Take() { return true; }
