@@ -70,9 +70,9 @@ public:
     int Run();
 
 private:
-    [[nodiscard]] int Prepare();
     [[nodiscard]] int CheckArguments();
     [[nodiscard]] bool CheckTargets();
+    [[nodiscard]] bool Prepare();
     void CallLibrary();
     [[nodiscard]] std::uint32_t CallGuarded(GUID*& targets, std::uint32_t& count);
     void CheckLog();
@@ -100,14 +100,19 @@ private:
 };
 
 int CConversion::Run() {
-    // Within the life of the output, which the thread of a signal uses.
+    if (const int problem = CheckArguments()) {
+        return problem;
+    }
+    if (!CheckTargets()) {
+        return kExitFailed;
+    }
     CInterruption interruption([this] {
         const bool isRemoved = m_output.Remove();
         Complain(isRemoved ? "ended by a signal; nothing was changed"
                            : "ended by a signal; no target was changed");
     });
-    if (const int problem = Prepare()) {
-        return problem;
+    if (!Prepare()) {
+        return kExitFailed;
     }
     interruption.Allow();
     CallLibrary();
@@ -137,27 +142,7 @@ void CConversion::Fail(const std::string& problem) {
     m_hasFailed = true;
 }
 
-// Makes sure that the conversion can begin. Returns 0, or the exit status.
-int CConversion::Prepare() {
-    if (const int problem = CheckArguments()) {
-        return problem;
-    }
-    if (!CheckTargets()) {
-        return kExitFailed;
-    }
-    SOutputRequest request{
-        m_pattern, platform::LocalPath(m_command.profile), {}, {}, m_command.mayReplace};
-    if (!m_command.log.empty()) {
-        request.log = platform::LocalPath(m_command.log);
-    }
-    for (const STarget& target : m_targets) {
-        request.guids.push_back(target.guid);
-    }
-    const bool isReady =
-        m_output.Prepare(request) && m_log.Open(m_command.log, m_output.GetFile(kLogName));
-    return isReady ? kExitDone : kExitFailed;
-}
-
+// Returns 0, or the exit status when the arguments make no sense.
 int CConversion::CheckArguments() {
     const std::optional<std::u16string> profile = platform::LibraryPath(m_command.profile);
     const std::optional<std::u16string> pattern = platform::LibraryPath(m_command.output);
@@ -204,6 +189,19 @@ bool CConversion::CheckTargets() {
         }
     }
     return true;
+}
+
+// Makes the hidden folder and the log in it.
+bool CConversion::Prepare() {
+    SOutputRequest request{
+        m_pattern, platform::LocalPath(m_command.profile), {}, {}, m_command.mayReplace};
+    if (!m_command.log.empty()) {
+        request.log = platform::LocalPath(m_command.log);
+    }
+    for (const STarget& target : m_targets) {
+        request.guids.push_back(target.guid);
+    }
+    return m_output.Prepare(request) && m_log.Open(m_command.log, m_output.GetFile(kLogName));
 }
 
 void CConversion::CallLibrary() {

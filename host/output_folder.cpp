@@ -21,7 +21,7 @@ constexpr std::u16string_view kHiddenStart = u".cas2orv-";
 constexpr std::size_t kTagLength = 8;  // hexadecimal digits
 constexpr char16_t kSeparator = std::filesystem::path::preferred_separator;
 constexpr const char* kKeptFolder = "old";
-constexpr const char* kLockEnd = ".lock";
+constexpr std::u16string_view kLockEnd = u".lock";
 
 std::u16string Fold(std::u16string text) {
     platform::FoldText(text.data(), text.size());
@@ -43,15 +43,20 @@ std::u16string_view NameBelow(std::u16string_view folder, std::u16string_view pa
     return path.substr(0, path.find(kSeparator));
 }
 
-// The name of a hidden folder, if this is the path of one or of the file that belongs to one.
+// The name of a hidden folder, if this is the path of one or of the file that belongs to one; else
+// empty.
 std::u16string HiddenName(const std::filesystem::path& path) {
     const std::u16string name = platform::PathText(path.filename());
-    const bool isOne =
-        name.starts_with(kHiddenStart) && name.size() >= kHiddenStart.size() + kTagLength;
-    const std::u16string end = isOne ? name.substr(kHiddenStart.size() + kTagLength) : u"";
-    return isOne && (end.empty() || end == platform::PathText(kLockEnd))
-               ? name.substr(0, kHiddenStart.size() + kTagLength)
-               : u"";
+    const std::u16string_view view = name;
+    if (!view.starts_with(kHiddenStart)) {
+        return {};
+    }
+    const std::u16string_view tag = view.substr(kHiddenStart.size(), kTagLength);
+    const std::u16string_view end = view.substr(kHiddenStart.size() + tag.size());
+    const bool isOne = tag.size() == kTagLength &&
+                       tag.find_first_not_of(u"0123456789ABCDEF") == tag.npos &&
+                       (end.empty() || end == kLockEnd);
+    return isOne ? name.substr(0, name.size() - end.size()) : u"";
 }
 
 std::filesystem::path LockOf(std::filesystem::path hidden) { return hidden += kLockEnd; }

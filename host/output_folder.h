@@ -40,8 +40,8 @@ public:
     COutputFolder(const COutputFolder&) = delete;
     COutputFolder& operator=(const COutputFolder&) = delete;
 
-    // Checks the request, makes missing folders and the hidden one. False, with nothing changed,
-    // when the output cannot be made; what another process has left is removed all the same.
+    // Checks the request, removes what others have left, makes missing folders and the hidden one.
+    // False when the output cannot be made. What is made is removed by Remove in any case.
     [[nodiscard]] bool Prepare(const SOutputRequest& request);
 
     // The pattern that the library is given instead.
