@@ -29,7 +29,7 @@ def may_include(source, target):
         is_within = floor == "platform" and other_room in ROOMS.get(room, set()) | {room}
         return is_within or (source.startswith("host/windows/") and target == WINDOWS)
     if floor == "host":
-        return other_floor in ("host", "platform")
+        return other_floor in ("host", "reporting", "foundation", "platform")
     return floor == other_floor or LEVELS[other_floor] < LEVELS[floor]
 
 

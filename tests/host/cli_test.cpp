@@ -178,7 +178,7 @@ TEST_F(CliTest, VerifyTellsWhatIsNotAsItWasConverted) {
 
     m_folder.WriteFile("out/" + std::string(kGuid) + "/SystemDrive/App/a.txt", "other");
     m_folder.WriteFile("out/" + std::string(kGuid) + "/odd\ncas2orv: x");
-    fs::remove(m_folder.Path("out/" + std::string(kOtherGuid) + "/app.orv"));
+    std::filesystem::remove(m_folder.Path("out/" + std::string(kOtherGuid) + "/app.orv"));
     const SRun bad = Run({"verify", Manifest(kGuid), "out/" + std::string(kOtherGuid), "gone"});
     EXPECT_EQ(bad.status, 1);
     for (const char* const words : {"/App/a.txt': the file has other bytes than in SHA256SUMS\n",
