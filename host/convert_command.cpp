@@ -75,8 +75,9 @@ private:
     [[nodiscard]] bool Prepare();
     void CallLibrary();
     [[nodiscard]] std::uint32_t CallGuarded(GUID*& targets, std::uint32_t& count);
-    void CheckLog();
-    void CheckManifests();
+    void CheckResult();
+    [[nodiscard]] std::vector<std::u16string> FindUnsaved();
+    void TellCause();
     void WriteSums();
     void Publish();
     void Fail(const std::string& problem);
@@ -117,12 +118,8 @@ int CConversion::Run() {
     interruption.Allow();
     CallLibrary();
     interruption.Forbid();
-    CheckLog();
-    CheckManifests();
+    CheckResult();
     WriteSums();
-    if (m_status != 0) {
-        Fail(DescribeFailure("convert", m_command.profile, m_status));
-    }
     Publish();
     WriteTerminal(Count(m_targetCount, "target") + ", " + Count(m_items, "item") + ", " +
                   Count(m_summary.errors, "error") + ", " + Count(m_summary.warnings, "warning") +
@@ -236,36 +233,52 @@ std::uint32_t CConversion::CallGuarded(GUID*& targets, std::uint32_t& count) {
     }
 }
 
-// Shows what the log has. A full disk fails the whole, so it is told first, and once.
-void CConversion::CheckLog() {
+// Shows what the log has, and finds out what is not whole.
+void CConversion::CheckResult() {
     m_summary = m_log.Count();
-    if (m_summary.unwritten != 0) {
-        Fail("the disk of " + Quote(m_command.output) +
-             " is full: " + Count(m_summary.unwritten, "file") + " could not be written");
+    const std::vector<std::u16string> unsaved = FindUnsaved();
+    if (m_summary.unwritten != 0 || !m_summary.isComplete || !unsaved.empty()) {
+        TellCause();
     }
     m_log.Show();
     if (!m_summary.isComplete) {
-        const std::error_code error = m_output.TryWriting();
-        Fail("errors and warnings may be missing, since the log cannot be written" +
-             (error ? ": " + DescribeError(error) : "; see whether the disk is full"));
+        Fail("errors and warnings may be missing, since the log is cut off");
+    }
+    for (const std::u16string& guid : unsaved) {
+        Fail("target " + Printable(guid) + ": the manifest could not be written");
+    }
+    if (m_status != 0) {
+        Fail(DescribeFailure("convert", m_command.profile, m_status));
     }
 }
 
-// Reads the manifests, because the library does not report one that it could not save.
-void CConversion::CheckManifests() {
-    std::set<std::u16string> checked;
+// The targets whose manifests are not whole. The library does not report one that it could not
+// save.
+std::vector<std::u16string> CConversion::FindUnsaved() {
+    std::vector<std::u16string> unsaved;
+    std::set<std::u16string> seen;
     for (const std::u16string& guid : m_converted) {
         // Targets with the same GUID have the same manifest.
-        if (!checked.insert(guid).second) {
+        if (!seen.insert(guid).second) {
             continue;
         }
         const SManifestSummary summary = ReadManifest(m_output.GetHiddenManifest(guid));
         m_items += summary.items;
-        if (!summary.isComplete && m_summary.unwritten == 0) {
-            const std::error_code error = m_output.TryWriting();
-            Fail("target " + Printable(guid) + ": the manifest cannot be written" +
-                 (error ? ": " + DescribeError(error) : "; the log may say why"));
+        if (!summary.isComplete) {
+            unsaved.push_back(guid);
         }
+    }
+    return unsaved;
+}
+
+// A full disk fails many things. It is told first, and once.
+void CConversion::TellCause() {
+    const std::error_code error = m_output.TryWriting();
+    if (m_summary.unwritten != 0) {
+        Fail("the disk of " + Quote(m_command.output) +
+             " is full: " + Count(m_summary.unwritten, "file") + " could not be written");
+    } else if (error) {
+        Fail(Quote(m_command.output) + " cannot be written: " + DescribeError(error));
     }
 }
 
