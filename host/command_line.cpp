@@ -18,7 +18,7 @@ constexpr const char* kFooter =
     "'cas2orv COMMAND --help' tells more of a command.\n"
     "\n"
     "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
-    "3 converted, but the log has errors.";
+    "3 not whole: something is lost, or the log has errors.";
 
 constexpr const char* kConvertFooter =
     "For an OUT.orv of FOLDER/NAME, the manifest of a target becomes FOLDER/{GUID}/NAME,\n"
@@ -29,7 +29,7 @@ constexpr const char* kConvertFooter =
     "Example: cas2orv convert capture/App.profile out/app.orv --log out/log.html\n"
     "\n"
     "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
-    "3 converted, but the log has errors.";
+    "3 not whole: something is lost, or the log has errors.";
 
 constexpr const char* kTargetsFooter =
     "stdout has a line for each target: GUID, tab, name.\n"
@@ -50,13 +50,24 @@ constexpr const char* kVerifyFooter =
     "\n"
     "Exit status: 0 all is good; 1 there are problems; 2 wrong arguments.";
 
+constexpr const char* kCheckFooter =
+    "Tells on stderr what cannot be read and what would be lost. stdout has a line for each\n"
+    "target: GUID, tab, name, tab, number of losses.\n"
+    "\n"
+    "Example: cas2orv check capture/App.profile\n"
+    "\n"
+    "Exit status: 0 all would arrive; 1 failed, the message says why; 2 wrong arguments;\n"
+    "3 something would be lost.";
+
 constexpr const char* kConvertUsage =
     "cas2orv convert PROFILE OUT.orv [--replace] [--log FILE] [--machine FILE] "
-    "[--progress auto|plain|none] [--sums] [--json]";
+    "[--record FILE] [--progress auto|plain|none] [--sums] [--strict] [--json]";
+constexpr const char* kCheckUsage =
+    "cas2orv check PROFILE [--machine FILE] [--progress auto|plain|none] [--strict] [--json]";
 constexpr const char* kTargetsUsage = "cas2orv targets PROFILE [--machine FILE] [--json]";
-constexpr const char* kMachineUsage = "cas2orv machine [--machine FILE]";
-constexpr const char* kVerifyUsage = "cas2orv verify MANIFEST|FOLDER...";
-constexpr const char* kCommands = "convert, targets, machine or verify";
+constexpr const char* kMachineUsage = "cas2orv machine [--machine FILE] [--json]";
+constexpr const char* kVerifyUsage = "cas2orv verify MANIFEST|FOLDER... [--json]";
+constexpr const char* kCommands = "convert, check, targets, machine or verify";
 
 // The parser of one command line. It fills the command while it reads.
 class CParser {
@@ -68,8 +79,10 @@ private:
     CLI::App* AddVerb(EVerb verb, const char* name, const char* description, const char* footer);
     void AddProfile(CLI::App& app);
     void AddMachine(CLI::App& app);
-    void AddJson(CLI::App& app, const char* description);
+    void AddJson(CLI::App& app);
+    void AddRun(CLI::App& app);
     void AddConvert();
+    void AddCheck();
 
     [[nodiscard]] std::string GetPath() const;
     [[nodiscard]] std::string GetUsage() const;
@@ -95,18 +108,22 @@ CParser::CParser() {
     m_app.require_subcommand(1);
     m_app.footer(kFooter);
     AddConvert();
+    AddCheck();
     CLI::App* const targets =
         AddVerb(EVerb::Targets, "targets", "List the targets of a package", kTargetsFooter);
     AddProfile(*targets);
     AddMachine(*targets);
-    AddJson(*targets, "Print an array of objects with guid and name");
+    AddJson(*targets);
     CLI::App* const machine = AddVerb(EVerb::Machine, "machine",
                                       "Print the machine description in effect", kMachineFooter);
     AddMachine(*machine);
-    AddVerb(EVerb::Verify, "verify", "Check manifests and their payload", kVerifyFooter)
-        ->add_option("PATH", m_command.paths, "Manifests, and folders with some")
+    AddJson(*machine);
+    CLI::App* const verify =
+        AddVerb(EVerb::Verify, "verify", "Check manifests and their payload", kVerifyFooter);
+    verify->add_option("PATH", m_command.paths, "Manifests, and folders with some")
         ->required()
         ->type_name("MANIFEST|FOLDER");
+    AddJson(*verify);
 }
 
 CLI::App* CParser::AddVerb(EVerb verb, const char* name, const char* description,
@@ -117,6 +134,7 @@ CLI::App* CParser::AddVerb(EVerb verb, const char* name, const char* description
     app->preparse_callback([this, app, verb](std::size_t) {
         m_verb = app;
         m_command.verb = verb;
+        m_command.name = app->get_name();
     });
     return app;
 }
@@ -135,8 +153,11 @@ void CParser::AddMachine(CLI::App& app) {
         ->type_name("FILE");
 }
 
-void CParser::AddJson(CLI::App& app, const char* description) {
-    app.add_flag("--json", m_command.isJson, description)->disable_flag_override();
+void CParser::AddJson(CLI::App& app) {
+    app.add_flag("--json", m_command.isJson,
+                 "Print one JSON object, also when the command\n"
+                 "fails; orvcasconv/json.schema.json describes it")
+        ->disable_flag_override();
 }
 
 void CParser::AddConvert() {
@@ -154,19 +175,37 @@ void CParser::AddConvert() {
                    "HTML in UTF-16, and replace an older one;\n"
                    "without errors and warnings it is empty")
         ->type_name("FILE");
+    app.add_option("--record", m_command.record,
+                   "Save in FILE what became of each captured thing,\n"
+                   "and why, for explain; JSON, one object a line")
+        ->type_name("FILE");
+    AddRun(app);
+    app.add_flag("--sums", m_command.hasSums,
+                 "Write SHA256SUMS beside each manifest, for\n"
+                 "verify and sha256sum -c")
+        ->disable_flag_override();
+}
+
+void CParser::AddCheck() {
+    CLI::App& app = *AddVerb(EVerb::Check, "check",
+                             "Read all that convert would, and write nothing", kCheckFooter);
+    AddProfile(app);
+    AddRun(app);
+}
+
+// The options of the commands that have the library convert.
+void CParser::AddRun(CLI::App& app) {
     AddMachine(app);
     app.add_option("--progress", m_progress,
                    "auto: a display on a terminal, else as plain;\n"
                    "plain: a line for each target and stage; none")
         ->type_name("HOW")
         ->check(CLI::IsMember({"auto", "plain", "none"}).description(""));
-    app.add_flag("--sums", m_command.hasSums,
-                 "Write SHA256SUMS beside each manifest, for\n"
-                 "verify and sha256sum -c")
+    app.add_flag("--strict", m_command.isStrict,
+                 "Count as lost what was not captured at all: a\n"
+                 "target without a hive, or without files")
         ->disable_flag_override();
-    AddJson(app,
-            "Print an array of objects with guid, name and\n"
-            "manifest");
+    AddJson(app);
 }
 
 std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& arguments) {
@@ -199,6 +238,7 @@ std::string CParser::GetUsage() const {
         return "cas2orv COMMAND ...";
     }
     return m_command.verb == EVerb::Convert   ? kConvertUsage
+           : m_command.verb == EVerb::Check   ? kCheckUsage
            : m_command.verb == EVerb::Targets ? kTargetsUsage
            : m_command.verb == EVerb::Machine ? kMachineUsage
                                               : kVerifyUsage;
@@ -233,7 +273,7 @@ std::string CParser::DescribeMissing() const {
                    ? "convert needs two paths: the package's profile file and that of the output"
                : m_command.verb == EVerb::Verify
                    ? "verify needs a path: a manifest, or a folder with some"
-                   : "targets needs a path: the package's profile file";
+                   : m_verb->get_name() + " needs a path: the package's profile file";
     }
     const std::vector<std::string> words = m_app.remaining();
     const std::string start =

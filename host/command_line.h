@@ -7,20 +7,23 @@
 
 namespace host {
 
-enum class EVerb { Convert, Targets, Machine, Verify };
+enum class EVerb { Convert, Check, Targets, Machine, Verify };
 
 enum class EProgressStyle { Auto, Plain, None };
 
 // A command with its arguments as they were written. A text option that was not given is empty.
 struct SCommand {
     EVerb verb = EVerb::Convert;
+    std::string name;  // of the command
     std::string profile;
     std::string output;
     std::string log;
+    std::string record;
     std::string machine;
     EProgressStyle progress = EProgressStyle::Auto;
     bool mayReplace = false;
     bool isJson = false;
+    bool isStrict = false;
     bool hasSums = false;            // of convert
     std::vector<std::string> paths;  // of verify
 };

@@ -10,6 +10,14 @@
 
 namespace host {
 
+namespace {
+
+// Of the run of the program, which has one thread that tells.
+bool s_keepsMessages = false;
+std::vector<SMessage> s_messages;
+
+}  // namespace
+
 std::string Printable(std::u16string_view text) {
     std::u16string shown(text);
     for (char16_t& unit : shown) {
@@ -24,9 +32,20 @@ std::string Quote(const std::filesystem::path& path) {
     return "'" + Printable(platform::PathText(path)) + "'";
 }
 
-void Complain(std::string_view message) {
-    WriteTerminal("cas2orv: " + std::string(message) + '\n');
+void Tell(const SMessage& message, std::string_view line) {
+    WriteTerminal(std::string(line) + '\n');
+    if (s_keepsMessages) {
+        s_messages.push_back(message);
+    }
 }
+
+void Complain(std::string_view message) {
+    Tell({.level = "error", .text = std::string(message)}, "cas2orv: " + std::string(message));
+}
+
+void KeepMessages() { s_keepsMessages = true; }
+
+const std::vector<SMessage>& GetMessages() { return s_messages; }
 
 bool PrintResult(std::string_view result) {
     errno = 0;

@@ -1,9 +1,11 @@
 // host/console.h - text for stdout and stderr.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace host {
 
@@ -13,8 +15,24 @@ namespace host {
 // A path in single quotes, as Printable.
 [[nodiscard]] std::string Quote(const std::filesystem::path& path);
 
-// Writes a message to stderr, after the program's name.
+// What the program tells its user: on stderr, and with --json as part of the result.
+struct SMessage {
+    std::string_view level;  // "error", "warning", "loss" or "missing"
+    std::string text;
+    std::u16string path = {};      // what it is about, if it is one thing
+    std::int64_t status = 0;       // a Windows error number or an HRESULT
+    std::string_view reason = {};  // of the record
+    std::string_view advice = {};
+};
+
+// Writes a line to stderr, and keeps the message if KeepMessages was called.
+void Tell(const SMessage& message, std::string_view line);
+
+// Tells of an error, after the program's name.
 void Complain(std::string_view message);
+
+void KeepMessages();
+[[nodiscard]] const std::vector<SMessage>& GetMessages();
 
 // Writes a result to stdout and flushes it. False, with the reason on stderr, on failure.
 [[nodiscard]] bool PrintResult(std::string_view result);

@@ -1,8 +1,6 @@
 #include "host/convert_command.h"
 
-#include <chrono>
 #include <map>
-#include <memory>
 #include <set>
 #include <system_error>
 
@@ -11,15 +9,15 @@
 #include "host/exit_status.h"
 #include "host/interruption.h"
 #include "host/json.h"
+#include "host/library_run.h"
+#include "host/losses.h"
 #include "host/manifest_reader.h"
 #include "host/output_folder.h"
-#include "host/progress_display.h"
+#include "host/result_file.h"
 #include "host/run_log.h"
 #include "host/status_text.h"
 #include "host/system.h"
 #include "host/target_list.h"
-#include "orvcasconv/orvcasconv.h"
-#include "platform/com.h"
 #include "platform/local_paths.h"
 
 namespace host {
@@ -27,32 +25,14 @@ namespace host {
 namespace {
 
 constexpr std::u16string_view kLogName = u"log.html";
-constexpr std::u16string_view kNoGuid = u"{00000000-0000-0000-0000-000000000000}";
-
-// Global, because the library gives its callback no pointer of the host. Set only while CallLibrary
-// runs.
-CProgressDisplay* s_display = nullptr;
-
-std::uint32_t OnProgress(const OrvProgress* root) {
-    CInterruption::Step();
-    s_display->Show(*root, std::chrono::steady_clock::now());
-    return 0;
-}
-
-EProgressDisplay ChooseDisplay(EProgressStyle style) {
-    if (style == EProgressStyle::None) {
-        return EProgressDisplay::None;
-    }
-    return style == EProgressStyle::Auto && HasTerminal() ? EProgressDisplay::Block
-                                                          : EProgressDisplay::Lines;
-}
+constexpr std::u16string_view kRecordName = u"record.jsonl";
 
 std::string Count(std::size_t count, const std::string& what) {
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
-const OrvChar* Chars(const std::u16string& text) {
-    return reinterpret_cast<const OrvChar*>(text.c_str());
+std::string CountLosses(std::uint64_t count) {
+    return std::to_string(count) + (count == 1 ? " loss" : " losses");
 }
 
 // Whether an argument, which is `path` for the library, can only mean a folder, whether it exists
@@ -66,7 +46,7 @@ bool NamesFolder(const std::string& argument, const std::u16string& path) {
 // One run of the command "convert".
 class CConversion {
 public:
-    explicit CConversion(const SCommand& command) : m_command(command) {}
+    CConversion(const SCommand& command, CJsonWriter& json) : m_command(command), m_json(json) {}
     int Run();
 
 private:
@@ -74,29 +54,31 @@ private:
     [[nodiscard]] bool CheckTargets();
     [[nodiscard]] bool Prepare();
     void CallLibrary();
-    [[nodiscard]] std::uint32_t CallGuarded(GUID*& targets, std::uint32_t& count);
     void CheckResult();
     [[nodiscard]] std::vector<std::u16string> FindUnsaved();
     void TellCause();
     void WriteSums();
     void Publish();
     void Fail(const std::string& problem);
-    [[nodiscard]] int DecideExit(bool isPrinted) const;
+    [[nodiscard]] int DecideExit() const;
     [[nodiscard]] std::string FormatLines() const;
-    [[nodiscard]] std::string FormatJson() const;
+    void WriteJson();
 
     const SCommand& m_command;
+    CJsonWriter& m_json;
     std::u16string m_profile;
     std::u16string m_pattern;
     std::vector<STarget> m_targets;  // of the package
     COutputFolder m_output;
     CRunLog m_log;
+    CResultFile m_record{"record"};
+    CLosses m_losses;
     std::uint32_t m_status = 0;
     SLogSummary m_summary;
     std::size_t m_targetCount = 0;
     std::size_t m_items = 0;
-    std::vector<std::u16string> m_converted;  // GUIDs, in the order of the profile
-    bool m_hasLosses = false;
+    std::map<std::u16string, SManifestSummary> m_manifests;  // by the GUID of the target
+    std::vector<std::u16string> m_converted;                 // GUIDs, in the order of the profile
     bool m_hasFailed = false;
 };
 
@@ -123,15 +105,22 @@ int CConversion::Run() {
     Publish();
     WriteTerminal(Count(m_targetCount, "target") + ", " + Count(m_items, "item") + ", " +
                   Count(m_summary.errors, "error") + ", " + Count(m_summary.warnings, "warning") +
-                  '\n');
-    return DecideExit(PrintResult(m_command.isJson ? FormatJson() : FormatLines()));
+                  ", " + CountLosses(m_losses.GetLosses()) + '\n');
+    if (m_command.isJson) {
+        WriteJson();
+    } else {
+        m_hasFailed = !PrintResult(FormatLines()) || m_hasFailed;
+    }
+    return DecideExit();
 }
 
-int CConversion::DecideExit(bool isPrinted) const {
-    if (m_hasFailed || !isPrinted) {
+int CConversion::DecideExit() const {
+    if (m_hasFailed) {
         return kExitFailed;
     }
-    return m_summary.errors == 0 && !m_hasLosses ? kExitDone : kExitHasErrors;
+    const bool isWhole = m_summary.errors == 0 && m_losses.GetLosses() == 0 &&
+                         (m_losses.GetMissing() == 0 || !m_command.isStrict);
+    return isWhole ? kExitDone : kExitNotWhole;
 }
 
 void CConversion::Fail(const std::string& problem) {
@@ -177,14 +166,6 @@ bool CConversion::CheckTargets() {
         Fail(DescribeFailure("convert", m_command.profile, m_status));
         return false;
     }
-    std::map<std::u16string, std::size_t> counts;
-    for (const STarget& target : m_targets) {
-        if (++counts[target.guid] == 2) {
-            Complain("several targets have the GUID " + Printable(target.guid) +
-                     "; the manifest of the last one is made, and the others are lost");
-            m_hasLosses = true;
-        }
-    }
     return true;
 }
 
@@ -198,39 +179,23 @@ bool CConversion::Prepare() {
     for (const STarget& target : m_targets) {
         request.guids.push_back(target.guid);
     }
-    return m_output.Prepare(request) && m_log.Open(m_command.log, m_output.GetFile(kLogName));
+    return m_output.Prepare(request) &&
+           m_log.Open(m_command.log, platform::LocalPath(m_output.GetFile(kLogName))) &&
+           m_record.Open(m_command.record, platform::LocalPath(m_output.GetFile(kRecordName)));
 }
 
 void CConversion::CallLibrary() {
-    CProgressDisplay display(ChooseDisplay(m_command.progress), &WriteTerminal, &GetTerminalSize,
-                             std::chrono::steady_clock::now());
-    s_display = &display;
-    GUID* targets = nullptr;
-    std::uint32_t count = 0;
-    m_status = CallGuarded(targets, count);
-    display.Clear();
-    s_display = nullptr;
-    const std::unique_ptr<GUID, decltype(&FreeTargets)> owner(targets, &FreeTargets);
-    m_targetCount = count;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        // After a failed conversion, a target that was not reached has an empty GUID.
-        const std::u16string guid = platform::GuidToText(targets[i]);
-        if (m_status == 0 || guid != kNoGuid) {
-            m_converted.push_back(guid);
-        }
-    }
-}
-
-// The library throws a status if the account does not have the privileges for loading a hive.
-std::uint32_t CConversion::CallGuarded(GUID*& targets, std::uint32_t& count) {
-    const std::u16string pattern = m_output.GetPattern();
-    const std::u16string log = m_output.GetFile(kLogName);
-    try {
-        return CasToOrvW(Chars(m_profile), Chars(pattern), Chars(log), &targets, &count,
-                         &OnProgress);
-    } catch (int status) {
-        return static_cast<std::uint32_t>(status);
-    }
+    SLibraryCall call;
+    call.profile = m_profile;
+    call.pattern = m_output.GetPattern();
+    call.log = m_output.GetFile(kLogName);
+    call.record = m_record.GetTemporary();
+    call.isFullRecord = m_command.isJson || !m_command.record.empty();
+    call.progress = m_command.progress;
+    SLibraryResult result = RunLibrary(call);
+    m_status = result.status;
+    m_targetCount = result.targetCount;
+    m_converted = std::move(result.converted);
 }
 
 // Shows what the log has, and finds out what is not whole.
@@ -240,7 +205,11 @@ void CConversion::CheckResult() {
     if (m_summary.unwritten != 0 || !m_summary.isComplete || !unsaved.empty()) {
         TellCause();
     }
-    m_log.Show();
+    if (!m_losses.Read(m_record.GetTemporary(), platform::LocalPath(m_command.profile))) {
+        m_hasFailed = true;
+    }
+    m_log.Show([this](std::uint64_t number) { return m_losses.TellsLogEntry(number); });
+    m_losses.Show();
     if (!m_summary.isComplete) {
         Fail("errors and warnings may be missing, since the log is cut off");
     }
@@ -256,15 +225,15 @@ void CConversion::CheckResult() {
 // save.
 std::vector<std::u16string> CConversion::FindUnsaved() {
     std::vector<std::u16string> unsaved;
-    std::set<std::u16string> seen;
     for (const std::u16string& guid : m_converted) {
         // Targets with the same GUID have the same manifest.
-        if (!seen.insert(guid).second) {
+        const auto [manifest, isNew] = m_manifests.try_emplace(guid);
+        if (!isNew) {
             continue;
         }
-        const SManifestSummary summary = ReadManifest(m_output.GetHiddenManifest(guid));
-        m_items += summary.items;
-        if (!summary.isComplete) {
+        manifest->second = ReadManifest(m_output.GetHiddenManifest(guid));
+        m_items += manifest->second.items;
+        if (!manifest->second.isComplete) {
             unsaved.push_back(guid);
         }
     }
@@ -306,6 +275,8 @@ void CConversion::Publish() {
     if (m_summary.isComplete) {
         m_hasFailed = !m_log.Publish() || m_hasFailed;
     }
+    // The conversion is as whole without its record, which has told why it has no place.
+    static_cast<void>(m_record.Publish());
     static_cast<void>(m_output.Remove());  // tells what stays; the result is whole all the same
 }
 
@@ -317,26 +288,34 @@ std::string CConversion::FormatLines() const {
     return lines;
 }
 
-std::string CConversion::FormatJson() const {
-    CJsonRows rows;
+void CConversion::WriteJson() {
+    m_json.Key("targets");
+    m_json.BeginArray();
     auto target = m_targets.begin();
     for (const std::u16string& guid : m_converted) {
-        const std::u16string manifest = platform::PathText(m_output.GetManifest(guid));
         // Both lists are in the order of the profile; the converted ones may lack some.
         while (target != m_targets.end() && target->guid != guid) {
             ++target;
         }
         const bool isNamed = target != m_targets.end();
-        rows.Add({{"guid", guid},
-                  {"name", isNamed ? target->name : std::nullopt},
-                  {"manifest", manifest}});
+        m_json.BeginObject();
+        WriteTarget(m_json, guid, isNamed ? target->name : std::nullopt);
+        m_json.Key("manifest");
+        m_json.Text(platform::PathText(m_output.GetManifest(guid)));
+        WriteCounts(m_json, "items", m_manifests[guid].counts);
+        WriteCounts(
+            m_json, "leftOut",
+            m_losses.GetLeftOut(static_cast<std::uint64_t>(target - m_targets.begin()) + 1));
+        m_json.EndObject();
         target += isNamed ? 1 : 0;
     }
-    return rows.Finish();
+    m_json.EndArray();
 }
 
 }  // namespace
 
-int RunConvert(const SCommand& command) { return CConversion(command).Run(); }
+int RunConvert(const SCommand& command, CJsonWriter& json) {
+    return CConversion(command, json).Run();
+}
 
 }  // namespace host

@@ -4,8 +4,8 @@
 namespace host {
 
 constexpr int kExitDone = 0;
-constexpr int kExitFailed = 1;     // not all was done
-constexpr int kExitUsage = 2;      // the arguments are wrong
-constexpr int kExitHasErrors = 3;  // converted, but the log has errors
+constexpr int kExitFailed = 1;    // not all was done
+constexpr int kExitUsage = 2;     // the arguments are wrong
+constexpr int kExitNotWhole = 3;  // converted, but something is lost, or the log has errors
 
 }  // namespace host

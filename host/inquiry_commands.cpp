@@ -21,17 +21,20 @@ std::string FormatLines(const std::vector<STarget>& targets) {
     return lines;
 }
 
-std::string FormatJson(const std::vector<STarget>& targets) {
-    CJsonRows rows;
+void WriteJson(const std::vector<STarget>& targets, CJsonWriter& json) {
+    json.Key("targets");
+    json.BeginArray();
     for (const STarget& target : targets) {
-        rows.Add({{"guid", target.guid}, {"name", target.name}});
+        json.BeginObject();
+        WriteTarget(json, target.guid, target.name);
+        json.EndObject();
     }
-    return rows.Finish();
+    json.EndArray();
 }
 
 }  // namespace
 
-int RunTargets(const SCommand& command) {
+int RunTargets(const SCommand& command, CJsonWriter& json) {
     const std::optional<std::u16string> profile = platform::LibraryPath(command.profile);
     if (!profile) {
         Complain("the current folder is gone; name the profile by its full path");
@@ -42,10 +45,21 @@ int RunTargets(const SCommand& command) {
         Complain(DescribeFailure("list the targets of", command.profile, status));
         return kExitFailed;
     }
-    return PrintResult(command.isJson ? FormatJson(targets) : FormatLines(targets)) ? kExitDone
-                                                                                    : kExitFailed;
+    if (command.isJson) {
+        WriteJson(targets, json);
+        return kExitDone;
+    }
+    return PrintResult(FormatLines(targets)) ? kExitDone : kExitFailed;
 }
 
-int RunMachine() { return PrintResult(platform::DescribeMachine()) ? kExitDone : kExitFailed; }
+int RunMachine(const SCommand& command, CJsonWriter& json) {
+    const std::string description = platform::DescribeMachine();
+    if (command.isJson) {
+        json.Key("description");
+        json.Utf8(description);
+        return kExitDone;
+    }
+    return PrintResult(description) ? kExitDone : kExitFailed;
+}
 
 }  // namespace host

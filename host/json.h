@@ -1,31 +1,30 @@
-// host/json.h - JSON output.
+// host/json.h - parts that the JSON of several commands has. docs/json.md describes them.
 #pragma once
 
-#include <initializer_list>
+#include <cstddef>
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "foundation/json_writer.h"
+
 namespace host {
 
-// A text in quotes, in UTF-8. Control characters and unpaired surrogates become "\u" and four
-// digits, so that nothing is lost and a terminal does not react to them.
-[[nodiscard]] std::string JsonText(std::u16string_view text);
+// Begins the object of a command: the version of the form, and the command's name; empty when the
+// arguments name none.
+void BeginJson(CJsonWriter& json, std::string_view command);
 
-// An array of objects, one on a line, built row by row.
-class CJsonRows {
-public:
-    struct SField {
-        std::string_view name;                    // must need no escapes
-        std::optional<std::u16string_view> text;  // without a value: null
-    };
+// Writes the members "guid" and "name" of a target; null for a target without a name.
+void WriteTarget(CJsonWriter& json, const std::u16string& guid,
+                 const std::optional<std::u16string>& name);
 
-    void Add(std::initializer_list<SField> fields);
-    // Returns the whole array and a line end.
-    [[nodiscard]] std::string Finish() const;
+// Writes a member that is an object of counts.
+void WriteCounts(CJsonWriter& json, std::string_view key,
+                 const std::map<std::string, std::uint64_t>& counts);
 
-private:
-    std::string m_rows;
-};
+// Writes the members "status" and "messages": the exit status, and what the program has told.
+void WriteEnd(CJsonWriter& json, int exitStatus);
 
 }  // namespace host

@@ -1,12 +1,18 @@
 #include "host/program.h"
 
+#include <algorithm>
 #include <exception>
+#include <new>
+#include <variant>
 
+#include "foundation/json_writer.h"
+#include "host/check_command.h"
 #include "host/command_line.h"
 #include "host/console.h"
 #include "host/convert_command.h"
 #include "host/exit_status.h"
 #include "host/inquiry_commands.h"
+#include "host/json.h"
 #include "host/system.h"
 #include "host/verify_command.h"
 #include "platform/machine.h"
@@ -17,9 +23,8 @@ namespace {
 
 // Loads the machine description first, so that a bad one is reported before any work.
 bool PrepareMachine(const SCommand& command) {
-    if (!command.machine.empty() && !UseMachineFile(command.machine)) {
-        Complain("--machine is of no use here: the answers are those of this machine itself");
-        return false;
+    if (!command.machine.empty() && !SetVariable("ORVCASCONV_MACHINE", command.machine)) {
+        throw std::bad_alloc();
     }
     std::u16string problem;
     if (platform::LoadMachine(problem) != 0) {
@@ -29,41 +34,66 @@ bool PrepareMachine(const SCommand& command) {
     return true;
 }
 
-int RunCommand(const SCommand& command) {
+int RunCommand(const SCommand& command, CJsonWriter& json) {
     if (!PrepareMachine(command)) {
         return kExitFailed;
     }
     switch (command.verb) {
         case EVerb::Convert:
-            return RunConvert(command);
+            return RunConvert(command, json);
+        case EVerb::Check:
+            return RunCheck(command, json);
         case EVerb::Targets:
-            return RunTargets(command);
+            return RunTargets(command, json);
         case EVerb::Machine:
-            return RunMachine();
+            return RunMachine(command, json);
         case EVerb::Verify:
-            return RunVerify(command);
+            return RunVerify(command, json);
     }
     return kExitUsage;
+}
+
+// An exception can come from anywhere, such as for want of memory.
+int RunGuarded(const SCommand& command, CJsonWriter& json) {
+    try {
+        return RunCommand(command, json);
+    } catch (const std::exception& exception) {
+        Complain(exception.what());
+        json.Clear();
+        BeginJson(json, command.name);
+        return kExitFailed;
+    }
+}
+
+int Reply(const SReply& reply) {
+    if (reply.isError) {
+        Complain(reply.text);
+        return kExitUsage;
+    }
+    return PrintResult(reply.text) ? kExitDone : kExitFailed;
 }
 
 }  // namespace
 
 int RunProgram(const std::vector<std::string>& arguments) {
-    try {
-        const std::variant<SCommand, SReply> parsed = ParseCommandLine(arguments);
-        if (const auto* const command = std::get_if<SCommand>(&parsed)) {
-            return RunCommand(*command);
-        }
-        const auto& reply = std::get<SReply>(parsed);
-        if (reply.isError) {
-            Complain(reply.text);
-            return kExitUsage;
-        }
-        return PrintResult(reply.text) ? kExitDone : kExitFailed;
-    } catch (const std::exception& exception) {
-        Complain(exception.what());
-        return kExitFailed;
+    // Known before the arguments are read, because what is wrong with them is told as JSON too.
+    const bool isJson = std::ranges::find(arguments, "--json") != arguments.end();
+    if (isJson) {
+        KeepMessages();
     }
+    const std::variant<SCommand, SReply> parsed = ParseCommandLine(arguments);
+    const auto* const command = std::get_if<SCommand>(&parsed);
+    CJsonWriter json;
+    BeginJson(json, command == nullptr ? "" : command->name);
+    const int status =
+        command == nullptr ? Reply(std::get<SReply>(parsed)) : RunGuarded(*command, json);
+    const bool isObject = command == nullptr ? isJson && status != kExitDone : command->isJson;
+    if (!isObject) {
+        return status;
+    }
+    WriteEnd(json, status);
+    json.EndObject();
+    return PrintResult(std::string(json.GetBytes()) + '\n') ? status : kExitFailed;
 }
 
 }  // namespace host

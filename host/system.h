@@ -16,9 +16,8 @@
 
 namespace host {
 
-// Makes `file` the machine description of this process and of the library. False on Windows, where
-// the machine is always the one that the program runs on.
-[[nodiscard]] bool UseMachineFile(const std::string& file);
+// Sets a variable of the environment, as the library reads it. False when there is no memory.
+[[nodiscard]] bool SetVariable(const char* name, const std::string& value);
 
 // What follows takes paths of any length, and does not follow a link at their end.
 

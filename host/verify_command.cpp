@@ -63,6 +63,7 @@ std::string Count(std::size_t count, const std::string& what) {
 class CVerification {
 public:
     int Run(const std::vector<std::string>& arguments);
+    void WriteJson(CJsonWriter& json) const;
 
 private:
     void VerifyArgument(const fs::path& path);
@@ -86,7 +87,8 @@ void CVerification::Tell(const fs::path& place, const std::string& words) {
     std::u16string text = platform::PathText(place);
     // What DeepPath puts in front says nothing to people.
     text.erase(0, text.starts_with(uR"(\\?\)") ? 4 : 0);
-    Complain("'" + Printable(text) + "': " + words);
+    host::Tell({.level = "error", .text = words, .path = text},
+               "cas2orv: '" + Printable(text) + "': " + words);
 }
 
 int CVerification::Run(const std::vector<std::string>& arguments) {
@@ -99,6 +101,17 @@ int CVerification::Run(const std::vector<std::string>& arguments) {
     WriteTerminal(Count(m_manifests, "manifest") + ", " + Count(m_items, "item") + ", " +
                   Count(m_files, "file") + ", " + Count(m_problems, "problem") + '\n');
     return m_problems == 0 ? kExitDone : kExitFailed;
+}
+
+void CVerification::WriteJson(CJsonWriter& json) const {
+    const auto write = [&json](std::string_view key, std::size_t count) {
+        json.Key(key);
+        json.Number(static_cast<std::int64_t>(count));
+    };
+    write("manifests", m_manifests);
+    write("items", m_items);
+    write("files", m_files);
+    write("problems", m_problems);
 }
 
 void CVerification::VerifyArgument(const fs::path& path) {
@@ -198,6 +211,13 @@ void CVerification::VerifyManifest(const SFoundFile& manifest, bool isTold,
 
 }  // namespace
 
-int RunVerify(const SCommand& command) { return CVerification().Run(command.paths); }
+int RunVerify(const SCommand& command, CJsonWriter& json) {
+    CVerification verification;
+    const int status = verification.Run(command.paths);
+    if (command.isJson) {
+        verification.WriteJson(json);
+    }
+    return status;
+}
 
 }  // namespace host

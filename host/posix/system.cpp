@@ -72,8 +72,8 @@ void Unprotect(const std::filesystem::path& folder) {
 
 }  // namespace
 
-bool UseMachineFile(const std::string& file) {
-    return setenv("ORVCASCONV_MACHINE", file.c_str(), 1) == 0;
+bool SetVariable(const char* name, const std::string& value) {
+    return setenv(name, value.c_str(), 1) == 0;
 }
 
 bool Exists(const std::filesystem::path& path) {

@@ -77,7 +77,12 @@ HANDLE Stderr() { return GetStdHandle(STD_ERROR_HANDLE); }
 
 }  // namespace
 
-bool UseMachineFile(const std::string& /*file*/) { return false; }
+// The environment of the process itself, which the library reads. A C run-time has a copy of it,
+// and the program and the library each have a run-time.
+bool SetVariable(const char* name, const std::string& value) {
+    return SetEnvironmentVariableW(platform::ToWide(platform::Utf8ToUtf16(name).c_str()),
+                                   platform::ToWide(platform::Utf8ToUtf16(value).c_str())) != FALSE;
+}
 
 bool Exists(const std::filesystem::path& path) { return AttributesOf(Deep(path)) != kNothing; }
 

@@ -1,9 +1,11 @@
 #include "casmodel/package.h"
 #include "driver/cas_to_orv_converter.h"
 #include "driver/target_information.h"
+#include "foundation/file_system.h"
 #include "orvcasconv/orvcasconv.h"
 #include "platform/com.h"
 #include "platform/files.h"
+#include "platform/local_paths.h"
 #include "platform/machine.h"
 #include "platform/status.h"
 #include "reporting/logger.h"
@@ -31,6 +33,16 @@ int LoadMachineOrLog() {
     return status;
 }
 
+// For as long as it lives, nothing is written but log and record, if ORVCASCONV_CHECK asks for
+// that.
+class CCheck {
+public:
+    CCheck() { SetCheckOnly(!platform::GetPathVariable("ORVCASCONV_CHECK").empty()); }
+    ~CCheck() { SetCheckOnly(false); }
+    CCheck(const CCheck&) = delete;
+    CCheck& operator=(const CCheck&) = delete;
+};
+
 int Convert(const OrvChar* casFile, const CFilePathW& cas, const CFilePathW& orv, GUID** targets,
             std::uint32_t* targetCount, OrvProgressCallback callback, const CFilePathW& log) {
     CProgressEvent root(1, nullptr);
@@ -39,6 +51,7 @@ int Convert(const OrvChar* casFile, const CFilePathW& cas, const CFilePathW& orv
     CRecordSession record;
     int status = LoadMachineOrLog();
     if (status == ERROR_SUCCESS) {
+        const CCheck check;
         CCasToOrvConverter converter;
         status = converter.Convert(cas, orv, targets, targetCount, &root);
     }

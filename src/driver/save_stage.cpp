@@ -41,6 +41,9 @@ void CCasToOrvConverter::SaveTarget(COrvPackage& package, const CCasTarget& /*ta
     if (CRecord::IsOn()) {
         RecordTakenPlaces(package);
     }
+    if (IsCheckOnly()) {
+        return;
+    }
     // The log does not tell of a manifest that cannot be saved: callers see that it is missing or
     // old.
     static_cast<void>(DeleteFileForce(package.GetManifestPath()));

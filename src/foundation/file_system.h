@@ -9,6 +9,12 @@ namespace platform {
 class CFileCopier;
 }
 
+// Whether the process only checks what a conversion would read: then the three operations below
+// change nothing. The first two do nothing and succeed, and CopyFileOver reads the source to its
+// end.
+void SetCheckOnly(bool isCheckOnly);
+[[nodiscard]] bool IsCheckOnly();
+
 // Makes a folder and all missing folders above it. False for an empty path, for a UNC path without
 // a share, and when a folder cannot be made, for example because a file has its name.
 bool CreateDirectoryChain(const CFilePathW& path);

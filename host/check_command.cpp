@@ -1,0 +1,136 @@
+#include "host/check_command.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "host/console.h"
+#include "host/exit_status.h"
+#include "host/interruption.h"
+#include "host/json.h"
+#include "host/library_run.h"
+#include "host/losses.h"
+#include "host/run_log.h"
+#include "host/status_text.h"
+#include "host/system.h"
+#include "host/target_list.h"
+#include "platform/com.h"
+#include "platform/local_paths.h"
+#include "platform/utf8.h"
+
+namespace host {
+
+namespace {
+
+// A folder for log and record, which only this user can enter. It is removed with the object.
+class CWorkFolder {
+public:
+    CWorkFolder() = default;
+    ~CWorkFolder() { Remove(); }
+    CWorkFolder(const CWorkFolder&) = delete;
+    CWorkFolder& operator=(const CWorkFolder&) = delete;
+
+    // False, with the reason on stderr, when it cannot be made.
+    [[nodiscard]] bool Make() {
+        std::error_code error;
+        const std::filesystem::path place = std::filesystem::temp_directory_path(error);
+        GUID guid{};
+        if (!error && platform::CreateGuid(guid)) {
+            m_folder = place / ("cas2orv-" + platform::Utf16ToUtf8(platform::GuidToText(guid)));
+            error = MakeFolder(m_folder, true);
+        }
+        if (error || m_folder.empty()) {
+            Complain("no temporary folder can be made: " + DescribeError(error));
+            m_folder.clear();
+        }
+        return !m_folder.empty();
+    }
+    void Remove() {
+        if (!m_folder.empty()) {
+            RemoveTree(m_folder);
+        }
+    }
+    [[nodiscard]] std::filesystem::path File(const char* name) const { return m_folder / name; }
+
+private:
+    std::filesystem::path m_folder;
+};
+
+std::u16string LibraryName(const std::filesystem::path& path) {
+    return platform::LibraryPath(platform::PathBytes(path)).value_or(u"");
+}
+
+std::string FormatLines(const std::vector<STarget>& targets, CLosses& losses) {
+    std::string lines;
+    std::uint64_t number = 0;
+    for (const STarget& target : targets) {
+        lines += Printable(target.guid) + '\t' + Printable(target.name.value_or(u"")) + '\t' +
+                 std::to_string(losses.GetLosses(++number)) + '\n';
+    }
+    return lines;
+}
+
+void WriteJson(const std::vector<STarget>& targets, CLosses& losses, CJsonWriter& json) {
+    json.Key("targets");
+    json.BeginArray();
+    std::uint64_t number = 0;
+    for (const STarget& target : targets) {
+        ++number;
+        json.BeginObject();
+        WriteTarget(json, target.guid, target.name);
+        json.Key("losses");
+        json.Number(static_cast<std::int64_t>(losses.GetLosses(number)));
+        WriteCounts(json, "leftOut", losses.GetLeftOut(number));
+        json.EndObject();
+    }
+    json.EndArray();
+}
+
+}  // namespace
+
+int RunCheck(const SCommand& command, CJsonWriter& json) {
+    const std::optional<std::u16string> profile = platform::LibraryPath(command.profile);
+    if (!profile) {
+        Complain("the current folder is gone; name the profile by its full path");
+        return kExitFailed;
+    }
+    std::vector<STarget> targets;
+    if (const std::uint32_t status = ListTargets(*profile, targets)) {
+        Complain(DescribeFailure("check", command.profile, status));
+        return kExitFailed;
+    }
+    CWorkFolder folder;
+    CInterruption interruption([&folder] { folder.Remove(); });
+    CRunLog log;
+    if (!folder.Make() || !log.Open("", folder.File("log"))) {
+        return kExitFailed;
+    }
+    interruption.Allow();
+    SLibraryCall call;
+    call.profile = *profile;
+    call.pattern = LibraryName(folder.File("check.orv"));
+    call.log = LibraryName(folder.File("log"));
+    call.record = folder.File("record");
+    call.isFullRecord = command.isJson;
+    call.isCheck = true;
+    call.progress = command.progress;
+    const SLibraryResult result = RunLibrary(call);
+    CLosses losses;
+    bool isKnown = losses.Read(call.record, platform::LocalPath(command.profile));
+    log.Show([&losses](std::uint64_t number) { return losses.TellsLogEntry(number); });
+    losses.Show();
+    if (result.status != 0) {
+        Complain(DescribeFailure("check", command.profile, result.status));
+        isKnown = false;
+    }
+    if (command.isJson) {
+        WriteJson(targets, losses, json);
+    } else {
+        isKnown = PrintResult(FormatLines(targets, losses)) && isKnown;
+    }
+    const bool isWhole = log.Count().errors == 0 && losses.GetLosses() == 0 &&
+                         (losses.GetMissing() == 0 || !command.isStrict);
+    return !isKnown ? kExitFailed : isWhole ? kExitDone : kExitNotWhole;
+}
+
+}  // namespace host

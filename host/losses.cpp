@@ -1,0 +1,119 @@
+#include "host/losses.h"
+
+#include <algorithm>
+
+#include "host/console.h"
+#include "host/status_text.h"
+#include "host/system.h"
+#include "platform/local_paths.h"
+#include "platform/status.h"
+#include "reporting/record_reasons.h"
+
+namespace host {
+
+namespace {
+
+// The row of a reason; null for one of a newer version.
+const SReason* FindReason(const std::string& name) {
+    const auto reasons = GetReasons();
+    const auto found = std::ranges::find(reasons, name, &SReason::name);
+    return found == reasons.end() ? nullptr : &*found;
+}
+
+bool IsOfRegistry(const SRecordEntry& entry) {
+    return entry.thing == "key" || entry.thing == "value" || entry.thing == "variable";
+}
+
+// The path on this system of a file of the capture, or the path of a key or value. Empty when a
+// line names no place.
+std::u16string PathOf(const SRecordEntry& entry) {
+    if (IsOfRegistry(entry)) {
+        return entry.name.empty() ? entry.source : entry.source + u'\\' + entry.name;
+    }
+    const std::filesystem::path path =
+        entry.source.empty() ? std::filesystem::path() : platform::LocalPath(entry.source);
+    return path.empty() ? entry.source : platform::PathText(path);
+}
+
+// What a line tells of, for people.
+std::string SubjectOf(const SRecordEntry& entry, const std::u16string& path) {
+    if (!entry.source.empty()) {
+        const std::string quoted = "'" + Printable(path) + "'";
+        const std::string line = entry.line == 0 ? "" : ", line " + std::to_string(entry.line);
+        return (IsOfRegistry(entry) ? entry.thing + ' ' + quoted : quoted) + line;
+    }
+    if (!entry.collection.empty()) {
+        return "'" + Printable(entry.target) + "' of " + entry.collection;
+    }
+    return entry.thing;
+}
+
+bool IsFullDisk(std::int64_t status) {
+    return status == ERROR_DISK_FULL || status == HresultFromError(ERROR_DISK_FULL);
+}
+
+}  // namespace
+
+bool CLosses::Read(const std::filesystem::path& record, const std::filesystem::path& profile) {
+    const std::string problem =
+        ReadRecord(record, m_head, [&](const SRecordEntry& entry) { Take(entry, profile); });
+    if (!problem.empty() || m_head.state == "running") {
+        Complain("whether the result is whole is not known: " +
+                 (problem.empty() ? "the record was not completed" : problem));
+        return false;
+    }
+    if (m_head.state != "whole") {
+        Complain("the record is cut off, because the disk is full; what was lost may not be told");
+    }
+    return true;
+}
+
+void CLosses::Take(const SRecordEntry& entry, const std::filesystem::path& profile) {
+    const SReason* const reason = FindReason(entry.reason);
+    if (reason != nullptr && reason->weight == EWeight::Normal) {
+        if (reason->outcome == EOutcome::LeftOut) {
+            ++m_leftOut[entry.in][entry.reason];
+        }
+        return;
+    }
+    m_lossesOf[entry.in] += reason == nullptr || reason->weight == EWeight::Loss ? 1 : 0;
+    if (entry.log != 0) {
+        m_logEntries.insert(entry.log);
+    }
+    std::u16string path = PathOf(entry);
+    std::string subject = SubjectOf(entry, path);
+    if (entry.source.empty() && entry.collection.empty()) {
+        path = platform::PathText(profile);
+        subject = Quote(profile);
+    }
+    m_losses.push_back({entry.reason, std::move(subject), std::move(path), entry.status});
+}
+
+void CLosses::Show() const {
+    std::map<const SReason*, std::size_t> counts;
+    for (const SLoss& loss : m_losses) {
+        const SReason* const reason = FindReason(loss.reason);
+        if (reason == nullptr || IsFullDisk(loss.status)) {
+            continue;
+        }
+        ++counts[reason];
+        const bool isLoss = reason->weight == EWeight::Loss;
+        std::string words = loss.subject + ": " + std::string(reason->sentence);
+        if (loss.status != 0) {
+            words += " (" + DescribeStatus(static_cast<std::uint32_t>(loss.status)) + ')';
+        }
+        Tell({.level = isLoss ? "loss" : "missing",
+              .text = words,
+              .path = loss.path,
+              .status = loss.status,
+              .reason = reason->name,
+              .advice = reason->advice},
+             (isLoss ? "lost: " : "missing: ") + words);
+    }
+    for (const auto& [reason, count] : counts) {
+        WriteTerminal("what to do about " + std::string(reason->name) + ": " +
+                      std::string(reason->advice) + '\n');
+    }
+}
+
+}  // namespace host

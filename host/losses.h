@@ -1,0 +1,60 @@
+// host/losses.h - what a conversion has lost, from its record.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/record_reader.h"
+
+namespace host {
+
+// What the record of one conversion has for its user. Its memory grows with the losses, not with
+// the record.
+class CLosses {
+public:
+    // Reads a record. False, with the reason on stderr, when it does not tell whether the result is
+    // whole. `profile` stands for lines that name no place.
+    [[nodiscard]] bool Read(const std::filesystem::path& record,
+                            const std::filesystem::path& profile);
+
+    // How many things were captured and are not in the result, and how many were not captured. Both
+    // are right even if the disk had no room for their lines.
+    [[nodiscard]] std::uint64_t GetLosses() const { return m_head.losses; }
+    [[nodiscard]] std::uint64_t GetMissing() const { return m_head.missing; }
+    // Those of a target, by its number in the profile, as far as they have lines.
+    [[nodiscard]] std::uint64_t GetLosses(std::uint64_t target) { return m_lossesOf[target]; }
+    // Whether a loss tells what an entry of the log tells; the first entry has the number 1.
+    [[nodiscard]] bool TellsLogEntry(std::uint64_t number) const {
+        return m_logEntries.contains(number);
+    }
+
+    // Shows each on stderr with its path, and for each reason what to do. What a full disk has
+    // caused is left out, because that is told once.
+    void Show() const;
+
+    // How many things of a target were left out for which reason. Only from a full record.
+    using Counts = std::map<std::string, std::uint64_t>;
+    [[nodiscard]] const Counts& GetLeftOut(std::uint64_t target) { return m_leftOut[target]; }
+
+private:
+    void Take(const SRecordEntry& entry, const std::filesystem::path& profile);
+
+    struct SLoss {
+        std::string reason;
+        std::string subject;  // as shown
+        std::u16string path;  // of this system, or of the registry
+        std::int64_t status = 0;
+    };
+
+    SRecordHead m_head;
+    std::vector<SLoss> m_losses;
+    std::set<std::uint64_t> m_logEntries;
+    std::map<std::uint64_t, Counts> m_leftOut;
+    std::map<std::uint64_t, std::uint64_t> m_lossesOf;
+};
+
+}  // namespace host

@@ -1,0 +1,112 @@
+#include "host/result_file.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "host/console.h"
+#include "host/status_text.h"
+#include "host/system.h"
+#include "platform/local_paths.h"
+
+namespace host {
+
+namespace {
+
+// A file of the program's own beside the user's.
+std::filesystem::path Beside(const std::filesystem::path& file) {
+    std::filesystem::path name = ".";
+    name += file.filename();
+    name += ".cas2orv";
+    return file.parent_path() / name;
+}
+
+}  // namespace
+
+bool CResultFile::Open(const std::string& argument, const std::filesystem::path& temporary) {
+    m_temporary = temporary;
+    if (argument.empty()) {
+        return true;
+    }
+    m_userPath = platform::LocalPath(argument);
+    return IsSpecialFile(m_userPath) ? OpenSpecialFile() : CheckPlace();
+}
+
+bool CResultFile::OpenSpecialFile() {
+    m_special.open(m_userPath, std::ios::binary | std::ios::trunc);
+    return m_special.is_open() ||
+           ComplainOf(std::strerror(errno) + std::string("; nothing was converted"));
+}
+
+// Tries what Publish does, so that a file that cannot be written is told before the work.
+bool CResultFile::CheckPlace() const {
+    std::error_code error;
+    std::filesystem::path folder = std::filesystem::absolute(m_userPath, error).parent_path();
+    // Each round goes up by one name; the root exists.
+    while (!Exists(folder) && folder.has_relative_path()) {
+        folder = folder.parent_path();
+    }
+    const std::filesystem::path probe = folder / Beside(m_userPath).filename();
+    errno = 0;
+    const bool isPlace = std::ofstream(probe).is_open();
+    const bool isFile =
+        !std::filesystem::exists(m_userPath, error) ||
+        std::fstream(m_userPath, std::ios::binary | std::ios::in | std::ios::out).is_open();
+    const std::string reason = std::strerror(errno);
+    if (isPlace) {
+        RemoveTree(probe);
+    }
+    return (isPlace && isFile) || ComplainOf(reason + "; nothing was converted");
+}
+
+bool CResultFile::Publish() {
+    if (m_userPath.empty()) {
+        return true;
+    }
+    if (!m_special.is_open()) {
+        const std::error_code error = Rename();
+        return !error || ComplainOf(DescribeError(error));
+    }
+    std::ifstream file(m_temporary, std::ios::binary);
+    // Piece by piece, because `operator<<(streambuf*)` cannot tell a full disk from the end of its
+    // source.
+    std::string piece(std::size_t{64} << 10, '\0');
+    while (m_special.good() && file.good()) {
+        file.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+        m_special.write(piece.data(), file.gcount());
+    }
+    m_special.close();
+    return !m_special.fail() || ComplainOf(std::strerror(errno));
+}
+
+std::error_code CResultFile::Rename() {
+    std::error_code error;
+    std::filesystem::create_directories(m_userPath.parent_path(), error);  // shows below
+    // What the user has made of the file stays: where it is, and who may read it.
+    if (std::filesystem::is_symlink(m_userPath, error)) {
+        m_userPath = FullPath(m_userPath);
+    }
+    const std::filesystem::file_status former = std::filesystem::status(m_userPath, error);
+    if (std::filesystem::is_regular_file(former)) {
+        std::filesystem::permissions(m_temporary, former.permissions(), error);
+    }
+    std::filesystem::rename(m_temporary, m_userPath, error);
+    if (error == std::errc::cross_device_link) {
+        const std::filesystem::path beside = Beside(m_userPath);
+        std::filesystem::copy_file(m_temporary, beside,
+                                   std::filesystem::copy_options::overwrite_existing, error);
+        if (!error) {
+            std::filesystem::rename(beside, m_userPath, error);
+        }
+        if (error) {
+            RemoveTree(beside);
+        }
+    }
+    return error;
+}
+
+bool CResultFile::ComplainOf(const std::string& reason) const {
+    Complain("the " + m_what + ' ' + Quote(m_userPath) + " cannot be written: " + reason);
+    return false;
+}
+
+}  // namespace host
