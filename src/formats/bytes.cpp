@@ -21,6 +21,7 @@ char16_t FromAnsi(std::uint8_t byte) {
 
 }  // namespace
 
+// Not `offset + count <= size`: hostile numbers may make the sum overflow.
 bool CByteReader::Holds(std::size_t offset, std::size_t count) const {
     return offset <= m_bytes.size() && count <= m_bytes.size() - offset;
 }
@@ -49,6 +50,7 @@ CByteReader CByteReader::Part(std::size_t offset, std::size_t count) const {
 }
 
 std::u16string CByteReader::GetAnsiText(std::size_t offset, std::size_t limit) const {
+    // Grows as it is read: `limit` may be a claim of the file.
     std::u16string text;
     for (const std::byte byte : Part(offset, limit).GetBytes()) {
         if (byte == std::byte{0}) {

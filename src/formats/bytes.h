@@ -22,9 +22,9 @@ inline std::uint64_t LoadU64(const std::byte* bytes) {
     return LoadU32(bytes) | static_cast<std::uint64_t>(LoadU32(bytes + 4)) << 32;
 }
 
-// A loan of bytes, read as little-endian numbers and as texts at any offset. A number that is not
-// wholly there reads as 0, which binary formats take for "absent", and a text ends with the bytes
-// at the latest. Copies are cheap; any thread.
+// Borrowed bytes, read as little-endian numbers and as texts at any offset. A number that is not
+// completely inside reads as 0, which binary formats take for "absent". A text ends at the last
+// byte at the latest. So no caller has to check an offset. Copies are cheap; any thread.
 class CByteReader {
 public:
     static constexpr std::size_t kAll = static_cast<std::size_t>(-1);

@@ -11,13 +11,15 @@ namespace formats {
 
 namespace {
 
+// Sizes of the headers, in bytes.
 constexpr std::size_t kDosHeaderSize = 64;
 constexpr std::size_t kFileHeaderSize = 24;  // with the signature before it
 constexpr std::size_t kSectionSize = 40;
 constexpr std::size_t kManagedHeaderSize = 72;
 constexpr std::size_t kTablesHeaderSize = 24;
 constexpr std::size_t kRowCountsSize = 256;  // of the 64 tables that there may be
-// More than a version text and the five streams that there are can take.
+// More than the version text and the five known streams take. So one read gets all of it, and a
+// header that claims to be longer costs no memory.
 constexpr std::size_t kMaxMetadataHeader = 4096;
 constexpr std::size_t kMaxStreamName = 32;
 
@@ -27,10 +29,13 @@ constexpr std::uint32_t kMetadataSignature = 0x424A5342;  // "BSJB"
 constexpr std::uint16_t kOptionalHeader32 = 0x10B;
 constexpr std::uint16_t kOptionalHeader64 = 0x20B;
 
+// The data directory that leads to the managed header, and the number of the table that only an
+// assembly has rows in.
 constexpr std::size_t kManagedDirectory = 14;
 constexpr std::uint64_t kAssemblyTable = 0x20;
 
-// Bytes of a file, as many as there were.
+// A part of a file, without the bytes after the file's end. Its getters give 0 there, and 0 is no
+// signature and no offset of any header below. So nothing here has to test what was read.
 class CFilePart {
 public:
     CFilePart() = default;
@@ -58,6 +63,7 @@ public:
         if (header.Get().GetU32(0) != kImageSignature) {
             return false;
         }
+        // Both sizes come from 16-bit fields, so a hostile file gets at most 2.7 MB read.
         const std::size_t optionalSize = header.Get().GetU16(20);
         const std::size_t sectionsSize = header.Get().GetU16(6) * kSectionSize;
         m_part = CFilePart(file, start + kFileHeaderSize, optionalSize + sectionsSize);
@@ -72,6 +78,7 @@ public:
         for (std::size_t at = 0; at < m_sections.GetSize(); at += kSectionSize) {
             const std::uint32_t start = m_sections.GetU32(at + 12);
             const std::uint32_t size = m_sections.GetU32(at + 16);
+            // Not `address < start + size`: the sum may overflow.
             if (address >= start && address - start < size) {
                 return std::uint64_t{m_sections.GetU32(at + 20)} + (address - start);
             }
@@ -85,6 +92,7 @@ private:
         if (kind != kOptionalHeader32 && kind != kOptionalHeader64) {
             return false;
         }
+        // The count of directories is the field before the first of them.
         const std::size_t directories = kind == kOptionalHeader32 ? 96 : 112;
         if (optional.GetU32(directories - 4) <= kManagedDirectory) {
             return false;
@@ -111,6 +119,7 @@ std::optional<std::uint32_t> FindTables(const CByteReader& metadata) {
         if (name == u"#~" || name == u"#-") {
             return metadata.GetU32(at);
         }
+        // An offset and a size, then the name with its NUL, padded to four bytes.
         at += 8 + (name.size() / 4 + 1) * 4;
     }
     return std::nullopt;
@@ -120,7 +129,7 @@ std::optional<std::uint32_t> FindTables(const CByteReader& metadata) {
 bool HasAssemblyRow(const CByteReader& tables) {
     const std::uint64_t present = tables.GetU32(8) | std::uint64_t{tables.GetU32(12)} << 32;
     const std::uint64_t assembly = std::uint64_t{1} << kAssemblyTable;
-    // The tables that are present have their counts of rows one behind the other.
+    // Only the tables that are present have a count of rows, one after the other.
     const auto before = static_cast<std::size_t>(std::popcount(present & (assembly - 1)));
     return (present & assembly) != 0 && tables.GetU32(kTablesHeaderSize + 4 * before) != 0;
 }

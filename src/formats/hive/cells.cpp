@@ -20,6 +20,7 @@ std::size_t EntryCount(std::span<const std::byte> list, std::size_t entrySize) {
                                  (list.size() - kListHeaderSize) / entrySize);
 }
 
+// Appends `count` offsets, or as many as the budget allows.
 void CollectEntries(const std::byte* entries, std::size_t count, std::size_t entrySize,
                     std::uint64_t& budget, std::vector<CellOffset>& offsets) {
     count = static_cast<std::size_t>(std::min<std::uint64_t>(count, budget));
@@ -75,7 +76,9 @@ std::span<const std::byte> CHiveCells::Get(CellOffset offset) const {
         static_cast<std::size_t>(offset) + kCellAlignment > m_bins.size()) {
         return {};
     }
-    // A cell in use has its size as a negative number.
+    // From here on the size field is readable, and `m_wholeSize - offset` is positive.
+    // A cell in use states its size as a negative number. A free cell comes out as a huge one here,
+    // and is refused.
     const std::uint32_t size = 0U - LoadU32(m_bins.data() + offset);
     if (size > 0x80000000U || size < kCellAlignment || size > m_wholeSize - offset) {
         return {};
@@ -92,6 +95,7 @@ void CHiveCells::Prefetch(CellOffset offset) const {
     }
 }
 
+// In groups, because one cell at a time would be asked for too late to help.
 void CHiveCells::PrefetchFrom(std::span<const CellOffset> offsets, std::size_t index) const {
     constexpr std::size_t kGroup = 16;
     if (index % kGroup == 0 && index < offsets.size()) {
@@ -156,7 +160,8 @@ bool CHiveCells::CopyData(const SValueNode& value, std::byte* target) const {
         data = Get(value.dataCell);
         const bool isRecord =
             value.size > kSegmentLength && Signature(data, kSegmentsSize) == kSegmentsSignature;
-        // Elder formats have large data in one cell, and it may well begin with the same two bytes.
+        // Older formats have large data in one cell, and the data may begin with the same two
+        // bytes. So a record that does not fit is taken for such data.
         if (isRecord && (m_hasSegments || data.size() < value.size) &&
             CopySegments(data, value.size, target)) {
             return true;
@@ -171,6 +176,7 @@ bool CHiveCells::CopyData(const SValueNode& value, std::byte* target) const {
     return true;
 }
 
+// All segments but the last are full, so their number follows from the size.
 bool CHiveCells::CopySegments(std::span<const std::byte> record, std::uint32_t size,
                               std::byte* target) const {
     const std::size_t count = (size + kSegmentLength - 1) / kSegmentLength;
@@ -201,6 +207,7 @@ void CHiveCells::CollectSubKeys(CellOffset list, std::uint64_t& budget,
         return;
     }
     const std::size_t count = EntryCount(cell, kOffsetSize);
+    // One level only: a list of lists inside another is not valid, and could be its own entry.
     for (std::size_t i = 0; i < count && budget != 0; ++i) {
         --budget;
         CollectLeaf(Get(LoadU32(cell.data() + kListHeaderSize + kOffsetSize * i)), budget, offsets);

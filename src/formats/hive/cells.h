@@ -14,11 +14,11 @@
 
 namespace formats {
 
-// Where a cell stands, counted from the first bin. Every offset in a hive is one.
+// The place of a cell in bytes from the start of the first bin. Every offset in a hive is one.
 using CellOffset = std::uint32_t;
 
-// The name of a key or value where it stands in its cell: a loan, in Latin-1 or in UTF-16. Its
-// units are those before the first NUL.
+// The name of a key or value, borrowed from its cell, in Latin-1 or in UTF-16. It ends before its
+// first NUL.
 class CHiveName {
 public:
     CHiveName() = default;
@@ -28,7 +28,7 @@ public:
           m_isWide(isWide) {}
 
     [[nodiscard]] std::uint32_t GetLength() const;
-    // Units up to the end of what stands in the cell; no name is longer.
+    // The units that the cell has for the name. It is longer than the length if there is a NUL.
     [[nodiscard]] std::uint32_t GetCapacity() const { return m_capacity; }
     [[nodiscard]] char16_t operator[](std::size_t index) const {
         return m_isWide ? static_cast<char16_t>(LoadU16(m_bytes + 2 * index))
@@ -62,8 +62,11 @@ struct SValueNode {
     CHiveName name;
 };
 
-// The cells of a hive; a loan of its bins. Whatever an operation reads is inside an allocated cell.
-// What was read stays readable as long as the bins do. Any thread.
+// The cells of a hive, in borrowed bins. Any thread.
+//
+// INVARIANT: every byte that an operation reads or gives out is inside an allocated cell, and so
+// inside the bins, whatever offsets and sizes the hive states. What was given out stays readable as
+// long as the bins exist.
 class CHiveCells {
 public:
     CHiveCells() = default;
@@ -76,7 +79,8 @@ public:
     // no cell, or its size leads beyond all bins.
     [[nodiscard]] std::span<const std::byte> Get(CellOffset offset) const;
 
-    // Asks the memory for cells that will be read soon: those of one list are all over a hive.
+    // Asks for the memory of cells that will be read soon, because the cells of one list are spread
+    // over the hive.
     void Prefetch(CellOffset offset) const;
     // The same for the next cells of a list that is gone through, some at a time.
     void PrefetchFrom(std::span<const CellOffset> offsets, std::size_t index) const;

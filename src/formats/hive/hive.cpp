@@ -38,7 +38,7 @@ bool IsAtOrBelow(std::u16string_view path, std::u16string_view parent) {
            EqualUnits(path.substr(0, parent.size()), parent);
 }
 
-// The length of what stands before the last backslash.
+// The length of what comes before the last backslash.
 std::size_t ParentLength(std::u16string_view path) {
     const std::size_t end = path.rfind(u'\\');
     return end == std::u16string_view::npos ? 0 : end;
@@ -80,7 +80,7 @@ KeyNumber CHive::FindKey(std::u16string_view path) {
     return key;
 }
 
-// Goes to the key at `path`, from `known` on, which stands at or above it, or from the root.
+// Finds the key at `path`. Starts at `known`, which is that key or above it, or else at the root.
 KeyNumber CHive::FindParent(std::u16string_view path, SKnownPath* known) {
     KeyNumber key = Use(known);
     if (path.empty() || (known != nullptr && known->path.size() == path.size())) {
@@ -99,7 +99,8 @@ KeyNumber CHive::FindParent(std::u16string_view path, SKnownPath* known) {
     return key;
 }
 
-// The longest remembered path that leads to `path`; null when there is none.
+// The longest remembered path that is `path` or above it; null when there is none. Compared unit by
+// unit: another letter case is only a miss, and the index finds the key.
 CHive::SKnownPath* CHive::FindKnownPath(std::u16string_view path) {
     SKnownPath* best = nullptr;
     for (SKnownPath& known : m_knownPaths) {
@@ -131,8 +132,8 @@ KeyNumber CHive::Use(SKnownPath* known) {
     return known->key;
 }
 
-// Keeps a path in the place of its sibling, or else of the one that was not asked for the longest.
-// So a walk through the children of a key does not push out the key itself, nor what is above it.
+// Remembers a path in place of a sibling's, or else in place of the least recently used one. So a
+// walk through the children of a key replaces neither the key itself nor those above it.
 void CHive::Remember(std::u16string_view path, KeyNumber key, SKnownPath* sibling) {
     SKnownPath& place = sibling != nullptr
                             ? *sibling
@@ -181,6 +182,7 @@ bool CHive::FindValue(KeyNumber key, std::u16string_view name, SValueNode& value
     return index != kNoValue && m_cells.ReadValue(values[index], value);
 }
 
+// A name that is cut off by a NUL counts only when no whole one is the same.
 std::uint32_t CHive::FindFirstValue(std::span<const CellOffset> values,
                                     std::u16string_view name) const {
     std::uint32_t cut = kNoValue;
@@ -226,7 +228,7 @@ void CHive::NameValues(KeyNumber key) {
         std::uint32_t& place = m_valueNames.Place(
             m_rules.Hash(key, text, text.size()),
             [&](std::uint32_t candidate) { return HasName(values[candidate], text, other); });
-        // A name that a NUL cuts off gives way to one that is whole.
+        // A whole name replaces one that is cut off by a NUL, as in FindFirstValue.
         const bool isBetter =
             name.GetCapacity() == text.size() && other.GetCapacity() != text.size();
         if (place == CNameTable::kEmpty || isBetter) {

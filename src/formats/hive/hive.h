@@ -33,7 +33,7 @@ public:
     [[nodiscard]] KeyNumber FindKey(std::u16string_view path);
 
     [[nodiscard]] SKeyInfo GetInfo(KeyNumber key) const { return m_index.GetInfo(key); }
-    // False behind the last one.
+    // False after the last one.
     [[nodiscard]] bool GetChildName(KeyNumber key, std::uint32_t index, std::u16string& name) const;
     [[nodiscard]] bool GetValue(KeyNumber key, std::uint32_t index, SValueNode& value);
 

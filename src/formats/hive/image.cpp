@@ -29,6 +29,7 @@ std::span<const std::byte> CHiveImage::GetBins() const {
                                     : GetBytes().subspan(kBaseBlockSize);
 }
 
+// A sector is enough: all fields are in it, and a log has no more.
 bool CHiveImage::HasBaseBlock() const {
     return m_size >= kSectorSize && Field(0) == kBaseSignature;
 }
@@ -38,7 +39,8 @@ bool CHiveImage::IsChecksumRight() const {
     for (std::size_t i = 0; i < kBaseChecksum; i += 4) {
         sum ^= Field(i);
     }
-    // The two values that an empty and an erased disk would have are never written.
+    // Windows never writes 0 or 0xFFFFFFFF, which an empty or erased disk would have. It writes the
+    // number beside.
     if (sum == 0) {
         sum = 1;
     } else if (sum == 0xFFFFFFFFU) {

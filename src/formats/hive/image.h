@@ -11,9 +11,10 @@
 
 namespace formats {
 
-// A copy of a file, and what its base block says. A mapping would save the copying, but would end
-// the process with a signal when someone cuts the file off meanwhile, and would change under the
-// checks that were made; the logs of an interrupted write need pages of their own anyway.
+// A copy of a file, and what its base block says. It is not a mapping of the file, although that
+// would save the copying: if someone truncated the file meanwhile, a signal would end the process,
+// and if someone wrote to it, what was checked would change after the check. The logs of an
+// interrupted write need their own pages anyway.
 class CHiveImage {
 public:
     static constexpr std::size_t kBaseBlockSize = hive::kBaseBlockSize;
@@ -31,7 +32,7 @@ public:
 
     [[nodiscard]] std::span<const std::byte> GetBytes() const { return {m_bytes.get(), m_size}; }
     [[nodiscard]] std::span<std::byte> GetBytes() { return {m_bytes.get(), m_size}; }
-    // What stands behind the base block of a hive.
+    // What follows the base block of a hive.
     [[nodiscard]] std::span<const std::byte> GetBins() const;
 
     // Whether there is a base block at all; the getters below are for an image that has one. A log

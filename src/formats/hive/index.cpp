@@ -8,9 +8,10 @@ using namespace hive;
 
 namespace {
 
-constexpr std::size_t kSmallestValueCell = 24;
+constexpr std::size_t kSmallestValueCell = 24;  // bytes: the size field and a record without name
 
-// No key of the system itself nests deeper. It bounds how long the paths of a small hive can be.
+// Windows allows no more levels. Without a limit, the paths of a hive of some megabytes could have
+// gigabytes in all, since the path of each key contains those of all above it.
 constexpr std::uint32_t kMaxLevels = 512;
 
 // An empty name, or one with a backslash, would lead a path back to its parent or elsewhere.
@@ -27,10 +28,12 @@ std::uint32_t NameHash(std::uint64_t hash) { return static_cast<std::uint32_t>(h
 
 }  // namespace
 
-// Goes through the tree breadth first. The work is bounded by the size of the hive, even when a
-// list stands in a million keys: budgets limit how many entries of lists and segments are looked
-// at, how many values are taken and how much data they have. A hive that shares nothing meets none
-// of them.
+// Goes through the tree breadth first.
+//
+// INVARIANT: a cell becomes a key at most once (`m_visited`). Each look at an entry of a list or at
+// a segment, and each value, is paid from a budget that is set by the size of the hive. So the work
+// is linear in the hive, even if a million keys share one list. A hive in which nothing is shared
+// never uses up a budget.
 class CHiveIndex::CBuilder {
 public:
     CBuilder(const CHiveCells& cells, CHiveIndex& index)
@@ -72,6 +75,7 @@ bool CHiveIndex::CBuilder::Build(CellOffset root) {
     }
     static_cast<void>(Visit(root));  // nothing was visited before
     m_index.m_keys.push_back({.cell = root});
+    // The keys of a level are consecutive. Those of the next one begin where they end.
     std::uint32_t level = 0;
     std::size_t levelEnd = 1;
     for (KeyNumber key = 0; key < m_index.m_keys.size(); ++key) {
@@ -86,6 +90,7 @@ bool CHiveIndex::CBuilder::Build(CellOffset root) {
             AddChildren(key, node);
         }
         AddValues(key, node);
+        // Taken only now, because adding keys moves them in memory.
         const SKey& added = m_index.m_keys[key];
         m_index.m_isDamaged = m_index.m_isDamaged || added.childCount < node.subKeyCount ||
                               added.valueCount < node.valueCount;
@@ -133,9 +138,9 @@ void CHiveIndex::CBuilder::AddChild(KeyNumber parent, CellOffset cell) {
     longest = std::max(longest, static_cast<std::uint16_t>(length));
 }
 
-// Whether `parent`, which is what the key at `cell` calls its parent, has it in its list too. Then
-// the key is left to that one: the list at hand is what is damaged, and otherwise the key's own
-// word.
+// Whether `parent`, which the key at `cell` names as its parent, has the key in its list too. Then
+// the key belongs to that one, and the list that is being read is damaged. If not, what the key
+// says of its parent is damaged.
 bool CHiveIndex::CBuilder::BelongsElsewhere(CellOffset cell, CellOffset parent) {
     SKeyNode node;
     if (!m_cells.ReadKey(parent, node) || node.subKeyCount == 0) {
@@ -171,6 +176,7 @@ bool CHiveIndex::CBuilder::TakeValue(const SValueNode& value) {
     if (m_valueBudget == 0 || value.size > m_dataBudget || segments > m_segmentBudget) {
         return false;
     }
+    // Paid before the look, because one that fails costs as much.
     m_segmentBudget -= segments;
     if (!m_cells.CopyData(value, nullptr)) {
         return false;
@@ -227,6 +233,8 @@ SKeyInfo CHiveIndex::GetInfo(KeyNumber key) const {
             .longestValueName = m_keys[key].longestValueName};
 }
 
+// The guess needs no hash. With namesakes it could be the one whose name is cut off, for which the
+// table has the other.
 KeyNumber CHiveIndex::FindChild(KeyNumber parent, std::u16string_view name, KeyNumber guess) const {
     if (!m_hasNamesakes && IsChild(guess, parent) && HasName(guess, name)) {
         return guess;

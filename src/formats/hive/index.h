@@ -25,11 +25,14 @@ using KeyNumber = std::uint32_t;
 constexpr KeyNumber kRootKey = 0;
 constexpr KeyNumber kNoKey = 0xFFFFFFFFU;
 
-// Every key and value that can be reached and read, found once when a hive is loaded. Each key cell
-// is in it at most once, so whatever the lists of a hive say, this is a tree, no larger than the
-// hive. A key or value is left out when its record, its name or its data is not whole; a key also
-// when its name could not stand in a path or it is more than 512 levels below the root. What
-// remains needs no further check. Any thread.
+// Every key and value that can be reached and read, found once when a hive is loaded. A key or
+// value is left out when its record, its name or its data is not complete; a key also when its name
+// cannot be part of a path, or when it is more than 512 levels below the root.
+//
+// INVARIANT: each key cell is in it at most once. So whatever the lists of a hive say, this is a
+// tree and no larger than the hive. What is in it was checked and needs no further check. It does
+// not change after Build.
+// Threads: any number may read.
 class CHiveIndex {
 public:
     explicit CHiveIndex(const CNameRules& rules) : m_rules(rules) {}
@@ -51,7 +54,7 @@ public:
         return std::span(m_values).subspan(m_keys[key].firstValue, m_keys[key].valueCount);
     }
 
-    // Asks the memory for a key a few numbers behind `key`, which is likely to be read soon.
+    // Asks for the memory of a key a few numbers after `key`, which is likely to be read soon.
     void PrefetchBehind(KeyNumber key) const {
         constexpr KeyNumber kDistance = 4;
         if (key + kDistance < m_keys.size()) {

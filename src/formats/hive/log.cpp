@@ -27,7 +27,7 @@ bool IsBaseBlockRight(const CHiveImage& image) {
     return image.HasBaseBlock() && image.IsChecksumRight();
 }
 
-// What stands behind the first sector of a log, when it starts with `signature`; otherwise nothing.
+// What follows the first sector of a log if it starts with `signature`; otherwise nothing.
 std::span<const std::byte> GetLogBody(const CHiveImage& log, std::uint32_t signature) {
     if (!IsBaseBlockRight(log) || log.GetBytes().size() < log.GetSectorSize() + 4) {
         return {};
@@ -36,11 +36,13 @@ std::span<const std::byte> GetLogBody(const CHiveImage& log, std::uint32_t signa
     return LoadU32(body.data()) == signature ? body : std::span<const std::byte>();
 }
 
-// Whether `binsSize` is one that the hive can have grown to: what is new stands in the logs.
+// Whether the hive can have grown to `binsSize`. What it grew by must be in the logs, so a small
+// log cannot make the image huge.
 bool IsPlausibleSize(std::size_t binsSize, const CHiveImage& hive, std::size_t logSize) {
     return binsSize % kPageSize == 0 && binsSize <= hive.GetBytes().size() + logSize;
 }
 
+// Replaces a base block that was torn by the copy in the log. In a log it has another file type.
 void RepairBaseBlock(CHiveImage& hive, const CHiveImage& log) {
     if (IsBaseBlockRight(hive)) {
         return;
@@ -51,7 +53,8 @@ void RepairBaseBlock(CHiveImage& hive, const CHiveImage& log) {
     std::ranges::fill(bytes.subspan(kBaseFileType, 4), std::byte{0});
 }
 
-// The time that a log must have to belong to the hive.
+// Whether a log has the time of the hive, to which it otherwise does not belong. A torn base block
+// has no time; then that of the first bin counts.
 bool HasSameWriteTime(const CHiveImage& hive, const CHiveImage& log) {
     if (IsBaseBlockRight(hive)) {
         return hive.GetWriteTime() == log.GetWriteTime();
@@ -61,7 +64,7 @@ bool HasSameWriteTime(const CHiveImage& hive, const CHiveImage& log) {
            LoadU64(bins.data() + kBinWriteTime) == log.GetWriteTime();
 }
 
-// Applies a log of the elder format: a bitmap of pages, then those pages. All of it or nothing.
+// Applies a log of the old format: a bitmap of pages, then those pages. All of it or nothing.
 bool ApplyDirtyVector(CHiveImage& hive, const CHiveImage& log) {
     const std::span<const std::byte> body = GetLogBody(log, kVectorSignature);
     if (body.empty() || log.GetFirstSequence() != log.GetSecondSequence() ||
@@ -82,6 +85,7 @@ bool ApplyDirtyVector(CHiveImage& hive, const CHiveImage& log) {
             dirty.push_back(page);
         }
     }
+    // Nothing is changed before all pages are known to be there.
     if (dirty.size() > (body.size() - start) / kPageSize) {
         return false;
     }
@@ -95,7 +99,7 @@ bool ApplyDirtyVector(CHiveImage& hive, const CHiveImage& log) {
     return true;
 }
 
-// Whether the pages that an entry announces are in it and have a place in the bins.
+// Whether the pages that an entry lists are all in it and inside its size of the bins.
 bool ArePagesRight(const SLogEntry& entry) {
     std::size_t left = entry.pages.size();
     for (std::size_t i = 0; i < entry.references.size(); i += kReferenceSize) {
@@ -134,8 +138,8 @@ std::size_t ReadEntry(std::span<const std::byte> bytes, SLogEntry& entry) {
     return entry.binsSize % kBinAlignment == 0 && ArePagesRight(entry) ? size : 0;
 }
 
-// Appends the entries of a log's last turn. They are numbered without a gap from the number in its
-// base block on; whatever follows is torn or left over from an earlier turn.
+// Appends the entries of a log's last use. They are numbered without a gap, starting at the number
+// in its base block. An entry with another number is left over from an earlier use of the file.
 void CollectEntries(const CHiveImage& log, std::vector<SLogEntry>& entries) {
     std::span<const std::byte> rest = GetLogBody(log, kEntrySignature);
     if (rest.empty()) {
@@ -153,9 +157,9 @@ void CollectEntries(const CHiveImage& log, std::vector<SLogEntry>& entries) {
     }
 }
 
-// The first entry that the hive lacks, of sorted ones. The numbers of a hive may be far behind
-// those of its logs. A base block that was torn has none: then it is the start of the unbroken run
-// that ends in the newest entry.
+// The first of the sorted entries that the hive does not have yet. The numbers of a hive may be far
+// below those of its logs. A torn base block has no number; then the unbroken run that ends in the
+// newest entry counts, and this is its start.
 auto FindFirstMissing(const CHiveImage& hive, const std::vector<SLogEntry>& entries) {
     if (IsBaseBlockRight(hive)) {
         return std::ranges::lower_bound(entries, hive.GetSecondSequence(), {},
@@ -169,7 +173,7 @@ auto FindFirstMissing(const CHiveImage& hive, const std::vector<SLogEntry>& entr
     return first;
 }
 
-// The entries that the hive lacks, by their numbers. They may be spread over its logs.
+// The entries that the hive does not have yet, by their numbers. They may be in several logs.
 std::vector<SLogEntry> CollectMissing(const CHiveImage& hive, std::span<const CHiveImage> logs) {
     std::vector<SLogEntry> entries;
     for (const CHiveImage& log : logs) {
@@ -184,6 +188,7 @@ std::vector<SLogEntry> CollectMissing(const CHiveImage& hive, std::span<const CH
     return entries;
 }
 
+// ArePagesRight has checked each size and place.
 void ApplyPages(const SLogEntry& entry, std::byte* bins) {
     std::span<const std::byte> pages = entry.pages;
     for (std::size_t i = 0; i < entry.references.size(); i += kReferenceSize) {
@@ -193,8 +198,8 @@ void ApplyPages(const SLogEntry& entry, std::byte* bins) {
     }
 }
 
-// Applies the entries up to a gap: the pages after it would not fit those that are there. Returns
-// whether these are all of them.
+// Applies the entries up to the first gap in their numbers. Those after it would be changes to a
+// state that is not there. Returns whether these are all of them.
 bool ApplyEntries(CHiveImage& hive, std::span<const SLogEntry> entries, std::size_t logSize) {
     std::size_t count = 0;
     while (count < entries.size() && entries[count].sequence - entries[0].sequence == count &&
@@ -223,9 +228,9 @@ bool ApplyHiveLogs(CHiveImage& hive, std::span<const CHiveImage> logs) {
     if (!IsDirtyHive(hive)) {
         return true;
     }
-    // Entries come first. A log of the elder format beside them is left over from a former system;
-    // its time may fit all the same, since a system that writes entries leaves the hive's time as
-    // it is.
+    // Entries count before logs of the old format. Such a log beside them is left over from an
+    // older system. Its time may fit nevertheless, because a system that writes entries does not
+    // change the hive's time.
     const std::vector<SLogEntry> missing = CollectMissing(hive, logs);
     if (!missing.empty()) {
         std::size_t logSize = 0;

@@ -10,8 +10,8 @@
 
 namespace formats {
 
-// Takes numbers one by one and gives 64 bits. With a seed that nobody outside knows, nobody outside
-// can make inputs that collide.
+// Takes numbers one by one and gives 64 bits. If nobody outside knows the seed, nobody outside can
+// make inputs that collide.
 class CMarvin {
 public:
     explicit CMarvin(std::uint64_t seed)

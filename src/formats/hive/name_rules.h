@@ -11,12 +11,12 @@ namespace formats {
 // Gives the small letter of a capital one and any other unit as it is.
 using FoldUnit = char16_t (*)(char16_t unit);
 
-// Names are the same whatever their letter case, as the system that reads the hive tells it. Copies
-// are cheap; any thread.
+// Names that differ only in letter case are the same. Which letters belong together, the system
+// that reads the hive decides. Copies are cheap; any thread.
 class CNameRules {
 public:
-    // The names are an outsider's, who must not be able to choose names whose hashes collide: so
-    // `seed` is a number that nobody outside the process knows.
+    // `seed` must be a number that nobody outside the process knows. The names come from outside,
+    // and with a known seed they could be chosen so that all hashes collide.
     CNameRules(FoldUnit foldUnit, std::uint64_t seed) : m_foldUnit(foldUnit), m_seed(seed) {}
 
     // With a short cut for the letters that nearly all names are made of.

@@ -7,7 +7,12 @@
 
 namespace formats {
 
-// A hash table of items known by a name. It holds numbers only; the names stay with its user.
+// A hash table of items that are known by a name. It contains only their numbers; the names stay
+// with its user.
+//
+// INVARIANT: at least a third of the places is empty, so that every search ends. An item is at its
+// home, which is its hash modulo the size, or follows it without an empty place in between.
+// Threads: any number may read; nobody may read while one writes.
 class CNameTable {
 public:
     static constexpr std::uint32_t kEmpty = 0xFFFFFFFFU;
@@ -15,8 +20,8 @@ public:
     // Empties the table and makes room for `count` items, which is also its limit.
     void Reset(std::size_t count);
 
-    // The place of the item of which `isIt` says yes: where it stands, or an empty place where it
-    // may be put. The table must have been given room.
+    // The place of the item for which `isIt` is true, or the empty place where it belongs. The
+    // caller may write to it, within the count given to Reset.
     template <class TPredicate>
     [[nodiscard]] std::uint32_t& Place(std::uint64_t hash, const TPredicate& isIt) {
         return m_places[Find(hash, isIt)];
@@ -31,7 +36,6 @@ private:
     template <class TPredicate>
     [[nodiscard]] std::size_t Find(std::uint64_t hash, const TPredicate& isIt) const {
         std::size_t i = static_cast<std::size_t>(hash) & m_mask;
-        // A third of the places at least is empty, so there is an end.
         while (m_places[i] != kEmpty && !isIt(m_places[i])) {
             i = (i + 1) & m_mask;
         }

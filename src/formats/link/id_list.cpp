@@ -15,14 +15,14 @@ constexpr unsigned kVolumeClass = 0x20;
 constexpr unsigned kFileClass = 0x30;
 constexpr unsigned kNetworkClass = 0x40;
 
-// A volume without this bit is a folder of the namespace that stands beside the drives.
+// A volume without this bit is no drive but a virtual folder of the shell.
 constexpr unsigned kVolumeHasName = 0x01;
 constexpr std::size_t kVolumeName = 3;
 
 constexpr unsigned kFileNameIsWide = 0x04;
 constexpr std::size_t kFileName = 14;
 
-// The block that Windows XP and later put behind the name of a file entry.
+// The block that Windows XP and later put after the name of a file entry.
 constexpr std::uint32_t kFileExtension = 0xBEEF0004U;
 constexpr std::size_t kExtensionSignature = 4;
 constexpr std::size_t kExtensionNameOffset = 16;
@@ -37,8 +37,9 @@ constexpr unsigned kNetworkHasWideTexts = 0x10;
 
 // The long name in the extension blocks of a file entry; empty without one.
 std::u16string ReadLongName(const CByteReader& item) {
-    // The last word of an item with such blocks says where the first one is.
+    // The last word of an item with such blocks is the offset of the first one.
     std::size_t offset = item.GetU16(item.GetSize() - 2);
+    // Ends: each round moves on by at least the smallest size, and after the item sizes read as 0.
     for (std::size_t size = item.GetU16(offset); offset >= kFileName && size >= kMinExtensionSize;
          size = item.GetU16(offset)) {
         const CByteReader block = item.Part(offset, size);
@@ -56,6 +57,7 @@ bool AppendFile(const CByteReader& item, SLinkPath& path) {
         return false;  // below a folder that the list does not spell
     }
     SLinkPath name{ReadLongName(item)};
+    // Older systems wrote only this name, in their code page or in Unicode.
     if (name.text.empty()) {
         const bool isWide = (item.GetU8(kType) & kFileNameIsWide) != 0;
         name = isWide ? SLinkPath{item.GetWideText(kFileName)}
@@ -74,10 +76,12 @@ bool StartAtDrive(const CByteReader& item, SLinkPath& path) {
     return true;
 }
 
-// Networks and domains stand in the list before the servers and shares; only those are paths.
+// A list has items for the network and the domain before those of the server and the share. Only
+// the last two have paths, so the others pass without changing `path`.
 bool StartAtShare(const CByteReader& item, SLinkPath& path) {
     const unsigned flags = item.GetU8(kNetworkFlags);
     SLinkPath name = MakeAnsiPath(item.GetAnsiText(kNetworkName));
+    // The Unicode texts follow all of the others, so these are counted first.
     if ((flags & kNetworkHasWideTexts) != 0) {
         std::size_t offset = kNetworkName + name.text.size() + 1;
         for (const unsigned text : {kNetworkHasDescription, kNetworkHasComment}) {
@@ -98,7 +102,7 @@ bool StartAtShare(const CByteReader& item, SLinkPath& path) {
 
 unsigned ClassOf(const CByteReader& item) { return item.GetU8(kType) & kClassMask; }
 
-// Takes one item up into `path`; false when it has no place in a path.
+// Adds one item to `path`; false when it cannot be part of a path.
 bool AppendItem(const CByteReader& item, SLinkPath& path) {
     switch (ClassOf(item)) {
         case kRootClass:
@@ -114,8 +118,9 @@ bool AppendItem(const CByteReader& item, SLinkPath& path) {
     }
 }
 
-// Gives each item of a list and its offset to `take`. False when the list is broken, or as soon as
-// `take` refuses an item.
+// Gives each item of a list and its offset to `take`. False when an item is not completely inside
+// the list, or as soon as `take` refuses one. A list without its final zero ends all the same,
+// because a size after the last byte reads as 0.
 template <class TTake>
 bool ForEachItem(const CByteReader& list, const TTake& take) {
     std::size_t offset = 0;
@@ -149,6 +154,7 @@ SLinkPath ReadIdListPath(const CByteReader& list, std::size_t start, std::u16str
         }
         return ClassOf(item) == kFileClass && AppendFile(item, path);
     });
+    // A start that is not at the end of an item would cut one in two.
     return isPath && end == start ? path : SLinkPath();
 }
 

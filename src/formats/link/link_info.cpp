@@ -20,15 +20,16 @@ constexpr std::uint32_t kMinHeaderSize = 0x1C;
 constexpr std::uint32_t kHasLocal = 0x1;
 constexpr std::uint32_t kHasNetwork = 0x2;
 
-// Fields of the network structure inside it. It has no size of its header: a name that begins
-// behind the short header tells of the long one.
+// Fields of the network structure inside it, which does not say how long its header is. A name that
+// begins after the end of the short header shows that the header is the long one.
 constexpr std::size_t kNetworkName = 0x08;
 constexpr std::size_t kNetworkNameWide = 0x14;
 constexpr std::uint32_t kShortNetworkHeader = 0x14;
 constexpr std::uint32_t kLongNetworkHeader = 0x1C;
 
-// A text by the fields that hold the offsets of its two forms. The wide field is there when the
-// header reaches beyond it; an offset into the header is no offset.
+// The text at the offsets in two fields, one for each of its forms. The field of the Unicode form
+// exists when the header is long enough to contain it. An offset that leads into the header itself
+// is ignored, because there is no text.
 SLinkPath TextOf(const CByteReader& structure, std::uint32_t headerSize, std::size_t ansiField,
                  std::size_t wideField) {
     if (headerSize >= wideField + sizeof(std::uint32_t)) {
@@ -46,6 +47,7 @@ SLinkPath TextOf(const CByteReader& structure, std::uint32_t headerSize, std::si
                                 : SLinkPath();
 }
 
+// The path of the share, such as "\\server\share", that the network structure names.
 SLinkPath ReadShare(const CByteReader& info) {
     const CByteReader rest = info.Part(info.GetU32(kNetwork));
     const CByteReader network = rest.Part(0, rest.GetU32(0));

@@ -30,13 +30,13 @@ void AppendPathPart(SLinkPath& path, const SLinkPath& part);
 // of each part where there is one. Empty when there is no such path.
 [[nodiscard]] SLinkPath ReadLinkInfoPath(const CByteReader& info);
 
-// The path that an item ID list spells by a drive or a network share and the file entries below.
-// Empty when an item is none of these: the target is an object of the shell's namespace then, or
-// lies in a folder that only the link's own machine knows.
+// The path that an item ID list gives by a drive or a network share and the file entries below it.
+// Empty when another kind of item is in the list. Then the target is a virtual object of the shell,
+// or is in a folder that only the link's own machine knows.
 [[nodiscard]] SLinkPath ReadIdListPath(const CByteReader& list);
 
-// The path that an item ID list spells when its first `start` bytes are the items of `folder`.
-// Empty when no item ends there, or when one that follows is no file entry.
+// The path that an item ID list gives when its first `start` bytes are the items of `folder`. Empty
+// when no item ends there, or when one of the others is no file entry.
 [[nodiscard]] SLinkPath ReadIdListPath(const CByteReader& list, std::size_t start,
                                        std::u16string_view folder);
 

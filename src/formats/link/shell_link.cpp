@@ -32,25 +32,28 @@ constexpr std::uint32_t kIconEnvironmentBlock = 0xA0000007U;
 constexpr std::uint32_t kSpecialFolderBlock = 0xA0000005U;
 constexpr std::uint32_t kKnownFolderBlock = 0xA000000BU;
 constexpr std::uint32_t kVistaIdListBlock = 0xA000000CU;
-constexpr std::size_t kMaxIdList = 0xFFFF;  // as far as the size of the link's own list can reach
+constexpr std::size_t kMaxIdList = 0xFFFF;  // the 16-bit size of the link's own list allows no more
 constexpr std::size_t kBlockHeader = 8;
 constexpr std::size_t kSpecialFolderSize = 0x10;
 constexpr std::size_t kKnownFolderId = 16;
 constexpr std::size_t kKnownFolderSize = 0x1C;
-constexpr std::size_t kBlockTextSize = 260;  // units; the ANSI form stands before the Unicode one
+constexpr std::size_t kBlockTextSize = 260;  // units; first the ANSI form, then the Unicode one
 
-// The texts behind the LinkInfo structure, each there when its flag is set.
+// The texts that follow the LinkInfo structure, each only if its flag is set.
 enum EText { Description, RelativePath, WorkingDirectory, Arguments, IconLocation, TextCount };
 constexpr std::array<std::uint32_t, TextCount> kTextFlags = {0x4, 0x8, 0x10, 0x20, 0x40};
 
-// The place of a signature in SShellLink::dataBlocks; behind its end for any other.
+// The index of a signature in SShellLink::dataBlocks, or the size of that for any other signature.
 std::size_t FindSignature(std::uint32_t signature) {
     const auto* found = std::find(kShellLinkBlocks.begin(), kShellLinkBlocks.end(), signature);
     return static_cast<std::size_t>(found - kShellLinkBlocks.begin());
 }
 
-// The sections of a link in the order of its file. What one says of its own length decides where
-// the next one begins, so the first lie ends the reading.
+// The sections of a link in the order of its file. The length that one states decides where the
+// next one begins, so the first wrong length ends the reading.
+//
+// INVARIANT: all readers refer to the bytes that Read was given, which must exist as long as this.
+// `m_rest` is what no section has taken yet, and only gets shorter.
 class CLinkSections {
 public:
     // False when the bytes are no link or end before the data blocks.
@@ -81,6 +84,7 @@ private:
     CByteReader m_vistaIdList;
 };
 
+// Takes the next `count` bytes. False, with nothing taken, when there are fewer.
 bool CLinkSections::Take(std::size_t count, CByteReader& section) {
     if (!m_rest.Holds(0, count)) {
         return false;
@@ -137,7 +141,7 @@ bool CLinkSections::Read(const CByteReader& file) {
     return true;
 }
 
-// A size too small for a block's header ends the list.
+// A size that is too small for a block's header ends the list. So each round takes some bytes.
 void CLinkSections::ReadBlocks() {
     CByteReader block;
     while (m_rest.GetU32(0) >= kBlockHeader && Take(m_rest.GetU32(0), block)) {
@@ -145,6 +149,7 @@ void CLinkSections::ReadBlocks() {
     }
 }
 
+// Of several blocks with one signature the first counts, as for the link object.
 void CLinkSections::KeepBlock(const CByteReader& block) {
     const std::uint32_t signature = block.GetU32(4);
     const std::size_t index = FindSignature(signature);
@@ -178,7 +183,8 @@ std::u16string CLinkSections::GetPath(FolderFinder findFolder) const {
     return path;
 }
 
-// The first path that is certain; without one the first path.
+// The first path that is certain, or else the first path: letters of an unknown code page are a
+// guess, but a wrong letter is better than no target at all.
 std::u16string CLinkSections::GetSpelledPath() const {
     const bool hasLinkInfo = (m_flags & kForceNoLinkInfo) == 0;
     const std::array<SLinkPath, 3> paths = {
@@ -196,8 +202,8 @@ std::u16string CLinkSections::GetSpelledPath() const {
     return {};
 }
 
-// Where the machine has the folder that one of the folder blocks names, and below it the items that
-// the block leaves to the item list.
+// The path of the folder that one of the folder blocks names, on this machine, with those items of
+// the list that follow the ones for the folder itself.
 std::u16string CLinkSections::GetFolderPath(FolderFinder findFolder) const {
     const CByteReader& special = m_blocks[FindSignature(kSpecialFolderBlock)];
     std::u16string folder;
@@ -212,8 +218,8 @@ std::u16string CLinkSections::GetFolderPath(FolderFinder findFolder) const {
     return folder.empty() ? folder : ReadIdListPath(m_idList, start, folder).text;
 }
 
-// The link object brings the icon's text up to date from its block, which is the form that holds on
-// other machines too.
+// As the link object does, the text of the icon's block replaces the plain one: it has environment
+// variables, so it is right on other machines too.
 std::u16string CLinkSections::GetIconLocation() const {
     std::u16string icon;
     if ((m_flags & kHasExpIcon) != 0) {

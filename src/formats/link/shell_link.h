@@ -22,10 +22,10 @@ constexpr std::array<std::uint32_t, 7> kShellLinkBlocks = {
     0xA0000009U,  // property store
 };
 
-// What a shell link says; a member without a value could not be had. Texts have at most 1023 units,
-// longer ones are cut. A link that says nothing of a text gives an empty one.
+// What a shell link says. A member without a value could not be read. Texts have at most 1023
+// units; longer ones are cut. A text that the link does not have is empty.
 struct SShellLink {
-    std::optional<std::u16string> path;  // unresolved, environment variables as they stand
+    std::optional<std::u16string> path;  // environment variables are not expanded
     std::optional<std::u16string> description;
     std::optional<std::u16string> arguments;
     std::optional<std::uint16_t> hotkey;
@@ -51,10 +51,10 @@ using FolderFinder = bool (*)(const SLinkFolder& folder, std::u16string& path);
 // when they are no shell link or end before its data blocks; a link that is cut off in these keeps
 // the blocks that are whole.
 //
-// The path is the text with environment variables where there is one, else that of the LinkInfo
-// structure, else what the item ID list spells. A LinkInfo path in a code page that nobody knows
-// comes after the list. A link that has none of these, but lies in a known or special folder, is
-// below where `findFolder` has that folder.
+// The path is the text with environment variables if there is one, else that of the LinkInfo
+// structure, else that of the item ID list. A LinkInfo path in an unknown code page is tried after
+// the list. If there is none of these, but the link names a known or special folder, the path is
+// below that folder, whose place `findFolder` gives.
 [[nodiscard]] bool ParseShellLink(std::span<const std::byte> bytes, FolderFinder findFolder,
                                   SShellLink& link);
 

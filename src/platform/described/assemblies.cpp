@@ -16,14 +16,16 @@ namespace {
 
 constexpr std::u16string_view kManifestExtension = u".manifest";
 constexpr std::u16string_view kNone = u"none";
-// Longer names and languages are shortened in the middle.
+// Units. Longer names and languages are shortened in the middle.
 constexpr std::size_t kMaxName = 40;
 constexpr std::size_t kMaxLanguage = 8;
 
-// Names of components by their keys: what a name says before its hash, in lower case. The hash
-// alone tells names apart that were shortened to the same text.
+// The components of a store by their keys. A key is the name up to its hash, in lower case. Names
+// that were shortened to the same text differ only in the hash, which depends on the whole identity
+// in a way that is not documented. So one key may have several components.
 using Components = std::unordered_map<std::u16string, std::vector<std::u16string>>;
 
+// The parts of an identity such as `Name,version="1.0.0.0",language="en"`, borrowed from its text.
 struct SIdentity {
     std::u16string_view name;
     std::u16string_view version;
@@ -32,6 +34,7 @@ struct SIdentity {
     std::u16string_view processorArchitecture;
 };
 
+// Empty for an attribute that is missing.
 std::u16string_view AttributeOf(std::u16string_view identity, std::u16string_view name) {
     const std::u16string start = u',' + std::u16string(name) + u"=\"";
     const std::size_t found = identity.find(start);
@@ -54,7 +57,7 @@ std::u16string Folded(std::u16string_view text) {
     return folded;
 }
 
-// A part of an identity as the names of the store have it: letters, digits and ".-_" alone.
+// A part of an identity as it is in the names of a store, with only letters, digits and ".-_".
 std::u16string KeyPart(std::u16string_view text, std::u16string_view missing) {
     std::u16string part;
     for (const char16_t unit : Folded(text.empty() ? missing : text)) {
@@ -73,6 +76,7 @@ std::u16string Shortened(const std::u16string& text, std::size_t limit) {
                                 : text.substr(0, kept) + u".." + text.substr(text.size() - kept);
 }
 
+// "neutral" means no language.
 std::u16string_view LanguageOf(std::u16string_view language) {
     return language == u"neutral" ? std::u16string_view() : language;
 }
@@ -95,13 +99,15 @@ std::u16string MakeKey(const SIdentity& identity) {
                    Shortened(KeyPart(LanguageOf(identity.language), kNone), kMaxLanguage));
 }
 
-// As the stores of version 5 have it.
+// The form of the stores of Windows 5, such as XP: nothing is shortened.
 std::u16string MakeOldKey(const SIdentity& identity) {
     return JoinKey(identity, KeyPart(identity.name, kNone),
                    KeyPart(LanguageOf(identity.language), u"x-ww"));
 }
 
-// Enters the folders of a folder, or its files that have an extension.
+// Enters the subfolders of a folder, or with an extension its files that have it. A folder that
+// cannot be listed has none. Each folder of a store is listed once, however many assemblies are
+// looked up in it: real ones have many thousands of entries.
 void Index(const std::u16string& folder, std::u16string_view extension, Components& components) {
     CFindHandle search;
     SFindData found;
@@ -120,7 +126,8 @@ void Index(const std::u16string& folder, std::u16string_view extension, Componen
     }
 }
 
-// Whether a manifest of the store is the one of an identity, as far as shortening hides it.
+// Whether a manifest of the store is that of an identity. Only the parts that are shortened are
+// compared, because the key has shown that the others are the same.
 bool IsManifestOf(const std::u16string& file, const SIdentity& identity) {
     CXmlInput input;
     EXmlNode node = EXmlNode::None;
@@ -131,6 +138,7 @@ bool IsManifestOf(const std::u16string& file, const SIdentity& identity) {
         if (node != EXmlNode::Element || input.GetLocalName() != u"assemblyIdentity") {
             continue;
         }
+        // The first of these elements is the assembly's own; later ones name what it needs.
         bool isSame = true;
         for (int status = input.MoveToFirstAttribute(); status == S_OK;
              status = input.MoveToNextAttribute()) {
@@ -146,6 +154,8 @@ bool IsManifestOf(const std::u16string& file, const SIdentity& identity) {
     return false;
 }
 
+// INVARIANT: after Open the two tables do not change. Assemblies that are added to the store later
+// are not found, but each conversion opens a store of its own.
 class CDescribedStore final : public CAssemblyStore {
 public:
     // False when the machine has none.
@@ -181,8 +191,8 @@ bool CDescribedStore::Open() {
     return true;
 }
 
-// The name of an identity's component; null when there is none. Where its manifest does not tell,
-// since it cannot be read, the first of the names that fit is taken.
+// The name of an identity's component; null when there is none. If several fit and no manifest
+// decides between them, the first is taken.
 const std::u16string* CDescribedStore::Find(const Components& components,
                                             const SIdentity& identity) const {
     auto found = components.find(MakeKey(identity));
@@ -193,6 +203,7 @@ const std::u16string* CDescribedStore::Find(const Components& components,
         return nullptr;
     }
     const std::vector<std::u16string>& names = found->second;
+    // A single name needs no manifest, which saves reading it.
     for (std::size_t i = 0; names.size() > 1 && i < names.size(); ++i) {
         if (IsManifestOf(ManifestOf(names[i]), identity)) {
             return &names[i];

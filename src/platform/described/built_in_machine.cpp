@@ -4,10 +4,10 @@ namespace platform {
 
 namespace {
 
-// Four rows have no folder. The alternate start-up folder is a name for the sake of old programs,
-// the computers nearby are no folder of a file system, and a manufacturer's links and localized
-// resources do not come with a plain English system. The common favourites are the user's own since
-// there is no other such folder.
+// Four special folders are left out because this machine does not have them: the alternate start-up
+// folder exists only for old programs, the computers nearby are no folder of a file system, and a
+// plain English system has neither links of a manufacturer nor localized resources. The common
+// favourites are the user's own, because there is no other such folder.
 void AddFolders(SMachineDescription& machine) {
     const std::u16string user = uR"(C:\Users\User)";
     const std::u16string local = user + uR"(\AppData\Local)";

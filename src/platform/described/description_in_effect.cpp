@@ -13,6 +13,10 @@ namespace {
 
 using Description = std::shared_ptr<const SMachineDescription>;
 
+// INVARIANT: `generation` grows whenever another description comes into effect, and not otherwise.
+// Whoever keeps something that follows from a description compares the number.
+// Threads: only the thread that calls the library changes this, and while no walk runs. Walks and
+// their helpers read it.
 struct SState {
     Description used;    // by UseMachineDescription
     Description loaded;  // by LoadMachineDescription
@@ -60,7 +64,8 @@ int LoadMachineDescription(std::u16string& problem) {
         }
         loaded = std::move(read);
     }
-    // What was answered from an unchanged description stays true.
+    // With an unchanged description all that was answered from it stays true, so converters and
+    // caches are not made again for each call.
     if (!IsSame(state.loaded, loaded)) {
         state.loaded = std::move(loaded);
         ++state.generation;

@@ -16,7 +16,8 @@ namespace platform {
 // Whether it is one of the first two.
 [[nodiscard]] bool IsMachineDescribed();
 
-// Another number whenever another description has come into effect; never 0.
+// A number that changes whenever another description comes into effect; never 0. So 0 can mean that
+// nothing was asked yet.
 [[nodiscard]] std::uint64_t GetMachineGeneration();
 
 // Puts the description in effect that the variable ORVCASCONV_MACHINE names, or ends that of a

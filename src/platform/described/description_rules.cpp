@@ -17,7 +17,8 @@ bool IsLetter(char16_t unit) {
 
 bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 
-// Takes the drive, or the server, off a full path; false when it has neither.
+// Removes the drive, or the server, from a full path; false when it has neither. The share after
+// the server is a name like any other.
 bool TakeRoot(std::u16string_view& path) {
     constexpr std::u16string_view kLong = uR"(\\?\)";
     constexpr std::u16string_view kLongShare = uR"(\\?\UNC\)";
@@ -64,6 +65,7 @@ bool IsSid(std::u16string_view text) {
                        [](char16_t unit) { return unit == u'-' || IsDigit(unit); });
 }
 
+// An empty name is the invariant locale.
 bool IsLocaleName(std::u16string_view text) {
     return std::all_of(text.begin(), text.end(), [](char16_t unit) {
         return IsLetter(unit) || IsDigit(unit) || unit == u'-' || unit == u'_';
@@ -83,6 +85,7 @@ bool IsHive(std::u16string_view text) {
 
 bool ParseVersion(std::string_view text, SSystemVersion& version) {
     const std::size_t dot = std::min(text.find('.'), text.size());
+    // Refuses signs, blanks and numbers that are too large, also an empty text.
     const auto parse = [](std::string_view digits, std::uint32_t& number) {
         const char* const end = digits.data() + digits.size();
         const auto [stop, error] = std::from_chars(digits.data(), end, number);

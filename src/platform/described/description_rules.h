@@ -11,12 +11,12 @@ namespace platform {
 [[nodiscard]] bool IsDrive(std::u16string_view text);
 // "\\server\share"
 [[nodiscard]] bool IsShare(std::u16string_view text);
-// A full path of names that a path can have. What is no path would be no folder to the conversion,
-// which would go on without its token.
+// A full path in which every name is valid. Any other text must be refused here: the conversion
+// would treat it as no folder, and would go on without its token.
 [[nodiscard]] bool IsWindowsPath(std::u16string_view path);
 [[nodiscard]] bool IsSid(std::u16string_view text);
 [[nodiscard]] bool IsLocaleName(std::u16string_view text);
-// The name of a token that stands for a special folder.
+// The name of a token for a special folder.
 [[nodiscard]] bool IsFolderName(std::u16string_view name);
 // The name of a hive in kernel form.
 [[nodiscard]] bool IsHive(std::u16string_view text);

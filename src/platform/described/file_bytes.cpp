@@ -11,7 +11,7 @@ namespace platform {
 
 namespace {
 
-constexpr std::size_t kLargeFile = std::size_t{1} << 20;
+constexpr std::size_t kLargeFile = std::size_t{1} << 20;  // bytes; less is not worth a thread
 
 struct SRead {
     std::size_t count = 0;
@@ -45,7 +45,7 @@ int ReadFileBytes(const char16_t* name, std::size_t limit, SFileBytes& file) {
         return status;
     }
     const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(input.GetSize(), limit));
-    // Not set to zero first: the reading touches each page once.
+    // `new` without parentheses does not set the bytes to zero, so each page is touched only once.
     std::unique_ptr<std::byte[]> bytes(new (std::nothrow) std::byte[size]);
     if (bytes == nullptr) {
         return SetLastError(ERROR_NOT_ENOUGH_MEMORY);

@@ -14,8 +14,9 @@ struct SFileBytes {
     [[nodiscard]] std::span<const std::byte> Get() const { return {bytes.get(), size}; }
 };
 
-// Reads a file from its start to its end, or up to `limit` bytes. Results as CInputFile has them;
-// ERROR_NOT_ENOUGH_MEMORY when there is no room for it. On failure `file` is unchanged.
+// Reads a file from its start to its end, or up to `limit` bytes. The results of CInputFile, or
+// ERROR_NOT_ENOUGH_MEMORY. On failure `file` is unchanged. A file that gets shorter meanwhile gives
+// the bytes that were there.
 [[nodiscard]] int ReadFileBytes(const char16_t* name, std::size_t limit, SFileBytes& file);
 
 }  // namespace platform

@@ -16,8 +16,8 @@ struct SKnownFolder {
     std::u16string_view name;
 };
 
-// The machine answers as to a 64-bit program, so the "Program Files" of one and of the running
-// program are the same folder.
+// The machine answers as it would answer a 64-bit program. So "ProgramFiles" and "ProgramFilesX64"
+// are the same folder. A row has the documented name of its identifier beside it.
 constexpr SKnownFolder kKnownFolders[] = {
     {u"{724EF170-A42D-4FEF-9F26-B60E846FBA4F}", u"CSIDL_ADMINTOOLS"},          // AdminTools
     {u"{9E52AB10-F80D-49DF-ACB8-4330F5687855}", u"CSIDL_CDBURN_AREA"},         // CDBurning
@@ -74,6 +74,7 @@ constexpr SKnownFolder kKnownFolders[] = {
 };
 
 std::u16string_view FindKnownFolder(const formats::CByteReader& id) {
+    // The first three fields are numbers, the rest are bytes in their order.
     GUID guid{id.GetU32(0), id.GetU16(4), id.GetU16(6), {}};
     for (std::size_t i = 0; i < std::size(guid.Data4); ++i) {
         guid.Data4[i] = id.GetU8(8 + i);

@@ -8,8 +8,7 @@
 
 namespace platform {
 
-// The name of the token of a folder, without percent signs. Empty when no token stands for the
-// folder.
+// The name of the token for a folder, without percent signs. Empty when there is no such token.
 [[nodiscard]] std::u16string_view GetTokenName(const formats::SLinkFolder& folder);
 
 }  // namespace platform

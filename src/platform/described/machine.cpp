@@ -8,7 +8,7 @@ namespace platform {
 
 namespace {
 
-// An empty text stands for an answer that the machine does not give.
+// An empty text means that the machine does not give this answer.
 bool Answer(const std::u16string& text, std::u16string& result) {
     if (text.empty()) {
         return false;
@@ -27,6 +27,8 @@ bool LookUp(const TMap& map, std::u16string_view name, std::u16string& result) {
     return true;
 }
 
+// Asks the description anew for each answer and keeps nothing, so another description that comes
+// into effect needs no notice here.
 class CDescribedMachine final : public CMachineAnswers {
 public:
     bool GetSpecialFolder(int csidl, std::u16string& path) const override {

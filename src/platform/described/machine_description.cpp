@@ -16,15 +16,15 @@ namespace platform {
 
 namespace {
 
-// A description has a few kilobytes; this keeps a wrong file name from filling the memory.
+// A description has a few kilobytes. The limit keeps a wrong file name from filling the memory.
 constexpr std::size_t kMaxFileSize = std::size_t{1} << 20;
 
-// The parser bounds the depth of nested values but not that of dotted keys, each dot of which is a
-// table in a table: a file of nothing else would exhaust the stack.
+// The parser limits the depth of nested values, but not that of dotted keys. Each dot makes a table
+// in a table, so a file full of dots would exhaust the stack.
 constexpr std::ptrdiff_t kMaxDots = 5000;
 
-// A key whose text goes into one field; an empty text stands for an answer that the machine does
-// not give.
+// A key whose text goes into one field. An empty text means that the machine does not give this
+// answer, and keeps every rule.
 struct SKnownText {
     std::string_view section;
     std::string_view key;
@@ -41,8 +41,9 @@ constexpr SKnownText kKnownTexts[] = {
     {"user", "sid", &SMachineDescription::userSid, &IsSid, "must be a SID"},
 };
 
-// Fills a description from a parsed file. Each reading operation gives false, with the problem
-// noted, at the first thing that is wrong.
+// Fills a description from a parsed file. Each reading operation returns false at the first error,
+// which is then in `m_problem`. A section or key that is not known is an error too, because a
+// misspelt one must not be ignored.
 class CReader {
 public:
     CReader(const std::filesystem::path& file, SMachineDescription& description)
@@ -111,6 +112,7 @@ bool CReader::FailAt(const toml::key& key, std::string_view what) {
     return Fail(key.source().begin.line, text);
 }
 
+// A section that is there replaces the one of the built-in machine as a whole.
 bool CReader::ReadAll(const toml::table& root) {
     if (root.contains("folders")) {
         m_description.folders.clear();
@@ -159,6 +161,7 @@ bool CReader::ReadText(const toml::key& key, const toml::node& value, std::u16st
         return FailAt(key, "must be a text in quotes");
     }
     text = Utf8ToUtf16(string->get());
+    // It would end the text for every system call, but not for the output.
     return text.find(u'\0') == std::u16string::npos || FailAt(key, "must not hold a NUL");
 }
 
@@ -204,6 +207,7 @@ bool CReader::ReadVariable(const toml::key& key, const toml::node& value) {
     if (name.empty() || name.find_first_of(std::u16string_view(u"=\0", 2)) != name.npos) {
         return FailAt(key, "is no name of a variable");
     }
+    // The map ignores letter case, TOML does not: the second of two such keys would be lost.
     const auto [row, isNew] = m_description.environment.try_emplace(name);
     return isNew ? ReadText(key, value, row->second)
                  : FailAt(key, "differs only in letter case from another key");
@@ -264,6 +268,7 @@ bool CReader::ReadRegistry(const toml::key& key, const toml::node& value) {
 int ReadFile(const std::filesystem::path& name, std::string& bytes) {
     errno = 0;
     std::ifstream file(name, std::ios::binary);
+    // One byte more than allowed shows whether there is more.
     bytes.resize(kMaxFileSize + 1);
     file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     bytes.resize(static_cast<std::size_t>(file.gcount()));
@@ -277,6 +282,7 @@ int ReadFile(const std::filesystem::path& name, std::string& bytes) {
 
 bool ReadMachineDescription(const std::filesystem::path& file, SMachineDescription& description,
                             std::u16string& problem) {
+    // Into a copy, because the caller's description stays as it is if the file is refused.
     SMachineDescription read = GetBuiltInMachine();
     CReader reader(file, read);
     std::string bytes;

@@ -9,8 +9,8 @@
 
 namespace platform {
 
-// A whole machine: its answers, and where its drives and shares lie. Whoever makes one by hand
-// keeps the forms of the fields; the reader of description files refuses all others.
+// A whole machine: its answers, and the places of its drives and shares. Code that makes one must
+// keep the forms of the fields; the reader of description files refuses all others.
 struct SMachineDescription : SMachineAnswers {
     std::map<char16_t, std::string> drives;                   // upper-case letter, POSIX folder
     std::map<std::u16string, std::string, SNameLess> shares;  // "\\server\share", POSIX folder

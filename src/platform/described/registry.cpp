@@ -24,6 +24,7 @@ using formats::CHive;
 using formats::CHiveImage;
 using formats::CNameRules;
 
+// The seed is random, so that nobody can make a hive whose names have colliding hashes.
 const CNameRules& GetNameRules() {
     static const CNameRules s_rules = [] {
         std::random_device random;
@@ -32,11 +33,14 @@ const CNameRules& GetNameRules() {
     return s_rules;
 }
 
-// A hive below HKEY_LOCAL_MACHINE.
+// A hive that is mounted below HKEY_LOCAL_MACHINE.
+//
+// INVARIANT: it stays at its address and in the list while `openKeys` is not 0: keys point to it.
+// Threads: one at a time uses the list, the hives and their keys, as one conversion does.
 struct SMount {
     std::u16string name;
     CHive hive{GetNameRules()};
-    bool isWhole = true;  // false when its last write is lost
+    bool isWhole = true;  // false when its last write is lost, which the log tells
     std::size_t openKeys = 0;
 };
 
@@ -62,8 +66,8 @@ int ReadImage(const std::u16string& fileName, CHiveImage& image) {
     return ERROR_SUCCESS;
 }
 
-// Reads a hive's file, and its logs when its last write was cut off; `isWhole` tells whether they
-// complete it.
+// Reads a hive's file, and also its logs if its last write was interrupted. `isWhole` becomes
+// whether the hive is complete then.
 int ReadHive(const std::u16string& fileName, CHiveImage& image, bool& isWhole) {
     if (const int status = ReadImage(fileName, image)) {
         return status;
@@ -73,10 +77,11 @@ int ReadHive(const std::u16string& fileName, CHiveImage& image, bool& isWhole) {
         return ERROR_SUCCESS;
     }
     std::vector<CHiveImage> logs;
+    // A missing log is no failure, and must not be the last error of a load that succeeds.
     const int lastError = GetLastError();
     for (const char16_t* const suffix : {u".LOG1", u".LOG2", u".LOG"}) {
         CHiveImage log;
-        // A log that cannot be read leaves the hive as it is, like one that is not there.
+        // A log that cannot be read is like one that does not exist.
         if (ReadImage(fileName + suffix, log) == ERROR_SUCCESS) {
             logs.push_back(std::move(log));
         }
@@ -115,6 +120,7 @@ private:
 };
 
 int CDescribedKey::LoadHive(const char16_t* mountName, const char16_t* fileName) {
+    // A mounted hive is never replaced, because keys may be open in it.
     if (FindMount(mountName) != GetMounts().end()) {
         return SetLastError(ERROR_ACCESS_DENIED);
     }
@@ -136,6 +142,7 @@ int CDescribedKey::UnloadHive(const char16_t* mountName) {
     if (mount == GetMounts().end()) {
         return SetLastError(ERROR_FILE_NOT_FOUND);
     }
+    // As on Windows, a hive with open keys cannot be unloaded.
     if ((*mount)->openKeys != 0) {
         return SetLastError(ERROR_ACCESS_DENIED);
     }
@@ -187,6 +194,7 @@ int CDescribedKey::QueryValue(std::u16string_view name, std::uint32_t& type, voi
     if (m_mount == nullptr || !m_mount->hive.FindValue(m_key, name, value)) {
         return SetLastError(ERROR_FILE_NOT_FOUND);
     }
+    // RegQueryValueExW gives type and size in any case, and without a buffer nothing else.
     const bool hasRoom = value.size <= size;
     type = value.type;
     size = value.size;
@@ -226,6 +234,7 @@ int CDescribedRegistry::OpenKey(std::uint32_t predefinedKey, std::u16string_view
     if (predefinedKey < kFirstPredefinedKey || predefinedKey > kLastPredefinedKey) {
         return SetLastError(ERROR_INVALID_HANDLE);
     }
+    // Nothing is ever mounted below the other predefined keys.
     if (predefinedKey != kLocalMachine) {
         return SetLastError(ERROR_FILE_NOT_FOUND);
     }

@@ -8,10 +8,11 @@ namespace platform {
 
 namespace {
 
-// Real links have a few thousand bytes. What is larger than this only calls itself a link.
+// Real links have a few thousand bytes. A larger file only has the name of a link, and is not read
+// into memory.
 constexpr std::size_t kMaxFileSize = std::size_t{64} * 1024 * 1024;
 
-// A token stands for a folder of the machine or for one of its variables.
+// A token is the name of a special folder or of an environment variable.
 bool FindFolder(const formats::SLinkFolder& folder, std::u16string& path) {
     const std::u16string_view name = GetTokenName(folder);
     const SMachineDescription& machine = GetMachineDescription();
@@ -26,6 +27,7 @@ bool FindFolder(const formats::SLinkFolder& folder, std::u16string& path) {
 }  // namespace
 
 int ReadDescribedLink(const char16_t* name, SShellLink& link) {
+    // One byte more than allowed shows that a file is too large.
     SFileBytes file;
     if (const int status = ReadFileBytes(name, kMaxFileSize + 1, file)) {
         return HresultFromError(status);

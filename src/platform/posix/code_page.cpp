@@ -8,6 +8,8 @@ namespace platform {
 
 namespace {
 
+// Numbers of code pages on Windows. 0 is that of the system, which here is always the one of an
+// English system, so that a log does not depend on where it is written.
 constexpr std::uint32_t kSystem = 0;
 constexpr std::uint32_t kSystemDefault = 1252;
 constexpr std::uint32_t kAscii = 20127;
@@ -35,12 +37,14 @@ std::string ToCodePage(std::u16string_view text, std::uint32_t codePage) {
     UErrorCode error = U_ZERO_ERROR;
     const std::unique_ptr<UConverter, decltype(&ucnv_close)> converter(
         ucnv_open(ConverterName(codePage).c_str(), &error), &ucnv_close);
+    // As Windows does for characters that a code page does not have. UTF-8 has all of them.
     if (codePage != kUtf8) {
         ucnv_setSubstString(converter.get(), u"?", 1, &error);
     }
     if (U_FAILURE(error)) {
         return {};
     }
+    // Enough for every text, so that the conversion never stops for want of room.
     std::string bytes(text.size() * static_cast<std::size_t>(ucnv_getMaxCharSize(converter.get())),
                       '\0');
     char* target = bytes.data();

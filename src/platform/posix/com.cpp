@@ -33,6 +33,7 @@ bool CreateGuid(GUID& guid) {
     if (getrandom(&random, sizeof(random), 0) != static_cast<ssize_t>(sizeof(random))) {
         return false;
     }
+    // Version 4, variant 1: a GUID of random bits.
     random.Data3 = static_cast<std::uint16_t>((random.Data3 & 0x0FFFU) | 0x4000U);
     random.Data4[0] = static_cast<std::uint8_t>((random.Data4[0] & 0x3FU) | 0x80U);
     guid = random;
@@ -63,6 +64,7 @@ bool TextToGuid(std::u16string_view text, GUID& guid) {
     if (text.size() != kShape.size()) {
         return false;
     }
+    // The shape has 32 digits and the text its length, so the count cannot go beyond.
     std::uint32_t nibbles[32] = {};
     std::size_t count = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -94,6 +96,7 @@ bool TextToGuid(std::u16string_view text, GUID& guid) {
     return true;
 }
 
+// The public header tells callers to release it by free().
 void* AllocateForCaller(std::size_t size) { return std::malloc(size); }
 
 void EnterApartment() {}

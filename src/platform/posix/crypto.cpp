@@ -11,6 +11,8 @@ namespace platform {
 
 namespace {
 
+// AES in CBC mode with a vector of zeros, as the CryptoAPI has it unless told otherwise: the same
+// input must give the same bytes on both systems.
 constexpr std::uint32_t kBlockSize = 16;
 constexpr std::array<unsigned char, kBlockSize> kZeroVector{};
 
@@ -47,6 +49,7 @@ int DeriveKey(CryptoProvider /*provider*/, std::uint32_t hashId, std::uint32_t c
 
 void DestroyKey(CryptoKey key) { delete key; }
 
+// The padding has at least one byte, so a whole number of blocks gets one more.
 int GetEncryptedSize(CryptoKey /*key*/, std::uint32_t& size) {
     size = (size / kBlockSize + 1) * kBlockSize;
     return ERROR_SUCCESS;

@@ -48,7 +48,7 @@ int StatusFromErrno(int error) {
         case EFBIG:
             return ERROR_FILE_TOO_LARGE;
         case EIO:
-        case EINTR:  // more often than anyone tries again
+        case EINTR:  // after kMaxInterruptions of them
             return ERROR_IO_DEVICE;
         case EDQUOT:
             return ERROR_DISK_QUOTA_EXCEEDED;

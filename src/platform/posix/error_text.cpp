@@ -10,7 +10,8 @@ struct SErrorText {
     const char16_t* text;
 };
 
-// In the words of an English Windows 10.
+// The texts of an English Windows 10, for each status that this system can give. A line break ends
+// each, as there.
 constexpr SErrorText kErrorTexts[] = {
     {ERROR_SUCCESS, u"The operation completed successfully."},
     {S_FALSE, u"Incorrect function."},

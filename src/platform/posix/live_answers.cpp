@@ -2,6 +2,7 @@
 
 namespace platform {
 
+// Null: no Windows runs here, so a description answers every question.
 const SAnswers* GetLiveAnswers() { return nullptr; }
 
 }  // namespace platform

@@ -10,10 +10,11 @@ namespace platform {
 
 namespace {
 
-// No width or precision goes beyond this, whatever a format says.
+// No width or precision is greater, whatever a format says: a format may come from a file, and a
+// width could ask for gigabytes of blanks.
 constexpr int kMaxWidth = 0xFFFF;
 
-// One placeholder of a printf format, taken apart.
+// The parts of one placeholder of a printf format, as Microsoft's C library reads them.
 struct SPlaceholder {
     bool isLeft = false;
     bool hasPlus = false;
@@ -59,7 +60,8 @@ int ReadCount(const char16_t*& at, TNext&& next) {
     return count;
 }
 
-// Reads how many bytes an argument has.
+// Reads how many bytes an argument has: "hh", "h", "l", "ll", "I32" or "I64". A "long" has 4 bytes,
+// as on Windows.
 int ReadSize(const char16_t*& at) {
     if (at[0] == u'I' && ((at[1] == u'6' && at[2] == u'4') || (at[1] == u'3' && at[2] == u'2'))) {
         at += 3;
@@ -75,7 +77,7 @@ int ReadSize(const char16_t*& at) {
     return size == u'h' ? (isDouble ? 1 : 2) : (isDouble ? 8 : 4);
 }
 
-// Reads what stands behind "%". False, with `at` somewhere within, when it is no placeholder.
+// Reads what follows "%". False when it is no placeholder; then `at` is somewhere in it.
 template <class TNext>
 bool ReadPlaceholder(const char16_t*& at, SPlaceholder& placeholder, TNext&& next) {
     while (ReadFlag(*at, placeholder)) {
@@ -112,6 +114,7 @@ void AppendPadded(std::u16string& text, const SPlaceholder& placeholder, std::u1
     text.append(placeholder.isLeft ? blanks : 0, u' ');
 }
 
+// An argument takes 4 or 8 bytes of the list, of which a small type uses only the lowest.
 std::uint64_t CutToSize(std::uint64_t value, int bytes, bool isSigned) {
     const int unused = 64 - 8 * bytes;
     const std::uint64_t shifted = value << unused;
@@ -127,11 +130,12 @@ void AppendNumber(std::u16string& text, const SPlaceholder& placeholder, std::ui
     if (isSigned) {
         const bool isNegative = static_cast<std::int64_t>(value) < 0;
         prefix = isNegative ? u"-" : placeholder.hasPlus ? u"+" : placeholder.hasBlank ? u" " : u"";
+        // Unsigned, because the smallest number has no positive counterpart.
         value = isNegative ? 0 - value : value;
     } else if (placeholder.hasPrefix && value != 0) {
         prefix = conversion == u'x' ? u"0x" : conversion == u'X' ? u"0X" : u"";
     }
-    std::array<char, 24> digits{};
+    std::array<char, 24> digits{};  // the longest are the 22 of an octal number
     const int base = (conversion | 0x20) == u'x' ? 16 : conversion == u'o' ? 8 : 10;
     char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), value, base).ptr;
     std::u16string body(digits.data(), end);
@@ -143,6 +147,7 @@ void AppendNumber(std::u16string& text, const SPlaceholder& placeholder, std::ui
     if (placeholder.precision == 0 && value == 0) {
         body.clear();
     }
+    // A precision turns the flag "0" off, and so does "-".
     int length = placeholder.precision;
     if (length < 0 && placeholder.hasZeros && !placeholder.isLeft) {
         length = placeholder.width - static_cast<int>(prefix.size());
@@ -152,8 +157,8 @@ void AppendNumber(std::u16string& text, const SPlaceholder& placeholder, std::ui
     AppendPadded(text, placeholder, prefix, zeros, body);
 }
 
-// The text of an insert; null is shown as Windows shows it. `limit` keeps from measuring a text
-// that may have no end there.
+// The text of an insert; null is shown as on Windows. If `limit` is not negative, no more units are
+// read, because the text need not have a NUL then.
 std::u16string_view TextOf(std::uint64_t value, int limit) {
     const auto* const text = std::bit_cast<const char16_t*>(value);
     if (text == nullptr) {
@@ -177,7 +182,10 @@ void AppendValue(std::u16string& text, const SPlaceholder& placeholder, std::uin
     }
 }
 
-// The inserts of a message, which are used in any order, and more than once.
+// The inserts of a message, which may be used in any order and more than once, while a list of
+// arguments can be read only once and in order.
+//
+// INVARIANT: the first `m_count` of `m_values` are read, and the list is at the one after them.
 class CInserts {
 public:
     explicit CInserts(std::va_list arguments) { va_copy(m_arguments, arguments); }
@@ -195,12 +203,13 @@ public:
 
 private:
     std::va_list m_arguments;
+    // Two digits and the two "*" of a format ask for number 101 at most.
     std::array<std::uint64_t, 128> m_values{};
     std::size_t m_count = 0;
 };
 
-// Appends the insert that stands behind "%" in a message: its number, and perhaps a printf format
-// between exclamation marks, of which each "*" takes an insert of its own.
+// Appends an insert. After the "%" come its number and perhaps a printf format between exclamation
+// marks. Each "*" in that format takes the next insert.
 bool AppendInsert(std::u16string& text, const char16_t*& at, CInserts& inserts) {
     std::size_t number = static_cast<std::size_t>(*at++ - u'0');
     if (IsDigit(*at)) {
@@ -219,7 +228,7 @@ bool AppendInsert(std::u16string& text, const char16_t*& at, CInserts& inserts) 
     return true;
 }
 
-// What stands for a character behind "%"; empty for one that stands for itself.
+// The text for a character after "%". Empty when the character means itself.
 std::u16string_view EscapedText(char16_t unit) {
     switch (unit) {
         case u'n':
@@ -235,7 +244,7 @@ std::u16string_view EscapedText(char16_t unit) {
     }
 }
 
-// Appends what a "%" stands for. False for a bad format.
+// Appends what a "%" and what follows it mean. False for a bad format.
 bool AppendEscape(std::u16string& text, const char16_t*& at, CInserts& inserts) {
     if (*at == 0) {
         return false;
@@ -260,6 +269,7 @@ int FormatPrintf(char16_t* buffer, std::size_t capacity, const char16_t* format,
     };
     std::u16string text;
     bool isGood = true;
+    // Ends as soon as the buffer is full: the rest would be cut off.
     for (const char16_t* at = format; isGood && *at != 0 && text.size() < capacity;) {
         if (*at != u'%' || at[1] == u'%') {
             text += *at;
@@ -286,6 +296,7 @@ bool ComposeMessage(std::u16string& text, const char16_t* format, std::va_list a
     std::u16string result;
     for (const char16_t* at = format; *at != 0;) {
         const char16_t unit = *at++;
+        // "%0" ends a message, without a line break.
         if (unit == u'%' && *at == u'0') {
             break;
         }

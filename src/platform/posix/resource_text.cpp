@@ -9,7 +9,8 @@ struct SResource {
     const char16_t* text;
 };
 
-// The blank in front of the first full stop and the doubled blanks are part of the texts.
+// The texts that a program for Windows has as resources. The blank before the first full stop and
+// the doubled blanks belong to them, because the logs of both systems are the same.
 constexpr SResource kResources[] = {
     {101, u"Failed to read the file '%1' .  %2"},
     {102, u"Exception occurred converting from CAS package.  %1"},

@@ -16,9 +16,9 @@ namespace platform {
 
 namespace {
 
-// Collation reads no further than this, and what stands behind is compared unit by unit: the cost
-// of putting combining marks in order grows with the square of their number, and a package can hold
-// a text of any length.
+// Units of a text that are collated; the rest is compared unit by unit. To put combining marks in
+// order takes time that grows with the square of their number, and a package may contain a text of
+// any length.
 constexpr std::size_t kCollatedUnits = 1024;
 
 char16_t FoldBeyondAscii(char16_t unit) {
@@ -26,7 +26,7 @@ char16_t FoldBeyondAscii(char16_t unit) {
     return unit == 0x0130 ? unit : static_cast<char16_t>(u_tolower(unit));
 }
 
-// For comparisons, to which a character is also what it looks like: the sign of Kelvin is a K.
+// For comparisons, where characters that look alike are the same: the sign of Kelvin is a K.
 inline char16_t Fold(char16_t unit) {
     if (unit >= 0x80) {
         return FoldBeyondAscii(unit);
@@ -34,7 +34,8 @@ inline char16_t Fold(char16_t unit) {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }
 
-// As Windows folds.
+// Folds as Windows does: a letter changes only if its small letter has it as its capital. So the
+// sign of Kelvin stays, because the capital of k is K.
 char16_t FoldWhatComesBack(char16_t unit) {
     const char16_t folded = Fold(unit);
     return folded == unit || u_toupper(folded) == unit ? folded : unit;
@@ -58,7 +59,7 @@ private:
     std::size_t m_length;
 };
 
-// A collator for which nothing but canonically equivalent texts are equal; null when there is none.
+// A collator for which only canonically equivalent texts are equal; null when there is none.
 UCollator* OpenCollator() {
     UErrorCode status = U_ZERO_ERROR;
     std::array<char, ULOC_FULLNAME_CAPACITY> locale{};
@@ -78,8 +79,11 @@ UCollator* OpenCollator() {
     return collator;
 }
 
-// The described machine's collator. Each thread has its own, opened at its first use and anew when
-// another machine has come into effect.
+// The collator of the described machine, kept because to open one takes much longer than to compare
+// two texts.
+//
+// INVARIANT: the thread's collator is that of machine number `generation`, or null if ICU has none.
+// Threads: each thread has its own, so no lock is needed.
 const UCollator* GetCollator() {
     thread_local icu::LocalUCollatorPointer collator;
     thread_local std::uint64_t generation = 0;
@@ -121,7 +125,7 @@ int CompareTails(std::u16string_view left, std::u16string_view right, bool ignor
     return fold(*l) < fold(*r) ? -1 : 1;
 }
 
-// The unit at `index`, folded; 0 behind the end.
+// The unit at `index`, folded; 0 after the end.
 char16_t FoldedAt(std::u16string_view text, std::size_t index) {
     return index < text.size() ? Fold(text[index]) : u'\0';
 }
@@ -147,8 +151,8 @@ bool EqualText(std::u16string_view left, std::u16string_view right) {
     if (same == left.size() && same == right.size()) {
         return true;
     }
-    // Normalization leaves an ASCII character as it is and where it is, behind the same text on
-    // both sides. So two of them, or one and the end, stay different whatever follows.
+    // Normalization neither changes nor moves an ASCII character, and the text before it is the
+    // same on both sides. So two of them, or one and the end, are different whatever follows.
     if (same >= kCollatedUnits || (FoldedAt(left, same) < 0x80 && FoldedAt(right, same) < 0x80)) {
         return false;
     }
@@ -159,8 +163,8 @@ bool EqualText(std::u16string_view left, std::u16string_view right) {
 char16_t FoldUnit(char16_t unit) { return unit < 0x80 ? Fold(unit) : FoldWhatComesBack(unit); }
 
 void FoldText(char16_t* text, std::size_t length) {
-    // Most texts are ASCII, which the compiler makes this look at, and change, many units at a
-    // time.
+    // Most texts are ASCII. Both loops for these have no early exit and no branch, so that the
+    // compiler vectorises them.
     unsigned all = 0;
     for (std::size_t i = 0; i < length; ++i) {
         all |= text[i];

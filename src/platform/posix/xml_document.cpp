@@ -17,9 +17,10 @@ namespace platform {
 
 namespace {
 
-// NOENT: attribute values come with predefined entities replaced only when all entities are; there
-// are no others, since nothing declares any. RECOVER: without it the parser is silent after a
-// fault, and so about a document type that it then goes on to read.
+// NOENT: the predefined entities in attributes are replaced only if all entities are. There are no
+// others, because a document type, which could declare some, is refused. RECOVER: without it the
+// parser reports nothing after a fault, not even a document type, which it reads nevertheless.
+// HUGE: a text may be longer than ten megabytes, because the file bounds the memory anyway.
 constexpr int kOptions = XML_PARSE_NOENT | XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_RECOVER;
 
 const char* Chars(const xmlChar* text) {
@@ -33,7 +34,8 @@ bool IsBlank(std::string_view text) {
 
 bool IsText(EXmlNode type) { return type == EXmlNode::Text || type == EXmlNode::Whitespace; }
 
-// Keeps libxml2 from printing what it has to say outside of any parser, such as on bad encodings.
+// Keeps libxml2 from printing messages that belong to no parser, such as those on bad encodings.
+// The handler is one for the thread, so the former one is put back.
 class CQuietErrors {
 public:
     CQuietErrors(xmlStructuredErrorFunc handler, void* context)
@@ -51,9 +53,11 @@ private:
 
 }  // namespace
 
-// Takes the calls of libxml2's parser and appends them to a document. The parser is let run through
-// the whole file at once: its stepwise modes look at a long token anew with every step. What it
-// calls must not throw.
+// Appends what libxml2's parser reports to a document. The parser reads the whole file in one call,
+// because its stepwise modes look at a long token again with every step, which is quadratic. The
+// functions that it calls must not throw through its C code; Guard sees to that.
+//
+// INVARIANT: after a failure nothing is appended any more, and `m_status` stays the first one.
 class CXmlParser {
 public:
     // `take` is null where the document keeps all nodes.
@@ -157,7 +161,7 @@ void CXmlParser::HandOver() {
     }
 }
 
-// Gives 0, the end, after a failure: the parser then has nothing left to look at.
+// After a failure it gives 0, which is the end of the file, so the parser soon stops.
 int CXmlParser::OnRead(void* context, char* buffer, int size) {
     CXmlParser& self = Self(context);
     if (self.HasTooManyNames()) {
@@ -175,7 +179,7 @@ int CXmlParser::OnRead(void* context, char* buffer, int size) {
 }
 
 // libxml2 before 2.12 compares each attribute of an element with all others, and each prefix with
-// all that are in force. No document has this many, but a hostile one that would take hours.
+// all that are declared. No real document has this many; a hostile one would take hours.
 bool CXmlParser::HasTooManyNames() const {
 #if LIBXML_VERSION < 21200
     constexpr int kFieldsOfAttribute = 5;
@@ -193,7 +197,7 @@ void CXmlParser::OnStartDocument(void* context) {
     CXmlParser& self = Self(context);
     // Without an XML declaration the parser leaves this at its first value.
     if (self.m_context->standalone != -1) {
-        // It has skipped the white space behind the declaration by now.
+        // Its line is known: the parser is already after the white space that follows it.
         self.Guard([&] { self.AddNode(EXmlNode::XmlDeclaration, "", "xml", {}).line = 1; });
     }
 }
@@ -202,7 +206,7 @@ void CXmlParser::OnDoctype(void* context, const xmlChar* /*name*/, const xmlChar
                            const xmlChar* /*systemId*/) {
     CXmlParser& self = Self(context);
     self.Fail(kXmlDtdProhibited);
-    // Not even after another failure may it see what the document type declares.
+    // Also after another failure: what a document type declares must not be read at all.
     xmlStopParser(self.m_context.get());
 }
 
@@ -211,8 +215,8 @@ void CXmlParser::OnStartElement(void* context, const xmlChar* name, const xmlCha
                                 const xmlChar** namespaces, int attributeCount,
                                 int /*defaultedCount*/, Attributes attributes) {
     CXmlParser& self = Self(context);
-    // The parser calls ahead of the tag's end, and for "/>" calls OnEndElement next. Whether there
-    // is an end it finds out only then: a tag that breaks off makes no element.
+    // The parser calls this before it reads the end of the tag, and for "/>" it calls OnEndElement
+    // next. So whether the tag has an end must be seen here: one that is cut off is no element.
     const xmlChar* const end = self.m_context->input->cur;
     const bool isEmptyElement = end[0] == '/' && end[1] == '>';
     if (!isEmptyElement && end[0] != '>') {
@@ -273,7 +277,7 @@ void CXmlParser::OnProcessingInstruction(void* context, const xmlChar* name, con
         [&] { self.AddNode(EXmlNode::ProcessingInstruction, "", Chars(name), Chars(data)); });
 }
 
-// Everything that breaks XML or its namespaces is a failure. What a URI looks like is not: the
+// Everything that is against XML or its namespaces is a failure. An odd URI is none, although the
 // parser reports it as an error too.
 void CXmlParser::OnError(void* context, xmlErrorPtr error) {
     if (error->level < XML_ERR_ERROR || error->code == XML_WAR_NS_URI) {
@@ -287,7 +291,8 @@ SXmlNode& CXmlParser::AddNode(EXmlNode type, const char* prefix, const char* nam
     const auto currentLine = static_cast<std::uint32_t>(m_context->input->line);
     SXmlNode node;
     node.type = type;
-    // White space around the root is not reported, so that nobody knows where a node there starts.
+    // White space around the root is not reported, so there the start of a node is not known, and
+    // the end is taken.
     node.line = m_isInRoot ? m_line : currentLine;
     node.prefix = prefix;
     node.name = name;

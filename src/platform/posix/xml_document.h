@@ -17,7 +17,7 @@ namespace platform {
 
 struct SXmlNode {
     EXmlNode type = EXmlNode::None;
-    bool isAttribute = false;  // attributes stand right behind their element, without a type
+    bool isAttribute = false;  // attributes follow their element, and have no type
     bool isEmptyElement = false;
     std::uint32_t line = 0;  // where the node starts
     const char* prefix = "";
@@ -25,12 +25,15 @@ struct SXmlNode {
     std::size_t valueStart = 0;
 };
 
-// The nodes in the order of the document. Nothing refers to a parent, so that neither building nor
-// freeing knows of depth. Text is UTF-8.
+// The nodes in the order of the document. No node refers to another, so that depth costs no stack
+// and no time, neither to read nor to free. Text is UTF-8.
+//
+// INVARIANT: the value of a node is the part of `m_values` from its `valueStart` to that of the
+// next node. Names and prefixes are owned by `m_names`, which outlives the parser.
 class CXmlDocument {
 public:
-    // Reads the document from `descriptor`. 0, or the HRESULT of the first fault; the nodes ahead
-    // of a fault are there.
+    // Reads the document from `descriptor`. 0, or the HRESULT of the first fault; the nodes before
+    // it are there.
     [[nodiscard]] int Parse(int descriptor);
 
     // Reads it in parts: before each tag, and at the end, the document has the nodes since the last
@@ -50,7 +53,7 @@ private:
     };
 
     std::vector<SXmlNode> m_nodes;
-    std::string m_values;                               // all values, one behind the other
+    std::string m_values;                               // all values, one after the other
     std::unique_ptr<xmlDict, SDictionaryFree> m_names;  // owns the prefixes and names
 };
 

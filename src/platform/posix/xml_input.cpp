@@ -19,11 +19,11 @@ constexpr std::size_t kNoNode = static_cast<std::size_t>(-1);
 struct CXmlInput::SState {
     CFileDescriptor file;  // open until the document has been parsed
     CXmlDocument document;
-    int status = S_OK;
-    std::size_t next = 0;
+    int status = S_OK;     // of the parsing; given when all nodes before the fault were read
+    std::size_t next = 0;  // the node that Read gives next
     std::size_t node = kNoNode;
     std::size_t item = kNoNode;  // the node or one of its attributes
-    std::u16string text;
+    std::u16string text;         // what the last getter gave
 
     // Puts the position on the attribute at `index`, if there is one.
     int MoveToAttribute(std::size_t index) {
@@ -62,6 +62,7 @@ int CXmlInput::Read(EXmlNode& node) {
         return E_FAIL;
     }
     SState& state = *m_state;
+    // Opening a document says whether the file can be read, and not more. So it is parsed here.
     if (state.file.IsOpen()) {
         state.status = state.document.Parse(state.file.Get());
         state.file.Close();

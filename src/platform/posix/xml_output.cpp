@@ -13,22 +13,23 @@ namespace platform {
 
 namespace {
 
-// Units lie in memory as they stand in the file.
+// Units have the same bytes in memory and in the file, so texts are written as they are.
 static_assert(std::endian::native == std::endian::little);
 
 constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"utf-16\"?>";
 constexpr std::size_t kBufferUnits = 32768;
-// Elements that are written at once by one of several threads.
+// Elements in one part, which one of several threads writes. So many that handing out parts costs
+// little, and so few that the threads end at nearly the same time.
 constexpr std::size_t kElementsOfPart = 256;
-// What such a part keeps until its turn comes.
+// Units that a part keeps before it waits for its turn. This bounds the memory of all parts.
 constexpr std::size_t kPartUnits = std::size_t{1} << 22;
 
 enum class EPlace {
     Start,     // nothing has been written
-    Prolog,    // ahead of the root
+    Prolog,    // before the root
     StartTag,  // in a start tag that is still open
     Content,
-    Epilog,  // behind the root
+    Epilog,  // after the root
     End,
 };
 
@@ -36,8 +37,8 @@ bool IsWhitespace(char16_t unit) {
     return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\r';
 }
 
-// Whether every unit stands for itself in every place. Nearly all text is of this kind; without a
-// way out of the loop the compiler makes it look at many units at a time.
+// Whether no unit needs a replacement or a closer look. Nearly all text is of this kind. The loop
+// has no early exit, so that the compiler vectorises it.
 bool IsPlain(std::u16string_view text) {
     unsigned other = 0;
     for (const char16_t unit : text) {
@@ -63,7 +64,7 @@ bool IsXmlCharacter(std::u16string_view text, std::size_t index) {
     return unit >= 0x20 ? unit < 0xFFFE : IsWhitespace(unit);
 }
 
-// What stands for a unit in an attribute or a text; empty for the unit itself.
+// What replaces a unit in an attribute or a text; empty when it is written as it is.
 std::u16string_view Replacement(char16_t unit, bool inAttribute) {
     switch (unit) {
         case u'&':
@@ -74,7 +75,7 @@ std::u16string_view Replacement(char16_t unit, bool inAttribute) {
             return u"&gt;";
         case u'"':
             return inAttribute ? u"&quot;" : u"";
-        // A reader would make blanks of these.
+        // A reader would replace these by blanks.
         case u'\t':
             return inAttribute ? u"&#x9;" : u"";
         case u'\n':
@@ -105,6 +106,9 @@ bool Escape(std::u16string_view text, bool inAttribute, std::u16string& escaped)
 
 }  // namespace
 
+// INVARIANT: a part has a taker and no file, every other output a file and no taker. All that is
+// written goes through Put, so `buffer` always continues what is in the file or was taken. After a
+// failure to write, nothing more is written, because the file would have a gap.
 struct CXmlOutput::SState {
     COutputFile file;
     const TakeText* taker = nullptr;  // takes the text of a part, which has no file
@@ -112,9 +116,9 @@ struct CXmlOutput::SState {
     std::size_t bufferLimit = kBufferUnits;
     int status = S_OK;  // the first failure to write
     EPlace place = EPlace::Start;
-    std::u16string names;                 // of the open elements, one behind the other
+    std::u16string names;                 // of the open elements, one after the other
     std::vector<std::size_t> nameStarts;  // in `names`
-    std::u16string escaped;
+    std::u16string escaped;               // kept for its memory
 
     void Put(std::u16string_view text) {
         if (text.size() >= bufferLimit) {
@@ -147,7 +151,7 @@ struct CXmlOutput::SState {
         }
     }
 
-    // Makes the file begin with its mark, whatever comes first.
+    // Writes the byte order mark before anything else.
     void Begin() {
         if (place == EPlace::Start) {
             Put(u"\uFEFF");
@@ -324,6 +328,7 @@ int CXmlOutput::WriteEndDocument() {
     if (!hasRoot) {
         return kXmlInvalidAction;
     }
+    // Elements that are still open are closed, as XmlLite does.
     while (state.IsInElement()) {
         state.CloseElement();
     }
@@ -340,6 +345,8 @@ int CXmlOutput::WriteElements(std::size_t count, const ElementWriter& write) {
         return kXmlInvalidAction;
     }
     state.EndStartTag();
+    // Each part is an output of its own, that begins inside an element. It takes the text's memory
+    // and gives it back, so that a thread allocates only for its first part.
     const auto make = [&write](std::u16string& text, std::size_t first, std::size_t last,
                                const TakeText& take) {
         CXmlOutput part;
@@ -363,7 +370,8 @@ int CXmlOutput::Flush() {
 
 void CXmlOutput::Close() {
     if (IsOpen()) {
-        // What is left in a part is taken from it, unless its writing was broken off.
+        // The rest of a part was taken from it, unless an exception ended it. Nothing is flushed
+        // then, because its turn may not have come.
         if (m_state->taker == nullptr) {
             static_cast<void>(Flush());  // a failure has been told before, or nobody asked
         }

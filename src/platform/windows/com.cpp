@@ -1,17 +1,18 @@
 #include "platform/com.h"
 
 #include "platform/windows/win.h"
-// Behind windows.h.
+// Needs windows.h before it.
 #include <objbase.h>
 
 namespace platform {
 
 namespace {
 
-constexpr std::size_t kGuidLength = 38;
+constexpr std::size_t kGuidLength = 38;  // units, with both braces
 
-// How many open brackets of this thread COM has refused, because the host had set the thread up in
-// another way. Nothing is undone at their end.
+// How many of this thread's open EnterApartment calls COM has refused, because the host had set the
+// thread up in another way. Their LeaveApartment must not end what the host began. Calls are
+// nested, so it does not matter which of them was refused.
 thread_local int s_refused = 0;
 
 }  // namespace
@@ -26,6 +27,7 @@ bool CreateGuid(GUID& guid) {
 }
 
 std::u16string GuidToText(const GUID& guid) {
+    // The text is COM's memory, which its reader frees.
     wchar_t* buffer = nullptr;
     if (StringFromIID(guid, &buffer) != S_OK) {
         return {};

@@ -15,13 +15,14 @@ namespace {
 HCRYPTPROV ToHandle(CryptoProvider provider) { return reinterpret_cast<HCRYPTPROV>(provider); }
 HCRYPTKEY ToHandle(CryptoKey key) { return reinterpret_cast<HCRYPTKEY>(key); }
 
-// Windows XP, and what else goes by its number, has the provider under a name from before its time.
+// Windows XP, in all versions with its number, has the provider under an earlier name.
 bool HasPrototype() {
     const SSystemVersion version = GetSystemVersion();
     return version.major == 5 &&
            (version.minor == 1 || (version.minor == 2 && version.isWorkstation));
 }
 
+// Owns a hash, or none.
 class CHash {
 public:
     CHash() = default;
@@ -52,7 +53,7 @@ CryptoProvider OpenCryptoProvider() {
     HCRYPTPROV provider = 0;
     if (!::CryptAcquireContextW(&provider, nullptr, name, PROV_RSA_AES, kFlags) &&
         ::GetLastError() == static_cast<DWORD>(NTE_BAD_KEYSET)) {
-        // It leaves the handle at 0 when this fails too.
+        // If this fails too, the handle stays 0, which callers see as no provider.
         ::CryptAcquireContextW(&provider, nullptr, name, PROV_RSA_AES, kFlags | CRYPT_NEWKEYSET);
     }
     return reinterpret_cast<CryptoProvider>(provider);
@@ -90,6 +91,7 @@ void DestroyKey(CryptoKey key) {
     }
 }
 
+// Without a buffer CryptEncrypt only computes the size. TRUE means the last block, with padding.
 int GetEncryptedSize(CryptoKey key, std::uint32_t& size) {
     DWORD encryptedSize = size;
     const int status =

@@ -6,7 +6,8 @@ namespace platform {
 
 namespace {
 
-// A folder open for questions about it; closes itself.
+// A folder that is open only to ask about it: with no rights, and shared with everyone, so that it
+// disturbs nobody.
 class CFolderHandle {
 public:
     explicit CFolderHandle(const char16_t* name)
@@ -32,12 +33,12 @@ private:
     HANDLE m_handle;
 };
 
-constexpr std::size_t kLongestName = 32767;
+constexpr std::size_t kLongestName = 32767;  // units
 
 }  // namespace
 
 int SetAttributes(const char16_t* name, std::uint32_t attributes) {
-    // No attribute is one of its own.
+    // Windows has an attribute for a file without attributes; 0 would change nothing.
     return StatusFromCall(SetFileAttributesW(
         ToWide(name), attributes != 0 ? attributes : DWORD{FILE_ATTRIBUTE_NORMAL}));
 }
@@ -60,13 +61,13 @@ int CreateFolder(const char16_t* name) {
 bool HasShortNames() { return true; }
 
 int GetLongName(const char16_t* name, std::u16string& longName) {
-    // No name is longer than what a counted text of the kernel holds, and a caller who retries with
-    // ever shorter ones must not do so with a whole document.
+    // A text of the kernel has no more units. Callers retry with shorter and shorter parents, which
+    // with a text as long as a document would take very many calls.
     if (std::char_traits<char16_t>::length(name) >= kLongestName) {
         return SetLastError(ERROR_FILENAME_EXCED_RANGE);
     }
     std::u16string buffer;
-    // Another name may have come in the meantime, and be longer.
+    // Between the two calls a folder may be renamed to a longer name. Then the size is asked again.
     for (DWORD size = GetLongPathNameW(ToWide(name), nullptr, 0); size != 0;) {
         buffer.resize(size);
         const DWORD length = GetLongPathNameW(ToWide(name), ToWide(buffer.data()), size);
@@ -81,7 +82,8 @@ int GetLongName(const char16_t* name, std::u16string& longName) {
 }
 
 bool IsSameFolder(const char16_t* left, const char16_t* right) {
-    // Both stay open, so that none can be removed and its number be given to the other.
+    // Both are open at the same time: the number of a folder that was removed may be given to
+    // another one.
     const CFolderHandle first(left);
     const CFolderHandle second(right);
     BY_HANDLE_FILE_INFORMATION one;
@@ -95,7 +97,8 @@ bool IsSealedLink(const char16_t* /*name*/) { return false; }
 
 void SetPackageFolder(const char16_t* /*name*/) {}
 
-// The system copies a file in one call, which tells every failure at once.
+// The system copies a file in one call, which returns every failure at once. So nothing is left for
+// Finish.
 struct CFileCopier::SState {};
 CFileCopier::CFileCopier(Failed /*failed*/) {}
 CFileCopier::~CFileCopier() = default;

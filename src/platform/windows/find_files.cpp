@@ -11,7 +11,7 @@ namespace platform {
 
 namespace {
 
-// A search of Windows; closes itself.
+// Owns a search. Without short names (FindExInfoBasic), which nobody asks for and which cost time.
 class CSearchHandle {
 public:
     CSearchHandle(const char16_t* pattern, WIN32_FIND_DATAW& found, DWORD flags)
@@ -36,7 +36,7 @@ SFindData FromWindows(const WIN32_FIND_DATAW& found) {
     return {FromWide(found.cFileName), found.dwFileAttributes};
 }
 
-// Without the prefix of long names a name has fewer units than MAX_PATH.
+// Without its prefix a long name is refused, at MAX_PATH units and above.
 std::u16string WithLongPrefix(const std::u16string_view name) {
     if (name.size() < MAX_PATH || name.starts_with(uR"(\\?\)")) {
         return std::u16string(name);
@@ -45,20 +45,20 @@ std::u16string WithLongPrefix(const std::u16string_view name) {
                                       : uR"(\\?\)" + std::u16string(name);
 }
 
-// "file:stream", maybe with a path in front; "C:file" and ":stream" name no stream of a file.
+// Whether a name is "file:stream", with or without a path. "C:file" and ":stream" are not.
 bool IsStreamName(std::u16string_view name) {
     const std::u16string_view last = name.substr(name.rfind(u'\\') + 1);
     const std::size_t start = last.size() == name.size() ? 2 : 1;
     return last.find(u':', start) != std::u16string_view::npos;
 }
 
-// "\\server\share"; what has the prefix of long names is deeper than that.
+// Whether a name is "\\server\share". A name with the prefix of long names has more backslashes.
 bool IsShareName(std::u16string_view name) {
     return name.starts_with(uR"(\\)") && std::count(name.begin(), name.end(), u'\\') == 3;
 }
 
-// Opens the file or stream of that name, which a search does not: it goes through a folder's
-// entries, and neither a stream nor a drive's root is one.
+// Asks for the file or stream itself. A search would not find it, because it goes through the
+// entries of a folder, and neither a stream nor the root of a drive is an entry.
 int LookUp(const char16_t* name, SFindData& found) {
     const std::u16string longName = WithLongPrefix(name);
     const DWORD attributes = GetFileAttributesW(ToWide(longName.c_str()));
@@ -69,7 +69,7 @@ int LookUp(const char16_t* name, SFindData& found) {
     return ERROR_SUCCESS;
 }
 
-// A share can be searched, but has itself no attributes. One that is empty has no entries either.
+// A share has no attributes, but can be searched. An empty share exists although nothing is found.
 int LookUpShare(const std::u16string& name, SFindData& found) {
     WIN32_FIND_DATAW data;
     if (!CSearchHandle((name + uR"(\*)").c_str(), data, 0).IsOpen() &&
@@ -80,14 +80,14 @@ int LookUpShare(const std::u16string& name, SFindData& found) {
     return ERROR_SUCCESS;
 }
 
-// The letter case that NTFS orders names by.
+// The form by which NTFS orders names.
 std::u16string UpperCase(std::u16string text) {
     CharUpperBuffW(ToWide(text.data()), static_cast<DWORD>(text.size()));
     return text;
 }
 
-// Leaves the last error as it is, but that a file in the place of a folder is no way to anything:
-// systems have several numbers for it.
+// The last error; but if the parent is a file, it becomes ERROR_PATH_NOT_FOUND, for which systems
+// have several numbers. Sets the last error again, because the search here may change it.
 int LevelledError(const char16_t* name) {
     const int status = GetLastError();
     if (status != ERROR_DIRECTORY && status != ERROR_INVALID_NAME) {
@@ -105,7 +105,7 @@ struct SSortedEntry {
     explicit SSortedEntry(const WIN32_FIND_DATAW& found)
         : data(FromWindows(found)), upperName(UpperCase(data.name)) {}
 
-    // Names that differ in case alone can stand in one folder; some order has to be kept.
+    // A folder may have names that differ only in case. Their order must be the same each time.
     bool operator<(const SSortedEntry& other) const {
         return std::tie(upperName, data.name) < std::tie(other.upperName, other.data.name);
     }
@@ -116,8 +116,8 @@ struct SSortedEntry {
 
 }  // namespace
 
-// Only NTFS gives the names in their order: a disk in another format, or another machine's share,
-// has its own. So a folder is read whole first.
+// Only NTFS gives the names in this order. Other file systems and shares have other orders, but the
+// manifest must be the same everywhere. So a folder is read to its end first, and sorted.
 struct CFindHandle::SSearch {
     std::vector<SSortedEntry> entries;
     std::size_t next = 0;

@@ -44,6 +44,7 @@ int CInputFile::Open(const char16_t* name) {
 std::uint64_t CInputFile::GetSize() const { return m_state ? m_state->size : 0; }
 
 int CInputFile::Read(std::uint64_t offset, std::span<std::byte> bytes, std::size_t& count) const {
+    // With its own position each call is independent of the others, so any thread may read.
     constexpr std::size_t kMaxPiece = std::numeric_limits<std::int32_t>::max();
     count = 0;
     if (!m_state) {
@@ -58,7 +59,7 @@ int CInputFile::Read(std::uint64_t offset, std::span<std::byte> bytes, std::size
         const auto piece = static_cast<DWORD>(std::min(bytes.size() - count, kMaxPiece));
         if (ReadFile(m_state->file, bytes.data() + count, piece, &read, &at) == FALSE) {
             const int status = GetLastError();
-            // With a place given, the end of the file is a failure.
+            // With a position given, the end of the file is a failure of the call.
             return status == ERROR_HANDLE_EOF ? ERROR_SUCCESS : status;
         }
         if (read == 0) {

@@ -11,7 +11,8 @@ namespace platform {
 
 namespace {
 
-// Longer paths need their prefix, by which Windows takes them as they are.
+// Units. Longer paths need the prefix with which Windows takes them as they are. 247 is the limit
+// for a folder, in which a short name must have room.
 constexpr std::size_t kMaxPlainPath = 247;
 
 bool IsLetter(char16_t c) { return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z'); }
@@ -26,7 +27,7 @@ bool IsShare(std::u16string_view path) { return path.substr(0, 2) == uR"(\\)"; }
 
 std::optional<std::u16string> LibraryPath(const std::string& argument) {
     std::u16string path = Utf8ToUtf16(argument);
-    // Not made shorter by "..", which the library refuses where it is of no use.
+    // A full path is not normalized: the library itself refuses a ".." that leads nowhere.
     if (path.find(u'/') == std::u16string::npos && (HasDrive(path) || IsShare(path))) {
         return path;
     }
@@ -49,7 +50,7 @@ std::string PathBytes(const std::filesystem::path& path) { return Utf16ToUtf8(Pa
 
 std::u16string PathText(const std::filesystem::path& path) { return FromWide(path.c_str()); }
 
-// Asked of the system and not of the C run-time, which copies the environment at its start.
+// Asks the system, because the C run-time has only a copy from the start of the process.
 std::filesystem::path GetPathVariable(const char* name) {
     std::u16string value;
     const bool isSet =

@@ -7,7 +7,7 @@ namespace platform {
 
 namespace {
 
-// One call takes a count of 32 bits.
+// Bytes. One call takes a count of 32 bits.
 constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
 
 HANDLE Handle(std::intptr_t handle) {
@@ -44,6 +44,7 @@ int COutputFile::Write(const void* bytes, std::size_t count) {
         if (WriteFile(Handle(m_handle), next, piece, &written, nullptr) == FALSE) {
             return GetLastError();
         }
+        // To try again could go on for ever.
         if (written == 0) {
             return SetLastError(ERROR_WRITE_FAULT);
         }

@@ -11,7 +11,7 @@ namespace platform {
 
 namespace {
 
-// A text that FormatMessageW has made; gives it back.
+// Owns a text that FormatMessageW has allocated.
 class CSystemText {
 public:
     CSystemText() = default;
@@ -32,6 +32,7 @@ private:
     DWORD m_length = 0;
 };
 
+// A count for the system. What is beyond two billion units is not compared.
 int Length(std::u16string_view text) {
     return static_cast<int>(
         std::min(text.size(), static_cast<std::size_t>(std::numeric_limits<int>::max())));
@@ -57,6 +58,8 @@ int CompareText(std::u16string_view left, std::u16string_view right, bool ignore
 }
 
 bool EqualText(std::u16string_view left, std::u16string_view right) {
+    // Most texts that are equal differ at most in the case of ASCII letters. For these the system
+    // need not be asked.
     if (std::equal(left.begin(), left.end(), right.begin(), right.end(),
                    [](char16_t a, char16_t b) { return FoldAscii(a) == FoldAscii(b); })) {
         return true;
@@ -68,7 +71,7 @@ char16_t FoldUnit(char16_t unit) {
     if (unit < 0x80) {
         return FoldAscii(unit);
     }
-    // One at a time, since two that are a pair would be taken for their character.
+    // One unit at a time, because a pair of surrogates would be folded as one character.
     CharLowerBuffW(ToWide(&unit), 1);
     return unit;
 }
@@ -84,6 +87,7 @@ int FormatPrintf(char16_t* buffer, std::size_t capacity, const char16_t* format,
     if (capacity == 0) {
         return -1;
     }
+    // Without room for it, _vsnwprintf writes no NUL.
     const int length = _vsnwprintf(ToWide(buffer), capacity, ToWide(format), arguments);
     if (length < 0 || static_cast<std::size_t>(length) == capacity) {
         buffer[capacity - 1] = 0;
@@ -104,7 +108,7 @@ bool ComposeMessage(std::u16string& text, const char16_t* format, std::va_list a
 bool LoadResourceText(std::uint32_t id, const void* module, std::u16string& text) {
     HMODULE const owner = module == nullptr ? GetModuleHandleW(nullptr)
                                             : static_cast<HMODULE>(const_cast<void*>(module));
-    // Without room for a copy it is the resource itself that is given, which has no terminator.
+    // With a size of 0 it gives a pointer to the resource itself, which has no NUL.
     const wchar_t* resource = nullptr;
     const int length = LoadStringW(owner, id, reinterpret_cast<wchar_t*>(&resource), 0);
     if (length <= 0) {

@@ -1,7 +1,7 @@
 // platform/windows/win.h - the functions of Windows, without the macros that get in the way here.
 //
-// The only place that includes windows.h. Text of this system is char16_t, that of Windows wchar_t;
-// both have 16 bits here, and the casts stand at the end of this file.
+// The only place that includes windows.h. Texts are char16_t in this code and wchar_t for Windows.
+// Both have 16 bits here, and all casts between them are at the end of this file.
 #pragma once
 
 #ifndef NOMINMAX
@@ -78,8 +78,8 @@ inline const char16_t* FromWide(const wchar_t* text) {
     return reinterpret_cast<const char16_t*>(text);
 }
 
-// What a call of Windows that answers yes or no comes to as a status: its failure is the thread's
-// last error.
+// The status of a call that returns a BOOL. Must be the first call after it, because every other
+// call may change the thread's last error.
 inline int StatusFromCall(BOOL result) {
     return result != FALSE ? ERROR_SUCCESS : static_cast<int>(::GetLastError());
 }

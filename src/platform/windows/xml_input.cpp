@@ -12,7 +12,7 @@ namespace platform {
 
 namespace {
 
-// Where a node stands, as the reader tells it.
+// The place of a node in its document.
 struct SPlace {
     XmlNodeType type = XmlNodeType_None;
     UINT line = 0;
@@ -35,6 +35,7 @@ namespace {
 
 using TextOperation = HRESULT (IXmlReader::*)(LPCWSTR*, UINT*);
 
+// A text is the reader's memory, and valid until the reader moves on.
 std::u16string_view ReadText(IXmlReader* reader, TextOperation operation) {
     const wchar_t* text = nullptr;
     UINT length = 0;
@@ -56,7 +57,7 @@ int CXmlInput::Open(const char16_t* name) {
         result = reader->SetProperty(XmlReaderProperty_DtdProcessing, DtdProcessing_Prohibit);
     }
     if (SUCCEEDED(result)) {
-        // 256 unless it is said otherwise; 0 stands for no limit.
+        // 256 by default; 0 means no limit. A node needs no stack here, so depth does no harm.
         result = reader->SetProperty(XmlReaderProperty_MaxElementDepth, 0);
     }
     if (SUCCEEDED(result)) {
@@ -87,7 +88,8 @@ int CXmlInput::Read(EXmlNode& node) {
     if (state.result == S_OK) {
         static_cast<void>(state.reader->GetLineNumber(&place.line));
         static_cast<void>(state.reader->GetLinePosition(&place.position));
-        // In Wine the last node of a document that is cut off comes again and again.
+        // Wine gives the last node of a truncated document again and again. A real next node is at
+        // another place.
         state.result = place == state.place ? kXmlNotWellFormed : S_OK;
         state.place = place;
     }

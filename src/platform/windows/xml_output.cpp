@@ -14,13 +14,13 @@ namespace platform {
 
 namespace {
 
-// Faults of the document and calls out of place have numbers of their own, 0xC00CExxx; whatever
-// else fails is the file.
+// Whether a failure is one of the call: characters that XML does not allow, or a call at the wrong
+// place. These have the numbers 0xC00CExxx. Any other failure is one of the file.
 bool IsFaultOfCall(HRESULT result) {
     return (static_cast<unsigned>(result) & 0xFFFFF000U) == 0xC00CE000U || result == E_INVALIDARG;
 }
 
-// XmlLite takes texts that end at a NUL, and would lose what stands behind one.
+// XmlLite takes texts that end at their first NUL, and would lose what follows it.
 bool HoldsNul(std::u16string_view text) { return text.find(u'\0') != std::u16string_view::npos; }
 
 }  // namespace
@@ -29,9 +29,10 @@ struct CXmlOutput::SState {
     CComPointer<IStream> stream;
     CComPointer<IUnknown> output;
     CComPointer<IXmlWriter> writer;
-    int failure = S_OK;  // the first one to write
+    int failure = S_OK;  // the first one of the file
 
-    // Makes one call, unless the file has failed before.
+    // Makes one call, unless the file has failed before: then the document has a gap, and nothing
+    // more may be written.
     template <typename TOperation, typename... TArguments>
     int Call(TOperation operation, TArguments... arguments) {
         if (failure < 0) {
@@ -127,6 +128,7 @@ int CXmlOutput::WriteElements(std::size_t count, const ElementWriter& write) {
     if (!IsOpen()) {
         return E_FAIL;
     }
+    // In one part, because an IXmlWriter is for one thread.
     write(*this, 0, count);
     return m_state->failure;
 }

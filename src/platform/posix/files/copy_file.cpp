@@ -21,6 +21,7 @@ namespace platform {
 
 namespace {
 
+// Bytes. Up to the first, a file goes through a buffer on the stack, with one read and one write.
 constexpr std::size_t kSmall = 65536;
 constexpr std::size_t kLargeBuffer = 262144;
 constexpr off_t kNoLimit = std::numeric_limits<off_t>::max();
@@ -57,7 +58,7 @@ int CopyThrough(int from, int to, char* buffer, std::size_t size, off_t limit) {
     return 0;
 }
 
-// The kernel's own copying costs more than it saves here.
+// For small files a read and a write cost less than a copy by the kernel.
 int CopySmall(int from, const struct stat& info, int to) {
     std::array<char, kSmall> buffer;
     const ssize_t count = ReadSome(from, buffer.data(), buffer.size());
@@ -67,6 +68,7 @@ int CopySmall(int from, const struct stat& info, int to) {
     if (const int error = WriteAll(to, buffer.data(), static_cast<std::size_t>(count))) {
         return error;
     }
+    // Another size than that of a moment ago means that someone is writing: then go on to the end.
     const bool isWhole = count == info.st_size && count < static_cast<ssize_t>(kSmall);
     return isWhole ? 0 : CopyThrough(from, to, buffer.data(), buffer.size(), kNoLimit);
 }
@@ -88,8 +90,8 @@ int CopyRange(int from, int to, off_t start, off_t length) {
     if (length == 0) {
         return 0;
     }
-    // Not every file system takes part, and some only say that there is nothing to copy. The plain
-    // way finds out what is the matter.
+    // Not every file system supports this, and some only answer that there is nothing to copy. To
+    // read and write the rest either works or gives the real error.
     const std::unique_ptr<char[]> buffer(new (std::nothrow) char[kLargeBuffer]);
     if (buffer == nullptr) {
         return ENOMEM;
@@ -99,7 +101,7 @@ int CopyRange(int from, int to, off_t start, off_t length) {
 
 int CopyAllButHoles(int from, const struct stat& info, int to) {
     off_t at = 0;
-    // Every round ends behind where it began: a hole starts behind the data before it.
+    // Every round ends after where it began, because a hole starts after the data before it.
     while (at < info.st_size) {
         off_t start = lseek(from, at, SEEK_DATA);
         if (start < 0 && errno == ENXIO) {
@@ -113,12 +115,13 @@ int CopyAllButHoles(int from, const struct stat& info, int to) {
         }
         at = std::max(end, at + 1);
     }
+    // A hole at the end has nothing after it that would set the size.
     return ftruncate(to, info.st_size) == 0 ? 0 : errno;
 }
 
-// Copies all of `from`, which is `info` and stands at its start, into the empty file `to` on the
-// file system `toDevice`: as a shared copy where there are such, and without filling holes. 0, or
-// errno, with part of the data copied.
+// Copies all of `from`, which is `info` and is at its start, into the empty file `to` on the file
+// system `toDevice`: by sharing the data if both file systems can, and without filling holes. 0, or
+// errno; then part of the data may be copied.
 int CopyFileData(int from, const struct stat& info, int to, dev_t toDevice) {
     constexpr off_t kBlock = 512;
     if (info.st_size > 0 && ShareData(from, info.st_dev, to, toDevice)) {
@@ -142,13 +145,15 @@ int Fill(SFileCopy& copy) {
     if (const int error = CopyFileData(copy.source.Get(), info, to, output.info.st_dev)) {
         return error;
     }
+    // A new file was created with the right mode. One that is replaced gets the attribute only
+    // after the data is in it, so that a failure leaves it writable.
     constexpr mode_t kAllWrite = S_IWUSR | S_IWGRP | S_IWOTH;
     if (!output.isNew && (info.st_mode & S_IWUSR) == 0 &&
         fchmod(to, output.info.st_mode & 07777 & ~kAllWrite) != 0) {
         return errno;
     }
     const struct timespec times[2] = {{0, UTIME_OMIT}, info.st_mtim};
-    // A file that belongs to someone else may be written and yet not be given a time.
+    // Only the owner of a file may set its time, while others may be allowed to write to it.
     copy.timeError = futimens(to, times) == 0 ? 0 : errno;
     // Some file systems write only now, and tell only now that they could not.
     return close(output.file.Release()) == 0 ? 0 : errno;
@@ -181,6 +186,7 @@ int PlaceCopy(std::u16string_view from, std::u16string_view to, SFileCopy& copy)
     if (const int status = OpenFile(from, copy.source, copy.sourceInfo)) {
         return status;
     }
+    // Last, because only EndCopy ends what this begins.
     copy.output.place.folder->BeginAdding(copy.output.place.entry.name, EEntryKind::Regular);
     copy.isPlaced = true;
     return ERROR_SUCCESS;
@@ -198,6 +204,7 @@ int BeginCopy(std::u16string_view from, std::u16string_view to, EExisting existi
     if (output.isNew) {
         return ERROR_SUCCESS;
     }
+    // Emptying it would empty the source too.
     if (GetFileId(output.info) == GetFileId(copy.sourceInfo)) {
         return ERROR_SHARING_VIOLATION;
     }
@@ -222,6 +229,7 @@ int EndCopy(SFileCopy& copy) {
     if (copy.error == 0) {
         return copy.timeError == 0 ? ERROR_SUCCESS : StatusFromErrno(copy.timeError);
     }
+    // What this copy did not create is not removed either.
     if (copy.isPlaced && !output.isNew) {
         return isTaken ? ERROR_FILE_EXISTS : StatusFromErrno(copy.error);
     }

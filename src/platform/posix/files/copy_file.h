@@ -11,7 +11,7 @@
 
 namespace platform {
 
-// A copy under way.
+// A copy that has begun. One thread at a time uses it: the owner's, or in MoveData any other.
 struct SFileCopy {
     CFileDescriptor source;
     struct stat sourceInfo {};
@@ -26,8 +26,8 @@ struct SFileCopy {
     }
 };
 
-// Opens the source and finds the place for a new output. ERROR_FILE_EXISTS when there may be one
-// already: BeginCopy tells. Sets no last error.
+// Opens the source and finds the place for a new output, which MoveData creates. ERROR_FILE_EXISTS
+// when there may be one already; then BeginCopy finds out. Sets no last error.
 [[nodiscard]] int PlaceCopy(std::u16string_view from, std::u16string_view to, SFileCopy& copy);
 
 // Opens both files, and empties one that is to be replaced. The statuses of CopyFile; sets no last
@@ -35,7 +35,8 @@ struct SFileCopy {
 [[nodiscard]] int BeginCopy(std::u16string_view from, std::u16string_view to, EExisting existing,
                             SFileCopy& copy);
 
-// Copies everything and closes both files. Any thread may do this. Nothing is thrown.
+// Copies everything and closes both files. For any thread, because it touches no CFolder. Throws
+// nothing.
 void MoveData(SFileCopy& copy);
 
 // Gives the copy's status, and removes what a failure left unfinished, but not a copy that only

@@ -14,6 +14,7 @@ namespace platform {
 
 int FindFolder(std::u16string_view path, SFilePlace& place) {
     CFolderCache& cache = CFolderCache::Get();
+    // Nearly every path is a folder of a moment ago and a name, and need not be read again.
     SSplitPath split;
     if (SplitPath(path, split) && cache.Open(split.folder, place.folder) == ERROR_SUCCESS) {
         place.name = split.name;
@@ -34,6 +35,7 @@ int FindEntryAt(SFilePlace& place) {
     if (!place.name.empty()) {
         return place.folder->Find(place.name, place.entry);
     }
+    // A root has no name and no parent to look it up in.
     const int error = place.folder->Look(".", place.entry);
     return error == 0 ? ERROR_SUCCESS : StatusFromErrno(error);
 }
@@ -53,8 +55,8 @@ int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info)
         const bool leadsNowhere = place.entry.IsUnfollowed() && !place.folder->IsSealed();
         return leadsNowhere ? ERROR_FILE_NOT_FOUND : ERROR_CANT_ACCESS_FILE;
     }
-    // Should the file be replaced between the look and the opening, O_NONBLOCK keeps a pipe from
-    // holding this thread up, and the second look finds out.
+    // The file may be replaced between the look and the opening. Then O_NONBLOCK keeps a pipe from
+    // blocking this thread, and fstat shows what was opened.
     const int follow = place.folder->IsSealed() ? O_NOFOLLOW : 0;
     CFileDescriptor opened(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
                                   O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | follow));

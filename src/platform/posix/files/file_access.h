@@ -20,7 +20,7 @@ namespace platform {
 // failure is also the last error and leaves `file` as it was.
 [[nodiscard]] int OpenForReading(const char16_t* name, CFileDescriptor& file);
 
-// A name in a folder that is there.
+// A name in a folder that exists.
 struct SFilePlace {
     std::shared_ptr<CFolder> folder;
     std::u16string name;    // as it was asked for; empty for a root, which is found as its own "."
@@ -40,11 +40,11 @@ struct SFilePlace {
 // Both. ERROR_INVALID_NAME for a path with a stream.
 [[nodiscard]] int FindFile(std::u16string_view path, SFilePlace& place);
 
-// Opens what was found, for reading. ERROR_ACCESS_DENIED, ERROR_CANT_ACCESS_FILE as
-// OpenForReading has them; otherwise `info` is of the open file.
+// Opens what was found, for reading. ERROR_ACCESS_DENIED and ERROR_CANT_ACCESS_FILE mean what they
+// mean for OpenForReading. On success `info` is of the open file.
 [[nodiscard]] int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info);
 
-// FindFile and OpenEntry in one, which need neither when the file is kept open.
+// FindFile and OpenEntry in one. Needs neither when the file is kept open (CKeptFile).
 [[nodiscard]] int OpenFile(std::u16string_view path, CFileDescriptor& file, struct stat& info);
 
 }  // namespace platform

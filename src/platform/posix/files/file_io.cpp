@@ -8,6 +8,7 @@ ssize_t ReadSome(int file, void* buffer, std::size_t size) {
     return Retry([=] { return read(file, buffer, size); });
 }
 
+// A call may give fewer bytes than asked for before the end. Only 0 bytes mean the end.
 SRead ReadAt(int file, std::byte* bytes, std::size_t size, off_t start) {
     SRead done;
     while (done.count < size) {
@@ -28,6 +29,7 @@ int WriteAll(int file, const void* bytes, std::size_t count) {
     const auto* next = static_cast<const char*>(bytes);
     while (count > 0) {
         const ssize_t written = Retry([=] { return write(file, next, count); });
+        // A write of 0 bytes sets no errno, and to try it again could go on for ever.
         if (written <= 0) {
             return written < 0 ? errno : EIO;
         }

@@ -8,7 +8,8 @@
 
 namespace platform {
 
-// Signals are rare. A file system that is interrupted this often in a row never gives an answer.
+// Signals are rare. A file system that is interrupted this often in a row will never answer, and
+// without a limit the thread would hang.
 constexpr int kMaxInterruptions = 1000;
 
 // Makes a system call, and makes it again after a signal interrupted it. Gives the call's result;

@@ -8,9 +8,9 @@ namespace platform {
 
 namespace {
 
-constexpr std::size_t kMaxPath = 32767;
+constexpr std::size_t kMaxPath = 32767;  // units, as on Windows
 
-// Cuts the first segment off `rest`, and the backslash behind it.
+// Cuts the first segment off `rest`, and the backslash after it.
 std::u16string_view TakeSegment(std::u16string_view& rest) {
     const std::size_t end = rest.find(u'\\');
     const std::u16string_view segment = rest.substr(0, end);
@@ -24,9 +24,11 @@ void StartAt(SFileLocation& location, std::string_view folder, std::u16string_vi
     location.rootLength = key.size();
 }
 
-// The current directory, or a folder above it: each level adds one dot to the key.
+// The key of the current directory is ".", and each level above it adds one dot. No other root has
+// a key that begins with a dot.
 void StartAtCurrentFolder(SFileLocation& location) { StartAt(location, ".", u"."); }
 
+// Server and share are looked up in upper case, so the key is one for all letter cases.
 int StartAtShare(SFileLocation& location, std::u16string_view& rest) {
     const std::u16string_view server = TakeSegment(rest);
     const std::u16string_view share = TakeSegment(rest);
@@ -75,6 +77,7 @@ int ReadStart(SFileLocation& location, std::u16string_view& rest) {
     if (rest.size() >= 2 && rest[1] == u':') {
         return StartAtDrive(location, rest);
     }
+    // After the prefix there is a drive or a share, and nothing else.
     if (isLong) {
         return ERROR_PATH_NOT_FOUND;
     }
@@ -121,6 +124,7 @@ int AddName(SFileLocation& location, std::u16string_view name) {
     if (name.empty() || name == u".") {
         return ERROR_SUCCESS;
     }
+    // On the text alone, as on Windows: a link before it is not followed first.
     if (name == u"..") {
         RemoveLastName(location);
         return ERROR_SUCCESS;
@@ -166,7 +170,7 @@ int ReadLocation(std::u16string_view text, SFileLocation& location) {
     if (const int status = ReadStart(location, text)) {
         return status;
     }
-    // What ends in a backslash is a folder, and "a:b" no name of one.
+    // A path that ends in a backslash means a folder, and "a:b" is no name of a folder.
     const bool mayHaveStream = !text.empty() && text.back() != u'\\';
     std::u16string_view stream;
     while (!text.empty()) {

@@ -7,11 +7,12 @@
 
 namespace platform {
 
-// The way to one file or folder: a POSIX folder to start from, and names to follow, without "." and
-// "..".
+// The path to one file or folder: a POSIX folder to start from, and the names that follow, without
+// "." and "..".
 struct SFileLocation {
     std::string root;
-    // Stands for the root, then each name behind a backslash: equal texts are the same way.
+    // A text for the root, then each name after a backslash. Equal texts are the same path, so this
+    // is the key of the folder cache.
     std::u16string path;
     std::size_t rootLength = 0;  // of `path`
     std::u16string stream;       // empty for the file itself
@@ -19,11 +20,11 @@ struct SFileLocation {
     [[nodiscard]] bool IsRoot() const { return path.size() == rootLength; }
     // The last name; empty for a root.
     [[nodiscard]] std::u16string_view GetName() const;
-    // What stands before the last name, the way to its folder; not for a root.
+    // What comes before the last name, which is the path of its folder. Not for a root.
     [[nodiscard]] std::u16string_view GetFolderPath() const;
 };
 
-// A path split before its last name, which may have a stream behind it.
+// A path that is split before its last name, which a stream may follow.
 struct SSplitPath {
     std::u16string_view folder;  // with its last backslash; empty for a bare name
     std::u16string_view name;
@@ -33,8 +34,8 @@ struct SSplitPath {
 // Splits a path whose last name is nothing but a name; false for every other, such as a root.
 [[nodiscard]] bool SplitPath(std::u16string_view text, SSplitPath& split);
 
-// Reads a path, plain or behind "\\?\". A path without a drive starts at the root folder or at the
-// current one; so does "Z:a" where the drive is the root folder itself, and ".." works on the text
+// Reads a path, plain or with "\\?\" before it. A path without a drive starts at the root folder or
+// at the current one. So does "Z:a" if the drive is the root folder itself. ".." works on the text
 // alone, as on Windows. Gives ERROR_PATH_NOT_FOUND for a drive or share that is not mapped,
 // ERROR_INVALID_NAME for a slash or a stream without a name, ERROR_FILENAME_EXCED_RANGE for more
 // than 32767 units. `location` is then in no particular state. Sets no last error.

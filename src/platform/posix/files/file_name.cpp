@@ -12,7 +12,7 @@ namespace {
 
 constexpr char16_t kRawByte = 0xDC00;
 
-// The byte that a lone surrogate stands for, or 0.
+// The byte that a lone surrogate means, or 0.
 constexpr unsigned char RawByte(char16_t unit) {
     const int byte = unit - kRawByte;
     const bool isByte = byte > 0 && byte < 0x100 && (byte >= 0x80 || IsForeign(char32_t(byte)));
@@ -22,6 +22,8 @@ constexpr unsigned char RawByte(char16_t unit) {
 // Reads the character at the start of `bytes`. Gives the number of its bytes, or 0 when they are no
 // UTF-8: cut short, longer than needed, a surrogate, or past U+10FFFF.
 std::size_t DecodeCharacter(std::string_view bytes, char32_t& c) {
+    // By hand, because ICU passes several bytes of a broken character at once, and each of them has
+    // to be given.
     const auto lead = static_cast<unsigned char>(bytes[0]);
     if (lead < 0x80) {
         c = lead;
@@ -43,7 +45,7 @@ std::size_t DecodeCharacter(std::string_view bytes, char32_t& c) {
     return isTooLong || (c >= 0xD800 && c < 0xE000) || c > 0x10FFFF ? 0 : length;
 }
 
-// Reads the rest of a name behind its start `text`.
+// Appends the rest of a name to its start, `text`.
 std::u16string ReadAll(CNameReader reader, std::u16string text) {
     for (int unit = reader.Next(); unit != CNameReader::kEnd; unit = reader.Next()) {
         text += static_cast<char16_t>(unit);
@@ -90,11 +92,12 @@ int CNameReader::NextOther() {
         m_trail = static_cast<char16_t>(U16_TRAIL(c));
         c = U16_LEAD(c);
     }
-    // A bad byte stands alone, so that what follows it is read afresh.
+    // Only one bad byte is passed, because the next one may begin a character.
     m_bytes.remove_prefix(length == 0 ? 1 : length);
     return static_cast<int>(c);
 }
 
+// Nearly all names are plain to their end, and are copied in one go.
 std::u16string TextFromName(std::string_view bytes) {
     const auto* const other = std::find_if_not(bytes.begin(), bytes.end(), IsPlain);
     std::u16string text(bytes.begin(), other);
@@ -124,6 +127,7 @@ bool NameFromText(std::u16string_view text, std::string& bytes) {
             AppendUtf8(name, c);
         }
     }
+    // Either would lead out of the folder.
     if (name.empty() || name == "." || name == "..") {
         return false;
     }
@@ -133,7 +137,8 @@ bool NameFromText(std::u16string_view text, std::string& bytes) {
 
 char16_t UpperOtherUnit(char16_t unit) {
     const UChar32 upper = u_toupper(unit);
-    // The dotless i and the long s stay: no other letter turns into an ASCII one on Windows.
+    // The dotless i and the long s stay as they are: on Windows no other letter becomes an ASCII
+    // one.
     return upper >= 0x80 && upper < 0x10000 ? static_cast<char16_t>(upper) : unit;
 }
 
@@ -155,8 +160,8 @@ bool MatchesPattern(std::u16string_view name, std::u16string_view pattern) {
     }
     std::size_t at = 0;
     std::size_t next = 0;
-    // Where to go on when a match fails: behind the last star, which then takes one unit more. A
-    // star further left need never be looked at again.
+    // Where to go on when a match fails: after the last star, which then takes one unit more. Stars
+    // before that one need not be tried again, so the time is at most the product of the lengths.
     std::size_t starNext = std::u16string_view::npos;
     std::size_t starAt = 0;
     while (at < name.size()) {

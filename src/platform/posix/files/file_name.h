@@ -29,7 +29,7 @@ inline constexpr auto kPlainBytes = [] {
 }();
 inline bool IsPlain(char byte) { return kPlainBytes[static_cast<unsigned char>(byte)]; }
 
-// Gives the units of a name one by one, as TextFromName has them.
+// Gives the units of TextFromName one by one, so that names can be compared without a copy.
 class CNameReader {
 public:
     static constexpr int kEnd = -1;
@@ -37,7 +37,7 @@ public:
     explicit CNameReader(std::string_view bytes, char16_t foreignBase = 0xF000)
         : m_bytes(bytes), m_foreignBase(foreignBase) {}
 
-    // kEnd behind the last unit, however often it is called.
+    // kEnd after the last unit, however often it is called.
     int Next() {
         if (!m_bytes.empty() && m_trail == 0 && IsPlain(m_bytes[0])) {
             const char byte = m_bytes[0];
@@ -58,14 +58,13 @@ private:
 // How a name on disk appears to callers.
 [[nodiscard]] std::u16string TextFromName(std::string_view bytes);
 
-// As TextFromName, but what could stand for itself as well (a colon and U+F03A) is told apart: the
-// characters that no Windows name can hold show as U+DC00 plus the character.
+// As TextFromName, but without two names that appear alike, such as one with a colon and one with
+// U+F03A. The characters that no Windows name can contain appear as U+DC00 plus the character.
 [[nodiscard]] std::u16string UnambiguousTextFromName(std::string_view bytes);
 
-// The name on disk that `text` stands for to the letter, and that a new file of this name gets;
-// U+F03A stays what it is. Gives false for what is no name: empty, ".", "..", or with a character
-// that no Windows name can hold. Lone surrogates become bytes of their own, as the surrogates of
-// UTF-8 would.
+// The name on disk that is exactly `text`, and that a new file of this name gets. U+F03A stays what
+// it is. False for what is no name: empty, ".", "..", or with a character that no Windows name can
+// contain. A lone surrogate that means no byte becomes three bytes, as UTF-8 would encode it.
 [[nodiscard]] bool NameFromText(std::u16string_view text, std::string& bytes);
 
 // UpperUnit of what is not ASCII.

@@ -19,6 +19,7 @@ namespace {
 
 // Gives the names of the attributes, each ended by a NUL. False when they cannot be asked for; a
 // file system without attributes has none of them.
+// The first buffer is enough for nearly every file, and XATTR_LIST_MAX for any.
 bool ListAttributes(int file, std::string& names) {
     std::array<char, 1024> few;
     ssize_t size = flistxattr(file, few.data(), few.size());
@@ -58,6 +59,7 @@ int FindStreamAttribute(int file, std::u16string_view stream) {
     }
     std::string_view rest = attributes;
     while (!rest.empty()) {
+        // A list without its last NUL gets shorter with each round too.
         const std::size_t end = std::min(rest.find('\0'), rest.size() - 1);
         if (IsStreamAttribute(rest.substr(0, end), stream)) {
             return ERROR_SUCCESS;
@@ -67,11 +69,11 @@ int FindStreamAttribute(int file, std::u16string_view stream) {
     return ERROR_FILE_NOT_FOUND;
 }
 
-// Finds the file and opens it, unless it is of the kinds that have no attributes, or may not be
-// opened, which whoever reads it is told.
+// Finds the file and opens it. A file that may not be opened, or has no attributes because of its
+// kind, is no failure here: it stays closed, and whoever reads it gets the error.
 int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
     struct stat info {};
-    // A walk has come by the file a moment ago, so that opening it tells enough.
+    // If a walk has passed the file a moment ago, opening it is enough to know that it exists.
     if (place.folder->Recall(place.name, place.entry) &&
         OpenEntry(place, file, info) == ERROR_SUCCESS) {
         place.entry.info = info;
@@ -105,7 +107,7 @@ int FindStream(SFilePlace& place, CFileDescriptor& file) {
     }
     int status =
         file.IsOpen() ? FindStreamAttribute(file.Get(), place.stream) : ERROR_FILE_NOT_FOUND;
-    // A folder that may only be passed through shows no files beside any.
+    // In a folder that may be passed but not listed, nobody can see a sibling file.
     if (status == ERROR_FILE_NOT_FOUND && error != 0 && error != EACCES) {
         status = StatusFromErrno(error);
     }

@@ -18,7 +18,8 @@ namespace {
 
 constexpr mode_t kAllWrite = S_IWUSR | S_IWGRP | S_IWOTH;
 
-// Pipes and devices are none of this library's making, and the machine may need them.
+// This library never makes pipes and devices, and the machine may need them. A link that is not
+// followed is deleted itself.
 bool IsDeletable(const SEntry& entry) {
     return (entry.IsRegular() && !entry.IsReadOnly()) || entry.IsUnfollowed();
 }
@@ -31,7 +32,7 @@ int Rename(const SFilePlace& from, const SFilePlace& to, const std::string& newN
     if (renameat2(fromFolder, oldName, toFolder, newName.c_str(), RENAME_NOREPLACE) == 0) {
         return 0;
     }
-    // Not every file system can look and rename at once; it has been looked a moment ago.
+    // Not every file system can refuse to replace. Move has just seen that nothing is there.
     const bool isUnknown = errno == EINVAL || errno == ENOSYS;
     return isUnknown ? renameat(fromFolder, oldName, toFolder, newName.c_str()) : -1;
 }
@@ -58,6 +59,7 @@ int Move(std::u16string_view from, std::u16string_view to) {
     if (Rename(source, target, newName) != 0) {
         return StatusFromErrno(errno);
     }
+    // Without its kind the new name is looked at by whoever needs to know.
     source.folder->NoteRemoved(source.entry.name);
     target.folder->NoteAdded(newName, EEntryKind::Unknown);
     return ERROR_SUCCESS;
@@ -140,6 +142,7 @@ bool IsSealedLink(const char16_t* name) {
 }
 
 void SetPackageFolder(const char16_t* name) {
+    // First without any package folder: the folder itself may be reached by links.
     CFolderCache& cache = CFolderCache::Get();
     cache.SetPackageFolder(nullptr);
     SFileLocation location;

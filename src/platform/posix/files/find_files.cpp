@@ -27,8 +27,9 @@ std::uint32_t GetAttributes(const SEntry& entry) {
     return entry.IsReadOnly() ? kAttributeReadOnly : kAttributeNormal;
 }
 
-// Whether a look-up of a stream ends with an answer, or with something else that a copy of the file
-// ends with too. What the process has run out of it may have again by then.
+// Whether the status of a look-up of a stream is an answer, or a failure that a copy of the file
+// will have too. Any other, such as too many open files, may be over by the time of the copy, and
+// then a file with a deletion mark would be copied.
 bool IsAnswer(int status) {
     constexpr int kAnswers[] = {
         ERROR_SUCCESS,      ERROR_FILE_NOT_FOUND,       ERROR_PATH_NOT_FOUND,  ERROR_ACCESS_DENIED,
@@ -42,8 +43,8 @@ bool HasStream(std::u16string_view path) {
     return SplitPath(path, split) && !split.stream.empty();
 }
 
-// Looks up a stream. A file that is without it is left open for its reader: who asks for a stream
-// of a file reads the file next.
+// Looks up a stream. A file without it stays open for its reader (CKeptFile), because whoever asks
+// for a stream of a file mostly reads the file next.
 int FindStreamOf(SFilePlace& place, std::u16string_view path) {
     CFileDescriptor file;
     const int status = FindStream(place, file);
@@ -54,10 +55,10 @@ int FindStreamOf(SFilePlace& place, std::u16string_view path) {
     return status;
 }
 
-// Looks up what is no pattern, in a folder that is found already, which `path` led to.
+// Looks up a name that is no pattern, in the folder of `place`, which is that of `path`.
 int FindOne(SFilePlace& place, std::u16string_view path, SFindData& found) {
     constexpr char16_t kColonOnDisk = 0xF03A;
-    // Without a file in front, a file that is named like the stream is found as itself.
+    // For ":stream" without a file, a file with exactly that name is found.
     const bool isStreamAlone =
         place.name.empty() && !place.stream.empty() &&
         place.folder->Find(kColonOnDisk + place.stream, place.entry) == ERROR_SUCCESS;
@@ -74,7 +75,8 @@ int FindOne(SFilePlace& place, std::u16string_view path, SFindData& found) {
 
 }  // namespace
 
-// Goes from name to name rather than through a copy of them, so that it bears any change.
+// A search goes from each name to the next in order, and not through a copy of the names. So the
+// folder may change meanwhile: what was passed never comes again, and what is left still comes.
 struct CFindHandle::SSearch {
     // Has no entries: the one answer is given already.
     SSearch() = default;
@@ -102,7 +104,7 @@ private:
     std::size_t m_ownNames = 0;
 };
 
-// Windows has both in every folder, so that a search through one that is empty does find something.
+// Every folder of Windows has "." and "..", so a search through an empty folder finds something.
 bool CFindHandle::SSearch::NextOwnName(SFindData& found) {
     constexpr std::u16string_view kOwnNames[] = {u".", u".."};
     while (m_ownNames < std::size(kOwnNames)) {
@@ -115,8 +117,8 @@ bool CFindHandle::SSearch::NextOwnName(SFindData& found) {
     return false;
 }
 
-// Tells the attributes of the entry that the search stands at; false when it is gone by now. What
-// the folder says of its entries is enough for most.
+// Gives the attributes of the current entry; false when it no longer exists. For most entries the
+// kind that the folder states is enough, and no system call is needed.
 bool CFindHandle::SSearch::PassEntry(EEntryKind kind, std::uint32_t& attributes) {
     if (kind == EEntryKind::Unknown) {
         SEntry entry;
@@ -124,6 +126,7 @@ bool CFindHandle::SSearch::PassEntry(EEntryKind kind, std::uint32_t& attributes)
         attributes = isThere ? GetAttributes(entry) : 0;
         return isThere;
     }
+    // Whether a file is read-only is not known, and no walk asks for it.
     attributes = kind == EEntryKind::Folder ? kAttributeDirectory : kAttributeNormal;
     if (kind == EEntryKind::Regular) {
         m_folder->NotePassed(m_last);
@@ -194,7 +197,7 @@ int CFindHandle::Next(SFindData& found) {
 void CFindHandle::Close() { m_search.reset(); }
 
 int FindEntry(const char16_t* name, SFindData& found) {
-    // The folder that a file goes to is asked for with every file.
+    // For every file, the walk asks for the folder that the file goes to.
     if (const auto folder = CFolderCache::Get().FindRecent(name)) {
         const std::string& path = folder->GetPath();
         found = {TextFromName(path.substr(path.rfind('/') + 1)), kAttributeDirectory};

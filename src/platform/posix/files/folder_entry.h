@@ -8,14 +8,14 @@
 
 namespace platform {
 
-// Tells files and folders apart, for as long as one that counts is open.
+// Identifies a file or folder. Only as long as it is open: then the number may be given to another.
 using FileId = std::pair<dev_t, ino_t>;
 [[nodiscard]] inline FileId GetFileId(const struct stat& info) {
     return {info.st_dev, info.st_ino};
 }
 
-// What a folder tells of one of its entries. For a link that is followed, `info` is of what it
-// leads to; a link that is not, or that leads nowhere, is told of itself.
+// What a folder knows of one of its entries. For a link that is followed, `info` is of its target.
+// For a link that is not followed, or has no target, it is of the link itself.
 struct SEntry {
     std::string name;  // on disk
     struct stat info {};

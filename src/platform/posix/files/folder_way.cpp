@@ -33,6 +33,8 @@ CFileDescriptor OpenFar(int start, std::u16string_view names, std::string& way) 
     if (!WayFromNames(names, way)) {
         return {};
     }
+    // Without links and mounts the path cannot lead out of what is below `start`. So the folder is
+    // in the package exactly if `start` is.
     open_how how{};
     how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
     how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_XDEV;
@@ -46,7 +48,8 @@ std::vector<FileId> GetWayUp(int folder) {
     if (fstat(folder, &info) != 0) {
         return {};
     }
-    // Ends at the root folder, which is its own parent.
+    // Ends at the root folder, which is its own parent. By descriptors, because the path by which
+    // the folder was opened may contain links.
     CFileDescriptor parent;
     while (way.empty() || way.back() != GetFileId(info)) {
         way.push_back(GetFileId(info));

@@ -1,4 +1,4 @@
-// platform/posix/files/folder_way.h - ways between folders that are far apart.
+// platform/posix/files/folder_way.h - paths between folders that are many levels apart.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ namespace platform {
 // call, the way may be too long for it, or the names differ in letter case.
 [[nodiscard]] CFileDescriptor OpenFar(int start, std::u16string_view names, std::string& way);
 
-// The ids of a folder and of all above it; none when one of them cannot be asked.
+// The ids of a folder and of all above it. Empty when one of them cannot be opened.
 [[nodiscard]] std::vector<FileId> GetWayUp(int folder);
 
 }  // namespace platform

@@ -25,6 +25,7 @@ int CInputFile::Open(const char16_t* name) {
     if (const int status = OpenForReading(name, state->file)) {
         return status;
     }
+    // The size now. Reading gives fewer bytes if the file gets shorter.
     struct stat info {};
     if (fstat(state->file.Get(), &info) != 0) {
         return FailWithErrno();

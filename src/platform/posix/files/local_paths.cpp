@@ -24,7 +24,7 @@ bool IsWindowsPath(std::string_view argument) {
     return hasDrive || argument.substr(0, 2) == R"(\\)";
 }
 
-// UTF-16 with every character as it is.
+// UTF-16 with every character unchanged: in a Windows path, a colon or a "?" is no part of a name.
 std::u16string PlainText(std::string_view bytes) {
     std::u16string text;
     CNameReader reader(bytes, 0);
@@ -62,15 +62,15 @@ std::string Normalize(std::string_view whole) {
     return path;
 }
 
-// The start that stands for the POSIX root. A description may have another use for Z:, and a path
-// without a drive is below the root in any case.
+// The start of a path that means the POSIX root. If the description uses Z: for something else, it
+// is a path without a drive, which is always below the root.
 std::u16string RootText() {
     const auto& drives = GetMachineDescription().drives;
     const auto drive = drives.find(u'Z');
     return drive != drives.end() && drive->second == "/" ? u"Z:" : u"";
 }
 
-// Where a path leads when not all of its folders are there: each name as it would be created.
+// Where a path leads when not all of its folders exist: each name as it would be created.
 std::filesystem::path SpellOut(const SFileLocation& location) {
     std::filesystem::path path = location.root;
     std::u16string_view rest = std::u16string_view(location.path).substr(location.rootLength);
@@ -129,7 +129,7 @@ std::filesystem::path LocalPath(const std::u16string& path) {
         return SpellOut(location);
     }
     SEntry entry;
-    // What is not there gets the name that a new file would have.
+    // A file that does not exist gets the name that a new file would have.
     static_cast<void>(folder->Find(location.GetName(), entry));
     return std::filesystem::path(folder->GetPath()) / entry.name;
 }

@@ -19,8 +19,8 @@ namespace {
 
 constexpr char16_t kMovedUpColon = 0xF03A;
 
-// Compares what two readers give, in upper case or as it stands: below 0, 0 or above 0. The end
-// comes before every unit.
+// Compares the units of two readers, in upper case or unchanged. Negative, 0 or positive. The end
+// is less than every unit.
 template <class TLeft, class TRight>
 int CompareUnits(TLeft left, TRight right, bool upper) {
     for (;;) {
@@ -73,6 +73,7 @@ bool IsOwnOrParent(const char* name) {
 
 bool HasColon(const std::string& name) { return name.find(':') != std::string::npos; }
 
+// What a link leads to counts, unless it is not followed. That takes a look at it.
 EEntryKind KindFromType(unsigned char type) {
     switch (type) {
         case DT_DIR:
@@ -107,6 +108,8 @@ int ReadNames(int folder, std::vector<std::pair<std::string, EEntryKind>>& names
 
 }  // namespace
 
+// By upper case, then by the text, then by the bytes: different names may appear as the same text,
+// and only equal bytes are the same name.
 bool CNameSet::SOrder::operator()(const std::string& left, const std::string& right) const {
     int order = CompareUpper(left, right);
     if (order == 0 && left != right) {
@@ -127,7 +130,8 @@ int CNameSet::Read(int folder) {
     m_names.clear();
     m_place = m_names.end();
     m_colonNames = 0;
-    // Some file systems show a folder for good as it was when its descriptor was opened.
+    // A new descriptor, because some file systems show a folder for ever as it was when its
+    // descriptor was opened.
     const CFileDescriptor opened(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!opened.IsOpen()) {
         return errno;
@@ -136,6 +140,7 @@ int CNameSet::Read(int folder) {
     if (const int error = ReadNames(opened.Get(), names)) {
         return error;
     }
+    // Sorted before they go into the tree: then each is added at its end, at constant cost.
     std::sort(names.begin(), names.end(), [](const auto& left, const auto& right) {
         return SOrder()(left.first, right.first);
     });
@@ -163,6 +168,7 @@ void CNameSet::Remove(const std::string& name) {
 const std::string* CNameSet::Find(std::u16string_view text) const {
     std::u16string upper;
     AppendUpper(upper, text);
+    // Names that differ only in letter case are neighbours, so the first of them is here if any is.
     const auto variant = m_names.lower_bound(SKey{upper});
     if (variant == m_names.end() || CompareWithText(variant->first, upper, true) != 0) {
         return nullptr;
@@ -183,6 +189,7 @@ const CNameSet::Name* CNameSet::FindNext(const std::string& name) const {
 std::u16string CNameSet::GetText(const std::string& name) const {
     std::u16string text = TextFromName(name);
     std::string literal;
+    // A name that its own text leads back to always has this text. Only the others can clash.
     if (std::all_of(name.begin(), name.end(), IsPlain) ||
         (NameFromText(text, literal) && literal == name)) {
         return text;
@@ -198,7 +205,7 @@ std::u16string CNameSet::GetText(const std::string& name) const {
 }
 
 bool CNameSet::IsStream(const std::string& name) const {
-    // The last colon counts: a stream's name has none, but the file's may.
+    // The last colon counts, because the name of a stream has none, but that of a file may.
     const std::size_t colon = m_colonNames == 0 ? std::string::npos : name.rfind(':');
     return colon != std::string::npos && Find(TextFromName(name.substr(0, colon))) != nullptr;
 }
@@ -214,6 +221,8 @@ bool CNameSet::HasStream(std::u16string_view file, std::u16string_view stream) c
     const auto isStream = [&](const std::string& name) {
         return IsSameName(TextFromName(name.substr(name.rfind(':') + 1)), stream);
     };
+    // In the order of names a colon appears as the moved-up one. A file whose name has that
+    // character itself is among the candidates too, and is no stream.
     auto name = m_names.lower_bound(SKey{upper});
     while (name != m_names.end() && CompareWithText(name->first, upper, true) == 0) {
         if (HasColon(name->first) && isStream(name->first)) {

@@ -17,7 +17,7 @@ namespace {
 // Opening a pipe must not wait for its reader.
 constexpr int kWrite = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-// What COutputFile holds is the descriptor plus one, since 0 stands for none.
+// COutputFile keeps the descriptor plus one, because 0 means none.
 int Descriptor(std::intptr_t handle) { return static_cast<int>(handle - 1); }
 
 int OpenNew(SOutput& output, mode_t mode) {
@@ -43,7 +43,7 @@ int OpenExisting(SOutput& output) {
     if (!output.file.IsOpen() || fstat(output.file.Get(), &output.info) != 0) {
         return StatusFromErrno(errno);
     }
-    // Asked again because it may be another file by now, and because a link says nothing of this.
+    // Checked again on the open file: it may be another one by now, and a link has no mode.
     const bool isWritable = S_ISREG(output.info.st_mode) && (output.info.st_mode & S_IWUSR) != 0;
     return isWritable ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
@@ -58,7 +58,7 @@ int OpenOutput(std::u16string_view name, mode_t mode, EExisting existing, SOutpu
     if (!place.stream.empty()) {
         return ERROR_INVALID_NAME;
     }
-    // Creating it tells more reliably than looking whether the file is there by now.
+    // To create it is the reliable test of whether a file has appeared since the names were read.
     if (place.folder->LacksName(place.name, place.entry)) {
         const int status = OpenNew(output, mode);
         if (status != ERROR_ALREADY_EXISTS) {
@@ -95,6 +95,7 @@ int CreateOutput(mode_t mode, SOutput& output) {
     return output.isNew ? 0 : errno;
 }
 
+// Another process may have put its own file in the place; that one stays.
 void DiscardOutput(SOutput& output) {
     CFolder& folder = *output.place.folder;
     const std::string& name = output.place.entry.name;

@@ -23,14 +23,14 @@ struct SOutput {
 [[nodiscard]] int OpenOutput(std::u16string_view name, mode_t mode, EExisting existing,
                              SOutput& output);
 
-// Finds the place for a new file, and leaves making it to CreateOutput. ERROR_FILE_EXISTS when
-// there may be something already: OpenOutput tells. Sets no last error.
+// Finds the place for a new file, which CreateOutput then makes. ERROR_FILE_EXISTS when something
+// may be there already; then OpenOutput finds out. Sets no last error.
 [[nodiscard]] int PlaceOutput(std::u16string_view name, SOutput& output);
 
 // Makes a new file in its place. 0, or errno. Any thread may do this.
 [[nodiscard]] int CreateOutput(mode_t mode, SOutput& output);
 
-// Removes a file, which is `output.info`, that a failure left unfinished, if it is still there.
+// Removes the file `output.info`, which a failure left unfinished. Another one in its place stays.
 void DiscardOutput(SOutput& output);
 
 }  // namespace platform

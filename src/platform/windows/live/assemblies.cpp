@@ -24,6 +24,7 @@ constexpr GUID kMetaDataAssemblyImport = {
 
 using CreateCacheFunction = HRESULT(WINAPI*)(IAssemblyCache** cache, DWORD reserved);
 
+// Owns a loaded library, or none. Functions of it must not be called afterwards.
 class CLibrary {
 public:
     explicit CLibrary(const wchar_t* name) : m_module(::LoadLibraryW(name)) {}
@@ -63,8 +64,8 @@ public:
     bool IsManagedAssembly(const char16_t* name) const override;
 
 private:
-    // Released from the last to the first: the cache ahead of the library that its code is in, and
-    // all objects ahead of COM.
+    // INVARIANT: the order of these members. They are destroyed from the last to the first: the
+    // cache before the library that has its code, and all objects before COM ends.
     CApartment m_apartment;
     CComPointer<IMetaDataDispenser> m_dispenser;
     CLibrary m_sxs{L"sxs.dll"};
@@ -90,10 +91,11 @@ bool CLiveStore::FindAssembly(std::u16string_view identity, std::u16string& plac
     info.pszCurrentAssemblyPathBuf = ToWide(path.data());
     info.cchBuf = static_cast<ULONG>(path.size());
     const std::u16string name(identity);
-    // An assembly that the cache does not know is S_FALSE.
+    // For an assembly that the cache does not have, the result is S_FALSE, which is no failure.
     if (m_cache->QueryAssemblyInfo(0, ToWide(name.c_str()), &info) != S_OK) {
         return false;
     }
+    // A path that fills the buffer may have no NUL.
     path.back() = u'\0';
     place = path.data();
     return true;

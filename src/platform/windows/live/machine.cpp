@@ -5,7 +5,7 @@
 #include "platform/windows/live/answers.h"
 #include "platform/windows/live/process_token.h"
 #include "platform/windows/win.h"
-// Behind windows.h.
+// Need windows.h before them.
 #include <objbase.h>
 #include <sddl.h>
 #include <shlobj.h>
@@ -20,13 +20,14 @@ constexpr wchar_t kHiveList[] = LR"(SYSTEM\ControlSet001\Control\hivelist)";
 constexpr GUID kLocalAppDataLow = {
     0xA520A1A4, 0x1780, 0x4FF6, {0xBD, 0x18, 0x16, 0x73, 0x43, 0xC5, 0xAF, 0x16}};
 
-// Whether a value of the hive list stands for a hive without a file: its text is empty.
+// Whether a value of the hive list means a hive without a file. Such a value has an empty text.
 bool IsVolatile(HKEY list, const std::u16string& name) {
     DWORD type = 0;
     DWORD size = 0;
     if (RegQueryValueExW(list, ToWide(name.c_str()), nullptr, &type, nullptr, &size) != 0) {
         return false;
     }
+    // One byte more, so that a value without data has an end as well.
     std::vector<BYTE> data(size + 1);
     const bool isRead =
         RegQueryValueExW(list, ToWide(name.c_str()), nullptr, &type, data.data(), &size) == 0;
@@ -43,6 +44,7 @@ std::vector<std::u16string> ReadVolatileHives(HKEY list) {
     std::u16string buffer(longest + 1, u'\0');
     for (DWORD index = 0;; ++index) {
         auto length = static_cast<DWORD>(buffer.size());
+        // No room for a name that was added meanwhile ends the list, as does its real end.
         if (RegEnumValueW(list, index, ToWide(buffer.data()), &length, nullptr, nullptr, nullptr,
                           nullptr) != 0) {
             return hives;
@@ -81,6 +83,7 @@ bool CLiveMachine::GetLocalAppDataLow(std::u16string& path) const {
     if (isRead) {
         path = FromWide(folder);
     }
+    // Also after a failure; null does no harm.
     CoTaskMemFree(folder);
     return isRead;
 }

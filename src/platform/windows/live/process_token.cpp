@@ -16,7 +16,7 @@ CProcessToken::~CProcessToken() {
 
 std::vector<std::byte> CProcessToken::Read(TOKEN_INFORMATION_CLASS record) const {
     DWORD size = 0;
-    // Fails for want of room, but tells how much is needed.
+    // Fails because there is no room, but gives the size that is needed.
     static_cast<void>(GetTokenInformation(m_handle, record, nullptr, 0, &size));
     std::vector<std::byte> bytes(size);
     if (GetTokenInformation(m_handle, record, bytes.data(), size, &size) == FALSE) {

@@ -21,18 +21,19 @@ constexpr std::size_t kMostUnits = 32767;
 
 constexpr DWORD kTokenAccess = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
 
-// The number of a predefined key as the handle that stands for it: with its sign in 64 bits.
+// The handle of a predefined key by its number, which is extended to 64 bits with its sign.
 HKEY PredefinedHandle(std::uint32_t number) {
     const auto handle = static_cast<std::intptr_t>(static_cast<std::int32_t>(number));
     return reinterpret_cast<HKEY>(handle);
 }
 
-// The registry returns its errors and leaves the thread's last one as it was.
+// The functions of the registry return their errors and do not change the thread's last error,
+// which the contract promises. So it is set here.
 int Result(LSTATUS status) {
     return status == NO_ERROR ? ERROR_SUCCESS : SetLastError(static_cast<int>(status));
 }
 
-// A name is what stands before its first NUL.
+// A name ends before its first NUL, although the registry allows one in it.
 template <typename TBuffer, typename TEnumerate>
 LSTATUS TryName(TBuffer&& buffer, std::u16string& name, const TEnumerate& enumerate) {
     auto size = static_cast<DWORD>(buffer.size());
@@ -43,8 +44,9 @@ LSTATUS TryName(TBuffer&& buffer, std::u16string& name, const TEnumerate& enumer
     return status;
 }
 
-// Calls `enumerate` with room for a name, and when it is an exceptionally long one again with what
-// the key says of its `longest`. A key that says too little is asked once more.
+// Calls `enumerate` with room for a short name. For a longer one it is called again with the length
+// that the key gives in `longest`. If that is too small, because the key has changed meanwhile, the
+// third call has room for any name.
 template <typename TEnumerate>
 int EnumName(const COpenKey& key, std::uint32_t SKeyInfo::*longest, std::u16string& name,
              const TEnumerate& enumerate) {
@@ -61,8 +63,8 @@ int EnumName(const COpenKey& key, std::uint32_t SKeyInfo::*longest, std::u16stri
     return Result(status);
 }
 
-// Whether a file can be a hive, so that it may be handed to the system, which makes one of a file
-// that is not there, and fills an empty one.
+// ERROR_SUCCESS for a file that may be given to RegLoadKeyW, which would create a missing file and
+// fill an empty one. A package must not be changed.
 int CheckHiveFile(const char16_t* name) {
     SFindData found;
     if (const int status = FindEntry(name, found)) {
@@ -83,7 +85,7 @@ bool IsThere(HKEY parent, const char16_t* name) {
     return true;
 }
 
-// Looks up the number that a privilege goes by on this machine.
+// Looks up the number of a privilege on this machine.
 bool FindPrivilege(const char16_t* name, LUID& number) {
     return ::LookupPrivilegeValueW(nullptr, ToWide(name), &number) != 0;
 }
@@ -101,7 +103,8 @@ bool Adjust(const CProcessToken& token, const LUID& number, DWORD attributes) {
     change.Privileges[0].Attributes = attributes;
     ::SetLastError(NO_ERROR);
     ::AdjustTokenPrivileges(token.Get(), FALSE, &change, 0, nullptr, nullptr);
-    // It also succeeds when the token does not hold the privilege; the last error tells.
+    // The call also succeeds if the token does not have the privilege. Then the last error shows
+    // it.
     return ::GetLastError() == NO_ERROR;
 }
 
@@ -137,12 +140,12 @@ int CLiveKey::LoadHive(const char16_t* mountName, const char16_t* fileName) {
     if (const int status = CheckHiveFile(fileName)) {
         return status;
     }
-    // A key that is there is another process's.
+    // A key of that name belongs to another process, and must not be unloaded.
     const bool wasThere = IsThere(m_handle, mountName);
     const LSTATUS status = ::RegLoadKeyW(m_handle, ToWide(mountName), ToWide(fileName));
     if (status == ERROR_NOT_REGISTRY_FILE && !wasThere) {
-        // Wine makes the key before it looks at the file, and the key would be in the way of every
-        // later hive.
+        // Wine creates the key before it reads the file. If it stayed, no hive could be loaded
+        // under that name any more.
         ::RegUnLoadKeyW(m_handle, ToWide(mountName));
     }
     return Result(status);

@@ -18,13 +18,14 @@ constexpr int kTextBuffer = 1024;  // units, with the terminator
 
 using Text = std::array<char16_t, kTextBuffer>;
 
-// Asks for one text; a call that fails gives none.
+// Asks for one text. A call that fails gives no text, which is not the same as an empty one.
 template <typename TCall>
 std::optional<std::u16string> Ask(const TCall& call) {
     Text text{};
     if (FAILED(call(ToWide(text.data())))) {
         return std::nullopt;
     }
+    // A text that is cut off may have no NUL.
     text.back() = u'\0';
     return std::u16string(text.data());
 }
@@ -61,7 +62,7 @@ struct SLocalFree {
     void operator()(void* memory) const { ::LocalFree(memory); }
 };
 
-// The blocks come in memory of their own, each as long as its first word says.
+// Each block is allocated for the caller, and its first word is its size in bytes.
 void ReadDataBlocks(IShellLinkDataList* list, SShellLink& link) {
     DWORD flags = 0;
     if (SUCCEEDED(list->GetFlags(&flags))) {
