@@ -14,8 +14,14 @@
 
 namespace formats {
 
-// A loaded hive. It never changes, but for what it remembers of the last questions: the same few
-// paths and names are asked for again and again. One thread at a time.
+// A loaded hive. It keeps the paths that were asked for last, and the names in the last large key,
+// because the same few are asked for again and again.
+//
+// INVARIANT: each of `m_knownPaths` without kNoKey is the path of its key. `m_valueNames` has the
+// names in the key `m_valueNamesKey`. The hive never changes, so neither gets out of date.
+// Threads: one at a time, because a question changes what is kept.
+// Gain of the paths: 3 % fewer instructions, and more the deeper the keys are (bench hive with
+// 15,000 values).
 class CHive {
 public:
     explicit CHive(const CNameRules& rules) : m_rules(rules), m_index(rules) {}
@@ -35,7 +41,7 @@ public:
     [[nodiscard]] SKeyInfo GetInfo(KeyNumber key) const { return m_index.GetInfo(key); }
     // False after the last one.
     [[nodiscard]] bool GetChildName(KeyNumber key, std::uint32_t index, std::u16string& name) const;
-    [[nodiscard]] bool GetValue(KeyNumber key, std::uint32_t index, SValueNode& value);
+    [[nodiscard]] bool GetValue(KeyNumber key, std::uint32_t index, SValueNode& value) const;
 
     // The value of that name; false if there is none. Of several with the same name it is one whose
     // name is whole, if there is one.
@@ -56,7 +62,7 @@ private:
     [[nodiscard]] SKnownPath* FindKnownPath(std::u16string_view path);
     [[nodiscard]] SKnownPath* FindSibling(std::u16string_view parentPath);
     [[nodiscard]] KeyNumber Use(SKnownPath* known);
-    void Remember(std::u16string_view path, KeyNumber key, SKnownPath* sibling);
+    void Remember(std::u16string_view path, KeyNumber key);
     [[nodiscard]] std::uint32_t FindFirstValue(std::span<const CellOffset> values,
                                                std::u16string_view name) const;
     [[nodiscard]] std::uint32_t FindHashedValue(KeyNumber key, std::u16string_view name);
@@ -68,15 +74,11 @@ private:
     CHiveCells m_cells;
     CHiveIndex m_index;
 
-    // The key that is walked through, its neighbours and their parent are asked for in turns.
+    // The key that a walk visits, those beside it and their parent are asked for in turns.
     std::array<SKnownPath, 4> m_knownPaths;
     std::uint64_t m_uses = 0;
 
-    // The value that was enumerated last.
-    KeyNumber m_lastValueKey = kNoKey;
-    std::uint32_t m_lastValue = 0;
-
-    // The names of the last key that has too many values to look at each.
+    // The values of the last key that has too many of them to compare each name.
     CNameTable m_valueNames;
     KeyNumber m_valueNamesKey = kNoKey;
 };

@@ -219,7 +219,6 @@ void CHiveIndex::NameChildren(KeyNumber parent) {
             place = key;
             continue;
         }
-        m_hasNamesakes = true;
         if (child.name.GetCapacity() == name.size() && other.name.GetCapacity() != name.size()) {
             place = key;
         }
@@ -233,12 +232,7 @@ SKeyInfo CHiveIndex::GetInfo(KeyNumber key) const {
             .longestValueName = m_keys[key].longestValueName};
 }
 
-// The guess needs no hash. With namesakes it could be the one whose name is cut off, for which the
-// table has the other.
-KeyNumber CHiveIndex::FindChild(KeyNumber parent, std::u16string_view name, KeyNumber guess) const {
-    if (!m_hasNamesakes && IsChild(guess, parent) && HasName(guess, name)) {
-        return guess;
-    }
+KeyNumber CHiveIndex::FindChild(KeyNumber parent, std::u16string_view name) const {
     const std::uint32_t hash = NameHash(m_rules.Hash(parent, name, name.size()));
     const std::uint32_t key = m_names.Get(hash, [&](KeyNumber candidate) {
         return m_keys[candidate].nameHash == hash && IsChild(candidate, parent) &&

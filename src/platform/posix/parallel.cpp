@@ -13,9 +13,13 @@ namespace platform {
 
 namespace {
 
-constexpr std::size_t kMaxThreads = 8;
+constexpr std::size_t kMaxThreads = 8;  // more would wait for their turns
 
-// Hands out the parts, and lets each thread in with what it has made when its turn has come.
+// Gives each thread the next part, and lets it hand over what it made when its turn comes.
+//
+// INVARIANT: parts below `m_nextTaken` are taken and those below `m_nextMade` are given to a
+// thread. Only the thread whose part is `m_nextTaken` calls `m_take`. The three numbers are touched
+// only under the mutex. Once `m_hasFailed` is true, nobody waits any more.
 class CParts {
 public:
     CParts(std::size_t count, std::size_t step, const MakeText& make, const TakeText& take)
@@ -50,7 +54,7 @@ private:
         if (m_hasFailed) {
             return false;
         }
-        // Nobody else's turn can come, so that others may ask for parts meanwhile.
+        // No other turn can come before EndTurn, so the lock is not needed to keep the order.
         lock.unlock();
         m_take(text);
         return true;
@@ -105,7 +109,7 @@ void MakeInOrder(std::size_t count, std::size_t step, const MakeText& make, cons
             others.push_back(std::async(std::launch::async, &CParts::Run, &parts));
         }
     } catch (const std::system_error&) {
-        // Those that could be started do.
+        // The threads that could be started are enough.
     }
     parts.Run();
     for (std::future<void>& other : others) {

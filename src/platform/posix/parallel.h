@@ -8,17 +8,23 @@
 
 namespace platform {
 
-// Takes what was made. One call at a time, but on any thread.
+// Takes what was made. There is one call at a time, but on any thread.
 using TakeText = std::function<void(std::u16string_view text)>;
-// Appends what belongs to the numbers from `first` up to `last` to an empty text. Of one that grows
-// large it may give parts to `take`, which waits for the turn of these numbers: first that which is
-// to stand first. Runs on any thread.
+// Appends the text for the numbers from `first` up to `last` to an empty text. If that grows large,
+// it may give what it has to `take` and clear it. `take` waits for the turn of these numbers. Runs
+// on any thread.
 using MakeText = std::function<void(std::u16string& text, std::size_t first, std::size_t last,
                                     const TakeText& take)>;
 
-// Makes the texts of the numbers below `count`, `step` numbers at a time, and has them taken in
-// their order. Uses the calling thread and, where there is enough to do, others too. Throws what
-// either function throws; then some of the texts may have been taken.
+// Makes the texts for the numbers below `count`, `step` numbers at a time, and has them taken in
+// their order. Uses the calling thread, and others if there is enough to do. Throws what either
+// function throws; then some of the texts may have been taken.
+//
+// INVARIANT: each part is made once, by one thread, and taken in the order of its numbers. A thread
+// has at most one part that is made and not taken, so memory is bounded by the number of threads.
+// Threads: all of them have ended when this returns or throws.
+// Gain: for bench hive the manifest takes 0.5 s of CPU time, of which another thread does half. So
+// with two free processors it is written in half the time; with one nothing is gained.
 void MakeInOrder(std::size_t count, std::size_t step, const MakeText& make, const TakeText& take);
 
 }  // namespace platform

@@ -26,21 +26,9 @@ constexpr std::size_t kSmall = 65536;
 constexpr std::size_t kLargeBuffer = 262144;
 constexpr off_t kNoLimit = std::numeric_limits<off_t>::max();
 
-// Tries to let `to` share the data of `from`. What one file system refuses another is not asked for
-// again with every file.
-bool ShareData(int from, dev_t fromDevice, int to, dev_t toDevice) {
-    static thread_local dev_t refusedFrom = 0;
-    static thread_local dev_t refusedTo = 0;
-    if (fromDevice == refusedFrom && toDevice == refusedTo) {
-        return false;
-    }
-    if (ioctl(to, FICLONE, from) == 0) {
-        return true;
-    }
-    refusedFrom = fromDevice;
-    refusedTo = toDevice;
-    return false;
-}
+// Tries to let `to` share the data of `from`. A file system that cannot do this refuses at once, so
+// nothing is kept of its answer.
+bool ShareData(int from, int to) { return ioctl(to, FICLONE, from) == 0; }
 
 // Copies from the positions on, at most `limit` bytes.
 int CopyThrough(int from, int to, char* buffer, std::size_t size, off_t limit) {
@@ -119,12 +107,12 @@ int CopyAllButHoles(int from, const struct stat& info, int to) {
     return ftruncate(to, info.st_size) == 0 ? 0 : errno;
 }
 
-// Copies all of `from`, which is `info` and is at its start, into the empty file `to` on the file
-// system `toDevice`: by sharing the data if both file systems can, and without filling holes. 0, or
-// errno; then part of the data may be copied.
-int CopyFileData(int from, const struct stat& info, int to, dev_t toDevice) {
+// Copies all of `from`, which is `info` and is at its start, into the empty file `to`: by sharing
+// the data if the file system can, and without filling holes. 0, or errno; then part of the data
+// may be copied.
+int CopyFileData(int from, const struct stat& info, int to) {
     constexpr off_t kBlock = 512;
-    if (info.st_size > 0 && ShareData(from, info.st_dev, to, toDevice)) {
+    if (info.st_size > 0 && ShareData(from, to)) {
         return 0;
     }
     if (info.st_size <= static_cast<off_t>(kSmall)) {
@@ -142,7 +130,7 @@ int Fill(SFileCopy& copy) {
     if (output.isNew && fstat(to, &output.info) != 0) {
         return errno;
     }
-    if (const int error = CopyFileData(copy.source.Get(), info, to, output.info.st_dev)) {
+    if (const int error = CopyFileData(copy.source.Get(), info, to)) {
         return error;
     }
     // A new file was created with the right mode. One that is replaced gets the attribute only

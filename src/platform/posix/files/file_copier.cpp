@@ -14,9 +14,9 @@ namespace platform {
 
 namespace {
 
-// Copies change hands by the batch, for waking a thread costs as much as copying a small file. A
-// batch is full at so many files or so many bytes; the number of waiting batches bounds the open
-// files to some 130, far from the usual limit of 1024.
+// Copies are handed over in batches, because to wake a thread costs as much as to copy a small
+// file. A batch is full at this many files or bytes. The number of batches limits the open files to
+// about 130, of the usual 1024.
 constexpr std::size_t kBatchFiles = 32;
 constexpr off_t kBatchBytes = 1 << 20;
 constexpr std::size_t kMaxWaiting = 2;
@@ -44,8 +44,17 @@ struct SBatch {
 
 }  // namespace
 
-// Other threads do nothing but move data: what comes before and after deals with folders, and is
-// left to the owner's thread, which takes the batches back in their order.
+// Copies files on a thread beside the walk. That thread only runs MoveData. What comes before and
+// after deals with folders, and is done on the owner's thread, which takes the batches back in
+// their order.
+//
+// INVARIANT: a batch belongs to the owner's thread until it is handed over, and again once `isDone`
+// is true; in between only the other thread touches it. Each copy is begun once and ended once, in
+// the order of Add. No two copies under way have the same output, because PlaceCopy finds the name
+// taken by the first, and then all of them are finished.
+// Threads: the owner's calls everything here but SBatch::Run.
+// Gain: for bench files-memory with 12,500 files, the walk takes 0.15 s of CPU time and this thread
+// 0.16 s. So with two free processors the stage takes half the time; with one nothing is gained.
 struct CFileCopier::SState {
     explicit SState(Failed toTell) : failed(std::move(toTell)) {}
 
@@ -75,7 +84,7 @@ void CFileCopier::SState::Add(SCopyJob job) {
     }
 }
 
-// Puts the filled batch under way, and has an empty one take its place. Where there is no memory
+// Adds the filled batch to those under way, and an empty one takes its place. If there is no memory
 // for that, nothing changes.
 const std::shared_ptr<SBatch>& CFileCopier::SState::BeginNext() {
     auto next = std::make_shared<SBatch>();
@@ -103,6 +112,7 @@ void CFileCopier::SState::EndFirst() {
 void CFileCopier::SState::End(SBatch& batch) const {
     for (SCopyJob& job : batch.jobs) {
         int status = EndCopy(job.copy);
+        // Someone else has made a file there after PlaceCopy. It is replaced, as CopyFile would.
         if (status == ERROR_FILE_EXISTS) {
             status = CopyFile(job.source.c_str(), job.destination.c_str(), EExisting::Replace);
         }
@@ -116,7 +126,7 @@ void CFileCopier::SState::End(SBatch& batch) const {
 }
 
 void CFileCopier::SState::Finish() {
-    // Rather than to wait for the thread, the owner moves the last ones itself.
+    // The owner moves the last files itself, while the thread may still be busy with others.
     if (!m_batch->jobs.empty()) {
         BeginNext()->Run();
     }
@@ -144,7 +154,8 @@ int CFileCopier::Copy(const char16_t* source, const char16_t* destination, EExis
     SCopyJob job{source, destination, {}};
     int status = PlaceCopy(source, destination, job.copy);
     if (status == ERROR_FILE_EXISTS || status == ERROR_TOO_MANY_OPEN_FILES) {
-        // What may be there already may also be still to be made.
+        // The file that is there may be one of those that are still under way. And the descriptors
+        // that are missing may be theirs.
         m_state->Finish();
         job.copy = {};
         status = BeginCopy(source, destination, existing, job.copy);

@@ -197,12 +197,6 @@ int CFindHandle::Next(SFindData& found) {
 void CFindHandle::Close() { m_search.reset(); }
 
 int FindEntry(const char16_t* name, SFindData& found) {
-    // For every file, the walk asks for the folder that the file goes to.
-    if (const auto folder = CFolderCache::Get().FindRecent(name)) {
-        const std::string& path = folder->GetPath();
-        found = {TextFromName(path.substr(path.rfind('/') + 1)), kAttributeDirectory};
-        return ERROR_SUCCESS;
-    }
     SFilePlace place;
     int status = FindFolder(name, place);
     if (status == ERROR_SUCCESS) {

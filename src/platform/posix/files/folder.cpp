@@ -15,7 +15,7 @@ namespace platform {
 
 namespace {
 
-// Looks a path up that is longer than the system takes at once, which is PATH_MAX with its NUL.
+// stat for a path that is too long for one call, which takes PATH_MAX bytes with the NUL.
 int StatLongPath(std::string_view path, struct stat& info) {
     CFileDescriptor folder;
     int start = AT_FDCWD;
@@ -36,21 +36,22 @@ int StatLongPath(std::string_view path, struct stat& info) {
     return fstatat(start, std::string(path).c_str(), &info, 0);
 }
 
-// Nanoseconds since some moment.
+// Nanoseconds since some fixed moment, for intervals only.
 std::int64_t Now() {
     struct timespec now {};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
-// Whether a folder that changed at `changed` may change again without showing it: a clock that
-// ticks coarsely gives two changes the same time.
+// Whether a folder that changed at `changed` may change now without a new time. A coarse clock
+// gives two changes within one tick the same time.
 bool IsRecent(const struct timespec& changed) {
     struct timespec now {};
     clock_gettime(CLOCK_REALTIME, &now);
     const double age = static_cast<double>(now.tv_sec) - static_cast<double>(changed.tv_sec) +
                        static_cast<double>(now.tv_nsec - changed.tv_nsec) * 1e-9;
-    // Without parts of a second the file system probably counts whole ones.
+    // Seconds. Without a fraction, the file system probably counts whole seconds, or two as FAT
+    // does. With one, its tick is that of the kernel, which is 10 ms at most.
     return std::abs(age) < (changed.tv_nsec == 0 ? 2.0 : 0.02);
 }
 
@@ -63,12 +64,6 @@ SFolderStamp::SFolderStamp(const struct stat& info)
       changedPart(info.st_ctim.tv_nsec),
       size(info.st_size),
       links(info.st_nlink) {}
-
-bool SFolderStamp::IsRightAfter(const SFolderStamp& other) const {
-    constexpr long kShortest = 900'000;
-    const long apart = changedPart - other.changedPart;
-    return changed == other.changed && apart > 0 && apart < kShortest;
-}
 
 CFolder::CFolder(CFileDescriptor folder, std::string path, const struct stat& info, bool isSealed,
                  const CFolder* parent)
@@ -87,7 +82,7 @@ int CFolder::LookAtSelf(struct stat& info) {
     }
     const std::int64_t now = Now();
     const auto moment = kUsualMoment * static_cast<std::int64_t>(1 + m_path.size() / kUsualLength);
-    // A relative way leads elsewhere as soon as the current directory is another one.
+    // A relative path leads elsewhere as soon as the current directory changes.
     if (m_path.front() == '/' && now - m_lastLookAtWay < moment &&
         fstat(m_folder.Get(), &info) == 0 && SFolderStamp(info) == m_stamp) {
         return 0;
@@ -135,11 +130,6 @@ int CFolder::Find(std::u16string_view text, SEntry& entry) {
     std::string name;
     if (!NameFromText(text, name)) {
         return ERROR_INVALID_NAME;
-    }
-    // Not to ask in vain: a missing name is what costs most.
-    if (m_hasFineTimes && m_names && m_names->Find(text) == nullptr) {
-        entry.name = std::move(name);
-        return ERROR_FILE_NOT_FOUND;
     }
     if (const int error = Look(name, entry); error != ENOENT) {
         return error == 0 ? ERROR_SUCCESS : StatusFromErrno(error);
@@ -202,7 +192,7 @@ void CFolder::PutNames(SKnownNames known) {
 void CFolder::NoteAdded(const std::string& name, EEntryKind kind) {
     if (m_names) {
         m_names->Add(name, kind);
-        // To find that the name was free, the names were read a moment ago.
+        // The names were read just before, to see that the name was free.
         m_isRecent = false;
         NoteOwnChange();
     }
@@ -239,9 +229,7 @@ void CFolder::NoteOwnChange() {
         m_names.reset();
         return;
     }
-    const SFolderStamp stamp(info);
-    m_hasFineTimes = m_hasFineTimes || stamp.IsRightAfter(m_stamp);
-    m_stamp = stamp;
+    m_stamp = SFolderStamp(info);
 }
 
 }  // namespace platform

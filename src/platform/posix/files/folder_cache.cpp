@@ -15,10 +15,11 @@ namespace platform {
 
 namespace {
 
-// Leaves most of the usual 1024 descriptors to the rest of the process.
+// Most of the usual 1024 descriptors are left for the rest of the process.
 constexpr std::size_t kMaxFolders = 64;
 constexpr std::size_t kMaxNames = 100'000;
-// From so many names on they are passed at once. Few folders are that far from any that is open.
+// If this many names are missing, OpenFar passes them at once. Few folders are that far below any
+// open one.
 constexpr std::size_t kFarNames = 8;
 
 // Opens a folder, also one that may be passed through but not be listed.
@@ -30,7 +31,7 @@ CFileDescriptor OpenFolder(int start, const char* name, int flags) {
     return folder;
 }
 
-// Where in `path` the name ends that comes `count` names after the one that ends at `from`.
+// The end of the name in `path` that is `count` names after the one that ends at `from`.
 std::size_t PassNames(std::u16string_view path, std::size_t from, std::size_t count) {
     for (; count > 0; --count) {
         from = std::min(path.find(u'\\', from + 1), path.size());
@@ -42,7 +43,7 @@ bool Contains(const std::vector<FileId>& way, FileId folder) {
     return std::find(way.begin(), way.end(), folder) != way.end();
 }
 
-// The status of a failure on the way to a file.
+// The status for a folder of a path that could not be opened.
 int StatusOnTheWay(int status) {
     const bool isNoFolder = status == ERROR_FILE_NOT_FOUND || status == ERROR_CANT_ACCESS_FILE;
     return isNoFolder ? ERROR_PATH_NOT_FOUND : status;
@@ -97,20 +98,7 @@ int CFolderCache::Open(std::u16string_view text, std::shared_ptr<CFolder>& folde
     return status;
 }
 
-std::shared_ptr<CFolder> CFolderCache::FindRecent(std::u16string_view path) {
-    CheckMachine();
-    for (const SRecent& recent : m_recent) {
-        const std::u16string_view text = recent.text;
-        const bool mayBeOf = !path.empty() && text.size() == path.size() + 1;
-        if (mayBeOf && text.back() == u'\\' && HasSameUnits(text.substr(0, path.size()), path) &&
-            recent.folder->IsCurrent()) {
-            return recent.folder;
-        }
-    }
-    return nullptr;
-}
-
-// Drives and shares may lie elsewhere on another machine.
+// On another machine, drives and shares may be other folders.
 void CFolderCache::CheckMachine() {
     if (m_machine != GetMachineGeneration()) {
         Clear();
@@ -150,9 +138,10 @@ std::shared_ptr<CFolder> CFolderCache::FindCurrent(std::u16string_view path) {
     return entry->second.folder;
 }
 
-// The open folder that most of the way leads to; `known` becomes the length of that part.
+// The open folder that is nearest above the end of `path`; `known` becomes the length of its path.
+// Looks at each open folder, because most look-ups end in FindCurrent and few come here.
 std::shared_ptr<CFolder> CFolderCache::FindNearest(std::u16string_view path, std::size_t& known) {
-    // Ends because every round takes one folder out of the cache that is not current.
+    // Ends because every round without a result removes a folder that is not current.
     for (;;) {
         std::u16string_view nearest;
         for (const auto& [key, cached] : m_folders) {
@@ -170,15 +159,15 @@ std::shared_ptr<CFolder> CFolderCache::FindNearest(std::u16string_view path, std
     }
 }
 
-// Goes from `folder`, where the first `known` units of the path lead, to the end of the path.
+// Goes from `folder`, which the first `known` units of the path lead to, to the end of the path.
 int CFolderCache::Descend(std::u16string_view path, std::size_t known,
                           std::shared_ptr<CFolder>& folder) {
     auto left = static_cast<std::size_t>(
         std::count(path.begin() + static_cast<std::ptrdiff_t>(known), path.end(), u'\\'));
     std::size_t stretch = left;
     while (left > 0) {
-        // The last name is looked up alone, so that its parent is open for those beside it. Nor may
-        // the way pass the package folder, from where on it is sealed, without notice.
+        // The last name is looked up alone, so that its parent stays open for the names beside it.
+        // And OpenFar must not pass the package folder, because below it no link may be followed.
         const std::size_t wanted = std::min(stretch, left - 1);
         const bool isFar = wanted >= kFarNames && IsOutOrInPackage(*folder);
         const std::size_t count = isFar ? wanted : 1;
@@ -186,7 +175,8 @@ int CFolderCache::Descend(std::u16string_view path, std::size_t known,
         const std::u16string_view names = path.substr(known + 1, end - known - 1);
         std::shared_ptr<CFolder> next;
         if (isFar) {
-            // What names alone do not lead through is somewhere among them: half as many may do.
+            // One of the names is a link or in another letter case. Half of them may be without
+            // it, so there are few tries, and in the end one name at a time.
             next = OpenFarChild(*folder, names);
             stretch = next ? 2 * count : count / 2;
             if (!next) {
@@ -206,8 +196,8 @@ int CFolderCache::Descend(std::u16string_view path, std::size_t known,
     return ERROR_SUCCESS;
 }
 
-// Opens a folder below `parent` without a look at each name. Null when that takes one, such as at
-// a link or another letter case, and at a folder that may not be passed.
+// Opens a folder below `parent` without a look at each name. Null if a name needs one, such as a
+// link or a name in another letter case, and if a folder may not be passed.
 std::shared_ptr<CFolder> CFolderCache::OpenFarChild(const CFolder& parent,
                                                     std::u16string_view names) {
     std::string way;
@@ -255,7 +245,8 @@ int CFolderCache::OpenChild(CFolder& parent, std::u16string_view name,
     return ERROR_SUCCESS;
 }
 
-// Makes a folder of what `way` below the parent has led to, with the names that are known of it.
+// Makes a folder of the descriptor that `way`, below the parent, has led to. It gets the names that
+// were kept when it was closed.
 std::shared_ptr<CFolder> CFolderCache::Adopt(CFileDescriptor opened, const struct stat& info,
                                              const std::string& way, const CFolder& parent,
                                              bool isSealed) {
@@ -285,7 +276,7 @@ void CFolderCache::CloseOldest() {
                                          [](const auto& left, const auto& right) {
                                              return left.second.lastUse < right.second.lastUse;
                                          });
-    // One that someone still searches keeps its names.
+    // If someone still searches the folder, its names stay with it.
     if (oldest->second.folder.use_count() == 1) {
         KeepNames(*oldest->second.folder);
     }
@@ -298,6 +289,7 @@ void CFolderCache::KeepNames(CFolder& folder) {
     if (count == 0 || count > kMaxNames) {
         return;
     }
+    // Dropping all of them is simple, and happens once in 100,000 names.
     if (m_nameCount + count > kMaxNames) {
         m_names.clear();
         m_nameCount = 0;
@@ -305,7 +297,7 @@ void CFolderCache::KeepNames(CFolder& folder) {
     m_nameCount += m_names.try_emplace(folder.GetId(), std::move(known)).second ? count : 0;
 }
 
-// Lets go of names in open folders when there are too many.
+// Drops names of open folders if there are too many. The folders stay open.
 void CFolderCache::LimitNames() {
     std::size_t count = 0;
     for (const auto& [path, cached] : m_folders) {

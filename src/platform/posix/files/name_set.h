@@ -13,8 +13,15 @@ namespace platform {
 // nothing of, is Unknown until it is looked at.
 enum class EEntryKind : unsigned char { Unknown, Folder, Regular, Other };
 
-// Names as they are on disk, ordered by the upper-case form of what they appear as; those that
-// differ in letter case only follow each other in a fixed order.
+// Names as they are on disk, in the order of the upper-case forms of their texts. Names that differ
+// only in letter case are neighbours, in a fixed order. So a name in another letter case is found
+// without another system call, and a search gives the order of NTFS on every file system.
+//
+// INVARIANT: the names are those that Read has found, with the changes by Add and Remove.
+// `m_colonNames` is the number of names with a colon. `m_place` is a place in `m_names` or its end.
+// Threads: those of CFolderCache. FindNext moves `m_place`, so not even two readers at a time.
+// Gain of the kinds: 5 % less CPU; of `m_colonNames`: 7 % (bench files-memory, 12,500 files). Of
+// `m_place`: 5 % in a package of one folder with 20,000 files.
 class CNameSet {
 public:
     CNameSet() = default;
@@ -35,8 +42,8 @@ public:
     // The name that appears as `text`, else the first that does but for letter case, else null.
     [[nodiscard]] const std::string* Find(std::u16string_view text) const;
 
-    // The first name in order behind `name`, which need not be there itself; an empty one stands
-    // before all others. Null at the end.
+    // The first name after `name` in order. `name` itself need not exist; an empty one is before
+    // all others. Null at the end.
     [[nodiscard]] const Name* FindNext(const std::string& name) const;
 
     // What the name appears as. Of names that would appear alike, all but one show their colons and
@@ -50,7 +57,7 @@ public:
     [[nodiscard]] bool HasStream(std::u16string_view file, std::u16string_view stream) const;
 
 private:
-    // A text to find: in upper case, and as it stands where letter case counts.
+    // A text to find: in upper case, and unchanged if letter case counts.
     struct SKey {
         std::u16string_view upper;
         const std::u16string_view* exact = nullptr;
@@ -64,7 +71,7 @@ private:
     using Names = std::map<std::string, EEntryKind, SOrder>;
 
     Names m_names;
-    // The name that was last added or passed: most come in order, and the next is beside it.
+    // The name that was last added or passed. Most come in order, so the next one is its neighbour.
     mutable Names::const_iterator m_place = m_names.end();
     std::size_t m_colonNames = 0;
 };
