@@ -36,3 +36,13 @@ void HexToBytes(std::u16string_view text, void* bytes, std::size_t& count) {
         *target++ = static_cast<std::uint8_t>(ReadPlainNumber64(text.substr(i, 2), 16));
     }
 }
+
+std::optional<std::vector<std::byte>> ParseHex(std::u16string_view text) {
+    if (text.size() % 2 != 0 || !IsHexString(text)) {
+        return std::nullopt;
+    }
+    std::vector<std::byte> bytes(text.size() / 2);
+    std::size_t count = 0;
+    HexToBytes(text, bytes.data(), count);
+    return bytes;
+}

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string_view>
+#include <vector>
 
 #include "foundation/wide_string.h"
 
@@ -11,6 +13,10 @@
 
 // Whether every unit is a hexadecimal digit, in either case. True for an empty text.
 [[nodiscard]] bool IsHexString(std::u16string_view text);
+
+// The bytes of pairs of digits, in either case. Nothing when a unit is no digit, or one is left
+// over.
+[[nodiscard]] std::optional<std::vector<std::byte>> ParseHex(std::u16string_view text);
 
 // Writes one byte for each pair of units, and one for a single last unit, so `bytes` needs room for
 // (length + 1) / 2 bytes. `count` receives the number of pairs, without that last unit. Letters

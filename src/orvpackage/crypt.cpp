@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <memory>
+#include <type_traits>
 #include <vector>
 
 #include "foundation/hex.h"
@@ -11,26 +13,13 @@
 
 namespace {
 
+// Bytes. Far below what a 32-bit size holds, so that no size below can overflow by its padding.
 constexpr std::uint64_t kMaxInput = std::numeric_limits<std::int32_t>::max() / 2;
 
-// The key of all packages, for one use.
-class CPackageKey {
-public:
-    CPackageKey() = default;
-    ~CPackageKey() { platform::DestroyKey(m_key); }
-    CPackageKey(const CPackageKey&) = delete;
-    CPackageKey& operator=(const CPackageKey&) = delete;
-
-    [[nodiscard]] int Derive(platform::CryptoProvider provider, std::uint32_t cipherId,
-                             std::uint32_t hashId) {
-        return platform::DeriveKey(provider, hashId, cipherId, kPackageKeyTable.data(),
-                                   static_cast<std::uint32_t>(kPackageKeyTable.size()), m_key);
-    }
-    [[nodiscard]] platform::CryptoKey Get() const { return m_key; }
-
-private:
-    platform::CryptoKey m_key = nullptr;
+struct SKeyEnd {
+    void operator()(platform::CryptoKey key) const { platform::DestroyKey(key); }
 };
+using KeyOwner = std::unique_ptr<std::remove_pointer_t<platform::CryptoKey>, SKeyEnd>;
 
 }  // namespace
 
@@ -49,21 +38,26 @@ int CCrypt::Encrypt(const void* input, std::uint64_t size, void* output,
     if (size > kMaxInput) {
         return ERROR_INVALID_PARAMETER;
     }
-    CPackageKey key;
-    if (const int status = key.Derive(m_provider, m_cipherId, m_hashId)) {
+    // The key of all packages, for this use only.
+    platform::CryptoKey derived = nullptr;
+    if (const int status =
+            platform::DeriveKey(m_provider, m_hashId, m_cipherId, kPackageKeyTable.data(),
+                                static_cast<std::uint32_t>(kPackageKeyTable.size()), derived)) {
         return status;
     }
+    const KeyOwner key(derived);
     auto encryptedSize = static_cast<std::uint32_t>(size);
-    if (const int status = platform::GetEncryptedSize(key.Get(), encryptedSize)) {
+    if (const int status = platform::GetEncryptedSize(key.get(), encryptedSize)) {
         return status;
     }
+    // Checked before anything is written, so that no part of a clear text is left in the output.
     if (output == nullptr || outputSize < encryptedSize) {
         outputSize = encryptedSize;
         return ERROR_MORE_DATA;
     }
     std::memcpy(output, input, size);
     auto usedSize = static_cast<std::uint32_t>(size);
-    const int status = platform::EncryptInPlace(key.Get(), output, usedSize, encryptedSize);
+    const int status = platform::EncryptInPlace(key.get(), output, usedSize, encryptedSize);
     outputSize = status == ERROR_SUCCESS ? usedSize : outputSize;
     return status;
 }
@@ -72,7 +66,7 @@ CStrW EncryptPassword(const CStrW& password) {
     const CCrypt crypt(platform::kCipherAes256, platform::kHashSha256);
     const std::uint64_t size = (password.GetLength() + 1) * sizeof(char16_t);
     std::uint64_t outputSize = 0;
-    // Fails for want of a buffer, and says how large one has to be.
+    // Without a buffer this fails, and gives the size that is needed.
     static_cast<void>(crypt.Encrypt(password.Get(), size, nullptr, outputSize));
     std::vector<std::byte> output(outputSize);
     if (output.empty() ||

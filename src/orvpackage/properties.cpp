@@ -1,5 +1,8 @@
 #include "orvpackage/properties.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "foundation/xml_reader.h"
 #include "foundation/xml_writer.h"
 
@@ -7,12 +10,38 @@ namespace {
 
 constexpr std::u16string_view kPath = u"/Package/Properties";
 
-void WriteElement(CXmlWriter& writer, std::u16string_view name, std::u16string_view text) {
-    if (!text.empty() && writer.StartElement(name, false) >= 0) {
-        writer.WriteText(text);
-        writer.EndElement(true);
-    }
+using Properties = COrvPropertiesCollection;
+
+// Empty for null.
+std::u16string_view ViewOf(const char16_t* text) {
+    return text == nullptr ? std::u16string_view() : text;
 }
+
+// A child element of "Properties". It is left out when its text is empty.
+struct SProperty {
+    std::u16string_view tail;  // of its path: a slash and its name
+    std::u16string_view (*get)(const Properties& from);
+    void (*set)(Properties& into, const CStrW& text);
+};
+
+template <CStrW Properties::*kField>
+constexpr SProperty Text(std::u16string_view tail) {
+    return {tail, [](const Properties& from) { return (from.*kField).View(); },
+            [](Properties& into, const CStrW& text) { into.*kField = text; }};
+}
+
+// In the order of the manifest. No text goes through the sanitizer, because none has a path.
+constexpr SProperty kProperties[] = {
+    Text<&Properties::Name>(u"/Name"),
+    Text<&Properties::Version>(u"/Version"),
+    Text<&Properties::Manufacturer>(u"/Manufacturer"),
+    {u"/Architecture",
+     [](const Properties& from) { return ViewOf(ArchitectureName(from.Architecture)); },
+     [](Properties& into, const CStrW& text) { ParseArchitecture(text, into.Architecture); }},
+    {u"/PerUserInstall",
+     [](const Properties& from) { return ViewOf(from.PerUserInstall ? u"1" : u"0"); },
+     [](Properties& into, const CStrW& text) { into.PerUserInstall = text.IsTrue(); }},
+};
 
 }  // namespace
 
@@ -27,6 +56,7 @@ const char16_t* ArchitectureName(std::uint32_t architecture) {
     }
 }
 
+// Both names are ASCII, so the order of the tests does not matter.
 void ParseArchitecture(const CStrW& name, std::uint32_t& architecture) {
     for (const std::uint32_t candidate : {OrvArchitectureX64, OrvArchitectureX86}) {
         if (name.EqualsNoCase(ArchitectureName(candidate))) {
@@ -48,13 +78,13 @@ void COrvPropertiesCollection::Write(CXmlWriter& writer) const {
     if (writer.StartElement(u"Properties", true) < 0) {
         return;
     }
-    WriteElement(writer, u"Name", Name);
-    WriteElement(writer, u"Version", Version);
-    WriteElement(writer, u"Manufacturer", Manufacturer);
-    if (const char16_t* const architecture = ArchitectureName(Architecture)) {
-        WriteElement(writer, u"Architecture", architecture);
+    for (const SProperty& property : kProperties) {
+        const std::u16string_view text = property.get(*this);
+        if (!text.empty() && writer.StartElement(property.tail.substr(1), false) >= 0) {
+            writer.WriteText(text);
+            writer.EndElement(true);
+        }
     }
-    WriteElement(writer, u"PerUserInstall", PerUserInstall ? u"1" : u"0");
     writer.EndElement(true);
 }
 
@@ -62,31 +92,14 @@ bool COrvPropertiesCollection::Read(CXmlReader& reader) {
     if (reader.GetNodeType() != platform::EXmlNode::Text) {
         return false;
     }
-    struct STextField {
-        std::u16string_view tail;
-        CStrW COrvPropertiesCollection::*field;
-    };
-    constexpr STextField kTexts[] = {
-        {u"/Name", &COrvPropertiesCollection::Name},
-        {u"/Version", &COrvPropertiesCollection::Version},
-        {u"/Manufacturer", &COrvPropertiesCollection::Manufacturer},
-    };
-    for (const STextField& text : kTexts) {
-        if (reader.PathEquals(kPath, text.tail)) {
-            reader.GetValueChunked(this->*text.field);
-            return true;
-        }
+    const auto* const property =
+        std::find_if(std::begin(kProperties), std::end(kProperties),
+                     [&](const SProperty& row) { return reader.PathEquals(kPath, row.tail); });
+    if (property == std::end(kProperties)) {
+        return false;
     }
-    CStrW value;
-    if (reader.PathEquals(kPath, u"/Architecture")) {
-        reader.GetValueChunked(value);
-        ParseArchitecture(value, Architecture);
-        return true;
-    }
-    if (reader.PathEquals(kPath, u"/PerUserInstall")) {
-        reader.GetValueChunked(value);
-        PerUserInstall = value.IsTrue();
-        return true;
-    }
-    return false;
+    CStrW text;
+    reader.GetValueChunked(text);
+    property->set(*this, text);
+    return true;
 }

@@ -33,9 +33,9 @@ public:
     [[nodiscard]] virtual bool IsDirty() const { return m_isDirty; }
     virtual void SetDirty(bool isDirty) { m_isDirty = isDirty; }
 
-    // Offers the node that `reader` stands on; true when it was a text of one of the fields.
+    // Offers the current node of `reader`; true when it was a text of one of the fields.
     virtual bool Read(CXmlReader& reader);
-    // Writes the element; texts stand as they are, and empty ones are left out.
+    // Writes the element. Texts are written unchanged, and empty ones are left out.
     virtual void Write(CXmlWriter& writer) const;
 
 private:

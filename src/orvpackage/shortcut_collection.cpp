@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr std::size_t kMaxReadDescription = 1024;
+constexpr std::size_t kMaxReadDescription = 1024;  // units
+// SW_SHOWNORMAL, SW_SHOWMAXIMIZED and SW_SHOWMINNOACTIVE, the only ones that links use.
 constexpr std::int32_t kShowNormal = 1;
 constexpr std::int32_t kShowMaximized = 3;
 constexpr std::int32_t kShowMinimized = 7;
@@ -25,7 +26,7 @@ void WriteIconIndex(const SAttributeOutput& output, const SOrvShortcut& from) {
     }
 }
 
-// A minus sign is no digit, so that a negative index comes back as 0.
+// The minus sign of a negative index is no digit, so it is read as 0.
 void ReadIconIndex(SOrvShortcut& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
     into.iconIndex = static_cast<std::int32_t>(ReadCheckedNumber32(value));
 }
@@ -62,19 +63,16 @@ constexpr SAttribute<SDataElement> kDataAttributes[] = {
     {u"Signature", HexNumber<&SDataElement::signature>},
 };
 
-// Gives a shortcut the block of that signature and text, unless one of both is not right.
+// Gives a shortcut the block with that signature and text. An unknown signature and a text that is
+// not of digits change nothing.
 void TakeDataBlock(SOrvShortcut& into, std::uint32_t signature, const CStrW& text) {
     const auto* const known =
         std::find(platform::kShellLinkBlocks.begin(), platform::kShellLinkBlocks.end(), signature);
-    if (known == platform::kShellLinkBlocks.end() || text.GetLength() < 2 ||
-        text.GetLength() % 2 != 0 || !IsHexString(text)) {
-        return;
+    auto bytes = ParseHex(text);
+    if (known != platform::kShellLinkBlocks.end() && bytes && !bytes->empty()) {
+        into.SetDataBlock(static_cast<std::size_t>(known - platform::kShellLinkBlocks.begin()),
+                          std::move(*bytes));
     }
-    std::vector<std::byte> bytes(text.GetLength() / 2);
-    std::size_t count = 0;
-    HexToBytes(text, bytes.data(), count);
-    into.SetDataBlock(static_cast<std::size_t>(known - platform::kShellLinkBlocks.begin()),
-                      std::move(bytes));
 }
 
 CStrW TextOf(const std::optional<std::u16string>& answer) { return CStrW(answer.value_or(u"")); }
@@ -89,6 +87,8 @@ void SOrvShortcut::SetShowCommand(std::int32_t command) {
 }
 
 void SOrvShortcut::SetDataBlock(std::size_t index, std::vector<std::byte> bytes) {
+    // The first word is the size. A block that claims more than there is would be read beyond its
+    // end by its users, so it is dropped.
     std::uint32_t size = 0;
     if (bytes.size() >= sizeof(size)) {
         std::memcpy(&size, bytes.data(), sizeof(size));
@@ -103,6 +103,7 @@ int COrvCreateShortcut::LoadFromFile(const CFilePathW& path) {
     if (status < 0) {
         return status;
     }
+    // An answer that is missing leaves the first value of its field.
     SOrvShortcut content;
     content.shortcutTarget = TextOf(link.path);
     content.description = TextOf(link.description);

@@ -19,7 +19,7 @@ public:
     [[nodiscard]] std::u16string_view GetValue() const;
     // The key and the name with a slash between them.
     [[nodiscard]] CStrW GetName() const override;
-    // Asks for the memory of the name and of data.
+    // Asks for the memory of the name and the data: step 1 of PrefetchItem.
     void PrefetchContent() const;
 
 protected:
@@ -28,15 +28,15 @@ protected:
                   std::uint32_t architecture, std::pmr::memory_resource& memory,
                   std::size_t tailSize = 0);
 
-    // The bytes behind the name, at an even address.
+    // The bytes after the name, at an even address.
     [[nodiscard]] std::byte* GetTail() {
         return reinterpret_cast<std::byte*>(m_block + m_nameLength);
     }
     [[nodiscard]] const std::byte* GetTail() const {
         return reinterpret_cast<const std::byte*>(m_block + m_nameLength);
     }
-    // Makes room for `size` bytes behind the name, which may move those that are there elsewhere,
-    // or nowhere. False, with the block as it was, when there is no memory.
+    // Makes room for `size` bytes after the name; those that are there now may get lost. False,
+    // with the block unchanged, when there is no memory.
     [[nodiscard]] bool ReserveTail(std::size_t size);
 
 private:
@@ -47,8 +47,8 @@ private:
     void FreeBlock();
 
     std::pmr::memory_resource& m_memory;
-    // The name, and the tail behind it: a package holds so many values that a block less for each
-    // counts. Null while there is neither. Owned.
+    // The name, and the tail after it, in one block, because a package has very many values. Owned;
+    // null when both are empty.
     char16_t* m_block = nullptr;
     std::size_t m_capacity = 0;  // in units
     std::uint32_t m_nameLength = 0;
@@ -56,9 +56,6 @@ private:
 
 class COrvDeleteValue : public COrvValueItem {
 public:
-    COrvDeleteValue(const CStrW& target, const CStrW& value, std::uint32_t architecture)
-        : COrvDeleteValue(std::make_shared<const COrvKeyPath>(target), value, architecture,
-                          *std::pmr::new_delete_resource()) {}
     COrvDeleteValue(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
                     std::uint32_t architecture, std::pmr::memory_resource& memory)
         : COrvValueItem(std::move(key), value, architecture, memory) {}

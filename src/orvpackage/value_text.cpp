@@ -5,7 +5,6 @@
 #include <iterator>
 #include <new>
 #include <string_view>
-#include <vector>
 
 #include "foundation/hex.h"
 #include "foundation/number_text.h"
@@ -16,7 +15,7 @@
 
 namespace {
 
-// The types that the manifest has a name for, by their number.
+// The names of types in the manifest, by the number of the type in the registry.
 constexpr const char16_t* kTypeNames[] = {
     u"REG_NONE",
     u"REG_SZ",
@@ -32,7 +31,7 @@ constexpr const char16_t* kTypeNames[] = {
     u"REG_QWORD",
 };
 
-constexpr std::size_t kHexPiece = std::size_t{1} << 16;  // bytes
+constexpr std::size_t kHexPiece = std::size_t{1} << 16;  // bytes; all of it fits into a cache
 
 std::size_t NumberSize(std::uint32_t type) {
     return type == OrvValueDword ? sizeof(std::uint32_t) : sizeof(std::uint64_t);
@@ -48,7 +47,8 @@ std::uint64_t ReadNumber(const COrvCreateValue& value) {
     return number;
 }
 
-// Texts that find no memory are empty, or lack some of their strings.
+// Writes a text, unless there was no memory for all of it: a CStrW without memory is empty, and a
+// list lacks some strings. A manifest with another value than the captured one must not come out.
 void WriteWhole(std::u16string_view text, bool isWhole, CXmlWriter& writer) {
     if (!isWhole) {
         throw std::bad_alloc();
@@ -67,7 +67,7 @@ void WriteMultiString(const COrvCreateValue& value, const COrvSanitizer& sanitiz
     WriteWhole(text, isWhole, writer);
 }
 
-// Piece by piece: the text takes four times the memory of the data.
+// In pieces, because the text has four times the bytes of the data.
 void WriteHex(const COrvCreateValue& value, CXmlWriter& writer) {
     std::size_t start = 0;
     do {
@@ -76,16 +76,6 @@ void WriteHex(const COrvCreateValue& value, CXmlWriter& writer) {
         WriteWhole(text, text.GetLength() == 2 * count, writer);
         start += count;
     } while (start < value.GetDataSize());
-}
-
-void SetBytesFromHex(const CStrW& text, std::uint32_t type, COrvCreateValue& value) {
-    if (text.GetLength() % 2 != 0 || !IsHexString(text)) {
-        return;
-    }
-    std::vector<std::byte> bytes(text.GetLength() / 2);
-    std::size_t count = 0;
-    HexToBytes(text, bytes.data(), count);
-    value.SetData(bytes.data(), static_cast<std::uint32_t>(count), type);
 }
 
 }  // namespace
@@ -149,8 +139,8 @@ void ParseValueData(const CStrW& text, std::uint32_t type, const COrvSanitizer& 
             value.SetMultiString(ParseMultiString(sanitizer.Desanitize(text, SanitizeAll)));
             break;
         default:
-            if (ValueTypeName(type) != nullptr) {
-                SetBytesFromHex(text, type, value);
+            if (const auto bytes = ParseHex(text); bytes && ValueTypeName(type) != nullptr) {
+                value.SetData(bytes->data(), static_cast<std::uint32_t>(bytes->size()), type);
             }
             break;
     }

@@ -19,7 +19,7 @@ void ParseValueType(const CStrW& name, std::uint32_t& type);
 // count as 0. The type has a name. Throws std::bad_alloc rather than to write another text.
 void WriteValueData(const COrvCreateValue& value, const COrvSanitizer& sanitizer,
                     CXmlWriter& writer);
-// Gives a value the data that such a text stands for. A number that is none counts as 0. Malformed
-// digits, but for those of "REG_BINARY", and a type without a name leave the value as it is.
+// Gives a value the data of such a text. A text that is no number counts as 0. Malformed digits,
+// except those of "REG_BINARY", and a type without a name leave the value unchanged.
 void ParseValueData(const CStrW& text, std::uint32_t type, const COrvSanitizer& sanitizer,
                     COrvCreateValue& value);
