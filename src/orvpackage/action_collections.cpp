@@ -7,6 +7,7 @@
 
 namespace {
 
+// The path of any other type is a text, with no tokens, and goes through no converter.
 bool IsPathType(std::uint32_t type) { return type == OrvActionPath || type == OrvActionOtherPath; }
 
 constexpr SForm<SOrvAction> kPathForm = Path<&SOrvAction::path, Always>;
@@ -40,6 +41,7 @@ SAttributes<SOrvAction> SOrvAction::GetAttributes() { return kAttributes; }
 COrvAction* COrvActionsCollection::InsertAt(std::uint64_t position, SOrvAction content) {
     const std::uint64_t count = GetCount();
     position = std::min(position, count);
+    // An action is found by the number that it was made with, and that number stays.
     for (std::uint64_t number = position; number < count; ++number) {
         if (auto* const action = static_cast<COrvAction*>(Find(number))) {
             ++action->Position;
@@ -66,6 +68,7 @@ void COrvActionsCollection::Write(CXmlWriter& writer) const {
     if (IsEmpty() || writer.StartElement(GetElement().collection, true) < 0) {
         return;
     }
+    // Not in the order of the table: actions run in their sequence. The hash is the number itself.
     for (std::uint64_t number = 0; number < GetCount(); ++number) {
         if (const COrvItem* const action = Find(number)) {
             WriteElement(writer, *action);
@@ -75,6 +78,7 @@ void COrvActionsCollection::Write(CXmlWriter& writer) const {
 }
 
 void COrvActionsCollection::WriteInside(CXmlWriter& writer, const SOrvAction& action) const {
+    // As a text, which keeps line breaks. An attribute would need them escaped.
     if (action.type == OrvActionText) {
         writer.WriteText(action.path);
     }

@@ -6,8 +6,8 @@
 
 #include "orvpackage/content_items.h"
 
-// How the path of an action is to be taken; any other number is carried through, and its path does
-// not reach the manifest.
+// What the path of an action means. Any other number is passed on, but its path is not written to
+// the manifest.
 enum EOrvAction : std::uint32_t {
     OrvActionPath = 0,
     OrvActionOtherPath = 1,
@@ -46,13 +46,13 @@ class COrvPostAction : public COrvAction {
     using COrvAction::COrvAction;
 };
 
-// Actions in their sequence, which is the order of the manifest: their numbers are counted up to
-// the number of actions, so that behind a gap the last ones are not reached.
+// Actions in their sequence, which is the order of the manifest. Writing counts the numbers from 0
+// up to the number of actions. So if one was removed, the last ones are not reached.
 class COrvActionsCollection : public COrvContentCollection<COrvAction> {
 public:
-    // Makes an action and lends it; a position beyond the end appends. Null further in front: the
-    // actions there move up, but keep the numbers that they are known by, so that the new one is a
-    // double.
+    // Makes an action and lends it; a position after the end appends. For any other position it
+    // returns null: the actions there move up by one, but are still known by their old numbers, so
+    // the new action is a double.
     COrvAction* InsertAt(std::uint64_t position, SOrvAction content = {});
     // Appends an action that runs the file `path`, whose payload copy is `relativeSource`, and
     // lends it. Null for a double, whose payload copy is then deleted, unless it is `path` itself.

@@ -22,7 +22,7 @@ void ReadFile(SOrvAssembly& into, const CStrW& value, const COrvSanitizer& sanit
     into.AddFile(sanitizer.Desanitize(value, SanitizeNoPaths));
 }
 
-// The child element of a member file.
+// The child element of a member file. It is written from a path and read into an assembly.
 constexpr SAttribute<CStrW, SOrvAssembly> kFileAttributes[] = {
     {u"RelativeSource", {WriteFile, ReadFile}},
 };
@@ -31,6 +31,7 @@ constexpr SAttribute<CStrW, SOrvAssembly> kFileAttributes[] = {
 
 SAttributes<SOrvAssembly> SOrvAssembly::GetAttributes() { return kAttributes; }
 
+// Expanded first, so that a token and its folder are one file, as for every path of an item.
 void SOrvAssembly::AddFile(CStrW file) {
     ExpandFileTokens(file);
     files.insert(std::move(file));

@@ -15,8 +15,8 @@ struct SOrvAssembly {
     CStrW privateFolder;  // of a private assembly
     SortedTexts files;    // with their tokens expanded
 
-    // Adds a member file, with its tokens expanded; of two that differ in case alone, the first
-    // stays.
+    // Adds a member file, with its tokens expanded. Of two that differ only in letter case, the
+    // first stays.
     void AddFile(CStrW file);
 
     [[nodiscard]] static SAttributes<SOrvAssembly> GetAttributes();

@@ -5,6 +5,7 @@
 
 namespace {
 
+// A text that begins with NUL counts as empty, because a text of Windows would end there.
 bool IsLeftOut(std::u16string_view value, EWritten written) {
     return written == IfAny && (value.empty() || value.front() == u'\0');
 }
@@ -20,6 +21,7 @@ void SAttributeOutput::Write(std::u16string_view value, EWritten written) const 
 void SAttributeOutput::WritePortable(std::u16string_view value, std::uint32_t flags,
                                      EWritten written) const {
     if (!IsLeftOut(value, written)) {
+        // The sanitizer copies only texts that it changes, which most are not.
         CStrW buffer;
         writer.WriteAttribute(name, package.GetSanitizer().Sanitize(value, flags, buffer));
     }

@@ -10,7 +10,8 @@
 
 namespace {
 
-// How far ahead of the item that is written others are asked for: a step further with each stride.
+// The items that are asked for are this many strides ahead of the one that is written: three for
+// step 0, one for step 2. In a stride of items, memory has the time to arrive.
 constexpr unsigned kPrefetchSteps = 3;
 constexpr std::size_t kPrefetchStride = 4;
 constexpr std::size_t kPrefetchedItem = 64;  // the size of a value, of which there are most
@@ -52,6 +53,7 @@ void COrvCollection::Clear() {
 }
 
 bool COrvCollection::Add(COrvItemPtr<COrvItem>& item) {
+    // Looks first: Insert may change the order even if it refuses a double.
     if (m_items.Find(item->GetHash()) != nullptr || !m_items.Insert(item)) {
         if (CLogger* const logger = m_package.GetLogger()) {
             logger->LogMessage(MessageDuplicate, nullptr, item->GetName().Get());
@@ -76,6 +78,7 @@ void COrvCollection::Write(CXmlWriter& writer) const {
     if (IsEmpty() || writer.StartElement(m_element.collection, true) < 0) {
         return;
     }
+    // Made here, before other threads read it below.
     const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
     const auto write = [&](CXmlWriter& part, std::size_t first, std::size_t last) {
         for (std::size_t place = first; place < last; ++place) {
@@ -133,6 +136,7 @@ bool COrvCollection::Read(CXmlReader& reader) {
     if (!child.empty()) {
         return child.front() == u'/' && ReadChild(child, reader);
     }
+    // An empty element has a synthetic end, so each item is finished exactly once.
     if (reader.IsSyntheticEnd() || reader.GetNodeType() == platform::EXmlNode::EndElement) {
         FinishOrLog(reader);
         return true;
@@ -160,6 +164,7 @@ bool COrvCollection::ReadChild(std::u16string_view /*child*/, CXmlReader& /*read
 
 void COrvCollection::DeletePayload(const CStrW& relativeSource, const CStrW& kept) const {
     const CFilePathW payload(m_package.GetFolder(), CFilePathW(relativeSource));
+    // A source may be the captured file itself, and a package must not be changed.
     if (payload.NotEquals(CFilePathW(kept))) {
         static_cast<void>(DeleteFileForce(payload));
     }

@@ -24,7 +24,7 @@ struct SOrvDeletedEnvVar {
     [[nodiscard]] bool IsValid() const { return !variable.IsEmpty(); }
 };
 
-// One name may stand once for the user and once for the machine.
+// A variable of the user and one of the machine may have the same name, and are two items.
 [[nodiscard]] constexpr std::u16string_view ScopeOfEnvVar(bool isUser) {
     return isUser ? u"1" : u"0";
 }

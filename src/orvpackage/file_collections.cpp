@@ -39,12 +39,13 @@ COrvCreateFile::COrvCreateFile(SOrvFile content)
 COrvCreateFile::COrvCreateFile(SOrvFile content, bool isRelative)
     : COrvItemOf(std::move(content)), m_isRelative(isRelative) {}
 
+// An absolute source could name any file of the installer's machine as payload.
 bool COrvCreateFile::IsValid() const { return COrvItemOf::IsValid() && m_isRelative; }
 
 COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
                                                    const CFilePathW& relativeSource) {
     SOrvFile content{target.ToString(), relativeSource.ToString()};
-    // A token may stand for a path of another kind. Without one nothing has to be parsed again.
+    // A token may expand to a path of another kind. Without one the path need not be parsed again.
     COrvItemPtr<COrvCreateFile> file =
         HasUnit(content.relativeSource, u'%')
             ? Make<COrvCreateFile>(std::move(content))

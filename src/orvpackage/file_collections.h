@@ -14,7 +14,7 @@ struct SOrvTarget {
 
 struct SOrvDeletedFolder {
     CStrW target;
-    bool recursive = false;  // while a key is deleted with its subkeys where nothing is said
+    bool recursive = false;  // the default for keys is true (COrvDeleteKey)
 
     [[nodiscard]] static SAttributes<SOrvDeletedFolder> GetAttributes();
     [[nodiscard]] bool IsValid() const { return !target.IsEmpty(); }

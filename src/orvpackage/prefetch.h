@@ -1,9 +1,10 @@
-// orvpackage/prefetch.h - asks for memory before it is needed.
+// orvpackage/prefetch.h - asks for memory before it is needed. What for, and what it gains, is said
+// at COrvCollection::PrefetchAhead.
 #pragma once
 
 #include <cstddef>
 
-// Has the bytes brought near the processor in the background; changes nothing.
+// Has the bytes loaded into the processor's cache in the background; changes nothing.
 inline void Prefetch(const void* bytes, std::size_t size) {
     constexpr std::size_t kCacheLine = 64;
     const auto* const first = static_cast<const char*>(bytes);

@@ -8,7 +8,8 @@ namespace {
 
 constexpr std::u16string_view kSidToken = u"%SID%";
 
-// The characters without which there is nothing to escape, or nothing to collapse.
+// Groups of characters. In a text without any of a group there is nothing to escape, or nothing to
+// collapse, so that step is skipped. Most texts have none at all.
 enum EMarks : std::uint8_t {
     NoMarks = 0,
     EscapeMarks = 1,
@@ -17,7 +18,7 @@ enum EMarks : std::uint8_t {
     SidMarks = 8,       // "S-", as every SID begins
 };
 
-// Without branches, the compiler makes this look at many units at a time.
+// Without branches and early exits, so that the compiler vectorises both loops.
 unsigned FindMarks(std::u16string_view text) {
     unsigned escapes = 0;
     unsigned filePaths = 0;
@@ -52,10 +53,12 @@ std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint3
         return text;
     }
     buffer.Assign(text);
+    // Escapes come first: the tokens that are put in below have percent signs of their own.
     if ((marks & EscapeMarks) != 0) {
         buffer.Replace(u"|", u"||", false);
         buffer.Replace(u"%", u"|%", false);
     }
+    // A path may collapse to a text with the SID in it, although the text had none before.
     bool mayHoldSid = (marks & SidMarks) != 0;
     if ((marks & FilePathMarks) != 0 && (flags & SanitizeNoFilePaths) == 0) {
         mayHoldSid |= m_fileConverter->CollapsePaths(buffer, false);
@@ -78,6 +81,7 @@ CStrW COrvSanitizer::Desanitize(const CStrW& text, std::uint32_t flags) const {
     if ((flags & SanitizeNoFilePaths) == 0) {
         m_fileConverter->ExpandTokens(result);
     }
+    // The escapes in reverse order, after the tokens.
     result.Replace(u"|%", u"%", false);
     result.Replace(u"||", u"|", false);
     return result;

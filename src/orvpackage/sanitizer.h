@@ -26,7 +26,8 @@ public:
     COrvSanitizer& operator=(const COrvSanitizer&) = delete;
 
     [[nodiscard]] CStrW Sanitize(std::u16string_view text, std::uint32_t flags) const;
-    // The same; what stays as it is is not copied: the result is `text` itself, or else `buffer`.
+    // The same without a copy of a text that does not change: the result is `text` itself, or else
+    // `buffer`.
     [[nodiscard]] std::u16string_view Sanitize(std::u16string_view text, std::uint32_t flags,
                                                CStrW& buffer) const;
     // Each string by itself; what becomes empty is dropped.

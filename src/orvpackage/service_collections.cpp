@@ -16,9 +16,9 @@ constexpr std::uint32_t kNoServiceType = 0;
 constexpr std::uint32_t kDisabled = 4;
 constexpr std::uint32_t kNormalErrors = 1;
 constexpr std::uint32_t kErrorControls = 4;
-constexpr std::size_t kMaxDisplayName = 256;
+constexpr std::size_t kMaxDisplayName = 256;  // units, as the service manager allows
 
-// A number of a service by the checked rule, and then by what a service manager accepts.
+// Reads a number of a service. What a service manager would not accept is replaced by `kCheck`.
 template <auto kCheck>
 std::uint32_t ReadChecked(std::u16string_view text) {
     return kCheck(ReadCheckedNumber32(text));
@@ -34,6 +34,7 @@ void ReadDependencies(SOrvService& into, const CStrW& value, const COrvSanitizer
     into.dependencies = ParseMultiString(value);
 }
 
+// Encrypted at once, so that no clear text is kept.
 void ReadPassword(SOrvService& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
     into.encryptedPassword = EncryptPassword(value);
 }
@@ -48,7 +49,7 @@ constexpr SAttribute<SOrvService> kServiceAttributes[] = {
     {u"Binary", Path<&SOrvService::binary, IfAny>},
     {u"Arguments", Path<&SOrvService::arguments, IfAny>},
     {u"LoadOrder", Plain<&SOrvService::loadOrder, IfAny>},
-    {u"Dependencies", {WriteDependencies, ReadDependencies}},  // not portable
+    {u"Dependencies", {WriteDependencies, ReadDependencies}},  // names, so nothing is made portable
     {u"Username", Plain<&SOrvService::username, IfAny>},
     {u"EncryptedPassword", Plain<&SOrvService::encryptedPassword, IfAny>},
     // Clear text may come in, from a manifest made by hand; it never goes out.

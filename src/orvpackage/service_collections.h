@@ -6,9 +6,9 @@
 #include "foundation/double_null_string.h"
 #include "orvpackage/named_items.h"
 
-// What a service manager accepts of a service from elsewhere; anything else becomes what stands
-// here: type 0, which leaves the service out of the manifest, start type 4 (disabled), error
-// control 1 (normal) and no display name.
+// Values that a service manager accepts are returned unchanged. Any other value becomes type 0,
+// which leaves the service out of the manifest, start type 4 (disabled), error control 1 (normal)
+// or no display name.
 [[nodiscard]] std::uint32_t CheckServiceType(std::uint32_t type);
 [[nodiscard]] std::uint32_t CheckStartType(std::uint32_t type);
 [[nodiscard]] std::uint32_t CheckErrorControl(std::uint32_t control);

@@ -59,6 +59,7 @@ COrvCreateValuesCollection::COrvCreateValuesCollection(COrvPackage& package)
 
 void COrvCreateValuesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
     COrvValueItemCollection::WriteItem(writer, item);
+    // A type without a name is written without data, which no reader could interpret.
     const auto& value = static_cast<const COrvCreateValue&>(item);
     if (ValueTypeName(value.GetType()) != nullptr) {
         WriteValueData(value, GetSanitizer(), writer);
@@ -72,6 +73,7 @@ bool COrvCreateValuesCollection::ReadText(CXmlReader& reader) {
 
 bool COrvCreateValuesCollection::FinishItem() {
     const auto read = TakeRead<SReadKeyItem>();
+    // A double is refused before its data is read, which may be large.
     COrvCreateValue* const added = AddItem(read.target, read.valueName, read.architecture);
     if (added != nullptr) {
         ParseValueData(read.valueData, read.valueType, GetSanitizer(), *added);

@@ -12,13 +12,15 @@
 
 namespace {
 
-constexpr std::size_t kPrefetchedContent = 128;  // the name and most data; more comes by itself
+// Bytes. This is the name and most data; the processor itself loads what follows.
+constexpr std::size_t kPrefetchedContent = 128;
 
 std::u16string_view ToUnits(const void* bytes, std::size_t size) {
     return {static_cast<const char16_t*>(bytes), size / sizeof(char16_t)};
 }
 
-// Mostly there is one NUL, at the end.
+// The string before the first NUL. Most have only one NUL, at their end. For these a vectorised
+// test is enough.
 std::u16string_view FirstString(std::u16string_view units) {
     const std::u16string_view first = units.substr(0, units.empty() ? 0 : units.size() - 1);
     if (!units.ends_with(u'\0') || HasUnit(first, u'\0')) {
@@ -45,7 +47,7 @@ COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpa
                              std::uint32_t architecture, std::pmr::memory_resource& memory,
                              std::size_t tailSize)
     : COrvKeyItem(std::move(key), architecture, value.name), m_memory(memory) {
-    // What finds no room for its tail yet may never need it, or does without.
+    // `tailSize` is only a guess. Without memory for it, the value is made with its name alone.
     const std::size_t nameSize = value.name.size() * sizeof(char16_t);
     if (!ReserveTail(nameSize + tailSize) && !ReserveTail(nameSize)) {
         throw std::bad_alloc();
@@ -62,6 +64,7 @@ void COrvValueItem::FreeBlock() {
     }
 }
 
+// Data can have gigabytes. So a lack of memory for it is an answer here, and ends no conversion.
 bool COrvValueItem::ReserveTail(std::size_t size) {
     const std::size_t capacity = m_nameLength + (size + 1) / sizeof(char16_t);
     if (capacity <= m_capacity) {
@@ -74,6 +77,7 @@ bool COrvValueItem::ReserveTail(std::size_t size) {
         return false;
     }
     auto* const units = static_cast<char16_t*>(block);
+    // The old tail is not copied: whoever asks for room writes all of it anew.
     std::copy_n(m_block, m_nameLength, units);
     FreeBlock();
     m_block = units;
@@ -105,6 +109,7 @@ std::byte* COrvCreateValue::Allocate(std::size_t size, std::uint32_t type) {
 }
 
 void COrvCreateValue::SetData(const void* bytes, std::uint32_t size, std::uint32_t type) {
+    // No bytes at all are data of that type too, unlike none.
     if (size == 0) {
         ClearData();
         m_type = type;
@@ -123,7 +128,7 @@ void COrvCreateValue::SetBinaryFromHex(const CStrW& text) {
         m_type = OrvValueBinary;
         return;
     }
-    // A digit left over is decoded too, but does not count.
+    // HexToBytes writes a byte for a single last digit as well, but does not count it.
     if (std::byte* const data = Allocate((text.GetLength() + 1) / 2, OrvValueBinary)) {
         std::size_t count = 0;
         HexToBytes(text, data, count);
@@ -135,7 +140,7 @@ void COrvCreateValue::StoreString(std::u16string_view text, std::uint32_t type) 
     CStrW expanded;
     if (HasUnit(text, u'%')) {
         expanded.Assign(text);
-        if (expanded.GetLength() != text.size()) {  // no memory
+        if (expanded.GetLength() != text.size()) {  // there was no memory for the copy
             ClearData();
             return;
         }
