@@ -78,7 +78,7 @@ void COrvActionsCollection::Write(CXmlWriter& writer) const {
 }
 
 void COrvActionsCollection::WriteInside(CXmlWriter& writer, const SOrvAction& action) const {
-    // As a text, which keeps line breaks. An attribute would need them escaped.
+    // It may be a whole script, so it is the text of the element and no attribute.
     if (action.type == OrvActionText) {
         writer.WriteText(action.path);
     }

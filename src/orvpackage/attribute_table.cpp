@@ -12,6 +12,7 @@ bool IsLeftOut(std::u16string_view value, EWritten written) {
 
 }  // namespace
 
+// A failure to write is kept by the writer, which then writes nothing more.
 void SAttributeOutput::Write(std::u16string_view value, EWritten written) const {
     if (!IsLeftOut(value, written)) {
         writer.WriteAttribute(name, value);

@@ -2,6 +2,7 @@
 
 namespace {
 
+// The name of a variable is no path, but its value may contain some.
 constexpr SAttribute<SOrvEnvVar> kAttributes[] = {
     {u"Variable", Plain<&SOrvEnvVar::variable, Always>},
     {u"User", Flag<&SOrvEnvVar::isUser>},

@@ -42,6 +42,7 @@ COrvCreateFile::COrvCreateFile(SOrvFile content, bool isRelative)
 // An absolute source could name any file of the installer's machine as payload.
 bool COrvCreateFile::IsValid() const { return COrvItemOf::IsValid() && m_isRelative; }
 
+// The copy of a double is deleted because no item names it, and the first item has its own.
 COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
                                                    const CFilePathW& relativeSource) {
     SOrvFile content{target.ToString(), relativeSource.ToString()};

@@ -23,6 +23,7 @@ constexpr SKeyAttribute kCreateAttributes[] = {
     kKeyArchitecture,
 };
 
+// "Recursive" is written always, because its default is not that of a folder.
 constexpr SKeyAttribute kDeleteAttributes[] = {
     kKeyTarget,
     kKeyArchitecture,
@@ -41,6 +42,8 @@ std::u16string_view ExpandKeyTokens(std::u16string_view text, CStrW& buffer) {
     return buffer;
 }
 
+// Whether there is a path is kept, so that the text is not read for it: items are asked while
+// their memory is still on its way.
 COrvKeyPath::COrvKeyPath(const CStrW& text) {
     CStrW buffer;
     m_text.Assign(ExpandKeyTokens(text, buffer));
@@ -51,6 +54,7 @@ COrvKeyPath::COrvKeyPath(const CStrW& text, const COrvSanitizer& sanitizer) : CO
     m_portable = MakePortable(sanitizer);
 }
 
+// The long name of the hive goes into the text before its aliases are looked for.
 CStrW COrvKeyPath::MakePortable(const COrvSanitizer& sanitizer) const {
     return sanitizer.Sanitize(CRegPathW(m_text).ToLongString(), SanitizeNoFilePaths);
 }
@@ -68,6 +72,8 @@ void COrvKeyPath::PrefetchText() const {
     Prefetch(text.data(), text.size() * sizeof(char16_t));
 }
 
+// The parts are hashed one after the other, without a separator between them. This is part of the
+// format, because the order of the manifest depends on the hashes.
 COrvKeyItem::COrvKeyItem(std::shared_ptr<const COrvKeyPath> key, std::uint32_t architecture,
                          std::u16string_view value)
     : COrvItem(

@@ -16,6 +16,7 @@
 #include "reporting/logger.h"
 #include "reporting/record.h"
 
+// In the order of the manifest, which is also that of EOrvCollection.
 COrvPackage::COrvPackage() {
     AddCollection<COrvCreateFoldersCollection>();
     AddCollection<COrvDeleteFoldersCollection>();
@@ -40,6 +41,7 @@ COrvPackage::COrvPackage() {
 
 COrvPackage::~COrvPackage() = default;
 
+// At the index of its type, by which GetCollection finds it.
 template <class TCollection>
 void COrvPackage::AddCollection() {
     m_collections[TCollection::kType] = std::make_unique<TCollection>(*this);
@@ -98,6 +100,7 @@ int COrvPackage::Save() {
 
 int COrvPackage::WriteManifest(const CFilePathW& path) const {
     CXmlWriter writer;
+    // Escapes the characters that XML cannot contain, so that no value is lost.
     writer.SetTextFilter(&EscapeXmlText);
     const int status = writer.Open(path);
     if (status < 0) {

@@ -81,6 +81,8 @@ constexpr SAttribute<SOrvServiceControl> kControlAttributes[] = {
 
 }  // namespace
 
+// These repair what comes from a captured registry or a manifest, and report nothing: a service
+// that cannot run is better left out or disabled than refused with the whole package.
 std::uint32_t CheckServiceType(std::uint32_t type) {
     const bool isKnown =
         std::find(kServiceTypes.begin(), kServiceTypes.end(), type) != kServiceTypes.end();

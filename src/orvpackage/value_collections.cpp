@@ -20,6 +20,7 @@ void WriteType(const SAttributeOutput& output, const COrvKeyItem& item) {
     }
 }
 
+// A type without a known name stays unset, and the value then has no data.
 void ReadType(SReadKeyItem& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
     ParseValueType(value, into.valueType);
 }
@@ -39,6 +40,7 @@ constexpr SKeyAttribute kDeleteAttributes[] = {
 
 }  // namespace
 
+// Compared with case, because each value is written with the path that it was given.
 const std::shared_ptr<const COrvKeyPath>& COrvValueItemCollection::ShareKey(const CStrW& target) {
     if (!m_lastKey || !(m_lastTarget == target)) {
         m_lastKey = std::make_shared<const COrvKeyPath>(target, GetSanitizer());

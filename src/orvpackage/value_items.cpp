@@ -98,6 +98,7 @@ void COrvCreateValue::ClearData() {
     m_size = 0;
 }
 
+// Sets type and size only when there is room, so a value never claims data that it does not have.
 std::byte* COrvCreateValue::Allocate(std::size_t size, std::uint32_t type) {
     ClearData();
     if (size > std::numeric_limits<std::uint32_t>::max() || !ReserveTail(size)) {

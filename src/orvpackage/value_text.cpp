@@ -33,6 +33,7 @@ constexpr const char16_t* kTypeNames[] = {
 
 constexpr std::size_t kHexPiece = std::size_t{1} << 16;  // bytes; all of it fits into a cache
 
+// Bytes of the two types of numbers.
 std::size_t NumberSize(std::uint32_t type) {
     return type == OrvValueDword ? sizeof(std::uint32_t) : sizeof(std::uint64_t);
 }
@@ -56,6 +57,7 @@ void WriteWhole(std::u16string_view text, bool isWhole, CXmlWriter& writer) {
     writer.WriteText(text);
 }
 
+// Each string goes through the sanitizer by itself: a token never reaches across two of them.
 void WriteMultiString(const COrvCreateValue& value, const COrvSanitizer& sanitizer,
                       CXmlWriter& writer) {
     CDoubleNullStringW strings;

@@ -212,6 +212,7 @@ const std::u16string* CDescribedStore::Find(const Components& components,
     return &names.front();
 }
 
+// A folder has the files; a policy has only a manifest.
 bool CDescribedStore::FindAssembly(std::u16string_view identity, std::u16string& place) const {
     const SIdentity parts = ReadIdentity(identity);
     if (const std::u16string* const name = Find(m_folders, parts)) {

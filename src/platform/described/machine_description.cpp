@@ -98,6 +98,7 @@ bool CReader::Fail(std::size_t line, std::string_view what) {
     return false;
 }
 
+// Names the section and the key, such as: [folders] "CSIDL_X": is no special folder
 bool CReader::FailAt(const toml::key& key, std::string_view what) {
     std::string text = "[";
     text += m_section.empty() ? key.str() : m_section;
@@ -243,6 +244,7 @@ bool CReader::ReadShare(const toml::key& key, const toml::node& value) {
                  : FailAt(key, "differs only in letter case from another key");
 }
 
+// An empty list is allowed: then no hive counts as one without a file.
 bool CReader::ReadRegistry(const toml::key& key, const toml::node& value) {
     if (key != "hivelist") {
         return FailAt(key, "is no key of this section");
