@@ -149,7 +149,9 @@ void CParser::AddMachine(CLI::App& app) {
     app.add_option("--machine", m_command.machine,
                    "The machine description to use, in place of the\n"
                    "one that ORVCASCONV_MACHINE names in the\n"
-                   "environment, or else the built-in one")
+                   "environment; built-in names the one that needs\n"
+                   "no file. On Windows the running machine answers\n"
+                   "unless one is named, elsewhere the built-in one")
         ->type_name("FILE");
 }
 

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/utf8.h"
 #include "platform/windows/win.h"
 // This needs windows.h before it.
 #include <objbase.h>

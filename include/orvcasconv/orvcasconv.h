@@ -63,6 +63,13 @@ typedef struct OrvProgress {
  * ignored. */
 typedef uint32_t (*OrvProgressCallback)(const OrvProgress* root);
 
+/* The environment variable ORVCASCONV_MACHINE names the machine description that answers for folders,
+ * variables, user, registry, shortcuts and assemblies: a file in TOML, or "built-in". It is read at
+ * the start of CasToOrvW and of InitCasTargetInformation; a file that cannot be used ends the call
+ * with 13 (ERROR_INVALID_DATA). Without it the running Windows answers on Windows, where loading a
+ * captured hive takes the privileges to back up and to restore; elsewhere the built-in description
+ * does. */
+
 /* Converts every target of the package whose profile file is `casFile`. For an `orvFile` of
  * "FOLDER\NAME", the manifest of a target is the file "FOLDER\{GUID}\NAME", with the target's GUID.
  * The payload is in the manifest's folder.

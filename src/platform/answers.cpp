@@ -4,6 +4,7 @@
 #include "platform/described/description_in_effect.h"
 #include "platform/machine_report.h"
 #include "platform/status.h"
+#include "platform/xml.h"
 
 namespace platform {
 
@@ -12,10 +13,7 @@ const SAnswers& GetAnswers() {
     return live == nullptr || IsMachineDescribed() ? GetDescribedAnswers() : *live;
 }
 
-// A machine that answers for itself does not read the description that users name.
-int LoadMachine(std::u16string& problem) {
-    return GetLiveAnswers() != nullptr ? ERROR_SUCCESS : LoadMachineDescription(problem);
-}
+int LoadMachine(std::u16string& problem) { return LoadMachineDescription(problem); }
 
 bool GetSpecialFolder(int csidl, std::u16string& path) {
     return GetAnswers().machine.GetSpecialFolder(csidl, path);
@@ -39,7 +37,16 @@ std::u16string GetUserSid() { return GetAnswers().machine.GetUserSid(); }
 
 std::vector<std::u16string> GetVolatileHives() { return GetAnswers().machine.GetVolatileHives(); }
 
-std::string DescribeMachine() { return GetAnswers().machine.Describe(); }
+// The description may know more than the operations ask for, such as other variables.
+std::string DescribeMachine() {
+    const SAnswers& answers = GetAnswers();
+    if (&answers == &GetDescribedAnswers()) {
+        return FormatMachineDescription(GetMachineDescription());
+    }
+    SMachineDescription live = GetBuiltInMachine();
+    static_cast<SMachineAnswers&>(live) = AskMachine(answers.machine);
+    return FormatMachineDescription(live);
+}
 
 int ConnectMachine(KeyHandle& machine) { return GetAnswers().registry.ConnectMachine(machine); }
 
@@ -103,5 +110,46 @@ bool CAssemblyCache::FindAssembly(std::u16string_view identity, std::u16string& 
 bool CAssemblyCache::IsManagedAssembly(const char16_t* name) const {
     return m_store != nullptr && m_store->IsManagedAssembly(name);
 }
+
+CXmlOutput::CXmlOutput() = default;
+
+CXmlOutput::CXmlOutput(std::unique_ptr<COpenXmlOutput> open) : m_open(std::move(open)) {}
+
+CXmlOutput::~CXmlOutput() = default;
+
+int CXmlOutput::Open(const char16_t* name) {
+    Close();
+    return GetAnswers().openXmlOutput(name, m_open);
+}
+
+void CXmlOutput::Close() { m_open.reset(); }
+
+int CXmlOutput::WriteStartDocument() { return IsOpen() ? m_open->WriteStartDocument() : E_FAIL; }
+
+int CXmlOutput::WriteStartElement(std::u16string_view name) {
+    return IsOpen() ? m_open->WriteStartElement(name) : E_FAIL;
+}
+
+int CXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view value) {
+    return IsOpen() ? m_open->WriteAttribute(name, value) : E_FAIL;
+}
+
+int CXmlOutput::WriteText(std::u16string_view text) {
+    return IsOpen() ? m_open->WriteText(text) : E_FAIL;
+}
+
+int CXmlOutput::WriteWhitespace(std::u16string_view text) {
+    return IsOpen() ? m_open->WriteWhitespace(text) : E_FAIL;
+}
+
+int CXmlOutput::WriteEndElement() { return IsOpen() ? m_open->WriteEndElement() : E_FAIL; }
+
+int CXmlOutput::WriteEndDocument() { return IsOpen() ? m_open->WriteEndDocument() : E_FAIL; }
+
+int CXmlOutput::WriteElements(std::size_t count, const ElementWriter& write) {
+    return IsOpen() ? m_open->WriteElements(*this, count, write) : E_FAIL;
+}
+
+int CXmlOutput::Flush() { return IsOpen() ? m_open->Flush() : E_FAIL; }
 
 }  // namespace platform

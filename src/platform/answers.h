@@ -1,9 +1,10 @@
 // platform/answers.h - who answers for the machine: a machine description, or the running Windows.
 //
-// machine.h, registry.h, shell_link.h and assemblies.h declare the operations. Each of them calls
-// the answers in effect, and answers.cpp is the only place that chooses these: those of
-// platform/described on POSIX, and on Windows while a description is in effect; otherwise those of
-// platform/windows/live. Contracts, errors and threads are those of the four headers.
+// machine.h, registry.h, shell_link.h, assemblies.h and, for what is written, xml.h declare the
+// operations. Each of them calls the answers in effect, and answers.cpp is the only place that
+// chooses these: those of platform/described on POSIX, and on Windows while a description is in
+// effect; otherwise those of platform/windows/live. Contracts, errors and threads are those of the
+// five headers.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +16,7 @@
 #include "platform/machine.h"
 #include "platform/registry.h"
 #include "platform/shell_link.h"
+#include "platform/xml.h"
 
 namespace platform {
 
@@ -34,8 +36,6 @@ public:
     [[nodiscard]] virtual std::u16string GetLocaleName() const = 0;
     [[nodiscard]] virtual std::u16string GetUserSid() const = 0;
     [[nodiscard]] virtual std::vector<std::u16string> GetVolatileHives() const = 0;
-    // DescribeMachine of machine_report.h.
-    [[nodiscard]] virtual std::string Describe() const = 0;
 
 protected:
     ~CMachineAnswers() = default;
@@ -93,6 +93,28 @@ public:
     [[nodiscard]] virtual bool IsManagedAssembly(const char16_t* name) const = 0;
 };
 
+// An open output of XML, which a CXmlOutput owns. It has the operations of that; the destructor
+// flushes and closes the file.
+class COpenXmlOutput {
+public:
+    COpenXmlOutput() = default;
+    virtual ~COpenXmlOutput() = default;
+    COpenXmlOutput(const COpenXmlOutput&) = delete;
+    COpenXmlOutput& operator=(const COpenXmlOutput&) = delete;
+
+    virtual int WriteStartDocument() = 0;
+    virtual int WriteStartElement(std::u16string_view name) = 0;
+    virtual int WriteAttribute(std::u16string_view name, std::u16string_view value) = 0;
+    virtual int WriteText(std::u16string_view text) = 0;
+    virtual int WriteWhitespace(std::u16string_view text) = 0;
+    virtual int WriteEndElement() = 0;
+    virtual int WriteEndDocument() = 0;
+    // `owner` is the output that owns this one.
+    virtual int WriteElements(CXmlOutput& owner, std::size_t count,
+                              const CXmlOutput::ElementWriter& write) = 0;
+    virtual int Flush() = 0;
+};
+
 // All answers of one side. The objects live as long as the process.
 struct SAnswers {
     const CMachineAnswers& machine;
@@ -100,6 +122,8 @@ struct SAnswers {
     int (&readShellLink)(const char16_t* name, SShellLink& link);
     // Null when the machine has no store.
     std::unique_ptr<CAssemblyStore> (&openAssemblyStore)();
+    // As CXmlOutput::Open; `output` is unchanged on failure.
+    int (&openXmlOutput)(const char16_t* name, std::unique_ptr<COpenXmlOutput>& output);
 };
 
 // The answers of the description in effect; without one, of the built-in machine.

@@ -34,10 +34,15 @@ struct SSystemVersion {
     bool operator==(const SSystemVersion&) const = default;
 };
 
-// Loads the machine's answers; called at the start of each exported function. Returns 0, or
-// ERROR_INVALID_DATA when the machine description that ORVCASCONV_MACHINE names cannot be used;
-// then `problem` says what is wrong, and where. Always 0 on Windows.
+// Loads the machine's answers; called at the start of each exported function. The machine
+// description that ORVCASCONV_MACHINE names comes into effect: a file, or with "built-in" the
+// built-in one. When it names none, the running Windows answers, and elsewhere the built-in
+// description. Returns 0, or ERROR_INVALID_DATA when the file cannot be used; then `problem` says
+// what is wrong, and where, and nothing changes.
 [[nodiscard]] int LoadMachine(std::u16string& problem);
+
+// Another number whenever another machine answers; never 0.
+[[nodiscard]] std::uint64_t GetMachineGeneration();
 
 // The path of a special folder, with long names; false when the machine has no such folder.
 [[nodiscard]] bool GetSpecialFolder(int csidl, std::u16string& path);

@@ -44,8 +44,8 @@ class CMachineAnswers;
 // One line of a machine description, with quotes where they are needed.
 [[nodiscard]] std::string FormatRow(std::string_view key, std::string_view value);
 
-// The machine in effect as a machine description: all of a described one, with drives and shares;
-// of the running Windows only the answers of AskMachine.
+// The machine in effect as a machine description. That of the running Windows has the answers of
+// AskMachine, and the drives and shares of the built-in machine, which have no meaning on Windows.
 [[nodiscard]] std::string DescribeMachine();
 
 }  // namespace platform

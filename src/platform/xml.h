@@ -67,20 +67,24 @@ private:
     std::unique_ptr<SState> m_state;
 };
 
+class COpenXmlOutput;
+
 // Writes one document as UTF-16LE with a byte order mark, without any layout of its own. Markup
 // characters are escaped. A call that is not allowed at this place of the document fails and writes
-// nothing; on Windows it may end the document. After a failure to write, all further calls return
-// that failure. The destructor closes the file.
+// nothing; where Windows itself answers it may end the document. After a failure to write, all
+// further calls return that failure. The destructor closes the file.
 class CXmlOutput {
 public:
     CXmlOutput();
+    // For the answers themselves: an output that is open.
+    explicit CXmlOutput(std::unique_ptr<COpenXmlOutput> open);
     ~CXmlOutput();
     CXmlOutput(const CXmlOutput&) = delete;
     CXmlOutput& operator=(const CXmlOutput&) = delete;
 
     // Creates the file, replacing an existing one. On failure no file is open.
     [[nodiscard]] int Open(const char16_t* name);
-    [[nodiscard]] bool IsOpen() const { return m_state != nullptr; }
+    [[nodiscard]] bool IsOpen() const { return m_open != nullptr; }
 
     // Writes the XML declaration, without a standalone attribute.
     int WriteStartDocument();
@@ -105,8 +109,7 @@ public:
     void Close();
 
 private:
-    struct SState;
-    std::unique_ptr<SState> m_state;
+    std::unique_ptr<COpenXmlOutput> m_open;
 };
 
 }  // namespace platform

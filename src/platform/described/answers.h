@@ -9,5 +9,6 @@ namespace platform {
 [[nodiscard]] const CRegistryAnswers& GetDescribedRegistry();
 [[nodiscard]] int ReadDescribedLink(const char16_t* name, SShellLink& link);
 [[nodiscard]] std::unique_ptr<CAssemblyStore> OpenDescribedStore();
+[[nodiscard]] int OpenDescribedXml(const char16_t* name, std::unique_ptr<COpenXmlOutput>& output);
 
 }  // namespace platform

@@ -11,6 +11,9 @@ namespace platform {
 
 namespace {
 
+// In the place of a file's name. A file that is called so can be reached as "./built-in".
+constexpr const char* kBuiltInName = "built-in";
+
 using Description = std::shared_ptr<const SMachineDescription>;
 
 // INVARIANT: `generation` grows whenever another description comes into effect, and not otherwise.
@@ -57,7 +60,9 @@ int LoadMachineDescription(std::u16string& problem) {
     }
     const std::filesystem::path file = GetPathVariable("ORVCASCONV_MACHINE");
     Description loaded;
-    if (!file.empty()) {
+    if (file == kBuiltInName) {
+        loaded = std::make_shared<SMachineDescription>(GetBuiltInMachine());
+    } else if (!file.empty()) {
         auto read = std::make_shared<SMachineDescription>();
         if (!ReadMachineDescription(file, *read, problem)) {
             return SetLastError(ERROR_INVALID_DATA);

@@ -1,7 +1,6 @@
 // platform/described/description_in_effect.h - the machine description that answers now.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -15,10 +14,6 @@ namespace platform {
 
 // Whether it is one of the first two.
 [[nodiscard]] bool IsMachineDescribed();
-
-// A number that changes whenever another description comes into effect; never 0. So 0 can mean that
-// nothing was asked yet.
-[[nodiscard]] std::uint64_t GetMachineGeneration();
 
 // Puts the description in effect that the variable ORVCASCONV_MACHINE names, or ends that of a
 // former one when it names none. Results as LoadMachine has them; on failure nothing changes.

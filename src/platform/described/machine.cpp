@@ -53,9 +53,6 @@ public:
     std::vector<std::u16string> GetVolatileHives() const override {
         return GetMachineDescription().volatileHives;
     }
-    std::string Describe() const override {
-        return FormatMachineDescription(GetMachineDescription());
-    }
 };
 
 }  // namespace
@@ -67,7 +64,7 @@ const CMachineAnswers& GetDescribedMachine() {
 
 const SAnswers& GetDescribedAnswers() {
     static const SAnswers s_answers = {GetDescribedMachine(), GetDescribedRegistry(),
-                                       ReadDescribedLink, OpenDescribedStore};
+                                       ReadDescribedLink, OpenDescribedStore, OpenDescribedXml};
     return s_answers;
 }
 

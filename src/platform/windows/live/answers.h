@@ -9,5 +9,6 @@ namespace platform {
 [[nodiscard]] const CRegistryAnswers& GetLiveRegistry();
 [[nodiscard]] int ReadLiveLink(const char16_t* name, SShellLink& link);
 [[nodiscard]] std::unique_ptr<CAssemblyStore> OpenLiveStore();
+[[nodiscard]] int OpenLiveXml(const char16_t* name, std::unique_ptr<COpenXmlOutput>& output);
 
 }  // namespace platform

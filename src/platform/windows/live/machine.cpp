@@ -1,7 +1,6 @@
 #include <utility>
 
 #include "platform/files.h"
-#include "platform/machine_report.h"
 #include "platform/windows/live/answers.h"
 #include "platform/windows/live/process_token.h"
 #include "platform/windows/win.h"
@@ -66,7 +65,6 @@ public:
     std::u16string GetLocaleName() const override;
     std::u16string GetUserSid() const override;
     std::vector<std::u16string> GetVolatileHives() const override;
-    std::string Describe() const override { return FormatAnswers(AskMachine(*this)); }
 };
 
 bool CLiveMachine::GetSpecialFolder(int csidl, std::u16string& path) const {
@@ -156,7 +154,7 @@ const CMachineAnswers& GetLiveMachine() {
 
 const SAnswers* GetLiveAnswers() {
     static const SAnswers s_answers = {GetLiveMachine(), GetLiveRegistry(), ReadLiveLink,
-                                       OpenLiveStore};
+                                       OpenLiveStore, OpenLiveXml};
     return &s_answers;
 }
 

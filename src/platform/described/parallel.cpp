@@ -1,4 +1,4 @@
-#include "platform/posix/parallel.h"
+#include "platform/described/parallel.h"
 
 #include <algorithm>
 #include <condition_variable>

@@ -1,4 +1,4 @@
-// platform/posix/parallel.h - work that is split among the processors.
+// platform/described/parallel.h - work that is split among the processors.
 #pragma once
 
 #include <cstddef>

@@ -1,0 +1,349 @@
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "platform/described/answers.h"
+#include "platform/described/parallel.h"
+#include "platform/files.h"
+#include "platform/status.h"
+
+namespace platform {
+
+namespace {
+
+// Units have the same bytes in memory and in the file, so texts are written as they are.
+static_assert(std::endian::native == std::endian::little);
+
+constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"utf-16\"?>";
+constexpr std::size_t kBufferUnits = 32768;
+// Elements in one part, which one of several threads writes. So many that handing out parts costs
+// little, and so few that the threads end at nearly the same time.
+constexpr std::size_t kElementsOfPart = 256;
+// Units that a part keeps before it waits for its turn. This bounds the memory of all parts.
+constexpr std::size_t kPartUnits = std::size_t{1} << 22;
+
+enum class EPlace {
+    Start,     // nothing has been written
+    Prolog,    // before the root
+    StartTag,  // in a start tag that is still open
+    Content,
+    Epilog,  // after the root
+    End,
+};
+
+bool IsWhitespace(char16_t unit) {
+    return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\r';
+}
+
+// Whether no unit needs a replacement or a closer look. Nearly all text is of this kind. The loop
+// has no early exit, so that the compiler vectorises it.
+bool IsPlain(std::u16string_view text) {
+    unsigned other = 0;
+    for (const char16_t unit : text) {
+        const bool isOutside = static_cast<char16_t>(unit - 0x20) >= 0xD800 - 0x20;
+        other |= static_cast<unsigned>(isOutside) | (unit == u'&') | (unit == u'<') |
+                 (unit == u'>') | (unit == u'"');
+    }
+    return other == 0;
+}
+
+bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
+bool IsLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
+
+// Whether XML can hold the unit at `index`.
+bool IsXmlCharacter(std::u16string_view text, std::size_t index) {
+    const char16_t unit = text[index];
+    if (IsHighSurrogate(unit)) {
+        return index + 1 < text.size() && IsLowSurrogate(text[index + 1]);
+    }
+    if (IsLowSurrogate(unit)) {
+        return index > 0 && IsHighSurrogate(text[index - 1]);
+    }
+    return unit >= 0x20 ? unit < 0xFFFE : IsWhitespace(unit);
+}
+
+// What replaces a unit in an attribute or a text; empty when it is written as it is.
+std::u16string_view Replacement(char16_t unit, bool inAttribute) {
+    switch (unit) {
+        case u'&':
+            return u"&amp;";
+        case u'<':
+            return u"&lt;";
+        case u'>':
+            return u"&gt;";
+        case u'"':
+            return inAttribute ? u"&quot;" : u"";
+        // A reader would replace these by blanks.
+        case u'\t':
+            return inAttribute ? u"&#x9;" : u"";
+        case u'\n':
+            return inAttribute ? u"&#xA;" : u"";
+        case u'\r':
+            return inAttribute ? u"&#xD;" : u"";
+        default:
+            return u"";
+    }
+}
+
+// Puts the markup form of `text` into `escaped`; false when XML cannot hold it.
+bool Escape(std::u16string_view text, bool inAttribute, std::u16string& escaped) {
+    escaped.clear();
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (!IsXmlCharacter(text, i)) {
+            return false;
+        }
+        const std::u16string_view replacement = Replacement(text[i], inAttribute);
+        if (replacement.empty()) {
+            escaped += text[i];
+        } else {
+            escaped += replacement;
+        }
+    }
+    return true;
+}
+
+// A file, or a part of one: the inside of an element of another output.
+class CDescribedXmlOutput final : public COpenXmlOutput {
+public:
+    CDescribedXmlOutput() { m_buffer.reserve(kBufferUnits + kBufferUnits / 4); }
+    // A part, which has no file. What does not fit into its buffer goes to `take`.
+    CDescribedXmlOutput(std::u16string&& emptyBuffer, const TakeText& take)
+        : m_taker(&take),
+          m_buffer(std::move(emptyBuffer)),
+          m_bufferLimit(kPartUnits),
+          m_place(EPlace::Content),
+          m_nameStarts({0}) {}
+    // What is left in a part is taken from it, unless its writing was broken off.
+    ~CDescribedXmlOutput() override {
+        if (m_taker == nullptr) {
+            WriteBuffer();  // a failure has been told before, or nobody asked
+        }
+    }
+    CDescribedXmlOutput(const CDescribedXmlOutput&) = delete;
+    CDescribedXmlOutput& operator=(const CDescribedXmlOutput&) = delete;
+
+    [[nodiscard]] int Create(const char16_t* name) { return m_file.Create(name); }
+    // What was written to a part and not yet taken.
+    [[nodiscard]] std::u16string TakeBuffer() { return std::move(m_buffer); }
+
+    int WriteStartDocument() override;
+    int WriteStartElement(std::u16string_view name) override;
+    int WriteAttribute(std::u16string_view name, std::u16string_view value) override;
+    int WriteText(std::u16string_view text) override;
+    int WriteWhitespace(std::u16string_view text) override;
+    int WriteEndElement() override;
+    int WriteEndDocument() override;
+    int WriteElements(CXmlOutput& output, std::size_t count,
+                      const CXmlOutput::ElementWriter& write) override;
+    int Flush() override {
+        WriteBuffer();
+        return m_status;
+    }
+
+private:
+    void Put(std::u16string_view text) {
+        if (text.size() >= m_bufferLimit) {
+            PutLong(text);
+            return;
+        }
+        m_buffer += text;
+        if (m_buffer.size() >= m_bufferLimit) {
+            WriteBuffer();
+        }
+    }
+
+    // Puts what is long by itself past the buffer.
+    void PutLong(std::u16string_view text) {
+        WriteBuffer();
+        WriteUnits(text);
+    }
+
+    void WriteBuffer() {
+        WriteUnits(m_buffer);
+        m_buffer.clear();
+    }
+
+    void WriteUnits(std::u16string_view text) {
+        if (m_taker != nullptr) {
+            (*m_taker)(text);
+        } else if (m_status == S_OK && !text.empty()) {
+            const int error = m_file.Write(text.data(), text.size() * sizeof(char16_t));
+            m_status = HresultFromError(error);
+        }
+    }
+
+    // Writes the byte order mark before anything else.
+    void Begin() {
+        if (m_place == EPlace::Start) {
+            Put(u"\uFEFF");
+            m_place = EPlace::Prolog;
+        }
+    }
+
+    void EndStartTag() {
+        if (m_place == EPlace::StartTag) {
+            Put(u">");
+            m_place = EPlace::Content;
+        }
+    }
+
+    [[nodiscard]] bool IsInElement() const {
+        return m_place == EPlace::StartTag || m_place == EPlace::Content;
+    }
+
+    // Gives `text` as it is to be written, which is itself in the common case. False when XML
+    // cannot hold it.
+    bool ToMarkup(std::u16string_view& text, bool inAttribute) {
+        if (IsPlain(text)) {
+            return true;
+        }
+        const bool isGood = Escape(text, inAttribute, m_escaped);
+        text = m_escaped;
+        return isGood;
+    }
+
+    void CloseElement() {
+        if (m_place == EPlace::StartTag) {
+            Put(u" />");
+        } else {
+            Put(u"</");
+            Put(std::u16string_view(m_names).substr(m_nameStarts.back()));
+            Put(u">");
+        }
+        m_names.resize(m_nameStarts.back());
+        m_nameStarts.pop_back();
+        m_place = m_nameStarts.empty() ? EPlace::Epilog : EPlace::Content;
+    }
+
+    COutputFile m_file;
+    const TakeText* m_taker = nullptr;  // takes the text of a part
+    std::u16string m_buffer;
+    std::size_t m_bufferLimit = kBufferUnits;
+    int m_status = S_OK;  // the first failure to write
+    EPlace m_place = EPlace::Start;
+    std::u16string m_names;                 // of the open elements, one behind the other
+    std::vector<std::size_t> m_nameStarts;  // in `m_names`
+    std::u16string m_escaped;
+};
+
+int CDescribedXmlOutput::WriteStartDocument() {
+    if (m_place != EPlace::Start) {
+        return kXmlInvalidAction;
+    }
+    Begin();
+    Put(kDeclaration);
+    return m_status;
+}
+
+int CDescribedXmlOutput::WriteStartElement(std::u16string_view name) {
+    if (name.empty()) {
+        return E_INVALIDARG;
+    }
+    if (m_place >= EPlace::Epilog) {
+        return kXmlInvalidAction;
+    }
+    Begin();
+    EndStartTag();
+    Put(u"<");
+    Put(name);
+    m_nameStarts.push_back(m_names.size());
+    m_names += name;
+    m_place = EPlace::StartTag;
+    return m_status;
+}
+
+int CDescribedXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view value) {
+    if (m_place != EPlace::StartTag) {
+        return kXmlInvalidAction;
+    }
+    if (name.empty()) {
+        return E_INVALIDARG;
+    }
+    if (!ToMarkup(value, true)) {
+        return kXmlBadCharacter;
+    }
+    Put(u" ");
+    Put(name);
+    Put(u"=\"");
+    Put(value);
+    Put(u"\"");
+    return m_status;
+}
+
+int CDescribedXmlOutput::WriteText(std::u16string_view text) {
+    if (!IsInElement()) {
+        return kXmlInvalidAction;
+    }
+    if (!ToMarkup(text, false)) {
+        return kXmlBadCharacter;
+    }
+    EndStartTag();
+    Put(text);
+    return m_status;
+}
+
+int CDescribedXmlOutput::WriteWhitespace(std::u16string_view text) {
+    if (!std::all_of(text.begin(), text.end(), IsWhitespace)) {
+        return kXmlNonWhitespace;
+    }
+    if (m_place == EPlace::End) {
+        return kXmlInvalidAction;
+    }
+    Begin();
+    EndStartTag();
+    Put(text);
+    return m_status;
+}
+
+int CDescribedXmlOutput::WriteEndElement() {
+    if (!IsInElement()) {
+        return kXmlInvalidAction;
+    }
+    CloseElement();
+    return m_status;
+}
+
+int CDescribedXmlOutput::WriteEndDocument() {
+    const bool hasRoot = IsInElement() || m_place == EPlace::Epilog;
+    if (!hasRoot) {
+        return kXmlInvalidAction;
+    }
+    while (IsInElement()) {
+        CloseElement();
+    }
+    m_place = EPlace::End;
+    return m_status;
+}
+
+int CDescribedXmlOutput::WriteElements(CXmlOutput& /*output*/, std::size_t count,
+                                       const CXmlOutput::ElementWriter& write) {
+    if (!IsInElement()) {
+        return kXmlInvalidAction;
+    }
+    EndStartTag();
+    const auto make = [&write](std::u16string& text, std::size_t first, std::size_t last,
+                               const TakeText& take) {
+        auto inside = std::make_unique<CDescribedXmlOutput>(std::move(text), take);
+        CDescribedXmlOutput& written = *inside;
+        CXmlOutput part(std::move(inside));
+        write(part, first, last);
+        text = written.TakeBuffer();
+    };
+    MakeInOrder(count, kElementsOfPart, make, [this](std::u16string_view text) { PutLong(text); });
+    return m_status;
+}
+
+}  // namespace
+
+int OpenDescribedXml(const char16_t* name, std::unique_ptr<COpenXmlOutput>& output) {
+    auto created = std::make_unique<CDescribedXmlOutput>();
+    if (const int error = created->Create(name)) {
+        return HresultFromError(error);
+    }
+    output = std::move(created);
+    return S_OK;
+}
+
+}  // namespace platform
