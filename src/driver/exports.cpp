@@ -1,5 +1,6 @@
 #include "casmodel/package.h"
 #include "driver/cas_to_orv_converter.h"
+#include "driver/reg_exclusions.h"
 #include "driver/target_information.h"
 #include "foundation/file_system.h"
 #include "orvcasconv/orvcasconv.h"
@@ -51,6 +52,7 @@ int Convert(const OrvChar* casFile, const CFilePathW& cas, const CFilePathW& orv
     CRecordSession record;
     int status = LoadMachineOrLog();
     if (status == ERROR_SUCCESS) {
+        CRegExclusions::EndOfFormerMachine();
         const CCheck check;
         CCasToOrvConverter converter;
         status = converter.Convert(cas, orv, targets, targetCount, &root);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 
 #include "foundation/reg_access.h"
 #include "platform/machine.h"
@@ -45,10 +46,29 @@ CRegExclusions::CRegExclusions() : m_lowerUserKey(LowerCase(CStrW(kUsers) + GetC
     AddVolatileHives();
 }
 
+struct CRegExclusions::SInstance {
+    std::unique_ptr<const CRegExclusions> exclusions;
+    std::uint64_t machine = 0;
+};
+
+// Not destroyed, so that it is valid to the end of the process.
+CRegExclusions::SInstance& CRegExclusions::Instance() {
+    static auto* const instance = new SInstance;
+    return *instance;
+}
+
 const CRegExclusions& CRegExclusions::Get() {
-    // Not destroyed, so that it is valid to the end of the process.
-    static const auto* const exclusions = new CRegExclusions;
-    return *exclusions;
+    SInstance& instance = Instance();
+    if (instance.exclusions == nullptr) {
+        instance = {std::make_unique<CRegExclusions>(), platform::GetMachineGeneration()};
+    }
+    return *instance.exclusions;
+}
+
+void CRegExclusions::EndOfFormerMachine() {
+    if (Instance().machine != platform::GetMachineGeneration()) {
+        Instance().exclusions.reset();
+    }
 }
 
 void CRegExclusions::AddVolatileHives() {

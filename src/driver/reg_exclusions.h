@@ -21,7 +21,7 @@ struct CExclusionRule {
 };
 
 // The rules of the fixed table, of the hives that the machine keeps only in memory, and of the
-// hives of other users. Filled once, then only read. One thread at a time.
+// hives of other users. Filled once for a machine, then only read. One thread at a time.
 //
 // INVARIANT: `m_rules` is all rules in the order of their addition, no two with the same text.
 // `m_lowerPrefixes` has the texts of the prefix rules, except for those that begin with another
@@ -31,8 +31,12 @@ class CRegExclusions {
 public:
     CRegExclusions();
 
-    // The one instance of the process, made on the first call and never destroyed.
+    // The one instance of the process, made on the first call. It lasts as long as the same machine
+    // answers.
     [[nodiscard]] static const CRegExclusions& Get();
+    // Ends the instance if another machine answers by now. For the start of a conversion: the
+    // instance keeps the shared CRegPathConverter alive, which has the answers of its machine too.
+    static void EndOfFormerMachine();
 
     // Whether a key, given by its portable path, is excluded.
     [[nodiscard]] bool IsExcluded(const CStrW& path) const;
@@ -47,6 +51,9 @@ public:
     bool AddRule(const CStrW& pattern, std::uint32_t match, bool flag);
 
 private:
+    struct SInstance;
+
+    static SInstance& Instance();
     void AddVolatileHives();
     void AddPrefix(std::u16string_view lowerPattern);
     [[nodiscard]] bool StartsWithPrefix(std::u16string_view lowerPath) const;

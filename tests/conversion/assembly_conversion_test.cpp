@@ -1,5 +1,4 @@
 #include "conversion/conversion.h"
-#include "support/system.h"
 #include "support/text.h"
 
 namespace {
@@ -33,9 +32,7 @@ protected:
 TEST_F(AssemblyConversionTest, AssemblyOfACaptureInTheMachinesStoreIsCarriedWhole) {
     ConvertOn("package/0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9_1/Device/C/Windows");
     const std::string folder = "Assemblies\\" + kComponent + "\\";
-    // Wine's XML writer leaves a quote in an attribute as it is.
-    const std::string quote = RunsInWine() ? "\"" : "&quot;";
-    const auto quoted = [&quote](const std::string& text) { return quote + text + quote; };
+    const auto quoted = [](const std::string& text) { return "&quot;" + text + "&quot;"; };
     const std::string element =
         "<CreateAssemblies>\n<Assembly Id=\"App.CRT,type=" + quoted("win32") +
         ",version=" + quoted("9.0.21022.8") + ",publicKeyToken=" + quoted("1fc8b3b9a1e18e3b") +

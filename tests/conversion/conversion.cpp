@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <sstream>
 
 #include "host/manifest_check.h"
 #include "platform/com.h"
+#include "platform/local_paths.h"
+#include "platform/machine.h"
 #include "support/manifest.h"
 #include "support/system.h"
 #include "support/text.h"
@@ -31,7 +34,8 @@ std::uint32_t Note(const OrvProgress* root) {
 
 // Copies what a conversion reads into the folder that ORVCASCONV_KEEP_PACKAGES names, if any, so
 // that the packages of the tests can be converted by other programs too. What no copy can be made
-// of, such as a pipe, is left out.
+// of, such as a pipe, is left out. A machine whose folders are in the test's gets those of the
+// copy.
 void KeepPackage(const CTempFolder& folder) {
     const char* const place = std::getenv("ORVCASCONV_KEEP_PACKAGES");
     if (place == nullptr) {
@@ -44,12 +48,18 @@ void KeepPackage(const CTempFolder& folder) {
         (std::string(test.test_suite_name()) + '.' + test.name() + '-' + std::to_string(++number));
     std::filesystem::create_directories(copy);
     std::error_code ignored;
-    for (const char* name : {"package", "machine.toml"}) {
-        std::filesystem::copy(
-            folder.Path(name), copy / name,
-            std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks,
-            ignored);
+    std::filesystem::copy(
+        folder.Path("package"), copy / "package",
+        std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks,
+        ignored);
+    std::string machine = folder.ReadFile("machine.toml");
+    const std::string before = Utf8(folder.Name("package"));
+    const std::string after = Utf8(*platform::LibraryPath((copy / "package").string()));
+    for (std::size_t i = machine.find(before); i != std::string::npos;
+         i = machine.find(before, i + after.size())) {
+        machine.replace(i, before.size(), after);
     }
+    std::ofstream(copy / "machine.toml", std::ios::binary) << machine;
 }
 
 // "Error: text" from a line of the log.
@@ -81,13 +91,13 @@ void ConversionTest::SetUp() {
         "[user]\nsid = 'S-1-5-21-1-2-3-1000'\n[registry]\nhivelist = []\n");
 }
 
-// Whatever a test has converted, its manifests hold only what they may. Wine's XML writer does not
-// escape what it should.
+// Whatever a test has converted, its manifests hold only what they may. Wine's XML reader misreads
+// letters at the borders of its buffers.
 void ConversionTest::TearDown() {
-    SetEnvironment(kMachineVariable, "");
+    UseMachineFile("");
     for (const std::string& guid : m_guids) {
         const std::string manifest = "out/" + guid + "/app.orv";
-        if (!RunsOnWindows() && m_folder.Exists(manifest)) {
+        if (!RunsInWine() && m_folder.Exists(manifest)) {
             host::CheckManifest(m_folder.Name(manifest),
                                 {[&](std::uint32_t line, const std::string& words) {
                                      ADD_FAILURE() << manifest << ": " << line << ": " << words;
@@ -99,12 +109,14 @@ void ConversionTest::TearDown() {
 
 void ConversionTest::UseMachine(std::string_view toml) {
     m_folder.WriteFile("machine.toml", toml);
-    SetEnvironment(kMachineVariable, m_folder.Path("machine.toml").string());
-    // On Windows users name no description, but there the library is a part of this program.
-    if (RunsOnWindows()) {
-        m_machine.reset();  // the one before goes before this one comes
-        m_machine = CTestMachine::OfFile(m_folder.Path("machine.toml"));
-    }
+    UseMachineFile(m_folder.Path("machine.toml").string());
+}
+
+void ConversionTest::UseMachineFile(const std::string& file) {
+    SetEnvironment(kMachineVariable, file);
+    // The test asks the same machine as the library, which tells what is wrong with its file.
+    std::u16string problem;
+    static_cast<void>(platform::LoadMachine(problem));
 }
 
 void ConversionTest::Write(const CTestPackage& package) const {

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,8 +42,9 @@ protected:
     // Has the library convert on the machine of another description, which it reads from a file, as
     // a host's user would name one.
     void UseMachine(std::string_view toml);
-    // Has the running Windows answer.
-    void UseLiveMachine() { m_machine.reset(); }
+    // Has the machine of a description's file answer; without a file, the one that does so by
+    // itself.
+    static void UseMachineFile(const std::string& file);
 
     // Writes the package to the folder "package".
     void Write(const CTestPackage& package) const;
@@ -74,6 +74,4 @@ protected:
 
 private:
     void ReadLog();
-
-    std::optional<CTestMachine> m_machine;
 };

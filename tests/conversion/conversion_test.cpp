@@ -1,5 +1,6 @@
 #include "conversion/conversion.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "platform/files.h"
@@ -106,6 +107,81 @@ TEST_F(ConversionTest, DeepFoldersGetTheirPayload) {
         m_folder.Name("out/" + kGuid + "/SystemDrive" + deep.substr(1) + "/deep.txt");
     EXPECT_EQ(platform::FindEntry((uR"(\\?\)" + payload).c_str(), found), 0);
     EXPECT_TRUE(Holds("CreateFiles", "Target=\"\\\\?\\%SystemDrive%\\a folder"));
+}
+
+TEST_F(ConversionTest, FilesAreKeptByNamesOfEveryKind) {
+    CTestTarget target = TestTarget();
+    Files expected;
+    for (const char* name : {"a.txt",
+                             "B.txt",
+                             "c & d's.txt",
+                             "100% ~ [x] {y} (z) +=;,!#$@^`.txt",
+                             "%TEMP%.txt",
+                             ".hidden",
+                             "no extension",
+                             "dots..txt",
+                             "\u00c4rger.txt",
+                             "\u00e4pfel.txt",
+                             "stra\u00dfe.txt",
+                             "STRASSE.txt",
+                             "\u0130\u0131.txt",
+                             "e\u0301.txt",
+                             "\u00e9 2.txt",
+                             "\u8a08\u753b.txt",
+                             "\U0001F4C5.txt",
+                             "\ufb01.txt",
+                             "\u0436\u0416.txt",
+                             "_.txt",
+                             "[.txt",
+                             "z\ue000.txt",
+                             "z\U00010000.txt",
+                             "x$ctx$placeholder.txt"}) {
+        target.File(std::string("C/Windows/App/") + name, name);
+        target.DeletedFile(std::string("C/gone/") + name);
+        expected.push_back(std::string("CSIDL_WINDOWS/App/") + name);
+    }
+    target.File("C/Windowsold/a.dll").File("DD/no drive.txt").Folder("C/Empty & more").Folder("E");
+    ASSERT_EQ(Convert(target), 0U);
+    EXPECT_TRUE(m_logLines.empty());
+    expected.insert(expected.end(), {"CSIDL_WINDOWS/old/a.dll", "no drive.txt"});
+    EXPECT_THAT(Payload(), testing::UnorderedElementsAreArray(expected));
+    const std::string deleted = Collection("DeleteFiles");
+    EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(deleted, '\n')), expected.size());
+}
+
+TEST_F(ConversionTest, ShortcutsOfEveryKindAreReadOrTold) {
+    const auto program = [] {
+        return CTestLink()
+            .DriveItem(u'C')
+            .FolderItem(u"PROGRA~1", u"Program Files")
+            .FileItem(u"a.exe", u"a.exe");
+    };
+    const std::u16string_view path = uR"(C:\Program Files\a.exe)";
+    ASSERT_EQ(
+        Convert(TestTarget()
+                    .File("C/items.lnk", program().Bytes())
+                    .File("C/old.lnk", program().Ansi().Description(u"Fr\u00fcher \u00c4").Bytes())
+                    .File("C/full.LNK", program()
+                                            .Local(path, u"")
+                                            .Description(u"<\u00fc> \U0001F4C5 ~ & % \"of\"")
+                                            .WorkingDirectory(uR"(C:\Windows)")
+                                            .Arguments(uR"("C:\Windows\a.txt" & <b> 100%)")
+                                            .Icon(uR"(%SystemRoot%\shell32.dll)", -7)
+                                            .ShowCommand(3)
+                                            .HotKey(0x0641)
+                                            .Bytes())
+                    .File("C/long.lnk", program()
+                                            .Description(std::u16string(1100, u'd'))
+                                            .Arguments(std::u16string(1023, u'a') + u"bcd")
+                                            .Bytes())
+                    .File("C/kaputt \u00fc.lnk", "This is no link.")
+                    .File("C/empty.lnk")),
+        0U);
+    EXPECT_EQ(m_logLines.size(), 2U);
+    for (const char* name : {"items", "old", "full", "long"}) {
+        EXPECT_TRUE(Holds("CreateShortcuts", std::string("\\") + name + '.')) << name;
+    }
+    EXPECT_EQ(Payload(), Files{});
 }
 
 TEST_F(ConversionTest, SecondConversionReplacesWhatTheFirstLeft) {

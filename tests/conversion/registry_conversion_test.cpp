@@ -17,7 +17,7 @@ protected:
     void SetUp() override {
         ConversionTest::SetUp();
         if (GetParam() == EMachine::Live) {
-            UseLiveMachine();
+            UseMachineFile("");
         }
     }
     void ConvertHive(const CTestHive& hive) { ASSERT_EQ(Convert(TestTarget(hive)), 0U); }
@@ -71,6 +71,54 @@ TEST_P(RegistryConversionTest, KeysAreFoldedOntoTheRealMachine) {
     EXPECT_TRUE(
         Holds("CreateValues", "\"HKEY_LOCAL_MACHINE\\SOFTWARE\\App\" Type=\"REG_SZ\">default<"));
     EXPECT_TRUE(Holds("CreateValues", "9-500\\Software\\App\" Value=\"stays\""));
+}
+
+TEST_F(ConversionTest, TheKeysOfAUserAreThoseOfTheMachineThatAnswersNow) {
+    CTestHive hive;
+    hive.Key(uR"(REGISTRY\USER\CurrentUser\Software\App)");
+    for (const char* sid : {"S-1-5-21-1", "S-1-5-21-2"}) {
+        UseMachine(std::string("[user]\nsid = '") + sid + "'\n");
+        ASSERT_EQ(Convert(TestTarget(hive)), 0U);
+        EXPECT_TRUE(Holds("CreateKeys", R"("HKEY_CURRENT_USER\Software\App")")) << sid;
+    }
+}
+
+// Items are known by their names in small letters, whose hash decides their place in the manifest.
+TEST_F(ConversionTest, ValuesOfEveryTypeAndNamesOfEveryLetterAreKept) {
+    CTestHive hive;
+    std::ptrdiff_t count = 0;
+    for (unsigned first = 0x20; first < 0x10000; first += 16) {
+        std::u16string name = Utf16(std::to_string(first));  // since without case some are the same
+        for (unsigned unit = first; unit < first + 16; ++unit) {
+            name += unit == u'\\' ? u'|' : static_cast<char16_t>(unit);
+        }
+        hive.Key(uR"(REGISTRY\MACHINE\SOFTWARE\)" + name).String(name, name);
+        ++count;
+    }
+    hive.Key(uR"(REGISTRY\MACHINE\SOFTWARE\_ow6432Node\App)");
+    for (std::uint32_t type = 0; type <= 13; ++type) {
+        for (const std::size_t size : {0U, 1U, 2U, 3U, 4U, 5U, 8U, 9U}) {
+            hive.Value(Utf16(std::to_string(type) + " of " + std::to_string(size)), type,
+                       std::string_view("a\0b\0\0\0\xFF\xD8z", 9).substr(0, size));
+            ++count;
+        }
+    }
+    for (const std::u16string& text : {
+             std::u16string(uR"(C:\WINDOWS\a;c:\program files\a;C:\Windowsold \\?\C:\Windows)"),
+             std::u16string(u"%SystemRoot%\\a %CSIDL_WINDOWS%\\b %SID% 100% | || |% ~ ~0041 ]]>"),
+             std::u16string(
+                 uR"(HKLM\SOFTWARE\Wow6432Node\a HKEY_USERS\S-1-5-21-1-2-3-1000\Software)"),
+             std::u16string(u"<a href=\"b\">c & d</a> 'e' \t\r\n\x01\x1F\x7F"),
+             std::u16string({u'a', 0xD800, u'b', 0xDC00, u'c', 0xDC00, 0xD800, u'd', 0xFFFF}),
+             std::u16string(300, u'v'),
+         }) {
+        hive.String(text, text).MultiString(text + u" 2", {text, u"", text});
+        count += 2;
+    }
+    ASSERT_EQ(Convert(TestTarget(hive)), 0U);
+    EXPECT_TRUE(m_logLines.empty());
+    const std::string values = Collection("CreateValues");
+    EXPECT_EQ(std::ranges::count(values, '\n') - 2, count);
 }
 
 // So large that neither is copied on its way, nor the text of it kept until its turn comes.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "conversion/conversion.h"
+#include "platform/machine_report.h"
 #include "platform/text.h"
 #include "support/text.h"
 #include "support/windows/import.h"
@@ -59,6 +60,25 @@ TEST_F(WindowsConversionTest, ALogThatCannotBeWrittenEndsNothing) {
     ASSERT_EQ(ConvertOnAFullDisk(), 0U);
     EXPECT_EQ(m_folder.ReadFile("log.html"), "");
     EXPECT_EQ(Payload(), Lines{"SystemDrive/b.txt"});
+}
+
+// Only the form of the hive is another one, where Wine loads it.
+TEST_F(WindowsConversionTest, TheDescriptionOfTheRunningMachineConvertsAsThatDoes) {
+    CTestHive hive;
+    hive.Key(uR"(REGISTRY\USER\CurrentUser\Software\App)")
+        .String(u"path", uR"(C:\windows\a;C:\Program Files\App;%TEMP%)")
+        .Key(uR"(REGISTRY\MACHINE\HARDWARE\App)");
+    const auto convert = [&] {
+        EXPECT_EQ(Convert(TestTarget(hive).File("C/windows/a.txt").File("C/ProgramData/a.txt")),
+                  0U);
+        return Manifest() + testing::PrintToString(Payload());
+    };
+    UseMachineFile("");
+    const std::string description = platform::DescribeMachine();
+    const std::string live = convert();
+    UseMachine(description);
+    EXPECT_EQ(platform::DescribeMachine(), description);
+    EXPECT_EQ(convert(), live);
 }
 
 TEST_F(WindowsConversionTest, AManifestThatCannotBeMovedLeavesThePayload) {

@@ -1,10 +1,7 @@
 #include "support/machine.h"
 
-#include <gtest/gtest.h>
-
 #include "platform/answers.h"
 #include "platform/described/description_in_effect.h"
-#include "support/text.h"
 
 namespace {
 
@@ -39,13 +36,6 @@ CTestMachine::CTestMachine(const SMachineDescription& description)
       m_effect(std::make_shared<const SEffect>(m_description)) {}
 
 CTestMachine CTestMachine::BuiltIn() { return CTestMachine(platform::GetBuiltInMachine()); }
-
-CTestMachine CTestMachine::OfFile(const std::filesystem::path& file) {
-    SMachineDescription description;
-    std::u16string problem;
-    EXPECT_TRUE(platform::ReadMachineDescription(file, description, problem)) << Utf8(problem);
-    return CTestMachine(description);
-}
 
 CTestMachine& CTestMachine::Changed() {
     platform::UseMachineDescription(m_description);

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -19,9 +18,8 @@
 class CTestMachine {
 public:
     CTestMachine();
-    // The machine that is built in, and the one of a description file, which must be a good one.
+    // The machine that is built in.
     static CTestMachine BuiltIn();
-    static CTestMachine OfFile(const std::filesystem::path& file);
 
     // A special folder by its token name without percent signs; an empty path takes it away.
     CTestMachine& Folder(std::u16string_view name, std::u16string_view path);

@@ -10,7 +10,7 @@ bool RunsOnWindows();
 // Whether Windows is not itself but Wine, which leaves some things out. Tests of those are skipped.
 bool RunsInWine();
 
-// Whether it is Wine that answers: no machine is described.
+// Whether it is Wine that answers: no machine is described, and none is to be.
 bool AnswersByWine();
 
 // Removes a folder with all that is in it, be it read-only, and however deep it is.

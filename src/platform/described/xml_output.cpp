@@ -223,7 +223,7 @@ private:
     std::size_t m_bufferLimit = kBufferUnits;
     int m_status = S_OK;  // the first failure to write
     EPlace m_place = EPlace::Start;
-    std::u16string m_names;                 // of the open elements, one behind the other
+    std::u16string m_names;                 // of the open elements, one after the other
     std::vector<std::size_t> m_nameStarts;  // in `m_names`
     std::u16string m_escaped;
 };

@@ -133,7 +133,7 @@ protected:
 
     int Load(const std::string& file) {
         SetEnvironment("ORVCASCONV_MACHINE", file);
-        return platform::LoadMachineDescription(m_problem);
+        return platform::LoadMachine(m_problem);
     }
 
     std::u16string m_problem;
@@ -157,9 +157,19 @@ TEST_F(LoadMachineDescriptionTest, TheEnvironmentNamesTheDescription) {
     EXPECT_NE(Utf8(m_problem).find("m.toml:2: [user] \"sid\""), std::string::npos);
     EXPECT_EQ(platform::GetUserSid(), u"S-1-5-18");
 
-    ASSERT_EQ(Load(""), ERROR_SUCCESS);
-    EXPECT_EQ(platform::GetUserSid(), before);
-    EXPECT_NE(platform::GetMachineGeneration(), generation);
+    // On Windows too, where otherwise the running machine answers.
+    for (const char* name : {"built-in", ""}) {
+        ASSERT_EQ(Load(name), ERROR_SUCCESS);
+        EXPECT_EQ(platform::GetUserSid(),
+                  *name == 0 ? before : platform::GetBuiltInMachine().userSid);
+        EXPECT_NE(platform::GetMachineGeneration(), generation);
+    }
+    const std::filesystem::path folder = std::filesystem::current_path();
+    std::filesystem::current_path(m_folder.Path());
+    m_folder.WriteFile("built-in", "[user]\nsid = 'S-1-5-19'\n");
+    ASSERT_EQ(Load("./built-in"), ERROR_SUCCESS);
+    std::filesystem::current_path(folder);
+    EXPECT_EQ(platform::GetUserSid(), u"S-1-5-19");
 }
 
 TEST(MachineTest, OnlyFourSpecialFoldersAreMissingFromTheBuiltInMachine) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/described/description_in_effect.h"
+#include "platform/local_paths.h"
 #include "platform/windows/live/process_token.h"
 // Behind windows.h.
 #include <objbase.h>
@@ -40,7 +41,10 @@ bool RunsInWine() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
-bool AnswersByWine() { return RunsInWine() && !platform::IsMachineDescribed(); }
+bool AnswersByWine() {
+    return RunsInWine() && !platform::IsMachineDescribed() &&
+           platform::GetPathVariable("ORVCASCONV_MACHINE").empty();
+}
 
 void FreeAsHost(void* memory) { CoTaskMemFree(memory); }
 

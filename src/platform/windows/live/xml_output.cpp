@@ -57,7 +57,8 @@ public:
     int Flush() override { return Call(&IXmlWriter::Flush); }
 
 private:
-    // Makes one call, unless the file has failed before.
+    // Makes one call, unless the file has failed before: then the document has a gap, and nothing
+    // more may be written.
     template <typename TOperation, typename... TArguments>
     int Call(TOperation operation, TArguments... arguments) {
         if (m_failure < 0) {
@@ -83,7 +84,7 @@ private:
     CComPointer<IStream> m_stream;
     CComPointer<IUnknown> m_output;
     CComPointer<IXmlWriter> m_writer;
-    int m_failure = S_OK;  // the first one to write
+    int m_failure = S_OK;  // the first one of the file
 };
 
 int CLiveXmlOutput::Create(const char16_t* name) {
