@@ -146,9 +146,8 @@ protected:
 
 TEST_F(ItemElementsTest, EveryAttributeHasItsPlaceAndFormAndComesBack) {
     std::vector<Text> read;
-    for (const char* text :
-         {"plain", "~d800~dc00~dfff~0001", "~d800", "100|% ~~0041", "a||b \u00DF",
-          "&amp; ' &lt;b&gt;"}) {
+    for (const char* text : {"plain", "~d800~dc00~dfff~0001", "~d800", "100|% ~~0041",
+                             "a||b \u00DF", "&amp; ' &lt;b&gt;"}) {
         read.push_back(Everywhere(text));
     }
     // In a path, an item expands a token that was escaped, and the manifest has it once more.
