@@ -105,6 +105,10 @@ bool Escape(std::u16string_view text, bool inAttribute, std::u16string& escaped)
 }
 
 // A file, or a part of one: the inside of an element of another output.
+//
+// INVARIANT: a part has a taker and no file, every other output a file and no taker. All that is
+// written goes through Put, so `m_buffer` always continues what is in the file or was taken. After a
+// failure to write, nothing more is written, because the file would have a gap.
 class CDescribedXmlOutput final : public COpenXmlOutput {
 public:
     CDescribedXmlOutput() { m_buffer.reserve(kBufferUnits + kBufferUnits / 4); }
@@ -115,7 +119,8 @@ public:
           m_bufferLimit(kPartUnits),
           m_place(EPlace::Content),
           m_nameStarts({0}) {}
-    // What is left in a part is taken from it, unless its writing was broken off.
+    // The rest of a part was taken from it, unless an exception ended it. Nothing is flushed then,
+    // because its turn may not have come.
     ~CDescribedXmlOutput() override {
         if (m_taker == nullptr) {
             WriteBuffer();  // a failure has been told before, or nobody asked

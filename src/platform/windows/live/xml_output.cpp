@@ -51,6 +51,7 @@ public:
     int WriteEndDocument() override { return Call(&IXmlWriter::WriteEndDocument); }
     int WriteElements(CXmlOutput& output, std::size_t count,
                       const CXmlOutput::ElementWriter& write) override {
+        // In one part, because an IXmlWriter is for one thread.
         write(output, 0, count);
         return m_failure;
     }
