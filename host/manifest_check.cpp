@@ -214,23 +214,29 @@ bool HasMark(const std::u16string& path) {
            (count == 2 && bytes[0] == std::byte{0xFF} && bytes[1] == std::byte{0xFE});
 }
 
+// Whether a status is one of the many by which a parser says that a file is no good XML.
+bool IsXmlFault(int status) {
+    constexpr unsigned kOneKind = 0xFFFFFF00U;
+    return (static_cast<unsigned>(status) & kOneKind) ==
+           (static_cast<unsigned>(platform::kXmlNotWellFormed) & kOneKind);
+}
+
 }  // namespace
 
-std::size_t CheckManifest(const std::u16string& path, const SManifestFindings& findings) {
+SManifestCheck CheckManifest(const std::u16string& path, const SManifestFindings& findings) {
     CChecker checker(findings);
     if (!HasMark(path)) {
         checker.Tell(1, "the file does not begin with the byte order mark of UTF-16");
     }
     std::uint32_t line = 0;
     const int status = platform::ScanXml(path.c_str(), checker, line);
-    if (status == platform::kXmlNotWellFormed || status == platform::kXmlDtdProhibited ||
-        status == platform::kXmlBadCharacter) {
+    if (IsXmlFault(status)) {
         checker.Tell(line, "the file is not well-formed from here on");
     } else if (status != ERROR_SUCCESS) {
         checker.Tell(
             line, "the file cannot be read: " + DescribeStatus(static_cast<std::uint32_t>(status)));
     }
-    return checker.Finish();
+    return {checker.Finish(), status == ERROR_SUCCESS};
 }
 
 }  // namespace host

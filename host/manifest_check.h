@@ -1,6 +1,7 @@
 // host/manifest_check.h - whether a manifest holds only what docs/manifest.md allows.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -17,10 +18,15 @@ struct SManifestFindings {
     std::function<void(const std::u16string& file)> payload;
 };
 
+struct SManifestCheck {
+    std::size_t items = 0;
+    bool isWhole = false;  // it was read to its end
+};
+
 constexpr char16_t kSidMark = 0;  // no text has a NUL
 
 // Reads the file at `path`, a path of the library, to its end or to where it is no XML any more.
-// Returns the number of items. The memory grows with the longest text, and not with the file.
-std::size_t CheckManifest(const std::u16string& path, const SManifestFindings& findings);
+// The memory grows with the longest text, and not with the file.
+SManifestCheck CheckManifest(const std::u16string& path, const SManifestFindings& findings);
 
 }  // namespace host

@@ -1,15 +1,27 @@
-// host/path_rules.h - what each system makes of paths. Each has a folder of sources.
+// host/path_rules.h - what each system makes of paths and folders. Each has a folder of sources.
 #pragma once
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace host {
 
-// The path with which folders of any depth can be listed.
+struct SFolderEntry {
+    std::filesystem::path name;
+    bool isFolder = false;   // and no link to one
+    bool isRegular = false;  // a file, and no link to one, pipe or the like
+};
+
+// The path by which files at any depth can be opened and listed.
 [[nodiscard]] std::filesystem::path DeepPath(const std::filesystem::path& path);
 
-// A text that two paths of one spelling share when they lead to the same file.
+// A text that two paths share when they lead to the same file and name its folder alike.
 [[nodiscard]] std::u16string PathKey(const std::filesystem::path& path);
+
+// Gives what is in a folder, in any order; what was found before a failure too. Returns what went
+// wrong; empty when nothing did.
+[[nodiscard]] std::string ListFolder(const std::filesystem::path& folder,
+                                     std::vector<SFolderEntry>& entries);
 
 }  // namespace host

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <set>
-#include <system_error>
 
 #include "host/console.h"
 #include "host/manifest_check.h"
@@ -100,10 +99,10 @@ std::vector<std::u16string> CPayloadCheck::ListSids(const std::u16string& file) 
     const fs::path folder =
         platform::LocalPath(m_folder + (start == 0 ? u"" : u"\\" + file.substr(0, start - 1)));
     std::vector<std::u16string> sids;
-    std::error_code error;
-    for (fs::directory_iterator entry(DeepPath(folder), error), last; !error && entry != last;
-         entry.increment(error)) {
-        const std::u16string name = platform::PathText(entry->path().filename());
+    std::vector<SFolderEntry> entries;
+    static_cast<void>(ListFolder(folder, entries));  // the files were listed, or it was told
+    for (const SFolderEntry& entry : entries) {
+        const std::u16string name = platform::PathText(entry.name);
         if (name.size() > head.size() + tail.size() && name.starts_with(head) &&
             name.ends_with(tail)) {
             const std::u16string sid =
@@ -149,11 +148,14 @@ std::u16string CPayloadCheck::FindSid() const {
     return best;
 }
 
-void CPayloadCheck::Finish(const std::set<std::string>& others, const TellProblem& tell) {
+void CPayloadCheck::FinishNames(const TellProblem& tell) {
     const std::u16string sid = FindSid();
     for (const SNamed& named : m_withSid) {
         Take(named, WithSid(named.file, sid), tell);
     }
+}
+
+void CPayloadCheck::TellStrays(const std::set<std::string>& others, const TellProblem& tell) const {
     std::vector<const SFoundFile*> strays;
     for (const auto& [key, entry] : m_entries) {
         if (!entry.isNamed && !others.contains(entry.file->name)) {

@@ -23,8 +23,10 @@ public:
     // by Finish where the SID is not known yet. With `isTold` false it is only taken as named.
     void Name(const std::u16string& file, bool isTold, const TellProblem& tell);
 
-    // Finds the SID, and tells the files that nobody has named but `others`, by their names.
-    void Finish(const std::set<std::string>& others, const TellProblem& tell);
+    // Finds the SID, and tells what is not there under it.
+    void FinishNames(const TellProblem& tell);
+    // After that: tells the files that nobody has named but `others`, by their names.
+    void TellStrays(const std::set<std::string>& others, const TellProblem& tell) const;
 
 private:
     struct SNamed {

@@ -1,7 +1,6 @@
 #include "host/target_folder.h"
 
 #include <algorithm>
-#include <system_error>
 
 #include "host/path_rules.h"
 #include "platform/local_paths.h"
@@ -25,20 +24,18 @@ std::vector<SFoundFile> ListFiles(const fs::path& folder, const TellProblem& tel
     while (!open.empty()) {
         const SFolder next = std::move(open.back());
         open.pop_back();
-        std::error_code error;
-        fs::directory_iterator entry(next.path, error);
-        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-            const std::string name = next.name + platform::PathBytes(entry->path().filename());
-            std::error_code unknown;  // counts as what is not regular
-            const fs::file_status status = entry->symlink_status(unknown);
-            if (fs::is_directory(status)) {
-                open.push_back({entry->path(), name + '/'});
+        std::vector<SFolderEntry> entries;
+        const std::string problem = ListFolder(next.path, entries);
+        for (const SFolderEntry& entry : entries) {
+            const std::string name = next.name + platform::PathBytes(entry.name);
+            if (entry.isFolder) {
+                open.push_back({next.path / entry.name, name + '/'});
             } else {
-                files.push_back({entry->path(), name, fs::is_regular_file(status)});
+                files.push_back({next.path / entry.name, name, entry.isRegular});
             }
         }
-        if (error) {
-            tell(next.path, "the folder cannot be listed: " + error.message());
+        if (!problem.empty()) {
+            tell(next.path, "the folder cannot be listed: " + problem);
         }
     }
     std::sort(files.begin(), files.end(),

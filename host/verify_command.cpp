@@ -12,6 +12,7 @@
 #include "host/console.h"
 #include "host/exit_status.h"
 #include "host/manifest_check.h"
+#include "host/path_rules.h"
 #include "host/payload_check.h"
 #include "host/system.h"
 #include "host/target_folder.h"
@@ -67,10 +68,13 @@ public:
 
 private:
     void VerifyArgument(const fs::path& path);
+    [[nodiscard]] bool VerifyIfTarget(const fs::path& folder);
     void VerifyOutput(const fs::path& folder);
     void VerifyTarget(const fs::path& folder, std::span<const SFoundFile> files,
                       const std::string& onlyManifest);
-    void VerifyManifest(const SFoundFile& manifest, bool isTold, CPayloadCheck& payload);
+    // Returns whether it was read to its end.
+    [[nodiscard]] bool VerifyManifest(const SFoundFile& manifest, bool isTold,
+                                      CPayloadCheck& payload);
     void Tell(const fs::path& place, const std::string& words);
 
     std::size_t m_manifests = 0;
@@ -118,11 +122,7 @@ void CVerification::VerifyArgument(const fs::path& path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (fs::is_directory(status)) {
-        const std::vector<SFoundFile> files = ListFiles(path, m_tell);
-        if (IsGuidName(platform::PathBytes(path.filename())) ||
-            std::any_of(files.begin(), files.end(), &IsManifest)) {
-            VerifyTarget(path, files, "");
-        } else {
+        if (!VerifyIfTarget(path)) {
             VerifyOutput(path);
         }
     } else if (fs::is_regular_file(status)) {
@@ -134,28 +134,34 @@ void CVerification::VerifyArgument(const fs::path& path) {
     }
 }
 
-// A folder below that of the output is a target's when it is called so, or has a manifest.
+// Verifies a folder that is a target's: it is called so, or has a manifest.
+bool CVerification::VerifyIfTarget(const fs::path& folder) {
+    std::vector<SFolderEntry> entries;
+    const bool isTarget =
+        IsGuidName(platform::PathBytes(folder.filename())) ||
+        (ListFolder(folder, entries).empty() &&
+         std::any_of(entries.begin(), entries.end(), [&](const SFolderEntry& entry) {
+             return IsManifest(
+                 {DeepPath(folder) / entry.name, platform::PathBytes(entry.name), entry.isRegular});
+         }));
+    if (isTarget) {
+        VerifyTarget(folder, ListFiles(folder, m_tell), "");
+    }
+    return isTarget;
+}
+
 void CVerification::VerifyOutput(const fs::path& folder) {
-    std::vector<fs::path> folders;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), last; !error && entry != last;
-         entry.increment(error)) {
-        std::error_code unknown;
-        if (fs::is_directory(entry->symlink_status(unknown))) {
-            folders.push_back(entry->path());
-        }
-    }
-    std::sort(folders.begin(), folders.end());
+    std::vector<SFolderEntry> entries;
+    const std::string problem = ListFolder(folder, entries);
+    std::sort(entries.begin(), entries.end(),
+              [](const auto& left, const auto& right) { return left.name < right.name; });
     bool hasTarget = false;
-    for (const fs::path& target : folders) {
-        const std::vector<SFoundFile> files = ListFiles(target, m_tell);
-        if (IsGuidName(platform::PathBytes(target.filename())) ||
-            std::any_of(files.begin(), files.end(), &IsManifest)) {
-            VerifyTarget(target, files, "");
-            hasTarget = true;
-        }
+    for (const SFolderEntry& entry : entries) {
+        hasTarget |= entry.isFolder && VerifyIfTarget(folder / entry.name);
     }
-    if (!hasTarget) {
+    if (!problem.empty()) {
+        Tell(folder, "the folder cannot be listed: " + problem);
+    } else if (!hasTarget) {
         Tell(folder, "there is no manifest here, nor in a folder of a target");
     }
 }
@@ -166,10 +172,11 @@ void CVerification::VerifyTarget(const fs::path& folder, std::span<const SFoundF
     CPayloadCheck payload(folder, files);
     std::set<std::string> others;
     bool hasSums = false;
+    bool isWhole = true;
     for (const SFoundFile& file : files) {
         const bool isTold = onlyManifest.empty() || file.name == onlyManifest;
         if (file.name == onlyManifest || IsManifest(file)) {
-            VerifyManifest(file, isTold, payload);
+            isWhole &= VerifyManifest(file, isTold, payload);
             others.insert(file.name);
         } else if (file.name == kSumsName) {
             hasSums = true;
@@ -179,16 +186,19 @@ void CVerification::VerifyTarget(const fs::path& folder, std::span<const SFoundF
     if (others.size() == (hasSums ? 1U : 0U)) {
         Tell(folder, "there is no manifest in this folder of a target");
     }
-    payload.Finish(others, [&](const fs::path& place, const std::string& words) {
-        Tell(place.empty() ? folder : place, words);
-    });
+    payload.FinishNames(
+        [&](const fs::path& /*place*/, const std::string& words) { Tell(folder, words); });
+    // What the rest of a broken manifest would name is not known.
+    if (isWhole) {
+        payload.TellStrays(others, m_tell);
+    }
     if (hasSums) {
         VerifyCheckSums(folder, files, m_tell);
     }
     m_files += files.size();
 }
 
-void CVerification::VerifyManifest(const SFoundFile& manifest, bool isTold,
+bool CVerification::VerifyManifest(const SFoundFile& manifest, bool isTold,
                                    CPayloadCheck& payload) {
     const auto tell = [&](const fs::path& /*place*/, const std::string& words) {
         Tell(manifest.path, words);
@@ -204,9 +214,10 @@ void CVerification::VerifyManifest(const SFoundFile& manifest, bool isTold,
     };
     const std::u16string path =
         platform::LibraryPath(platform::PathBytes(manifest.path)).value_or(u"");
-    const std::size_t items = CheckManifest(path, findings);
+    const SManifestCheck check = CheckManifest(path, findings);
     m_manifests += isTold ? 1 : 0;
-    m_items += isTold ? items : 0;
+    m_items += isTold ? check.items : 0;
+    return check.isWhole;
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "host/path_rules.h"
 
+#include <system_error>
+
 #include "platform/local_paths.h"
 
 namespace host {
@@ -7,5 +9,17 @@ namespace host {
 std::filesystem::path DeepPath(const std::filesystem::path& path) { return path; }
 
 std::u16string PathKey(const std::filesystem::path& path) { return platform::PathText(path); }
+
+std::string ListFolder(const std::filesystem::path& folder, std::vector<SFolderEntry>& entries) {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        std::error_code unknown;  // counts as what is not regular
+        const std::filesystem::file_status status = entry->symlink_status(unknown);
+        entries.push_back({entry->path().filename(), std::filesystem::is_directory(status),
+                           std::filesystem::is_regular_file(status)});
+    }
+    return error ? error.message() : "";
+}
 
 }  // namespace host

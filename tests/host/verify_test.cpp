@@ -29,10 +29,11 @@ protected:
         std::vector<std::string> told;
         m_payload.clear();
         m_items = host::CheckManifest(
-            path, {[&](std::uint32_t line, const std::string& words) {
-                       told.push_back(std::to_string(line) + ": " + words);
-                   },
-                   [&](const std::u16string& file) { m_payload.push_back(file); }});
+                      path, {[&](std::uint32_t line, const std::string& words) {
+                                 told.push_back(std::to_string(line) + ": " + words);
+                             },
+                             [&](const std::u16string& file) { m_payload.push_back(file); }})
+                      .items;
         return told;
     }
     // The same of a manifest with these collections, the first in line 6.
@@ -116,7 +117,8 @@ TEST_F(VerifyTest, PayloadIsFoundUnderTheConvertersSid) {
           std::u16string(u"C:x"), std::u16string(u"gone")}) {
         payload.Name(file, true, Note());
     }
-    payload.Finish({}, Note());
+    payload.FinishNames(Note());
+    payload.TellStrays({}, Note());
     EXPECT_THAT(m_told, ElementsAre(HasSubstr(R"('Users\..\..\x' is no path below the folder)"),
                                     HasSubstr("'C:x' is no path below the folder"),
                                     ": the payload file 'gone' is not there",

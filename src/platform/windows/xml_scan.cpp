@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/input_file.h"
 #include "platform/status.h"
 #include "platform/xml.h"
 
@@ -15,6 +16,12 @@ std::u16string FullName(CXmlInput& input) {
     std::u16string name(input.GetPrefix());
     name += name.empty() ? u"" : u":";
     return name += input.GetLocalName();
+}
+
+// 0 for a file that cannot be opened.
+std::uint64_t FileSize(const char16_t* name) {
+    CInputFile file;
+    return file.Open(name) == ERROR_SUCCESS ? file.GetSize() : 0;
 }
 
 void TellElement(CXmlInput& input, CXmlVisitor& visitor) {
@@ -41,13 +48,20 @@ void TellElement(CXmlInput& input, CXmlVisitor& visitor) {
 int ScanXml(const char16_t* name, CXmlVisitor& visitor, std::uint32_t& line) {
     CXmlInput input;
     line = 0;
+    std::uint64_t count = 0;
+    const std::uint64_t size = FileSize(name);
     int status = input.Open(name);
     while (status == S_OK) {
         EXmlNode node = EXmlNode::None;
         status = input.Read(node);
-        line = input.GetLineNumber();
         if (status != S_OK) {
             break;
+        }
+        line = input.GetLineNumber();
+        // Every node takes a byte at least. In Wine a long document may begin again in the midst of
+        // itself, and would never end.
+        if (++count > size) {
+            return kXmlNotWellFormed;
         }
         if (node == EXmlNode::Element) {
             TellElement(input, visitor);
