@@ -1,5 +1,4 @@
 #include "conversion/conversion.h"
-#include "support/text.h"
 
 namespace {
 

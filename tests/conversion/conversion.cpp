@@ -11,9 +11,7 @@
 #include "platform/com.h"
 #include "platform/local_paths.h"
 #include "platform/machine.h"
-#include "support/manifest.h"
 #include "support/system.h"
-#include "support/text.h"
 
 namespace {
 
@@ -76,14 +74,6 @@ CTestTarget TestTarget(const CTestHive& hive) {
 
 CTestTarget OtherTarget() { return CTestTarget("11111111-2222-3333-4444-555555555555"); }
 
-std::basic_string<OrvChar> HostText(const std::u16string& text) {
-    return {text.begin(), text.end()};
-}
-
-std::string TextOfHost(const OrvChar* text) {
-    return Utf8(reinterpret_cast<const char16_t*>(text));
-}
-
 void ConversionTest::SetUp() {
     UseMachine(
         "[folders]\nCSIDL_PROGRAM_FILES = 'C:\\Program Files'\nCSIDL_WINDOWS = 'C:\\Windows'\n"
@@ -117,19 +107,6 @@ void ConversionTest::UseMachineFile(const std::string& file) {
     // The test asks the same machine as the library, which tells what is wrong with its file.
     std::u16string problem;
     static_cast<void>(platform::LoadMachine(problem));
-}
-
-void ConversionTest::Write(const CTestPackage& package) const {
-    package.Write(m_folder.Path("package"), "App.profile");
-}
-
-std::uint32_t ConversionTest::Convert(const CTestPackage& package) {
-    Write(package);
-    return ConvertFile();
-}
-
-std::uint32_t ConversionTest::Convert(CTestTarget target) {
-    return Convert(CTestPackage().Target(std::move(target)));
 }
 
 std::uint32_t ConversionTest::ConvertFile(std::string_view profile) {
@@ -167,10 +144,6 @@ void ConversionTest::ReadLog() {
     }
 }
 
-std::string ConversionTest::Manifest(const std::string& guid) const {
-    return ReadManifestFile(m_folder.ReadFile("out/" + guid + "/app.orv"));
-}
-
 std::string ConversionTest::Collection(const std::string& name, const std::string& guid) const {
     const std::string manifest = Manifest(guid);
     const std::string end = "</" + name + ">\n";
@@ -178,10 +151,6 @@ std::string ConversionTest::Collection(const std::string& name, const std::strin
     return first == std::string::npos
                ? std::string()
                : manifest.substr(first, manifest.find(end) + end.size() - first);
-}
-
-bool ConversionTest::Holds(const std::string& collection, const std::string& item) const {
-    return Collection(collection).find(item) != std::string::npos;
 }
 
 std::vector<std::string> ConversionTest::Payload(const std::string& guid) const {
@@ -196,10 +165,4 @@ std::vector<std::string> ConversionTest::Payload(const std::string& guid) const 
     }
     std::sort(files.begin(), files.end());
     return files;
-}
-
-bool ConversionTest::WasSeen(const std::string& text) const {
-    return std::any_of(m_progress.begin(), m_progress.end(), [&text](const std::string& line) {
-        return line.find(text) != std::string::npos;
-    });
 }

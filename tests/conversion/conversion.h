@@ -2,9 +2,7 @@
 // exported functions.
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -13,8 +11,9 @@
 #include "orvcasconv/orvcasconv.h"
 #include "support/hive_builder.h"
 #include "support/machine.h"
+#include "support/manifest.h"
 #include "support/package_builder.h"
-#include "support/temp_folder.h"
+#include "support/test.h"
 
 inline const std::string kGuid = "{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}";
 inline const std::string kOtherGuid = "{11111111-2222-3333-4444-555555555555}";
@@ -25,8 +24,12 @@ CTestTarget TestTarget(const CTestHive& hive = {});
 CTestTarget OtherTarget();
 
 // A text as the exported functions take it, and one that they give, in UTF-8.
-std::basic_string<OrvChar> HostText(const std::u16string& text);
-std::string TextOfHost(const OrvChar* text);
+inline std::basic_string<OrvChar> HostText(const std::u16string& text) {
+    return {text.begin(), text.end()};
+}
+inline std::string TextOfHost(const OrvChar* text) {
+    return Utf8(reinterpret_cast<const char16_t*>(text));
+}
 
 // Matches a line of the log that begins so and holds that, such as a file's name and the reason.
 inline auto Line(const std::string& start, const std::string& part) {
@@ -47,23 +50,38 @@ protected:
     static void UseMachineFile(const std::string& file);
 
     // Writes the package to the folder "package".
-    void Write(const CTestPackage& package) const;
+    void Write(const CTestPackage& package) const {
+        package.Write(m_folder.Path("package"), "App.profile");
+    }
     // Writes the package, or one with this target alone, and converts it to "out/app.orv".
-    std::uint32_t Convert(const CTestPackage& package);
-    std::uint32_t Convert(CTestTarget target);
+    std::uint32_t Convert(const CTestPackage& package) {
+        Write(package);
+        return ConvertFile();
+    }
+    std::uint32_t Convert(CTestTarget target) {
+        return Convert(CTestPackage().Target(std::move(target)));
+    }
     // Converts the file at `profile`, a path below the folder.
     std::uint32_t ConvertFile(std::string_view profile = "package/App.profile");
 
-    [[nodiscard]] std::string Manifest(const std::string& guid = kGuid) const;
+    [[nodiscard]] std::string Manifest(const std::string& guid = kGuid) const {
+        return ReadManifestFile(m_folder.ReadFile("out/" + guid + "/app.orv"));
+    }
     // The element of one collection in the manifest; empty when it is not there.
     [[nodiscard]] std::string Collection(const std::string& name,
                                          const std::string& guid = kGuid) const;
     // Whether that element holds an item with these attributes and text.
-    [[nodiscard]] bool Holds(const std::string& collection, const std::string& item) const;
+    [[nodiscard]] bool Holds(const std::string& collection, const std::string& item) const {
+        return Collection(collection).find(item) != std::string::npos;
+    }
     // Every file below the target's folder but the manifest, sorted, with slashes.
     [[nodiscard]] std::vector<std::string> Payload(const std::string& guid = kGuid) const;
     // Whether a notification that the host got had this in its chain, "1/2 message|" a level.
-    [[nodiscard]] bool WasSeen(const std::string& text) const;
+    [[nodiscard]] bool WasSeen(const std::string& text) const {
+        return std::ranges::any_of(m_progress, [&text](const std::string& line) {
+            return line.find(text) != std::string::npos;
+        });
+    }
 
     CTempFolder m_folder;
     // What the last conversion left: GUIDs, its own lines of the log without HTML, and each

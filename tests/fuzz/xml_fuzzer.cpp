@@ -2,7 +2,6 @@
 // manifests. Each of them gets every input, as a file, since an input is read in full by one alone.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -12,16 +11,11 @@
 #include "foundation/file_path.h"
 #include "foundation/xml_escape.h"
 #include "foundation/xml_reader.h"
+#include "fuzz/require.h"
 #include "platform/status.h"
 #include "support/temp_folder.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 // Goes through the document by itself: tags pair up, and there is no more of it than was given.
 void ReadTokens(const CFilePathW& file, std::size_t size) {

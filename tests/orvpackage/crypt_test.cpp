@@ -1,12 +1,8 @@
 #include "orvpackage/crypt.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
-#include <string>
 
-#include "platform/status.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -21,8 +17,7 @@ TEST(CryptTest, PasswordsComeOutTheSameOnEverySystem) {
          "AC2860527E4FF49C46C08B27701D6F51FA07D96E98FE1110AF5F505D2D4DE80D"},
     };
     for (const auto& [password, encrypted] : cases) {
-        SCOPED_TRACE(Utf8(password));
-        EXPECT_EQ(Utf8(EncryptPassword(CStrW(password))), encrypted);
+        EXPECT_EQ(Utf8(EncryptPassword(CStrW(password))), encrypted) << Utf8(password);
     }
 }
 

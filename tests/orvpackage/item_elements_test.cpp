@@ -5,18 +5,11 @@
 #include <map>
 #include <regex>
 #include <sstream>
-#include <string>
-#include <string_view>
-#include <tuple>
-#include <utility>
-#include <vector>
 
 #include "orvpackage/crypt.h"
 #include "orvpackage/key_collections.h"
 #include "orvpackage/package_fixture.h"
-#include "support/manifest.h"
 #include "support/system.h"
-#include "support/text.h"
 
 namespace {
 
@@ -106,10 +99,7 @@ const std::string kAbsent = "absent";  // the attribute
 const std::string kNoItem = "no item";
 
 // An attribute, and what becomes of its values.
-struct SRow {
-    std::string attribute;
-    std::vector<std::pair<std::string, std::string>> values;
-};
+using Row = std::pair<std::string, std::vector<std::pair<std::string, std::string>>>;
 
 class ItemElementsTest : public PackageTest {
 protected:
@@ -129,10 +119,10 @@ protected:
     }
     // Reads an element that begins so, with each value of each attribute.
     void Expect(const std::string& collection, const std::string& start,
-                const std::vector<SRow>& rows) {
-        for (const SRow& row : rows) {
-            const std::string name = ' ' + row.attribute + "=\"";
-            for (const auto& [read, written] : row.values) {
+                const std::vector<Row>& rows) {
+        for (const auto& [attribute, values] : rows) {
+            const std::string name = ' ' + attribute + "=\"";
+            for (const auto& [read, written] : values) {
                 const std::string line = Reread(collection, start + name + read + "\"/>");
                 std::smatch found;
                 std::regex_search(line, found, std::regex(name + "([^\"]*)\""));
@@ -347,7 +337,8 @@ TEST_F(ItemElementsTest, DataOfValues) {
         {R"("REG_NONE">)", R"("REG_NONE">)"},
         {R"("REG_BINARY">0aF)", R"("REG_BINARY">0A)"},
         {R"("REG_LINK">0aff)", R"("REG_LINK">0AFF)"},
-        {R"("REG_MULTI_SZ">a\0\0b)", R"("REG_MULTI_SZ">a\0b\0\0)"},
+        {R"("REG_MULTI_SZ">\0\0a\0\0b)", R"("REG_MULTI_SZ">a\0b\0\0)"},
+        {R"("REG_MULTI_SZ">)", R"("REG_MULTI_SZ">\0\0)"},
         {R"("REG_MULTI_SZ">a\\0x)", R"("REG_MULTI_SZ">a\\\0x\0\0)"},  // it held a backslash and a 0
         {R"("REG_MULTI_SZ">|% ||\0b)", R"("REG_MULTI_SZ">|% ||\0b\0\0)"},
         {R"("REG_NONE">0)", ""},

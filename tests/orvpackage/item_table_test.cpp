@@ -1,12 +1,9 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <random>
 #include <set>
-#include <vector>
 
 #include "orvpackage/item.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -81,6 +78,12 @@ TEST(ItemTableTest, FifthItemSplitsEvenFromOddHashes) {
     EXPECT_EQ(ListOf(table), (std::vector<std::uint64_t>{3, 4, 7, 8}));
     EXPECT_TRUE(Insert(table, 5));
     EXPECT_EQ(ListOf(table), (std::vector<std::uint64_t>{4, 8, 3, 5, 7}));
+    // A double stays with its caller.
+    COrvItemPtr<COrvItem> second = table.Make<CTestItem>(5U);
+    EXPECT_FALSE(table.Insert(second));
+    EXPECT_NE(second, nullptr);
+    EXPECT_EQ(table.GetCount(), 5U);
+    EXPECT_EQ(table.Remove(6), nullptr);
 }
 
 TEST(ItemTableTest, KeepsTheModelsOrderOverThousandsOfChanges) {
@@ -115,22 +118,9 @@ TEST(ItemTableTest, KeepsTheModelsOrderOverThousandsOfChanges) {
     }
 }
 
-TEST(ItemTableTest, DoubleStaysWithTheCaller) {
-    COrvItemTable table;
-    EXPECT_TRUE(Insert(table, 5));
-    COrvItemPtr<COrvItem> second = table.Make<CTestItem>(5U);
-    EXPECT_FALSE(table.Insert(second));
-    EXPECT_NE(second, nullptr);
-    EXPECT_EQ(table.GetCount(), 1U);
-    EXPECT_EQ(table.Remove(6), nullptr);
-}
-
 TEST(KeyHashTest, IsVersionOneOneOverLowerCaseUnits) {
     // One answer for each way in which the hash treats a length in bytes.
-    const struct {
-        const char16_t* text;
-        std::uint64_t hash;
-    } kAnswers[] = {
+    const std::tuple<const char16_t*, std::uint64_t> kAnswers[] = {
         {u"", 0x9ae16a3b2f90404fULL},
         {u"A", 0x9828e73e717d875cULL},
         {u"Ab", 0x86754bb267d9000bULL},
@@ -141,9 +131,8 @@ TEST(KeyHashTest, IsVersionOneOneOverLowerCaseUnits) {
         {u"XXXXXXXXXXXXXXXXxxxxxxxxxxxxxxxxx", 0x94a6e4aab437c650ULL},
         {uR"(C:\Program Files\Example Application\bin\application.exe)", 0xbb858f38fde8b06bULL},
     };
-    for (const auto& answer : kAnswers) {
-        SCOPED_TRACE(Utf8(answer.text));
-        EXPECT_EQ(HashKeyText(CStrW(answer.text)), answer.hash);
+    for (const auto& [text, hash] : kAnswers) {
+        EXPECT_EQ(HashKeyText(CStrW(text)), hash) << Utf8(text);
     }
     EXPECT_EQ(HashKeyText(CStrW(u"\u00C4")), HashKeyText(CStrW(u"\u00E4")));
 }

@@ -1,22 +1,14 @@
+#include <array>
 #include <memory>
 #include <memory_resource>
-#include <new>
-#include <string>
-#include <string_view>
 
 #include "orvpackage/package_fixture.h"
 #include "orvpackage/value_collections.h"
 #include "reporting/logger.h"
-#include "support/text.h"
 
 namespace {
 
 using namespace std::literals;
-
-// The bytes of units.
-std::string Bytes(std::u16string_view units) {
-    return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(char16_t)};
-}
 
 class ValueTest : public PackageTest {
 protected:
@@ -38,18 +30,14 @@ protected:
 };
 
 TEST_F(ValueTest, EveryTypeHasItsTextAndComesBack) {
-    const struct {
-        std::uint32_t type;
-        std::string bytes;
-        const char* written;
-    } kValues[] = {
+    const std::tuple<std::uint32_t, std::string, const char*> kValues[] = {
         {0, "", R"( Type="REG_NONE"></Value>)"},
         {1, "", R"( Type="REG_SZ"></Value>)"},
-        {1, Bytes(u"50% |"), R"( Type="REG_SZ">50|% ||</Value>)"},
-        {1, Bytes(u"ab\0c\0"sv), R"( Type="REG_SZ">ab</Value>)"},
-        {1, Bytes(u"ab") + "c", R"( Type="REG_SZ">ab</Value>)"},
-        {1, Bytes(uR"(HKEY_USERS\S-1-5-21-7)"), R"( Type="REG_SZ">HKEY_CURRENT_USER</Value>)"},
-        {2, Bytes(u"C:\\Program Files\\a\0"sv),
+        {1, UnitBytes(u"50% |"), R"( Type="REG_SZ">50|% ||</Value>)"},
+        {1, UnitBytes(u"ab\0c\0"sv), R"( Type="REG_SZ">ab</Value>)"},
+        {1, UnitBytes(u"ab") + "c", R"( Type="REG_SZ">ab</Value>)"},
+        {1, UnitBytes(uR"(HKEY_USERS\S-1-5-21-7)"), R"( Type="REG_SZ">HKEY_CURRENT_USER</Value>)"},
+        {2, UnitBytes(u"C:\\Program Files\\a\0"sv),
          R"( Type="REG_EXPAND_SZ">%CSIDL_PROGRAM_FILES%\a</Value>)"},
         {3, "\x01\xAB", R"( Type="REG_BINARY">01AB</Value>)"},
         {3, "", R"( Type="REG_BINARY"></Value>)"},
@@ -59,10 +47,10 @@ TEST_F(ValueTest, EveryTypeHasItsTextAndComesBack) {
         {4, "", R"( Type="REG_DWORD">0x0</Value>)"},
         {5, "\0\0\0\1"s, R"( Type="REG_DWORD_BIG_ENDIAN">00000001</Value>)"},
         {6, "\x0A", R"( Type="REG_LINK">0A</Value>)"},
-        {7, Bytes(u"C:\\Program Files\0b\0\0"sv),
+        {7, UnitBytes(u"C:\\Program Files\0b\0\0"sv),
          R"( Type="REG_MULTI_SZ">%CSIDL_PROGRAM_FILES%\0b\0\0</Value>)"},
-        {7, Bytes(u"a\0\0b\0\0"sv), R"( Type="REG_MULTI_SZ">a\0\0</Value>)"},
-        {7, Bytes(u"a\0b"sv), R"( Type="REG_MULTI_SZ">a\0b\0\0</Value>)"},
+        {7, UnitBytes(u"a\0\0b\0\0"sv), R"( Type="REG_MULTI_SZ">a\0\0</Value>)"},
+        {7, UnitBytes(u"a\0b"sv), R"( Type="REG_MULTI_SZ">a\0b\0\0</Value>)"},
         {7, "", R"( Type="REG_MULTI_SZ">\0\0</Value>)"},
         {8, "\1", R"( Type="REG_RESOURCE_LIST">01</Value>)"},
         {9, "\1", R"( Type="REG_FULL_RESOURCE_DESCRIPTOR">01</Value>)"},
@@ -71,22 +59,25 @@ TEST_F(ValueTest, EveryTypeHasItsTextAndComesBack) {
         {11, "\1\2\3\4\5", R"( Type="REG_QWORD">0x504030201</Value>)"},
     };
     COrvCreateValue* const value = Create();
-    for (const auto& test : kValues) {
-        SCOPED_TRACE(test.written);
-        SetData(value, test.bytes, test.type);
-        EXPECT_EQ(SavedValue(), test.written);
+    EXPECT_EQ(SavedItems(), "<CreateValues>\n</CreateValues>\n");
+    for (const auto& [type, bytes, written] : kValues) {
+        SCOPED_TRACE(written);
+        SetData(value, bytes, type);
+        EXPECT_EQ(SavedValue(), written);
         EXPECT_EQ(SavedItemsAgain(), SavedItems());
     }
+    SetData(value, "\1", 12);
+    EXPECT_EQ(SavedValue(), " />");
 }
 
 TEST_F(ValueTest, DataIsKeptExactlySizedWithItsTokensExpanded) {
     COrvCreateValue* const value = Create();
-    SetData(value, Bytes(u"%SystemDrive%a\0"sv), OrvValueString);
+    SetData(value, UnitBytes(u"%SystemDrive%a\0"sv), OrvValueString);
     EXPECT_EQ(Utf8(value->GetString()), R"(C:\a)");
     EXPECT_EQ(value->GetDataSize(), 10U);
     value->SetString(u"");
     EXPECT_EQ(value->GetDataSize(), 2U);
-    SetData(value, Bytes(u"\0\0"sv), OrvValueMultiString);
+    SetData(value, UnitBytes(u"\0\0"sv), OrvValueMultiString);
     EXPECT_EQ(value->GetDataSize(), 4U);
     CDoubleNullStringW strings;
     strings.Add(u"%SystemDrive%a");
@@ -103,34 +94,11 @@ TEST_F(ValueTest, DataIsKeptExactlySizedWithItsTokensExpanded) {
     EXPECT_FALSE(value->GetMultiString(strings));
 }
 
-TEST_F(ValueTest, WithoutDataOrATypeNameThereIsNoText) {
-    COrvCreateValue* const value = Create();
-    EXPECT_EQ(SavedItems(), "<CreateValues>\n</CreateValues>\n");
-    SetData(value, "\1", 12);
-    EXPECT_EQ(SavedValue(), " />");
-}
-
-// Gives no more than `kMost` bytes at a time.
-class CScarceMemory : public std::pmr::memory_resource {
-public:
-    static constexpr std::size_t kMost = 1024;
-
-private:
-    void* do_allocate(std::size_t size, std::size_t alignment) override {
-        return size > kMost ? throw std::bad_alloc()
-                            : std::pmr::new_delete_resource()->allocate(size, alignment);
-    }
-    void do_deallocate(void* block, std::size_t size, std::size_t alignment) override {
-        std::pmr::new_delete_resource()->deallocate(block, size, alignment);
-    }
-    [[nodiscard]] bool do_is_equal(const memory_resource& other) const noexcept override {
-        return this == &other;
-    }
-};
-
 TEST_F(ValueTest, DataThatFindsNoRoomLeavesTheValueWithoutAny) {
-    CScarceMemory memory;
-    const std::string large(CScarceMemory::kMost, '\1');
+    std::array<std::byte, 4096> room{};
+    std::pmr::monotonic_buffer_resource memory(room.data(), room.size(),
+                                               std::pmr::null_memory_resource());
+    const std::string large(room.size(), '\1');
     COrvCreateValue value(std::make_shared<const COrvKeyPath>(uR"(HKLM\k)"), u"name", 0, memory,
                           large.size());
     EXPECT_EQ(Utf8(value.GetValue()), "name");

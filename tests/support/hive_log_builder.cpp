@@ -1,8 +1,6 @@
 #include "support/hive_log_builder.h"
 
-#include <bit>
 #include <cstddef>
-#include <string_view>
 #include <vector>
 
 #include "support/hive_builder.h"
@@ -38,28 +36,6 @@ std::vector<std::size_t> FindDirtyPages(std::string_view before, std::string_vie
 
 void PadToSector(std::string& bytes) {
     bytes.resize((bytes.size() + kSectorSize - 1) / kSectorSize * kSectorSize);
-}
-
-void MixMarvin(std::uint32_t& low, std::uint32_t& high) {
-    high ^= low;
-    low = std::rotl(low, 20) + high;
-    high = std::rotl(high, 9) ^ low;
-    low = std::rotl(low, 27) + high;
-    high = std::rotl(high, 19);
-}
-
-// The hash of the entries, of bytes that 4 divides.
-std::uint64_t Marvin(std::string_view bytes) {
-    std::uint32_t low = 0x7A4E55C5U;
-    std::uint32_t high = 0x82EF4D88U;
-    for (std::size_t i = 0; i < bytes.size(); i += 4) {
-        low += static_cast<std::uint32_t>(GetNumber(bytes, i, 4));
-        MixMarvin(low, high);
-    }
-    low += 0x80;
-    MixMarvin(low, high);
-    MixMarvin(low, high);
-    return low | static_cast<std::uint64_t>(high) << 32;
 }
 
 }  // namespace
@@ -100,8 +76,8 @@ CTestHiveLog& CTestHiveLog::Entry(std::uint32_t sequence, const std::string& bef
     content.resize((content.size() + 40 + kSectorSize - 1) / kSectorSize * kSectorSize - 40);
     std::string entry = "HvLE" + Numbers({content.size() + 40, 0, sequence,
                                           after.size() - kHeaderSize, pages.size()});
-    AppendNumber(entry, Marvin(content), 8);
-    AppendNumber(entry, Marvin(entry), 8);
+    AppendNumber(entry, HashLogEntry(content), 8);
+    AppendNumber(entry, HashLogEntry(entry), 8);
     m_bytes += entry + content;
     return *this;
 }

@@ -2,7 +2,16 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
+
+#include "formats/hive/marvin.h"
+
+// The hash that an entry has of its header and of its content.
+inline std::uint64_t HashLogEntry(std::string_view bytes) {
+    return formats::CMarvin(0x82EF4D887A4E55C5U).Finish(std::as_bytes(std::span(bytes)));
+}
 
 // A log of the elder format: the pages that `after` has and `before` has not, behind a bitmap.
 std::string MakeDirtyVectorLog(const std::string& before, const std::string& after);

@@ -82,23 +82,6 @@ CTestLink& CTestLink::FileEntry(unsigned type, unsigned attributes, std::u16stri
     return *this;
 }
 
-CTestLink& CTestLink::Local(std::u16string_view base, std::u16string_view suffix) {
-    m_localBase = base;
-    m_suffix = suffix;
-    return Flags(0x2);
-}
-
-CTestLink& CTestLink::Network(std::u16string_view share, std::u16string_view suffix) {
-    m_share = share;
-    m_suffix = suffix;
-    return Flags(0x2);
-}
-
-CTestLink& CTestLink::Text(std::size_t index, std::u16string_view text) {
-    m_texts[index] = text;
-    return Flags(0x4U << index);
-}
-
 CTestLink& CTestLink::Block(std::uint32_t signature, std::string_view content) {
     m_blocks += Numbers({content.size() + 8, signature}).append(content);
     return *this;

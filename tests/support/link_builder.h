@@ -32,8 +32,12 @@ public:
     CTestLink& RecycleBinItem();
 
     // The LinkInfo structure: either place or both, which then share the suffix of the later call.
-    CTestLink& Local(std::u16string_view base, std::u16string_view suffix);
-    CTestLink& Network(std::u16string_view share, std::u16string_view suffix);
+    CTestLink& Local(std::u16string_view base, std::u16string_view suffix) {
+        return Set(m_localBase, base).Set(m_suffix, suffix).Flags(0x2);
+    }
+    CTestLink& Network(std::u16string_view share, std::u16string_view suffix) {
+        return Set(m_share, share).Set(m_suffix, suffix).Flags(0x2);
+    }
     // Gives its texts in Unicode too.
     CTestLink& WideInfo() { return Set(m_hasWideInfo, true); }
 
@@ -58,12 +62,14 @@ public:
     [[nodiscard]] std::string Bytes() const;
 
 private:
-    template <class T>
-    CTestLink& Set(T& field, T value) {
+    template <class TField, class T>
+    CTestLink& Set(TField& field, T value) {
         field = value;
         return *this;
     }
-    CTestLink& Text(std::size_t index, std::u16string_view text);
+    CTestLink& Text(std::size_t index, std::u16string_view text) {
+        return Set(m_texts[index], text).Flags(0x4U << index);
+    }
     CTestLink& FileEntry(unsigned type, unsigned attributes, std::u16string_view shortName,
                          std::u16string_view longName);
     void Item(const std::string& content);

@@ -35,7 +35,6 @@ CTestMachine::CTestMachine(const SMachineDescription& description)
     : m_description(std::make_shared<SMachineDescription>(description)),
       m_effect(std::make_shared<const SEffect>(m_description)) {}
 
-CTestMachine CTestMachine::BuiltIn() { return CTestMachine(platform::GetBuiltInMachine()); }
 
 CTestMachine& CTestMachine::Changed() {
     platform::UseMachineDescription(m_description);
@@ -47,11 +46,6 @@ CTestMachine& CTestMachine::Folder(std::u16string_view name, std::u16string_view
         return Put(m_description->folders, std::u16string(name), path);
     }
     m_description->folders.erase(std::u16string(name));
-    return Changed();
-}
-
-CTestMachine& CTestMachine::Hive(std::u16string_view name) {
-    m_description->volatileHives.emplace_back(name);
     return Changed();
 }
 

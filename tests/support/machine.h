@@ -19,7 +19,7 @@ class CTestMachine {
 public:
     CTestMachine();
     // The machine that is built in.
-    static CTestMachine BuiltIn();
+    static CTestMachine BuiltIn() { return CTestMachine(platform::GetBuiltInMachine()); }
 
     // A special folder by its token name without percent signs; an empty path takes it away.
     CTestMachine& Folder(std::u16string_view name, std::u16string_view path);
@@ -42,7 +42,10 @@ public:
         return Put(m_description->shares, std::u16string(root), folder);
     }
     // A hive without a file, in kernel form.
-    CTestMachine& Hive(std::u16string_view name);
+    CTestMachine& Hive(std::u16string_view name) {
+        m_description->volatileHives.emplace_back(name);
+        return Changed();
+    }
 
 private:
     struct SEffect;
