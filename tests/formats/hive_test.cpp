@@ -1,20 +1,16 @@
 #include "formats/hive/hive.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <hivex.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <span>
-#include <utility>
 
 #include "platform/text.h"
 #include "support/hive_builder.h"
 #include "support/registry_tree.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 using testing::ElementsAre;
 using testing::IsSubsetOf;
@@ -216,9 +212,8 @@ TEST(HiveTest, RefusesWhatHasNoHeaderOrNoRoot) {
         CTestHive().Resize(root, -72).Bytes(),
     };
     for (const std::string& bytes : hives) {
-        SCOPED_TRACE(&bytes - hives);
         CHive hive(kRules);
-        EXPECT_FALSE(LoadBytes(bytes, hive));
+        EXPECT_FALSE(LoadBytes(bytes, hive)) << &bytes - hives;
     }
 }
 
@@ -312,8 +307,7 @@ TEST_F(DamagedHiveTest, LosesNoMoreThanTheDamageHits) {
         {"", CTestHive(m_hive).Patch32(v, 60, 0)},
     };
     for (const auto& damage : damages) {
-        SCOPED_TRACE(&damage - damages);
-        EXPECT_EQ(Lost(damage.second), damage.first);
+        EXPECT_EQ(Lost(damage.second), damage.first) << &damage - damages;
     }
 }
 
@@ -366,10 +360,7 @@ TEST(HiveTest, BoundsWhatOneListGivesToManyKeys) {
 TEST(HiveTest, KeysNestAtMost512Levels) {
     for (const std::size_t depth : {512U, 513U, 5000U}) {
         SCOPED_TRACE(depth);
-        std::u16string path = u"d";
-        while (path.size() < 2 * depth - 1) {
-            path += u"\\d";
-        }
+        const std::u16string path = u"d" + Repeat<char16_t>(u"\\d", depth - 1);
         CHive hive(kRules);
         ASSERT_TRUE(LoadBytes(CTestHive().Key(path).Bytes(), hive));
         EXPECT_NE(hive.FindKey(path.substr(0, 2 * 512 - 1)), kNoKey);

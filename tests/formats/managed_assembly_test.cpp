@@ -1,14 +1,11 @@
 #include "formats/assembly/managed_assembly.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <span>
-#include <string>
-#include <tuple>
 
 #include "support/little_endian.h"
 #include "support/module_builder.h"
+#include "support/test.h"
 
 namespace {
 
@@ -24,13 +21,10 @@ bool IsManaged(const std::string& file, std::size_t size) {
 
 bool IsManaged(const std::string& file) { return IsManaged(file, file.size()); }
 
-TEST(ManagedAssemblyTest, NeedsARowInTheTableOfAssemblies) {
+TEST(ManagedAssemblyTest, NeedsARowInTheTableOfAssembliesAndWholeHeaders) {
     EXPECT_TRUE(IsManaged(MakeModule(1)));
     EXPECT_TRUE(IsManaged(MakeModule(1, true)));
     EXPECT_FALSE(IsManaged(MakeModule(0)));
-}
-
-TEST(ManagedAssemblyTest, DamagedHeadersAreNoAssembly) {
     using Layout = SModuleLayout;
     const std::string whole = MakeModule(1);
     const std::tuple<const char*, std::size_t, std::uint32_t> damages[] = {

@@ -1,13 +1,9 @@
-#include <gtest/gtest.h>
-
 #include <span>
-#include <utility>
-#include <vector>
 
 #include "formats/link/shell_link.h"
 #include "support/link_builder.h"
 #include "support/little_endian.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -95,7 +91,6 @@ TEST(ShellLinkPathTest, IsSpelledFromThePartsOfItsSection) {
         {CTestLink().DriveItem(u'D').Block(0xA000000CU, list), R"(D:\)"},
     };
     for (const auto& [link, path] : cases) {
-        SCOPED_TRACE(path);
         EXPECT_EQ(PathOf(link), path);
     }
 }
@@ -173,14 +168,12 @@ TEST(ShellLinkTest, BlockOfATextCountsWhenItsFlagIsSet) {
     link.Flags(0x200 | 0x4000);
     EXPECT_EQ(PathOf(link), "b");
     EXPECT_EQ(Utf8(*Parse(link.Bytes()).iconLocation), "b");
-}
-
-TEST(ShellLinkTest, FirstBlockOfASignatureWins) {
-    const SShellLink link =
+    // The first block of a signature wins.
+    const SShellLink parsed =
         Parse(CTestLink().Environment(u"%a%").Environment(u"%b%").Block(0xA0000002U, "").Bytes());
-    EXPECT_EQ(Utf8(*link.path), "%a%");
-    EXPECT_EQ(link.dataBlocks[kEnvironmentBlock].size(), 788U);
-    EXPECT_EQ(link.dataBlocks[kConsoleBlock].size(), 8U);
+    EXPECT_EQ(Utf8(*parsed.path), "%a%");
+    EXPECT_EQ(parsed.dataBlocks[kEnvironmentBlock].size(), 788U);
+    EXPECT_EQ(parsed.dataBlocks[kConsoleBlock].size(), 8U);
 }
 
 TEST(DamagedShellLinkTest, AnotherHeaderIsNoLink) {

@@ -1,25 +1,15 @@
 #include "foundation/file_path.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "foundation/file_path_converter.h"
-#include "platform/status.h"
 #include "support/machine.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
 std::string Print(const CFilePathW& path) { return Utf8(path.ToString()); }
 
 TEST(FilePathTest, ParsesEveryKind) {
-    const struct {
-        const char16_t* text;
-        EFilePathKind kind;
-        std::size_t segments;
-        const char* printed;
-    } kPaths[] = {
+    const std::tuple<const char16_t*, EFilePathKind, std::size_t, const char*> kPaths[] = {
         {uR"(C:\)", FilePathAbsolute, 1, R"(C:\)"},
         {uR"(C:)", FilePathDriveRelative, 1, R"(C:)"},
         {uR"(C:foo\bar)", FilePathDriveRelative, 3, R"(C:foo\bar)"},
@@ -33,12 +23,12 @@ TEST(FilePathTest, ParsesEveryKind) {
         {uR"(\\?\unc\srv\x)", FilePathUnc, 2, R"(\\srv\x)"},
         {uR"(a\..\.\*?)", FilePathRelative, 4, R"(a\..\.\*?)"},
     };
-    for (const auto& path : kPaths) {
-        SCOPED_TRACE(Utf8(path.text));
-        const CFilePathW parsed(path.text);
-        EXPECT_EQ(parsed.GetKind(), path.kind);
-        EXPECT_EQ(parsed.GetSegmentCount(), path.segments);
-        EXPECT_EQ(Print(parsed), path.printed);
+    for (const auto& [text, kind, segments, printed] : kPaths) {
+        SCOPED_TRACE(Utf8(text));
+        const CFilePathW parsed(text);
+        EXPECT_EQ(parsed.GetKind(), kind);
+        EXPECT_EQ(parsed.GetSegmentCount(), segments);
+        EXPECT_EQ(Print(parsed), printed);
     }
 }
 
@@ -73,12 +63,7 @@ TEST(FilePathTest, LongPathsPrintWithTheirPrefix) {
 }
 
 TEST(FilePathTest, AppendResolvesLeadingDotsOnly) {
-    const struct {
-        const char16_t* base;
-        const char16_t* tail;
-        int status;
-        const char* sum;
-    } kSums[] = {
+    const std::tuple<const char16_t*, const char16_t*, int, const char*> kSums[] = {
         {uR"(C:\a)", uR"(..\b)", 0, R"(C:\b)"},
         {uR"(C:\)", uR"(..\b)", ERROR_INVALID_DATA, R"(C:\)"},
         {uR"(C:\a\b)", uR"(.\..\..\c)", 0, R"(C:\c)"},
@@ -90,28 +75,21 @@ TEST(FilePathTest, AppendResolvesLeadingDotsOnly) {
         {uR"(a)", uR"(..\b)", 0, R"(b)"},
         {u"", uR"(D:\b)", 0, R"(D:\b)"},
     };
-    for (const auto& sum : kSums) {
-        SCOPED_TRACE(Utf8(sum.base) + " + " + Utf8(sum.tail));
-        CFilePathW path(sum.base);
-        EXPECT_EQ(path.Append(CFilePathW(sum.tail)), sum.status);
-        EXPECT_EQ(Print(path), sum.sum);
-        CFilePathW head(sum.tail);
-        if (head.GetKind() == FilePathRelative && sum.base[0] != 0) {
-            EXPECT_EQ(head.Prepend(CFilePathW(sum.base)), sum.status);
-            EXPECT_EQ(Print(head), sum.status == 0 ? sum.sum : Utf8(sum.tail));
+    for (const auto& [base, tail, status, sum] : kSums) {
+        SCOPED_TRACE(Utf8(base) + " + " + Utf8(tail));
+        CFilePathW path(base);
+        EXPECT_EQ(path.Append(CFilePathW(tail)), status);
+        EXPECT_EQ(Print(path), sum);
+        CFilePathW head(tail);
+        if (head.GetKind() == FilePathRelative && base[0] != 0) {
+            EXPECT_EQ(head.Prepend(CFilePathW(base)), status);
+            EXPECT_EQ(Print(head), status == 0 ? sum : Utf8(tail));
         }
     }
-}
-
-TEST(FilePathTest, ResolvesAnyNumberOfDots) {
-    std::u16string names;
-    std::u16string dots;
-    for (int i = 0; i < 5000000; ++i) {
-        names += uR"(a\)";
-        dots += uR"(..\)";
-    }
-    CFilePathW path(uR"(C:\)" + names);
-    EXPECT_EQ(path.Append(CFilePathW(dots + u"b")), 0);
+    // Any number of them.
+    constexpr std::size_t kCount = 5000000;
+    CFilePathW path(uR"(C:\)" + Repeat<char16_t>(uR"(a\)", kCount));
+    EXPECT_EQ(path.Append(CFilePathW(Repeat<char16_t>(uR"(..\)", kCount) + u"b")), 0);
     EXPECT_EQ(Print(path), R"(C:\b)");
 }
 
@@ -122,15 +100,12 @@ TEST(FilePathTest, SegmentsClimbAndCancel) {
     EXPECT_EQ(path.AppendSegment(CFilePathSegmentW(u".")), 0);
     EXPECT_EQ(path.AppendSegment(CFilePathSegmentW(u"C:")), ERROR_INVALID_DATA);
     EXPECT_EQ(Print(path), R"(\\srv\share)");
-    const struct {
-        const char16_t* path;
-        const char16_t* name;
-        const char* result;
-    } kHeads[] = {{uR"(..\b)", u"gone", "b"}, {uR"(.\b)", u"C:", R"(C:\b)"}, {u"..", u"a", ""}};
-    for (const auto& head : kHeads) {
-        CFilePathW relative(head.path);
-        EXPECT_EQ(relative.PrependSegment(CFilePathSegmentW(head.name)), 0);
-        EXPECT_EQ(Print(relative), head.result);
+    const std::tuple<const char16_t*, const char16_t*, const char*> kHeads[] = {
+        {uR"(..\b)", u"gone", "b"}, {uR"(.\b)", u"C:", R"(C:\b)"}, {u"..", u"a", ""}};
+    for (const auto& [text, name, result] : kHeads) {
+        CFilePathW relative(text);
+        EXPECT_EQ(relative.PrependSegment(CFilePathSegmentW(name)), 0);
+        EXPECT_EQ(Print(relative), result);
     }
 }
 
@@ -231,18 +206,12 @@ TEST_F(CollapsePathsTest, ExpandsKnownTokensInAnyCase) {
     for (const auto& [text, expanded] : cases) {
         EXPECT_EQ(Expand(text), expanded);
     }
-}
-
-// A token may make a backslash, and with it a variable that begins with one, out of what follows
-// it.
-TEST_F(CollapsePathsTest, ReplacesWhatATokenMakesAPath) {
+    // A token may make a backslash, and with it a variable that begins with one, out of what
+    // follows it.
     m_machine.Environment(u"TEMP", uR"(\temporarily)");
     EXPECT_EQ(Collapse(uR"(Q:\WindowsTemporarily Q:\Windows)"),
               R"(%CSIDL_WINDOWS%%Temp%\ %CSIDL_WINDOWS%)");
-}
-
-// The percent signs of a path that is put in count as well, as far as the scan comes upon them.
-TEST_F(CollapsePathsTest, ScansOnInsideAPathAfterOtherText) {
+    // The percent signs of a path that is put in count as well, as far as the scan comes upon them.
     m_machine.Environment(u"TEMP", uR"(Q:\100%\x)");
     EXPECT_EQ(Expand(uR"(%Temp%%Temp%)"), R"(Q:\100%\xQ:\100%\x)");
     EXPECT_EQ(Expand(uR"(a %Temp%\%SystemDrive%)"), R"(a Q:\100%\x\Q:\)");
@@ -250,16 +219,11 @@ TEST_F(CollapsePathsTest, ScansOnInsideAPathAfterOtherText) {
 }
 
 TEST_F(CollapsePathsTest, ManyPathsAndOddVariablesEnd) {
-    std::u16string text;
-    std::string expanded;
-    for (int i = 0; i < 300000; ++i) {  // more than can be looked through for each
-        text += uR"(Q:\Windows;Q:\)";
-        expanded += R"(Q:\Windows\;Q:\)";
-    }
+    constexpr std::size_t kCount = 300000;     // more than can be looked through for each
     m_machine.Environment(u"TEMP", uR"(\b)");  // which a token could make, at every place
-    const std::string collapsed = Collapse(text.c_str());
+    const std::string collapsed = Collapse(Repeat<char16_t>(uR"(Q:\Windows;Q:\)", kCount).c_str());
     EXPECT_EQ(collapsed.find(R"(Q:\)"), std::string::npos);
-    EXPECT_TRUE(Expand(Utf16(collapsed).c_str()) == expanded);
+    EXPECT_TRUE(Expand(Utf16(collapsed).c_str()) == Repeat(R"(Q:\Windows\;Q:\)", kCount));
     for (const char16_t* value : {u"S", uR"(\)", uR"(%\x)", uR"(\a)", u"%Temp%", u":"}) {
         SCOPED_TRACE(Utf8(value));
         m_machine.Environment(u"TEMP", value);

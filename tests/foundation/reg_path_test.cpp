@@ -1,28 +1,20 @@
 #include "foundation/reg_path.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <limits>
 #include <new>
 #include <random>
 
 #include "foundation/reg_path_converter.h"
-#include "platform/status.h"
 #include "support/machine.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
 CRegPathW Path(std::u16string_view text) { return CRegPathW(text); }
 
 TEST(RegPathTest, ParsesEverySpellingOfARoot) {
-    const struct {
-        const char16_t* text;
-        const char16_t* printed;
-        std::size_t count;
-        bool hasHive;
-    } rows[] = {
+    const std::tuple<const char16_t*, const char16_t*, std::size_t, bool> rows[] = {
         {uR"(hklm\Software)", uR"(hklm\Software)", 2, true},
         {uR"(\REGISTRY\USER\S-1-5-18\a)", uR"(HKEY_USERS\S-1-5-18\a)", 3, true},
         {uR"(\registry\machine)", u"HKEY_LOCAL_MACHINE", 1, true},
@@ -35,13 +27,13 @@ TEST(RegPathTest, ParsesEverySpellingOfARoot) {
         {uR"(\\HKcc\.\..)", uR"(HKcc\.\..)", 3, true},
         {uR"(\)", u"", 0, false},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(Utf8(row.text));
+    for (const auto& [text, printed, count, hasHive] : rows) {
+        SCOPED_TRACE(Utf8(text));
         CRegPathW path;
-        EXPECT_EQ(path.Parse(row.text), ERROR_SUCCESS);
-        EXPECT_EQ(path.ToString(), CStrW(row.printed));
-        EXPECT_EQ(path.GetSegmentCount(), row.count);
-        EXPECT_EQ(path.HasHive(), row.hasHive);
+        EXPECT_EQ(path.Parse(text), ERROR_SUCCESS);
+        EXPECT_EQ(path.ToString(), CStrW(printed));
+        EXPECT_EQ(path.GetSegmentCount(), count);
+        EXPECT_EQ(path.HasHive(), hasHive);
     }
     EXPECT_EQ(Path(uR"(hklm\a)").ToLongString(), CStrW(uR"(HKEY_LOCAL_MACHINE\a)"));
     EXPECT_EQ(Path(uR"(a\hklm)").ToLongString(), CStrW(uR"(a\hklm)"));
@@ -164,26 +156,24 @@ protected:
     CTestMachine m_machine = CTestMachine().Sid(u"S-1-5-21-1-2-3-1000");
 };
 
-struct SConversion {
-    const char16_t* text;
-    const char16_t* result;
-};
+// A text, and what it becomes.
+using Conversion = std::pair<const char16_t*, const char16_t*>;
 
 // Runs `convert` on each text; the result must tell whether it changed.
 template <std::size_t count, class TConvert>
-void ExpectConversions(const SConversion (&rows)[count], const TConvert& convert) {
-    for (const SConversion& row : rows) {
-        SCOPED_TRACE(Utf8(row.text));
-        CStrW text(row.text);
-        EXPECT_EQ(static_cast<bool>(convert(text)), !(CStrW(row.text) == CStrW(row.result)));
-        EXPECT_EQ(text, CStrW(row.result));
+void ExpectConversions(const Conversion (&rows)[count], const TConvert& convert) {
+    for (const auto& [before, after] : rows) {
+        SCOPED_TRACE(Utf8(before));
+        CStrW text(before);
+        EXPECT_EQ(static_cast<bool>(convert(text)), !(CStrW(before) == CStrW(after)));
+        EXPECT_EQ(text, CStrW(after));
     }
 }
 
 std::size_t Expand(CStrW& text) { return CSharedHolder<CRegPathConverter>()->ExpandKeyText(text); }
 
 TEST_F(RegPathConverterTest, ExpandsAliasesToStoredKeys) {
-    const SConversion rows[] = {
+    const Conversion rows[] = {
         {uR"(HKEY_CURRENT_USER\Software\Foo)", uR"(HKEY_USERS\S-1-5-21-1-2-3-1000\Software\Foo)"},
         {uR"(HKEY_CURRENT_USER\Software\Classes\.txt)",
          uR"(HKEY_USERS\S-1-5-21-1-2-3-1000_Classes\.txt)"},
@@ -208,9 +198,7 @@ TEST_F(RegPathConverterTest, ExpandsAliasesToStoredKeys) {
         {u"", u""},
     };
     ExpectConversions(rows, Expand);
-}
-
-TEST_F(RegPathConverterTest, WithoutASidWhatSurroundsItIsLeft) {
+    // Without a SID what surrounds it is left.
     m_machine.Sid(u"");
     CStrW text(uR"(HKEY_CURRENT_USER\Software\Classes\a;HKEY_CURRENT_USER\a)");
     EXPECT_EQ(Expand(text), 2U);
@@ -245,8 +233,8 @@ TEST_F(RegPathConverterTest, IsBuiltWholeOrNotAtAllWhenMemoryRunsOut) {
     }
 }
 
-TEST_F(RegPathConverterTest, CollapsesStoredKeysToPortableOnes) {
-    const SConversion rows[] = {
+TEST_F(RegPathConverterTest, CollapsesStoredKeysAndTheKernelsNamesToPortableOnes) {
+    const Conversion rows[] = {
         {uR"(HKEY_USERS\S-1-5-21-1-2-3-1000_Classes\.txt)",
          uR"(HKEY_CURRENT_USER\Software\Classes\.txt)"},
         {uR"(hkey_users\S-1-5-21-1-2-3-1000\x)", uR"(HKEY_CURRENT_USER\x)"},
@@ -261,15 +249,12 @@ TEST_F(RegPathConverterTest, CollapsesStoredKeysToPortableOnes) {
     ExpectConversions(rows, [](CStrW& text) {
         return CSharedHolder<CRegPathConverter>()->CollapseKeyText(text);
     });
-}
-
-TEST_F(RegPathConverterTest, TurnsTheKernelsNamesIntoHives) {
-    const SConversion rows[] = {
+    const Conversion kernelRows[] = {
         {uR"(\Registry\Machine\Software)", uR"(HKEY_LOCAL_MACHINE\Software)"},
         {uR"(\REGISTRY\USERDATA)", u"HKEY_USERSDATA"},
         {uR"(HKEY_USERS\x)", uR"(HKEY_USERS\x)"},
     };
-    ExpectConversions(rows, &CRegPathConverter::KernelPathToHivePath);
+    ExpectConversions(kernelRows, &CRegPathConverter::KernelPathToHivePath);
 }
 
 // Both conversions as plainly as they can be put: search for each row anew after each replacement.
@@ -336,17 +321,13 @@ TEST_F(RegPathConverterTest, GivesWhatSearchingAnewEachTimeWouldGive) {
 
 TEST_F(RegPathConverterTest, CopesWithATextFullOfKeys) {
     const CSharedHolder<CRegPathConverter> converter;
-    std::u16string keys;
-    std::u16string expected;
-    for (int i = 0; i < 100000; ++i) {
-        keys += u"HKEY_CURRENT_USER";
-        expected += uR"(HKEY_USERS\S-1-5-21-1-2-3-1000)";
-    }
-    CStrW text(keys);
-    EXPECT_EQ(converter->ExpandKeyText(text), 100000U);
-    EXPECT_TRUE(text == CStrW(expected));
+    constexpr std::size_t kCount = 100000;
+    const CStrW keys(Repeat<char16_t>(u"HKEY_CURRENT_USER", kCount));
+    CStrW text = keys;
+    EXPECT_EQ(converter->ExpandKeyText(text), kCount);
+    EXPECT_TRUE(text == CStrW(Repeat<char16_t>(uR"(HKEY_USERS\S-1-5-21-1-2-3-1000)", kCount)));
     EXPECT_TRUE(converter->CollapseKeyText(text));
-    EXPECT_TRUE(text == CStrW(keys));
+    EXPECT_TRUE(text == keys);
 }
 
 }  // namespace

@@ -1,9 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <array>
 #include <limits>
-#include <string>
-#include <utility>
 
 #include "foundation/double_null_string.h"
 #include "foundation/file_path.h"
@@ -11,9 +7,7 @@
 #include "foundation/number_text.h"
 #include "foundation/text_file.h"
 #include "foundation/xml_escape.h"
-#include "platform/status.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -21,11 +15,7 @@ using namespace std::string_literals;
 using namespace std::string_view_literals;
 
 TEST(StrTest, ComparesIgnoringCaseWithEmptyTextsFirst) {
-    const struct {
-        std::u16string_view left;
-        std::u16string_view right;
-        int order;
-    } rows[] = {
+    const std::tuple<std::u16string_view, std::u16string_view, int> rows[] = {
         {u"", u"", 0},
         {u"", u"a", -1},
         {u"a", u"", 1},
@@ -34,10 +24,10 @@ TEST(StrTest, ComparesIgnoringCaseWithEmptyTextsFirst) {
         {u"\u00E4", u"b", -1},
         {u"\u00C4b", u"Ab", 1},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(Utf8(row.left) + " " + Utf8(row.right));
-        EXPECT_EQ(CStrW(row.left).CompareNoCase(row.right), row.order);
-        EXPECT_EQ(CStrW(row.left).EqualsNoCase(row.right), row.order == 0);
+    for (const auto& [left, right, order] : rows) {
+        SCOPED_TRACE(Utf8(left) + " " + Utf8(right));
+        EXPECT_EQ(CStrW(left).CompareNoCase(right), order);
+        EXPECT_EQ(CStrW(left).EqualsNoCase(right), order == 0);
     }
     EXPECT_EQ(CStrW(u"abcX").CompareN(u"ABCy", 3, true), 0);
     EXPECT_NE(CStrW(u"abc").CompareN(u"ABC", 3, false), 0);
@@ -48,7 +38,7 @@ TEST(StrTest, ComparesIgnoringCaseWithEmptyTextsFirst) {
     }
 }
 
-TEST(StrTest, ReplaceNeverSearchesWhatItPutIn) {
+TEST(StrTest, SearchesEachUnitAndNeverWhatItPutIn) {
     const auto replaced = [](CStrW text, const char16_t* from, const char16_t* to) {
         const std::size_t count = text.Replace(from, to, true);
         return std::to_string(count) + Utf8(text);
@@ -62,6 +52,12 @@ TEST(StrTest, ReplaceNeverSearchesWhatItPutIn) {
     EXPECT_EQ(text.Replace(u"a", u"", false), 1U);
     EXPECT_EQ(text.Remove(u"c"), 2U);
     EXPECT_EQ(text, CStrW(u"A"));
+    // A search folds each unit by itself.
+    EXPECT_EQ(FindSubstringNoCaseIndex(u"xx\u00C4B", u"\u00E4b"), 2U);
+    EXPECT_EQ(FindSubstringNoCaseIndex(u"ab", u"abc"), kAllCharacters);
+    EXPECT_EQ(FindSubstringNoCaseIndex(u"aab", u"AB"), 1U);
+    EXPECT_EQ(FindSubstring(u"aAb", 3, u"Ab", 2)[0], u'A');
+    EXPECT_EQ(FindSubstring(u"aab", 3, u"AB", 2), nullptr);
 }
 
 TEST(StrTest, PartsAreClippedToTheText) {
@@ -106,18 +102,8 @@ TEST(StrTest, FormatsTextsOfAnyLength) {
     CStrW text(u"old");
     EXPECT_FALSE(text.Format(nullptr));
     EXPECT_TRUE(text.IsEmpty());
-}
-
-TEST(StrTest, SearchFoldsEachUnitByItself) {
-    EXPECT_EQ(FindSubstringNoCaseIndex(u"xx\u00C4B", u"\u00E4b"), 2U);
-    EXPECT_EQ(FindSubstringNoCaseIndex(u"ab", u"abc"), kAllCharacters);
-    EXPECT_EQ(FindSubstringNoCaseIndex(u"aab", u"AB"), 1U);
-    EXPECT_EQ(FindSubstring(u"aAb", 3, u"Ab", 2)[0], u'A');
-    EXPECT_EQ(FindSubstring(u"aab", 3, u"AB", 2), nullptr);
-}
-
-TEST(StrTest, SystemErrorTextsStandOnOneLine) {
-    const CStrW text = GetSystemErrorMessage(2);
+    // Texts of the system stand on one line.
+    text = GetSystemErrorMessage(2);
     EXPECT_FALSE(text.IsEmpty());
     EXPECT_EQ(text.View().find_first_of(u"\r\n"), kAllCharacters);
     EXPECT_EQ(GetSystemErrorMessage(static_cast<int>(0x80070002U)), text);
@@ -125,27 +111,21 @@ TEST(StrTest, SystemErrorTextsStandOnOneLine) {
 }
 
 TEST(NumberTextTest, PlainRuleTakesLettersAsDigitsAndCheckedRuleRefusesThem) {
-    const struct {
-        const char16_t* text;
-        std::uint64_t plain;
-        std::uint64_t checked;
-    } rows[] = {
+    const std::tuple<const char16_t*, std::uint64_t, std::uint64_t> rows[] = {
         {u"12", 12, 12},     {u"12a", 130, 0},    {u"1Z", 45, 0},    {u"0x10", 3310, 16},
         {u"12 3", 12, 0},    {u" 12", 0, 0},      {u"-1", 0, 0},     {u"", 0, 0},
         {u"1\u0663", 1, 0},  {u"[", 0, 0},        {u"9@", 9, 0},     {u"9`", 9, 0},
         {u"0x1F", 3325, 31}, {u"0X1f", 3325, 31}, {u"0x", 33, 0},    {u"12 ", 12, 0},
         {u"0x1g", 3326, 0},  {u"x10", 3310, 0},   {u"00x1", 331, 0}, {u"false", 162394, 0},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(Utf8(row.text));
-        EXPECT_EQ(ReadPlainNumber64(row.text), row.plain);
-        EXPECT_EQ(ReadPlainNumber32(row.text), row.plain);
-        EXPECT_EQ(ReadCheckedNumber64(row.text), row.checked);
+    for (const auto& [text, plain, checked] : rows) {
+        SCOPED_TRACE(Utf8(text));
+        EXPECT_EQ(ReadPlainNumber64(text), plain);
+        EXPECT_EQ(ReadPlainNumber32(text), plain);
+        EXPECT_EQ(ReadCheckedNumber64(text), checked);
     }
     EXPECT_EQ(ReadPlainNumber64(u"fG", 16), 15U * 16 + 16);
-}
-
-TEST(NumberTextTest, LargeNumbersWrapAtTheirWidthAndAreWritten) {
+    // Large numbers wrap at their width.
     EXPECT_EQ(ReadPlainNumber32(u"4294967295"), 4294967295U);
     EXPECT_EQ(ReadPlainNumber32(u"4294967296"), 0U);
     EXPECT_EQ(ReadPlainNumber64(u"18446744073709551617"), 1U);
