@@ -1,15 +1,8 @@
 // tests/platform/files_fixture.h - what tests of files and folders share.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "platform/files.h"
-#include "platform/status.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 class FilesFixture : public testing::Test {
 protected:

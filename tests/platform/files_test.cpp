@@ -1,11 +1,6 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <tuple>
-#include <utility>
 
 #include "platform/files_fixture.h"
 #include "support/system.h"
@@ -220,7 +215,7 @@ TEST_F(FilesTest, MovesAFileWithoutReplacingAny) {
     EXPECT_EQ(move("f/from", "g/x"), ERROR_FILE_NOT_FOUND);
 }
 
-TEST_F(FilesTest, MakesAFolderWhereTheNameIsFree) {
+TEST_F(FilesTest, MakesAFolderWhereTheNameIsFreeAndKnowsItByAnyName) {
     m_folder.WriteFile("file");
     const std::pair<const char*, int> cases[] = {
         {"new", ERROR_SUCCESS},           {"new", ERROR_ALREADY_EXISTS},
@@ -231,16 +226,14 @@ TEST_F(FilesTest, MakesAFolderWhereTheNameIsFree) {
         EXPECT_EQ(platform::CreateFolder(m_folder.Name(name).c_str()), status) << name;
     }
     EXPECT_TRUE(fs::is_directory(m_folder.Path("new")));
-}
-
-TEST_F(FilesTest, KnowsAFolderByAnyOfItsNames) {
+    // It is known by any of its names.
     const auto isSame = [](const std::u16string& left, const std::u16string& right) {
         return platform::IsSameFolder(left.c_str(), right.c_str());
     };
-    const std::u16string file = m_folder.WriteFile("a/b/file");
+    const std::u16string other = m_folder.WriteFile("a/b/file");
     EXPECT_TRUE(isSame(m_folder.Name("a/b"), m_folder.Name("A") + uR"(\.\B\)"));
     EXPECT_FALSE(isSame(m_folder.Name("a/b"), m_folder.Name("a")));
-    EXPECT_FALSE(isSame(file, file));
+    EXPECT_FALSE(isSame(other, other));
     EXPECT_FALSE(isSame(m_folder.Name("missing"), m_folder.Name("missing")));
 }
 

@@ -1,58 +1,22 @@
-#include "platform/registry.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "platform/registry_fixture.h"
 
 #include <algorithm>
 
-#include "platform/status.h"
-#include "support/hive_builder.h"
 #include "support/machine.h"
 #include "support/registry_tree.h"
 #include "support/system.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
 
 using testing::ElementsAre;
 
 namespace {
 
-constexpr std::uint32_t kLocalMachine = 0x80000002U;
-constexpr int kNotRegistryFile = 1017;
-
-class RegistryTest : public testing::TestWithParam<EMachine> {
+class RegistryTest : public RegistryFixture, public testing::WithParamInterface<EMachine> {
 protected:
-    void SetUp() override {
-        ASSERT_GE(platform::EnablePrivilege(u"SeBackupPrivilege"), 0);
-        ASSERT_GE(platform::EnablePrivilege(u"SeRestorePrivilege"), 0);
-        ASSERT_EQ(platform::ConnectMachine(m_machine), ERROR_SUCCESS);
-    }
-    void TearDown() override {
-        platform::CloseKey(m_key);
-        static_cast<void>(
-            platform::UnloadHive(m_machine, m_mount.c_str()));  // not every test loads one
-        platform::CloseKey(m_machine);
-    }
-
     [[nodiscard]] std::u16string At(std::u16string_view path) const {
         return m_mount + std::u16string(u"\\").append(path);
     }
-    int Load(const std::string& bytes) {
-        return platform::LoadHive(m_machine, m_mount.c_str(),
-                                  m_folder.WriteFile("hive", bytes).c_str());
-    }
-    int Open(std::u16string_view path) {
-        platform::CloseKey(m_key);
-        m_key = nullptr;
-        return platform::OpenKey(kLocalMachine, path, m_key);
-    }
 
     std::optional<CTestMachine> m_inEffect = UseMachine(GetParam());
-    CTempFolder m_folder;
-    // A name that no other test that runs at the same time has.
-    const std::u16string m_mount = m_folder.Path().filename().u16string();
-    platform::KeyHandle m_machine = nullptr;
-    platform::KeyHandle m_key = nullptr;
 };
 
 INSTANTIATE_TEST_SUITE_P(Machines, RegistryTest, testing::ValuesIn(MachinesOfThisSystem()),
@@ -68,8 +32,7 @@ TEST_P(RegistryTest, LoadsAHiveUnderItsNameUntilItIsUnloaded) {
     if (!AnswersByWine()) {  // which unloads a hive whose keys are open
         ASSERT_EQ(Open(At(u"Software")), ERROR_SUCCESS);
         EXPECT_EQ(platform::UnloadHive(m_machine, m_mount.c_str()), ERROR_ACCESS_DENIED);
-        platform::CloseKey(m_key);
-        m_key = nullptr;
+        platform::CloseKey(std::exchange(m_key, nullptr));
     }
     EXPECT_EQ(platform::UnloadHive(m_machine, m_mount.c_str()), ERROR_SUCCESS);
     EXPECT_EQ(Open(m_mount), ERROR_FILE_NOT_FOUND);
@@ -77,7 +40,7 @@ TEST_P(RegistryTest, LoadsAHiveUnderItsNameUntilItIsUnloaded) {
 
 TEST_P(RegistryTest, RefusesWhatIsNoHive) {
     for (const char* file : {"none", "none/hive"}) {
-        EXPECT_EQ(platform::LoadHive(m_machine, m_mount.c_str(), m_folder.Name(file).c_str()),
+        EXPECT_EQ(LoadFile(m_folder.Name(file)),
                   file[4] == 0 ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND);
     }
     EXPECT_EQ(Load("Windows Registry Editor Version 5.00"),

@@ -1,43 +1,34 @@
 #include "platform/text.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdarg>
-#include <string>
 
 #include "platform/com.h"
 #include "platform/utf8.h"
 #include "support/system.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
 std::u16string SystemText(std::uint32_t code) { return platform::SystemErrorText(code); }
 
-struct SComparison {
-    const char16_t* left;
-    const char16_t* right;
-    int order;
-    bool isEqual;  // but for letter case
-};
-
 TEST(CollationTest, IgnoresNothingButLetterCase) {
-    const SComparison comparisons[] = {
+    // The order, and whether they are equal but for letter case.
+    const std::tuple<const char16_t*, const char16_t*, int, bool> comparisons[] = {
         {u"a", u"B", -1, false},          {u"\u00E4", u"b", -1, false},
         {u"ab", u"abc", -1, false},       {u"e", u"\u00E9", -1, false},
         {u"abc", u"ABC", -1, true},       {u"\u00C4b", u"\u00E4B", 1, true},
         {u"\u00C9", u"E\u0301", 0, true},
     };
-    for (const SComparison& c : comparisons) {
-        SCOPED_TRACE(Utf8(c.left) + " " + Utf8(c.right));
-        EXPECT_EQ(platform::CompareText(c.left, c.right, false), c.order);
-        EXPECT_EQ(platform::CompareText(c.right, c.left, false), -c.order);
-        EXPECT_EQ(platform::CompareText(c.left, c.right, true) == 0, c.isEqual);
-        EXPECT_EQ(platform::EqualText(c.left, c.right), c.isEqual);
+    for (const auto& [left, right, order, isEqual] : comparisons) {
+        SCOPED_TRACE(Utf8(left) + " " + Utf8(right));
+        EXPECT_EQ(platform::CompareText(left, right, false), order);
+        EXPECT_EQ(platform::CompareText(right, left, false), -order);
+        EXPECT_EQ(platform::CompareText(left, right, true) == 0, isEqual);
+        EXPECT_EQ(platform::EqualText(left, right), isEqual);
     }
 }
 
-TEST(FoldTest, LowersEachUnitByItself) {
+TEST(UnitTest, IsLoweredByItselfAndMayBeWhiteSpace) {
     std::u16string text = u"Az[\u00C4\u00DF\u03A3\u0416\u0131\xD801\xDC00";
     platform::FoldText(text.data(), text.size());
     EXPECT_EQ(Utf8(text), Utf8(u"az[\u00E4\u00DF\u03C3\u0436\u0131\xD801\xDC00"));
@@ -45,9 +36,7 @@ TEST(FoldTest, LowersEachUnitByItself) {
     for (const char16_t unit : u"\u0130\u01C5\u01C8\u01F2\u03F4\u1E9E\u2126\u212A\u212B") {
         EXPECT_EQ(platform::FoldUnit(unit), unit) << std::hex << static_cast<unsigned>(unit);
     }
-}
-
-TEST(WhiteSpaceTest, IsMoreThanTheBlank) {
+    // White space is more than the blank.
     for (const char16_t unit : {u' ', u'\t', u'\v', u'\u00A0', u'\u2003', u'\u3000'}) {
         EXPECT_TRUE(platform::IsSpace(unit)) << std::hex << static_cast<unsigned>(unit);
     }
@@ -126,15 +115,11 @@ TEST(MessageTest, InsertsEscapesAndLineBreaks) {
     if (!RunsInWine()) {  // which does not count a width of its own, and has no %b
         EXPECT_EQ(Compose(u"%1!*u!|%3%b|", 4, 7, u"z"), "   7|z |");
     }
-}
-
-TEST(MessageTest, AnUnknownPlaceholderIsRefused) {
-    if (RunsOnWindows()) {
-        GTEST_SKIP() << "Windows prints some of them";
+    if (!RunsOnWindows()) {  // which prints some placeholders that nobody knows
+        EXPECT_EQ(Print(99, u"%q", 1), "bad");
+        EXPECT_EQ(Print(99, u"100%"), "bad");
+        EXPECT_EQ(Compose(u"%1!k!", u"a"), "bad");
     }
-    EXPECT_EQ(Print(99, u"%q", 1), "bad");
-    EXPECT_EQ(Print(99, u"100%"), "bad");
-    EXPECT_EQ(Compose(u"%1!k!", u"a"), "bad");
 }
 
 using platform::Utf16ToUtf8;
@@ -147,16 +132,10 @@ TEST(Utf8Test, CharactersOfEveryLengthGoBothWays) {
     const std::u16string text = u"\u0001z\u007F\u0080\u07FF\u0800\uFFFF\U00010000\U0010FFFF";
     EXPECT_TRUE(Utf8ToUtf16(bytes) == text);
     EXPECT_EQ(Utf16ToUtf8(text), bytes);
-}
-
-TEST(Utf8Test, WhatIsMalformedShowsAsTheReplacementCharacter) {
-    for (const char* bytes : {"\x80", "\xFF", "\xC3", "\xE2\x82", "\xED\xA0\x80", "\xE0\x80\xAF",
-                              "\xF0\x80\x80\x80", "\xF4\x90\x80\x80", "\xC1"}) {
-        const std::u16string text = Utf8ToUtf16(std::string("a") + bytes + "b");
-        SCOPED_TRACE(Utf16ToUtf8(text));
-        EXPECT_TRUE(text ==
-                    u"a\uFFFD"
-                    u"b");
+    // What is malformed shows as the replacement character.
+    for (const char* bad : {"\x80", "\xFF", "\xC3", "\xE2\x82", "\xED\xA0\x80", "\xE0\x80\xAF",
+                            "\xF0\x80\x80\x80", "\xF4\x90\x80\x80", "\xC1"}) {
+        EXPECT_TRUE(Utf8ToUtf16(bad + std::string("b")) == u"\uFFFDb") << bad;
     }
     EXPECT_EQ(Utf16ToUtf8(u"a\xD800"), "a\xEF\xBF\xBD");
     EXPECT_EQ(Utf16ToUtf8(u"\xDC00\xD800x"), "\xEF\xBF\xBD\xEF\xBF\xBDx");
@@ -168,14 +147,11 @@ TEST(GuidTextTest, ComesBackInUpperCaseFromAnyCase) {
     EXPECT_EQ(guid.Data1, 0x0A1B2C3DU);
     EXPECT_EQ(guid.Data4[7], 0xF9);
     EXPECT_EQ(Utf8(platform::GuidToText(guid)), "{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9}");
-}
-
-TEST(GuidTextTest, MalformedTextLeavesTheGuidAlone) {
     for (const char16_t* text :
          {u"", u"0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9", u"{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9",
           u"{0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8G9}", u"{0A1B2C3D04E5F-6071-8293-A4B5C6D7E8F9}"}) {
         SCOPED_TRACE(Utf8(text));
-        GUID guid{1, 2, 3, {4}};
+        guid.Data1 = 1;
         EXPECT_FALSE(platform::TextToGuid(text, guid));
         EXPECT_EQ(guid.Data1, 1U);
     }

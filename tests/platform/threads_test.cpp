@@ -1,9 +1,8 @@
 #include "platform/threads.h"
 
-#include <gtest/gtest.h>
-
 #include <stdexcept>
-#include <string>
+
+#include "support/test.h"
 
 namespace {
 

@@ -1,16 +1,11 @@
 #include "platform/xml.h"
 
-#include <gtest/gtest.h>
-
 #include <optional>
 #include <stdexcept>
-#include <utility>
 
-#include "platform/status.h"
 #include "support/machine.h"
 #include "support/system.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 using platform::CXmlInput;
 using platform::CXmlOutput;

@@ -1,14 +1,8 @@
 #include "platform/assemblies.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <tuple>
-
 #include "support/machine.h"
 #include "support/module_builder.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -81,7 +75,7 @@ TEST_F(AssemblyStoreTest, ManifestTellsShortenedNamesApartAndStandsForAMissingFo
               R"(Manifests\x86_policy.9.0.app_1fc8_9.0_none_77.manifest)");
 }
 
-TEST_F(AssemblyStoreTest, MachineWithoutAStoreHasNoCache) {
+TEST_F(AssemblyStoreTest, NeedsAStoreToReadManagedAssembliesFromTheirFiles) {
     CAssemblyCache cache;
     m_folder.WriteFile("Windows/WinSxS", "a file");
     EXPECT_FALSE(cache.Open());
@@ -89,11 +83,8 @@ TEST_F(AssemblyStoreTest, MachineWithoutAStoreHasNoCache) {
     EXPECT_FALSE(cache.Open());
     std::u16string place;
     EXPECT_FALSE(cache.FindAssembly(u"a", place));
-}
-
-TEST_F(AssemblyStoreTest, ReadsManagedAssembliesFromTheirFiles) {
-    m_folder.MakeFolder("Windows/WinSxS");
-    CAssemblyCache cache;
+    m_machine.WindowsFolder(m_folder.Name("machine"));
+    m_folder.MakeFolder("machine/WinSxS");
     const std::u16string file = m_folder.WriteFile("a.dll", MakeModule(1));
     EXPECT_FALSE(cache.IsManagedAssembly(file.c_str()));
     ASSERT_TRUE(cache.Open());

@@ -1,17 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <span>
-
-#include "formats/hive/marvin.h"
 #include "platform/registry.h"
-#include "platform/status.h"
 #include "support/hive_builder.h"
 #include "support/hive_log_builder.h"
 #include "support/little_endian.h"
 #include "support/machine.h"
 #include "support/registry_tree.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -68,14 +61,10 @@ protected:
     bool m_isDamaged = false;
 };
 
-TEST_F(DirtyHiveTest, TakesThePagesOfADirtyVector) {
-    const std::string log = MakeDirtyVectorLog(m_first, m_third);
-    EXPECT_EQ(Read(m_first, log), KeysUpTo(3));
-    EXPECT_EQ(Read(m_first, "", "", log), KeysUpTo(3));
-}
-
-TEST_F(DirtyHiveTest, LeavesADirtyVectorThatIsNotItsOwnOrNotWhole) {
+TEST_F(DirtyHiveTest, TakesThePagesOfADirtyVectorThatIsItsOwnAndWhole) {
     const std::string whole = MakeDirtyVectorLog(m_first, m_third);
+    EXPECT_EQ(Read(m_first, whole), KeysUpTo(3));
+    EXPECT_EQ(Read(m_first, "", "", whole), KeysUpTo(3));
     // The time of another write, and the number of a write that was not finished.
     for (const std::size_t offset : {12U, 4U}) {
         std::string other = whole;
@@ -156,11 +145,7 @@ TEST_F(DirtyHiveTest, IsToldAsDamagedWhenNoLogCompletesIt) {
     PutNumber(torn, 8, 3, 4);  // and its checksum is wrong
     const std::string log = CTestHiveLog(m_first).Entry(2, m_first, m_second).Bytes();
     const std::string old = CTestHiveLog(m_first).Entry(1, m_first, m_second).Bytes();
-    const struct {
-        const std::string& hive;
-        const std::string log;
-        bool isDamaged;
-    } kCases[] = {
+    const std::tuple<std::string, std::string, bool> cases[] = {
         {m_first, "", true},
         {m_first, old, true},
         {m_first, log.substr(0, 512), true},
@@ -169,10 +154,9 @@ TEST_F(DirtyHiveTest, IsToldAsDamagedWhenNoLogCompletesIt) {
         {torn, log, false},
         {m_first, MakeDirtyVectorLog(m_first, m_second), false},
     };
-    for (const auto& test : kCases) {
-        SCOPED_TRACE(&test - kCases);
-        EXPECT_EQ(Read(test.hive, test.log), KeysUpTo(test.isDamaged ? 1 : 2));
-        EXPECT_EQ(m_isDamaged, test.isDamaged);
+    for (const auto& [hive, logOfHive, isDamaged] : cases) {
+        EXPECT_EQ(Read(hive, logOfHive), KeysUpTo(isDamaged ? 1 : 2));
+        EXPECT_EQ(m_isDamaged, isDamaged);
     }
 }
 
@@ -205,10 +189,8 @@ TEST(MarvinTest, GivesTheHashThatWindowsWrites) {
     for (const std::uint32_t number : {0x5E00U, 0U, 2U, 0x5000U, 1U, 0x1807E431U, 0x67866C66U}) {
         AppendNumber(header, number, 4);
     }
-    EXPECT_EQ(formats::CMarvin(0x82EF4D887A4E55C5U).Finish(std::as_bytes(std::span(header))),
-              0xCD44F3CFA7657F02U);
-    EXPECT_NE(formats::CMarvin(0x82EF4D887A4E55C5U).Finish(std::as_bytes(std::span("abc", 3))),
-              formats::CMarvin(0x82EF4D887A4E55C5U).Finish(std::as_bytes(std::span("abd", 3))));
+    EXPECT_EQ(HashLogEntry(header), 0xCD44F3CFA7657F02U);
+    EXPECT_NE(HashLogEntry("abc"), HashLogEntry("abd"));
 }
 
 }  // namespace

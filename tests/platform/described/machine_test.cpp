@@ -1,17 +1,10 @@
 #include "platform/machine.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "platform/answers.h"
 #include "platform/described/description_in_effect.h"
-#include "platform/status.h"
 #include "support/machine.h"
 #include "support/system.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -113,10 +106,7 @@ TEST_F(MachineDescriptionTest, WhatIsWrongIsNamedWithItsLineAndKey) {
 
 // Depth and size that would exhaust the stack or the memory.
 TEST_F(MachineDescriptionTest, HostileFilesAreRefused) {
-    std::string dots = "a";
-    for (int i = 0; i < 200000; ++i) {
-        dots += ".a";
-    }
+    const std::string dots = "a" + Repeat(".a", 200000);
     for (const std::string& toml :
          {dots + " = 1\n", "[" + dots + "]\n", "a = " + std::string(200000, '['),
           std::string(std::size_t{2} << 20, '\n')}) {
@@ -200,10 +190,8 @@ TEST(MachineTest, TheAnswersAreWrittenAsTheDescriptionIs) {
         platform::FormatAnswers(platform::AskMachine(platform::GetAnswers().machine));
     EXPECT_EQ(platform::DescribeMachine(),
               answers + "\n[drives]\n\"C:\" = \"/mnt/c\"\n\"Z:\" = \"/\"\n\n[shares]\n");
-}
-
-TEST(MachineTest, AnswersOnlyWhatItHas) {
-    const CTestMachine machine = CTestMachine().Environment(u"Temp", u"x");
+    // It answers only what it has.
+    const CTestMachine other = CTestMachine().Environment(u"Temp", u"x");
     std::u16string text = u"old";
     EXPECT_TRUE(platform::GetEnvironmentText(u"TEMP", text));
     EXPECT_EQ(text, u"x");

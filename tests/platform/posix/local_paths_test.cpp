@@ -1,14 +1,11 @@
 // How arguments of a POSIX system become paths of the library, and the way back.
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
 
 #include "platform/local_paths.h"
 #include "support/machine.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -16,20 +13,14 @@ namespace fs = std::filesystem;
 
 class PathArgumentTest : public testing::Test {
 protected:
-    void SetUp() override { fs::current_path(m_folder.Path()); }
-    void TearDown() override { fs::current_path(m_before); }
-
     CTestMachine m_machine;
     CTempFolder m_folder;
-    fs::path m_before = fs::current_path();
+    CCurrentFolder m_current{m_folder.Path()};
 };
 
 TEST_F(PathArgumentTest, PathsAreSpelledAsWindowsWould) {
     const std::u16string here = m_folder.Name();
-    const struct {
-        std::string argument;
-        std::u16string path;
-    } kCases[] = {
+    const std::tuple<std::string, std::u16string> kCases[] = {
         {"/a/b", uR"(Z:\a\b)"},
         {"/", uR"(Z:\)"},
         {"//a/./b//", uR"(Z:\a\b)"},
@@ -44,21 +35,19 @@ TEST_F(PathArgumentTest, PathsAreSpelledAsWindowsWould) {
         {R"(\\server\share\a)", uR"(\\server\share\a)"},
         {R"(\\?\Z:\a)", uR"(\\?\Z:\a)"},
     };
-    for (const auto& row : kCases) {
-        SCOPED_TRACE(row.argument);
-        EXPECT_EQ(Utf8(platform::LibraryPath(row.argument).value_or(u"nothing")), Utf8(row.path));
-        EXPECT_EQ(platform::LibraryPath(row.argument), row.path);
+    for (const auto& [argument, path] : kCases) {
+        SCOPED_TRACE(argument);
+        EXPECT_EQ(Utf8(platform::LibraryPath(argument).value_or(u"nothing")), Utf8(path));
+        EXPECT_EQ(platform::LibraryPath(argument), path);
     }
 }
 
-TEST_F(PathArgumentTest, ParentOfALinkIsThatOfWhatItLeadsTo) {
+TEST_F(PathArgumentTest, LinksAndDrivesAreAskedWhereTheyLead) {
     m_folder.MakeFolder("real/inner");
     fs::create_symlink("real/inner", m_folder.Path("link"));
     EXPECT_EQ(platform::LibraryPath("link/../x"), m_folder.Name("real/x"));
     EXPECT_EQ(platform::LibraryPath("link/x"), m_folder.Name("link/x"));
-}
-
-TEST_F(PathArgumentTest, RootIsReachedWithoutItsDrive) {
+    // The root is reached without its drive.
     m_machine.Drive(u'Z', m_folder.Path().native());
     EXPECT_EQ(platform::LibraryPath("/a/b"), uR"(\a\b)");
 }

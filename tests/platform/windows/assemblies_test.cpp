@@ -1,16 +1,8 @@
 #include "platform/assemblies.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
 #include "platform/com.h"
 #include "platform/files.h"
-#include "platform/status.h"
-#include "support/text.h"
+#include "support/test.h"
 #include "support/windows/import.h"
 // Behind windows.h.
 #include <cor.h>

@@ -1,9 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <string>
-#include <string_view>
-#include <utility>
-
 #include "foundation/file_system.h"
 #include "platform/files_fixture.h"
 #include "support/windows/import.h"

@@ -1,41 +1,13 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "platform/registry.h"
-#include "platform/status.h"
-#include "support/hive_builder.h"
+#include "platform/registry_fixture.h"
 #include "support/machine.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
 #include "support/windows/import.h"
 
 namespace {
 
-constexpr std::uint32_t kLocalMachine = 0x80000002U;
-constexpr int kNotRegistryFile = 1017;
 constexpr DWORD kMostUnits = 32767;  // for the name of a value, with its terminator
 
-class WindowsRegistryTest : public testing::Test {
+class WindowsRegistryTest : public RegistryFixture {
 protected:
-    void SetUp() override {
-        ASSERT_GE(platform::EnablePrivilege(u"SeBackupPrivilege"), 0);
-        ASSERT_GE(platform::EnablePrivilege(u"SeRestorePrivilege"), 0);
-        ASSERT_EQ(platform::ConnectMachine(m_machine), ERROR_SUCCESS);
-    }
-    void TearDown() override {
-        platform::CloseKey(m_key);
-        // Not every test loads a hive.
-        static_cast<void>(platform::UnloadHive(m_machine, m_mount.c_str()));
-        platform::CloseKey(m_machine);
-    }
-
-    int Load(const std::u16string& file) {
-        return platform::LoadHive(m_machine, m_mount.c_str(), file.c_str());
-    }
     [[nodiscard]] std::vector<std::size_t> LengthsOfNames(std::size_t count) const {
         std::vector<std::size_t> lengths;
         for (std::uint32_t i = 0; i < count; ++i) {
@@ -46,12 +18,6 @@ protected:
         }
         return lengths;
     }
-    int OpenMounted() { return platform::OpenKey(kLocalMachine, m_mount, m_key); }
-
-    CTempFolder m_folder;
-    const std::u16string m_mount = m_folder.Path().filename().u16string();
-    platform::KeyHandle m_machine = nullptr;
-    platform::KeyHandle m_key = nullptr;
 };
 
 TEST_F(WindowsRegistryTest, LoadsNoFileThatWouldBecomeAHiveByThat) {
@@ -67,7 +33,7 @@ TEST_F(WindowsRegistryTest, LoadsNoFileThatWouldBecomeAHiveByThat) {
                                                  {"empty", ERROR_BADDB}};
     for (const auto& [name, status] : cases) {
         SCOPED_TRACE(name);
-        EXPECT_EQ(Load(m_folder.Name(name)), status);
+        EXPECT_EQ(LoadFile(m_folder.Name(name)), status);
         EXPECT_EQ(platform::GetLastError(), status);
     }
     EXPECT_FALSE(m_folder.Exists("none"));
@@ -80,18 +46,17 @@ TEST_F(WindowsRegistryTest, GivesTheSystemsReasonNotToLoad) {
     const std::u16string file = m_folder.WriteFile("hive", "bytes");
     for (const int reason : {ERROR_SHARING_VIOLATION, ERROR_PRIVILEGE_NOT_HELD, kNotRegistryFile}) {
         answer = reason;
-        EXPECT_EQ(Load(file), reason);
+        EXPECT_EQ(LoadFile(file), reason);
         EXPECT_EQ(platform::GetLastError(), reason);
     }
 }
 
 TEST_F(WindowsRegistryTest, AFileThatIsNoHiveLeavesTheHiveOfAnotherLoaded) {
-    ASSERT_EQ(Load(m_folder.WriteFile("hive", CTestHive().Key(u"Key").LoadableBytes())),
-              ERROR_SUCCESS);
+    ASSERT_EQ(Load(CTestHive().Key(u"Key").LoadableBytes()), ERROR_SUCCESS);
     const auto load = ReplaceImport<decltype(RegLoadKeyW)>(
         "RegLoadKeyW", [](HKEY, LPCWSTR, LPCWSTR) { return LSTATUS{kNotRegistryFile}; });
-    EXPECT_EQ(Load(m_folder.WriteFile("other", "bytes")), kNotRegistryFile);
-    EXPECT_EQ(OpenMounted(), ERROR_SUCCESS);
+    EXPECT_EQ(LoadFile(m_folder.WriteFile("other", "bytes")), kNotRegistryFile);
+    EXPECT_EQ(Open(m_mount), ERROR_SUCCESS);
 }
 
 TEST_F(WindowsRegistryTest, GivesNamesOfValuesUpToTheLongest) {
@@ -100,8 +65,8 @@ TEST_F(WindowsRegistryTest, GivesNamesOfValuesUpToTheLongest) {
     for (const std::size_t length : lengths) {
         hive.Dword(std::u16string(length, u'n'), 1);
     }
-    ASSERT_EQ(Load(m_folder.WriteFile("hive", hive.LoadableBytes())), ERROR_SUCCESS);
-    ASSERT_EQ(OpenMounted(), ERROR_SUCCESS);
+    ASSERT_EQ(Load(hive.LoadableBytes()), ERROR_SUCCESS);
+    ASSERT_EQ(Open(m_mount), ERROR_SUCCESS);
     const auto enumerate = ReplaceImport<decltype(RegEnumValueW)>(
         "RegEnumValueW", [](HKEY key, DWORD index, LPWSTR name, DWORD* size, auto... rest) {
             return *size > kMostUnits ? LSTATUS{ERROR_INVALID_PARAMETER}
@@ -115,9 +80,8 @@ TEST_F(WindowsRegistryTest, GivesNamesOfValuesUpToTheLongest) {
 }
 
 TEST_F(WindowsRegistryTest, AKeyStaysWithTheRegistryThatHasOpenedIt) {
-    ASSERT_EQ(Load(m_folder.WriteFile("hive", CTestHive().Key(u"Key").LoadableBytes())),
-              ERROR_SUCCESS);
-    ASSERT_EQ(OpenMounted(), ERROR_SUCCESS);
+    ASSERT_EQ(Load(CTestHive().Key(u"Key").LoadableBytes()), ERROR_SUCCESS);
+    ASSERT_EQ(Open(m_mount), ERROR_SUCCESS);
     const CTestMachine described;
     platform::KeyHandle other = nullptr;
     EXPECT_EQ(platform::OpenKey(kLocalMachine, m_mount, other), ERROR_FILE_NOT_FOUND);
