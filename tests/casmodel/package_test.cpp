@@ -1,21 +1,13 @@
 #include "casmodel/package.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstdint>
 #include <initializer_list>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "casmodel/isolation_environment.h"
 #include "platform/com.h"
-#include "platform/status.h"
 #include "reporting/logger.h"
-#include "support/package_builder.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -25,9 +17,6 @@ class CDocumentTest : public testing::Test {
 protected:
     int ReadDocument(const std::string& xml) {
         return m_model.ReadFromFile(CFilePathW(m_folder.WriteFile("document.xml", xml)));
-    }
-    int ReadMissingDocument() {
-        return m_model.ReadFromFile(CFilePathW(m_folder.Name("missing.xml")));
     }
 
     CTempFolder m_folder;
@@ -135,7 +124,8 @@ TEST_F(ProfileTest, WithoutItsRootADocumentIsNotFound) {
                             "<!DOCTYPE Package><Package/>"}) {
         EXPECT_EQ(ReadDocument(xml), ERROR_NOT_FOUND) << xml;
     }
-    EXPECT_EQ(ReadMissingDocument(), HresultFromError(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(m_model.ReadFromFile(CFilePathW(m_folder.Name("missing.xml"))),
+              HresultFromError(ERROR_FILE_NOT_FOUND));
 }
 
 TEST_F(ProfileTest, KeepsWhatStandsAheadOfABreakTheUnfinishedItemToo) {
@@ -336,38 +326,19 @@ TEST_F(IsolationEnvironmentTest, TheRootIsFoundByItsWholePath) {
     for (const char* xml : {"<AIE/>", "<CitrixAIE/>", "<Other><AIE/></Other>", ""}) {
         EXPECT_EQ(ReadDocument(xml), ERROR_NOT_FOUND) << xml;
     }
-    EXPECT_LT(ReadMissingDocument(), 0);
-}
-
-TEST(PackageTest, IsNamedByItsProfileAndFindsItsTargetsBesideIt) {
-    const CTempFolder folder;
-    CTestTarget target("0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9", "3");
-    target.Script("a&~b.cmd", "exit").DeletedFile("C/old.txt");
-    CTestPackage().Target(target).Write(folder.Path(), "My.App.profile");
-
-    CCasPackage package;
-    ASSERT_EQ(package.Open(CStrW(folder.Name("My.App.profile"))), 0);
-    EXPECT_EQ(package.GetName(), CStrW(u"My.App"));
-    EXPECT_EQ(package.GetFolder().ToString(), CStrW(folder.Name()));
-    ASSERT_EQ(package.GetProfile().Targets.size(), 1U);
-    const CCasTarget& read = *package.GetProfile().Targets[0];
-    ASSERT_EQ(read.Scripts.size(), 1U);
-    const std::string name = Utf8(read.GetFolderName());
-    EXPECT_TRUE(folder.Exists(name + "/Scripts/" + Utf8(read.Scripts[0]->Filename)));
-    EXPECT_TRUE(folder.Exists(name + "/Device/C/old.txt"));
 }
 
 TEST(PackageTest, AFailureIsLoggedOnceWithTheFileAndCannotBeRetried) {
     const CTempFolder folder;
-    folder.WriteFile("Other.profile", "<Other/>");
+    folder.WriteFile("My.Other.profile", "<Other/>");
     const std::size_t lines = GetLogger().GetLines().size();
     CCasPackage package;
-    EXPECT_EQ(package.Open(CStrW(folder.Name("Other.profile"))), ERROR_NOT_FOUND);
-    EXPECT_EQ(package.GetName(), CStrW(u"Other"));
-    EXPECT_EQ(package.Open(CStrW(folder.Name("Other.profile"))), ERROR_ALREADY_ASSIGNED);
+    EXPECT_EQ(package.Open(CStrW(folder.Name("My.Other.profile"))), ERROR_NOT_FOUND);
+    EXPECT_EQ(package.GetName(), CStrW(u"My.Other"));
+    EXPECT_EQ(package.Open(CStrW(folder.Name("My.Other.profile"))), ERROR_ALREADY_ASSIGNED);
     ASSERT_EQ(GetLogger().GetLines().size(), lines + 1);
     const std::string line = Utf8(GetLogger().GetLines().back());
-    EXPECT_NE(line.find("Failed to read the file '" + Utf8(folder.Name("Other.profile"))),
+    EXPECT_NE(line.find("Failed to read the file '" + Utf8(folder.Name("My.Other.profile"))),
               std::string::npos)
         << line;
 }

@@ -1,17 +1,10 @@
 #include "discovery/assembly_processor.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "discovery/assembly_info.h"
 #include "orvpackage/assembly_collections.h"
 #include "support/machine.h"
 #include "support/module_builder.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 

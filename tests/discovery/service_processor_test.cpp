@@ -1,38 +1,13 @@
 #include "discovery/service_processor.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "orvpackage/multi_string.h"
 #include "orvpackage/service_collections.h"
 #include "platform/registry.h"
 #include "support/hive_builder.h"
 #include "support/machine.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
-
-TEST(ServiceProcessorTest, ClaimsTheKeysOfServices) {
-    CServiceProcessor processor;
-    const std::pair<const char16_t*, bool> keys[] = {
-        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet)", true},
-        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\ServicesX\App)", true},
-        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services)", false},
-        {uR"(HKLM\system\currentcontrolset\services\App)", false},
-        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\APP)", false},
-        {uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\Other\Parameters)", false},
-    };
-    for (const auto& [key, isLeft] : keys) {
-        EXPECT_EQ(processor.CheckKey(CRegPathW(key), 1), isLeft) << Utf8(key);
-    }
-    COrvPackage package;
-    processor.Apply(package);
-    const auto& services = package.Get<COrvCreateServicesCollection>();
-    ASSERT_EQ(services.GetCount(), 1U);
-    EXPECT_EQ(Utf8(COrvItemCItr<COrvCreateService>(services).Get()->GetName()), "App");
-}
 
 TEST(ServiceProcessorTest, RecordsGoToEveryPackageAndNeverInPlaceOfAnItem) {
     CServiceProcessor processor;
@@ -64,11 +39,7 @@ TEST(ServiceInfoTest, ImagePathIsSplitWhereItsProgramEnds) {
         CTestMachine().Environment(u"ProgramFiles", folder.Name("Program Files"));
     const std::u16string other = folder.Name("Program Files/App/other.exe -run");
     const std::u16string up = folder.Name("no App/b c/../../Program Files/App/svc.exe");
-    const struct {
-        std::u16string text;
-        std::u16string binary;
-        std::u16string arguments;
-    } paths[] = {
+    const std::tuple<std::u16string, std::u16string, std::u16string> paths[] = {
         {u"\"C:\\a b\\svc.exe\" -x  ", uR"(C:\a b\svc.exe)", u"-x"},
         {u"\"C:\\a b\\svc.exe", uR"(C:\a b\svc.exe)", u""},
         {program + u" -run now", program, u"-run now"},
@@ -81,10 +52,10 @@ TEST(ServiceInfoTest, ImagePathIsSplitWhereItsProgramEnds) {
         {u" ", u" ", u""},
     };
     CServiceInfo service;
-    for (const auto& path : paths) {
-        service.SetImagePath(CStrW(path.text));
-        EXPECT_EQ(service.Binary.ToString(), CStrW(path.binary));
-        EXPECT_EQ(service.Arguments, CStrW(path.arguments));
+    for (const auto& [text, binary, arguments] : paths) {
+        service.SetImagePath(CStrW(text));
+        EXPECT_EQ(service.Binary.ToString(), CStrW(binary));
+        EXPECT_EQ(service.Arguments, CStrW(arguments));
     }
 }
 

@@ -1,14 +1,11 @@
 #include "driver/reg_exclusions.h"
 
-#include <gtest/gtest.h>
-
 #include <memory>
-#include <utility>
 
 #include "driver/target_information.h"
 #include "orvcasconv/orvcasconv.h"
 #include "support/machine.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,13 +1,8 @@
-#include <gtest/gtest.h>
-
 #include <stdexcept>
-#include <string>
-#include <vector>
 
-#include "platform/status.h"
 #include "reporting/logger.h"
 #include "reporting/progress_event.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 

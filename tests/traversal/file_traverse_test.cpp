@@ -1,15 +1,10 @@
 #include "traversal/file_traverse.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <functional>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 #include "traversal/cas_file_traverse_manager.h"
 
 namespace {

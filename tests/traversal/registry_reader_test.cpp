@@ -1,14 +1,8 @@
 #include "traversal/mounted_keys.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-
 #include "foundation/reg_access.h"
-#include "platform/status.h"
 #include "support/system.h"
-#include "support/text.h"
+#include "support/test.h"
 #include "traversal/cas_registry_reader.h"
 
 namespace {
