@@ -1,10 +1,6 @@
 #include "host/command_line.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "support/test.h"
 
 namespace {
 
@@ -22,16 +18,14 @@ TEST(CommandLineTest, ConvertTakesItsOptionsInAnyPlace) {
     EXPECT_EQ(command.machine, "m.toml");
     EXPECT_EQ(command.progress, host::EProgressStyle::Plain);
     EXPECT_TRUE(command.isJson);
-}
-
-TEST(CommandLineTest, PathsMayLookLikeOptionsAndCommands) {
+    // Paths may look like options and commands.
     const auto dashed =
         std::get<host::SCommand>(ParseCommandLine({"convert", "--", "-a.profile", "--log"}));
     EXPECT_EQ(dashed.profile, "-a.profile");
     EXPECT_EQ(dashed.output, "--log");
-    const auto command = std::get<host::SCommand>(ParseCommandLine({"targets", "machine"}));
-    EXPECT_EQ(command.verb, host::EVerb::Targets);
-    EXPECT_EQ(command.profile, "machine");
+    const auto targets = std::get<host::SCommand>(ParseCommandLine({"targets", "machine"}));
+    EXPECT_EQ(targets.verb, host::EVerb::Targets);
+    EXPECT_EQ(targets.profile, "machine");
 }
 
 TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {

@@ -1,16 +1,11 @@
-#include <gtest/gtest.h>
-
 #include <sstream>
-#include <string>
-#include <vector>
 
-#include "host/json.h"
+#include "foundation/json_writer.h"
 #include "host/log_reader.h"
 #include "host/manifest_reader.h"
 #include "host/status_text.h"
 #include "platform/text.h"
-#include "support/temp_folder.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -35,9 +30,7 @@ TEST(LogReaderTest, TellsErrorsFromWarningsAndTakesTheirHtmlAway) {
     EXPECT_EQ(summary.errors, 2U);
     EXPECT_EQ(summary.warnings, 1U);
     EXPECT_TRUE(summary.isComplete);
-}
-
-TEST(LogReaderTest, NoticesAFileThatWasCutOff) {
+    // A file that was cut off is noticed.
     std::istringstream empty;
     EXPECT_FALSE(host::ReadLog(empty, [](bool, std::u16string_view) {}).isComplete);
     for (const std::string& text : {kError + "one<br>\r\n" + kError + "tw", std::string()}) {
@@ -88,19 +81,16 @@ TEST(StatusTextTest, SaysWhatToDoWhenAHiveMayNotBeLoaded) {
     EXPECT_TRUE(host::DescribeFailure("convert", "a.profile", 1314).ends_with(advice));
 }
 
-TEST(JsonTest, KeepsEveryUnitAndNoControlCharacter) {
-    const std::u16string text = {u'"',   u'\\',  u'\n',  0x9B, 0xE9,
+TEST(JsonTest, KeepsEveryUnitAndNothingThatATerminalReactsTo) {
+    const std::u16string text = {u'"',   u'\\',  u'\n',  0x9B, 0xE9,  0x202E,
                                  0xD83D, 0xDE00, 0xD83D, u' ', 0xDC80};
-    EXPECT_EQ(host::JsonText(text), R"("\"\\\u000a\u009b)"
-                                    "\xC3\xA9\xF0\x9F\x98\x80"
-                                    R"(\ud83d \udc80")");
-}
-
-TEST(JsonTest, RowsAreAnArrayOfObjects) {
-    host::CJsonRows rows;
-    EXPECT_EQ(rows.Finish(), "[]\n");
-    rows.Add({{"guid", u"{1}"}, {"name", std::nullopt}});
-    EXPECT_EQ(rows.Finish(), "[\n  {\"guid\": \"{1}\", \"name\": null}\n]\n");
+    CJsonWriter json;
+    json.Text(text);
+    EXPECT_EQ(json.GetBytes(), R"("\"\\\u000a\u009b)"
+                               "\xC3\xA9"
+                               R"(\u202e)"
+                               "\xF0\x9F\x98\x80"
+                               R"(\ud83d \udc80")");
 }
 
 }  // namespace

@@ -1,12 +1,8 @@
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <string>
-#include <vector>
 
 #include "host/progress_display.h"
 #include "host/progress_text.h"
-#include "support/text.h"
+#include "support/test.h"
 
 namespace {
 
@@ -33,11 +29,7 @@ struct SLevel : OrvProgress {
 };
 
 TEST(ProgressTextTest, LongTextLosesItsMiddle) {
-    const struct {
-        std::u16string text;
-        std::size_t columns;
-        std::u16string cut;
-    } kCases[] = {
+    const std::tuple<std::u16string, std::size_t, std::u16string> kCases[] = {
         {u"0123456789", 10, u"0123456789"},
         {u"0123456789", 9, u"012...789"},
         {u"0123456789", 8, u"01...789"},
@@ -47,9 +39,8 @@ TEST(ProgressTextTest, LongTextLosesItsMiddle) {
         {u"\u6F22\u5B57\u6F22\u5B57", 7, u"\u6F22...\u5B57"},
         {u"\U0001F600\U0001F600\U0001F600\U0001F600", 6, u"...\U0001F600"},
     };
-    for (const auto& row : kCases) {
-        SCOPED_TRACE(Utf8(row.cut));
-        EXPECT_EQ(Utf8(host::CutMiddle(row.text, row.columns)), Utf8(row.cut));
+    for (const auto& [text, columns, cut] : kCases) {
+        EXPECT_EQ(Utf8(host::CutMiddle(text, columns)), Utf8(cut));
     }
 }
 
