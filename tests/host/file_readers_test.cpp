@@ -35,9 +35,9 @@ TEST(LogReaderTest, TellsErrorsFromWarningsAndTakesTheirHtmlAway) {
     EXPECT_FALSE(host::ReadLog(empty, [](bool, std::u16string_view) {}).isComplete);
     for (const std::string& text : {kError + "one<br>\r\n" + kError + "tw", std::string()}) {
         std::istringstream cut = File(text);
-        const host::SLogSummary summary = host::ReadLog(cut, [](bool, std::u16string_view) {});
-        EXPECT_EQ(summary.errors, text.empty() ? 0U : 2U);
-        EXPECT_FALSE(summary.isComplete);
+        const host::SLogSummary ofCut = host::ReadLog(cut, [](bool, std::u16string_view) {});
+        EXPECT_EQ(ofCut.errors, text.empty() ? 0U : 2U);
+        EXPECT_FALSE(ofCut.isComplete);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "orvpackage/action_collections.h"
 #include "orvpackage/file_collections.h"
 #include "orvpackage/package_fixture.h"
+#include "orvpackage/sanitizer.h"
 #include "orvpackage/shortcut_collection.h"
 #include "platform/files.h"
 #include "reporting/logger.h"
@@ -115,6 +116,26 @@ TEST_F(PackageTest, WritesOfALinkWhatDoesNotComeBack) {
               "ShortcutTarget=\"%CSIDL_PROGRAM_FILES%\\a.exe\" "
               "IconTarget=\"%SystemDrive%\\i.ico\" IconIndex=\"-3\" ShowCmd=\"7\" "
               "DataFlags=\"0x0\" />\n</CreateShortcuts>\n");
+}
+
+TEST_F(PackageTest, SanitizedTextsComeBackByTheirFlags) {
+    const std::tuple<const char16_t*, std::uint32_t, const char*> texts[] = {
+        {u"", SanitizeAll, ""},
+        {u"a|b||%", SanitizeNoPaths, "a||b|||||%"},
+        {uR"(C:\Program Files\50%)", SanitizeAll, R"(%CSIDL_PROGRAM_FILES%\50|%)"},
+        {uR"(C:\Program Files\x)", SanitizeNoFilePaths, R"(C:\Program Files\x)"},
+        {uR"(HKEY_USERS\S-1-5-21-7\x)", SanitizeNoFilePaths, R"(HKEY_CURRENT_USER\x)"},
+        {uR"(HKEY_USERS\S-1-5-21-7\x)", SanitizeNoRegPaths, R"(HKEY_USERS\%SID%\x)"},
+        {uR"(HKEY_CURRENT_USER\%SystemDrive%)", SanitizeNoPaths,
+         R"(HKEY_CURRENT_USER\|%SystemDrive|%)"},
+        {uR"(C:\Program Files|S-1-5-21-7)", SanitizeNoPaths, R"(C:\Program Files||%SID%)"},
+    };
+    const COrvSanitizer sanitizer;
+    for (const auto& [text, flags, expected] : texts) {
+        const CStrW portable = sanitizer.Sanitize(text, flags);
+        EXPECT_EQ(Utf8(portable), expected);
+        EXPECT_EQ(sanitizer.Desanitize(portable, flags), CStrW(text));
+    }
 }
 
 class ActionTest : public PackageTest {
