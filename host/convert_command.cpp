@@ -52,6 +52,7 @@ public:
 private:
     [[nodiscard]] int CheckArguments();
     [[nodiscard]] bool CheckTargets();
+    [[nodiscard]] bool Convert();
     [[nodiscard]] bool Prepare();
     void CallLibrary();
     void CheckResult();
@@ -89,20 +90,9 @@ int CConversion::Run() {
     if (!CheckTargets()) {
         return kExitFailed;
     }
-    CInterruption interruption([this] {
-        const bool isRemoved = m_output.Remove();
-        Complain(isRemoved ? "ended by a signal; nothing was changed"
-                           : "ended by a signal; no target was changed");
-    });
-    if (!Prepare()) {
+    if (!Convert()) {
         return kExitFailed;
     }
-    interruption.Allow();
-    CallLibrary();
-    interruption.Forbid();
-    CheckResult();
-    WriteSums();
-    Publish();
     WriteTerminal(Count(m_targetCount, "target") + ", " + Count(m_items, "item") + ", " +
                   Count(m_summary.errors, "error") + ", " + Count(m_summary.warnings, "warning") +
                   ", " + CountLosses(m_losses.GetLosses()) + '\n');
@@ -112,6 +102,25 @@ int CConversion::Run() {
         m_hasFailed = !PrintResult(FormatLines()) || m_hasFailed;
     }
     return DecideExit();
+}
+
+// The part in which a signal has something to remove. False when the work cannot begin.
+bool CConversion::Convert() {
+    CInterruption interruption([this] {
+        const bool isRemoved = m_output.Remove();
+        Complain(isRemoved ? "ended by a signal; nothing was changed"
+                           : "ended by a signal; no target was changed");
+    });
+    if (!Prepare()) {
+        return false;
+    }
+    interruption.Allow();
+    CallLibrary();
+    interruption.Forbid();
+    CheckResult();
+    WriteSums();
+    Publish();
+    return true;
 }
 
 int CConversion::DecideExit() const {

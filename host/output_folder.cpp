@@ -78,9 +78,7 @@ bool COutputFolder::Prepare(const SOutputRequest& request) {
         return false;
     }
     if (!m_reserve.Take()) {
-        Complain(
-            "the process may not have enough files open; raise its limit. Nothing was "
-            "converted");
+        Complain("too few files may be open at once; raise the limit. Nothing was converted");
         return false;
     }
     RemoveLeftovers();
@@ -107,9 +105,7 @@ bool COutputFolder::CheckPlaces(const SOutputRequest& request) const {
         }
         if (inFolder == Fold(guid)) {
             Complain("the package is where target " + Printable(guid) +
-                     " would be; name another "
-                     "place than " +
-                     Quote(m_folder));
+                     " would be; name another place than " + Quote(m_folder));
             return false;
         }
         if (logInFolder == Fold(guid)) {
@@ -224,8 +220,8 @@ bool COutputFolder::RemoveLeftover(const std::filesystem::path& hidden) const {
 // Moves what has been taken from the folder back, unless a new one is in its place.
 bool COutputFolder::PutBack(const std::filesystem::path& hidden) const {
     const Entries present = ListEntries();
-    bool isBack = true;
-    for (const std::filesystem::path& kept : ListFolder(hidden / kKeptFolder)) {
+    bool isBack = false;
+    for (const std::filesystem::path& kept : ListFolder(hidden / kKeptFolder, &isBack)) {
         const std::filesystem::path place = m_folder / kept.filename();
         std::error_code error;
         if (present.count(Fold(platform::PathText(kept.filename()))) == 0) {

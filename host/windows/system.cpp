@@ -57,6 +57,7 @@ struct SEntry {
     DWORD attributes;
 };
 
+// The error that ends the list is the thread's last error.
 std::vector<SEntry> ListEntries(const std::filesystem::path& deepFolder) {
     std::vector<SEntry> entries;
     WIN32_FIND_DATAW found;
@@ -70,7 +71,9 @@ std::vector<SEntry> ListEntries(const std::filesystem::path& deepFolder) {
             entries.push_back({deepFolder / name, found.dwFileAttributes});
         }
     } while (FindNextFileW(search, &found) != FALSE);
+    const DWORD end = ::GetLastError();
     FindClose(search);
+    SetLastError(end);
     return entries;
 }
 
@@ -87,9 +90,15 @@ bool SetVariable(const char* name, const std::string& value) {
 
 bool Exists(const std::filesystem::path& path) { return AttributesOf(Deep(path)) != kNothing; }
 
-std::vector<std::filesystem::path> ListFolder(const std::filesystem::path& folder) {
+std::vector<std::filesystem::path> ListFolder(const std::filesystem::path& folder, bool* isWhole) {
+    const std::vector<SEntry> found = ListEntries(Deep(folder));
+    const auto end = static_cast<int>(::GetLastError());
+    if (isWhole != nullptr) {
+        *isWhole = end == ERROR_NO_MORE_FILES || end == ERROR_FILE_NOT_FOUND ||
+                   end == ERROR_PATH_NOT_FOUND;
+    }
     std::vector<std::filesystem::path> entries;
-    for (const SEntry& entry : ListEntries(Deep(folder))) {
+    for (const SEntry& entry : found) {
         entries.push_back(folder / entry.path.filename());
     }
     return entries;

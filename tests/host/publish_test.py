@@ -66,13 +66,27 @@ class PublishTest(unittest.TestCase):
         return profile
 
     def start(self, profile, *options, **more):
+        """Writes into files, because what Wine starts beside may keep a pipe open."""
         command = [*PROGRAM, "convert", profile, self.out / "app.orv", "--progress=none", *options]
-        return subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                text=True, **more)
+        files = [tempfile.TemporaryFile("w+", dir=self.folder) for _ in range(2)]
+        process = subprocess.Popen(command, stdout=files[0], stderr=files[1], **more)
+        process.files = files
+        return process
+
+    @staticmethod
+    def end(process):
+        """Gives what the process has written when it has ended."""
+        process.wait()
+        texts = []
+        for file in process.files:
+            file.seek(0)
+            texts.append(file.read())
+            file.close()
+        return texts
 
     def run_to_end(self, profile, *options, **more):
         process = self.start(profile, *options, **more)
-        out, err = process.communicate()
+        out, err = self.end(process)
         return process.returncode, out, err
 
     def convert(self, profile):
@@ -117,7 +131,7 @@ class PublishTest(unittest.TestCase):
             process = self.start(self.profiles[other], "--replace", "--log", self.log)
             time.sleep(duration * moment / MOMENTS)
             process.send_signal(number)
-            err = process.communicate()[1]
+            err = self.end(process)[1]
             if IN_WINE and self.hidden():
                 # There a folder is replaced in two steps, and the next run undoes half of them.
                 self.assertEqual(self.run_to_end(self.profiles[0])[0], 1)
@@ -144,13 +158,13 @@ class PublishTest(unittest.TestCase):
         while not any(self.out.glob(".cas2orv*/{*")):
             time.sleep(0.001)
         process.send_signal(signal.SIGINT)
-        err = process.communicate()[1]
+        err = self.end(process)[1]
         self.assertEqual(process.returncode, 128 + signal.SIGINT, err)
         self.assertFalse(self.out.exists() or (self.folder / "logs").exists())
 
     def test_of_two_at_once_one_wins(self):
         both = [self.start(profile, "--log", self.log) for profile in self.profiles]
-        errs = [process.communicate()[1] for process in both]
+        errs = [self.end(process)[1] for process in both]
         statuses = [process.returncode for process in both]
         self.assertEqual(sorted(statuses), [1, 3], errs)
         winner = self.state()
