@@ -48,7 +48,10 @@ void SetPhase(EPhase phase) {
     if (State().phase == EPhase::Ending) {
         Rest(lock);
     }
-    State().phase = phase;
+    // Once the result is in its place, a status that says that nothing was changed would be wrong.
+    if (State().phase != EPhase::Forbidden) {
+        State().phase = phase;
+    }
     State().changed.notify_all();
 }
 

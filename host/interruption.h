@@ -17,7 +17,7 @@ public:
     // A signal waits until Allow. `remove` is called on the thread of the signal; it removes all
     // that the conversion has written, while the others rest or are in the middle of a step.
     explicit CInterruption(std::function<void()> remove);
-    // A signal ends the process from here on, as it is.
+    // From here on a signal ends the process as it is, but after Forbid it stays ignored.
     ~CInterruption();
     CInterruption(const CInterruption&) = delete;
     CInterruption& operator=(const CInterruption&) = delete;
@@ -26,8 +26,8 @@ public:
     void Allow();
     // Between two steps of the library, on any thread. Does not return after a signal.
     static void Step();
-    // From here on a signal is ignored, because the result is being moved into its place. Does not
-    // return after a signal.
+    // From here on a signal is ignored until the process ends, because the result is being moved
+    // into its place. Does not return after a signal.
     void Forbid();
 };
 
