@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "foundation/xml_escape.h"
 #include "host/console.h"
 #include "host/manifest_schema.h"
 #include "host/status_text.h"
@@ -44,18 +43,34 @@ const char* Describe(EForm form) {
     }
 }
 
-// The file that a relative path in good form names.
-std::u16string DecodeRelativePath(std::u16string_view portable) {
+// Takes what stands for one unit off the start of a relative path in good form, and returns that
+// unit.
+char16_t TakeUnit(std::u16string_view& path) {
     constexpr std::u16string_view kSid = u"%SID%";
-    CStrW text(portable);
-    UnescapeXmlText(text);
-    std::u16string_view rest = text.View();
+    constexpr std::u16string_view kHex = u"0123456789abcdef";
+    char16_t unit = path[0];
+    std::size_t size = 1;
+    if (path.starts_with(kSid)) {
+        unit = kSidMark;
+        size = kSid.size();
+    } else if (unit == u'|' || path.starts_with(u"~~")) {
+        unit = path[1];
+        size = 2;
+    } else if (unit == u'~') {
+        unit = 0;
+        for (const char16_t digit : path.substr(1, 4)) {
+            unit = static_cast<char16_t>(unit << 4 | kHex.find(digit));
+        }
+        size = 5;
+    }
+    path.remove_prefix(size);
+    return unit;
+}
+
+std::u16string DecodeRelativePath(std::u16string_view path) {
     std::u16string file;
-    while (!rest.empty()) {
-        const bool isSid = rest.starts_with(kSid);
-        const bool isEscape = rest[0] == u'|' && rest.size() > 1;
-        file += isSid ? kSidMark : rest[isEscape ? 1 : 0];
-        rest.remove_prefix(isSid ? kSid.size() : isEscape ? 2 : 1);
+    while (!path.empty()) {
+        file += TakeUnit(path);
     }
     return file;
 }

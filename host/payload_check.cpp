@@ -54,7 +54,7 @@ std::string Quote(const std::u16string& file) {
 
 }  // namespace
 
-CPayloadCheck::CPayloadCheck(fs::path folder, std::span<const SFoundFile> files)
+CPayloadCheck::CPayloadCheck(const fs::path& folder, std::span<const SFoundFile> files)
     : m_folder(platform::LibraryPath(platform::PathBytes(folder)).value_or(u"")) {
     for (const SFoundFile& file : files) {
         m_entries[PathKey(file.path)] = {&file, false};

@@ -16,7 +16,7 @@ namespace host {
 class CPayloadCheck {
 public:
     // `files` are those of the folder, and outlive this object.
-    CPayloadCheck(std::filesystem::path folder, std::span<const SFoundFile> files);
+    CPayloadCheck(const std::filesystem::path& folder, std::span<const SFoundFile> files);
 
     // Takes a file as CheckManifest tells it: a path relative to the folder, in the names of
     // Windows, with kSidMark for the SID of the converting user. What is not there is told now, or

@@ -31,10 +31,10 @@ GOOD = {
     "Bytes": "AB",
 }
 # Texts that are of some forms, and nearly of others.
-SAMPLES = r"""a 0 1 2 3 4 5 7 16 288 -1 -0 00 01 65536 x86 x64 X64 REG_SZ reg_sz REG_DWORD_ 0x0 0xA 0xa
-    0x00 0x 0xA0000006 0xA0000003 AB ab ABC ~ ~~ ~~~ ~0000 ~000d ~00g0 ~D83D ~d83d~de00 ~000
-    | || |% |a %SID% %sid% % %% %SID %CSIDL_WINDOWS% %CSIDL_WINDOWS%\a %CSIDL_WINDOWS%a %Temp%\|%x %TEMP%
-    %Temp%%Temp% %Temp%|%%SID% %Path% %ProgramFiles(x86)%\ %CSIDL_%\ %% |%Temp|% HKEY_USERS
+SAMPLES = r"""a 0 1 2 3 4 5 7 16 288 -1 -0 00 01 65536 x86 x64 X64 REG_SZ reg_sz REG_DWORD_ 0x0
+    0xA 0xa 0x00 0x 0xA0000006 0xA0000003 AB ab ABC ~ ~~ ~~~ ~0000 ~000d ~00g0 ~D83D ~d83d~de00
+    ~000 | || |% |a %SID% %sid% % %% %SID %CSIDL_WINDOWS% %CSIDL_WINDOWS%\a %CSIDL_WINDOWS%a %Temp%\|%x
+    %TEMP% %Temp%%Temp% %Temp%|%%SID% %Path% %ProgramFiles(x86)%\ %CSIDL_%\ %% |%Temp|% HKEY_USERS
     HKEY_LOCAL_MACHINE\a HKEY_CLASSES_ROOT\a HKEY_USERSa HKEY_USERS\%SID% HKEY_USERS\%Temp%\a
     HKEY_CURRENT_USER\ \0\0 a\0\0 a\0 ~\0\0 %Temp%\\a\0\0 %Temp%\0\0 |\0\0""".split()
 FEW = {"x", "File", "Target"}
@@ -75,13 +75,21 @@ class Element:
             yield from child.walk()
 
 
-def change_attributes(element, names):
+def samples(schema_type, tried):
+    """All samples for the first of a type, and for others what tells the types apart."""
+    if schema_type not in tried:
+        tried.add(schema_type)
+        return SAMPLES + list(GOOD.values())
+    return ["", "%", "%SID%", "%Temp%", "7", "288", *GOOD.values()]
+
+
+def change_attributes(element, names, tried):
     """Changes one attribute, and yields each time."""
     good = element.attributes
     for key in good:
         element.attributes = {other: good[other] for other in good if other != key}
         yield
-        for sample in SAMPLES:
+        for sample in samples(element.types[key], tried):
             element.attributes = {**good, key: sample}
             yield
     for name in names - good.keys():
@@ -90,9 +98,9 @@ def change_attributes(element, names):
     element.attributes = good
 
 
-def change_content(element, names, schema):
+def change_content(element, names, schema, tried):
     good_text, good_children = element.text, element.children
-    for sample in SAMPLES:
+    for sample in samples(element.text_type, tried):
         element.text = sample
         yield
     element.text = good_text
@@ -127,21 +135,22 @@ def variants(schema, page):
     """Each manifest that has one thing changed, collection by collection."""
     words = re.findall(r"`([A-Za-z]+)`", page)
     names = set(words) | {"xml:lang", "x"}
+    tried = set()
     package = Element("Package", "Package", schema)
     parts = package.children
     yield package.write()
-    for _ in change_attributes(package, names):
+    for _ in change_attributes(package, names, tried):
         yield package.write()
-    for _ in change_content(package, names - {"xml:lang"}, schema):
+    for _ in change_content(package, names - {"xml:lang"}, schema, tried):
         yield package.write()
     for part in parts:
         package.children = parts[:1] if part is parts[0] else [parts[0], part]
         for element in part.walk():
             # What has none is tried with few: it stands for many of its kind.
-            for _ in change_attributes(element, names if element.attributes else FEW):
+            for _ in change_attributes(element, names if element.attributes else FEW, tried):
                 yield package.write()
             children = names - {"xml:lang"} if element.children else FEW
-            for _ in change_content(element, children, schema):
+            for _ in change_content(element, children, schema, tried):
                 yield package.write()
     package.children = [parts[0], next(part for part in parts if part.name == "DeleteFiles")]
     target = package.children[1].children[0]
