@@ -47,11 +47,12 @@ else()
             RENAME copyright)
 endif()
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${documentation_folder}")
-install(FILES "${PROJECT_SOURCE_DIR}/docs/machine.md" "${PROJECT_SOURCE_DIR}/docs/manifest.md"
+install(FILES "${PROJECT_SOURCE_DIR}/docs/json.md" "${PROJECT_SOURCE_DIR}/docs/machine.md"
+              "${PROJECT_SOURCE_DIR}/docs/manifest.md" "${PROJECT_SOURCE_DIR}/docs/record.md"
         DESTINATION "${documentation_folder}/docs")
 
-# The schema of manifests, for validators.
-install(FILES "${PROJECT_SOURCE_DIR}/docs/manifest.xsd"
+# The schemas of manifests and of what the program prints, for validators.
+install(FILES "${PROJECT_SOURCE_DIR}/docs/json.schema.json" "${PROJECT_SOURCE_DIR}/docs/manifest.xsd"
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/orvcasconv")
 
 # The licences of what ends up inside the library and the program ask to go with them.

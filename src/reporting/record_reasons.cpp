@@ -81,6 +81,10 @@ constexpr SReason kReasons[] = {
     {"place-taken", Failed, Loss,
      "Another thing has the same place in the result, and only one of the two is there.",
      "Rename one of the two in the capture, and convert again."},
+    {"token-in-name", Failed, Loss,
+     "The name has what a manifest takes for a token, so the manifest names another payload file.",
+     "Rename it in the capture, so that no part of its path is the name of a variable in percent "
+     "signs; then convert again."},
     {"item-incomplete", Failed, Loss, "The item lacks what the manifest needs, and is not in it.",
      "A shortcut may have no target that this machine knows. A machine description can add it."},
     {"no-memory", Failed, Loss, "There was not enough memory for it.",

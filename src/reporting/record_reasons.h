@@ -66,6 +66,7 @@ enum class EReason : std::uint8_t {
     ShortcutFailed,
     NoPayloadName,
     PlaceTaken,
+    TokenInName,
     ItemIncomplete,
     NoMemory,
     FolderUnread,

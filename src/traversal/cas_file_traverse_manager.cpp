@@ -309,8 +309,19 @@ bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
     // Without the prefix of long paths, so that the payload of a deep file is named like any other.
     const CStrW collapsed = m_pathConverter->Collapse(target.ToPlainString());
     const CFilePathW relative = MakePayloadName(collapsed);
-    const bool isNew =
-        m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative) != nullptr;
+    const COrvCreateFile* const added =
+        m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative);
+    const bool isNew = added != nullptr;
+    // The item expands what looks like a token, but the payload keeps its name.
+    if (isNew && CRecord::IsOn() && HasUnit(collapsed, u'%') &&
+        added->GetContent().relativeSource != relative.ToString()) {
+        GetRecord().Add({.thing = EThing::File,
+                         .reason = EReason::TokenInName,
+                         .source = name,
+                         .collection = u"CreateFiles",
+                         .target = target.ToString().View(),
+                         .detail = added->GetContent().relativeSource});
+    }
     // If the package has the item already, the file is copied all the same.
     CopyPayload(path, name, relative);
     return isNew;

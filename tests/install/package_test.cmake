@@ -35,7 +35,7 @@ else()
     endif()
 endif()
 
-foreach(file include/orvcasconv/orvcasconv.h share/orvcasconv/manifest.xsd lib/cmake/OrvCasConv/OrvCasConvConfig.cmake ${files})
+foreach(file include/orvcasconv/orvcasconv.h share/orvcasconv/manifest.xsd share/orvcasconv/json.schema.json lib/cmake/OrvCasConv/OrvCasConvConfig.cmake ${files})
     if(NOT EXISTS "${root}/${file}")
         message(FATAL_ERROR "not in the package: ${file}")
     endif()

@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Compares records of conversions with what their captures hold, found without the library.
 
-usage: record_test.py PROGRAM FOLDER...
+usage: record_test.py PROGRAM DOCS FOLDER
 
-Converts every *.profile below the folders with a record of everything. Each captured folder, file
+Converts every *.profile below the folder with a record of everything. Each captured folder, file
 and deletion mark, and each key and value of a hive that hivexml can read, has a line there, and no
-line names another one. The head counts the losses that the lines tell of.
+line names another one. The head counts the losses that the lines tell of, each reason is on the
+page record.md, and the exit status fits. What commands print with --json fits json.schema.json.
 """
 
 import json
@@ -87,37 +88,72 @@ def check_target(lines, folder):
     return problems
 
 
-def check(program, profile, folder):
+def check(program, profile, folder, page):
+    """Returns what is wrong, the number of lines, and what was printed as JSON."""
     record = pathlib.Path(folder, "record.jsonl")
-    environment = dict(os.environ, ORVCASCONV_RECORD=str(record))
-    subprocess.run([program, "convert", str(profile), f"{folder}/out/app.orv", "--progress=none"],
-                   env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                   check=False, timeout=600)
+    printed = []
+
+    def run(*arguments):
+        result = subprocess.run([program, *map(str, arguments), "--json"], stdout=subprocess.PIPE,
+                                stderr=subprocess.DEVNULL, check=False, timeout=600)
+        printed.append(result.stdout.decode())
+        return result.returncode
+
+    status = run("convert", profile, f"{folder}/out/app.orv", "--progress=none", "--record", record)
+    checked = run("check", profile, "--progress=none")
+    run("targets", profile)
+    run("verify", f"{folder}/out")
+    problems = [] if checked == status else [f"convert ends with {status}, check with {checked}"]
+    if not record.exists():
+        return problems + ([] if status == 1 else ["there is no record"]), 0, printed
+    run("explain", record)
     head, *lines = map(json.loads, record.read_text(encoding="utf-8").splitlines())
-    problems = [] if head["state"] == "whole" else [f"the record is {head['state']}"]
+    problems += [] if head["state"] == "whole" else [f"the record is {head['state']}"]
     losses = sum(line["outcome"] in ("failed", "not read") and
                  not line["reason"].endswith("-missing") for line in lines)
     if losses != head["losses"]:
         problems.append(f"{losses} losses, but the head has {head['losses']}")
+    if status not in ((3,) if losses else (0, 3)):
+        problems.append(f"{losses} losses, but the status is {status}")
+    problems += [f"{reason} is not on the page" for reason in {line["reason"] for line in lines}
+                 if f"`{reason}` |" not in page]
     for number, target in targets_of(lines).items():
         problems += check_target([line for line in lines if line["in"] == number], target)
-    return problems, len(lines)
+    return problems, len(lines), printed
+
+
+def validate(printed, schema):
+    """Runs a public validator, once over all that was printed."""
+    with tempfile.TemporaryDirectory() as folder:
+        names = []
+        for number, text in enumerate(printed):
+            name = pathlib.Path(folder, f"{number}.json")
+            name.write_text(text, encoding="utf-8")
+            names += ["-i", str(name)]
+        result = subprocess.run(["jsonschema", *names, str(schema)], stdout=subprocess.PIPE,
+                                stderr=subprocess.STDOUT, check=False)
+    return result.stdout.decode() if result.returncode else ""
 
 
 def main():
-    program, *folders = sys.argv[1:]
-    profiles = sorted(profile for folder in folders for profile in pathlib.Path(folder).rglob("*.profile"))
+    program, docs, packages = sys.argv[1:]
+    page = pathlib.Path(docs, "record.md").read_text(encoding="utf-8")
+    profiles = sorted(pathlib.Path(packages).rglob("*.profile"))
     failed = 0
     count = 0
+    printed = []
     for profile in profiles:
         with tempfile.TemporaryDirectory() as folder:
-            problems, lines = check(program, profile, folder)
+            problems, lines, texts = check(program, profile, folder, page)
         count += lines
         failed += bool(problems)
+        printed += texts
         for problem in problems[:10]:
             print(f"{profile}: {problem}")
+    faults = validate(printed, pathlib.Path(docs, "json.schema.json"))
+    print(faults[:2000])
     print(f"{len(profiles)} packages, {count} lines, {failed} packages with differences")
-    return 1 if failed or not profiles else 0
+    return 1 if failed or faults or not profiles else 0
 
 
 if __name__ == "__main__":
