@@ -124,13 +124,16 @@ std::optional<SLine> ParseLine(std::string line) {
 bool MayReplace(const fs::path& path) {
     std::error_code error;
     const fs::file_type type = fs::symlink_status(path, error).type();
+    if (type != fs::file_type::regular) {
+        return type == fs::file_type::not_found;
+    }
     std::ifstream lines(path, std::ios::binary);
     std::string line;
-    bool isList = type == fs::file_type::regular;
+    bool isList = true;
     while (isList && std::getline(lines, line)) {
         isList = ParseLine(line).has_value();
     }
-    return type == fs::file_type::not_found || (isList && lines.eof());
+    return isList && lines.eof();
 }
 
 }  // namespace

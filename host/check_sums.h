@@ -17,7 +17,8 @@ constexpr const char* kSumsName = "SHA256SUMS";
 // no file kSumsName.
 [[nodiscard]] std::string WriteCheckSums(const std::filesystem::path& folder);
 
-// Compares the bytes of `files`, which are those of the folder, with the file kSumsName among them.
+// Compares the bytes of `files`, which are those of the folder, with the regular file kSumsName
+// among them.
 // Tells what is missing, is not listed, cannot be read or has other bytes. Files that are not
 // regular are nobody's: a link could lead anywhere.
 void VerifyCheckSums(const std::filesystem::path& folder, std::span<const SFoundFile> files,

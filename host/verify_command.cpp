@@ -178,7 +178,7 @@ void CVerification::VerifyTarget(const fs::path& folder, std::span<const SFoundF
         if (file.name == onlyManifest || IsManifest(file)) {
             isWhole &= VerifyManifest(file, isTold, payload);
             others.insert(file.name);
-        } else if (file.name == kSumsName) {
+        } else if (file.name == kSumsName && file.isRegular) {
             hasSums = true;
             others.insert(file.name);
         }

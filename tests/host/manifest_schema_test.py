@@ -33,8 +33,9 @@ GOOD = {
 # Texts that are of some forms, and nearly of others.
 SAMPLES = r"""a 0 1 2 3 4 5 7 16 288 -1 -0 00 01 65536 x86 x64 X64 REG_SZ reg_sz REG_DWORD_ 0x0
     0xA 0xa 0x00 0x 0xA0000006 0xA0000003 AB ab ABC ~ ~~ ~~~ ~0000 ~000d ~00g0 ~D83D ~d83d~de00
-    ~000 | || |% |a %SID% %sid% % %% %SID %CSIDL_WINDOWS% %CSIDL_WINDOWS%\a %CSIDL_WINDOWS%a %Temp%\|%x
-    %TEMP% %Temp%%Temp% %Temp%|%%SID% %Path% %ProgramFiles(x86)%\ %CSIDL_%\ %% |%Temp|% HKEY_USERS
+    ~000 | || |% |a %SID% %sid% % %% %SID %CSIDL_WINDOWS% %CSIDL_WINDOWS%\a %Temp%\|%x
+    %CSIDL_WINDOWS%a %TEMP% %Temp%%Temp% %Temp%|%%SID% %Path% %ProgramFiles(x86)%\ %CSIDL_%\ %%
+    |%Temp|% HKEY_USERS
     HKEY_LOCAL_MACHINE\a HKEY_CLASSES_ROOT\a HKEY_USERSa HKEY_USERS\%SID% HKEY_USERS\%Temp%\a
     HKEY_CURRENT_USER\ \0\0 a\0\0 a\0 ~\0\0 %Temp%\\a\0\0 %Temp%\0\0 |\0\0""".split()
 FEW = {"x", "File", "Target"}
