@@ -120,7 +120,7 @@ void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets
         GetRecord().Add({.thing = EThing::Target,
                          .reason = isNew ? EReason::Created : EReason::SameGuid,
                          .source = TargetFolder(*target).ToString().View(),
-                         .target = package.GetManifestPath().ToString().View(),
+                         .target = CStrW(guid + u'\\' + orvFile.GetFileName().GetText()).View(),
                          .detail = target->Name});
         progress.Step();
     }

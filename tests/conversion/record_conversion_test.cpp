@@ -21,13 +21,12 @@ protected:
         ConversionTest::TearDown();
     }
 
-    // Converts a package and gives the reasons of the record, sorted, each after the end of its
-    // source or target.
+    // Converts a package and gives the reasons of the record, sorted.
     std::vector<std::string> ReasonsOf(const CTestPackage& package) {
         static_cast<void>(Convert(package));
         const std::string record = m_folder.ReadFile("record");
         std::vector<std::string> reasons;
-        const std::regex line(R"re("reason":"([a-z-]+)".*?([^\\"/:]*)"[,}][^"]*\n)re");
+        const std::regex line(R"re("reason":"([a-z-]+)")re");
         for (std::sregex_iterator match(record.begin(), record.end(), line), last; match != last;
              ++match) {
             reasons.push_back((*match)[1]);
@@ -50,13 +49,15 @@ TEST_F(RecordConversionTest, WhatIsLostHasALineAndTheHeadCounts) {
 
     // The manifest and a script take the places of captured files; one shortcut is none.
     EXPECT_THAT(ReasonsOf(CTestPackage().Target(TestTarget()
-                                                    .File("SystemDrive/a.txt")
+                                                    .File("X/SystemDrive/a.txt")
                                                     .File("C/a.txt")
-                                                    .File("InstallActions/Target_go.cmd")
+                                                    .File("X/app.orv")
+                                                    .File("X/InstallActions/Target_go.cmd")
                                                     .Script("go.cmd", "x")
                                                     .File("C/bad.lnk", "no link"))),
-                ElementsAre("item-incomplete", "place-taken", "place-taken", "shortcut-failed"));
-    EXPECT_THAT(m_head, HasSubstr(R"("losses":4,"missing":0})"));
+                ElementsAre("item-incomplete", "place-taken", "place-taken", "place-taken",
+                            "shortcut-failed"));
+    EXPECT_THAT(m_head, HasSubstr(R"("losses":5,"missing":0})"));
 
     EXPECT_THAT(ReasonsOf(CTestPackage().Target(OtherTarget())),
                 ElementsAre("files-missing", "hive-missing", "rules-unread"));

@@ -179,7 +179,7 @@ TEST_F(CliTest, TargetsOfOneGuidAreALoss) {
                           "out/app.orv", "--progress=none"});
     EXPECT_EQ(run.status, 3);
     EXPECT_THAT(run.err,
-                StartsWith("cas2orv: several targets have the GUID " + std::string(kGuid)));
+                HasSubstr("_1': Another target has the same GUID, and so the same folder.\n"));
 }
 
 TEST_F(CliTest, MachineDescriptionCanBeGivenBack) {
