@@ -2,9 +2,11 @@
 
 // Half of a surrogate pair, which a name of Windows may have, is no fault here.
 #define RAPIDJSON_ASSERT(condition) static_cast<void>(0)
-#include <rapidjson/document.h>
+#include <rapidjson/reader.h>
 
+#include <algorithm>
 #include <fstream>
+#include <string_view>
 
 #include "host/console.h"
 #include "platform/utf8.h"
@@ -15,33 +17,125 @@ namespace {
 
 constexpr std::int64_t kVersion = 1;
 
-using Document = rapidjson::GenericDocument<rapidjson::UTF16<char16_t>>;
+using Utf16 = rapidjson::UTF16<char16_t>;
 
-const Document::ValueType* Find(const Document& object, const char16_t* name) {
-    const auto member = object.FindMember(name);
-    return member == object.MemberEnd() ? nullptr : &member->value;
-}
+// All that a line may have, be it the head or another one.
+struct SLine : SRecordEntry {
+    std::int64_t record = 0;  // the version of the format
+    std::string state;
+    std::uint64_t losses = 0;
+    std::uint64_t missing = 0;
+};
 
-std::u16string TextOf(const Document& object, const char16_t* name) {
-    const auto* const value = Find(object, name);
-    return value != nullptr && value->IsString()
-               ? std::u16string(value->GetString(), value->GetStringLength())
-               : std::u16string();
-}
+template <class TValue>
+struct SField {
+    std::u16string_view name;
+    TValue SLine::*value;
+};
 
-std::string WordOf(const Document& object, const char16_t* name) {
-    return platform::Utf16ToUtf8(TextOf(object, name));
-}
-
-std::int64_t NumberOf(const Document& object, const char16_t* name) {
-    const auto* const value = Find(object, name);
-    return value != nullptr && value->IsInt64() ? value->GetInt64() : 0;
-}
-
+constexpr SField<std::u16string> kTexts[] = {{u"source", &SLine::source},
+                                             {u"target", &SLine::target},
+                                             {u"name", &SLine::name},
+                                             {u"detail", &SLine::detail}};
+constexpr SField<std::string> kWords[] = {{u"thing", &SLine::thing},
+                                          {u"outcome", &SLine::outcome},
+                                          {u"reason", &SLine::reason},
+                                          {u"collection", &SLine::collection},
+                                          {u"state", &SLine::state}};
+constexpr SField<std::int64_t> kNumbers[] = {{u"status", &SLine::status},
+                                             {u"record", &SLine::record}};
 // What cannot be negative.
-std::uint64_t CountOf(const Document& object, const char16_t* name) {
-    return static_cast<std::uint64_t>(std::max<std::int64_t>(0, NumberOf(object, name)));
+constexpr SField<std::uint64_t> kCounts[] = {{u"in", &SLine::in},
+                                             {u"log", &SLine::log},
+                                             {u"line", &SLine::line},
+                                             {u"losses", &SLine::losses},
+                                             {u"missing", &SLine::missing}};
+
+// Null for a field of another kind, or one that is not known.
+template <class TValue, std::size_t kCount>
+TValue* Find(SLine& line, std::u16string_view name, const SField<TValue> (&fields)[kCount]) {
+    for (const SField<TValue>& field : fields) {
+        if (field.name == name) {
+            return &(line.*field.value);
+        }
+    }
+    return nullptr;
 }
+
+// Takes the values of one object as the parser comes to them. What is not known is passed over,
+// with all that is in it.
+class CLineHandler : public rapidjson::BaseReaderHandler<Utf16, CLineHandler> {
+public:
+    // Begins a line. Texts keep their memory for the next one.
+    void Clear() {
+        const auto clear = [this](const auto& fields) {
+            for (const auto& field : fields) {
+                (m_line.*field.value) = {};
+            }
+        };
+        clear(kNumbers);
+        clear(kCounts);
+        for (const auto& field : kTexts) {
+            (m_line.*field.value).clear();
+        }
+        for (const auto& field : kWords) {
+            (m_line.*field.value).clear();
+        }
+        m_depth = 0;
+        m_isObject = false;
+    }
+    [[nodiscard]] const SLine& GetLine() const { return m_line; }
+    [[nodiscard]] bool IsObject() const { return m_isObject; }
+
+    // The parser calls what follows, by these names.
+    bool StartObject() {
+        m_isObject = m_isObject || m_depth == 0;
+        return StartArray();
+    }
+    bool EndObject(rapidjson::SizeType /*count*/) { return EndArray(0); }
+    bool StartArray() {
+        ++m_depth;
+        return true;
+    }
+    bool EndArray(rapidjson::SizeType /*count*/) {
+        --m_depth;
+        return true;
+    }
+    bool Key(const char16_t* text, rapidjson::SizeType length, bool /*isCopy*/) {
+        m_name.assign(text, m_depth == 1 ? length : 0);
+        return true;
+    }
+    bool String(const char16_t* text, rapidjson::SizeType length, bool /*isCopy*/) {
+        if (m_depth != 1) {
+            return true;
+        }
+        if (std::u16string* const value = Find(m_line, m_name, kTexts)) {
+            value->assign(text, length);
+        } else if (std::string* const word = Find(m_line, m_name, kWords)) {
+            *word = platform::Utf16ToUtf8({text, length});
+        }
+        return true;
+    }
+    bool Int(int number) { return Int64(number); }
+    bool Uint(unsigned number) { return Int64(number); }
+    bool Int64(std::int64_t number) {
+        if (m_depth != 1) {
+            return true;
+        }
+        if (std::int64_t* const value = Find(m_line, m_name, kNumbers)) {
+            *value = number;
+        } else if (std::uint64_t* const count = Find(m_line, m_name, kCounts)) {
+            *count = static_cast<std::uint64_t>(std::max<std::int64_t>(0, number));
+        }
+        return true;
+    }
+
+private:
+    SLine m_line;
+    std::u16string m_name;
+    std::size_t m_depth = 0;
+    bool m_isObject = false;
+};
 
 // Puts U+FFFD in place of the first half of a pair that is alone, which the parser takes for a
 // fault. In a record only halves that are alone are escapes.
@@ -55,32 +149,33 @@ void ReplaceLoneHalves(std::string& line) {
     }
 }
 
-bool Parse(std::string& line, Document& object) {
-    object.Parse<rapidjson::kParseDefaultFlags, rapidjson::UTF8<>>(line.c_str());
-    if (object.HasParseError() &&
-        object.GetParseError() == rapidjson::kParseErrorStringUnicodeSurrogateInvalid) {
-        ReplaceLoneHalves(line);
-        object.Parse<rapidjson::kParseDefaultFlags, rapidjson::UTF8<>>(line.c_str());
+// Reads one line after the other. What a line has needs memory only until the next one.
+class CLineParser {
+public:
+    bool Parse(std::string& line) {
+        if (ParseOnce(line)) {
+            return true;
+        }
+        if (m_reader.GetParseErrorCode() == rapidjson::kParseErrorStringUnicodeSurrogateInvalid) {
+            ReplaceLoneHalves(line);
+            return ParseOnce(line);
+        }
+        return false;
     }
-    return !object.HasParseError() && object.IsObject();
-}
+    [[nodiscard]] const SLine& GetLine() const { return m_handler.GetLine(); }
 
-SRecordEntry EntryOf(const Document& object) {
-    SRecordEntry entry;
-    entry.in = CountOf(object, u"in");
-    entry.thing = WordOf(object, u"thing");
-    entry.outcome = WordOf(object, u"outcome");
-    entry.reason = WordOf(object, u"reason");
-    entry.source = TextOf(object, u"source");
-    entry.name = TextOf(object, u"name");
-    entry.collection = WordOf(object, u"collection");
-    entry.target = TextOf(object, u"target");
-    entry.detail = TextOf(object, u"detail");
-    entry.status = NumberOf(object, u"status");
-    entry.line = CountOf(object, u"line");
-    entry.log = CountOf(object, u"log");
-    return entry;
-}
+private:
+    // Iterative, because a line may have any depth.
+    bool ParseOnce(const std::string& line) {
+        m_handler.Clear();
+        rapidjson::StringStream stream(line.c_str());
+        return !m_reader.Parse<rapidjson::kParseIterativeFlag>(stream, m_handler).IsError() &&
+               m_handler.IsObject();
+    }
+
+    rapidjson::GenericReader<rapidjson::UTF8<>, Utf16> m_reader;
+    CLineHandler m_handler;
+};
 
 }  // namespace
 
@@ -91,23 +186,26 @@ std::string ReadRecord(const std::filesystem::path& file, SRecordHead& head,
         return "the record " + Quote(file) + " cannot be read";
     }
     std::string line;
-    Document object;
+    CLineParser parser;
     const auto isNext = [&] { return static_cast<bool>(std::getline(record, line)); };
-    if (!isNext() || !Parse(line, object) || NumberOf(object, u"record") == 0) {
+    // A file of another kind may have a first line without end.
+    if (record.peek() != '{' || !isNext() || !parser.Parse(line) || parser.GetLine().record == 0) {
         return Quote(file) + " is no record of a conversion";
     }
-    if (NumberOf(object, u"record") > kVersion) {
+    const SLine& read = parser.GetLine();
+    if (read.record > kVersion) {
         return "the record " + Quote(file) + " is of a newer version; use that program to read it";
     }
-    head = {WordOf(object, u"state"), NumberOf(object, u"status"), CountOf(object, u"losses"),
-            CountOf(object, u"missing")};
+    head = {read.state, read.status, read.losses, read.missing};
     for (std::size_t number = 2; isNext(); ++number) {
-        if (!Parse(line, object)) {
-            return record.eof() ? ""
-                                : "the record " + Quote(file) + " is damaged in line " +
-                                      std::to_string(number);
+        // The line that is being written when the conversion is killed is no fault.
+        const bool mayBeCutOff = record.eof() && head.state != "whole";
+        if (!parser.Parse(line)) {
+            return mayBeCutOff ? ""
+                               : "the record " + Quote(file) + " is damaged in line " +
+                                     std::to_string(number);
         }
-        handle(EntryOf(object));
+        handle(read);
     }
     return "";
 }

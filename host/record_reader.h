@@ -34,8 +34,9 @@ struct SRecordEntry {
 using RecordEntryHandler = std::function<void(const SRecordEntry& entry)>;
 
 // Reads a record and calls `handle` for each of its lines, in their order. A last line that is cut
-// off is left out. Any other line that is not as it should be ends the reading. Returns what is
-// wrong, with what to do; empty when all was read. The memory does not grow with the record.
+// off is left out, unless the head says that the record is whole. Any other line that is not as it
+// should be ends the reading. Returns what is wrong, with what to do; empty when all was read. The
+// memory does not grow with the record.
 [[nodiscard]] std::string ReadRecord(const std::filesystem::path& file, SRecordHead& head,
                                      const RecordEntryHandler& handle);
 
