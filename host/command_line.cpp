@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <optional>
 
+#include "host/suggestion.h"
+
 namespace host {
 
 namespace {
@@ -15,7 +17,7 @@ constexpr const char* kDescription =
     "with its payload beside it.";
 
 constexpr const char* kFooter =
-    "'cas2orv COMMAND --help' tells more of a command.\n"
+    "'cas2orv help COMMAND' tells more of a command.\n"
     "\n"
     "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
     "3 not whole: something is lost, or the log has errors.";
@@ -59,6 +61,19 @@ constexpr const char* kCheckFooter =
     "Exit status: 0 all would arrive; 1 failed, the message says why; 2 wrong arguments;\n"
     "3 something would be lost.";
 
+constexpr const char* kExplainFooter =
+    "A PATTERN names keys, values, files and other things of the package, or the places of\n"
+    "their items: '*' is any text, '?' one character; without both it is found anywhere in a\n"
+    "name. Letter case does not count. HKLM, HKCU, HKCR and HKU may stand at its start. Files\n"
+    "are also found by their paths on this system.\n"
+    "\n"
+    "Example: cas2orv explain app.jsonl 'HKLM\\SOFTWARE\\*'\n"
+    "\n"
+    "Exit status: 0 done; 1 nothing has such a name, or the record is not whole;\n"
+    "2 wrong arguments.";
+
+constexpr const char* kHelpFooter = "Example: cas2orv help convert";
+
 constexpr const char* kConvertUsage =
     "cas2orv convert PROFILE OUT.orv [--replace] [--log FILE] [--machine FILE] "
     "[--record FILE] [--progress auto|plain|none] [--sums] [--strict] [--json]";
@@ -67,7 +82,20 @@ constexpr const char* kCheckUsage =
 constexpr const char* kTargetsUsage = "cas2orv targets PROFILE [--machine FILE] [--json]";
 constexpr const char* kMachineUsage = "cas2orv machine [--machine FILE] [--json]";
 constexpr const char* kVerifyUsage = "cas2orv verify MANIFEST|FOLDER... [--json]";
-constexpr const char* kCommands = "convert, check, targets, machine or verify";
+constexpr const char* kCommands = "convert, check, targets, machine, verify, explain or help";
+constexpr const char* kExplainUsage = "cas2orv explain RECORD [PATTERN] [--json]";
+constexpr const char* kHelpUsage = "cas2orv help [COMMAND]";
+
+// The long names of the options, with their dashes.
+std::vector<std::string> OptionNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : app.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            names.push_back("--" + name);
+        }
+    }
+    return names;
+}
 
 // The parser of one command line. It fills the command while it reads.
 class CParser {
@@ -83,11 +111,15 @@ private:
     void AddRun(CLI::App& app);
     void AddConvert();
     void AddCheck();
+    void AddExplain();
+    void AddHelp();
 
+    [[nodiscard]] std::variant<SCommand, SReply> Help() const;
     [[nodiscard]] std::string GetPath() const;
     [[nodiscard]] std::string GetUsage() const;
     [[nodiscard]] std::string DescribeFailure(const CLI::ParseError& error) const;
     [[nodiscard]] std::string DescribeMissing() const;
+    [[nodiscard]] std::string DescribeUnknown(const std::string& word) const;
     [[nodiscard]] std::string DescribeExtra() const;
     [[nodiscard]] std::string DescribeCount(const CLI::ParseError& error) const;
     [[nodiscard]] std::optional<std::string> FindBadValue() const;
@@ -95,7 +127,9 @@ private:
 
     SCommand m_command;
     std::string m_progress = "auto";
+    std::string m_topic;  // of help
     CLI::App m_app{kDescription, "cas2orv"};
+    const CLI::App* m_help = nullptr;
     const CLI::App* m_verb = nullptr;  // the command that was given; null before it is read
 };
 
@@ -124,6 +158,8 @@ CParser::CParser() {
         ->required()
         ->type_name("MANIFEST|FOLDER");
     AddJson(*verify);
+    AddExplain();
+    AddHelp();
 }
 
 CLI::App* CParser::AddVerb(EVerb verb, const char* name, const char* description,
@@ -210,6 +246,28 @@ void CParser::AddRun(CLI::App& app) {
     AddJson(app);
 }
 
+void CParser::AddExplain() {
+    CLI::App& app = *AddVerb(EVerb::Explain, "explain", "Tell from a record what became of things",
+                             kExplainFooter);
+    app.add_option("RECORD", m_command.record, "The record of a conversion")
+        ->required()
+        ->type_name("");
+    app.add_option("PATTERN", m_command.pattern,
+                   "What to tell of; without, how many things had\n"
+                   "which outcome, and why")
+        ->type_name("");
+    AddJson(app);
+}
+
+void CParser::AddHelp() {
+    CLI::App* const app = m_app.add_subcommand("help", "Print the help of a command, or this help");
+    app->group("Commands");
+    app->footer(kHelpFooter);
+    app->add_option("COMMAND", m_topic, "The command")->type_name("");
+    app->preparse_callback([this, app](std::size_t) { m_verb = app; });
+    m_help = app;
+}
+
 std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& arguments) {
     // CLI11 takes the arguments in reverse order.
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
@@ -225,10 +283,24 @@ std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& ar
     if (const std::optional<std::string> problem = FindBadValue()) {
         return Complain(*problem);
     }
+    if (m_verb == m_help) {
+        return Help();
+    }
     m_command.progress = m_progress == "plain"  ? EProgressStyle::Plain
                          : m_progress == "none" ? EProgressStyle::None
                                                 : EProgressStyle::Auto;
     return m_command;
+}
+
+// As the option prints it, which a parser that has read a command does only for that command.
+std::variant<SCommand, SReply> CParser::Help() const {
+    if (m_topic.empty()) {
+        return CParser().Parse({"--help"});
+    }
+    const auto found =
+        m_app.get_subcommands([this](const CLI::App* verb) { return verb->get_name() == m_topic; });
+    return found.empty() ? Complain(DescribeUnknown(m_topic))
+                         : CParser().Parse({m_topic, "--help"});
 }
 
 std::string CParser::GetPath() const {
@@ -239,11 +311,15 @@ std::string CParser::GetUsage() const {
     if (m_verb == nullptr) {
         return "cas2orv COMMAND ...";
     }
+    if (m_verb == m_help) {
+        return kHelpUsage;
+    }
     return m_command.verb == EVerb::Convert   ? kConvertUsage
            : m_command.verb == EVerb::Check   ? kCheckUsage
            : m_command.verb == EVerb::Targets ? kTargetsUsage
            : m_command.verb == EVerb::Machine ? kMachineUsage
-                                              : kVerifyUsage;
+           : m_command.verb == EVerb::Verify  ? kVerifyUsage
+                                              : kExplainUsage;
 }
 
 SReply CParser::Complain(const std::string& problem) const {
@@ -275,12 +351,26 @@ std::string CParser::DescribeMissing() const {
                    ? "convert needs two paths: the package's profile file and that of the output"
                : m_command.verb == EVerb::Verify
                    ? "verify needs a path: a manifest, or a folder with some"
+               : m_command.verb == EVerb::Explain
+                   ? "explain needs a path: the record that convert --record has written"
                    : m_verb->get_name() + " needs a path: the package's profile file";
     }
     const std::vector<std::string> words = m_app.remaining();
-    const std::string start =
-        words.empty() ? "a command is missing" : "'" + words.front() + "' is no command of cas2orv";
-    return start + "; begin with " + kCommands;
+    return words.empty() ? std::string("a command is missing; begin with ") + kCommands
+                         : DescribeUnknown(words.front());
+}
+
+// Of a word in the place of a command.
+std::string CParser::DescribeUnknown(const std::string& word) const {
+    const bool isOption = word.starts_with('-');
+    std::vector<std::string> words = isOption ? OptionNames(m_app) : std::vector<std::string>();
+    for (const CLI::App* const verb : m_app.get_subcommands({})) {
+        words.push_back(verb->get_name());
+    }
+    const std::string similar = FindSimilar(word, words);
+    return "'" + word + "' is no " + (isOption ? "option" : "command") + " of cas2orv; " +
+           (similar.empty() ? std::string("begin with ") + kCommands
+                            : "did you mean '" + similar + "'?");
 }
 
 std::string CParser::DescribeExtra() const {
@@ -294,9 +384,14 @@ std::string CParser::DescribeExtra() const {
         return "'" + words.front() +
                "' is one argument too many; a path with blanks needs quotes around it";
     }
-    return early.empty() ? "'" + *option + "' is no option of " + m_verb->get_name() +
-                               "; write ./" + *option + " if it is a file"
-                         : "'" + *option + "' stands before the command; write it behind";
+    if (!early.empty()) {
+        return "'" + *option + "' stands before the command; write it behind";
+    }
+    const std::string similar =
+        FindSimilar(option->substr(0, option->find('=')), OptionNames(*m_verb));
+    return "'" + *option + "' is no option of " + m_verb->get_name() + "; " +
+           (similar.empty() ? "write ./" + *option + " if it is a file"
+                            : "did you mean '" + similar + "'?");
 }
 
 std::string CParser::DescribeCount(const CLI::ParseError& error) const {
@@ -319,7 +414,8 @@ std::optional<std::string> CParser::FindBadValue() const {
         }
         const std::string name = option->get_name();
         if (values.front().empty()) {
-            return name + " is empty; write a path";
+            const bool mayBeMissing = option->get_positional() && !option->get_required();
+            return name + (mayBeMissing ? " is empty; leave it out" : " is empty; write a path");
         }
         // Probably the value was forgotten, and the next option was taken as the value.
         if (option->nonpositional() && values.front().front() == '-') {

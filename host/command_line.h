@@ -7,7 +7,7 @@
 
 namespace host {
 
-enum class EVerb { Convert, Check, Targets, Machine, Verify };
+enum class EVerb { Convert, Check, Targets, Machine, Verify, Explain };
 
 enum class EProgressStyle { Auto, Plain, None };
 
@@ -18,7 +18,7 @@ struct SCommand {
     std::string profile;
     std::string output;
     std::string log;
-    std::string record;
+    std::string record;  // that convert saves or explain reads
     std::string machine;
     EProgressStyle progress = EProgressStyle::Auto;
     bool mayReplace = false;
@@ -26,6 +26,7 @@ struct SCommand {
     bool isStrict = false;
     bool hasSums = false;            // of convert
     std::vector<std::string> paths;  // of verify
+    std::string pattern;             // of explain
 };
 
 // A text to print instead of running a command: help or the version, or what is wrong with the

@@ -1,8 +1,7 @@
 #include "host/losses.h"
 
-#include <algorithm>
-
 #include "host/console.h"
+#include "host/record_summary.h"
 #include "host/status_text.h"
 #include "host/system.h"
 #include "platform/local_paths.h"
@@ -12,13 +11,6 @@
 namespace host {
 
 namespace {
-
-// The row of a reason; null for one of a newer version.
-const SReason* FindReason(const std::string& name) {
-    const auto reasons = GetReasons();
-    const auto found = std::ranges::find(reasons, name, &SReason::name);
-    return found == reasons.end() ? nullptr : &*found;
-}
 
 bool IsOfRegistry(const SRecordEntry& entry) {
     return entry.thing == "key" || entry.thing == "value" || entry.thing == "variable";

@@ -11,6 +11,7 @@
 #include "host/console.h"
 #include "host/convert_command.h"
 #include "host/exit_status.h"
+#include "host/explain_command.h"
 #include "host/inquiry_commands.h"
 #include "host/json.h"
 #include "host/system.h"
@@ -49,6 +50,8 @@ int RunCommand(const SCommand& command, CJsonWriter& json) {
             return RunMachine(command, json);
         case EVerb::Verify:
             return RunVerify(command, json);
+        case EVerb::Explain:
+            return RunExplain(command, json);
     }
     return kExitUsage;
 }

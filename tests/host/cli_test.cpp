@@ -11,6 +11,7 @@
 
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -172,6 +173,36 @@ TEST_F(CliTest, VerifyTellsWhatIsNotAsItWasConverted) {
         EXPECT_THAT(bad.err, HasSubstr(words));
     }
     EXPECT_EQ(Run({"verify"}).status, 2);
+}
+
+TEST_F(CliTest, ExplainTellsWhatTheRecordOfAConversionSays) {
+    const std::string profile = WriteSample();
+    setenv("ORVCASCONV_RECORD", m_folder.Path("r.jsonl").c_str(), 1);
+    EXPECT_EQ(Run({"convert", profile, "out/app.orv"}).status, 0);
+    unsetenv("ORVCASCONV_RECORD");
+    const SRun summary = Run({"explain", "r.jsonl"});
+    EXPECT_EQ(summary.status, 0) << summary.err;
+    EXPECT_THAT(summary.out, HasSubstr("lines of 2 targets"));
+    const std::string file = m_folder.Path("package").native() + "/*/Device/C/?pp/A.TXT";
+    const SRun found = Run({"explain", "r.jsonl", file});
+    EXPECT_EQ(found.status, 0) << found.err;
+    EXPECT_THAT(found.out, StartsWith("Target 1:\nfile " + m_folder.Path("package").native()));
+    EXPECT_THAT(found.out, EndsWith("/a.txt: created: in CreateFiles as C:\\App\\a.txt\n"));
+
+    m_folder.WriteFile("killed", R"({"record":1,"state":"running","status":0,"losses":0})");
+    m_folder.WriteFile("cut off", R"({"record":1,"state":"cut off","status":0,"losses":2})");
+    const std::pair<std::vector<std::string>, const char*> kFailures[] = {
+        {{"explain", "r.jsonl", "nothing"}, "nothing in the record has a name like 'nothing'"},
+        {{"explain", "no such file"}, "the record 'no such file' cannot be read"},
+        {{"explain", profile}, "is no record of a conversion"},
+        {{"explain", "killed"}, "the record ends early"},
+        {{"explain", "cut off"}, "the record has not all of its lines"}};
+    for (const auto& [arguments, words] : kFailures) {
+        const SRun run = Run(arguments);
+        EXPECT_EQ(run.status, 1) << words;
+        EXPECT_THAT(run.err, HasSubstr(words));
+    }
+    EXPECT_EQ(Run({"explain", "r.jsonl"}, "/dev/full").status, 1);
 }
 
 TEST_F(CliTest, TargetsOfOneGuidAreALoss) {

@@ -30,8 +30,16 @@ TEST(CommandLineTest, ConvertTakesItsOptionsInAnyPlace) {
 
 TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{}, "a command is missing; begin with convert, targets, machine or verify"},
-        {{"conv", "a"}, "'conv' is no command of cas2orv; begin with"},
+        {{}, "a command is missing; begin with convert, targets, machine, verify, explain or help"},
+        {{"pack", "a"}, "'pack' is no command of cas2orv; begin with"},
+        {{"conv", "a"}, "'conv' is no command of cas2orv; did you mean 'convert'?"},
+        {{"hlep", "a"}, "did you mean 'help'?"},
+        {{"--versoin"}, "'--versoin' is no option of cas2orv; did you mean '--version'?"},
+        {{"help", "verfy"}, "'verfy' is no command of cas2orv; did you mean 'verify'?"},
+        {{"targets", "a", "-json"}, "'-json' is no option of targets; did you mean '--json'?"},
+        {{"convert", "a", "b", "--progres=none"}, "did you mean '--progress'?"},
+        {{"explain"}, "explain needs a path"},
+        {{"explain", "a", ""}, "PATTERN is empty"},
         {{"convert", "a"}, "needs two paths"},
         {{"targets"}, "needs a path"},
         {{"convert", "a", "b", "c"}, "'c' is one argument too many"},
@@ -58,7 +66,9 @@ TEST(CommandLineTest, HelpIsThatOfTheCommand) {
     const std::pair<std::vector<std::string>, const char*> kCases[] = {
         {{"--help"}, "targets "},
         {{"convert", "a", "--help"}, "--progress "},
-        {{"targets", "-h"}, "name"}};
+        {{"targets", "-h"}, "name"},
+        {{"help"}, "\nCommands:"},
+        {{"help", "convert"}, "Usage: cas2orv convert"}};
     for (const auto& [arguments, words] : kCases) {
         const auto reply = std::get<host::SReply>(ParseCommandLine(arguments));
         EXPECT_FALSE(reply.isError);

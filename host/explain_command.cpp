@@ -1,0 +1,150 @@
+#include "host/explain_command.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "host/console.h"
+#include "host/exit_status.h"
+#include "host/json.h"
+#include "host/record_pattern.h"
+#include "host/record_reader.h"
+#include "host/record_summary.h"
+#include "host/record_text.h"
+#include "platform/local_paths.h"
+#include "platform/utf8.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::size_t kBatch = std::size_t{64} << 10;  // bytes that are printed at once
+
+// What makes a record incomplete; empty when it has all of its lines.
+std::string FindGap(const SRecordHead& head) {
+    if (head.state == "whole") {
+        return "";
+    }
+    return head.state == "running"
+               ? "the record ends early: the conversion still runs, or was killed"
+           : head.state == "cut off"
+               ? "the record has not all of its lines, because the disk was full; make room, and "
+                 "convert again"
+               : "the record is damaged: its state is '" +
+                     Printable(platform::Utf8ToUtf16(head.state)) + "'";
+}
+
+// Prints the lines that tell of the things with such a name, below a title for each target.
+class CMatchPrinter {
+public:
+    explicit CMatchPrinter(const std::string& pattern)
+        : m_pattern(platform::Utf8ToUtf16(pattern)) {}
+
+    // Whether an entry is one of such a name.
+    bool Matches(const SRecordEntry& entry) {
+        m_localName = m_localNames.Find(entry);
+        const bool isMatch = m_pattern.Matches(entry, m_localName);
+        m_hasMatch = m_hasMatch || isMatch;
+        return isMatch;
+    }
+    // Prints the entry for which Matches was called last.
+    void Print(const SRecordEntry& entry) {
+        if (entry.in != m_target) {
+            m_text += entry.in == 0 ? "Outside of targets:\n"
+                                    : "Target " + std::to_string(entry.in) + ":\n";
+            m_target = entry.in;
+        }
+        m_text += DescribeEntry(entry, m_localName);
+        if (m_text.size() >= kBatch && m_isWritten) {
+            Flush();
+        }
+    }
+    void Flush() {
+        m_isWritten = m_isWritten && PrintResult(m_text);
+        m_text.clear();
+    }
+    [[nodiscard]] bool HasMatch() const { return m_hasMatch; }
+    // Whether stdout has taken everything.
+    [[nodiscard]] bool IsWritten() const { return m_isWritten; }
+
+private:
+    CRecordPattern m_pattern;
+    CLocalNames m_localNames;
+    std::u16string m_localName;  // of the last entry
+    std::string m_text;
+    std::uint64_t m_target = 0;
+    bool m_hasMatch = false;
+    bool m_isWritten = true;
+};
+
+void WriteJson(const SRecordSummary& summary, CJsonWriter& json) {
+    json.Key("state");
+    json.Utf8(summary.head.state);
+    const auto write = [&json](std::string_view key, std::uint64_t count) {
+        json.Key(key);
+        json.Number(static_cast<std::int64_t>(count));
+    };
+    write("losses", summary.head.losses);
+    write("missing", summary.head.missing);
+    std::map<std::string, std::map<std::string, std::uint64_t>> outcomes;
+    for (const auto& [words, count] : summary.reasons) {
+        outcomes[words.first][words.second] = count;
+    }
+    json.Key("outcomes");
+    json.BeginObject();
+    for (const auto& [outcome, reasons] : outcomes) {
+        WriteCounts(json, outcome, reasons);
+    }
+    json.EndObject();
+    std::map<std::string, std::uint64_t> rules;
+    for (const auto& [rule, count] : summary.rules) {
+        rules[platform::Utf16ToUtf8(rule)] += count;
+    }
+    WriteCounts(json, "rules", rules);
+}
+
+}  // namespace
+
+int RunExplain(const SCommand& command, CJsonWriter& json) {
+    std::optional<CMatchPrinter> matches;
+    if (!command.pattern.empty()) {
+        matches.emplace(command.pattern);
+    }
+    SRecordSummary summary;
+    std::string problem = ReadRecord(platform::LocalPath(command.record), summary.head,
+                                     [&](const SRecordEntry& entry) {
+                                         if (matches && !matches->Matches(entry)) {
+                                             return;
+                                         }
+                                         if (matches && !command.isJson) {
+                                             matches->Print(entry);
+                                         } else {
+                                             summary.Count(entry);
+                                         }
+                                     });
+    if (problem.empty()) {
+        problem = FindGap(summary.head);
+    }
+    bool isDone = true;
+    if (matches) {
+        matches->Flush();
+        isDone = matches->IsWritten();
+        if (!matches->HasMatch() && problem.empty()) {
+            problem = "nothing in the record has a name like '" +
+                      Printable(platform::Utf8ToUtf16(command.pattern)) +
+                      "'; '*' stands for any text";
+        }
+    } else if (!summary.head.state.empty() && !command.isJson) {
+        isDone = PrintResult(FormatSummary(summary));
+    }
+    if (!problem.empty()) {
+        Complain(problem);
+    }
+    if (command.isJson && !summary.head.state.empty()) {
+        WriteJson(summary, json);
+    }
+    return isDone && problem.empty() ? kExitDone : kExitFailed;
+}
+
+}  // namespace host

@@ -1,0 +1,58 @@
+#include "host/record_summary.h"
+
+#include <algorithm>
+#include <span>
+
+namespace host {
+
+namespace {
+
+constexpr std::size_t kShownLosses = 20;
+// Far more than there are reasons, or rules on any machine.
+constexpr std::size_t kMaxRows = 1000;
+
+template <class TKey>
+void CountIn(std::map<TKey, std::uint64_t>& rows, const TKey& key, std::uint64_t& others) {
+    const auto row = rows.find(key);
+    if (row != rows.end()) {
+        ++row->second;
+    } else if (rows.size() < kMaxRows) {
+        rows.emplace(key, 1);
+    } else {
+        ++others;
+    }
+}
+
+}  // namespace
+
+const SReason* FindReason(std::string_view name) {
+    const std::span<const SReason> reasons = GetReasons();
+    const auto found = std::find_if(reasons.begin(), reasons.end(),
+                                    [name](const SReason& reason) { return reason.name == name; });
+    return found == reasons.end() ? nullptr : &*found;
+}
+
+bool IsLoss(std::string_view outcome, std::string_view name) {
+    const SReason* const reason = FindReason(name);
+    return reason == nullptr
+               ? outcome == NameOf(EOutcome::Failed) || outcome == NameOf(EOutcome::NotRead)
+               : reason->weight == EWeight::Loss;
+}
+
+void SRecordSummary::Count(const SRecordEntry& entry) {
+    ++lines;
+    targets = std::max(targets, entry.in);
+    CountIn(reasons, {entry.outcome, entry.reason}, otherReasons);
+    if (IsLoss(entry.outcome, entry.reason)) {
+        if (losses.size() < kShownLosses) {
+            losses.push_back(entry);
+        } else {
+            ++otherLosses;
+        }
+    }
+    if (entry.reason == "rule" && entry.thing == "key") {
+        CountIn(rules, entry.detail, otherRules);
+    }
+}
+
+}  // namespace host
