@@ -51,6 +51,17 @@ install(FILES "${PROJECT_SOURCE_DIR}/docs/json.md" "${PROJECT_SOURCE_DIR}/docs/m
               "${PROJECT_SOURCE_DIR}/docs/manifest.md" "${PROJECT_SOURCE_DIR}/docs/record.md"
         DESTINATION "${documentation_folder}/docs")
 
+# Where Debian's packages put them, and where each shell looks.
+if(NOT WIN32)
+    set(completions "${PROJECT_SOURCE_DIR}/host/completions")
+    install(FILES "${completions}/cas2orv.bash" RENAME cas2orv
+            DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions")
+    install(FILES "${completions}/_cas2orv"
+            DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/zsh/vendor-completions")
+    install(FILES "${completions}/cas2orv.fish"
+            DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/fish/vendor_completions.d")
+endif()
+
 # The schemas of manifests and of what the program prints, for validators.
 install(FILES "${PROJECT_SOURCE_DIR}/docs/json.schema.json" "${PROJECT_SOURCE_DIR}/docs/manifest.xsd"
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/orvcasconv")

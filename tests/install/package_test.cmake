@@ -5,7 +5,8 @@ execute_process(COMMAND "${CPACK}" --config "${BUILD}/CPackConfig.cmake" -B "${F
                 COMMAND_ERROR_IS_FATAL ANY)
 
 set(files bin/cas2orv lib/libOrvCasConv.so lib/pkgconfig/OrvCasConv.pc share/man/man1/cas2orv.1.gz
-    share/doc/orvcasconv/copyright)
+    share/doc/orvcasconv/copyright share/bash-completion/completions/cas2orv
+    share/zsh/vendor-completions/_cas2orv share/fish/vendor_completions.d/cas2orv.fish)
 set(package "${FOLDER}/OrvCasConv-${VERSION}-win64.zip")
 if(EXISTS "${package}")
     file(ARCHIVE_EXTRACT INPUT "${package}" DESTINATION "${FOLDER}/unpacked")

@@ -1,0 +1,47 @@
+# Completion of cas2orv for bash.
+
+_cas2orv() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    local commands='convert check targets machine verify explain help'
+    local command=${COMP_WORDS[1]} options words
+    COMPREPLY=()
+    # bash takes '=' as a word of its own.
+    if [[ $word == = ]]; then
+        word=
+    elif [[ $before == = ]]; then
+        before=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
+    if ((COMP_CWORD == 1)); then
+        mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$word")
+        return
+    fi
+    case $before in
+        --progress)
+            words='auto plain none'
+            ;;
+        --log | --machine | --record)
+            compopt -o filenames 2>/dev/null
+            mapfile -t COMPREPLY < <(compgen -f -- "$word")
+            return
+            ;;
+    esac
+    case $command in
+        convert)
+            options='--replace --log --machine --progress --sums --record --strict --json'
+            ;;
+        check) options='--machine --progress --strict --json' ;;
+        targets) options='--machine --json' ;;
+        machine) options='--machine' ;;
+        help) [[ $word == -* ]] || words=$commands ;;
+    esac
+    if [[ -n $words ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+    elif [[ $word == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$options --help" -- "$word")
+    elif [[ $command != machine ]]; then
+        compopt -o filenames 2>/dev/null
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+    fi
+}
+
+complete -F _cas2orv cas2orv

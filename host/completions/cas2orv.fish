@@ -1,0 +1,29 @@
+# Completion of cas2orv for fish.
+
+set -l commands convert check targets machine verify explain help
+set -l no_command "not __fish_seen_subcommand_from $commands"
+
+complete -c cas2orv -f
+complete -c cas2orv -s h -l help -d 'Print help'
+complete -c cas2orv -n $no_command -l version -d 'Print the version'
+
+complete -c cas2orv -n $no_command -a convert -d 'Convert a package'
+complete -c cas2orv -n $no_command -a check -d 'Read a package and tell what would be lost'
+complete -c cas2orv -n $no_command -a targets -d 'List the targets of a package'
+complete -c cas2orv -n $no_command -a machine -d 'Print the machine description in effect'
+complete -c cas2orv -n $no_command -a verify -d 'Check manifests and their payload'
+complete -c cas2orv -n $no_command -a explain -d 'Tell from a record what became of things'
+complete -c cas2orv -n $no_command -a help -d 'Print the help of a command'
+
+set -l of '__fish_seen_subcommand_from'
+complete -c cas2orv -n "$of convert check targets verify explain" -F
+complete -c cas2orv -n "$of help" -a "$commands"
+
+complete -c cas2orv -n "$of convert" -l replace -d 'Replace the folders of targets'
+complete -c cas2orv -n "$of convert" -l log -r -F -d 'Save the log'
+complete -c cas2orv -n "$of convert" -l record -r -F -d 'Save the record'
+complete -c cas2orv -n "$of convert" -l sums -d 'Write SHA256SUMS beside each manifest'
+complete -c cas2orv -n "$of convert check" -l progress -x -a 'auto plain none' -d 'How to show progress'
+complete -c cas2orv -n "$of convert check" -l strict -d 'Take what was not captured as a loss'
+complete -c cas2orv -n "$of convert check targets" -l json -d 'Print JSON'
+complete -c cas2orv -n "$of convert check targets machine" -l machine -r -F -d 'Use this machine description'
