@@ -56,7 +56,7 @@ TEST_P(RegistryConversionTest, KeysAreFoldedOntoTheRealMachine) {
                     .Key(uR"(REGISTRY\USER\CurrentUser\Software\CurrentUserTools)")
                     .Key(uR"(REGISTRY\USER\CurrentUser_Classes\.app)")
                     .Key(uR"(REGISTRY\USER\S-1-5-21-9-9-9-500\Software\App)")
-                    .Dword(u"stays", 1));
+                    .Value(u"stays", 3, "odd"));
     EXPECT_TRUE(m_logLines.empty());
     for (const char* key :
          {R"(HKEY_LOCAL_MACHINE\SOFTWARE\App)", R"(HKEY_CURRENT_USER\Software\%SID%Tools)",
@@ -68,7 +68,8 @@ TEST_P(RegistryConversionTest, KeysAreFoldedOntoTheRealMachine) {
     EXPECT_FALSE(Holds("CreateValues", "lost"));
     EXPECT_TRUE(
         Holds("CreateValues", "\"HKEY_LOCAL_MACHINE\\SOFTWARE\\App\" Type=\"REG_SZ\">default<"));
-    EXPECT_TRUE(Holds("CreateValues", "9-500\\Software\\App\" Value=\"stays\""));
+    EXPECT_TRUE(Holds("CreateValues",
+                      R"(9-500\Software\App" Value="stays" Type="REG_BINARY">6F6464</Value>)"));
 }
 
 TEST_F(ConversionTest, TheKeysOfAUserAreThoseOfTheMachineThatAnswersNow) {

@@ -26,6 +26,7 @@ TEST(ServiceProcessorTest, RecordsGoToEveryPackageAndNeverInPlaceOfAnItem) {
     const COrvCreateService* const added =
         COrvItemCItr<COrvCreateService>(next.Get<COrvCreateServicesCollection>()).Get();
     ASSERT_NE(added, nullptr);
+    EXPECT_EQ(Utf8(added->GetName()), "app");
     EXPECT_EQ(added->GetContent().serviceType, 288U);
     EXPECT_EQ(added->GetContent().startType, 4U);
     EXPECT_EQ(Utf8(added->GetContent().binary + u'|' + added->GetContent().arguments),
