@@ -31,6 +31,11 @@ TEST(ServiceProcessorTest, RecordsGoToEveryPackageAndNeverInPlaceOfAnItem) {
     EXPECT_EQ(added->GetContent().startType, 4U);
     EXPECT_EQ(Utf8(added->GetContent().binary + u'|' + added->GetContent().arguments),
               R"(C:\a b\app.exe|-x)");
+    // A key alone makes a record too.
+    const CRegPathW key(uR"(HKLM\system\currentcontrolset\services\Named)");
+    EXPECT_FALSE(processor.CheckKey(key, 1));
+    processor.Apply(next);
+    EXPECT_EQ(next.Get<COrvCreateServicesCollection>().GetCount(), 2U);
 }
 
 TEST(ServiceInfoTest, ImagePathIsSplitWhereItsProgramEnds) {
