@@ -22,6 +22,7 @@ constexpr std::pair<const char16_t*, const char*> kCases[] = {
      R"(HKEY_LOCAL_MACHINE\SOFTWARE\Wow6432Node\App)"},
     {uR"(\REGISTRY\USER\CurrentUser\Software)", R"(HKEY_USERS\S-1-5-21-1-2-3-1000\Software)"},
     {uR"(\REGISTRY\USER\CurrentUser_Classes)", R"(HKEY_USERS\S-1-5-21-1-2-3-1000_Classes)"},
+    {uR"(\REGISTRY\USER\currentuser)", R"(HKEY_USERS\S-1-5-21-1-2-3-1000)"},
     {uR"(\user\App)", R"(HKEY_USERS\user\App)"},
     {uR"(\Users\App)", R"(HKEY_USERS\Users\App)"},
     // Inside of names.
