@@ -31,7 +31,8 @@ _cas2orv() {
             ;;
         check) options='--machine --progress --strict --json' ;;
         targets) options='--machine --json' ;;
-        machine) options='--machine' ;;
+        machine) options='--machine --json' ;;
+        verify | explain) options='--json' ;;
         help) [[ $word == -* ]] || words=$commands ;;
     esac
     if [[ -n $words ]]; then

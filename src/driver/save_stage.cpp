@@ -42,6 +42,9 @@ void CCasToOrvConverter::SaveTarget(COrvPackage& package, const CCasTarget& /*ta
         RecordTakenPlaces(package);
     }
     if (IsCheckOnly()) {
+        for (std::size_t type = 0; type < kOrvCollections; ++type) {
+            package.GetCollection(static_cast<EOrvCollection>(type)).CheckItems();
+        }
         return;
     }
     // The log does not tell of a manifest that cannot be saved: callers see that it is missing or

@@ -109,20 +109,29 @@ void COrvCollection::PrefetchItem(const COrvItem& item, unsigned step) const {
 }
 
 void COrvCollection::WriteElement(CXmlWriter& writer, const COrvItem& item) const {
-    if (!item.IsValid()) {
-        // Whoever adds a service tells of it, because one that only the registry has is not lost.
-        if (m_type == OrvCreateServices) {
-            return;
-        }
+    if (CheckItem(item) && writer.StartElement(m_element.item, false) >= 0) {
+        WriteItem(writer, item);
+        writer.EndElement(true);
+    }
+}
+
+bool COrvCollection::CheckItem(const COrvItem& item) const {
+    if (item.IsValid()) {
+        return true;
+    }
+    // Whoever adds a service tells of it, because one that only the registry has is not lost.
+    if (m_type != OrvCreateServices) {
         GetRecord().Add({.thing = EThing::Manifest,
                          .reason = EReason::ItemIncomplete,
                          .collection = m_element.collection,
                          .target = item.GetName()});
-        return;
     }
-    if (writer.StartElement(m_element.item, false) >= 0) {
-        WriteItem(writer, item);
-        writer.EndElement(true);
+    return false;
+}
+
+void COrvCollection::CheckItems() const {
+    for (const COrvItemTable::SEntry& entry : m_items.GetOrder()) {
+        static_cast<void>(entry.item == nullptr || CheckItem(*entry.item));
     }
 }
 

@@ -88,6 +88,8 @@ public:
     bool Read(CXmlReader& reader);
     // Writes the valid items in the order of the table; nothing at all when there are none.
     virtual void Write(CXmlWriter& writer) const;
+    // Has the record tell of the items that Write would leave out.
+    void CheckItems() const;
 
 protected:
     COrvCollection(COrvPackage& package, EOrvCollection type);
@@ -144,6 +146,8 @@ protected:
     virtual bool FinishItem() = 0;
 
 private:
+    // Whether an item is valid. The record tells of one that is not.
+    [[nodiscard]] bool CheckItem(const COrvItem& item) const;
     void FinishOrLog(const CXmlReader& reader);
 
     COrvPackage& m_package;

@@ -49,10 +49,10 @@ TEST_F(RecordConversionTest, WhatIsLostHasALineAndTheHeadCounts) {
 
     // The manifest and a script take the places of captured files; one shortcut is none.
     EXPECT_THAT(ReasonsOf(CTestPackage().Target(TestTarget()
-                                                    .File("X/SystemDrive/a.txt")
+                                                    .File("Odd/SystemDrive/a.txt")
                                                     .File("C/a.txt")
-                                                    .File("X/app.orv")
-                                                    .File("X/InstallActions/Target_go.cmd")
+                                                    .File("Odd/app.orv")
+                                                    .File("Odd/InstallActions/Target_go.cmd")
                                                     .Script("go.cmd", "x")
                                                     .File("C/bad.lnk", "no link"))),
                 ElementsAre("item-incomplete", "place-taken", "place-taken", "place-taken",

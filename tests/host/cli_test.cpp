@@ -82,10 +82,10 @@ TEST_F(CliTest, ErrorsOfTheLogAreShownAndSavedAndTold) {
     m_folder.WriteFile("log.html", "older");
     const SRun run = Run({"convert", profile, "out/app.orv", "--log=log.html", "--progress=none"});
     EXPECT_EQ(run.status, 3);
-    const std::string target = "'" + m_folder.Path("package/" + std::string(kPlainGuid)).native();
-    EXPECT_THAT(run.err,
-                StartsWith("lost: " + target + "_1/SandboxData.xml': The isolation rules "));
-    EXPECT_THAT(run.err, HasSubstr("\nmissing: " + target + "_1/InstallRoot.dat': "));
+    const std::string target =
+        "'" + m_folder.Path("package/" + CTestTarget(kPlainGuid).FolderName()).native();
+    EXPECT_THAT(run.err, StartsWith("lost: " + target + "/SandboxData.xml': The isolation rules "));
+    EXPECT_THAT(run.err, HasSubstr("\nmissing: " + target + "/InstallRoot.dat': "));
     EXPECT_THAT(run.err, HasSubstr("\n1 target, 1 item, 1 error, 1 warning, 1 loss\n"));
     EXPECT_THAT(m_folder.ReadFile("log.html"), StartsWith(std::string("\xFF\xFE<\0f\0", 6)));
 
@@ -177,9 +177,7 @@ TEST_F(CliTest, VerifyTellsWhatIsNotAsItWasConverted) {
 
 TEST_F(CliTest, ExplainTellsWhatTheRecordOfAConversionSays) {
     const std::string profile = WriteSample();
-    setenv("ORVCASCONV_RECORD", m_folder.Path("r.jsonl").c_str(), 1);
-    EXPECT_EQ(Run({"convert", profile, "out/app.orv"}).status, 0);
-    unsetenv("ORVCASCONV_RECORD");
+    EXPECT_EQ(Run({"convert", profile, "out/app.orv", "--record", "r.jsonl"}).status, 0);
     const SRun summary = Run({"explain", "r.jsonl"});
     EXPECT_EQ(summary.status, 0) << summary.err;
     EXPECT_THAT(summary.out, HasSubstr("lines of 2 targets"));

@@ -30,7 +30,9 @@ TEST(CommandLineTest, ConvertTakesItsOptionsInAnyPlace) {
 
 TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{}, "a command is missing; begin with convert, targets, machine, verify, explain or help"},
+        {{},
+         "a command is missing; begin with convert, check, targets, machine, verify, explain or "
+         "help"},
         {{"pack", "a"}, "'pack' is no command of cas2orv; begin with"},
         {{"conv", "a"}, "'conv' is no command of cas2orv; did you mean 'convert'?"},
         {{"hlep", "a"}, "did you mean 'help'?"},
