@@ -140,10 +140,11 @@ private:
 // Puts U+FFFD in place of the first half of a pair that is alone, which the parser takes for a
 // fault. In a record only halves that are alone are escapes.
 void ReplaceLoneHalves(std::string& line) {
-    for (std::size_t at = line.find("\\ud"); at != std::string::npos;
-         at = line.find("\\ud", at + 1)) {
-        const bool isFirst = at + 3 < line.size() && line[at + 3] >= '8' && line[at + 3] <= 'b';
-        if (isFirst && at + 6 <= line.size()) {
+    // From escape to escape, because an escaped backslash may stand before such letters.
+    for (std::size_t at = line.find('\\'); at != std::string::npos; at = line.find('\\', at + 2)) {
+        const std::string_view escape = std::string_view(line).substr(at, 6);
+        if (escape.size() == 6 && escape.starts_with("\\ud") && escape[3] >= '8' &&
+            escape[3] <= 'b') {
             line.replace(at, 6, "\\ufffd");
         }
     }

@@ -11,6 +11,7 @@
 #include "host/record_reader.h"
 #include "host/record_summary.h"
 #include "host/record_text.h"
+#include "host/status_text.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
 
@@ -39,7 +40,7 @@ constexpr const char* kThings[] = {
     R"({"in":1,"thing":"file","outcome":"failed","reason":"copy-failed",)"
     R"("source":"Q:\\p\\Device\\D\\Plans\\a b.dll","status":5})",
     R"({"in":2,"thing":"folder","outcome":"left out","reason":"later",)"
-    R"("source":"Q:\\p\nforged\u202e\ud800","x":{"source":"no"}})",
+    R"("source":"Q:\\udabc\nforged\u202e\ud800","x":{"source":"no"}})",
 };
 
 class ExplainTest : public testing::Test {
@@ -81,10 +82,11 @@ TEST_F(ExplainTest, SentencesTellTheRuleTheItemAndTheLoss) {
                     "value HKCU\\Software\\Classes\\.pln\\(default): created: in CreateValues\n",
                     "file Q:\\p\\Device\\D\\Plans\\a b.dll: created: in CreateFiles as "
                     "D:\\Plans\\a b.dll\n",
-                    "file Q:\\p\\Device\\D\\Plans\\a b.dll: failed: the file cannot be copied; "
-                    "status 5: Access is denied. See whether it can be read, and whether the disk "
-                    "is full; then convert again.\n",
-                    "folder Q:\\p\xEF\xBF\xBD"
+                    "file Q:\\p\\Device\\D\\Plans\\a b.dll: failed: the file cannot be copied; " +
+                        host::DescribeStatus(5) +
+                        " See whether it can be read, and whether the disk is full; then convert "
+                        "again.\n",
+                    "folder Q:\\udabc\xEF\xBF\xBD"
                     "forged\xEF\xBF\xBD\xEF\xBF\xBD: left out: later\n"));
 }
 
