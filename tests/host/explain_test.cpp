@@ -19,7 +19,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr const char* kWhole = R"({"record":1,"state":"whole","status":0,"losses":1,"missing":0})";
