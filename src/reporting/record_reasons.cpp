@@ -117,7 +117,7 @@ constexpr SReason kReasons[] = {
     {"profile-unread", NotRead, Loss, "The profile cannot be read.",
      "See whether the file is a profile."},
     {"profile-broken", NotRead, Loss,
-     "The profile is not well-formed; what comes after this line is not read.",
+     "The profile is not well-formed; what comes after the fault is not read.",
      "Mend the profile, or take it from a backup."},
     {"no-target", NotRead, Loss, "The profile has no target.", "See whether the profile is whole."},
     {"same-guid", Failed, Loss, "Another target has the same GUID, and so the same folder.",
