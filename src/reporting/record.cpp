@@ -1,5 +1,6 @@
 #include "reporting/record.h"
 
+#include <fstream>
 #include <utility>
 
 #include "platform/local_paths.h"
@@ -8,7 +9,7 @@
 namespace {
 
 // In bytes.
-constexpr std::size_t kBatch = std::size_t{64} << 10;
+constexpr std::size_t kBatch = std::size_t{1} << 20;
 constexpr std::size_t kHeadSize = 128;
 
 void AddText(CJsonWriter& writer, std::string_view key, std::u16string_view text) {
@@ -44,17 +45,17 @@ CRecordSession::CRecordSession() {
 }
 
 void CRecord::Begin(const std::filesystem::path& file, ERecordLevel level) {
-    m_file.open(file, std::ios::binary | std::ios::trunc);
-    if (!m_file.is_open()) {
-        m_file.clear();
-        return;
-    }
     m_target = 0;
     m_losses = 0;
     m_missing = 0;
+    m_isCutOff = false;
     m_start.json.clear();
-    WriteHead("running", 0);
-    s_level = level;
+    std::ofstream record(file, std::ios::binary | std::ios::trunc);
+    WriteHead(record, "running", 0);
+    if (record.flush()) {
+        m_file = file;
+        s_level = level;
+    }
 }
 
 void CRecord::SetTarget(std::uint32_t number) {
@@ -73,18 +74,14 @@ void CRecord::End(int status) {
     }
     SetTarget(0);
     s_level = ERecordLevel::Off;
-    WriteOut(true);
-    const bool isWhole = m_file.good();
+    WriteOut();
     // A full disk has room for what replaces bytes of the same file.
-    m_file.clear();
-    m_file.seekp(0);
-    WriteHead(isWhole ? "whole" : "cut off", status);
-    m_file.close();
-    m_file.clear();
+    std::ofstream record(m_file, std::ios::binary | std::ios::in);
+    WriteHead(record, m_isCutOff ? "cut off" : "whole", status);
 }
 
 // Of fixed size, so that it can be written again in its place.
-void CRecord::WriteHead(const char* state, int status) {
+void CRecord::WriteHead(std::ostream& file, const char* state, int status) const {
     CJsonWriter head;
     head.BeginObject();
     head.Key("record");
@@ -101,8 +98,7 @@ void CRecord::WriteHead(const char* state, int status) {
     std::string line(head.GetBytes());
     line.resize(kHeadSize - 1, ' ');
     line += '\n';
-    m_file.write(line.data(), static_cast<std::streamsize>(line.size()));
-    m_file.flush();
+    file.write(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
 void CRecord::Add(const SRecordLine& line) {
@@ -123,7 +119,9 @@ void CRecord::Add(const SRecordLine& line) {
     }
     m_batch += m_start.json;
     WriteRest(line);
-    WriteOut(false);
+    if (m_batch.size() >= kBatch) {
+        WriteOut();
+    }
 }
 
 void CRecord::WriteStart(const SRecordLine& line, const SReason& reason) {
@@ -161,14 +159,13 @@ void CRecord::WriteRest(const SRecordLine& line) {
     m_batch += '\n';
 }
 
-void CRecord::WriteOut(bool isEnd) {
-    if (isEnd || m_batch.size() >= kBatch) {
-        m_file.write(m_batch.data(), static_cast<std::streamsize>(m_batch.size()));
-        m_batch.clear();
+void CRecord::WriteOut() {
+    if (!m_isCutOff && !m_batch.empty()) {
+        std::ofstream record(m_file, std::ios::binary | std::ios::app);
+        record.write(m_batch.data(), static_cast<std::streamsize>(m_batch.size()));
+        m_isCutOff = !record.flush();
     }
-    if (isEnd) {
-        m_file.flush();
-    }
+    m_batch.clear();
 }
 
 void CRecord::Hold(std::uint64_t itemHash, std::u16string_view source) {

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <mutex>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -32,6 +32,9 @@ struct SRecordLine {
 // Writes one JSON object a line into a file. The first line is a head of fixed size. It is written
 // again at the end, in place, with the number of losses. So a record that a full disk has cut off
 // still tells how many there were, and a process that was killed leaves a head that says "running".
+//
+// The file is open only while lines are written, many at once. So a host that ends a conversion
+// early can remove it, on Windows too.
 //
 // Off, an operation costs the test of a number. Begin and End are for one thread while no other one
 // converts. In between every operation can be called by any thread of the conversion; a lock keeps
@@ -64,7 +67,6 @@ private:
     // line to line.
     //
     // INVARIANT: `json` is empty, or what WriteStart gives for the other fields.
-    // Gain: see docs/performance.md.
     struct SStart {
         std::string json;
         std::uint32_t in = 0;
@@ -80,15 +82,16 @@ private:
         }
     };
 
-    void WriteHead(const char* state, int status);
+    void WriteHead(std::ostream& file, const char* state, int status) const;
     void WriteStart(const SRecordLine& line, const SReason& reason);
     void WriteRest(const SRecordLine& line);
-    void WriteOut(bool isEnd);
+    void WriteOut();
 
     static ERecordLevel s_level;
 
     std::mutex m_mutex;
-    std::ofstream m_file;
+    std::filesystem::path m_file;
+    bool m_isCutOff = false;  // the file lacks lines, so no more are written
     CJsonWriter m_writer;
     SStart m_start;
     std::string m_batch;                                       // lines that are not in the file yet

@@ -159,6 +159,10 @@ void CCasFileTraverseManager::OnUnread(const CFilePathW& folder, int status) {
 }
 
 void CCasFileTraverseManager::OnRefused(const CFilePathW& folder, const std::u16string& name) {
+    // A file system without streams may list a mark. It is told with its file.
+    if (name.ends_with(kDeleteMarker)) {
+        return;
+    }
     const CStrW source = folder.ToString() + u'\\' + CStrW(name);
     GetRecord().Add({.thing = EThing::File, .reason = EReason::NameRefused, .source = source});
 }

@@ -3,11 +3,15 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "conversion/conversion.h"
 #include "support/posix/system_calls.h"
+#include "support/system.h"
 
 namespace {
 
@@ -78,6 +82,26 @@ TEST_F(PosixConversionTest, AFileWithoutItsTimeOrItsMarkIsTold) {
     EXPECT_THAT(m_logLines, ElementsAre(Line(kCopy, file + "The system cannot read from")));
     EXPECT_EQ(Payload(), Files{});
     EXPECT_FALSE(Holds("CreateFiles", "a.txt"));
+}
+
+TEST_F(PosixConversionTest, AFileThatChangesWhileItIsCopiedIsInTheRecordAlone) {
+    Write(CTestPackage().Target(TestTarget().File("C/busy.bin", std::string(4 << 20, 'x'))));
+    SetEnvironment("ORVCASCONV_RECORD", m_folder.Path("record").string());
+    const std::filesystem::path busy = m_folder.Path(kDevice + "C/busy.bin");
+    std::atomic<bool> isDone = false;
+    std::thread writer([&] {
+        for (int seconds = 1; !isDone; ++seconds) {
+            std::filesystem::last_write_time(
+                busy, std::filesystem::file_time_type(std::chrono::seconds(seconds)));
+        }
+    });
+    EXPECT_EQ(ConvertFile(), 0U);
+    isDone = true;
+    writer.join();
+    SetEnvironment("ORVCASCONV_RECORD", "");
+    EXPECT_EQ(Payload(), Files{"SystemDrive/busy.bin"});
+    EXPECT_TRUE(m_logLines.empty());
+    EXPECT_THAT(m_folder.ReadFile("record"), testing::HasSubstr(R"("reason":"file-changed")"));
 }
 
 TEST_F(PosixConversionTest, OutputAmongTheCapturedFilesIsNotCapturedAgain) {
