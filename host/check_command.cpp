@@ -89,14 +89,9 @@ void WriteJson(const std::vector<STarget>& targets, CLosses& losses, CJsonWriter
 }  // namespace
 
 int RunCheck(const SCommand& command, CJsonWriter& json) {
-    const std::optional<std::u16string> profile = platform::LibraryPath(command.profile);
-    if (!profile) {
-        Complain("the current folder is gone; name the profile by its full path");
-        return kExitFailed;
-    }
+    std::u16string profile;
     std::vector<STarget> targets;
-    if (const std::uint32_t status = ListTargets(*profile, targets)) {
-        Complain(DescribeFailure("check", command.profile, status));
+    if (!ReadTargets(command.profile, "check", profile, targets)) {
         return kExitFailed;
     }
     CWorkFolder folder;
@@ -107,7 +102,7 @@ int RunCheck(const SCommand& command, CJsonWriter& json) {
     }
     interruption.Allow();
     SLibraryCall call;
-    call.profile = *profile;
+    call.profile = profile;
     call.pattern = LibraryName(folder.File("check.orv"));
     call.log = LibraryName(folder.File("log"));
     call.record = folder.File("record");

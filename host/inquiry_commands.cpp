@@ -3,9 +3,7 @@
 #include "host/console.h"
 #include "host/exit_status.h"
 #include "host/json.h"
-#include "host/status_text.h"
 #include "host/target_list.h"
-#include "platform/local_paths.h"
 #include "platform/machine_report.h"
 
 namespace host {
@@ -35,14 +33,9 @@ void WriteJson(const std::vector<STarget>& targets, CJsonWriter& json) {
 }  // namespace
 
 int RunTargets(const SCommand& command, CJsonWriter& json) {
-    const std::optional<std::u16string> profile = platform::LibraryPath(command.profile);
-    if (!profile) {
-        Complain("the current folder is gone; name the profile by its full path");
-        return kExitFailed;
-    }
+    std::u16string profile;
     std::vector<STarget> targets;
-    if (const std::uint32_t status = ListTargets(*profile, targets)) {
-        Complain(DescribeFailure("list the targets of", command.profile, status));
+    if (!ReadTargets(command.profile, "list the targets of", profile, targets)) {
         return kExitFailed;
     }
     if (command.isJson) {

@@ -2,8 +2,11 @@
 
 #include <memory>
 
+#include "host/console.h"
+#include "host/status_text.h"
 #include "host/system.h"
 #include "orvcasconv/orvcasconv.h"
+#include "platform/local_paths.h"
 
 namespace host {
 
@@ -41,6 +44,21 @@ std::uint32_t ListTargets(const std::u16string& profile, std::vector<STarget>& t
     }
     targets = std::move(listed);
     return 0;
+}
+
+bool ReadTargets(const std::string& argument, const char* action, std::u16string& profile,
+                 std::vector<STarget>& targets) {
+    const std::optional<std::u16string> path = platform::LibraryPath(argument);
+    if (!path) {
+        Complain("the current folder is gone; name the profile by its full path");
+        return false;
+    }
+    profile = *path;
+    const std::uint32_t status = ListTargets(profile, targets);
+    if (status != 0) {
+        Complain(DescribeFailure(action, argument, status));
+    }
+    return status == 0;
 }
 
 }  // namespace host

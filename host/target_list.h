@@ -18,4 +18,9 @@ struct STarget {
 [[nodiscard]] std::uint32_t ListTargets(const std::u16string& profile,
                                         std::vector<STarget>& targets);
 
+// The same for the argument of a command, of which `profile` becomes the path for the library.
+// False, with the reason on stderr, on failure; `action` is the verb for it, such as "check".
+[[nodiscard]] bool ReadTargets(const std::string& argument, const char* action,
+                               std::u16string& profile, std::vector<STarget>& targets);
+
 }  // namespace host

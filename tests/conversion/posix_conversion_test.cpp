@@ -95,13 +95,19 @@ TEST_F(PosixConversionTest, AFileThatChangesWhileItIsCopiedIsInTheRecordAlone) {
                 busy, std::filesystem::file_time_type(std::chrono::seconds(seconds)));
         }
     });
-    EXPECT_EQ(ConvertFile(), 0U);
+    bool isTold = false;
+    // On a busy machine the other thread may not run during a copy.
+    for (int i = 0; i < 1000 && !isTold; ++i) {
+        EXPECT_EQ(ConvertFile(), 0U);
+        isTold =
+            m_folder.ReadFile("record").find(R"("reason":"file-changed")") != std::string::npos;
+    }
     isDone = true;
     writer.join();
     SetEnvironment("ORVCASCONV_RECORD", "");
+    EXPECT_TRUE(isTold);
     EXPECT_EQ(Payload(), Files{"SystemDrive/busy.bin"});
     EXPECT_TRUE(m_logLines.empty());
-    EXPECT_THAT(m_folder.ReadFile("record"), testing::HasSubstr(R"("reason":"file-changed")"));
 }
 
 TEST_F(PosixConversionTest, OutputAmongTheCapturedFilesIsNotCapturedAgain) {
