@@ -66,16 +66,21 @@ bool CResultFile::Publish() {
         const std::error_code error = Rename();
         return !error || ComplainOf(DescribeError(error));
     }
+    const std::error_code error = CopyTo(m_special);
+    return !error || ComplainOf(DescribeError(error));
+}
+
+// Piece by piece, because `operator<<(streambuf*)` cannot tell a full disk from the end of its
+// source.
+std::error_code CResultFile::CopyTo(std::ofstream& target) const {
     std::ifstream file(m_temporary, std::ios::binary);
-    // Piece by piece, because `operator<<(streambuf*)` cannot tell a full disk from the end of its
-    // source.
     std::string piece(std::size_t{64} << 10, '\0');
-    while (m_special.good() && file.good()) {
+    while (target.good() && file.good()) {
         file.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-        m_special.write(piece.data(), file.gcount());
+        target.write(piece.data(), file.gcount());
     }
-    m_special.close();
-    return !m_special.fail() || ComplainOf(std::strerror(errno));
+    target.close();
+    return target.fail() ? std::error_code(errno, std::generic_category()) : std::error_code();
 }
 
 std::error_code CResultFile::Rename() {
@@ -92,8 +97,8 @@ std::error_code CResultFile::Rename() {
     std::filesystem::rename(m_temporary, m_userPath, error);
     if (error == std::errc::cross_device_link) {
         const std::filesystem::path beside = Beside(m_userPath);
-        std::filesystem::copy_file(m_temporary, beside,
-                                   std::filesystem::copy_options::overwrite_existing, error);
+        std::ofstream copy(beside, std::ios::binary | std::ios::trunc);
+        error = CopyTo(copy);
         if (!error) {
             std::filesystem::rename(beside, m_userPath, error);
         }

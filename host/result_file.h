@@ -28,6 +28,7 @@ public:
 private:
     [[nodiscard]] bool OpenSpecialFile();
     [[nodiscard]] bool CheckPlace() const;
+    [[nodiscard]] std::error_code CopyTo(std::ofstream& target) const;
     [[nodiscard]] std::error_code Rename();
     [[nodiscard]] bool ComplainOf(const std::string& reason) const;
 
