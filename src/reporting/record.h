@@ -67,8 +67,8 @@ private:
     // line to line.
     //
     // INVARIANT: `json` is empty, or what WriteStart gives for the other fields.
-    // Gain: 1.18 times fewer instructions for converting a make_hive hive of 50,000 values with a full
-    // record.
+    // Gain: 1.18 times fewer instructions for converting a make_hive hive of 50,000 values with a
+    // full record.
     struct SStart {
         std::string json;
         std::uint32_t in = 0;
