@@ -63,12 +63,18 @@ typedef struct OrvProgress {
  * ignored. */
 typedef uint32_t (*OrvProgressCallback)(const OrvProgress* root);
 
-/* The environment variable ORVCASCONV_MACHINE names the machine description that answers for folders,
- * variables, user, registry, shortcuts and assemblies: a file in TOML, or "built-in". It is read at
- * the start of CasToOrvW and of InitCasTargetInformation; a file that cannot be used ends the call
- * with 13 (ERROR_INVALID_DATA). Without it the running Windows answers on Windows, where loading a
- * captured hive takes the privileges to back up and to restore; elsewhere the built-in description
- * does. */
+/* The environment variable ORVCASCONV_MACHINE names the machine description that answers for
+ * folders, variables, user, registry, shortcuts and assemblies: a file in TOML, or "built-in". It
+ * is read at the start of CasToOrvW and of InitCasTargetInformation; a file that cannot be used
+ * ends the call with 13 (ERROR_INVALID_DATA). Without it the running Windows answers on Windows,
+ * where loading a captured hive takes the privileges to back up and to restore; elsewhere the
+ * built-in description does. */
+
+/* Three more variables are read at the start of CasToOrvW. ORVCASCONV_RECORD names a file of this
+ * system, which receives a JSON object a line for each captured thing: what became of it, and why.
+ * With ORVCASCONV_RECORD_LEVEL=problems only what was lost or missing has lines. A record that
+ * cannot be written changes neither the result nor the status. With ORVCASCONV_CHECK set, all is
+ * read as for a conversion, and nothing is written but log and record. */
 
 /* Converts every target of the package whose profile file is `casFile`. For an `orvFile` of
  * "FOLDER\NAME", the manifest of a target is the file "FOLDER\{GUID}\NAME", with the target's GUID.

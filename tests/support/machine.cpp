@@ -35,7 +35,6 @@ CTestMachine::CTestMachine(const SMachineDescription& description)
     : m_description(std::make_shared<SMachineDescription>(description)),
       m_effect(std::make_shared<const SEffect>(m_description)) {}
 
-
 CTestMachine& CTestMachine::Changed() {
     platform::UseMachineDescription(m_description);
     return *this;

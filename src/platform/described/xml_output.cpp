@@ -107,8 +107,8 @@ bool Escape(std::u16string_view text, bool inAttribute, std::u16string& escaped)
 // A file, or a part of one: the inside of an element of another output.
 //
 // INVARIANT: a part has a taker and no file, every other output a file and no taker. All that is
-// written goes through Put, so `m_buffer` always continues what is in the file or was taken. After a
-// failure to write, nothing more is written, because the file would have a gap.
+// written goes through Put, so `m_buffer` always continues what is in the file or was taken. After
+// a failure to write, nothing more is written, because the file would have a gap.
 class CDescribedXmlOutput final : public COpenXmlOutput {
 public:
     CDescribedXmlOutput() { m_buffer.reserve(kBufferUnits + kBufferUnits / 4); }
