@@ -22,8 +22,9 @@ std::u16string PathOf(const SRecordEntry& entry) {
     if (IsOfRegistry(entry)) {
         return entry.name.empty() ? entry.source : entry.source + u'\\' + entry.name;
     }
+    const bool isName = entry.source.empty() || entry.thing == "service";
     const std::filesystem::path path =
-        entry.source.empty() ? std::filesystem::path() : platform::LocalPath(entry.source);
+        isName ? std::filesystem::path() : platform::LocalPath(entry.source);
     return path.empty() ? entry.source : platform::PathText(path);
 }
 
@@ -32,7 +33,9 @@ std::string SubjectOf(const SRecordEntry& entry, const std::u16string& path) {
     if (!entry.source.empty()) {
         const std::string quoted = "'" + Printable(path) + "'";
         const std::string line = entry.line == 0 ? "" : ", line " + std::to_string(entry.line);
-        return (IsOfRegistry(entry) ? entry.thing + ' ' + quoted : quoted) + line;
+        return (IsOfRegistry(entry) || entry.thing == "service" ? entry.thing + ' ' + quoted
+                                                                : quoted) +
+               line;
     }
     if (!entry.collection.empty()) {
         return "'" + Printable(entry.target) + "' of " + entry.collection;

@@ -119,8 +119,9 @@ bool COrvCollection::CheckItem(const COrvItem& item) const {
     if (item.IsValid()) {
         return true;
     }
-    // Whoever adds a service tells of it, because one that only the registry has is not lost.
-    if (m_type != OrvCreateServices) {
+    // Whoever adds a shortcut or a service tells of it: the one has its file, and a service that
+    // only the registry has is not lost.
+    if (m_type != OrvCreateShortcuts && m_type != OrvCreateServices) {
         GetRecord().Add({.thing = EThing::Manifest,
                          .reason = EReason::ItemIncomplete,
                          .collection = m_element.collection,

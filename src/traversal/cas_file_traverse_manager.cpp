@@ -365,6 +365,12 @@ bool CCasFileTraverseManager::AddShortcut(const CFilePathW& path, const CStrW& n
                          .source = name,
                          .status = status,
                          .isLogged = true});
+    } else if (!added->IsValid()) {
+        GetRecord().Add({.thing = EThing::Shortcut,
+                         .reason = EReason::ItemIncomplete,
+                         .source = name,
+                         .collection = u"CreateShortcuts",
+                         .target = target});
     }
     return true;
 }
