@@ -77,7 +77,7 @@ int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size, std::uint32
 
 struct CSha256::SState {
     struct SFree {
-        void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+        void operator()(EVP_MD_CTX* freed) const { EVP_MD_CTX_free(freed); }
     };
 
     std::unique_ptr<EVP_MD_CTX, SFree> context{EVP_MD_CTX_new()};
