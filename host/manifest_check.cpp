@@ -59,7 +59,7 @@ char16_t TakeUnit(std::u16string_view& path) {
     } else if (unit == u'~') {
         unit = 0;
         for (const char16_t digit : path.substr(1, 4)) {
-            unit = static_cast<char16_t>(unit * 16U + kHex.find(digit));
+            unit = static_cast<char16_t>(std::size_t{unit} * 16 + kHex.find(digit));
         }
         size = 5;
     }

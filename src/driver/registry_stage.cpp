@@ -11,7 +11,7 @@ namespace {
 // Writes the line of a captured key that the queue of items has held back.
 void RecordKey(const COrvKeyItem& key, bool isExcluded, const CStrW& path) {
     const CRegExclusions& exclusions = CRegExclusions::Get();
-    const CStrW target(key.GetTarget());
+    const CStrW& target = key.GetTarget();
     CStrW rule;
     SRecordLine line{.thing = EThing::Key, .reason = EReason::Created, .collection = u"CreateKeys"};
     if (isExcluded) {
