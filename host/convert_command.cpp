@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 #include <system_error>
+#include <utility>
 
 #include "host/check_sums.h"
 #include "host/console.h"
@@ -158,11 +159,18 @@ int CConversion::CheckArguments() {
     }
     m_profile = *profile;
     m_pattern = *pattern;
-    std::error_code error;
-    if (!m_command.log.empty() &&
-        std::filesystem::equivalent(platform::LocalPath(m_command.log),
-                                    platform::LocalPath(m_command.profile), error)) {
-        Complain("--log names the profile itself; name another file");
+    for (const auto& [option, file] :
+         {std::pair("--log", &m_command.log), std::pair("--record", &m_command.record)}) {
+        std::error_code error;
+        if (!file->empty() &&
+            std::filesystem::equivalent(platform::LocalPath(*file),
+                                        platform::LocalPath(m_command.profile), error)) {
+            Complain(std::string(option) + " names the profile itself; name another file");
+            return kExitUsage;
+        }
+    }
+    if (!m_command.log.empty() && m_command.log == m_command.record) {
+        Complain("--log and --record name the same file; name two");
         return kExitUsage;
     }
     return kExitDone;

@@ -118,7 +118,7 @@ void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets
         ConvertTarget(package, *target, progress);
         const bool isNew = converted.insert(guid).second;
         GetRecord().Add({.thing = EThing::Target,
-                         .reason = isNew ? EReason::Created : EReason::SameGuid,
+                         .reason = isNew ? EReason::Converted : EReason::SameGuid,
                          .source = TargetFolder(*target).ToString().View(),
                          .target = CStrW(guid + u'\\' + orvFile.GetFileName().GetText()).View(),
                          .detail = target->Name});

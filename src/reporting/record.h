@@ -38,7 +38,8 @@ struct SRecordLine {
 //
 // Off, an operation costs the test of a number. Begin and End are for one thread while no other one
 // converts. In between every operation can be called by any thread of the conversion; a lock keeps
-// lines whole. Writing never fails for the caller: the head tells of a record that is cut off.
+// lines whole. Writing never fails for the caller, but for std::bad_alloc: the head tells of a
+// record that is cut off.
 class CRecord {
 public:
     // Creates the file. Without success the record stays off.

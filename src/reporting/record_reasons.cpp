@@ -24,6 +24,7 @@ static_assert(std::size(kOutcomes) == static_cast<std::size_t>(NotRead) + 1);
 // By EReason.
 constexpr SReason kReasons[] = {
     {"created", Created, Normal, "It is an item of the manifest.", ""},
+    {"converted", Created, Normal, "It was read; what is in it has lines of its own.", ""},
     {"deleted", Deleted, Normal, "The capture has it deleted, and so does the manifest.", ""},
 
     {"placeholder", LeftOut, Normal, "The file only keeps a folder alive in the capture.", ""},

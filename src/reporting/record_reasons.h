@@ -33,6 +33,7 @@ enum class EOutcome : std::uint8_t { Created, Deleted, LeftOut, Claimed, Merged,
 // docs/record.md.
 enum class EReason : std::uint8_t {
     Created,
+    Converted,
     Deleted,
     // Left out by a rule.
     Placeholder,

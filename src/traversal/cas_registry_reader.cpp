@@ -90,7 +90,7 @@ int CCasRegistryReader::ReadMounted(COrvPackage& package, const CFilePathW& hive
                    state == platform::EHiveState::Dirty ? EReason::HiveDirty : EReason::HiveDamaged,
                    ERROR_BADDB);
     } else {
-        RecordHive(hiveFile, EReason::Created, ERROR_SUCCESS);
+        RecordHive(hiveFile, EReason::Converted, ERROR_SUCCESS);
     }
     const CRegPathW root(CHiveNameW(u"HKEY_LOCAL_MACHINE"), CRegPathSegmentW(kMountName));
     Walk(package, root, is64Bit);

@@ -133,7 +133,8 @@ TEST_F(CliTest, FailuresSayWhatIsWrong) {
         {{"convert", profile, "out/app.orv", "--machine", "bad.toml"}, 1, "speed"},
         {{"convert", profile, "package"}, 2, "is a folder; add a name"},
         {{"convert", profile, R"(Q:\app.orv)"}, 2, "does not map"},
-        {{"convert", profile, "out/app.orv", "--log", profile}, 2, "names the profile itself"},
+        {{"convert", profile, "out/app.orv", "--record", profile}, 2, "names the profile itself"},
+        {{"convert", profile, "out/app.orv", "--log", "x", "--record", "x"}, 2, "name two"},
         {{"convert", profile}, 2, "Usage: cas2orv convert PROFILE OUT.orv"},
     };
     for (const auto& [arguments, status, message] : kCases) {

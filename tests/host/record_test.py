@@ -75,7 +75,7 @@ def check_target(lines, folder):
     problems += [f"a line for {os.fsdecode(name)!r}" for name in told - found
                  if not os.path.lexists(name)]
     registry = captured_registry(os.fsdecode(os.path.join(folder, b"InstallRoot.dat")))
-    is_whole = any(line["thing"] == "hive" and line["reason"] == "created" for line in lines)
+    is_whole = any(line["thing"] == "hive" and line["reason"] == "converted" for line in lines)
     if registry and is_whole:
         keys, values = registry
         told_keys = {line["source"].casefold() for line in lines if line["thing"] == "key"}
