@@ -37,6 +37,7 @@ CDoubleNullStringW& CDoubleNullStringW::operator=(const CDoubleNullStringW& othe
 }
 
 CDoubleNullStringW& CDoubleNullStringW::operator=(CDoubleNullStringW&& other) noexcept {
+    // Swapped, so that nothing is allocated and nothing can fail. `other` frees what this list had.
     std::swap(m_pBuffer, other.m_pBuffer);
     std::swap(m_length, other.m_length);
     std::swap(m_count, other.m_count);
@@ -55,6 +56,7 @@ void CDoubleNullStringW::Add(std::u16string_view text) {
     }
     // The first string replaces one of the two NULs of the empty list, a later one the closing NUL.
     const std::size_t start = m_count == 0 ? 0 : m_length - 1;
+    // With the NUL of the text and the closing one.
     const std::size_t length = start + text.size() + 2;
     char16_t* buffer = m_count == 0 ? nullptr : m_pBuffer;
     // INVARIANT: a list that is not empty has room for CapacityFor(m_length) units.
@@ -85,6 +87,7 @@ void CDoubleNullStringW::Assign(const CDoubleNullStringW& other) {
     if (other.m_count == 0) {
         return;
     }
+    // Without memory the count is taken over too: the null buffer then counts as owned, as in Add.
     m_pBuffer =
         other.m_pBuffer == nullptr
             ? nullptr
@@ -114,6 +117,7 @@ CDoubleNullStringW::StringArray CDoubleNullStringW::GetStrings() const {
         return strings;
     }
     const char16_t* text = m_pBuffer;
+    // No string is empty, so a NUL at the start of one is the end of the list.
     for (std::size_t i = 0; i < m_count && *text != 0; ++i) {
         strings[i] = text;
         text += std::char_traits<char16_t>::length(text) + 1;

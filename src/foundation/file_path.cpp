@@ -51,6 +51,7 @@ int CFilePathSegmentW::CompareExtension(std::u16string_view extension) const {
 }
 
 CStrW CFilePathSegmentW::GetStem() const {
+    // Without a dot rfind gives npos, and substr the whole name.
     const std::u16string_view name = m_name.View();
     return CStrW(name.substr(0, name.rfind(u'.')));
 }
@@ -97,6 +98,8 @@ int CFilePathW::Parse(std::u16string_view text) {
     std::size_t start = 0;
     int status = ParseKind(text, start);
     m_names.reserve(text.size() + 1);
+    // Each round takes one piece: the text from `start` to the next backslash, or to the end. Two
+    // backslashes in a row give an empty piece, which AddPiece refuses.
     while (status == ERROR_SUCCESS) {
         const std::size_t end = std::min(text.find(u'\\', start), text.size());
         status = AddPiece(text.substr(start, end - start), text.substr(start));
@@ -114,9 +117,11 @@ int CFilePathW::Parse(std::u16string_view text) {
 
 // Sets the kind of a path text and finds where its names start.
 int CFilePathW::ParseKind(std::u16string_view text, std::size_t& start) {
+    // "C:" alone and "C:a" have no backslash after the colon.
     const auto isDriveRelative = [text](std::size_t colon) {
         return text.size() == colon + 1 || text[colon + 1] != u'\\';
     };
+    // The longest prefix first, because each one begins with the next one.
     if (text.size() >= kLongUncPrefix.size() &&
         EqualsNoCase(text.substr(0, kLongUncPrefix.size()), kLongUncPrefix)) {
         m_kind = FilePathUnc;
@@ -166,6 +171,8 @@ int CFilePathW::AddIf(bool isValid, std::u16string_view name) {
     return ERROR_SUCCESS;
 }
 
+// Every name but the first follows a backslash. The prefix of the kind is never in `m_names`; the
+// texts of a path get it again when it is printed.
 void CFilePathW::AddName(std::u16string_view name) {
     if (!IsEmpty()) {
         m_names += u'\\';
@@ -233,6 +240,7 @@ int CFilePathW::AppendChecked(std::u16string_view name) {
         if (HasDriveOrServer() && IsRoot()) {
             return ERROR_INVALID_DATA;
         }
+        // A relative path of one name becomes empty.
         RemoveLast(1);
     } else if (name != u".") {
         AddName(name);
@@ -273,6 +281,8 @@ int CFilePathW::PrependSegment(const CFilePathSegmentW& segment) {
     }
     const std::u16string_view first = ViewSegment(0);
     if (first == u"..") {
+        // The new name and ".." cancel each other. DropFirst makes the path relative, so the kind
+        // that it had is put back.
         const EFilePathKind kind = m_kind;
         DropFirst(1);
         m_kind = IsEmpty() ? FilePathNone : kind;
@@ -293,6 +303,8 @@ int CFilePathW::PrependSegment(const CFilePathSegmentW& segment) {
 bool CFilePathW::JoinResolving(const CFilePathW& base, const CFilePathW& relative) {
     CFilePathW sum(base);
     std::size_t dots = 0;
+    // Each round takes a name off. An empty text gives an empty name, which ends the loop, so a
+    // tail of dots alone is fine: nothing is left to append.
     std::u16string_view names = relative.m_names;
     for (std::u16string_view name = TakeFirstName(names); IsDots(name);
          name = TakeFirstName(names)) {
@@ -336,6 +348,7 @@ bool CFilePathW::EqualsFirstN(const CFilePathW& other, std::size_t count) const 
     }
     std::u16string_view left = m_names;
     std::u16string_view right = other.m_names;
+    // Two paths of the same length may both be shorter than `count`. All their names count then.
     for (std::size_t i = 0; i < std::min(count, shorter); ++i) {
         if (!EqualsNoCase(TakeFirstName(left), TakeFirstName(right))) {
             return false;
@@ -363,6 +376,7 @@ bool CFilePathW::IsRoot() const {
     }
 }
 
+// Goes over the names before it, so the cost grows with the index.
 std::u16string_view CFilePathW::ViewSegment(std::size_t index) const {
     std::u16string_view rest = m_names;
     SkipNames(rest, index);
@@ -400,15 +414,19 @@ CFilePathW CFilePathW::GetUncRoot() const {
     return root;
 }
 
+// Names are appended one by one, so that ".." in the part removes the name before it.
 CFilePathW CFilePathW::SubPath(std::size_t start, std::size_t count) const {
     CFilePathW part;
     std::u16string_view rest = m_names;
+    // Not `i < start + count`: the sum of two large numbers wraps around.
     for (std::size_t i = 0; i < m_count && (i < start || i - start < count); ++i) {
         const std::u16string_view name = TakeFirstName(rest);
         if (i >= start) {
             static_cast<void>(part.AppendChecked(name));
         }
     }
+    // AppendChecked sees only a first name. It cannot tell a server from a folder, or "C:a" from
+    // "C:\a", so the kind is copied.
     if (start == 0 && !part.IsEmpty()) {
         part.m_kind = m_kind;
     }
@@ -428,6 +446,7 @@ void CFilePathW::DropFirst(std::size_t count) {
     }
     std::u16string_view rest = m_names;
     SkipNames(rest, count);
+    // What SkipNames leaves is the end of `m_names`, so the difference of the lengths is cut off.
     m_names.erase(0, m_names.size() - rest.size());
     m_count -= count;
     m_kind = FilePathRelative;

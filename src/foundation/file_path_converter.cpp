@@ -66,6 +66,8 @@ private:
 };
 
 bool CTokenScan::FindSpan() {
+    // `m_rest` is reversed: the first percent sign of the text is the last one here, and the span
+    // from `first` down to `last` is read backwards.
     const std::size_t first = m_rest.rfind(u'%');
     if (first == std::u16string::npos || first == 0) {
         return false;
@@ -74,6 +76,7 @@ bool CTokenScan::FindSpan() {
     if (last == std::u16string::npos) {
         return false;
     }
+    // What is before the span is done. The span itself is then the start of the rest.
     PassTo(first + 1);
     m_span.assign(m_rest.rbegin(), m_rest.rend() - static_cast<std::ptrdiff_t>(last));
     return true;
@@ -94,6 +97,7 @@ void CTokenScan::ReplaceSpan(std::u16string_view path) {
     // Counted from the old position, not from the token. So after text in front of the token the
     // scan goes on inside the new path. This must stay: it decides which tokens are found.
     m_position += path.size();
+    // The part of the new path before the position is not searched, so it is done.
     if (m_position > m_done.size()) {
         PassTo(m_rest.size() - (m_position - m_done.size()));
     }
@@ -104,6 +108,8 @@ std::u16string CTokenScan::TakeResult() {
     return std::move(m_done);
 }
 
+// Moves units from the start of the rest to the end of the done part, until the rest has
+// `restLength` units.
 void CTokenScan::PassTo(std::size_t restLength) {
     const auto passed = static_cast<std::ptrdiff_t>(m_rest.size() - restLength);
     m_done.append(m_rest.rbegin(), m_rest.rbegin() + passed);
@@ -132,6 +138,7 @@ private:
     std::size_t m_taken = 0;
 };
 
+// `index` counts in the original and is not before what is taken already.
 std::size_t CCollapsed::TakeUpTo(std::size_t index) {
     m_changed.append(m_original, m_taken, index - m_taken);
     m_taken = index;
@@ -139,6 +146,8 @@ std::size_t CCollapsed::TakeUpTo(std::size_t index) {
 }
 
 void CCollapsed::Replace(std::size_t position, std::size_t length, std::u16string_view token) {
+    // A match that begins in the changed part may end in the original. That end is taken first, so
+    // that the match is in one piece.
     const std::size_t end = position + length;
     TakeUpTo(m_taken + end - std::min(end, m_changed.size()));
     const std::u16string_view rest = end < m_changed.size()
@@ -158,6 +167,8 @@ const std::u16string& CCollapsed::Finish() {
 
 }  // namespace
 
+// Of rows with the same path the one that is added first wins. So a folder of the system wins over
+// an environment variable with the same path.
 CFilePathConverter::CFilePathConverter() {
     AddFolders();
     AddEnvironment();
@@ -171,6 +182,7 @@ void CFilePathConverter::AddFolders() {
     for (const platform::SSpecialFolder& folder : platform::kSpecialFolders) {
         CFilePathW path = GetSpecialFolderPath(folder.csidl);
         if (!path.IsEmpty()) {
+            // The system may give a short name, but texts are searched for long ones.
             ExpandLongPath(path);
             AddEntry(TokenOf(folder.name), path.ToString());
         }
@@ -193,9 +205,11 @@ void CFilePathConverter::AddEnvironment() {
 }
 
 void CFilePathConverter::AddEntry(std::u16string_view token, std::u16string_view path) {
+    // An empty path would match at every place of a text.
     if (path.empty()) {
         return;
     }
+    // After the rows of the same length, so that the first one of them stays first.
     const auto place = std::find_if(
         m_entries.begin(), m_entries.end(),
         [path](const CFolderEntry& entry) { return entry.path.GetLength() < path.size(); });
@@ -209,6 +223,7 @@ void CFilePathConverter::GroupRows() {
     m_groups.clear();
     m_looseRows.clear();
     m_longestLoosePath = 0;
+    // In rising order, so that the rows of a group rise too. FindLongestPath relies on it.
     for (std::size_t row = 0; row < m_entries.size(); ++row) {
         const std::u16string_view path = m_entries[row].lowerPath;
         if (!IsCollapsible(path)) {
@@ -220,6 +235,8 @@ void CFilePathConverter::GroupRows() {
         }
         // One group for each first unit: in practice the drive letters and the backslash of UNC
         // paths.
+        // The prefix is a view into a row. It is valid, because all groups are built again whenever
+        // a row is added.
         const auto group = std::find_if(
             m_groups.begin(), m_groups.end(),
             [path](const SGroup& candidate) { return candidate.prefix.front() == path.front(); });
@@ -293,6 +310,8 @@ void CFilePathConverter::ReplaceByToken(CStrW& text, std::u16string_view lower,
          at = lower.find(path, collapsed.GetTaken())) {
         const std::size_t token = collapsed.TakeUpTo(at);
         SMatch next{match.entry, token};
+        // INVARIANT: the changed part before `changed` has been searched already, so a new match
+        // reaches at least the unit at `changed`.
         std::size_t changed = token;
         while (next.entry != nullptr) {
             collapsed.Replace(next.position, next.entry->path.GetLength(), next.entry->token);
@@ -313,6 +332,8 @@ CFilePathConverter::SMatch CFilePathConverter::FindNewPath(std::u16string_view d
     if (m_looseRows.empty()) {
         return {};
     }
+    // Folds only so much text on both sides as the longest loose path can reach. Folding all of it
+    // at each token would be quadratic.
     const std::size_t start = changed - std::min(changed, m_longestLoosePath);
     std::u16string around(done.substr(start));
     platform::FoldText(around.data(), around.size());
@@ -322,6 +343,8 @@ CFilePathConverter::SMatch CFilePathConverter::FindNewPath(std::u16string_view d
         const std::u16string_view path = entry.lowerPath;
         const std::size_t first = changed - std::min(changed, path.size() - 1);
         const std::size_t at = around.find(path, first - start);
+        // A later row has its turn in a later round of CollapsePaths. A match that begins after
+        // `done` has no part of the new token, so a later search finds it.
         if (&entry <= &last && at < done.size() - start) {
             return {&entry, start + at};
         }
@@ -333,6 +356,8 @@ CFilePathConverter::SMatch CFilePathConverter::FindNewPath(std::u16string_view d
 CFilePathConverter::SMatch CFilePathConverter::FindLongestPath(std::u16string_view lower) const {
     SMatch match;
     std::size_t best = m_entries.size();
+    // `best` only falls, and a row below it is taken at its first match. So each row that becomes
+    // the best one has its leftmost place.
     for (const SGroup& group : m_groups) {
         for (std::size_t at = lower.find(group.prefix); at != std::u16string_view::npos;
              at = lower.find(group.prefix, at + 1)) {

@@ -15,6 +15,7 @@ namespace {
 // In UTF-16 units. A text whose long form would be longer stays as it is.
 constexpr std::size_t kMaxLongName = 259;
 
+// Written only while no other thread of a conversion runs, so it needs no lock.
 bool s_isCheckOnly = false;
 
 // Reads a file to its end.
@@ -24,6 +25,7 @@ int ReadThrough(const CStrW& source) {
     int status = file.Open(source.Get());
     std::vector<std::byte> piece(kPiece);
     std::size_t count = kPiece;
+    // Read fills a piece unless the file ends in it, so a short piece is the last one.
     for (std::uint64_t at = 0; status == ERROR_SUCCESS && count == kPiece; at += count) {
         status = file.Read(at, piece, count);
     }
@@ -84,6 +86,7 @@ bool CreateDirectoryChain(const CFilePathW& path) {
     }
     for (std::size_t i = folder.GetSegmentCount(); i < path.GetSegmentCount(); ++i) {
         static_cast<void>(folder.AppendSegment(path.GetSegment(i)));
+        // The first ones may exist: for "C:a" and "\a" the chain begins at the top.
         if (!IsExistingFolder(folder) &&
             platform::CreateFolder(folder.ToString().Get()) != ERROR_SUCCESS) {
             return false;
@@ -151,6 +154,7 @@ bool ExpandLongPath(CFilePathW& path) {
         std::u16string longName;
         const int status = platform::GetLongName(existing.ToString().Get(), longName);
         if (status == ERROR_SUCCESS) {
+            // The names that do not exist stay as they are written.
             path.DropFirst(existing.GetSegmentCount());
             static_cast<void>(path.Prepend(CFilePathW(longName)));
             return true;
@@ -167,6 +171,8 @@ bool ExpandLongName(CStrW& text) {
     if (!platform::HasShortNames()) {
         return false;
     }
+    // Each round cuts off the last name, so the loop ends. The text need not be a path: the system
+    // finds no name for any other text.
     CStrW existing(text);
     while (!existing.IsEmpty()) {
         std::u16string longName;
@@ -179,6 +185,7 @@ bool ExpandLongName(CStrW& text) {
             text.Prepend(longName);
             return true;
         }
+        // Before a backslash at the very start there is nothing to ask for.
         const std::size_t cut = existing.View().rfind(u'\\');
         if (!IsMissing(status) || cut == std::u16string_view::npos || cut == 0) {
             return false;

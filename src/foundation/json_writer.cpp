@@ -10,6 +10,7 @@
 
 namespace {
 
+// The first and the second unit of a surrogate pair.
 constexpr bool IsLead(char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
 constexpr bool IsTrail(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
@@ -39,6 +40,7 @@ void CJsonWriter::SState::WriteEscaped(std::u16string_view units) {
     text.assign(1, '"');
     for (std::size_t i = 0; i < units.size(); ++i) {
         const char16_t unit = units[i];
+        // A pair is one character of UTF-8. A half alone has no form there, so it is escaped.
         const bool isPair = IsLead(unit) && i + 1 < units.size() && IsTrail(units[i + 1]);
         if (isPair) {
             text += platform::Utf16ToUtf8(units.substr(i++, 2));
@@ -75,6 +77,7 @@ void CJsonWriter::Text(std::u16string_view text) {
         state.WriteEscaped(text);
         return;
     }
+    // The library escapes the quotes and backslashes that are left.
     state.text.resize(text.size());
     std::ranges::transform(text, state.text.begin(),
                            [](char16_t unit) { return static_cast<char>(unit); });
@@ -91,6 +94,7 @@ void CJsonWriter::Bool(bool value) { m_state->writer.Bool(value); }
 void CJsonWriter::Null() { m_state->writer.Null(); }
 
 void CJsonWriter::Json(std::string_view value) {
+    // The library copies the value without a check. Its type only says that it is no name.
     m_state->writer.RawValue(value.data(), value.size(), rapidjson::kObjectType);
 }
 
@@ -99,6 +103,7 @@ std::string_view CJsonWriter::GetBytes() const {
 }
 
 void CJsonWriter::Clear() {
+    // Both keep their memory for the next document.
     m_state->buffer.Clear();
     m_state->writer.Reset(m_state->buffer);
 }

@@ -4,6 +4,7 @@
 #include <iterator>
 
 std::uint64_t ReadPlainNumber64(std::u16string_view text, unsigned radix) {
+    // Unsigned, so that a number that is too large wraps around.
     std::uint64_t value = 0;
     for (const char16_t unit : text) {
         const unsigned digit = DigitValue(unit);

@@ -15,6 +15,7 @@ constexpr std::size_t kMostTerminators = 2;  // of a list of texts
 }  // namespace
 
 CStrW CRegBuf::GetText() const {
+    // An odd last byte is no unit and is dropped. c_str() ends the text at its first NUL.
     const std::size_t units = m_dataSize / kUnit;
     std::u16string text(units, u'\0');
     if (units != 0) {
@@ -87,6 +88,7 @@ int CRegKey::QueryValue(std::u16string_view name, CRegBuf& buffer) const {
         if (size > buffer.m_capacity && !buffer.Reserve(size)) {
             return ERROR_NOT_ENOUGH_MEMORY;
         }
+        // If the value has grown since the first call, this fails too, and the buffer stays empty.
         size = buffer.m_capacity;
         status = platform::QueryValue(m_hKey, name, type, buffer.m_data.get(), size);
     }
@@ -110,6 +112,7 @@ int CRegKey::QueryString(std::u16string_view name, CStrW& value) const {
     std::uint32_t type = REG_NONE;
     std::uint32_t size = 0;
     int status = platform::QueryValue(m_hKey, name, type, nullptr, size);
+    // For a missing value the type is still REG_NONE, so its status is returned here too.
     if ((type != REG_SZ && type != REG_EXPAND_SZ) ||
         (status != ERROR_SUCCESS && status != ERROR_MORE_DATA)) {
         return status;

@@ -15,6 +15,8 @@ struct SHive {
     std::uint32_t handle;
 };
 
+// With the predefined handles of Windows. 0x80000004 is not a hive: it is performance data, which
+// is computed when it is read.
 constexpr SHive kHives[] = {
     {u"HKEY_CLASSES_ROOT", u"HKCR", 0x80000000},   {u"HKEY_CURRENT_USER", u"HKCU", 0x80000001},
     {u"HKEY_LOCAL_MACHINE", u"HKLM", 0x80000002},  {u"HKEY_USERS", u"HKU", 0x80000003},
@@ -26,6 +28,7 @@ constexpr SKernelRoot kKernelRoots[] = {
     {uR"(\REGISTRY\USER)", u"HKEY_USERS"},
 };
 
+// Null for any other name. The rows are few, so they are tried one by one.
 const SHive* FindHive(std::u16string_view name) {
     const auto* const hive =
         std::find_if(std::begin(kHives), std::end(kHives), [name](const SHive& candidate) {
@@ -37,6 +40,7 @@ const SHive* FindHive(std::u16string_view name) {
     return hive == std::end(kHives) ? nullptr : hive;
 }
 
+// False when neither is the name of a hive, even if the names are equal.
 bool IsSameHive(std::u16string_view left, std::u16string_view right) {
     const SHive* const hive = FindHive(left);
     return hive != nullptr && (platform::HasSameUnits(left, right) || hive == FindHive(right));
@@ -159,6 +163,7 @@ int CRegPathW::ParseNames(std::u16string_view text) {
     if (text.empty()) {
         return ERROR_SUCCESS;
     }
+    // One backslash at the end is gone. After a second one there is an empty name.
     bool isValid = text.back() != u'\\';
     std::size_t count = 0;
     // One pass checks and counts the names. A name starts after each backslash. It must not be
@@ -173,6 +178,7 @@ int CRegPathW::ParseNames(std::u16string_view text) {
     if (!isValid) {
         return ERROR_INVALID_DATA;
     }
+    // After a kernel name the path has its hive already, and no further name can be one.
     if (IsEmpty()) {
         m_hasHive = CHiveNameW::IsHiveName(text.substr(0, text.find(u'\\')));
     }
@@ -180,6 +186,7 @@ int CRegPathW::ParseNames(std::u16string_view text) {
     return ERROR_SUCCESS;
 }
 
+// `count` is the number of names in `names`, which the caller has counted while it checked them.
 void CRegPathW::AddNames(std::u16string_view names, std::size_t count) {
     m_names.reserve(m_names.size() + names.size() + 1);
     if (!IsEmpty()) {
@@ -263,6 +270,7 @@ bool CRegPathW::Contains(const CRegPathW& part) const {
     if (part.IsEmpty()) {
         return false;
     }
+    // INVARIANT: `run` is the names from index `start` on.
     std::u16string_view run = m_names;
     for (std::size_t start = 0; start + part.m_count <= m_count; ++start) {
         // Only names from the start on can begin with a hive.
@@ -319,6 +327,7 @@ CRegPathW CRegPathW::SubPath(std::size_t start, std::size_t count) const {
 }
 
 void CRegPathW::RemoveFirst(std::size_t count) {
+    // With fewer names NamesFrom is empty, and all of them go.
     m_names.erase(0, m_names.size() - NamesFrom(count).size());
     m_count -= std::min(count, m_count);
     m_hasHive = false;
@@ -329,6 +338,7 @@ void CRegPathW::RemoveLast(std::size_t count) {
         Clear();
         return;
     }
+    // One name is left at least, so each search finds a backslash.
     for (std::size_t i = 0; i < count; ++i) {
         m_names.resize(m_names.rfind(u'\\'));
     }
@@ -344,6 +354,7 @@ CStrW CRegPathW::ToLongString() const {
         return ToString();
     }
     CStrW text;
+    // Room for a backslash and the terminator. Without memory the text is empty.
     if (text.Reserve(hive->longName.size() + rest.size() + 2)) {
         text.Append(hive->longName);
         if (m_count > 1) {

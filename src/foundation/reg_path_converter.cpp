@@ -234,6 +234,8 @@ void CKeyExpansion::Rematch(std::size_t index) {
     }
 }
 
+// Adds the growth of all places before this one. `node & (node - 1)` takes off the lowest bit that
+// is set, which is the number of places that the node of the tree covers.
 std::size_t CKeyExpansion::GetPosition(std::size_t index) const {
     std::size_t position = m_places[index].start;
     for (std::size_t node = index; node != 0; node &= node - 1) {
@@ -242,6 +244,7 @@ std::size_t CKeyExpansion::GetPosition(std::size_t index) const {
     return position;
 }
 
+// Adds to every node of the tree that covers the place. `node & (~node + 1)` is the lowest bit.
 void CKeyExpansion::Shift(std::size_t index, std::size_t added) {
     for (std::size_t node = index + 1; node <= m_growth.size(); node += node & (~node + 1)) {
         m_growth[node - 1] += added;

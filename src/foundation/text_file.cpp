@@ -42,6 +42,8 @@ int CTextFileW::WriteLines() {
     for (const CStrW& line : m_lines) {
         batch += line.View();
         batch += lineEnd;
+        // A batch ends after a whole line, so that no surrogate pair is cut in two before it is
+        // converted to a code page.
         if (batch.size() >= kBatchUnits) {
             const int status = WriteBatch(batch);
             if (status != ERROR_SUCCESS) {

@@ -25,6 +25,7 @@ std::size_t TextLength(const char16_t* text) {
 // Whether a text counts as empty.
 bool IsBlank(std::u16string_view text) { return text.empty() || text.front() == 0; }
 
+// Like FoldUnit, but without a call for ASCII, of which most texts are.
 char16_t Fold(char16_t unit) {
     if (unit < 0x80) {
         return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
@@ -73,6 +74,7 @@ CStrW::CStrW(EFormatMode mode, std::uint32_t resourceId, const void* module, ...
     if (mode == FormatMessageStyle) {
         LoadFormatMessage(resourceId, module, arguments);
     } else {
+        // Without the resource the text stays empty.
         std::u16string format;
         if (platform::LoadResourceText(resourceId, module, format)) {
             FormatV(format.c_str(), arguments);
@@ -109,6 +111,7 @@ bool CStrW::Reserve(std::size_t capacity) {
     if (capacity <= m_capacity) {
         return true;
     }
+    // The size in bytes must not wrap around.
     if (capacity > SIZE_MAX / sizeof(char16_t)) {
         return false;
     }
@@ -155,6 +158,7 @@ void CStrW::Assign(std::u16string_view text) {
         SetLength(0);
         return;
     }
+    // Not memcpy, because a part of this text overlaps its new place.
     std::memmove(m_pBuffer, text.data(), text.size() * sizeof(char16_t));
     SetLength(text.size());
 }
@@ -198,6 +202,7 @@ void CStrW::Delete(std::size_t index, std::size_t count) {
     if (index >= m_length || count == 0) {
         return;
     }
+    // `count` may be kAllCharacters, so it is not added to the index.
     const std::size_t removed = std::min(count, m_length - index);
     const std::size_t rest = m_length - index - removed;
     std::memmove(m_pBuffer + index, m_pBuffer + index + removed, rest * sizeof(char16_t));
@@ -205,6 +210,7 @@ void CStrW::Delete(std::size_t index, std::size_t count) {
 }
 
 std::size_t CStrW::InsertUncPrefix() {
+    // After the two backslashes before the server, or at the end of a shorter text.
     Insert(std::min<std::size_t>(2, m_length), uR"(?\UNC\)");
     return m_length;
 }
@@ -243,6 +249,8 @@ std::size_t CStrW::Replace(std::u16string_view from, std::u16string_view to, boo
     if (!staysInPlace && length != 0 && !other.Reserve(length + 1)) {
         return 0;
     }
+    // In place, `target` is never past `position`: no replacement is longer than its match. So
+    // nothing is overwritten that is still to be searched.
     char16_t* target = staysInPlace ? m_pBuffer : other.m_pBuffer;
     const auto put = [&target](std::u16string_view text) {
         std::memmove(target, text.data(), text.size() * sizeof(char16_t));
@@ -272,6 +280,7 @@ void CStrW::Trim() {
     while (end > start && platform::IsSpace(m_pBuffer[end - 1])) {
         --end;
     }
+    // The end first: `end` counts units of the text with its blanks in front.
     Truncate(end);
     Delete(0, start);
 }
@@ -313,6 +322,7 @@ int CStrW::CompareNoCase(std::u16string_view other) const { return ::CompareNoCa
 int CStrW::CompareN(std::u16string_view other, std::size_t count, bool ignoreCase) const {
     const std::u16string_view left = View().substr(0, count);
     const std::u16string_view right = other.substr(0, count);
+    // The collator must not see an empty text; it is less than every other.
     if (IsBlank(left) || IsBlank(right)) {
         return static_cast<int>(IsBlank(right)) - static_cast<int>(IsBlank(left));
     }
@@ -326,6 +336,7 @@ bool CStrW::StartsWithNoCase(std::u16string_view prefix) const {
 }
 
 bool CStrW::IsGuid() const {
+    // An "x" is a digit in either case; any other unit must be the same.
     constexpr std::u16string_view kShape = u"{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
     if (m_length != kShape.size()) {
         return false;
@@ -381,6 +392,7 @@ bool CStrW::FormatMessage(const char16_t* format, std::va_list arguments) {
 bool CStrW::LoadFormatMessage(std::uint32_t resourceId, const void* module,
                               std::va_list arguments) {
     std::u16string format;
+    // An empty resource has no message in it and counts as missing.
     if (!platform::LoadResourceText(resourceId, module, format) || format.empty()) {
         SetLength(0);
         return false;

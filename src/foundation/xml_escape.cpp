@@ -15,6 +15,7 @@ bool StaysAsItIs(char16_t unit) { return unit >= 0x20 && unit < 0xD800 && unit !
 bool StaysAsItIs(std::u16string_view text) {
     unsigned other = 0;
     for (const char16_t unit : text) {
+        // One comparison for both ends: a unit below 0x20 wraps around to a large number.
         const bool isOutside = static_cast<char16_t>(unit - 0x20) >= 0xD800 - 0x20;
         other |= static_cast<unsigned>(isOutside) | (unit == u'~');
     }
@@ -87,6 +88,7 @@ void UnescapeXmlText(CStrW& text) {
     if (tilde == source.npos) {
         return;
     }
+    // Built beside the text, into which `source` is a view.
     std::u16string plain;
     plain.reserve(source.size());
     std::size_t position = 0;

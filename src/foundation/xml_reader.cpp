@@ -38,6 +38,7 @@ EXmlToken CXmlReader::ReadNext() {
     if (!m_reader.IsOpen()) {
         return XmlTokenNone;
     }
+    // "<a/>" has no end node. Its end token is made here, before the reader goes on.
     const bool isOnEmptyElement = m_nodeType == EXmlNode::Element && m_isEmptyElement;
     if (isOnEmptyElement && !m_inSyntheticEnd) {
         m_inSyntheticEnd = true;
@@ -79,6 +80,7 @@ bool CXmlReader::ReadNode() {
     if (status == S_OK) {
         return true;
     }
+    // S_FALSE is the proper end of the document, and no fault.
     m_fault = status < 0 ? status : m_fault;
     m_nodeType = EXmlNode::None;
     return false;
@@ -117,6 +119,8 @@ bool CXmlReader::PathEquals(std::u16string_view parent, std::u16string_view tail
            EqualsNoCase(path.substr(0, parent.size()), parent);
 }
 
+// On a synthetic end the reader below is still on the start tag. Its attributes were offered there
+// and must not come twice.
 int CXmlReader::MoveToFirstAttribute() {
     return m_inSyntheticEnd ? S_FALSE : m_reader.MoveToFirstAttribute();
 }

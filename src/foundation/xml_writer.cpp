@@ -68,6 +68,7 @@ int CXmlWriter::EndDocument() {
     if (!m_writer.IsOpen()) {
         return S_OK;
     }
+    // A failure to write stays with the output, so the flush reports an earlier one too.
     m_writer.WriteEndDocument();
     const int status = m_writer.Flush();
     m_writer.Close();
