@@ -11,6 +11,8 @@ constexpr SElement<CCasIcon> kIconElements[] = {
     {u"/Default", Value<&CCasIcon::Default, ReadUInt32>},
 };
 
+// A known element without a meaning. Its row keeps it out of the record of unknown elements; any
+// other element of such an icon is skipped just the same.
 constexpr SElement<CCasIcon3> kIcon3Elements[] = {
     {u"/TODO", nullptr},
 };
@@ -18,6 +20,7 @@ constexpr SElement<CCasIcon3> kIcon3Elements[] = {
 constexpr SElement<CCasFta> kFtaElements[] = {
     {u"/Name", Value<&CCasFta::Name, ReadString>},
     {u"/Description", Value<&CCasFta::Description, ReadString>},
+    // In these lists each child is a text, whatever its name.
     {u"/Executables", Strings<&CCasFta::Executables>},
     {u"/Extensions", Strings<&CCasFta::Extensions>},
     {u"/MimeTypes", Strings<&CCasFta::MimeTypes>},

@@ -7,6 +7,7 @@ namespace {
 constexpr SElement<CCasDigitalSignature> kElements[] = {
     {u"/Enabled", Value<&CCasDigitalSignature::Enabled, ReadBool>},
     {u"/SignatureType", Value<&CCasDigitalSignature::SignatureType, ReadUInt32>},
+    // Read as any number; nothing interprets it as a date.
     {u"/ExpirationDate", Value<&CCasDigitalSignature::ExpirationDate, ReadDouble>},
 };
 

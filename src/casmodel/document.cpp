@@ -17,11 +17,14 @@ void OpenFile(CXmlReader& reader, const CFilePathW& file) {
     }
 }
 
+// Both kinds of tags are reported to the path: a name of it may be open and end without the next
+// name in it, and open again later.
 void GoToElement(CXmlReader& reader, std::u16string_view element) {
     CElementPath path(element);
     while (!path.IsOpen()) {
         switch (reader.ReadNext()) {
             case XmlTokenNone:
+                // Also for a fault before the element.
                 throw ERROR_NOT_FOUND;
             case XmlTokenElement:
                 path.OnElement(reader.GetPath());

@@ -10,10 +10,12 @@ std::u16string_view GetChildTail(std::u16string_view path, std::size_t parentLen
 }
 
 void CElementPath::OnElement(std::u16string_view readerPath) {
+    // Only an element directly below the open part can open the next name.
     const std::u16string_view tail = GetChildTail(readerPath, m_readerLength);
     if (tail.empty() || IsOpen()) {
         return;
     }
+    // The next name goes from its "/" to the next one, or to the end of the path.
     const std::size_t end = std::min(m_path.find(u'/', m_openLength + 1), m_path.size());
     const std::u16string_view path = m_path;
     if (EqualsNoCase(tail, path.substr(m_openLength, end - m_openLength))) {
@@ -25,6 +27,7 @@ void CElementPath::OnElement(std::u16string_view readerPath) {
 void CElementPath::OnEndElement(std::u16string_view readerPath) {
     // The end of the deepest open element of this path; other elements have longer paths.
     if (m_readerLength == readerPath.size()) {
+        // Both go back by one name, each in its own spelling.
         m_openLength = m_path.rfind(u'/', m_openLength - 1);
         m_readerLength = readerPath.rfind(u'/');
     }

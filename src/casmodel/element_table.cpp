@@ -22,6 +22,7 @@ bool GoToNextElement(CXmlReader& reader, std::size_t parentLength) {
 }
 
 void RecordUnknownElement(const CXmlReader& reader, std::u16string_view tail) {
+    // Nothing of the capture is lost with it, so only a full record has the line.
     if (!tail.empty() && CRecord::IsFull()) {
         GetRecord().Add({.thing = EThing::Element,
                          .reason = EReason::UnknownElement,

@@ -7,6 +7,7 @@
 
 namespace {
 
+// The reader stays on the start tag: the element has its meaning by its name alone.
 template <ECasRuleType kType>
 void SetRuleType(ECasRuleType& type, CXmlReader&) {
     type = kType;
@@ -20,6 +21,7 @@ constexpr SElement<ECasRuleType> kRuleTypeElements[] = {
     {u"/Redirect", SetRuleType<ECasRuleType::Redirect>},
 };
 
+// For both kinds of rules, which have no class in common.
 template <class TRule>
 void ReadRuleType(TRule& rule, CXmlReader& reader) {
     ReadElements(kRuleTypeElements, rule.RuleType, reader);
@@ -56,6 +58,7 @@ constexpr SElement<CCasRule> kRuleElements[] = {
     {u"/VirtualizedName", Value<&CCasRule::VirtualizedName, ReadString>},
 };
 
+// Unlike the flags above, this is kept as a text.
 constexpr SElement<CCasExeSecurityMode> kExeSecurityModeElements[] = {
     {u"/Enhanced", Value<&CCasExeSecurityMode::Enhanced, ReadString>},
 };
@@ -66,6 +69,7 @@ constexpr SElement<CCasExeControl> kExeControlElements[] = {
 
 constexpr SElement<CCasSecurity> kSecurityElements[] = {
     {u"/ExeSecurityMode", Block<&CCasSecurity::ExeSecurityMode>},
+    // Each child is a program, whatever its name.
     {u"/ExeControlList", Items<&CCasSecurity::ExeControlList>},
 };
 
@@ -114,5 +118,6 @@ void CCasSecurity::Read(CXmlReader& reader) { ReadElements(kSecurityElements, *t
 void CCasIsolationEnvironment::Read(CXmlReader& reader) { ReadElements(kElements, *this, reader); }
 
 int CCasIsolationEnvironment::ReadFromFile(const CFilePathW& file) {
+    // What is before this element is skipped, and what is after it is not read.
     return ReadDocument(file, u"/CitrixAIE/AIE", [this](CXmlReader& reader) { Read(reader); });
 }

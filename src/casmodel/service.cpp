@@ -23,6 +23,7 @@ constexpr SElement<CCasService> kElements[] = {
     {u"/ErrorControl", Value<&CCasService::ErrorControl, ReadUInt32>},
     {u"/DeleteFlag", Value<&CCasService::DeleteFlag, ReadBool>},
     {u"/Mangled", Value<&CCasService::Mangled, ReadBool>},
+    // Known, so that it is not recorded as unknown; nothing uses it.
     {u"/Dependencies", nullptr},
 };
 

@@ -11,6 +11,8 @@ constexpr SElement<CCasOperatingSystem> kOperatingSystemElements[] = {
     {u"/ServicePacks", Value<&CCasOperatingSystem::ServicePacks, ReadString>},
 };
 
+// Names are compared whole. So the order of the rows does not count, and "/HashOfHashes" does not
+// match "/HashOfHashes256".
 constexpr SElement<CCasTarget> kTargetElements[] = {
     {u"/Guid", Value<&CCasTarget::Guid, ReadGuid>},
     {u"/Ver", Value<&CCasTarget::Ver, ReadUInt32>},
@@ -49,6 +51,7 @@ void CCasTarget::Read(CXmlReader& reader) { ReadElements(kTargetElements, *this,
 CStrW CCasTarget::GetFolderName() const { return MakeFolderName(platform::GuidToText(Guid), Ver); }
 
 CStrW CCasTarget::MakeFolderName(std::u16string_view guid, std::uint32_t version) {
+    // The name of the folder has no braces.
     guid.remove_prefix(guid.starts_with(u'{') ? 1 : 0);
     guid.remove_suffix(guid.ends_with(u'}') ? 1 : 0);
     // A version from 2147483648 on is printed as a negative number, because the packager names the

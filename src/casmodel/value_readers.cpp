@@ -15,6 +15,7 @@
 
 namespace {
 
+// Times of the document count from 1970, file times from 1601.
 constexpr std::uint64_t kSecondsFrom1601To1970 = 11644473600U;
 constexpr std::uint64_t kStepsPerSecond = 10000000U;  // of 100 nanoseconds
 
@@ -58,6 +59,7 @@ double ToUnsignedDouble(std::string_view text) {
     return number;
 }
 
+// White space, one sign, then the number, as strtod has it. What follows the number is ignored.
 double ToDouble(std::u16string_view text) {
     // Only ASCII can be part of a number, so the first other unit ends it.
     const auto isAscii = [](char16_t unit) { return unit < 0x80; };
@@ -96,11 +98,14 @@ void ReadTimeT(CXmlReader& reader, SFileTime& field) {
 }
 
 void ReadGuid(CXmlReader& reader, GUID& field) {
+    // The document has a GUID without braces, and the system takes only one with them. A text with
+    // braces gets two pairs, so it is refused and the field stays.
     platform::TextToGuid(u'{' + GetText(reader) + u'}', field);
 }
 
 void ReadHexBytes(CXmlReader& reader, std::unique_ptr<std::uint8_t[]>& field) {
     const CStrW text = GetText(reader);
+    // HexToBytes writes a byte for a single last digit too.
     field = std::make_unique<std::uint8_t[]>((text.GetLength() + 1) / 2);
     std::size_t count = 0;
     HexToBytes(text, field.get(), count);

@@ -4,6 +4,8 @@
 
 namespace {
 
+// The component registry. Below the first key each catalog has a key, below the second one each
+// component. A value of the same name in both connects the two.
 constexpr const char16_t* kCatalogsKey = uR"(HKEY_LOCAL_MACHINE\COMPONENTS\CanonicalData\Catalogs)";
 constexpr const char16_t* kComponentsKey =
     uR"(HKEY_LOCAL_MACHINE\COMPONENTS\DerivedData\Components)";
@@ -24,10 +26,12 @@ void CAssemblyCatalogs::AddFile(const CFilePathW& path) {
 }
 
 void CAssemblyCatalogs::AddValue(const CRegPathW& key, const CStrW& name) {
+    // By the long name of the hive, as in FindValues. Only the names count; the data is not read.
     m_registry[key.ToLongString()].insert(name);
 }
 
 void CAssemblyCatalogs::Index(bool withValueNames) {
+    // Built anew, because each target may have added catalogs and values.
     m_byStem.clear();
     m_byValueName.clear();
     // If several catalogs have the same name, the first one in the order of paths wins.
@@ -41,6 +45,7 @@ void CAssemblyCatalogs::Index(bool withValueNames) {
 }
 
 void CAssemblyCatalogs::LoadValueName(CCatalogInfo& catalog) const {
+    // A file ".cat" has no stem. Without this check the key above all catalogs would be asked.
     const CRegPathSegmentW stem(catalog.m_path.GetStem());
     const SortedTexts* const values =
         stem.IsEmpty() ? nullptr : FindValues(CRegPathW(CRegPathW(kCatalogsKey), stem));
@@ -69,6 +74,8 @@ CFilePathW CAssemblyCatalogs::FindByComponent(const CStrW& componentKey) const {
         FindValues(CRegPathW(CRegPathW(kComponentsKey), CRegPathW(componentKey)));
     if (values != nullptr) {
         // The first value, in the order of names, that is also the name of a catalog.
+        // The default value has an empty name, and so has a catalog without a value: these match
+        // too.
         for (const CStrW& name : *values) {
             if (const auto found = m_byValueName.find(name); found != m_byValueName.end()) {
                 return found->second;

@@ -67,6 +67,7 @@ void CAssemblyInfo::ReadManifest() {
 void CAssemblyInfo::ReadXml() {
     CXmlReader reader;
     reader.SetValueFilter(&UnescapeXmlText);
+    // A manifest that cannot be read leaves all fields empty, so the assembly is not complete.
     if (reader.Open(m_manifestPath) != S_OK) {
         return;
     }
@@ -98,6 +99,7 @@ void CAssemblyInfo::ReadXml() {
 }
 
 void CAssemblyInfo::ReadPath() {
+    // The index of the first name below the root of the cache; 0 outside both caches.
     std::size_t index = 0;
     for (const CFilePathW& root : {GetGacPath(), GetNetGacPath()}) {
         if (m_manifestPath.EqualsFirstN(root, root.GetSegmentCount())) {
@@ -139,6 +141,7 @@ void CAssemblyInfo::MakeIdentity() {
 }
 
 void CAssemblyInfo::SetPlace(std::u16string_view place) {
+    // A path may end in one backslash; with more of them it would be refused.
     while (place.ends_with(u'\\')) {
         place.remove_suffix(1);
     }
@@ -152,6 +155,8 @@ void CAssemblyInfo::SetPlace(std::u16string_view place) {
 
 void CAssemblyInfo::AddMemberFile(const CFilePathW& path, bool match) {
     if (!match) {
+        // What is no path gives an empty name, and a path with folders keeps them. Neither is the
+        // name of a captured file, so the assembly stays incomplete.
         m_files.try_emplace(path.ToString());
     } else if (path.GetParent().Equals(m_assemblyFolder)) {
         const auto declared = m_files.find(path.GetFileName().GetText());

@@ -93,6 +93,7 @@ bool CAssemblyProcessor::CheckFile(const CFilePathW& path, std::uint32_t mode) {
     } else if (!name.IsEmpty() && name.CompareExtension(u"cat") == 0) {
         m_catalogs.AddFile(path);
     } else {
+        // Which assembly it belongs to is not known before all manifests have been seen.
         m_files[path.GetParent().ToPlainString()].insert_or_assign(name.GetText(), path);
     }
     return false;
@@ -112,6 +113,7 @@ bool CAssemblyProcessor::CheckValue(const CRegPathW& key, const CStrW& name, std
     return false;
 }
 
+// By path, so that a file that is seen twice is in the list once.
 void CAssemblyProcessor::AddManifest(const CFilePathW& path, bool isGlobal) {
     m_manifests.insert_or_assign(path.ToString(), CManifestInfo{path, isGlobal});
 }
@@ -145,12 +147,15 @@ void CAssemblyProcessor::AddAssemblies(COrvPackage& package, const CFilePathW& p
 }
 
 void CAssemblyProcessor::AddGlobal(const CAssemblyInfo& assembly, COutput& output) const {
+    // A file that is no managed assembly, or only a part of one, cannot be installed in a global
+    // cache.
     const CFilePathW& module = assembly.GetManifestPath();
     if (!assembly.IsComplete() || !output.Cache().IsManagedAssembly(module.ToString().Get())) {
         RecordAssembly(module, EReason::AssemblyIncomplete, assembly.GetIdentity());
         return;
     }
     CFilePathW folder = output.GetFolder();
+    // A module outside both caches goes to "Assemblies" itself.
     for (const CFilePathW* const root : {&m_gacPath, &m_netGacPath}) {
         if (StartsWith(module, *root)) {
             // "GAC_MSIL\Name\Version_Culture_Token"
@@ -158,6 +163,8 @@ void CAssemblyProcessor::AddGlobal(const CAssemblyInfo& assembly, COutput& outpu
             break;
         }
     }
+    // Of two modules with the same identity the first one makes the item, and the second one is not
+    // copied. AddSideBySide does the same.
     COrvCreateAssembly* const added = output.Assemblies().AddItem(assembly.GetIdentity());
     RecordAssembly(module, added == nullptr ? EReason::SameItem : EReason::Created,
                    assembly.GetIdentity());
@@ -175,6 +182,8 @@ void CAssemblyProcessor::AddSideBySide(CAssemblyInfo& assembly, COutput& output)
     if (output.Cache().FindAssembly(assembly.GetIdentity(), place)) {
         assembly.SetPlace(place);
     }
+    // By name first, as systems before Vista have it. Only without such a catalog the component
+    // registry is asked.
     assembly.SetCatalogPath(m_catalogs.FindByName(assembly.GetManifestPath().GetStem()));
     if (assembly.GetCatalogPath().IsEmpty() && m_isVistaOrLater) {
         assembly.SetCatalogPath(m_catalogs.FindByComponent(assembly.GetComponentKey()));
@@ -193,6 +202,8 @@ void CAssemblyProcessor::AddSideBySide(CAssemblyInfo& assembly, COutput& output)
     }
     // If the key is not a valid name, the files go to "Assemblies" itself.
     const CFilePathW folder(output.GetFolder(), CFilePathSegmentW(assembly.GetComponentKey()));
+    // After a failed copy of the manifest the item is not valid, so nothing more is copied. A
+    // failed copy of the catalog ends it too. Of the other files only the failed ones are left out.
     SOrvAssembly content;
     content.manifest = output.Copy(assembly.GetManifestPath(), folder);
     if (!content.manifest.IsEmpty()) {

@@ -87,6 +87,7 @@ void StoreObjectName(CServiceInfo& service, const CRegBuf& data) {
     }
 }
 
+// A value of another type is ignored, so "ImagePath" has a row for each type that it may have.
 constexpr SServiceValue kServiceValues[] = {
     {u"Type", REG_DWORD, &StoreNumber<&CServiceInfo::Type>},
     {u"Start", REG_DWORD, &StoreNumber<&CServiceInfo::Start>},
@@ -101,6 +102,8 @@ constexpr SServiceValue kServiceValues[] = {
     {u"ObjectName", REG_SZ, &StoreObjectName},
 };
 
+// The numbers come from a hive and may be anything. The checks replace those that a service manager
+// does not accept.
 SOrvService ContentOf(const CStrW& name, const CServiceInfo& service) {
     SOrvService content;
     content.name = name;
@@ -126,6 +129,7 @@ void CServiceInfo::SetImagePath(std::u16string_view text) {
         SplitAtBlank(text);
     } else {
         text.remove_prefix(1);
+        // Without a second quote the program is all the rest.
         const std::size_t end = text.find(u'"');
         Binary = CFilePathW(text.substr(0, end));
         if (end != std::u16string_view::npos) {
@@ -139,6 +143,7 @@ void CServiceInfo::SetImagePath(std::u16string_view text) {
 // So blanks are skipped whose text cannot be one: otherwise a text of only blanks and backslashes
 // would take hours.
 void CServiceInfo::SplitAtBlank(std::u16string_view text) {
+    // Also ends when no blank is left, because npos is above the limit.
     for (std::size_t blank = text.find(u' '); blank < kMaxPath;) {
         CStrW program = text.substr(0, blank);
         ExpandFileTokens(program);
@@ -195,11 +200,13 @@ bool CServiceProcessor::CheckValue(const CRegPathW& key, const CStrW& name, std:
     if (!TakesValuesOf(key)) {
         return true;
     }
+    // Values of keys below that of a service are claimed and dropped.
     if (!IsService(key) || (mode != 1 && mode != 2)) {
         return false;
     }
     CServiceInfo& service = FindOrAdd(key.GetLastSegment().GetText());
     CRegKey openKey;
+    // Claimed even if it cannot be read; the field stays as it is then.
     if (openKey.Open(key) != ERROR_SUCCESS || openKey.QueryValue(name, m_buffer) != ERROR_SUCCESS) {
         return false;
     }
@@ -216,6 +223,8 @@ CServiceInfo& CServiceProcessor::FindOrAdd(const CStrW& name) {
 }
 
 void CServiceProcessor::Apply(COrvPackage& package) const {
+    // AddItem keeps the first item of a name. So a service that the profile describes stays as it
+    // is. A record without a program makes an item that is not valid, and no manifest has it.
     auto& created = package.Get<COrvCreateServicesCollection>();
     for (const auto& [name, service] : m_services) {
         const COrvCreateService* const added = created.AddItem(ContentOf(name, service));

@@ -121,7 +121,7 @@ int CFilePathW::ParseKind(std::u16string_view text, std::size_t& start) {
     const auto isDriveRelative = [text](std::size_t colon) {
         return text.size() == colon + 1 || text[colon + 1] != u'\\';
     };
-    // The longest prefix first, because each one begins with the next one.
+    // Of the prefixes with a backslash the longest first, because each one begins with the next one.
     if (text.size() >= kLongUncPrefix.size() &&
         EqualsNoCase(text.substr(0, kLongUncPrefix.size()), kLongUncPrefix)) {
         m_kind = FilePathUnc;
@@ -171,8 +171,8 @@ int CFilePathW::AddIf(bool isValid, std::u16string_view name) {
     return ERROR_SUCCESS;
 }
 
-// Every name but the first follows a backslash. The prefix of the kind is never in `m_names`; the
-// texts of a path get it again when it is printed.
+// Every name but the first follows a backslash. The prefix of the kind is not in `m_names`;
+// ToPlainString adds it.
 void CFilePathW::AddName(std::u16string_view name) {
     if (!IsEmpty()) {
         m_names += u'\\';

@@ -182,7 +182,7 @@ void CFilePathConverter::AddFolders() {
     for (const platform::SSpecialFolder& folder : platform::kSpecialFolders) {
         CFilePathW path = GetSpecialFolderPath(folder.csidl);
         if (!path.IsEmpty()) {
-            // The system may give a short name, but texts are searched for long ones.
+            // The system may give a short name, but texts are searched for the long one.
             ExpandLongPath(path);
             AddEntry(TokenOf(folder.name), path.ToString());
         }

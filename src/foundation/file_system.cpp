@@ -171,8 +171,8 @@ bool ExpandLongName(CStrW& text) {
     if (!platform::HasShortNames()) {
         return false;
     }
-    // Each round cuts off the last name, so the loop ends. The text need not be a path: the system
-    // finds no name for any other text.
+    // Each round cuts off the last name, so the loop ends. The text need not be a path: for any
+    // other text the system finds nothing.
     CStrW existing(text);
     while (!existing.IsEmpty()) {
         std::u16string longName;

@@ -32,7 +32,7 @@ bool IsHexString(std::u16string_view text) {
 void HexToBytes(std::u16string_view text, void* bytes, std::size_t& count) {
     count = text.size() / 2;
     auto* target = static_cast<std::uint8_t*>(bytes);
-    // At a single last digit substr gives one unit.
+    // A single last digit is read alone.
     for (std::size_t i = 0; i < text.size(); i += 2) {
         *target++ = static_cast<std::uint8_t>(ReadPlainNumber64(text.substr(i, 2), 16));
     }

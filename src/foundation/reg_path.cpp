@@ -15,8 +15,8 @@ struct SHive {
     std::uint32_t handle;
 };
 
-// With the predefined handles of Windows. 0x80000004 is not a hive: it is performance data, which
-// is computed when it is read.
+// The numbers are the predefined handles of Windows. 0x80000004 is not a hive: it is performance
+// data, which is collected when it is read.
 constexpr SHive kHives[] = {
     {u"HKEY_CLASSES_ROOT", u"HKCR", 0x80000000},   {u"HKEY_CURRENT_USER", u"HKCU", 0x80000001},
     {u"HKEY_LOCAL_MACHINE", u"HKLM", 0x80000002},  {u"HKEY_USERS", u"HKU", 0x80000003},
@@ -28,7 +28,7 @@ constexpr SKernelRoot kKernelRoots[] = {
     {uR"(\REGISTRY\USER)", u"HKEY_USERS"},
 };
 
-// Null for any other name. The rows are few, so they are tried one by one.
+// Null when it is not the name of a hive.
 const SHive* FindHive(std::u16string_view name) {
     const auto* const hive =
         std::find_if(std::begin(kHives), std::end(kHives), [name](const SHive& candidate) {
@@ -327,7 +327,7 @@ CRegPathW CRegPathW::SubPath(std::size_t start, std::size_t count) const {
 }
 
 void CRegPathW::RemoveFirst(std::size_t count) {
-    // With fewer names NamesFrom is empty, and all of them go.
+    // If there are fewer names, NamesFrom is empty, and all of them go.
     m_names.erase(0, m_names.size() - NamesFrom(count).size());
     m_count -= std::min(count, m_count);
     m_hasHive = false;

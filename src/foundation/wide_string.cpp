@@ -25,7 +25,7 @@ std::size_t TextLength(const char16_t* text) {
 // Whether a text counts as empty.
 bool IsBlank(std::u16string_view text) { return text.empty() || text.front() == 0; }
 
-// Like FoldUnit, but without a call for ASCII, of which most texts are.
+// Most texts are ASCII, which needs no call of FoldUnit.
 char16_t Fold(char16_t unit) {
     if (unit < 0x80) {
         return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
@@ -158,7 +158,7 @@ void CStrW::Assign(std::u16string_view text) {
         SetLength(0);
         return;
     }
-    // Not memcpy, because a part of this text overlaps its new place.
+    // Not memcpy, because a part of this text may overlap its new place.
     std::memmove(m_pBuffer, text.data(), text.size() * sizeof(char16_t));
     SetLength(text.size());
 }

@@ -119,8 +119,8 @@ bool CXmlReader::PathEquals(std::u16string_view parent, std::u16string_view tail
            EqualsNoCase(path.substr(0, parent.size()), parent);
 }
 
-// On a synthetic end the reader below is still on the start tag. Its attributes were offered there
-// and must not come twice.
+// On a synthetic end `m_reader` is still on the start tag. Its attributes were offered there and
+// must not come twice.
 int CXmlReader::MoveToFirstAttribute() {
     return m_inSyntheticEnd ? S_FALSE : m_reader.MoveToFirstAttribute();
 }

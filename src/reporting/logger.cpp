@@ -14,6 +14,7 @@ constexpr std::size_t kMaxWhat = 255;  // bytes
 
 }  // namespace
 
+// The text goes into the line as it is: no character of it is escaped for HTML.
 void CLogger::AddLine(const char16_t* lineFormat, const CStrW& text) {
     m_lines.emplace_back(PrintfStyle, lineFormat, text.Get());
 }
@@ -58,6 +59,7 @@ void CLogger::LogWarning(const char16_t* format, ...) {
 }
 
 void CLogger::LogStatus(int status, const CStrW& text) {
+    // Both texts are inserts and not part of the format, because a path may have a "%".
     const CStrW words = GetSystemErrorMessage(status);
     if (status < 0) {
         LogError(u"%1.  %2", text.Get(), words.Get());
@@ -70,6 +72,7 @@ void CLogger::LogException(const std::exception& exception) {
     std::u16string text;
     for (const char c : std::string_view(exception.what()).substr(0, kMaxWhat)) {
         // The encoding of such a text is not known, so only ASCII is kept.
+        // A char may be signed, and is then negative from 0x80 on.
         const auto byte = static_cast<unsigned char>(c);
         text += byte < 0x80 ? static_cast<char16_t>(byte) : u'?';
     }

@@ -10,6 +10,7 @@ CProgressEvent::CProgressEvent(std::uint32_t total, CProgressEvent* parent)
 }
 
 CProgressEvent::~CProgressEvent() {
+    // The parent forgets this level, so the host never reaches one that is gone.
     if (Parent != nullptr) {
         Parent->Child = nullptr;
     }
@@ -43,6 +44,7 @@ void CProgressEvent::Step() {
 }
 
 void CProgressEvent::Finish() {
+    // Equal too: the host learns of the end even when every step has been counted.
     if (Current <= Total) {
         Current = Total;
         Notify();
@@ -50,6 +52,8 @@ void CProgressEvent::Finish() {
 }
 
 void CProgressEvent::Notify() {
+    // The host gets the topmost event and goes down the chain by itself. It reads the events in
+    // place while the work waits for the callback, so nothing changes under it.
     CProgressEvent* top = this;
     while (top->Parent != nullptr) {
         top = top->Parent;

@@ -12,6 +12,7 @@ namespace {
 constexpr std::size_t kBatch = std::size_t{1} << 20;
 constexpr std::size_t kHeadSize = 128;
 
+// What is empty or 0 is left out, so that most lines are short. A missing field means just that.
 void AddText(CJsonWriter& writer, std::string_view key, std::u16string_view text) {
     if (!text.empty()) {
         writer.Key(key);
@@ -49,9 +50,12 @@ void CRecord::Begin(const std::filesystem::path& file, ERecordLevel level) {
     m_losses = 0;
     m_missing = 0;
     m_isCutOff = false;
+    // The start of a line of a former record must not be used for this one.
     m_start.json.clear();
     std::ofstream record(file, std::ios::binary | std::ios::trunc);
     WriteHead(record, "running", 0);
+    // On only after the head is in the file. Otherwise the record stays off, and the conversion
+    // goes on without it.
     if (record.flush()) {
         m_file = file;
         s_level = level;
@@ -59,6 +63,8 @@ void CRecord::Begin(const std::filesystem::path& file, ERecordLevel level) {
 }
 
 void CRecord::SetTarget(std::uint32_t number) {
+    // Before the number changes, because these keys belong to the target that ends. No rule took
+    // them out, so they have been created.
     for (const auto& [hash, source] : std::exchange(m_held, {})) {
         Add({.thing = EThing::Key,
              .reason = EReason::Created,
@@ -72,10 +78,12 @@ void CRecord::End(int status) {
     if (!IsOn()) {
         return;
     }
+    // While the record is on, because it writes the lines of the keys that are still held.
     SetTarget(0);
     s_level = ERecordLevel::Off;
     WriteOut();
     // A full disk has room for what replaces bytes of the same file.
+    // `in` keeps the lines; the new head takes the place of the old one.
     std::ofstream record(m_file, std::ios::binary | std::ios::in);
     WriteHead(record, m_isCutOff ? "cut off" : "whole", status);
 }
@@ -96,6 +104,7 @@ void CRecord::WriteHead(std::ostream& file, const char* state, int status) const
     head.Number(static_cast<std::int64_t>(m_missing));
     head.EndObject();
     std::string line(head.GetBytes());
+    // Blanks after a value are allowed in JSON.
     line.resize(kHeadSize - 1, ' ');
     line += '\n';
     file.write(line.data(), static_cast<std::streamsize>(line.size()));
@@ -106,7 +115,9 @@ void CRecord::Add(const SRecordLine& line) {
     if (!IsOn() || (reason.weight == EWeight::Normal && !IsFull())) {
         return;
     }
+    // The walk and the queue of registry items add lines at the same time.
     const std::lock_guard lock(m_mutex);
+    // Counted also when the file is cut off: the head still tells the number.
     m_losses += reason.weight == EWeight::Loss ? 1 : 0;
     m_missing += reason.weight == EWeight::Missing ? 1 : 0;
     if (!m_start.IsOf(line, m_target)) {
@@ -153,6 +164,7 @@ void CRecord::WriteRest(const SRecordLine& line) {
     AddNumber(m_writer, "log",
               line.isLogged ? static_cast<std::int64_t>(GetLogger().GetLines().size()) : 0);
     m_writer.EndObject();
+    // Without the opening brace. If only the closing one is left, the start needs no comma.
     const std::string_view rest = m_writer.GetBytes().substr(1);
     m_batch += rest.size() > 1 ? "," : "";
     m_batch += rest;
@@ -165,6 +177,7 @@ void CRecord::WriteOut() {
         record.write(m_batch.data(), static_cast<std::streamsize>(m_batch.size()));
         m_isCutOff = !record.flush();
     }
+    // Dropped even after a failure, so that a full disk does not fill the memory too.
     m_batch.clear();
 }
 
@@ -174,6 +187,8 @@ void CRecord::Hold(std::uint64_t itemHash, std::u16string_view source) {
 }
 
 void CRecord::Release(std::uint64_t itemHash, SRecordLine line) {
+    // Without the lock, which Add takes. The walk and its queue have ended, so nobody else holds
+    // keys.
     const auto held = m_held.extract(itemHash);
     if (!held.empty()) {
         line.source = held.mapped();

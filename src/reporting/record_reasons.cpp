@@ -7,7 +7,7 @@ namespace {
 using enum EOutcome;
 using enum EWeight;
 
-// By EThing.
+// By EThing. The names are words of the record's format, and its readers compare them.
 constexpr std::string_view kThings[] = {
     "conversion", "profile", "element",  "target",   "rules",    "folder",
     "file",       "mark",    "shortcut", "hive",     "key",      "value",
@@ -27,6 +27,7 @@ constexpr SReason kReasons[] = {
     {"converted", Created, Normal, "It was read; what is in it has lines of its own.", ""},
     {"deleted", Deleted, Normal, "The capture has it deleted, and so does the manifest.", ""},
 
+    // Left out by a rule. These have no weight, because the result is meant to be without them.
     {"placeholder", LeftOut, Normal, "The file only keeps a folder alive in the capture.", ""},
     {"folder-on-drive", LeftOut, Normal,
      "Folders are made with the files in them; a package on a drive has no items of its own for "
@@ -65,6 +66,7 @@ constexpr SReason kReasons[] = {
     {"same-item", Merged, Normal, "There is an item for this place already; the first one stays.",
      ""},
 
+    // Lost: captured, but not in the result. Each row says what the user can do about it.
     {"copy-failed", Failed, Loss, "The file cannot be copied.",
      "See whether it can be read, and whether the disk is full; then convert again."},
     {"file-changed", Failed, Loss, "The file changed while it was copied.",
@@ -128,6 +130,7 @@ constexpr SReason kReasons[] = {
     {"manifest-failed", Failed, Loss, "The manifest cannot be saved.",
      "See whether the disk is full, and whether the folder can be written to."},
 
+    // Missing: a package may be whole without it, so this is no loss.
     {"hive-missing", NotRead, Missing, "The target has no hive.",
      "If registry was captured, copy InstallRoot.dat into the target's folder."},
     {"files-missing", NotRead, Missing, "The target has no captured files.",
