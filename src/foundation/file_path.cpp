@@ -121,7 +121,7 @@ int CFilePathW::ParseKind(std::u16string_view text, std::size_t& start) {
     const auto isDriveRelative = [text](std::size_t colon) {
         return text.size() == colon + 1 || text[colon + 1] != u'\\';
     };
-    // Of the prefixes with a backslash the longest first, because each one begins with the next one.
+    // Of the prefixes with a backslash the longest first, because each begins with the next one.
     if (text.size() >= kLongUncPrefix.size() &&
         EqualsNoCase(text.substr(0, kLongUncPrefix.size()), kLongUncPrefix)) {
         m_kind = FilePathUnc;

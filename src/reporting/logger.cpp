@@ -14,7 +14,8 @@ constexpr std::size_t kMaxWhat = 255;  // bytes
 
 }  // namespace
 
-// The text goes into the line as it is: no character of it is escaped for HTML.
+// The text is an argument of the format, so a "%" in it is no placeholder. It goes into the line as
+// it is: no character of it is escaped for HTML.
 void CLogger::AddLine(const char16_t* lineFormat, const CStrW& text) {
     m_lines.emplace_back(PrintfStyle, lineFormat, text.Get());
 }

@@ -59,6 +59,7 @@ void CProgressEvent::Notify() {
         top = top->Parent;
     }
     if (top->Callback != nullptr) {
+        // Both have the same layout, which CheckLayout pins.
         top->Callback(reinterpret_cast<const OrvProgress*>(top));
     }
 }
