@@ -54,6 +54,7 @@ bool IsFolderEmpty(const CFilePathW& folder) {
     return true;
 }
 
+// With ERROR_FILE_INVALID the copy is there, but its source changed while it was read.
 EReason ReasonOfCopy(int status) {
     return status == ERROR_CANT_ACCESS_FILE ? EReason::LinkNotFollowed
            : status == ERROR_FILE_INVALID   ? EReason::FileChanged
@@ -87,6 +88,7 @@ CCasFileTraverseManager::CCasFileTraverseManager(CAssemblyProcessor& assemblyPro
     SetPattern(CFilePathSegmentW(u"*"));
 }
 
+// The worker thread uses the fields of this class, so it ends before they do.
 CCasFileTraverseManager::~CCasFileTraverseManager() { Stop(true); }
 
 void CCasFileTraverseManager::SetRoot(const CFilePathW& deviceFolder) {
@@ -117,6 +119,7 @@ bool CCasFileTraverseManager::IsExcluded(const CFilePathW& folder) const {
 }
 
 void CCasFileTraverseManager::OnStart() {
+    // On Windows shortcuts are read by a COM object, on this thread.
     platform::EnterApartment();
     CFileTraverse::OnStart();
     TellSealedLinks();
@@ -271,9 +274,12 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
     }
     bool deleted = false;
     if (const int status = FindStream(name + kDeleteMarker, deleted)) {
+        // Without an answer the file may be one to create or one to delete. To make the wrong item
+        // would be worse than none.
         TellMissingFile(name, status, EReason::MarkUnknown);
         return true;
     }
+    // The extension alone makes a shortcut, whatever the file contains.
     const bool shortcut = !path.IsRoot() && last.CompareExtension(kShortcutExtension) == 0;
     if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
         GetRecord().Add({.thing = EThing::File, .reason = EReason::OfAssembly, .source = name});
@@ -296,6 +302,7 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
         collection = u"CreateFiles";
         isNew = AddFile(path, name, target);
     }
+    // An earlier item has the place. Every level of the record tells of that.
     if (!isNew && !deleted) {
         RecordFile(name, target.ToString(),
                    {shortcut ? EThing::Shortcut : EThing::File, EReason::PlaceTaken, collection});
@@ -337,6 +344,7 @@ void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CStrW& n
     // Without a name the destination would be the output folder itself.
     if (!relative.IsEmpty()) {
         const CFilePathW destination(m_packageFolder, relative);
+        // The copy would delete an existing destination, which here is the captured file itself.
         if (destination.Equals(path)) {
             return;
         }
@@ -366,6 +374,7 @@ bool CCasFileTraverseManager::AddShortcut(const CFilePathW& path, const CStrW& n
                          .status = status,
                          .isLogged = true});
     } else if (!added->IsValid()) {
+        // A link that says nothing of its target is in no manifest.
         GetRecord().Add({.thing = EThing::Shortcut,
                          .reason = EReason::ItemIncomplete,
                          .source = name,

@@ -37,6 +37,7 @@ CCasRegistryTraverseManager::CCasRegistryTraverseManager(CAssemblyProcessor& ass
       m_mountedKeys(m_sid),
       m_mount(CMountedKeys::kMount) {}
 
+// The worker thread uses the fields of this class, so it ends before they do.
 CCasRegistryTraverseManager::~CCasRegistryTraverseManager() { Stop(true); }
 
 void CCasRegistryTraverseManager::ShowProgress(std::u16string_view text) {
@@ -47,6 +48,8 @@ void CCasRegistryTraverseManager::ShowProgress(std::u16string_view text) {
 }
 
 void CCasRegistryTraverseManager::OnFinish() {
+    // The stage goes on with the collections as soon as the walk has ended. Runs also if a visit
+    // threw.
     m_items.Finish();
     CRegTraverse::OnFinish();
 }
@@ -119,6 +122,8 @@ void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key, const CRegKe
     m_valueKey.mountedText = key.ToString();
     m_valueKey.realText = real.ToString();
     m_valueKey.isRoot = real.GetSegmentCount() < 2;
+    // Every path of a walk contains the mount. So all variables become those of the user, even the
+    // machine's. This must stay.
     m_valueKey.isUserScope = key.Contains(m_mount);
     m_valueKey.isInstallProperties =
         EqualsNoCase(key.GetSegmentText(key.GetSegmentCount() - 1), kInstallProperties);
@@ -147,6 +152,8 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
         return true;
     }
     CStrW text;
+    // Values of these keys are items of type REG_SZ or variables, whatever their captured type. One
+    // that is no text becomes empty.
     const bool isText = m_valueKey.isInstallProperties || m_valueKey.isEnvironment;
     const int status = isText ? m_valueKey.key->QueryString(name, text)
                               : m_valueKey.key->QueryValue(name, m_buffer);
@@ -154,6 +161,8 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
         m_buffer = CRegBuf();
     }
     const bool deleted = IsDeleted();
+    // Before the test below, so that a hidden or claimed value names the manufacturer too. If it is
+    // kept, it also becomes a value.
     if (m_valueKey.isInstallProperties && name.EqualsNoCase(u"Publisher")) {
         SetManufacturer(text);
     }

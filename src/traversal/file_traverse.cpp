@@ -15,6 +15,7 @@ public:
 
     // Goes to the next entry; false when no folder is left.
     bool Next(platform::SFindData& data) {
+        // Ends: each round gives an entry, or takes one folder out of the queue.
         while (true) {
             if (m_search.IsOpen() && IsFound(m_search.Next(data))) {
                 return true;
@@ -23,6 +24,7 @@ public:
             if (m_pending.empty()) {
                 return false;
             }
+            // Kept until the next folder begins, because entries have only names.
             m_folder = std::move(m_pending.front());
             m_pending.pop_front();
             if (IsFound(m_search.First(CFilePathW(m_folder, m_pattern).ToString().Get(), data))) {
@@ -92,6 +94,7 @@ void CFileTraverse::Run() {
             continue;
         }
         if (!data.IsFolder()) {
+            // Only sets the flag: this is the thread that would be waited for.
             if (!VisitFile(path, data)) {
                 Stop(false);
             }
@@ -103,6 +106,7 @@ void CFileTraverse::Run() {
 
 std::uint32_t CFileTraverse::CountEntries() const {
     std::deque<CFilePathW> pending = m_pending;
+    // Tells nothing of folders that cannot be listed, because the walk itself will.
     CEntries entries(pending, m_pattern, [](const CFilePathW&, int) {});
     platform::SFindData data;
     std::uint32_t count = 0;

@@ -44,6 +44,7 @@ void CRegTraverse::Run() {
     while (!IsStopped() && !m_pending.empty()) {
         CRegKey key;
         if (const int status = OpenNext(m_pending, path, key)) {
+            // What is below this key is not reached either.
             OnUnread(path, status);
             continue;
         }
@@ -65,6 +66,7 @@ void CRegTraverse::VisitSubKeys(const CRegKey& key, const CRegPathW& path) {
             return;
         }
         CRegPathW subKey = status == ERROR_SUCCESS ? PathOf(path, name) : CRegPathW();
+        // The next index may give a subkey again, so one failure does not end the enumeration.
         if (subKey.IsEmpty()) {
             OnUnread(path, status != ERROR_SUCCESS ? status : ERROR_INVALID_NAME);
         }
@@ -76,6 +78,7 @@ void CRegTraverse::VisitSubKeys(const CRegKey& key, const CRegPathW& path) {
 
 void CRegTraverse::VisitValues(const CRegKey& key, const CRegPathW& path) {
     platform::SKeyInfo info;
+    // VisitSubKeys has asked the same of this key and has told of a failure.
     if (key.QueryInfo(info) != ERROR_SUCCESS) {
         return;
     }
@@ -104,6 +107,8 @@ void CRegTraverse::VisitEachValue(const CRegKey& key, const CRegPathW& path, std
 }
 
 std::uint32_t CRegTraverse::EstimateVisits() const {
+    // Works on a copy, so that the walk still finds its roots. It tells nothing of keys that cannot
+    // be read, because the walk will.
     std::deque<CRegPathW> pending = m_pending;
     CRegPathW path;
     std::uint32_t count = 0;

@@ -55,6 +55,8 @@ void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16st
         return;
     }
     SBatch& batch = m_batches[m_filled];
+    // The first record of a batch always brings its key, because a batch is read without the one
+    // before.
     record.isNewKey = batch.records.empty() || !platform::HasSameUnits(batch.key, key) ||
                       !platform::HasSameUnits(batch.source, m_source);
     if (record.isNewKey) {
@@ -65,6 +67,7 @@ void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16st
         record.keyLength = key.size();
         record.sourceLength = m_source.size();
     }
+    // Key, source, name, text: MakeItems takes them in this order.
     batch.texts += name;
     batch.texts += text;
     record.nameLength = name.size();
@@ -98,6 +101,8 @@ void CRegistryItemQueue::HandOver() {
 }
 
 void CRegistryItemQueue::Finish() {
+    // The batches that were handed over may still be at work, so this also waits when none is
+    // filled.
     if (!m_batches[m_filled].records.empty()) {
         HandOver();
     }

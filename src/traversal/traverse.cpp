@@ -3,6 +3,7 @@
 #include <future>
 
 void CTraverse::Start() {
+    // A former walk has to end before its flag is reset, or it would go on beside the new one.
     Stop(true);
     m_isStopped = false;
     m_thread.Start([this] { RunAll(); });
@@ -16,10 +17,12 @@ void CTraverse::RunAll() {
     });
     run();
     OnFinish();
+    // Throws what the walk has thrown, and the thread keeps that for Wait.
     run.get_future().get();
 }
 
 void CTraverse::Stop(bool wait) {
+    // The walk looks at the flag between two visits. A visit in progress is completed.
     m_isStopped = true;
     if (wait) {
         m_thread.Join();
