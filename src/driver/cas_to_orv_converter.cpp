@@ -45,6 +45,7 @@ void RecordProfile(const CCasProfile& profile) {
     if (profile.Targets.empty()) {
         GetRecord().Add({.thing = EThing::Profile, .reason = EReason::NoTarget});
     }
+    // A list on the heap and no recursion, because how deep profiles nest is up to the file.
     std::vector<const CCasProfile*> pending{&profile};
     while (!pending.empty() && CRecord::IsFull()) {
         const CCasProfile* const outer = pending.back();
@@ -64,6 +65,7 @@ void RecordProfile(const CCasProfile& profile) {
 
 int CCasToOrvConverter::Convert(const CFilePathW& casFile, const CFilePathW& orvFile,
                                 GUID** targets, std::uint32_t* targetCount, CProgressEvent* root) {
+    // A wrong name is the caller's mistake: its status says all, and nothing is logged.
     platform::SFindData found;
     const CStrW name = casFile.ToString();
     if (platform::FindEntry(name.Get(), found) != ERROR_SUCCESS || found.IsFolder()) {
@@ -79,6 +81,8 @@ int CCasToOrvConverter::Convert(const CFilePathW& casFile, const CFilePathW& orv
     int status = ERROR_SUCCESS;
     try {
         if (count != 0) {
+            // The host gets the array also when an exception ends the conversion. So it is filled
+            // with zeros first, and given to the host before the work.
             auto* const slots =
                 static_cast<GUID*>(platform::AllocateForCaller(count * sizeof(GUID)));
             if (slots == nullptr) {
@@ -90,6 +94,7 @@ int CCasToOrvConverter::Convert(const CFilePathW& casFile, const CFilePathW& orv
         *targetCount = static_cast<std::uint32_t>(count);
         ConvertTargets(orvFile, *targets, progress);
     } catch (const std::exception& exception) {
+        // What is thrown as a number passes: that of a missing privilege goes on to the host.
         status = LogThrown(exception);
     }
     progress.Finish();
@@ -111,11 +116,13 @@ void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets
         COrvPackage package;
         const CStrW guid = GuidText(target->Guid);
         GetRecord().SetTarget(++number);
+        // Before the work, so that the host also learns of a target in which the conversion ends.
         *targets++ = target->Guid;
         const CFilePathW folder(m_outputFolder, CFilePathSegmentW(guid));
         package.SetManifestPath(CFilePathW(folder, orvFile.GetFileName()));
         progress.SetMessage(CStrW(FormatMessageStyle, u"CAS Target:  %1", guid.Get()));
         ConvertTarget(package, *target, progress);
+        // Targets with the same GUID have one folder, so the manifest of the last one is there.
         const bool isNew = converted.insert(guid).second;
         GetRecord().Add({.thing = EThing::Target,
                          .reason = isNew ? EReason::Converted : EReason::SameGuid,
@@ -156,6 +163,7 @@ void CCasToOrvConverter::ConvertTarget(COrvPackage& package, const CCasTarget& t
     CProgressEvent progress(static_cast<std::uint32_t>(std::size(kSteps)), &parent);
     for (const SStep& step : kSteps) {
         progress.SetMessage(step.message);
+        // RunStage catches what the stage throws; without it Convert does.
         if (step.stage != nullptr && step.failure == EFailure::EndsStage) {
             RunStage(step.stage, package, target, progress);
         } else if (step.stage != nullptr) {
@@ -179,7 +187,8 @@ CFilePathW CCasToOrvConverter::TargetFolder(const CCasTarget& target) const {
 }
 
 bool IsTarget64Bit(const CCasTarget& target) {
-    // The packager's numbers of the 64-bit editions of Windows.
+    // The packager's numbers of the 64-bit editions of Windows. Any other number, even an unknown
+    // one, counts as 32-bit.
     switch (target.CreateOS) {
         case 1:
         case 3:
@@ -199,6 +208,7 @@ void SaveLog(const CFilePathW& logFile) {
     if (lines.empty()) {
         return;
     }
+    // In UTF-16, because a line may have any name in it.
     CTextFileW file;
     file.SetUnicode(true);
     for (const CStrW& line : lines) {

@@ -49,9 +49,11 @@ int Convert(const OrvChar* casFile, const CFilePathW& cas, const CFilePathW& orv
     CProgressEvent root(1, nullptr);
     root.SetCallback(callback);
     root.SetMessage(CStrW(FormatMessageStyle, u"Converting %1 to ORV.", TextOf(casFile)));
+    // First, so that there is a record also when no machine can be loaded.
     CRecordSession record;
     int status = LoadMachineOrLog();
     if (status == ERROR_SUCCESS) {
+        // Before the stages, which ask for the rules of the machine that answers now.
         CRegExclusions::EndOfFormerMachine();
         const CCheck check;
         CCasToOrvConverter converter;
@@ -59,6 +61,7 @@ int Convert(const OrvChar* casFile, const CFilePathW& cas, const CFilePathW& orv
     }
     record.SetStatus(status);
     root.Finish();
+    // Last, so that the file has all lines of this conversion. It has those of earlier ones too.
     if (!log.IsEmpty()) {
         SaveLog(log);
     }
@@ -71,10 +74,12 @@ extern "C" {
 
 uint32_t CasToOrvW(const OrvChar* casFile, const OrvChar* orvFile, const OrvChar* logFile,
                    GUID** targets, uint32_t* targetCount, OrvProgressCallback progress) {
+    // First of all, because a host may free what it finds here after any status.
     *targets = nullptr;
     *targetCount = 0;
     const CFilePathW cas = PathOf(casFile);
     const CFilePathW orv = PathOf(orvFile);
+    // The path of the log is not among them: without a usable one there is only no log.
     if (cas.IsEmpty() || orv.IsEmpty()) {
         return ERROR_INVALID_PARAMETER;
     }
@@ -102,6 +107,7 @@ uint32_t InitCasTargetInformation(const OrvChar* casFile, void** handle) {
     if (status != ERROR_SUCCESS) {
         return static_cast<uint32_t>(status);
     }
+    // The list has copies of the texts, because the package ends with this call.
     auto list = std::make_unique<CasTargetInformationList>();
     for (const auto& target : package.GetProfile().Targets) {
         list->Items.push_back({CStrW(platform::GuidToText(target->Guid)), target->Name});
@@ -115,6 +121,7 @@ uint32_t GetNextCasTargetInformation(void* handle, OrvChar** guidText, OrvChar**
     if (items.empty()) {
         return ERROR_NO_MORE_ITEMS;
     }
+    // The host owns both texts from here on.
     *guidText = Release(items.front().GuidText);
     *name = Release(items.front().Name);
     items.pop_front();

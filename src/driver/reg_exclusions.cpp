@@ -28,10 +28,12 @@ bool Matches(const CExclusionRule& rule, std::u16string_view lowerPath) {
         case MatchExact:
             return lowerPath == pattern;
         default:
+            // AddRule takes any number; one of no comparison matches nothing.
             return false;
     }
 }
 
+// Patterns and paths go through this before they are compared, so that case does not count.
 CStrW LowerCase(CStrW text) {
     text.Fold();
     return text;
@@ -43,6 +45,8 @@ CRegExclusions::CRegExclusions() : m_lowerUserKey(LowerCase(CStrW(kUsers) + GetC
     for (const SExclusionRow& row : GetExclusionRows()) {
         AddRule(row.pattern, row.match, row.flag);
     }
+    // After the table, so that a rule of the table counts before one of the machine with the same
+    // text.
     AddVolatileHives();
 }
 
@@ -73,6 +77,8 @@ void CRegExclusions::EndOfFormerMachine() {
 
 void CRegExclusions::AddVolatileHives() {
     for (const std::u16string& hive : platform::GetVolatileHives()) {
+        // The machine gives the kernel's names. Keys are compared by their portable paths, which
+        // begin with the name of a hive.
         CStrW path(hive);
         CRegPathConverter::KernelPathToHivePath(path);
         AddRule(path, MatchPrefix, false);
@@ -80,6 +86,7 @@ void CRegExclusions::AddVolatileHives() {
 }
 
 bool CRegExclusions::AddRule(const CStrW& pattern, std::uint32_t match, bool flag) {
+    // One look at each rule is enough: there are about 170, and they are added once for a machine.
     const bool isKnown = std::any_of(
         m_rules.begin(), m_rules.end(),
         [&pattern](const CExclusionRule& rule) { return rule.m_pattern.EqualsNoCase(pattern); });
@@ -116,6 +123,7 @@ bool CRegExclusions::StartsWithPrefix(std::u16string_view lowerPath) const {
 
 CStrW CRegExclusions::DescribeRule(const CStrW& path) const {
     const CStrW lowerPath = LowerCase(path);
+    // Shown as a pattern in which a star means any text.
     for (const CExclusionRule& rule : m_rules) {
         if (Matches(rule, lowerPath)) {
             switch (rule.m_match) {
@@ -142,6 +150,7 @@ bool CRegExclusions::IsKernelPath(const CStrW& path) const {
 }
 
 bool CRegExclusions::IsExcluded(const CStrW& path) const {
+    // The portable form of a target that is no key path is empty. No rule speaks of such a target.
     if (path.IsEmpty()) {
         return false;
     }

@@ -16,6 +16,8 @@ void RecordKey(const COrvKeyItem& key, bool isExcluded, const CStrW& path) {
     SRecordLine line{.thing = EThing::Key, .reason = EReason::Created, .collection = u"CreateKeys"};
     if (isExcluded) {
         rule = exclusions.DescribeRule(path);
+        // A key may be excluded for several reasons. A rule is named first, as the one that can be
+        // looked up.
         line.reason = !rule.IsEmpty()                    ? EReason::ExclusionRule
                       : exclusions.IsOtherUsersKey(path) ? EReason::OtherUser
                                                          : EReason::KernelPath;

@@ -41,6 +41,7 @@ void CCasToOrvConverter::SaveTarget(COrvPackage& package, const CCasTarget& /*ta
     if (CRecord::IsOn()) {
         RecordTakenPlaces(package);
     }
+    // Nothing is saved then, but the record still tells of items that the manifest would leave out.
     if (IsCheckOnly()) {
         for (std::size_t type = 0; type < kOrvCollections; ++type) {
             package.GetCollection(static_cast<EOrvCollection>(type)).CheckItems();

@@ -32,6 +32,7 @@ void CopyScript(COrvPackage& package, const CCasScript& script, const SScope& sc
     const CStrW name = scope.prefix + script.Filename;
     line.target = name;
     GetRecord().Add(line);
+    // Empty for a text that cannot be the name of a file: the profile may state anything.
     const CFilePathSegmentW segment(name);
     const CFilePathW relative(CFilePathW(u"InstallActions"), segment);
     if (script.Prelaunch) {
@@ -40,6 +41,7 @@ void CopyScript(COrvPackage& package, const CCasScript& script, const SScope& sc
         package.Get<COrvPostActionsCollection>().AddAction(name, relative.ToString());
     }
     const CFilePathW destination(package.GetFolder(), relative);
+    // The copy would delete an existing destination, which here is the script itself.
     if (source.Equals(destination)) {
         return;
     }
@@ -49,6 +51,7 @@ void CopyScript(COrvPackage& package, const CCasScript& script, const SScope& sc
     if (status != ERROR_SUCCESS) {
         GetLogger().LogMessage(MessageCopyFailed, nullptr, sourceName.Get(),
                                GetSystemErrorMessage(status).Get());
+        // A second line for the script: the first one tells of the action, which stays.
         line.reason = EReason::ScriptFailed;
         line.status = status;
         line.isLogged = true;

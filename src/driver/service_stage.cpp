@@ -12,6 +12,7 @@ constexpr std::u16string_view kLocalSystem = u"LocalSystem";
 // the local system. An empty name counts as a local account.
 CStrW AccountOf(const CStrW& name) {
     const std::u16string_view text = name;
+    // The domain before the name of the local system does not count.
     const std::size_t backslash = text.find(u'\\');
     const bool hasDomain = backslash != std::u16string_view::npos;
     if (EqualsNoCase(hasDomain ? text.substr(backslash + 1) : text, kLocalSystem)) {
@@ -26,6 +27,7 @@ void AddService(COrvPackage& package, const CCasService& service) {
                      .source = service.Name,
                      .collection = u"DeleteServices",
                      .target = service.Name};
+    // To delete a service takes its name alone, so the other fields are not looked at.
     if (service.DeleteFlag) {
         if (package.Get<COrvDeleteServicesCollection>().AddItem(service.Name) == nullptr) {
             line.reason = EReason::SameItem;
@@ -35,6 +37,8 @@ void AddService(COrvPackage& package, const CCasService& service) {
     }
     SOrvService content;
     content.name = service.Name;
+    // The profile may state any number. An item does not check what it is given, so it is done
+    // here.
     content.serviceType = CheckServiceType(service.Type);
     content.startType = CheckStartType(service.StartType);
     content.errorControl = CheckErrorControl(service.ErrorControl);
