@@ -19,6 +19,7 @@ void WritePath(const SAttributeOutput& output, const SOrvAction& from) {
 }
 
 void ExpandPath(SOrvAction& content) {
+    // A percent sign in a text of another type stands for itself.
     if (IsPathType(content.type)) {
         kPathForm.expand(content);
     }
@@ -47,6 +48,7 @@ COrvAction* COrvActionsCollection::InsertAt(std::uint64_t position, SOrvAction c
             ++action->Position;
         }
     }
+    // Any other place than the end has a number that is taken, so this then gives null.
     return AddOwned(MakeAction(position, std::move(content)));
 }
 
@@ -60,6 +62,7 @@ COrvAction* COrvActionsCollection::AddAction(const CStrW& path, const CStrW& rel
     if (Add(item)) {
         return added;
     }
+    // After a removal the count is a number that may be taken. No item names the copy then.
     DeletePayload(added->GetContent().relativeSource, added->GetContent().path);
     return nullptr;
 }
@@ -85,6 +88,7 @@ void COrvActionsCollection::WriteInside(CXmlWriter& writer, const SOrvAction& ac
 }
 
 bool COrvActionsCollection::ReadText(CXmlReader& reader) {
+    // Replaces what the attribute "Path" gave, whatever the type.
     reader.GetValueChunked(ReadSoFar<SOrvAction>().path);
     return true;
 }

@@ -48,6 +48,8 @@ void COrvCreateAssembliesCollection::WriteInside(CXmlWriter& writer,
 }
 
 bool COrvCreateAssembliesCollection::ReadChild(std::u16string_view child, CXmlReader& reader) {
+    // On the end of "<File/>" the node is still an element. Without the second test it would count
+    // as another file.
     if (!EqualsNoCase(child, u"/File") || reader.IsSyntheticEnd() ||
         reader.GetNodeType() != platform::EXmlNode::Element) {
         return false;

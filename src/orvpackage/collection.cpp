@@ -65,6 +65,7 @@ bool COrvCollection::Add(COrvItemPtr<COrvItem>& item) {
 }
 
 bool COrvCollection::Remove(const COrvItem& item) {
+    // The item ends with the pointer that Remove gives; its memory stays until all items end.
     if (m_items.Remove(item.GetHash()) == nullptr) {
         return false;
     }
@@ -95,6 +96,7 @@ void COrvCollection::Write(CXmlWriter& writer) const {
 void COrvCollection::PrefetchAhead(std::size_t place) const {
     const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
     for (unsigned step = 0; step < kPrefetchSteps; ++step) {
+        // Step 0 looks the farthest ahead, because the later steps read what it has asked for.
         const std::size_t ahead = place + (kPrefetchSteps - step) * kPrefetchStride;
         if (ahead < order.size() && order[ahead].item != nullptr) {
             PrefetchItem(*order[ahead].item, step);
@@ -131,6 +133,7 @@ bool COrvCollection::CheckItem(const COrvItem& item) const {
 }
 
 void COrvCollection::CheckItems() const {
+    // An entry without an item is that of a removed one.
     for (const COrvItemTable::SEntry& entry : m_items.GetOrder()) {
         static_cast<void>(entry.item == nullptr || CheckItem(*entry.item));
     }
@@ -144,9 +147,11 @@ bool COrvCollection::Read(CXmlReader& reader) {
     }
     const std::u16string_view child = path.substr(length);
     if (!child.empty()) {
+        // Without the slash it is another element, whose name only begins in the same way.
         return child.front() == u'/' && ReadChild(child, reader);
     }
-    // An empty element has a synthetic end, so each item is finished exactly once.
+    // An empty element has a synthetic end, so each item is finished exactly once. There the node
+    // is still an element, so this comes before the test for a start tag.
     if (reader.IsSyntheticEnd() || reader.GetNodeType() == platform::EXmlNode::EndElement) {
         FinishOrLog(reader);
         return true;
@@ -161,6 +166,7 @@ bool COrvCollection::Read(CXmlReader& reader) {
 void COrvCollection::FinishOrLog(const CXmlReader& reader) {
     CLogger* const logger = m_package.GetLogger();
     if (!FinishItem() && logger != nullptr) {
+        // By then the item is gone, so the message names the line of the manifest.
         logger->LogMessage(MessageItemRefused, nullptr,
                            UnsignedToText(reader.GetLineNumber()).Get());
     }

@@ -55,6 +55,7 @@ int CCrypt::Encrypt(const void* input, std::uint64_t size, void* output,
         outputSize = encryptedSize;
         return ERROR_MORE_DATA;
     }
+    // Encrypted in place, which takes no other buffer.
     std::memcpy(output, input, size);
     auto usedSize = static_cast<std::uint32_t>(size);
     const int status = platform::EncryptInPlace(key.get(), output, usedSize, encryptedSize);
@@ -69,6 +70,7 @@ CStrW EncryptPassword(const CStrW& password) {
     // Without a buffer this fails, and gives the size that is needed.
     static_cast<void>(crypt.Encrypt(password.Get(), size, nullptr, outputSize));
     std::vector<std::byte> output(outputSize);
+    // The size stays 0 when the call above failed for any other reason.
     if (output.empty() ||
         crypt.Encrypt(password.Get(), size, output.data(), outputSize) != ERROR_SUCCESS) {
         return {};

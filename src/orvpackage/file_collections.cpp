@@ -51,6 +51,7 @@ COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
         HasUnit(content.relativeSource, u'%')
             ? Make<COrvCreateFile>(std::move(content))
             : Make<COrvCreateFile>(std::move(content), IsRelative(relativeSource));
+    // The item expands its target, so that a path and its form with a token are a double too.
     COrvCreateFile* const added = file.get();
     COrvItemPtr<COrvItem> item = std::move(file);
     if (Add(item)) {

@@ -19,6 +19,8 @@ constexpr unsigned kDensityShift = 2;  // four items a bucket
 
 // Spreads hashes that are consecutive numbers, as those of actions, over the places.
 std::uint32_t Mix(std::uint64_t hash) {
+    // The factor is 2^64 divided by the golden ratio. The upper half of the product depends on more
+    // bits of the hash than the lower one.
     return static_cast<std::uint32_t>(hash * 0x9E3779B97F4A7C15U >> 32);
 }
 
@@ -83,6 +85,7 @@ bool COrvItemTable::Insert(COrvItemPtr<COrvItem>& item) {
         Grow();
     }
     m_order.clear();
+    // Keeps a quarter of the places empty, so that every search ends.
     if (4 * (m_count + 1) > 3 * m_places.size()) {
         Widen();
     }
@@ -136,6 +139,8 @@ COrvItemPtr<COrvItem> COrvItemTable::Remove(std::uint64_t hash) {
     const auto isBefore = [this](const SEntry& left, std::uint64_t right) {
         return std::pair(BucketOf(left.hash), left.hash) < std::pair(BucketOf(right), right);
     };
+    // The order is sorted by bucket and hash. Without an order nothing is found, and nothing is to
+    // be done.
     const auto ordered = std::lower_bound(m_order.begin(), m_order.end(), hash, isBefore);
     if (ordered != m_order.end()) {
         ordered->item = nullptr;
@@ -150,6 +155,8 @@ void COrvItemTable::Grow() {
             m_mask = m_mask * 2 + 1;
         }
     } else {
+        // `m_bucketEntries` is a power of two plus one. So this is the mask that doubling would
+        // give too.
         m_mask = m_bucketEntries * 2 - 3;
         m_bucketEntries = m_bucketEntries * 2 - 1;
     }

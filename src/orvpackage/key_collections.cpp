@@ -14,6 +14,7 @@ char16_t ArchitectureDigit(std::uint32_t architecture) {
     return static_cast<char16_t>(u'0' + architecture);
 }
 
+// Only the table of deleted keys has this row, so the item is one.
 void WriteRecursive(const SAttributeOutput& output, const COrvKeyItem& item) {
     output.Write(static_cast<const COrvDeleteKey&>(item).Recursive ? u"1" : u"0");
 }
@@ -124,6 +125,7 @@ void COrvKeyItemCollection::ReadItem(CXmlReader& reader) {
 COrvCreateKeysCollection::COrvCreateKeysCollection(COrvPackage& package)
     : COrvKeyItemCollection(package, kType, kCreateAttributes) {}
 
+// Taken, not copied, so that the next element begins without these values.
 bool COrvCreateKeysCollection::FinishItem() {
     const auto read = TakeRead<SReadKeyItem>();
     return AddItem(read.target, read.architecture) != nullptr;

@@ -24,6 +24,7 @@ CDoubleNullStringW SplitMultiString(std::u16string_view units) {
 
 CDoubleNullStringW ExpandMultiString(const CDoubleNullStringW& strings) {
     CDoubleNullStringW expanded;
+    // String by string: a token never reaches across the NUL between two of them.
     ForEachString(strings, [&expanded](const char16_t* text) {
         CStrW string(text);
         ExpandFileTokens(string);
@@ -34,6 +35,7 @@ CDoubleNullStringW ExpandMultiString(const CDoubleNullStringW& strings) {
 
 CStrW FormatMultiString(const CDoubleNullStringW& strings) {
     std::u16string text;
+    // Null for an empty list, and when there is no memory. The text is then only the end.
     const CDoubleNullStringW::StringArray array = strings.GetStrings();
     for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
         if (i != 0) {
@@ -57,6 +59,7 @@ CDoubleNullStringW ParseMultiString(const CStrW& text) {
         // Only after the split, so a doubled backslash before a zero separates strings too.
         string.Replace(uR"(\\)", uR"(\)", false);
         strings.Add(string.Get());
+        // After the last string this is beyond the text, which ends the loop.
         start = end + kSeparator.size();
     }
     return strings;

@@ -92,6 +92,7 @@ int COrvPackage::Save() {
     }
     // A move does not replace a file. If this fails, the move fails too.
     static_cast<void>(DeleteFileForce(m_manifestPath));
+    // If this fails, the package counts as saved all the same; the status tells of it.
     status = HresultFromError(
         platform::MoveFile(temporary.ToString().Get(), m_manifestPath.ToString().Get()));
     SetClean();
@@ -110,6 +111,7 @@ int COrvPackage::WriteManifest(const CFilePathW& path) const {
         }
         return status;
     }
+    // From here on the writer keeps the first failure, and EndDocument gives it.
     writer.StartDocument();
     if (writer.StartElement(u"Package", false) >= 0) {
         writer.WriteAttribute(u"Version", UnsignedToText(m_formatVersion));

@@ -35,9 +35,11 @@ constexpr SProperty kProperties[] = {
     Text<&Properties::Name>(u"/Name"),
     Text<&Properties::Version>(u"/Version"),
     Text<&Properties::Manufacturer>(u"/Manufacturer"),
+    // Left out for an architecture without a name.
     {u"/Architecture",
      [](const Properties& from) { return ViewOf(ArchitectureName(from.Architecture)); },
      [](Properties& into, const CStrW& text) { ParseArchitecture(text, into.Architecture); }},
+    // Neither text is empty, so this element is always there.
     {u"/PerUserInstall",
      [](const Properties& from) { return ViewOf(from.PerUserInstall ? u"1" : u"0"); },
      [](Properties& into, const CStrW& text) { into.PerUserInstall = text.IsTrue(); }},
@@ -58,6 +60,7 @@ const char16_t* ArchitectureName(std::uint32_t architecture) {
 
 // Both names are ASCII, so the order of the tests does not matter.
 void ParseArchitecture(const CStrW& name, std::uint32_t& architecture) {
+    // Any other name leaves `architecture` as it was.
     for (const std::uint32_t candidate : {OrvArchitectureX64, OrvArchitectureX86}) {
         if (name.EqualsNoCase(ArchitectureName(candidate))) {
             architecture = candidate;
@@ -89,6 +92,7 @@ void COrvPropertiesCollection::Write(CXmlWriter& writer) const {
 }
 
 bool COrvPropertiesCollection::Read(CXmlReader& reader) {
+    // An element without a text has no such node, so its field keeps its value.
     if (reader.GetNodeType() != platform::EXmlNode::Text) {
         return false;
     }

@@ -43,6 +43,7 @@ COrvSanitizer::COrvSanitizer() : m_sid(GetCurrentUserSid()) {}
 CStrW COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags) const {
     CStrW buffer;
     const std::u16string_view result = Sanitize(text, flags, buffer);
+    // The result is `text` or all of the buffer, which then need not be copied.
     return result.data() == buffer.Get() ? std::move(buffer) : CStrW(result);
 }
 
@@ -66,6 +67,8 @@ std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint3
     if ((marks & RegPathMarks) != 0 && (flags & SanitizeNoRegPaths) == 0) {
         mayHoldSid |= m_regConverter->CollapseKeyText(buffer);
     }
+    // After the keys: the path of the user's own key contains the SID and must collapse to a key
+    // first.
     if (mayHoldSid) {
         buffer.Replace(m_sid, kSidToken, false);
     }
@@ -73,6 +76,7 @@ std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint3
 }
 
 CStrW COrvSanitizer::Desanitize(const CStrW& text, std::uint32_t flags) const {
+    // Each step undoes one of Sanitize, the last one first.
     CStrW result(text);
     result.Replace(kSidToken, m_sid, false);
     if ((flags & SanitizeNoRegPaths) == 0) {

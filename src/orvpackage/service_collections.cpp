@@ -15,6 +15,7 @@ constexpr std::array<std::uint32_t, 6> kServiceTypes = {1, 2, 16, 32, 272, 288};
 constexpr std::uint32_t kNoServiceType = 0;
 constexpr std::uint32_t kDisabled = 4;
 constexpr std::uint32_t kNormalErrors = 1;
+// All numbers below this are known.
 constexpr std::uint32_t kErrorControls = 4;
 constexpr std::size_t kMaxDisplayName = 256;  // units, as the service manager allows
 

@@ -16,6 +16,7 @@ constexpr std::int32_t kShowNormal = 1;
 constexpr std::int32_t kShowMaximized = 3;
 constexpr std::int32_t kShowMinimized = 7;
 
+// A description that is too long is dropped, not cut off.
 CStrW CheckDescription(const CStrW& text) {
     return text.GetLength() <= kMaxReadDescription ? text : CStrW();
 }
@@ -103,7 +104,8 @@ int COrvCreateShortcut::LoadFromFile(const CFilePathW& path) {
     if (status < 0) {
         return status;
     }
-    // An answer that is missing leaves the first value of its field.
+    // An answer that is missing leaves the first value of its field. The place of the shortcut is
+    // not in the link: SetContent keeps it.
     SOrvShortcut content;
     content.shortcutTarget = TextOf(link.path);
     content.description = TextOf(link.description);
@@ -141,6 +143,8 @@ bool COrvCreateShortcutsCollection::ReadChild(std::u16string_view child, CXmlRea
     if (reader.GetNodeType() == platform::EXmlNode::Text) {
         CStrW text;
         reader.GetValueChunked(text);
+        // The start tag has given the signature. It is taken here, so that the next block cannot
+        // get it.
         TakeDataBlock(ReadSoFar<SOrvShortcut>(), TakeRead<SDataElement>().signature, text);
         return true;
     }

@@ -5,6 +5,7 @@
 
 namespace {
 
+// Only tables of values have these rows, so the casts below are right.
 void WriteName(const SAttributeOutput& output, const COrvKeyItem& item) {
     output.WritePortable(static_cast<const COrvValueItem&>(item).GetValue(), SanitizeAll, IfAny);
 }
@@ -51,6 +52,7 @@ const std::shared_ptr<const COrvKeyPath>& COrvValueItemCollection::ShareKey(cons
 
 void COrvValueItemCollection::PrefetchItem(const COrvItem& item, unsigned step) const {
     COrvKeyItemCollection::PrefetchItem(item, step);
+    // The item itself has the address of the block, as it has that of its key.
     if (step == 1) {
         static_cast<const COrvValueItem&>(item).PrefetchContent();
     }

@@ -15,6 +15,7 @@ namespace {
 // Bytes. This is the name and most data; the processor itself loads what follows.
 constexpr std::size_t kPrefetchedContent = 128;
 
+// Half a unit at the end is left out.
 std::u16string_view ToUnits(const void* bytes, std::size_t size) {
     return {static_cast<const char16_t*>(bytes), size / sizeof(char16_t)};
 }
@@ -58,6 +59,7 @@ COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpa
 
 COrvValueItem::~COrvValueItem() { FreeBlock(); }
 
+// In a collection this gives nothing back: the memory of all its items is freed as a whole.
 void COrvValueItem::FreeBlock() {
     if (m_block != nullptr) {
         m_memory.deallocate(m_block, m_capacity * sizeof(char16_t), alignof(char16_t));
@@ -66,6 +68,7 @@ void COrvValueItem::FreeBlock() {
 
 // Data can have gigabytes. So a lack of memory for it is an answer here, and ends no conversion.
 bool COrvValueItem::ReserveTail(std::size_t size) {
+    // Rounded up, because an odd number of bytes takes a whole unit.
     const std::size_t capacity = m_nameLength + (size + 1) / sizeof(char16_t);
     if (capacity <= m_capacity) {
         return true;
@@ -101,6 +104,7 @@ void COrvCreateValue::ClearData() {
 // Sets type and size only when there is room, so a value never claims data that it does not have.
 std::byte* COrvCreateValue::Allocate(std::size_t size, std::uint32_t type) {
     ClearData();
+    // The registry has no data whose size takes more than 32 bits.
     if (size > std::numeric_limits<std::uint32_t>::max() || !ReserveTail(size)) {
         return nullptr;
     }
@@ -158,6 +162,7 @@ void COrvCreateValue::StoreString(std::u16string_view text, std::uint32_t type) 
 void COrvCreateValue::SetMultiString(const CDoubleNullStringW& strings) {
     ClearData();
     CDoubleNullStringW expanded;
+    // Without a percent sign there is no token, and the list is stored without a copy.
     const bool hasTokens =
         strings.Get() != nullptr && HasUnit({strings.Get(), strings.GetLength()}, u'%');
     if (hasTokens) {
@@ -165,6 +170,7 @@ void COrvCreateValue::SetMultiString(const CDoubleNullStringW& strings) {
     }
     const CDoubleNullStringW& stored = hasTokens ? expanded : strings;
     const std::size_t size = stored.GetLength() * sizeof(char16_t);
+    // Null when there was no memory for the list. Then the value stays without data.
     std::byte* const data = stored.Get() == nullptr ? nullptr : Allocate(size, OrvValueMultiString);
     if (data != nullptr) {
         std::memcpy(data, stored.Get(), size);

@@ -39,6 +39,7 @@ std::size_t NumberSize(std::uint32_t type) {
 }
 
 std::uint64_t ReadNumber(const COrvCreateValue& value) {
+    // The registry has the low byte first, as this processor does. Missing bytes stay 0.
     std::uint64_t number = 0;
     const std::size_t size =
         std::min<std::size_t>(value.GetDataSize(), NumberSize(value.GetType()));
@@ -72,6 +73,7 @@ void WriteMultiString(const COrvCreateValue& value, const COrvSanitizer& sanitiz
 // In pieces, because the text has four times the bytes of the data.
 void WriteHex(const COrvCreateValue& value, CXmlWriter& writer) {
     std::size_t start = 0;
+    // At least one round, so that a value without bytes has an empty text.
     do {
         const std::size_t count = std::min(value.GetDataSize() - start, kHexPiece);
         const CStrW text = BytesToHex(value.GetData() + start, count);
@@ -133,6 +135,7 @@ void ParseValueData(const CStrW& text, std::uint32_t type, const COrvSanitizer& 
             break;
         case OrvValueDword:
         case OrvValueQword: {
+            // A number too large for its type keeps its low bits, because these come first.
             const std::uint64_t number = ReadCheckedNumber64(text);
             value.SetData(&number, static_cast<std::uint32_t>(NumberSize(type)), type);
             break;
