@@ -64,6 +64,7 @@ std::u16string CByteReader::GetAnsiText(std::size_t offset, std::size_t limit) c
 std::u16string CByteReader::GetWideText(std::size_t offset, std::size_t limit) const {
     std::u16string text;
     // Half a unit at the end of the bytes reads as 0 and so ends the text like a NUL.
+    // Ends without a limit too: after the last byte every unit reads as 0.
     for (std::size_t i = 0; i < limit; ++i) {
         const char16_t unit = GetU16(offset + 2 * i);
         if (unit == 0) {

@@ -47,6 +47,8 @@ std::uint32_t CHiveName::GetLength() const {
 }
 
 bool CHiveName::Equals(std::u16string_view text, const CNameRules& rules) const {
+    // The name ends after as many units as `text`, at its capacity or at a NUL. A NUL before that
+    // fails below, because `text` has none.
     if (m_capacity < text.size() || (m_capacity > text.size() && (*this)[text.size()] != 0)) {
         return false;
     }
@@ -83,6 +85,7 @@ std::span<const std::byte> CHiveCells::Get(CellOffset offset) const {
     if (size > 0x80000000U || size < kCellAlignment || size > m_wholeSize - offset) {
         return {};
     }
+    // In a file that is cut off, the last cell is cut off too.
     return m_bins.subspan(offset + kCellSizeSize,
                           std::min<std::size_t>(size, m_bins.size() - offset) - kCellSizeSize);
 }
@@ -108,6 +111,7 @@ void CHiveCells::PrefetchFrom(std::span<const CellOffset> offsets, std::size_t i
 
 bool CHiveCells::ReadKey(CellOffset offset, SKeyNode& key) const {
     const std::span<const std::byte> cell = Get(offset);
+    // Too small a cell has no signature, so all fields below are inside.
     if (Signature(cell, kKeySize) != kKeySignature) {
         return false;
     }
@@ -143,6 +147,7 @@ bool CHiveCells::ReadValue(CellOffset offset, SValueNode& value) const {
     const std::byte* const cell = Get(offset).data();
     const std::uint32_t size = LoadU32(cell + kValueDataSize);
     value.size = size & ~kDataIsInline;
+    // One field of the record, read in two ways: it is the data itself, or the offset of its cell.
     value.inlineData = (size & kDataIsInline) != 0 ? cell + kValueData : nullptr;
     value.dataCell = LoadU32(cell + kValueData);
     value.type = LoadU32(cell + kValueType);
@@ -155,6 +160,7 @@ bool CHiveCells::CopyData(const SValueNode& value, std::byte* target) const {
     }
     std::span<const std::byte> data;
     if (value.inlineData != nullptr) {
+        // A size of more than these four bytes is hostile, and fails below.
         data = {value.inlineData, kMaxInlineData};
     } else {
         data = Get(value.dataCell);
@@ -187,6 +193,7 @@ bool CHiveCells::CopySegments(std::span<const std::byte> record, std::uint32_t s
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint32_t length = std::min(size, kSegmentLength);
         const std::span<const std::byte> segment = Get(LoadU32(list.data() + kOffsetSize * i));
+        // What was copied until here stays in `target`.
         if (segment.size() < length) {
             return false;
         }
@@ -223,6 +230,8 @@ void CHiveCells::CollectLeaf(std::span<const std::byte> leaf, std::uint64_t& bud
             break;
         case kFastLeafSignature:
         case kHashLeafSignature:
+            // The hint after each offset, a part of the name or a hash of it, may be wrong and is
+            // not read.
             entrySize = kHintedEntrySize;
             break;
         default:
@@ -235,6 +244,7 @@ void CHiveCells::CollectLeaf(std::span<const std::byte> leaf, std::uint64_t& bud
 void CHiveCells::CollectValues(CellOffset list, std::uint32_t count, std::uint64_t& budget,
                                std::vector<CellOffset>& offsets) const {
     const std::span<const std::byte> cell = Get(list);
+    // A list of values has neither a signature nor a count. The key states how many there are.
     CollectEntries(cell.data(), std::min<std::size_t>(count, cell.size() / kOffsetSize),
                    kOffsetSize, budget, offsets);
 }

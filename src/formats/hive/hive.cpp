@@ -63,6 +63,7 @@ KeyNumber CHive::FindKey(std::u16string_view path) {
     if (path.empty() || (known != nullptr && known->path.size() == path.size())) {
         return Use(known);
     }
+    // The parent is remembered by itself, because its other children are mostly asked for next.
     const std::size_t parentLength = ParentLength(path);
     const KeyNumber parent = FindParent(path.substr(0, parentLength), known);
     if (parent == kNoKey) {
@@ -84,6 +85,7 @@ KeyNumber CHive::FindParent(std::u16string_view path, SKnownPath* known) {
         return key;
     }
     std::u16string_view rest = path.substr(known == nullptr ? 0 : known->path.size() + 1);
+    // An empty name finds no key, because the index has none without a name.
     for (bool isLast = false; !isLast && key != kNoKey;) {
         const std::size_t length = std::min(rest.find(u'\\'), rest.size());
         isLast = length == rest.size();
@@ -167,6 +169,7 @@ bool CHive::FindValue(KeyNumber key, std::u16string_view name, SValueNode& value
         return false;
     }
     const std::span<const CellOffset> values = m_index.GetValues(key);
+    // Both give the same value; only the time differs.
     const std::uint32_t index =
         values.size() > kFewValues ? FindHashedValue(key, name) : FindFirstValue(values, name);
     return index != kNoValue && m_cells.ReadValue(values[index], value);
@@ -207,6 +210,7 @@ bool CHive::HasName(CellOffset cell, std::u16string_view name, CHiveName& found)
 // Makes m_valueNames the table of `key`.
 void CHive::NameValues(KeyNumber key) {
     const std::span<const CellOffset> values = m_index.GetValues(key);
+    // The table is that of one key. A walk asks for the values of one key after the other.
     m_valueNames.Reset(values.size());
     m_valueNamesKey = key;
     std::u16string text;
@@ -218,7 +222,8 @@ void CHive::NameValues(KeyNumber key) {
         std::uint32_t& place = m_valueNames.Place(
             m_rules.Hash(key, text, text.size()),
             [&](std::uint32_t candidate) { return HasName(values[candidate], text, other); });
-        // A whole name replaces one that is cut off by a NUL, as in FindFirstValue.
+        // A whole name replaces one that is cut off by a NUL, as in FindFirstValue. If there is a
+        // namesake, `other` has its name, because the search ends with it.
         const bool isBetter =
             name.GetCapacity() == text.size() && other.GetCapacity() != text.size();
         if (place == CNameTable::kEmpty || isBetter) {

@@ -35,6 +35,7 @@ bool CHiveImage::HasBaseBlock() const {
 }
 
 bool CHiveImage::IsChecksumRight() const {
+    // All words before the checksum, combined by exclusive or.
     std::uint32_t sum = 0;
     for (std::size_t i = 0; i < kBaseChecksum; i += 4) {
         sum ^= Field(i);
@@ -51,6 +52,7 @@ bool CHiveImage::IsChecksumRight() const {
 
 std::uint64_t CHiveImage::GetWriteTime() const { return LoadU64(m_bytes.get() + kBaseWriteTime); }
 
+// The field may be anything. A sector is at least 512 bytes, and no larger than a base block.
 std::size_t CHiveImage::GetSectorSize() const {
     return kSectorSize *
            std::clamp<std::size_t>(Field(kBaseSectors), 1, kBaseBlockSize / kSectorSize);

@@ -78,6 +78,7 @@ bool CHiveIndex::CBuilder::Build(CellOffset root) {
     // The keys of a level are consecutive. Those of the next one begin where they end.
     std::uint32_t level = 0;
     std::size_t levelEnd = 1;
+    // The list grows meanwhile, by the subkeys of each key. No cell comes twice, so the loop ends.
     for (KeyNumber key = 0; key < m_index.m_keys.size(); ++key) {
         if (key == levelEnd) {
             ++level;
@@ -200,12 +201,15 @@ bool CHiveIndex::Build(const CHiveCells& cells, CellOffset root) {
 
 // Puts the subkeys of a key into the table; of namesakes the first whose name is whole.
 void CHiveIndex::NameChildren(KeyNumber parent) {
+    // The subkeys of a key are consecutive, because they were added together.
     const KeyNumber end = m_keys[parent].firstChild + m_keys[parent].childCount;
     for (KeyNumber key = m_keys[parent].firstChild; key < end; ++key) {
         SKeyNode child;
         SKeyNode other;
         std::u16string name;
         const std::uint32_t hash = m_keys[key].nameHash;
+        // When a namesake is found, `child` and `other` are the two, because the search ends with
+        // it.
         std::uint32_t& place = m_names.Place(hash, [&](KeyNumber candidate) {
             if (m_keys[candidate].nameHash != hash || !IsChild(candidate, parent) ||
                 !m_cells->ReadKey(m_keys[key].cell, child) ||

@@ -49,6 +49,7 @@ SLinkPath TextOf(const CByteReader& structure, std::uint32_t headerSize, std::si
 
 // The path of the share, such as "\\server\share", that the network structure names.
 SLinkPath ReadShare(const CByteReader& info) {
+    // The first field of the structure is its size. What follows it is another part of the link.
     const CByteReader rest = info.Part(info.GetU32(kNetwork));
     const CByteReader network = rest.Part(0, rest.GetU32(0));
     const bool isLong = network.GetU32(kNetworkName) > kShortNetworkHeader;
@@ -77,6 +78,7 @@ SLinkPath ReadLinkInfoPath(const CByteReader& info) {
     if (path.text.empty() && (flags & kHasNetwork) != 0) {
         path = ReadShare(info);
     }
+    // Alone the suffix would be a path that begins nowhere.
     if (!path.text.empty()) {
         AppendPathPart(path, TextOf(info, headerSize, kSuffix, kSuffixWide));
     }

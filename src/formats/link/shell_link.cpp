@@ -112,6 +112,7 @@ bool CLinkSections::ReadText(std::u16string& text) {
     CByteReader units;
     const bool isUnicode = (m_flags & kIsUnicode) != 0;
     const std::size_t unitSize = isUnicode ? 2 : 1;
+    // The count is of units, and no NUL follows them.
     if (!Take(2, count) || !Take(count.GetU16(0) * unitSize, units)) {
         return false;
     }
@@ -125,6 +126,7 @@ bool CLinkSections::Read(const CByteReader& file) {
         return false;
     }
     CByteReader size;
+    // The size of the list does not count itself.
     if ((m_flags & kHasIdList) != 0 && (!Take(2, size) || !Take(size.GetU16(0), m_idList))) {
         return false;
     }
@@ -158,6 +160,7 @@ void CLinkSections::KeepBlock(const CByteReader& block) {
     } else if (signature == kKnownFolderBlock && m_knownFolder.GetSize() == 0) {
         m_knownFolder = block;
     } else if (signature == kVistaIdListBlock && m_vistaIdList.GetSize() == 0) {
+        // This block states its size in 32 bits, so its list could be longer than any other.
         m_vistaIdList = block.Part(kBlockHeader, kMaxIdList);
     }
 }
@@ -208,6 +211,7 @@ std::u16string CLinkSections::GetFolderPath(FolderFinder findFolder) const {
     const CByteReader& special = m_blocks[FindSignature(kSpecialFolderBlock)];
     std::u16string folder;
     std::size_t start = 0;
+    // The last field of either block is the offset of the first item after those of the folder.
     if (m_knownFolder.GetSize() >= kKnownFolderSize &&
         findFolder({m_knownFolder.Part(kBlockHeader, kKnownFolderId).GetBytes()}, folder)) {
         start = m_knownFolder.GetU32(kKnownFolderSize - 4);
