@@ -8,6 +8,8 @@
 
 namespace platform {
 
+// A description goes before the running Windows, so that a conversion on Windows can be made for
+// another machine. Chosen anew for each call, because LoadMachine may change it between two calls.
 const SAnswers& GetAnswers() {
     const SAnswers* const live = GetLiveAnswers();
     return live == nullptr || IsMachineDescribed() ? GetDescribedAnswers() : *live;
@@ -43,6 +45,7 @@ std::string DescribeMachine() {
     if (&answers == &GetDescribedAnswers()) {
         return FormatMachineDescription(GetMachineDescription());
     }
+    // Only the base part is replaced. The drives and shares are those of the built-in machine.
     SMachineDescription live = GetBuiltInMachine();
     static_cast<SMachineAnswers&>(live) = AskMachine(answers.machine);
     return FormatMachineDescription(live);
@@ -50,6 +53,7 @@ std::string DescribeMachine() {
 
 int ConnectMachine(KeyHandle& machine) { return GetAnswers().registry.ConnectMachine(machine); }
 
+// These and the operations of keys need an open key. Only CloseKey takes null.
 int LoadHive(KeyHandle machine, const char16_t* mountName, const char16_t* fileName) {
     return machine->LoadHive(mountName, fileName);
 }
@@ -117,6 +121,8 @@ CXmlOutput::CXmlOutput(std::unique_ptr<COpenXmlOutput> open) : m_open(std::move(
 
 CXmlOutput::~CXmlOutput() = default;
 
+// The former output is closed first: it may be the same file, and would write its rest into the new
+// one.
 int CXmlOutput::Open(const char16_t* name) {
     Close();
     return GetAnswers().openXmlOutput(name, m_open);
@@ -124,6 +130,8 @@ int CXmlOutput::Open(const char16_t* name) {
 
 void CXmlOutput::Close() { m_open.reset(); }
 
+// Without an open file every call answers E_FAIL. So a caller that goes on after a failed Open gets
+// a status.
 int CXmlOutput::WriteStartDocument() { return IsOpen() ? m_open->WriteStartDocument() : E_FAIL; }
 
 int CXmlOutput::WriteStartElement(std::u16string_view name) {

@@ -20,7 +20,10 @@ struct CJobQueue::SState {
     const std::size_t maxWaiting;
     std::thread thread;
     std::mutex mutex;
+    // Told when a job is added, and when the queue ends. Only the queue's thread waits for it.
     std::condition_variable hasWork;
+    // Told after each job. Add waits for room, and Finish for the end of all jobs. One thread calls
+    // both, so at most one waits.
     std::condition_variable hasRoom;
     std::deque<Job> waiting;
     bool isRunning = false;  // a job that is no longer in `waiting`
@@ -28,6 +31,7 @@ struct CJobQueue::SState {
     std::exception_ptr thrown;  // by the first job that failed
 };
 
+// Only Add calls this, so `thread` needs no lock. After a failure the next Add tries again.
 bool CJobQueue::SState::StartThread() {
     if (!thread.joinable()) {
         try {
@@ -39,6 +43,8 @@ bool CJobQueue::SState::StartThread() {
     return true;
 }
 
+// Holds the mutex except while it waits or a job runs. So Add need not wait for the job that runs
+// unless the queue is full.
 void CJobQueue::SState::Run() {
     std::unique_lock lock(mutex);
     while (true) {
@@ -76,6 +82,8 @@ CJobQueue::CJobQueue(std::size_t maxWaiting) : m_state(std::make_unique<SState>(
 CJobQueue::~CJobQueue() {
     if (m_state->thread.joinable()) {
         {
+            // Under the mutex, because otherwise Run could miss the change between its look at the
+            // flag and its wait.
             const std::lock_guard lock(m_state->mutex);
             m_state->isEnding = true;
         }
@@ -87,6 +95,7 @@ CJobQueue::~CJobQueue() {
 void CJobQueue::Add(Job job) {
     SState& state = *m_state;
     if (!state.StartThread()) {
+        // Without a thread no job waits, so the order is that of the additions.
         state.RunJob(job);
         return;
     }
@@ -100,6 +109,8 @@ void CJobQueue::Finish() {
     SState& state = *m_state;
     std::unique_lock lock(state.mutex);
     state.hasRoom.wait(lock, [&state] { return state.waiting.empty() && !state.isRunning; });
+    // No job runs now, so `thrown` is not written. The exchange makes the queue ready for further
+    // jobs.
     if (state.thrown) {
         std::rethrow_exception(std::exchange(state.thrown, nullptr));
     }

@@ -12,6 +12,8 @@ namespace {
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 
+// Appends a byte of a text in double quotes. A control character gets the escape with four digits,
+// which TOML knows for each of them. The bytes of other UTF-8 characters are appended unchanged.
 void AppendEscaped(std::string& toml, char c) {
     constexpr std::string_view kHex = "0123456789ABCDEF";
     if (IsControl(c)) {
@@ -53,6 +55,7 @@ std::string FormatText(std::string_view key, std::u16string_view value) {
     return FormatRow(key, Utf16ToUtf8(value));
 }
 
+// The maps are sorted, so equal answers give equal bytes.
 template <class TMap>
 std::string FormatRows(const TMap& rows) {
     std::string toml;
@@ -62,6 +65,7 @@ std::string FormatRows(const TMap& rows) {
     return toml;
 }
 
+// FormatRow puts every value in quotes. "workstation" is a boolean of TOML, which has none.
 std::string FormatSystem(const SMachineAnswers& answers) {
     const SSystemVersion& version = answers.version;
     return FormatRow("version",
@@ -70,6 +74,7 @@ std::string FormatSystem(const SMachineAnswers& answers) {
            FormatText("locale", answers.locale) + FormatText("windows", answers.windowsFolder);
 }
 
+// TOML allows the comma after the last name.
 std::string FormatHives(const std::vector<std::u16string>& hives) {
     std::string toml = "hivelist = [";
     for (const std::u16string& hive : hives) {
@@ -80,6 +85,7 @@ std::string FormatHives(const std::vector<std::u16string>& hives) {
 
 }  // namespace
 
+// Unit by unit, and not as a locale collates: the order of a map must never change.
 bool SNameLess::operator()(std::u16string_view left, std::u16string_view right) const {
     return std::lexicographical_compare(
         left.begin(), left.end(), right.begin(), right.end(),
@@ -93,6 +99,7 @@ SMachineAnswers AskMachine(const CMachineAnswers& machine) {
     // It stays empty where there is none.
     static_cast<void>(machine.GetWindowsFolder(answers.windowsFolder));
     answers.userSid = machine.GetUserSid();
+    // The operations write only on success, so `text` is used only where one has returned true.
     std::u16string text;
     for (const SSpecialFolder& folder : kSpecialFolders) {
         if (machine.GetSpecialFolder(folder.csidl, text)) {
@@ -120,6 +127,8 @@ std::string FormatAnswers(const SMachineAnswers& answers) {
     return toml;
 }
 
+// A bare key of TOML has only ASCII letters, digits, "_" and "-". Names such as "ProgramFiles(x86)"
+// and "C:" need quotes.
 std::string FormatRow(std::string_view key, std::string_view value) {
     const bool isBare = !key.empty() && std::all_of(key.begin(), key.end(), IsBareKeyUnit);
     return (isBare ? std::string(key) : Quote(key)) + " = " + Quote(value) + '\n';

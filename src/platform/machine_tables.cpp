@@ -2,6 +2,8 @@
 
 namespace platform {
 
+// The numbers are those of the CSIDL constants of the Windows shell, which never change. They are
+// written out because the table is used on every system.
 const std::array<SSpecialFolder, 47> kSpecialFolders = {{
     {u"CSIDL_ADMINTOOLS", 48},
     {u"CSIDL_ALTSTARTUP", 29},
@@ -54,6 +56,7 @@ const std::array<SSpecialFolder, 47> kSpecialFolders = {{
 
 const char16_t* const kLocalAppDataLowName = u"FOLDERID_LocalAppDataLow";
 
+// A token has exactly these letters. The variable is found in any letter case.
 const std::array<const char16_t*, 14> kEnvironmentVariables = {
     u"AllUsersProfile",   u"AppData",     u"CommonProgramFiles",
     u"LocalAppData",      u"ProgramData", u"ProgramFiles",

@@ -17,6 +17,8 @@ struct SLead {
     char32_t bits;
 };
 
+// 0xC0 and 0xC1 could only begin overlong sequences, and 0xF5 and above only characters past
+// U+10FFFF.
 SLead ReadLead(unsigned char byte) {
     if (byte < 0x80) {
         return {0, 0, byte};
@@ -35,6 +37,7 @@ SLead ReadLead(unsigned char byte) {
 
 bool IsSurrogate(char32_t c) { return c >= 0xD800 && c < 0xE000; }
 
+// `c` is at most U+10FFFF. Each surrogate has ten bits of what is left above 0x10000.
 void AppendUtf16(std::u16string& text, char32_t c) {
     if (c < 0x10000) {
         text += static_cast<char16_t>(c);
@@ -50,6 +53,8 @@ void AppendUtf8(std::string& bytes, char32_t c) {
         return;
     }
     const int following = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+    // By the number of bytes that follow, each of which has six bits of the character. The first is
+    // not used, because ASCII is done above.
     constexpr unsigned kLeads[] = {0, 0xC0, 0xE0, 0xF0};
     bytes += static_cast<char>(kLeads[following] | c >> (6 * following));
     for (int i = following - 1; i >= 0; --i) {
@@ -61,6 +66,7 @@ void AppendUtf8(std::string& bytes, char32_t c) {
 
 std::u16string Utf8ToUtf16(std::string_view bytes) {
     std::u16string text;
+    // Always enough: no sequence, malformed or not, gives more units than it has bytes.
     text.reserve(bytes.size());
     for (std::size_t at = 0; at < bytes.size();) {
         const SLead lead = ReadLead(static_cast<unsigned char>(bytes[at++]));
@@ -83,11 +89,13 @@ std::u16string Utf8ToUtf16(std::string_view bytes) {
 
 std::string Utf16ToUtf8(std::u16string_view text) {
     std::string bytes;
+    // Enough for ASCII, which most texts are.
     bytes.reserve(text.size());
     for (std::size_t at = 0; at < text.size(); ++at) {
         char32_t c = text[at];
         if (IsSurrogate(c)) {
             const char32_t low = at + 1 < text.size() ? text[at + 1] : 0;
+            // A lone surrogate takes one unit only, because the next one may begin a pair.
             const bool isPair = c < 0xDC00 && low >= 0xDC00 && low < 0xE000;
             c = isPair ? 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00) : kReplacement;
             at += isPair ? 1 : 0;

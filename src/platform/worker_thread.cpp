@@ -3,6 +3,7 @@
 namespace platform {
 
 void CWorkerThread::Start(const std::function<void()>& body) {
+    // Two bodies never run at once, and what the former one has thrown is dropped.
     Join();
     // Without a policy, one that finds no thread runs when it is waited for. The body is copied,
     // because the failed try would have moved it away.
