@@ -34,7 +34,8 @@ struct SIdentity {
     std::u16string_view processorArchitecture;
 };
 
-// Empty for an attribute that is missing.
+// Empty for an attribute that is missing. The comma is part of the search, so the end of a longer
+// name is not taken for `name`. A value ends at the next quote.
 std::u16string_view AttributeOf(std::u16string_view identity, std::u16string_view name) {
     const std::u16string start = u',' + std::u16string(name) + u"=\"";
     const std::size_t found = identity.find(start);
@@ -70,6 +71,7 @@ std::u16string KeyPart(std::u16string_view text, std::u16string_view missing) {
     return part;
 }
 
+// Keeps equal parts of both ends with two dots between them, `limit` units in all. `limit` is even.
 std::u16string Shortened(const std::u16string& text, std::size_t limit) {
     const std::size_t kept = limit / 2 - 1;
     return text.size() <= limit ? text
@@ -81,6 +83,8 @@ std::u16string_view LanguageOf(std::u16string_view language) {
     return language == u"neutral" ? std::u16string_view() : language;
 }
 
+// The order of the parts is that of the names in a store: architecture, name, token of the public
+// key, version, language. A hash comes last, which is no part of a key.
 std::u16string JoinKey(const SIdentity& identity, std::u16string_view name,
                        std::u16string_view language) {
     return KeyPart(identity.processorArchitecture, kNone)
@@ -118,6 +122,7 @@ void Index(const std::u16string& folder, std::u16string_view extension, Componen
             continue;
         }
         found.name.resize(found.name.size() - extension.size());
+        // A name without "_" has no hash, so it is no component.
         const std::size_t hash = key.rfind(u'_');
         if (hash != std::u16string::npos) {
             key.resize(hash);
@@ -226,6 +231,7 @@ bool CDescribedStore::FindAssembly(std::u16string_view identity, std::u16string&
     return false;
 }
 
+// The reader asks for parts of the file, so a large one is not read as a whole.
 bool CDescribedStore::IsManagedAssembly(const char16_t* name) const {
     CInputFile file;
     return file.Open(name) == ERROR_SUCCESS &&

@@ -90,7 +90,10 @@ SMachineDescription MakeBuiltInMachine() {
     machine.userSid = u"S-1-5-21-1-2-3-1000";
     AddFolders(machine);
     AddEnvironment(machine);
+    // Z: is the whole file tree, so every file here has a Windows name. C: is not mapped, because
+    // the folders on it are only names.
     machine.drives = {{u'Z', "/"}};
+    // Windows builds this hive in memory at each start.
     machine.volatileHives = {uR"(\REGISTRY\MACHINE\HARDWARE)"};
     return machine;
 }

@@ -31,6 +31,8 @@ SState& State() {
     return state;
 }
 
+// By content, because each call reads the file anew. Two nulls are the same too: no description was
+// in effect, and none is.
 bool IsSame(const Description& left, const Description& right) {
     return left && right ? *left == *right : left == right;
 }
@@ -55,6 +57,7 @@ Description UseMachineDescription(Description description) {
 
 int LoadMachineDescription(std::u16string& problem) {
     SState& state = State();
+    // A description that a test has put in effect stays, whatever the variable names.
     if (state.used) {
         return ERROR_SUCCESS;
     }

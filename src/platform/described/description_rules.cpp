@@ -10,6 +10,7 @@ namespace platform {
 
 namespace {
 
+// The bit makes an ASCII capital small. It brings no unit beyond ASCII into the range.
 bool IsLetter(char16_t unit) {
     const char16_t lower = unit | 0x20;
     return lower >= u'a' && lower <= u'z';
@@ -41,6 +42,8 @@ bool IsDrive(std::u16string_view text) {
     return text.size() == 2 && IsLetter(text[0]) && text[1] == u':';
 }
 
+// Server and share need a unit each. A further backslash is refused, because a share is mapped as a
+// whole and not a folder in it.
 bool IsShare(std::u16string_view text) {
     const std::size_t middle = text.find(u'\\', 2);
     return text.starts_with(uR"(\\)") && middle != 2 && middle != std::u16string_view::npos &&
@@ -50,6 +53,8 @@ bool IsShare(std::u16string_view text) {
 
 bool IsWindowsPath(std::u16string_view path) {
     bool isGood = TakeRoot(path);
+    // Each round cuts off a name and the backslash after it. A backslash at the end leaves nothing,
+    // so it is allowed. Two in a row make an empty name, which is refused.
     while (isGood && !path.empty()) {
         const std::u16string_view name = path.substr(0, path.find(u'\\'));
         path.remove_prefix(std::min(name.size() + 1, path.size()));
@@ -58,6 +63,8 @@ bool IsWindowsPath(std::u16string_view path) {
     return isGood;
 }
 
+// After the start has been found the text is not empty, so it has a last unit. The numbers are not
+// checked further.
 bool IsSid(std::u16string_view text) {
     constexpr std::u16string_view kStart = u"S-1-";
     return text.starts_with(kStart) && IsDigit(text.back()) &&
@@ -84,6 +91,7 @@ bool IsHive(std::u16string_view text) {
 }
 
 bool ParseVersion(std::string_view text, SSystemVersion& version) {
+    // Without a dot the second number is empty.
     const std::size_t dot = std::min(text.find('.'), text.size());
     // Refuses signs, blanks and numbers that are too large, also an empty text.
     const auto parse = [](std::string_view digits, std::uint32_t& number) {

@@ -86,6 +86,7 @@ std::u16string_view FindKnownFolder(const formats::CByteReader& id) {
     return row == std::end(kKnownFolders) ? std::u16string_view() : row->name;
 }
 
+// The number comes from the file of a link and may be any.
 std::u16string_view FindSpecialFolder(std::uint32_t number) {
     const auto row = std::find_if(kSpecialFolders.begin(), kSpecialFolders.end(),
                                   [number](const SSpecialFolder& folder) {

@@ -128,6 +128,7 @@ bool CReader::ReadAll(const toml::table& root) {
         m_description.shares.clear();
     }
     for (auto&& [key, value] : root) {
+        // So an error about the name of a section shows that name.
         m_section = {};
         if (!ReadSection(key, value)) {
             return false;
@@ -143,6 +144,7 @@ bool CReader::ReadSection(const toml::key& key, const toml::node& value) {
     if (section == std::end(kSections)) {
         return FailAt(key, "is no section of a machine description");
     }
+    // Null for a line such as "folders = 1".
     const toml::table* const rows = value.as_table();
     if (rows == nullptr) {
         return FailAt(key, "must be a section");
@@ -166,6 +168,7 @@ bool CReader::ReadText(const toml::key& key, const toml::node& value, std::u16st
     return text.find(u'\0') == std::u16string::npos || FailAt(key, "must not hold a NUL");
 }
 
+// Two answers of this section are no texts. The others are in the table.
 bool CReader::ReadSystem(const toml::key& key, const toml::node& value) {
     if (key == "workstation") {
         const toml::value<bool>* const isWorkstation = value.as_boolean();
@@ -199,6 +202,7 @@ bool CReader::ReadFolder(const toml::key& key, const toml::node& value) {
     if (!IsFolderName(name)) {
         return FailAt(key, "is no special folder");
     }
+    // Letter case counts here, as in TOML, which refuses a key that comes twice. So no row is lost.
     std::u16string& path = m_description.folders[name];
     return ReadText(key, value, path) && (IsWindowsPath(path) || FailAt(key, kPathRule));
 }
@@ -214,6 +218,8 @@ bool CReader::ReadVariable(const toml::key& key, const toml::node& value) {
                  : FailAt(key, "differs only in letter case from another key");
 }
 
+// Whether the folder exists is not checked, because it may be mounted later. Until then a look-up
+// in it fails.
 bool CReader::ReadPosixFolder(const toml::key& key, const toml::node& value, std::string& folder) {
     std::u16string text;
     if (!ReadText(key, value, text)) {
@@ -268,6 +274,7 @@ bool CReader::ReadRegistry(const toml::key& key, const toml::node& value) {
 
 // 0, or the errno of the failure; EFBIG for a file that is no description by its size.
 int ReadFile(const std::filesystem::path& name, std::string& bytes) {
+    // A stream does not tell why it failed, but the calls below it leave the reason in errno.
     errno = 0;
     std::ifstream file(name, std::ios::binary);
     // One byte more than allowed shows whether there is more.

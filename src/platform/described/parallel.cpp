@@ -32,6 +32,8 @@ public:
         for (std::size_t part = NextPart(); part * m_step < m_count; part = NextPart()) {
             const std::size_t first = part * m_step;
             text.clear();
+            // If another thread has failed, what is given early is dropped, and the call after this
+            // ends the thread.
             m_make(text, first, std::min(first + m_step, m_count),
                    [this, part](std::u16string_view early) { TakeInTurn(part, early); });
             if (!TakeInTurn(part, text)) {
@@ -42,12 +44,14 @@ public:
     }
 
 private:
+    // Goes on counting past the last part, so that each thread sees the end by itself.
     std::size_t NextPart() {
         const std::lock_guard lock(m_mutex);
         return m_nextMade++;
     }
 
-    // False, with nothing taken, when another thread has failed.
+    // False, with nothing taken, when another thread has failed. May be called several times in one
+    // turn, which only EndTurn ends.
     bool TakeInTurn(std::size_t part, std::u16string_view text) {
         std::unique_lock lock(m_mutex);
         m_turn.wait(lock, [this, part] { return m_nextTaken == part || m_hasFailed; });
@@ -101,6 +105,7 @@ private:
 void MakeInOrder(std::size_t count, std::size_t step, const MakeText& make, const TakeText& take) {
     CParts parts(count, step, make, take);
     const std::size_t partCount = (count + step - 1) / step;
+    // The number of processors may be 0, which means unknown. Then the calling thread works alone.
     const std::size_t threads =
         std::min<std::size_t>({partCount, kMaxThreads, std::thread::hardware_concurrency()});
     std::vector<std::future<void>> others;
@@ -111,6 +116,7 @@ void MakeInOrder(std::size_t count, std::size_t step, const MakeText& make, cons
     } catch (const std::system_error&) {
         // The threads that could be started are enough.
     }
+    // If this throws, the destructors of `others` wait for the threads before `parts` is destroyed.
     parts.Run();
     for (std::future<void>& other : others) {
         other.get();

@@ -57,6 +57,7 @@ auto FindMount(std::u16string_view name) {
     });
 }
 
+// Bytes past the limit are not read, because no hive has more.
 int ReadImage(const std::u16string& fileName, CHiveImage& image) {
     SFileBytes file;
     if (const int status = ReadFileBytes(fileName.c_str(), CHiveImage::kMaxSize, file)) {
@@ -79,6 +80,7 @@ int ReadHive(const std::u16string& fileName, CHiveImage& image, bool& isWhole) {
     std::vector<CHiveImage> logs;
     // A missing log is no failure, and must not be the last error of a load that succeeds.
     const int lastError = GetLastError();
+    // Newer systems write the first two in turn, older ones only the last.
     for (const char16_t* const suffix : {u".LOG1", u".LOG2", u".LOG"}) {
         CHiveImage log;
         // A log that cannot be read is like one that does not exist.
@@ -133,6 +135,7 @@ int CDescribedKey::LoadHive(const char16_t* mountName, const char16_t* fileName)
     if (!mount->hive.Load(std::move(image))) {
         return SetLastError(ERROR_BADDB);
     }
+    // Last, so that a failure mounts nothing.
     GetMounts().push_back(std::move(mount));
     return ERROR_SUCCESS;
 }
@@ -157,6 +160,7 @@ int CDescribedKey::QueryInfo(SKeyInfo& info) const {
                 found.longestValueName};
         return ERROR_SUCCESS;
     }
+    // HKEY_LOCAL_MACHINE has a subkey for each mount, and no values.
     info = SKeyInfo();
     for (const auto& mount : GetMounts()) {
         ++info.subKeyCount;
@@ -241,6 +245,8 @@ int CDescribedRegistry::OpenKey(std::uint32_t predefinedKey, std::u16string_view
     if (subKey.empty()) {
         return ConnectMachine(key);
     }
+    // The first name is that of the mount. What follows is a path in its hive, and nothing means
+    // its root.
     const std::size_t length = std::min(subKey.find(u'\\'), subKey.size());
     const auto mount = FindMount(subKey.substr(0, length));
     if (mount == GetMounts().end()) {

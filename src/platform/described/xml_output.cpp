@@ -24,6 +24,7 @@ constexpr std::size_t kElementsOfPart = 256;
 // Units that a part keeps before it waits for its turn. This bounds the memory of all parts.
 constexpr std::size_t kPartUnits = std::size_t{1} << 22;
 
+// In the order of a document, so that places can be compared.
 enum class EPlace {
     Start,     // nothing has been written
     Prolog,    // before the root
@@ -42,6 +43,7 @@ bool IsWhitespace(char16_t unit) {
 bool IsPlain(std::u16string_view text) {
     unsigned other = 0;
     for (const char16_t unit : text) {
+        // One comparison for both ends: below 0x20 the difference wraps to a large number.
         const bool isOutside = static_cast<char16_t>(unit - 0x20) >= 0xD800 - 0x20;
         other |= static_cast<unsigned>(isOutside) | (unit == u'&') | (unit == u'<') |
                  (unit == u'>') | (unit == u'"');
@@ -111,8 +113,11 @@ bool Escape(std::u16string_view text, bool inAttribute, std::u16string& escaped)
 // a failure to write, nothing more is written, because the file would have a gap.
 class CDescribedXmlOutput final : public COpenXmlOutput {
 public:
+    // More than the limit, because Put appends a text before it looks at the size.
     CDescribedXmlOutput() { m_buffer.reserve(kBufferUnits + kBufferUnits / 4); }
-    // A part, which has no file. What does not fit into its buffer goes to `take`.
+    // A part, which has no file. What does not fit into its buffer goes to `take`. The start in
+    // `m_nameStarts` is for the element around the part. So the end of the part's own elements
+    // never ends the document.
     CDescribedXmlOutput(std::u16string&& emptyBuffer, const TakeText& take)
         : m_taker(&take),
           m_buffer(std::move(emptyBuffer)),
@@ -199,7 +204,7 @@ private:
     }
 
     // Gives `text` as it is to be written, which is itself in the common case. False when XML
-    // cannot hold it.
+    // cannot hold it. The result is valid until the next call.
     bool ToMarkup(std::u16string_view& text, bool inAttribute) {
         if (IsPlain(text)) {
             return true;
@@ -328,6 +333,7 @@ int CDescribedXmlOutput::WriteElements(CXmlOutput& /*output*/, std::size_t count
         return kXmlInvalidAction;
     }
     EndStartTag();
+    // The part borrows the memory of `text` and gives it back, so a thread allocates it once.
     const auto make = [&write](std::u16string& text, std::size_t first, std::size_t last,
                                const TakeText& take) {
         auto inside = std::make_unique<CDescribedXmlOutput>(std::move(text), take);
