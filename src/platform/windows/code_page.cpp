@@ -4,6 +4,8 @@
 
 namespace platform {
 
+// The first call only asks for the size. The last two arguments are null in both, because UTF-8
+// takes nothing else.
 std::string ToCodePage(std::u16string_view text, std::uint32_t codePage) {
     const wchar_t* const units = ToWide(text.data());
     const int length = static_cast<int>(text.size());

@@ -52,6 +52,8 @@ bool TextToGuid(std::u16string_view text, GUID& guid) {
 
 void* AllocateForCaller(std::size_t size) { return CoTaskMemAlloc(size); }
 
+// COM counts successful calls, and each of them needs one call that ends it. So only the refused
+// ones are counted here.
 void EnterApartment() {
     if (FAILED(CoInitialize(nullptr))) {
         ++s_refused;

@@ -12,6 +12,8 @@ namespace platform {
 
 namespace {
 
+// The header's handles are pointers to types that are not defined here. Those of Windows are
+// numbers of the same size.
 HCRYPTPROV ToHandle(CryptoProvider provider) { return reinterpret_cast<HCRYPTPROV>(provider); }
 HCRYPTKEY ToHandle(CryptoKey key) { return reinterpret_cast<HCRYPTKEY>(key); }
 
@@ -49,6 +51,7 @@ CryptoProvider OpenCryptoProvider() {
     const wchar_t* const name =
         HasPrototype() ? L"Microsoft Enhanced RSA and AES Cryptographic Provider (Prototype)"
                        : L"Microsoft Enhanced RSA and AES Cryptographic Provider";
+    // No stored keys are needed, so any user can do this, and no window may ask anything.
     constexpr DWORD kFlags = CRYPT_VERIFYCONTEXT | CRYPT_SILENT;
     HCRYPTPROV provider = 0;
     if (!::CryptAcquireContextW(&provider, nullptr, name, PROV_RSA_AES, kFlags) &&
@@ -65,6 +68,8 @@ void CloseCryptoProvider(CryptoProvider provider) {
     }
 }
 
+// Each step needs the one before it, so the first failure is the result. The hash is destroyed at
+// the end, because the key does not need it any more.
 int DeriveKey(CryptoProvider provider, std::uint32_t hashId, std::uint32_t cipherId,
               const void* bytes, std::uint32_t size, CryptoKey& key) {
     CHash hash;
@@ -113,6 +118,7 @@ int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size, std::uint32
 }
 
 struct CSha256::SState {
+    // Without a provider this fails too, and Add and Finish give its status.
     SState() : provider(OpenCryptoProvider()) {
         status = StatusFromCall(
             ::CryptCreateHash(ToHandle(provider), kHashSha256, 0, 0, hash.Receive()));
@@ -138,6 +144,7 @@ int CSha256::Add(std::span<const std::byte> bytes) {
     constexpr std::size_t kMaxPiece = std::size_t{1} << 30;  // the call takes 32 bits
     while (state.status == ERROR_SUCCESS && !bytes.empty()) {
         const std::span<const std::byte> piece = bytes.first(std::min(bytes.size(), kMaxPiece));
+        // A failure stays in the state, because a hash with a gap must not be given.
         state.status = StatusFromCall(::CryptHashData(state.hash.Get(),
                                                       reinterpret_cast<const BYTE*>(piece.data()),
                                                       static_cast<DWORD>(piece.size()), 0));

@@ -13,6 +13,7 @@ public:
     explicit CFolderHandle(const char16_t* name)
         : m_handle(CreateFileW(ToWide(name), 0,
                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                               // Without this flag the call opens no folder.
                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
     ~CFolderHandle() {
         if (m_handle != INVALID_HANDLE_VALUE) {
@@ -47,6 +48,7 @@ int DeleteFile(const char16_t* name) { return StatusFromCall(DeleteFileW(ToWide(
 
 int CopyFile(const char16_t* source, const char16_t* destination, EExisting existing) {
     return StatusFromCall(
+        // The last argument makes an existing destination a failure.
         CopyFileW(ToWide(source), ToWide(destination), existing == EExisting::Keep));
 }
 
@@ -68,6 +70,7 @@ int GetLongName(const char16_t* name, std::u16string& longName) {
     }
     std::u16string buffer;
     // Between the two calls a folder may be renamed to a longer name. Then the size is asked again.
+    // A size of 0 is a failure, whose reason is the last error.
     for (DWORD size = GetLongPathNameW(ToWide(name), nullptr, 0); size != 0;) {
         buffer.resize(size);
         const DWORD length = GetLongPathNameW(ToWide(name), ToWide(buffer.data()), size);

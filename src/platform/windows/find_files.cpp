@@ -130,6 +130,7 @@ CFindHandle::~CFindHandle() = default;
 int CFindHandle::First(const char16_t* pattern, SFindData& found) {
     Close();
     WIN32_FIND_DATAW data;
+    // The whole folder is read, so a larger buffer saves calls to the file system.
     CSearchHandle handle(pattern, data, FIND_FIRST_EX_LARGE_FETCH);
     if (!handle.IsOpen()) {
         return LevelledError(pattern);
@@ -138,6 +139,8 @@ int CFindHandle::First(const char16_t* pattern, SFindData& found) {
     do {
         search->entries.emplace_back(data);
     } while (handle.Next(data));
+    // A failure other than the end is kept and given after the entries. So a folder that was read
+    // in part is not taken for a whole one.
     search->endStatus = GetLastError();
     std::sort(search->entries.begin(), search->entries.end());
     m_search = std::move(search);
@@ -166,6 +169,8 @@ int FindEntry(const char16_t* name, SFindData& found) {
         return LookUpShare(name, found);
     }
     WIN32_FIND_DATAW data;
+    // A search gives the name in the letter case of the disk, which a question for the attributes
+    // does not.
     const CSearchHandle handle(name, data, 0);
     if (!handle.IsOpen()) {
         return LevelledError(name);

@@ -8,6 +8,8 @@
 
 namespace platform {
 
+// Others may read and delete the file meanwhile, but not write to it, because its content must stay
+// the same while it is read. A folder is refused with ERROR_ACCESS_DENIED.
 struct CInputFile::SState {
     explicit SState(const char16_t* name)
         : file(CreateFileW(ToWide(name), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
@@ -62,6 +64,7 @@ int CInputFile::Read(std::uint64_t offset, std::span<std::byte> bytes, std::size
             // With a position given, the end of the file is a failure of the call.
             return status == ERROR_HANDLE_EOF ? ERROR_SUCCESS : status;
         }
+        // The end may also be a success without bytes.
         if (read == 0) {
             break;
         }

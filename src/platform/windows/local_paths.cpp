@@ -34,6 +34,7 @@ std::optional<std::u16string> LibraryPath(const std::string& argument) {
     std::error_code error;
     const std::filesystem::path whole =
         std::filesystem::absolute(std::filesystem::path(ToWide(path.c_str())), error);
+    // After a failure the path is passed on unchanged, and its first use gives the error.
     return error ? path : PathText(whole);
 }
 
@@ -42,6 +43,7 @@ std::filesystem::path LocalPath(const std::string& argument) {
 }
 
 std::filesystem::path LocalPath(const std::u16string& path) {
+    // A path that has the prefix already does not begin with a drive.
     const bool isPlain = path.size() <= kMaxPlainPath || !HasDrive(path);
     return ToWide(isPlain ? path.c_str() : (uR"(\\?\)" + path).c_str());
 }

@@ -10,6 +10,8 @@ namespace {
 // Bytes. One call takes a count of 32 bits.
 constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
 
+// The header has a number, because it may not name a type of Windows. 0 means that no file is open;
+// CreateFileW never gives it.
 HANDLE Handle(std::intptr_t handle) {
     return reinterpret_cast<HANDLE>(handle);  // NOLINT(performance-no-int-to-ptr)
 }
@@ -20,6 +22,7 @@ COutputFile::~COutputFile() { Close(); }
 
 int COutputFile::Create(const char16_t* name) {
     Close();
+    // Nobody else can open the file while it is written.
     HANDLE file = CreateFileW(ToWide(name), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                               FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {

@@ -54,6 +54,7 @@ int CompareText(std::u16string_view left, std::u16string_view right, bool ignore
     if (left == right) {
         return 0;
     }
+    // The answers for less, equal and greater are 1, 2 and 3.
     return Compare(left, right, ignoreCase ? NORM_IGNORECASE : 0) - CSTR_EQUAL;
 }
 
@@ -120,6 +121,7 @@ bool LoadResourceText(std::uint32_t id, const void* module, std::u16string& text
 
 std::u16string SystemErrorText(std::uint32_t code) {
     CSystemText message;
+    // Some messages of the system have inserts, for which there are no arguments here.
     return message.Format(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
                           nullptr)
                ? message.Get()

@@ -54,6 +54,7 @@ int CXmlInput::Open(const char16_t* name) {
     CComPointer<IXmlReader>& reader = state->reader;
     HRESULT result = ::CreateXmlReader(__uuidof(IXmlReader), reader.ReceiveAny(), nullptr);
     if (SUCCEEDED(result)) {
+        // A document type could name other files, or declare entities that grow without limit.
         result = reader->SetProperty(XmlReaderProperty_DtdProcessing, DtdProcessing_Prohibit);
     }
     if (SUCCEEDED(result)) {
@@ -97,6 +98,7 @@ int CXmlInput::Read(EXmlNode& node) {
         state.isEmptyElement = false;
         return state.result;
     }
+    // Asked now, because the reader may be at an attribute when the caller wants to know.
     state.isEmptyElement =
         place.type == XmlNodeType_Element && state.reader->IsEmptyElement() != FALSE;
     node = static_cast<EXmlNode>(place.type);  // the numbers are XmlLite's

@@ -12,6 +12,7 @@ namespace platform {
 
 namespace {
 
+// A copy, because what the input gives is valid only until its next call.
 std::u16string FullName(CXmlInput& input) {
     std::u16string name(input.GetPrefix());
     name += name.empty() ? u"" : u":";
@@ -72,6 +73,7 @@ int ScanXml(const char16_t* name, CXmlVisitor& visitor, std::uint32_t& line) {
             visitor.OnText(input.GetValue());
         }
     }
+    // S_FALSE is the end of the document.
     return status == S_FALSE ? S_OK : status;
 }
 
