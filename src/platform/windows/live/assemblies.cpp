@@ -106,6 +106,7 @@ bool CLiveStore::IsManagedAssembly(const char16_t* name) const {
         return false;
     }
     CComPointer<IUnknown> scope;
+    // A file without metadata cannot be opened.
     if (FAILED(m_dispenser->OpenScope(ToWide(name), 0, kMetaDataAssemblyImport, scope.Receive())) ||
         !scope) {
         return false;

@@ -13,6 +13,7 @@ namespace platform {
 
 namespace {
 
+// Its values have the kernel names of the hives as names, and the paths of their files as data.
 constexpr wchar_t kHiveList[] = LR"(SYSTEM\ControlSet001\Control\hivelist)";
 
 // {A520A1A4-1780-4FF6-BD18-167343C5AF16}
@@ -30,6 +31,8 @@ bool IsVolatile(HKEY list, const std::u16string& name) {
     std::vector<BYTE> data(size + 1);
     const bool isRead =
         RegQueryValueExW(list, ToWide(name.c_str()), nullptr, &type, data.data(), &size) == 0;
+    // Only the first byte decides, or a name of at most one unit. This decides which keys a
+    // conversion leaves out, so it has to stay.
     return isRead && type == REG_SZ && (data[0] == 0 || name.size() <= 1);
 }
 
@@ -69,6 +72,7 @@ public:
 
 bool CLiveMachine::GetSpecialFolder(int csidl, std::u16string& path) const {
     std::u16string buffer(MAX_PATH, u'\0');
+    // The call needs room for MAX_PATH units. S_FALSE means that the folder does not exist.
     return SHGetFolderPathW(nullptr, csidl, nullptr, SHGFP_TYPE_CURRENT, ToWide(buffer.data())) ==
                S_OK &&
            GetLongName(buffer.c_str(), path) == ERROR_SUCCESS;
@@ -89,10 +93,13 @@ bool CLiveMachine::GetLocalAppDataLow(std::u16string& path) const {
 bool CLiveMachine::GetWindowsFolder(std::u16string& path) const {
     std::u16string buffer(MAX_PATH, u'\0');
     const UINT length = GetWindowsDirectoryW(ToWide(buffer.data()), MAX_PATH);
+    // A length of MAX_PATH or more is the room that would be needed.
     return length != 0 && length < MAX_PATH && GetLongName(buffer.c_str(), path) == ERROR_SUCCESS;
 }
 
 bool CLiveMachine::GetEnvironmentText(const char16_t* name, std::u16string& value) const {
+    // The size includes the NUL, so it is 0 only for a variable that is not set. If the value grows
+    // between the two calls, there is no answer.
     const DWORD size = GetEnvironmentVariableW(ToWide(name), nullptr, 0);
     std::u16string buffer(size, u'\0');
     const DWORD length = GetEnvironmentVariableW(ToWide(name), ToWide(buffer.data()), size);
@@ -118,11 +125,13 @@ std::u16string CLiveMachine::GetLocaleName() const {
     std::u16string name(LOCALE_NAME_MAX_LENGTH, u'\0');
     const int size =
         LCIDToLocaleName(GetThreadLocale(), ToWide(name.data()), LOCALE_NAME_MAX_LENGTH, 0);
+    // The size includes the NUL; 0 is a failure.
     name.resize(size > 0 ? static_cast<std::size_t>(size) - 1 : 0);
     return name;
 }
 
 std::u16string CLiveMachine::GetUserSid() const {
+    // The record points to a SID in the same bytes.
     const std::vector<std::byte> user = CProcessToken(TOKEN_QUERY).Read(TokenUser);
     wchar_t* buffer = nullptr;
     if (user.empty() ||

@@ -14,6 +14,7 @@ CProcessToken::~CProcessToken() {
     }
 }
 
+// Without a token both calls fail.
 std::vector<std::byte> CProcessToken::Read(TOKEN_INFORMATION_CLASS record) const {
     DWORD size = 0;
     // Fails because there is no room, but gives the size that is needed.

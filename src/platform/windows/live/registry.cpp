@@ -90,6 +90,7 @@ bool FindPrivilege(const char16_t* name, LUID& number) {
     return ::LookupPrivilegeValueW(nullptr, ToWide(name), &number) != 0;
 }
 
+// Only these two exact values count. A privilege with both flags is turned on once more.
 bool IsOn(const LUID_AND_ATTRIBUTES& entry, const LUID& number) {
     return entry.Luid.LowPart == number.LowPart && entry.Luid.HighPart == number.HighPart &&
            (entry.Attributes == SE_PRIVILEGE_ENABLED_BY_DEFAULT ||
@@ -238,6 +239,7 @@ int CLiveRegistry::EnablePrivilege(const char16_t* name) const {
     if (bytes.empty() || !FindPrivilege(name, number)) {
         return -1;
     }
+    // The type declares one entry, and the record has as many as its count says.
     const auto* const held = reinterpret_cast<const TOKEN_PRIVILEGES*>(bytes.data());
     const LUID_AND_ATTRIBUTES* const entries = held->Privileges;
     const bool isOn =

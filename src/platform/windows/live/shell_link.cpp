@@ -40,6 +40,7 @@ void AskNumber(IShellLinkW* shellLink, TOperation operation, std::optional<TAnsw
 }
 
 void ReadAnswers(IShellLinkW* shellLink, SShellLink& link) {
+    // The raw path keeps its environment variables and need not exist.
     link.path = Ask([&](wchar_t* text) {
         return shellLink->GetPath(text, kTextBuffer, nullptr, SLGP_RAWPATH);
     });
@@ -50,6 +51,7 @@ void ReadAnswers(IShellLinkW* shellLink, SShellLink& link) {
     int iconIndex = 0;
     link.iconLocation = Ask(
         [&](wchar_t* text) { return shellLink->GetIconLocation(text, kTextBuffer, &iconIndex); });
+    // The index belongs to the location and means nothing without it.
     if (link.iconLocation) {
         link.iconIndex = iconIndex;
     }
@@ -70,6 +72,7 @@ void ReadDataBlocks(IShellLinkDataList* list, SShellLink& link) {
     }
     for (std::size_t i = 0; i < kShellLinkBlocks.size(); ++i) {
         void* block = nullptr;
+        // For a block that the link does not have, the call fails.
         if (FAILED(list->CopyDataBlock(kShellLinkBlocks[i], &block)) || block == nullptr) {
             continue;
         }
@@ -97,6 +100,7 @@ int ReadLiveLink(const char16_t* name, SShellLink& link) {
     if (FAILED(result)) {
         return result;
     }
+    // The caller's link changes only at the end, when nothing can fail any more.
     SShellLink answers;
     ReadAnswers(shellLink.Get(), answers);
     CComPointer<IShellLinkDataList> dataList;

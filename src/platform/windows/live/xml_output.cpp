@@ -95,6 +95,7 @@ int CLiveXmlOutput::Create(const char16_t* name) {
             ::SHCreateStreamOnFileW(ToWide(name), STGM_CREATE | STGM_READWRITE, m_stream.Receive());
     }
     if (SUCCEEDED(result)) {
+        // Without this object between writer and stream, the writer would use UTF-8.
         result = ::CreateXmlWriterOutputWithEncodingName(m_stream.Get(), nullptr, L"utf-16",
                                                          m_output.Receive());
     }
