@@ -16,6 +16,8 @@ constexpr std::uint32_t kAscii = 20127;
 constexpr std::uint32_t kLatin1 = 28591;
 constexpr std::uint32_t kUtf8 = 65001;
 
+// ICU knows most code pages of Windows as "cp" and their number. The others have names of their
+// own.
 std::string ConverterName(std::uint32_t codePage) {
     switch (codePage) {
         case kUtf8:
@@ -41,6 +43,8 @@ std::string ToCodePage(std::u16string_view text, std::uint32_t codePage) {
     if (codePage != kUtf8) {
         ucnv_setSubstString(converter.get(), u"?", 1, &error);
     }
+    // The functions of ICU do nothing after a failure, so one check is enough. An unknown code page
+    // gives no bytes, as on Windows.
     if (U_FAILURE(error)) {
         return {};
     }

@@ -8,6 +8,7 @@ namespace platform {
 
 namespace {
 
+// Braces and dashes must be as here, and every other place has a digit.
 constexpr std::u16string_view kShape = u"{11111111-2222-3333-4455-666666666666}";
 
 void AppendHex(std::u16string& text, std::uint32_t value, int digits) {
@@ -80,6 +81,7 @@ bool TextToGuid(std::u16string_view text, GUID& guid) {
         }
         nibbles[count++] = static_cast<std::uint32_t>(value);
     }
+    // All digits of a field come with the highest first, and the bytes of Data4 in their order.
     const auto number = [&nibbles](std::size_t first, std::size_t length) {
         std::uint32_t value = 0;
         for (std::size_t i = first; i < first + length; ++i) {

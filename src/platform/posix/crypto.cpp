@@ -67,6 +67,8 @@ int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size, std::uint32
     if (!context ||
         EVP_EncryptInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, key->bytes.data(),
                            kZeroVector.data()) != 1 ||
+        // Input and output may be the same bytes. The padded block comes after those that are
+        // written.
         EVP_EncryptUpdate(context.get(), bytes, &written, bytes, static_cast<int>(size)) != 1 ||
         EVP_EncryptFinal_ex(context.get(), bytes + written, &padded) != 1) {
         return SetLastError(ERROR_GEN_FAILURE);
@@ -90,6 +92,7 @@ CSha256::~CSha256() = default;
 
 int CSha256::Add(std::span<const std::byte> bytes) {
     SState& state = *m_state;
+    // A failure stays, because a hash with a gap must not be given.
     state.isGood =
         state.isGood && EVP_DigestUpdate(state.context.get(), bytes.data(), bytes.size()) == 1;
     return state.isGood ? ERROR_SUCCESS : SetLastError(ERROR_GEN_FAILURE);
@@ -103,6 +106,7 @@ int CSha256::Finish(Sha256& hash) {
                            nullptr) != 1) {
         return SetLastError(ERROR_GEN_FAILURE);
     }
+    // A finished context takes no more bytes, so every later call fails.
     state.isGood = false;
     hash = result;
     return ERROR_SUCCESS;

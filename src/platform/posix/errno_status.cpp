@@ -6,6 +6,8 @@
 
 namespace platform {
 
+// ENOENT does not tell which part of a path is missing. It is taken for the last one: the folders
+// above it are opened before, and CFolderCache makes ERROR_PATH_NOT_FOUND of a failure there.
 int StatusFromErrno(int error) {
     switch (error) {
         case ENOENT:
@@ -52,6 +54,7 @@ int StatusFromErrno(int error) {
             return ERROR_IO_DEVICE;
         case EDQUOT:
             return ERROR_DISK_QUOTA_EXCEEDED;
+        // Also for a link that O_NOFOLLOW has met.
         case ELOOP:
             return ERROR_CANT_ACCESS_FILE;
         default:

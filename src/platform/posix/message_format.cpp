@@ -72,6 +72,7 @@ int ReadSize(const char16_t*& at) {
         return 4;
     }
     ++at;
+    // "hh" is one byte and "ll" is eight.
     const bool isDouble = *at == size;
     at += isDouble ? 1 : 0;
     return size == u'h' ? (isDouble ? 1 : 2) : (isDouble ? 8 : 4);
@@ -102,6 +103,7 @@ bool ReadPlaceholder(const char16_t*& at, SPlaceholder& placeholder, TNext&& nex
     return true;
 }
 
+// The zeros go between the prefix, such as a sign, and the digits. The blanks go before or after.
 void AppendPadded(std::u16string& text, const SPlaceholder& placeholder, std::u16string_view prefix,
                   std::size_t zeros, std::u16string_view body) {
     const std::size_t length = prefix.size() + zeros + body.size();
@@ -271,6 +273,7 @@ int FormatPrintf(char16_t* buffer, std::size_t capacity, const char16_t* format,
     bool isGood = true;
     // Ends as soon as the buffer is full: the rest would be cut off.
     for (const char16_t* at = format; isGood && *at != 0 && text.size() < capacity;) {
+        // "%%" is one percent sign.
         if (*at != u'%' || at[1] == u'%') {
             text += *at;
             at += *at == u'%' ? 2 : 1;

@@ -16,6 +16,8 @@ constexpr std::size_t kNoNode = static_cast<std::size_t>(-1);
 
 }  // namespace
 
+// INVARIANT: `item` is `node` or one of the attributes that follow it. Before the first node and
+// after the last one both are kNoNode.
 struct CXmlInput::SState {
     CFileDescriptor file;  // open until the document has been parsed
     CXmlDocument document;
@@ -25,7 +27,8 @@ struct CXmlInput::SState {
     std::size_t item = kNoNode;  // the node or one of its attributes
     std::u16string text;         // what the last getter gave
 
-    // Puts the position on the attribute at `index`, if there is one.
+    // Puts the position on the attribute at `index`, if there is one. The attributes of an element
+    // follow it directly. So the node after the current item is its next attribute, or it has none.
     int MoveToAttribute(std::size_t index) {
         if (node == kNoNode || index >= document.GetCount() ||
             !document.GetNode(index).isAttribute) {
@@ -35,6 +38,7 @@ struct CXmlInput::SState {
         return S_OK;
     }
 
+    // The view is valid until the next call, which replaces `text`.
     std::u16string_view Show(std::string_view bytes) {
         text = Utf8ToUtf16(bytes);
         return text;
@@ -68,6 +72,7 @@ int CXmlInput::Read(EXmlNode& node) {
         state.file.Close();
     }
     const std::size_t count = state.document.GetCount();
+    // The nodes before a fault are given first, and then its status each time.
     if (state.next >= count) {
         state.node = kNoNode;
         state.item = kNoNode;
@@ -75,6 +80,7 @@ int CXmlInput::Read(EXmlNode& node) {
     }
     state.node = state.next;
     state.item = state.next;
+    // Attributes are no nodes for the caller.
     do {
         ++state.next;
     } while (state.next < count && state.document.GetNode(state.next).isAttribute);
@@ -83,6 +89,7 @@ int CXmlInput::Read(EXmlNode& node) {
 }
 
 int CXmlInput::MoveToFirstAttribute() {
+    // Without a node the sum is 0, and the call answers that there is no attribute.
     return IsOpen() ? m_state->MoveToAttribute(m_state->node + 1) : E_FAIL;
 }
 

@@ -26,6 +26,8 @@ std::size_t TellElement(const CXmlDocument& document, std::size_t index, CXmlVis
         texts.push_back(FullName(document.GetNode(index)));
         texts.push_back(Utf8ToUtf16(document.GetValue(index)));
     }
+    // Only now, because the texts move while their list grows, and the attributes are views of
+    // them.
     std::vector<SXmlAttribute> attributes;
     for (std::size_t i = 0; i < texts.size(); i += 2) {
         attributes.push_back({texts[i], texts[i + 1]});
@@ -37,6 +39,7 @@ std::size_t TellElement(const CXmlDocument& document, std::size_t index, CXmlVis
     return index;
 }
 
+// Comments, processing instructions and the XML declaration are passed over.
 void Tell(const CXmlDocument& document, CXmlVisitor& visitor) {
     for (std::size_t index = 0; index < document.GetCount();) {
         const EXmlNode type = document.GetNode(index).type;
