@@ -12,6 +12,8 @@
 
 namespace platform {
 
+// A path that cannot be split, such as a root, is read as a whole. So is one whose folder was not
+// found, which gives the reason.
 int FindFolder(std::u16string_view path, SFilePlace& place) {
     CFolderCache& cache = CFolderCache::Get();
     // Nearly every path is a folder of a moment ago and a name, and need not be read again.
@@ -52,6 +54,8 @@ int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info)
         return ERROR_ACCESS_DENIED;
     }
     if (!place.entry.IsRegular()) {
+        // Outside the package, a link that was not followed has no target, so there is no file.
+        // Below the package folder no link is followed, whatever its target is.
         const bool leadsNowhere = place.entry.IsUnfollowed() && !place.folder->IsSealed();
         return leadsNowhere ? ERROR_FILE_NOT_FOUND : ERROR_CANT_ACCESS_FILE;
     }

@@ -62,7 +62,8 @@ int StartAtDrive(SFileLocation& location, std::u16string_view& rest) {
     return ERROR_SUCCESS;
 }
 
-// Cuts the start of the way off `rest`.
+// Cuts the start of the way off `rest`. The long prefixes are looked for first, because they begin
+// with two backslashes, as a share does.
 int ReadStart(SFileLocation& location, std::u16string_view& rest) {
     constexpr std::u16string_view kLong = uR"(\\?\)";
     constexpr std::u16string_view kLongShare = uR"(\\?\UNC\)";
@@ -148,6 +149,7 @@ std::u16string_view SFileLocation::GetFolderPath() const {
     return std::u16string_view(path).substr(0, path.rfind(u'\\'));
 }
 
+// May refuse more than it has to, because the caller then reads the whole path.
 bool SplitPath(std::u16string_view text, SSplitPath& split) {
     const std::size_t cut = text.rfind(u'\\') + 1;  // 0 when there is none
     std::u16string_view name = text.substr(cut);
@@ -173,6 +175,7 @@ int ReadLocation(std::u16string_view text, SFileLocation& location) {
     // A path that ends in a backslash means a folder, and "a:b" is no name of a folder.
     const bool mayHaveStream = !text.empty() && text.back() != u'\\';
     std::u16string_view stream;
+    // Every round cuts off a segment. Only the last one may have a stream.
     while (!text.empty()) {
         std::u16string_view segment = TakeSegment(text);
         if (text.empty() && mayHaveStream && !CutStream(segment, stream)) {

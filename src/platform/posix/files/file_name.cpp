@@ -33,6 +33,7 @@ std::size_t DecodeCharacter(std::string_view bytes, char32_t& c) {
     if (length == 0 || lead > 0xF4 || bytes.size() < length) {
         return 0;
     }
+    // A lead byte begins with as many ones as the character has bytes, and a zero.
     c = lead & (0xFFU >> (length + 1));
     for (std::size_t i = 1; i < length; ++i) {
         const auto byte = static_cast<unsigned char>(bytes[i]);
@@ -89,6 +90,7 @@ int CNameReader::NextOther() {
     } else if (IsForeign(c)) {
         c += m_foreignBase;
     } else if (c >= 0x10000) {
+        // The second unit of the pair is given by the next call.
         m_trail = static_cast<char16_t>(U16_TRAIL(c));
         c = U16_LEAD(c);
     }
@@ -117,6 +119,7 @@ bool NameFromText(std::u16string_view text, std::string& bytes) {
     std::string name(text.begin(), other);
     for (auto i = static_cast<std::size_t>(other - text.begin()); i < text.size();) {
         UChar32 c = 0;
+        // Gives a lone surrogate as itself, which may mean a byte.
         U16_NEXT(text.data(), i, text.size(), c);
         if (c == u'/' || IsForeign(static_cast<char32_t>(c))) {
             return false;
@@ -179,6 +182,7 @@ bool MatchesPattern(std::u16string_view name, std::u16string_view pattern) {
             return false;
         }
     }
+    // The name has ended, so what is left of the pattern must be stars, which match nothing too.
     return pattern.find_first_not_of(u'*', next) == std::u16string_view::npos;
 }
 

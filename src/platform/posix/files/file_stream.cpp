@@ -36,6 +36,8 @@ bool ListAttributes(int file, std::string& names) {
     return isAnswered;
 }
 
+// File servers for Windows keep a stream as "user.DosStream.name:$DATA". Drivers for NTFS show one
+// as "user.name".
 bool IsStreamAttribute(std::string_view attribute, std::u16string_view stream) {
     constexpr std::string_view kPlain = "user.";
     constexpr std::string_view kDos = "user.DosStream.";
@@ -102,6 +104,8 @@ int FindStream(SFilePlace& place, CFileDescriptor& file) {
     }
     const CNameSet* const names = place.folder->GetNames();
     const int error = names == nullptr ? errno : 0;
+    // A stream may also be a file "file:stream" beside its file. This look costs no further system
+    // call.
     if (names != nullptr && names->HasStream(place.name, place.stream)) {
         return ERROR_SUCCESS;
     }

@@ -19,7 +19,7 @@ namespace {
 constexpr mode_t kAllWrite = S_IWUSR | S_IWGRP | S_IWOTH;
 
 // This library never makes pipes and devices, and the machine may need them. A link that is not
-// followed is deleted itself.
+// followed is deleted itself. POSIX deletes a read-only file too, but Windows does not.
 bool IsDeletable(const SEntry& entry) {
     return (entry.IsRegular() && !entry.IsReadOnly()) || entry.IsUnfollowed();
 }
@@ -76,6 +76,8 @@ int SetAttributes(const char16_t* name, std::uint32_t attributes) {
     if (place.entry.isLink || !place.entry.IsRegular()) {
         return ERROR_SUCCESS;
     }
+    // Nobody may write to a read-only file. Afterwards only its owner may again, because it is not
+    // known who else could before.
     const mode_t mode = place.entry.info.st_mode & 07777;
     const bool isReadOnly = (attributes & kAttributeReadOnly) != 0;
     const int result = fchmodat(place.folder->GetDescriptor(), place.entry.name.c_str(),
@@ -110,6 +112,7 @@ int CreateFolder(const char16_t* name) {
     if (status != ERROR_FILE_NOT_FOUND) {
         return SetLastError(status == ERROR_SUCCESS ? ERROR_ALREADY_EXISTS : status);
     }
+    // The look-up has left the name for the new folder in the entry.
     if (mkdirat(place.folder->GetDescriptor(), place.entry.name.c_str(), 0777) != 0) {
         return FailWithErrno();
     }

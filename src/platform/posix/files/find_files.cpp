@@ -145,6 +145,8 @@ int CFindHandle::SSearch::Next(SFindData& found) {
     if (names == nullptr) {
         return StatusFromErrno(errno);
     }
+    // A file that is the stream of another is passed over, as Windows shows no streams in a folder.
+    // So is an entry that has been deleted since the names were read.
     while (const CNameSet::Name* const name = names->FindNext(m_last)) {
         m_last = name->first;
         const EEntryKind kind = name->second;
@@ -200,6 +202,7 @@ int FindEntry(const char16_t* name, SFindData& found) {
     SFilePlace place;
     int status = FindFolder(name, place);
     if (status == ERROR_SUCCESS) {
+        // As on Windows, a name with a wildcard finds the first entry that matches.
         if (place.stream.empty() && IsPattern(place.name)) {
             CFindHandle search;
             return search.First(name, found);

@@ -20,6 +20,8 @@ int StatLongPath(std::string_view path, struct stat& info) {
     CFileDescriptor folder;
     int start = AT_FDCWD;
     while (path.size() >= PATH_MAX) {
+        // The head has its slash and a NUL, so it fits into PATH_MAX bytes. Every round makes the
+        // path shorter.
         const std::size_t cut = path.rfind('/', PATH_MAX - 2);
         if (cut == std::string_view::npos) {
             errno = ENAMETOOLONG;
@@ -74,6 +76,9 @@ CFolder::CFolder(CFileDescriptor folder, std::string path, const struct stat& in
       m_stamp(info),
       m_lastLookAtWay(parent == nullptr ? 0 : parent->m_lastLookAtWay) {}
 
+// Gives the data of the folder, or of what its path leads to now if the path is checked. 0, or -1
+// with errno. The interval between two checks is a millisecond, and one more for every 256 bytes of
+// the path.
 int CFolder::LookAtSelf(struct stat& info) {
     constexpr std::size_t kUsualLength = 256;
     constexpr std::int64_t kUsualMoment = 1'000'000;
@@ -99,6 +104,7 @@ bool CFolder::IsCurrent() {
     const SFolderStamp stamp(info);
     if (stamp != m_stamp) {
         m_stamp = stamp;
+        // While a file is added, the change may be that one, and the names stay.
         if (m_additions == 0) {
             m_names.reset();
         }
@@ -111,6 +117,7 @@ int CFolder::Look(const std::string& name, SEntry& entry) {
     if (fstatat(m_folder.Get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
         return errno;
     }
+    // A link without a target keeps its own data, as one that is not followed does.
     entry.isLink = S_ISLNK(info.st_mode);
     if (entry.isLink && !m_isSealed) {
         struct stat target {};
@@ -131,6 +138,8 @@ int CFolder::Find(std::u16string_view text, SEntry& entry) {
     if (!NameFromText(text, name)) {
         return ERROR_INVALID_NAME;
     }
+    // The exact name first, because that takes one system call, and any other needs all names.
+    // Where these cannot be listed, only the exact name is found.
     if (const int error = Look(name, entry); error != ENOENT) {
         return error == 0 ? ERROR_SUCCESS : StatusFromErrno(error);
     }
@@ -164,6 +173,8 @@ const CNameSet* CFolder::GetNames() {
         if (fstat(m_folder.Get(), &info) != 0) {
             return nullptr;
         }
+        // The stamp is taken before the names are read. A change in between gives another stamp, so
+        // the names are read again. The other order would miss it.
         m_stamp = SFolderStamp(info);
         m_isRecent = IsRecent(info.st_ctim);
         m_names = std::make_unique<CNameSet>();
@@ -177,6 +188,7 @@ const CNameSet* CFolder::GetNames() {
 }
 
 SKnownNames CFolder::TakeNames() {
+    // The stamp would not show whether such names are still right.
     if (m_isRecent) {
         m_names.reset();
     }
@@ -226,6 +238,7 @@ void CFolder::EndAdding(const std::string& name, bool isThere) {
 void CFolder::NoteOwnChange() {
     struct stat info {};
     if (fstat(m_folder.Get(), &info) != 0) {
+        // Without a stamp nothing would show a change by others.
         m_names.reset();
         return;
     }

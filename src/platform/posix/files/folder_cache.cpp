@@ -59,6 +59,8 @@ CFolderCache& CFolderCache::Get() {
 int CFolderCache::Open(const SFileLocation& location, std::u16string_view path,
                        std::shared_ptr<CFolder>& folder) {
     CheckMachine();
+    // `known` is how much of the path leads to `current`: all of it, or as far as the nearest open
+    // folder or the root.
     std::size_t known = path.size();
     std::shared_ptr<CFolder> current = FindCurrent(path);
     if (!current) {
@@ -317,6 +319,8 @@ bool CFolderCache::IsInPackage(int folder) const {
         return false;
     }
     const std::vector<FileId> way = GetWayUp(folder);
+    // If the folders above are not known, this one counts as part of the package, and no link below
+    // it is followed.
     return way.empty() || Contains(way, m_package->GetId());
 }
 

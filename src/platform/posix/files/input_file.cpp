@@ -42,6 +42,7 @@ int CInputFile::Read(std::uint64_t offset, std::span<std::byte> bytes, std::size
     if (!m_state) {
         return SetLastError(ERROR_INVALID_HANDLE);
     }
+    // The offset may come from a file and be any number.
     if (offset > std::uint64_t{std::numeric_limits<off_t>::max()} - bytes.size()) {
         return ERROR_SUCCESS;  // after the end of any file
     }

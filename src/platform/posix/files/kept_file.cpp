@@ -13,6 +13,8 @@ bool CKeptFile::Take(std::u16string_view path, CFileDescriptor& file, struct sta
     if (!m_file.IsOpen() || m_path != path) {
         return false;
     }
+    // Whatever comes of it, the file is not kept any longer. One without a name was deleted, and
+    // its path leads nowhere or to another file.
     CFileDescriptor kept = std::move(m_file);
     if (fstat(kept.Get(), &info) != 0 || info.st_nlink == 0) {
         return false;

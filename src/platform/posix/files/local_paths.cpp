@@ -18,6 +18,7 @@ namespace {
 
 bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
+// "C:file" may be a file of this system, so a drive needs a backslash after it.
 bool IsWindowsPath(std::string_view argument) {
     const bool hasDrive =
         argument.size() > 2 && IsLetter(argument[0]) && argument[1] == ':' && argument[2] == '\\';
@@ -39,6 +40,7 @@ void GoUp(std::string& path) {
     struct SFree {
         void operator()(char* text) const { free(text); }
     };
+    // Fails for a folder that does not exist. Then only the text is cut.
     const std::unique_ptr<char, SFree> real(realpath(path.empty() ? "/" : path.c_str(), nullptr));
     if (real) {
         path = real.get();
@@ -102,6 +104,7 @@ std::optional<std::u16string> LibraryPath(const std::string& argument) {
     }
     const std::string path = Normalize(whole);
     std::u16string text = RootText();
+    // Each name begins with a slash, which becomes a backslash.
     for (std::size_t start = 0; start < path.size();) {
         const std::size_t end = std::min(path.find('/', start + 1), path.size());
         text += u'\\';

@@ -153,6 +153,8 @@ int CNameSet::Read(int folder) {
 
 void CNameSet::Add(const std::string& name, EEntryKind kind) {
     const std::size_t before = m_names.size();
+    // Names mostly come in order, so the new one belongs after the last. A wrong hint only costs
+    // time.
     const auto hint = m_place == m_names.end() ? m_place : std::next(m_place);
     const auto added = m_names.emplace_hint(hint, name, kind);
     added->second = kind;
@@ -161,6 +163,7 @@ void CNameSet::Add(const std::string& name, EEntryKind kind) {
 }
 
 void CNameSet::Remove(const std::string& name) {
+    // It may be at the name that is removed.
     m_place = m_names.end();
     m_colonNames -= m_names.erase(name) != 0 && HasColon(name) ? 1 : 0;
 }
@@ -197,6 +200,7 @@ std::u16string CNameSet::GetText(const std::string& name) const {
     std::u16string upper;
     AppendUpper(upper, text);
     const std::u16string_view exact = text;
+    // Names with the same text are neighbours, so a second one shows that the text is ambiguous.
     const auto first = m_names.lower_bound(SKey{upper, &exact});
     const auto second = first == m_names.end() ? first : std::next(first);
     const bool isAlone =

@@ -117,6 +117,8 @@ int COutputFile::Create(const char16_t* name) {
     if (const int status = OpenOutput(name, 0666, EExisting::Replace, output)) {
         return SetLastError(status);
     }
+    // Emptied only now that it is known to be a regular file and not read-only. O_TRUNC would empty
+    // it before that is checked.
     if (!output.isNew && ftruncate(output.file.Get(), 0) != 0) {
         return FailWithErrno();
     }
