@@ -86,6 +86,7 @@ constexpr const char* kCommands = "convert, check, targets, machine, verify, exp
 constexpr const char* kExplainUsage = "cas2orv explain RECORD [PATTERN] [--json]";
 constexpr const char* kHelpUsage = "cas2orv help [COMMAND]";
 
+// Only these are candidates for a misspelt option; the short ones are too short to be misspelt.
 // The long names of the options, with their dashes.
 std::vector<std::string> OptionNames(const CLI::App& app) {
     std::vector<std::string> names;
@@ -134,9 +135,12 @@ private:
 };
 
 CParser::CParser() {
+    // On Windows CLI11 takes "/x" for an option unless it is told otherwise. Arguments mean the
+    // same on every system, and a slash may begin a path.
     m_app.allow_windows_style_options(false);
     m_app.set_help_flag("-h,--help", "Print this help");
     m_app.set_version_flag("--version", "cas2orv " CAS2ORV_VERSION, "Print the version");
+    // CLI11 would put this word after each required argument in the help.
     m_app.get_formatter()->label("REQUIRED", "");
     m_app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     m_app.require_subcommand(1);
@@ -167,6 +171,8 @@ CLI::App* CParser::AddVerb(EVerb verb, const char* name, const char* description
     CLI::App* const app = m_app.add_subcommand(name, description);
     app->group("Commands");
     app->footer(footer);
+    // Called before the command's own arguments are read, so that a fault in them is told with the
+    // usage of this command.
     app->preparse_callback([this, app, verb](std::size_t) {
         m_verb = app;
         m_command.verb = verb;
@@ -191,6 +197,7 @@ void CParser::AddMachine(CLI::App& app) {
         ->type_name("FILE");
 }
 
+// As with every flag here, "--json=false" is an error: a flag takes no value.
 void CParser::AddJson(CLI::App& app) {
     app.add_flag("--json", m_command.isJson,
                  "Print one JSON object, also when the command\n"
@@ -238,6 +245,7 @@ void CParser::AddRun(CLI::App& app) {
                    "auto: a display on a terminal, else as plain;\n"
                    "plain: a line for each target and stage; none")
         ->type_name("HOW")
+        // The help would show the description of the check, a list of the three words, once more.
         ->check(CLI::IsMember({"auto", "plain", "none"}).description(""));
     app.add_flag("--strict", m_command.isStrict,
                  "Count as lost what was not captured at all: a\n"
@@ -271,6 +279,8 @@ void CParser::AddHelp() {
 std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& arguments) {
     // CLI11 takes the arguments in reverse order.
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    // CLI11 throws help and version as kinds of ParseError, so they are caught first. Its help() is
+    // that of the command that was read, if there is one.
     try {
         m_app.parse(reversed);
     } catch (const CLI::CallForHelp&) {
@@ -280,6 +290,7 @@ std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& ar
     } catch (const CLI::ParseError& error) {
         return Complain(DescribeFailure(error));
     }
+    // From here on there is a command, because the parse fails without one.
     if (const std::optional<std::string> problem = FindBadValue()) {
         return Complain(*problem);
     }
@@ -322,6 +333,7 @@ std::string CParser::GetUsage() const {
                                               : kExplainUsage;
 }
 
+// The usage is that of the command, as far as one has been read.
 SReply CParser::Complain(const std::string& problem) const {
     return {problem + "\nUsage: " + GetUsage() + "\nMore: " + GetPath() + " --help", true};
 }
@@ -338,6 +350,7 @@ std::string CParser::DescribeFailure(const CLI::ParseError& error) const {
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
         return DescribeCount(error);
     }
+    // Only --progress has words that are checked.
     if (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr) {
         return "--progress takes auto, plain or none";
     }
@@ -355,6 +368,7 @@ std::string CParser::DescribeMissing() const {
                    ? "explain needs a path: the record that convert --record has written"
                    : m_verb->get_name() + " needs a path: the package's profile file";
     }
+    // The first word that nobody has taken is probably a misspelt command.
     const std::vector<std::string> words = m_app.remaining();
     return words.empty() ? std::string("a command is missing; begin with ") + kCommands
                          : DescribeUnknown(words.front());
@@ -364,6 +378,7 @@ std::string CParser::DescribeMissing() const {
 std::string CParser::DescribeUnknown(const std::string& word) const {
     const bool isOption = word.starts_with('-');
     std::vector<std::string> words = isOption ? OptionNames(m_app) : std::vector<std::string>();
+    // Commands are candidates even for an option, such as "--convert".
     for (const CLI::App* const verb : m_app.get_subcommands({})) {
         words.push_back(verb->get_name());
     }
@@ -377,6 +392,8 @@ std::string CParser::DescribeExtra() const {
     // Words that no command has taken come before the command.
     const std::vector<std::string> early = m_app.remaining();
     const std::vector<std::string> words = early.empty() ? m_verb->remaining() : early;
+    // An unknown option is told before an extra argument, because its value may be what makes one
+    // argument too many. A single dash is no option.
     const auto option = std::find_if(words.begin(), words.end(), [](const std::string& word) {
         return word.size() > 1 && word.front() == '-';
     });
@@ -395,6 +412,7 @@ std::string CParser::DescribeExtra() const {
 }
 
 std::string CParser::DescribeCount(const CLI::ParseError& error) const {
+    // CLI11 names the option only in this text, up to a colon.
     const std::string text = error.what();
     const std::string name = text.substr(0, text.find(':'));
     const CLI::Option* const option = m_verb->get_option_no_throw(name);
@@ -406,9 +424,12 @@ std::string CParser::DescribeCount(const CLI::ParseError& error) const {
                                        : " needs a value behind it");
 }
 
+// Finds what CLI11 accepts and what is surely a slip: an empty text, as an unset variable of a
+// shell gives, or an option in the place of a value.
 std::optional<std::string> CParser::FindBadValue() const {
     for (const CLI::Option* const option : m_verb->get_options()) {
         const std::vector<std::string>& values = option->results();
+        // Not given, or a flag, which has no value.
         if (values.empty() || option->get_expected_max() == 0) {
             continue;
         }

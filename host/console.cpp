@@ -19,6 +19,7 @@ std::vector<SMessage> s_messages;
 }  // namespace
 
 std::string Printable(std::u16string_view text) {
+    // Unit by unit, because no control character is part of a surrogate pair.
     std::u16string shown(text);
     for (char16_t& unit : shown) {
         if (platform::IsControlUnit(unit)) {
@@ -33,6 +34,7 @@ std::string Quote(const std::filesystem::path& path) {
 }
 
 void Tell(const SMessage& message, std::string_view line) {
+    // The line comes first: it is shown even if there is no memory to keep the message.
     WriteTerminal(std::string(line) + '\n');
     if (s_keepsMessages) {
         s_messages.push_back(message);
@@ -48,8 +50,10 @@ void KeepMessages() { s_keepsMessages = true; }
 const std::vector<SMessage>& GetMessages() { return s_messages; }
 
 bool PrintResult(std::string_view result) {
+    // A short write may set no errno. Then the error of an earlier call must not be shown.
     errno = 0;
     const bool isWritten = std::fwrite(result.data(), 1, result.size(), stdout) == result.size();
+    // Some failures, such as a full disk, show only when the buffer is flushed.
     if (isWritten && std::fflush(stdout) == 0) {
         return true;
     }

@@ -39,6 +39,7 @@ std::string CountLosses(std::uint64_t count) {
 // Whether an argument, which is `path` for the library, can only mean a folder, whether it exists
 // or not.
 bool NamesFolder(const std::string& argument, const std::u16string& path) {
+    // Neither text is empty, because an empty argument has been refused before.
     std::error_code error;
     return argument.back() == '/' || path.back() == u'\\' ||
            std::filesystem::is_directory(platform::LocalPath(argument), error);
@@ -85,6 +86,7 @@ private:
 };
 
 int CConversion::Run() {
+    // All that can be wrong with the arguments and the targets is told before anything is written.
     if (const int problem = CheckArguments()) {
         return problem;
     }
@@ -94,12 +96,14 @@ int CConversion::Run() {
     if (!Convert()) {
         return kExitFailed;
     }
+    // On stderr, because stdout has only the results.
     WriteTerminal(Count(m_targetCount, "target") + ", " + Count(m_items, "item") + ", " +
                   Count(m_summary.errors, "error") + ", " + Count(m_summary.warnings, "warning") +
                   ", " + CountLosses(m_losses.GetLosses()) + '\n');
     if (m_command.isJson) {
         WriteJson();
     } else {
+        // The targets stay in their places, but a caller who reads stdout does not get them.
         m_hasFailed = !PrintResult(FormatLines()) || m_hasFailed;
     }
     return DecideExit();
@@ -118,6 +122,8 @@ bool CConversion::Convert() {
     interruption.Allow();
     CallLibrary();
     interruption.Forbid();
+    // This finds out whether there is something to publish. The sums are written while the folders
+    // are still hidden, so that they appear together with them.
     CheckResult();
     WriteSums();
     Publish();
@@ -128,6 +134,7 @@ int CConversion::DecideExit() const {
     if (m_hasFailed) {
         return kExitFailed;
     }
+    // A failure counts more than losses: the result is not there, or not all of it was delivered.
     const bool isWhole = m_summary.errors == 0 && m_losses.GetLosses() == 0 &&
                          (m_losses.GetMissing() == 0 || !m_command.isStrict);
     return isWhole ? kExitDone : kExitNotWhole;
@@ -162,6 +169,8 @@ int CConversion::CheckArguments() {
     for (const auto& [option, file] :
          {std::pair("--log", &m_command.log), std::pair("--record", &m_command.record)}) {
         std::error_code error;
+        // By the file itself, because a link or another spelling would overwrite the profile as
+        // well. An error means that they are not one file.
         if (!file->empty() &&
             std::filesystem::equivalent(platform::LocalPath(*file),
                                         platform::LocalPath(m_command.profile), error)) {
@@ -196,6 +205,7 @@ bool CConversion::Prepare() {
     for (const STarget& target : m_targets) {
         request.guids.push_back(target.guid);
     }
+    // In this order, because the temporary files of log and record are in the hidden folder.
     return m_output.Prepare(request) &&
            m_log.Open(m_command.log, platform::LocalPath(m_output.GetFile(kLogName))) &&
            m_record.Open(m_command.record, platform::LocalPath(m_output.GetFile(kRecordName)));
@@ -207,6 +217,7 @@ void CConversion::CallLibrary() {
     call.pattern = m_output.GetPattern();
     call.log = m_output.GetFile(kLogName);
     call.record = m_record.GetTemporary();
+    // The counts of the JSON are those of things left out, which only a full record has.
     call.isFullRecord = m_command.isJson || !m_command.record.empty();
     call.progress = m_command.progress;
     SLibraryResult result = RunLibrary(call);
@@ -222,9 +233,11 @@ void CConversion::CheckResult() {
     if (m_summary.unwritten != 0 || !m_summary.isComplete || !unsaved.empty()) {
         TellCause();
     }
+    // Without a readable record nobody knows what is lost, so nothing is published.
     if (!m_losses.Read(m_record.GetTemporary(), platform::LocalPath(m_command.profile))) {
         m_hasFailed = true;
     }
+    // After the record, because what a loss tells too is shown only once.
     m_log.Show([this](std::uint64_t number) { return m_losses.TellsLogEntry(number); });
     m_losses.Show();
     if (!m_summary.isComplete) {
@@ -259,6 +272,7 @@ std::vector<std::u16string> CConversion::FindUnsaved() {
 
 // A full disk fails many things. It is told first, and once.
 void CConversion::TellCause() {
+    // A full disk may be what cuts off the log that should tell of it, so the disk is asked too.
     const std::error_code error = m_output.TryWriting();
     if (m_summary.unwritten != 0) {
         Fail("the disk of " + Quote(m_command.output) +
@@ -286,6 +300,7 @@ void CConversion::Publish() {
     m_hasFailed = m_hasFailed || !m_output.Publish({unique.begin(), unique.end()});
     if (m_hasFailed) {
         Complain("no target was changed");
+        // So that the result names no manifest that is not there.
         m_converted.clear();
     }
     // That of a failed run tells why; one that is cut off is worse than an older one.
@@ -299,6 +314,7 @@ void CConversion::Publish() {
 
 std::string CConversion::FormatLines() const {
     std::string lines;
+    // The bytes of the path and not Printable, because another program opens the file by them.
     for (const std::u16string& guid : m_converted) {
         lines += Printable(guid) + '\t' + platform::PathBytes(m_output.GetManifest(guid)) + '\n';
     }
@@ -320,6 +336,8 @@ void CConversion::WriteJson() {
         m_json.Key("manifest");
         m_json.Text(platform::PathText(m_output.GetManifest(guid)));
         WriteCounts(m_json, "items", m_manifests[guid].counts);
+        // The record numbers targets from 1, in the order of the profile. One that is not in the
+        // list gets a number that no line has.
         WriteCounts(
             m_json, "leftOut",
             m_losses.GetLeftOut(static_cast<std::uint64_t>(target - m_targets.begin()) + 1));

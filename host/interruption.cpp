@@ -36,6 +36,8 @@ SState& State() {
 }
 
 [[noreturn]] void Rest(std::unique_lock<std::mutex>& lock) {
+    // This ends the wait of the thread of the signals. The calling thread goes on waiting until the
+    // process ends.
     State().isResting = true;
     State().changed.notify_all();
     for (;;) {
@@ -66,9 +68,12 @@ void OnEndingSignal(int status) {
     if (state.phase == EPhase::Running) {
         state.phase = EPhase::Ending;
         state.isEnding = true;
+        // The mutex stays locked from here on, except while waiting. So no other thread passes Step
+        // or changes the phase any more.
         state.changed.wait_for(lock, kPatience, [&] { return state.isResting; });
         state.remove();
     }
+    // Also in the phase Over, in which there is nothing to remove.
     EndProcess(status);
 }
 
@@ -80,6 +85,7 @@ CInterruption::CInterruption(std::function<void()> remove) {
         State().phase = EPhase::Preparing;
         State().remove = std::move(remove);
     }
+    // After the state is set, because a signal may come at once.
     CatchEndingSignals(&OnEndingSignal);
 }
 

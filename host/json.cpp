@@ -7,11 +7,14 @@ namespace host {
 void BeginJson(CJsonWriter& json, std::string_view command) {
     json.BeginObject();
     json.Key("schema");
+    // The version of the form. It changes when a member is no longer what it was, not when one is
+    // added.
     json.Number(1);
     json.Key("command");
     json.Ascii(command);
 }
 
+// Both members are always there. Null tells a missing name from an empty one.
 void WriteTarget(CJsonWriter& json, const std::u16string& guid,
                  const std::optional<std::u16string>& name) {
     json.Key("guid");
@@ -28,6 +31,7 @@ void WriteCounts(CJsonWriter& json, std::string_view key,
                  const std::map<std::string, std::uint64_t>& counts) {
     json.Key(key);
     json.BeginObject();
+    // In the order of the names, so that the same counts give the same text.
     for (const auto& [name, count] : counts) {
         json.Key(name);
         json.Number(static_cast<std::int64_t>(count));
@@ -40,6 +44,7 @@ void WriteEnd(CJsonWriter& json, int exitStatus) {
     json.Number(exitStatus);
     json.Key("messages");
     json.BeginArray();
+    // In the order in which they were told. A member without a value is left out.
     for (const SMessage& message : GetMessages()) {
         json.BeginObject();
         json.Key("level");
@@ -54,6 +59,7 @@ void WriteEnd(CJsonWriter& json, int exitStatus) {
             json.Key("status");
             json.Number(message.status);
         }
+        // The advice belongs to the reason, and no message has it alone.
         if (!message.reason.empty()) {
             json.Key("reason");
             json.Ascii(message.reason);

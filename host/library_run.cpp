@@ -22,6 +22,7 @@ constexpr std::u16string_view kNoGuid = u"{00000000-0000-0000-0000-000000000000}
 CProgressDisplay* s_display = nullptr;
 
 std::uint32_t OnProgress(const OrvProgress* root) {
+    // First, because after a signal nothing may be drawn any more.
     CInterruption::Step();
     s_display->Show(*root, std::chrono::steady_clock::now());
     return 0;
@@ -40,6 +41,8 @@ const OrvChar* Chars(const std::u16string& text) {
 }
 
 void SetVariables(const SLibraryCall& call) {
+    // All three are set in each run, so that nothing in the environment of the user counts. An
+    // empty value is the same as none.
     const bool isSet =
         SetVariable("ORVCASCONV_RECORD", platform::PathBytes(call.record)) &&
         SetVariable("ORVCASCONV_RECORD_LEVEL", call.isFullRecord ? "all" : "problems") &&
@@ -70,8 +73,10 @@ SLibraryResult RunLibrary(const SLibraryCall& call) {
     std::uint32_t count = 0;
     SLibraryResult result;
     result.status = CallGuarded(call, targets, count);
+    // Before anything else is written, which would otherwise be mixed with the block.
     display.Clear();
     s_display = nullptr;
+    // A failed call may return an array too.
     const std::unique_ptr<GUID, decltype(&FreeTargets)> owner(targets, &FreeTargets);
     result.targetCount = count;
     for (std::uint32_t i = 0; i < count; ++i) {

@@ -22,6 +22,7 @@ std::u16string PathOf(const SRecordEntry& entry) {
     if (IsOfRegistry(entry)) {
         return entry.name.empty() ? entry.source : entry.source + u'\\' + entry.name;
     }
+    // The source of a service is its name.
     const bool isName = entry.source.empty() || entry.thing == "service";
     const std::filesystem::path path =
         isName ? std::filesystem::path() : platform::LocalPath(entry.source);
@@ -37,12 +38,14 @@ std::string SubjectOf(const SRecordEntry& entry, const std::u16string& path) {
                                                                 : quoted) +
                line;
     }
+    // An item that was lost on its way into the manifest has only its place there.
     if (!entry.collection.empty()) {
         return "'" + Printable(entry.target) + "' of " + entry.collection;
     }
     return entry.thing;
 }
 
+// A status in the record is a Windows error number or an HRESULT.
 bool IsFullDisk(std::int64_t status) {
     return status == ERROR_DISK_FULL || status == HresultFromError(ERROR_DISK_FULL);
 }
@@ -52,6 +55,8 @@ bool IsFullDisk(std::int64_t status) {
 bool CLosses::Read(const std::filesystem::path& record, const std::filesystem::path& profile) {
     const std::string problem =
         ReadRecord(record, m_head, [&](const SRecordEntry& entry) { Take(entry, profile); });
+    // The library has returned. A record that still says "running" was never completed, so losses
+    // may be missing in it.
     if (!problem.empty() || m_head.state == "running") {
         Complain("whether the result is whole is not known: " +
                  (problem.empty() ? "the record was not completed" : problem));
@@ -65,12 +70,14 @@ bool CLosses::Read(const std::filesystem::path& record, const std::filesystem::p
 
 void CLosses::Take(const SRecordEntry& entry, const std::filesystem::path& profile) {
     const SReason* const reason = FindReason(entry.reason);
+    // Most lines are of this kind. Only their number is kept.
     if (reason != nullptr && reason->weight == EWeight::Normal) {
         if (reason->outcome == EOutcome::LeftOut) {
             ++m_leftOut[entry.in][entry.reason];
         }
         return;
     }
+    // A reason that this program does not know counts as a loss, rather than hide one.
     m_lossesOf[entry.in] += reason == nullptr || reason->weight == EWeight::Loss ? 1 : 0;
     if (entry.log != 0) {
         m_logEntries.insert(entry.log);
@@ -105,6 +112,8 @@ void CLosses::Show() const {
               .advice = reason->advice},
              (isLoss ? "lost: " : "missing: ") + words);
     }
+    // Advice comes once for each reason, after all things. The keys are addresses in one table, so
+    // they are in its order.
     for (const auto& [reason, count] : counts) {
         WriteTerminal("what to do about " + std::string(reason->name) + ": " +
                       std::string(reason->advice) + '\n');

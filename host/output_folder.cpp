@@ -28,6 +28,8 @@ std::u16string Fold(std::u16string text) {
     return text;
 }
 
+// Without a separator at its end, a folder "/a/b" would seem to contain "/a/bc". Letter case never
+// counts, so on POSIX a few places are refused that would do.
 // A full path for comparing; it ends in a separator.
 std::u16string FullText(const std::filesystem::path& path) {
     return Fold(platform::PathText(FullPath(path) / ""));
@@ -46,6 +48,7 @@ std::u16string_view NameBelow(std::u16string_view folder, std::u16string_view pa
 // The name of a hidden folder, if this is the path of one or of the file that belongs to one; else
 // empty.
 std::u16string HiddenName(const std::filesystem::path& path) {
+    // The form is strict, because what has such a name may be removed.
     const std::u16string name = platform::PathText(path.filename());
     const std::u16string_view view = name;
     if (!view.starts_with(kHiddenStart)) {
@@ -77,6 +80,7 @@ bool COutputFolder::Prepare(const SOutputRequest& request) {
     if (!CheckPlaces(request) || !MakeFolders()) {
         return false;
     }
+    // Taken before the library can use up the files that this process may open.
     if (!m_reserve.Take()) {
         Complain("too few files may be open at once; raise the limit. Nothing was converted");
         return false;
@@ -118,6 +122,7 @@ bool COutputFolder::CheckPlaces(const SOutputRequest& request) const {
 }
 
 bool COutputFolder::CheckNewness(const std::vector<std::u16string>& guids) const {
+    // All are counted, so that one message tells of all of them.
     const Entries entries = m_mayReplace ? Entries() : ListEntries();
     std::size_t count = 0;
     std::filesystem::path first;
@@ -151,6 +156,7 @@ bool COutputFolder::MakeFolders() {
             return false;
         }
         if (!error) {
+            // Remove takes away those that are still empty.
             m_made.push_back(*place);
         }
     }
@@ -191,6 +197,7 @@ bool COutputFolder::MakeHidden() {
 }
 
 void COutputFolder::RemoveLeftovers() const {
+    // A set, because a hidden folder and its lock file give the same name.
     std::set<std::filesystem::path> hidden;
     for (const std::filesystem::path& entry : ListFolder(m_folder)) {
         const std::u16string name = HiddenName(entry);
@@ -199,6 +206,7 @@ void COutputFolder::RemoveLeftovers() const {
         }
     }
     for (const std::filesystem::path& folder : hidden) {
+        // It removes its file when it ends, so the file of the killed process goes too.
         CHeldFile lock;
         // What cannot be held is in use, or someone else's.
         if (!lock.Hold(LockOf(folder)) && Exists(folder)) {
@@ -208,6 +216,7 @@ void COutputFolder::RemoveLeftovers() const {
 }
 
 bool COutputFolder::RemoveLeftover(const std::filesystem::path& hidden) const {
+    // What cannot be put back must not be removed, because it is the only copy of an older result.
     const bool isRemoved = PutBack(hidden) && RemoveTree(hidden);
     Complain(isRemoved ? "what a conversion that was killed had left in " + Quote(m_folder) +
                              " has been removed"
@@ -220,6 +229,8 @@ bool COutputFolder::RemoveLeftover(const std::filesystem::path& hidden) const {
 // Moves what has been taken from the folder back, unless a new one is in its place.
 bool COutputFolder::PutBack(const std::filesystem::path& hidden) const {
     const Entries present = ListEntries();
+    // It starts as whether the list is whole. Otherwise something that is not listed would be
+    // removed with the rest.
     bool isBack = false;
     for (const std::filesystem::path& kept : ListFolder(hidden / kKeptFolder, &isBack)) {
         const std::filesystem::path place = m_folder / kept.filename();
@@ -259,6 +270,7 @@ std::u16string COutputFolder::GetFile(std::u16string_view name) const {
 std::error_code COutputFolder::TryWriting() const {
     constexpr std::size_t kProbeBytes = std::size_t{1} << 16;
     const std::filesystem::path probe = m_hidden / "probe";
+    // A stream only tells that it has failed. The reason is in errno.
     errno = 0;
     std::ofstream file(probe, std::ios::binary);
     file << std::string(kProbeBytes, ' ');
@@ -278,6 +290,7 @@ bool COutputFolder::Publish(const std::vector<std::u16string>& guids) {
         if (former != entries.end()) {
             move.former = former->second;
         }
+        // Someone else may have made the folder since CheckNewness has looked.
         const bool isTaken = !move.former.empty() && !m_mayReplace;
         const std::error_code error =
             isTaken ? make_error_code(std::errc::file_exists) : Move(move);
@@ -296,9 +309,13 @@ std::error_code COutputFolder::Move(SMove& move) const {
     if (move.former.empty()) {
         return MoveFolder(move.hidden, move.place);
     }
+    // An older folder whose name has other letter case is moved away instead, because an exchange
+    // needs both under their exact names.
     if (move.former == move.place && ExchangeFolders(move.hidden, move.place)) {
         return {};
     }
+    // For a moment none of the two is in place. If the process is killed then, the next run finds
+    // the kept one in the hidden folder and puts it back.
     const std::filesystem::path keptFolder = m_hidden / kKeptFolder;
     static_cast<void>(MakeFolder(keptFolder, true));  // shows when something is moved into it
     const std::filesystem::path kept = keptFolder / move.former.filename();
@@ -313,8 +330,10 @@ std::error_code COutputFolder::Move(SMove& move) const {
 void COutputFolder::Undo(const std::vector<SMove>& moves) {
     for (auto move = moves.rbegin(); move != moves.rend(); ++move) {
         if (!move->former.empty() && move->kept.empty()) {
+            // A second exchange brings both back.
             static_cast<void>(ExchangeFolders(move->hidden, move->place));
         } else {
+            // This frees the place for the kept one.
             static_cast<void>(MoveFolder(move->place, move->hidden));
         }
     }
@@ -326,6 +345,7 @@ bool COutputFolder::Remove() {
     constexpr std::chrono::milliseconds kPause{20};
     m_reserve.GiveBack();
     bool isRemoved = !m_isHiddenMade;
+    // What could not be put back would be lost with the hidden folder.
     const bool mayRemove = isRemoved || PutBack(m_hidden);
     for (int tries = 0; mayRemove && !isRemoved && tries < kMaxTries; ++tries) {
         isRemoved = RemoveTree(m_hidden);
@@ -337,7 +357,9 @@ bool COutputFolder::Remove() {
         Complain(Quote(m_hidden) + " cannot be removed; remove it by hand");
     }
     m_isHiddenMade = false;
+    // Not earlier: once the file is free, another process may make the hidden folder anew.
     m_lock.Release();
+    // The deepest first, because a folder goes only when it is empty.
     for (auto place = m_made.rbegin(); place != m_made.rend(); ++place) {
         std::error_code error;
         std::filesystem::remove(*place, error);  // fails when something is in it

@@ -24,6 +24,8 @@ namespace {
 
 // Loads the machine description first, so that a bad one is reported before any work.
 bool PrepareMachine(const SCommand& command) {
+    // The option goes through the variable, because the library has answers of its own in this
+    // process and reads the variable too. Both must use the same description.
     if (!command.machine.empty() && !SetVariable("ORVCASCONV_MACHINE", command.machine)) {
         throw std::bad_alloc();
     }
@@ -62,12 +64,14 @@ int RunGuarded(const SCommand& command, CJsonWriter& json) {
         return RunCommand(command, json);
     } catch (const std::exception& exception) {
         Complain(exception.what());
+        // What the command has begun may be half an object, so the JSON begins again.
         json.Clear();
         BeginJson(json, command.name);
         return kExitFailed;
     }
 }
 
+// Help and the version are results, for stdout.
 int Reply(const SReply& reply) {
     if (reply.isError) {
         Complain(reply.text);
@@ -90,12 +94,14 @@ int RunProgram(const std::vector<std::string>& arguments) {
     BeginJson(json, command == nullptr ? "" : command->name);
     const int status =
         command == nullptr ? Reply(std::get<SReply>(parsed)) : RunGuarded(*command, json);
+    // Help and the version stay text even with --json; only wrong arguments become an object.
     const bool isObject = command == nullptr ? isJson && status != kExitDone : command->isJson;
     if (!isObject) {
         return status;
     }
     WriteEnd(json, status);
     json.EndObject();
+    // A result that stdout does not take makes the run fail, whatever the command has returned.
     return PrintResult(std::string(json.GetBytes()) + '\n') ? status : kExitFailed;
 }
 

@@ -20,12 +20,15 @@ struct SFolder {
 
 std::vector<SFoundFile> ListFiles(const fs::path& folder, const TellProblem& tell) {
     std::vector<SFoundFile> files;
+    // A list of folders to read instead of recursion, because a tree may be deeper than the stack.
+    // Each round takes one folder off, and links are no folders, so that the loop ends.
     std::vector<SFolder> open = {{DeepPath(folder), ""}};
     while (!open.empty()) {
         const SFolder next = std::move(open.back());
         open.pop_back();
         std::vector<SFolderEntry> entries;
         const std::string problem = ListFolder(next.path, entries);
+        // What was listed before a failure counts too.
         for (const SFolderEntry& entry : entries) {
             const std::string name = next.name + platform::PathBytes(entry.name);
             if (entry.isFolder) {
@@ -38,6 +41,8 @@ std::vector<SFoundFile> ListFiles(const fs::path& folder, const TellProblem& tel
             tell(next.path, "the folder cannot be listed: " + problem);
         }
     }
+    // Systems list folders in any order. Sorted by bytes, the same files give the same result
+    // everywhere.
     std::sort(files.begin(), files.end(),
               [](const auto& left, const auto& right) { return left.name < right.name; });
     return files;

@@ -36,9 +36,12 @@ std::uint32_t ListTargets(const std::u16string& profile, std::vector<STarget>& t
         return status;
     }
     const std::unique_ptr<void, SRelease> release(handle);
+    // The caller's list is replaced only at the end.
     std::vector<STarget> listed;
     OrvChar* guid = nullptr;
     OrvChar* name = nullptr;
+    // Ends after the last target, with the status 259. Each text belongs to this program and is
+    // taken at once.
     while (GetNextCasTargetInformation(handle, &guid, &name) == 0) {
         listed.push_back({Take(guid).value_or(u""), Take(name)});
     }
@@ -56,6 +59,7 @@ bool ReadTargets(const std::string& argument, const char* action, std::u16string
     profile = *path;
     const std::uint32_t status = ListTargets(profile, targets);
     if (status != 0) {
+        // With the path as the user has written it, not with the name that the library uses.
         Complain(DescribeFailure(action, argument, status));
     }
     return status == 0;
