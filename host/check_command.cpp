@@ -34,6 +34,7 @@ public:
     [[nodiscard]] bool Make() {
         std::error_code error;
         const std::filesystem::path place = std::filesystem::temp_directory_path(error);
+        // A new GUID makes a name that nobody has made before. MakeFolder refuses one that exists.
         GUID guid{};
         if (!error && platform::CreateGuid(guid)) {
             m_folder = place / ("cas2orv-" + platform::Utf16ToUtf8(platform::GuidToText(guid)));
@@ -41,6 +42,7 @@ public:
         }
         if (error || m_folder.empty()) {
             Complain("no temporary folder can be made: " + DescribeError(error));
+            // Remove must leave alone what this object has not made.
             m_folder.clear();
         }
         return !m_folder.empty();
@@ -62,6 +64,7 @@ std::u16string LibraryName(const std::filesystem::path& path) {
 
 std::string FormatLines(const std::vector<STarget>& targets, CLosses& losses) {
     std::string lines;
+    // The record numbers targets from 1, in the order of this list.
     std::uint64_t number = 0;
     for (const STarget& target : targets) {
         lines += Printable(target.guid) + '\t' + Printable(target.name.value_or(u"")) + '\t' +
@@ -95,23 +98,28 @@ int RunCheck(const SCommand& command, CJsonWriter& json) {
         return kExitFailed;
     }
     CWorkFolder folder;
+    // Before the folder is made, so that a signal removes it too. It waits until Allow.
     CInterruption interruption([&folder] { folder.Remove(); });
     CRunLog log;
+    // The user gets no file of the log, only its entries on stderr.
     if (!folder.Make() || !log.Open("", folder.File("log"))) {
         return kExitFailed;
     }
     interruption.Allow();
     SLibraryCall call;
     call.profile = profile;
+    // Nothing is written there, but the library needs a name for its output.
     call.pattern = LibraryName(folder.File("check.orv"));
     call.log = LibraryName(folder.File("log"));
     call.record = folder.File("record");
+    // Only the JSON tells what would be left out.
     call.isFullRecord = command.isJson;
     call.isCheck = true;
     call.progress = command.progress;
     const SLibraryResult result = RunLibrary(call);
     CLosses losses;
     bool isKnown = losses.Read(call.record, platform::LocalPath(command.profile));
+    // After the record, because what a loss tells too is shown only once.
     log.Show([&losses](std::uint64_t number) { return losses.TellsLogEntry(number); });
     losses.Show();
     if (result.status != 0) {
@@ -125,6 +133,7 @@ int RunCheck(const SCommand& command, CJsonWriter& json) {
     }
     const bool isWhole = log.Count().errors == 0 && losses.GetLosses() == 0 &&
                          (losses.GetMissing() == 0 || !command.isStrict);
+    // What is not known counts more than what would be lost.
     return !isKnown ? kExitFailed : isWhole ? kExitDone : kExitNotWhole;
 }
 

@@ -38,6 +38,8 @@ std::string HexText(const platform::Sha256& hash) {
 std::optional<std::string> Sum(const fs::path& file, std::string& problem) {
     std::ifstream bytes(file, std::ios::binary);
     platform::CSha256 sum;
+    // The loop ends at the end of the file, at the first error, or at once when the file is not
+    // open. Only the first of these sets the end of the file.
     int status = ERROR_SUCCESS;
     std::vector<char> piece(kPieceBytes);
     while (bytes && status == ERROR_SUCCESS) {
@@ -76,6 +78,8 @@ struct SLine {
     std::string name;
 };
 
+// The name that FormatLine has escaped; none when a backslash is followed by anything that it does
+// not write there, such as the end of the text.
 std::optional<std::string> Unescape(const std::string& text) {
     std::string name;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -99,11 +103,13 @@ std::optional<std::string> Unescape(const std::string& text) {
 std::optional<SLine> ParseLine(std::string line) {
     const bool isEscaped = line.starts_with('\\');
     line.erase(0, isEscaped ? 1 : 0);
+    // The digits have a fixed number, so a name may contain blanks. It is not empty.
     if (line.size() <= kDigits + 2 || line[kDigits] != ' ' ||
         (line[kDigits + 1] != ' ' && line[kDigits + 1] != '*')) {
         return std::nullopt;
     }
     SLine result{line.substr(0, kDigits), line.substr(kDigits + 2)};
+    // Other programs write capital digits.
     for (char& digit : result.sum) {
         digit = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
     }
@@ -133,6 +139,7 @@ bool MayReplace(const fs::path& path) {
     while (isList && std::getline(lines, line)) {
         isList = ParseLine(line).has_value();
     }
+    // A file that cannot be read to its end may be anything.
     return isList && lines.eof();
 }
 
@@ -149,12 +156,14 @@ std::string WriteCheckSums(const fs::path& folder) {
         return problem;
     }
     std::error_code error;
+    // Before the files are listed, so that the list does not name itself.
     fs::remove(path, error);  // what stays shows when the file is opened
     const std::vector<SFoundFile> files = ListFiles(folder, tell);
     std::ofstream sums(path, std::ios::binary | std::ios::trunc);
     for (const SFoundFile& file : files) {
         std::string words;
         const std::optional<std::string> sum =
+            // After a problem there will be no list, so no more files are read.
             problem.empty() && file.isRegular ? Sum(file.path, words) : std::nullopt;
         if (sum) {
             sums << FormatLine(*sum, file.name);
@@ -166,6 +175,7 @@ std::string WriteCheckSums(const fs::path& folder) {
     if (problem.empty() && sums.fail()) {
         tell(path, std::string("the check sums cannot be written: ") + std::strerror(errno));
     }
+    // A list that lacks files would look like a whole one.
     if (!problem.empty()) {
         fs::remove(path, error);
     }
@@ -181,11 +191,13 @@ void VerifyCheckSums(const fs::path& folder, std::span<const SFoundFile> files,
     for (std::size_t number = 1; std::getline(lines, line); ++number) {
         std::optional<SLine> parsed = ParseLine(line);
         if (parsed) {
+            // Of several lines for one name the last one counts.
             sums[std::move(parsed->name)] = std::move(parsed->sum);
         } else {
             tell(path, "line " + std::to_string(number) + " is no line of sha256sum");
         }
     }
+    // With half of a list, all other files would seem to be missing in it.
     if (!lines.eof()) {
         tell(path, std::string("the file cannot be read: ") + std::strerror(errno));
         return;
@@ -205,6 +217,7 @@ void VerifyCheckSums(const fs::path& folder, std::span<const SFoundFile> files,
             tell(file.path,
                  sum ? std::string("the file has other bytes than in ") + kSumsName : words);
         }
+        // What is left in the end is in the list alone.
         sums.erase(listed);
     }
     for (const auto& [name, sum] : sums) {

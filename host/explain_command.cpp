@@ -19,6 +19,7 @@ namespace host {
 
 namespace {
 
+// Each call of PrintResult flushes stdout, so lines are collected.
 constexpr std::size_t kBatch = std::size_t{64} << 10;  // bytes that are printed at once
 
 // What makes a record incomplete; empty when it has all of its lines.
@@ -51,6 +52,7 @@ public:
     // Prints the entry for which Matches was called last.
     void Print(const SRecordEntry& entry) {
         if (entry.in != m_target) {
+            // Lines ahead of the first target have no title, because `m_target` starts with 0.
             m_text += entry.in == 0 ? "Outside of targets:\n"
                                     : "Target " + std::to_string(entry.in) + ":\n";
             m_target = entry.in;
@@ -61,6 +63,7 @@ public:
         }
     }
     void Flush() {
+        // After a failure nothing more is written, so that it is told once.
         m_isWritten = m_isWritten && PrintResult(m_text);
         m_text.clear();
     }
@@ -99,6 +102,7 @@ void WriteJson(const SRecordSummary& summary, CJsonWriter& json) {
     json.EndObject();
     std::map<std::string, std::uint64_t> rules;
     for (const auto& [rule, count] : summary.rules) {
+        // Added, because two names with lone halves of surrogate pairs may be the same in UTF-8.
         rules[platform::Utf16ToUtf8(rule)] += count;
     }
     WriteCounts(json, "rules", rules);
@@ -107,6 +111,8 @@ void WriteJson(const SRecordSummary& summary, CJsonWriter& json) {
 }  // namespace
 
 int RunExplain(const SCommand& command, CJsonWriter& json) {
+    // Without a pattern all lines are counted. With one, those that match are printed, or counted
+    // for the JSON.
     std::optional<CMatchPrinter> matches;
     if (!command.pattern.empty()) {
         matches.emplace(command.pattern);
@@ -130,6 +136,7 @@ int RunExplain(const SCommand& command, CJsonWriter& json) {
     if (matches) {
         matches->Flush();
         isDone = matches->IsWritten();
+        // Of a record that is not whole this cannot be said: what is missing may have the name.
         if (!matches->HasMatch() && problem.empty()) {
             problem = "nothing in the record has a name like '" +
                       Printable(platform::Utf8ToUtf16(command.pattern)) +
@@ -141,6 +148,7 @@ int RunExplain(const SCommand& command, CJsonWriter& json) {
     if (!problem.empty()) {
         Complain(problem);
     }
+    // Without a state no head could be read, and there is nothing to count.
     if (command.isJson && !summary.head.state.empty()) {
         WriteJson(summary, json);
     }

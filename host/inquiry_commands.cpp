@@ -24,6 +24,7 @@ void WriteJson(const std::vector<STarget>& targets, CJsonWriter& json) {
     json.BeginArray();
     for (const STarget& target : targets) {
         json.BeginObject();
+        // Names need no Printable here, because JSON escapes control characters.
         WriteTarget(json, target.guid, target.name);
         json.EndObject();
     }
@@ -48,6 +49,7 @@ int RunTargets(const SCommand& command, CJsonWriter& json) {
 int RunMachine(const SCommand& command, CJsonWriter& json) {
     const std::string description = platform::DescribeMachine();
     if (command.isJson) {
+        // As one text, so that it can be saved to a file and given back by --machine.
         json.Key("description");
         json.Utf8(description);
         return kExitDone;

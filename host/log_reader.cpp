@@ -8,6 +8,7 @@ namespace host {
 
 namespace {
 
+// The HTML with which each entry begins, to the unit. The blank at the end is part of it.
 constexpr std::u16string_view kErrorStart =
     u"<font color=\"#FF0000\"><span style=\"font-weight: bold\">Error:</span></font> ";
 constexpr std::u16string_view kWarningStart =
@@ -34,6 +35,8 @@ public:
             m_isError = isError;
             m_entry = line.substr((isError ? kErrorStart : kWarningStart).size());
         } else {
+            // The text of a system error may have line breaks. What comes before the first entry is
+            // never given out, because only a start sets `m_hasEntry`.
             m_entry += u' ';
             m_entry += line;
         }
@@ -46,6 +49,7 @@ public:
         std::u16string_view text = m_entry;
         const bool isWhole = text.size() >= kEntryEnd.size() &&
                              text.substr(text.size() - kEntryEnd.size()) == kEntryEnd;
+        // The last entry decides, because only the end of a log can be cut off.
         m_summary.isComplete = isWhole;
         text.remove_suffix(isWhole ? kEntryEnd.size() : 0);
         m_handle(m_isError, text);
@@ -76,6 +80,7 @@ SLogSummary ReadLog(std::istream& log, const LogEntryHandler& handle) {
             line += static_cast<char16_t>(unit);
         }
     }
+    // A log that was cut off may end within a line.
     if (!line.empty()) {
         builder.AddLine(line);
     }

@@ -70,7 +70,7 @@ bool CLosses::Read(const std::filesystem::path& record, const std::filesystem::p
 
 void CLosses::Take(const SRecordEntry& entry, const std::filesystem::path& profile) {
     const SReason* const reason = FindReason(entry.reason);
-    // Most lines are of this kind. Only their number is kept.
+    // Most lines are of this kind. At most their number is kept.
     if (reason != nullptr && reason->weight == EWeight::Normal) {
         if (reason->outcome == EOutcome::LeftOut) {
             ++m_leftOut[entry.in][entry.reason];

@@ -24,6 +24,7 @@ std::string Show(std::u16string_view text) {
 
 bool IsBlank(std::u16string_view text) { return text.find_first_not_of(u" \t\r\n") == text.npos; }
 
+// Completes a sentence that begins with the name of an attribute or a text.
 const char* Describe(EForm form) {
     switch (form) {
         case EForm::Path:
@@ -48,6 +49,8 @@ const char* Describe(EForm form) {
 char16_t TakeUnit(std::u16string_view& path) {
     constexpr std::u16string_view kSid = u"%SID%";
     constexpr std::u16string_view kHex = u"0123456789abcdef";
+    // A bar escapes the unit after it, "~~" is a tilde, and "~" with four digits is any unit.
+    // HasForm has already made sure that each escape is whole.
     char16_t unit = path[0];
     std::size_t size = 1;
     if (path.starts_with(kSid)) {
@@ -127,6 +130,8 @@ const SElementRule* CChecker::FindRule(std::u16string_view name) {
     if (m_open.empty()) {
         return name == GetManifestRule().name ? &GetManifestRule() : nullptr;
     }
+    // Children come in the order of the table, so the search begins where the last one was found.
+    // What it passes over and is required is missing.
     SOpen& parent = m_open.back();
     if (parent.rule == nullptr) {
         return nullptr;
@@ -157,16 +162,21 @@ void CChecker::OnElement(std::u16string_view name,
     const SElementRule* const rule = FindRule(name);
     if (rule != nullptr) {
         CheckAttributes(*rule, attributes);
+        // An item is a repeated child of a collection: the root and the collection are open. What
+        // is repeated within an item is deeper.
         m_items += m_open.size() == 2 && rule->isRepeated ? 1 : 0;
     } else if (!isTold) {
         Tell(line, "the element " + Show(name) + " is not allowed here");
     }
     m_open.push_back({rule});
+    // No element has both a text and children, so one text at a time is enough.
     m_text.clear();
 }
 
 void CChecker::CheckAttributes(const SElementRule& rule,
                                std::span<const platform::SXmlAttribute> attributes) {
+    // Attributes may come in any order. A namespace declaration is among them, and no rule allows
+    // one.
     for (const platform::SXmlAttribute& attribute : attributes) {
         const auto allowed = std::find_if(
             rule.attributes.begin(), rule.attributes.end(),
@@ -197,6 +207,8 @@ void CChecker::OnText(std::u16string_view text) {
     if (rule == nullptr) {
         return;
     }
+    // A text may come in several parts. White space is layout between child elements, but data in
+    // an element without any.
     if (rule->form != EForm::None) {
         m_text += text;
     } else if (rule->children.empty() || !IsBlank(text)) {
@@ -210,6 +222,7 @@ void CChecker::OnElementEnd() {
     if (last.rule == nullptr) {
         return;
     }
+    // No child can come any more.
     TellMissing(*last.rule, last.next, last.rule->children.size());
     if (last.rule->form != EForm::None && !HasForm(m_text, last.rule->form, last.rule->words)) {
         Tell(m_line, "the text of " + Show(last.rule->name) + ' ' + Describe(last.rule->form) +
@@ -240,6 +253,7 @@ bool IsXmlFault(int status) {
 
 SManifestCheck CheckManifest(const std::u16string& path, const SManifestFindings& findings) {
     CChecker checker(findings);
+    // Ahead of the parse, so that faults are told in the order of their lines.
     if (!HasMark(path)) {
         checker.Tell(1, "the file does not begin with the byte order mark of UTF-16");
     }

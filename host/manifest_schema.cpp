@@ -123,6 +123,7 @@ constexpr SElementRule kProperties[] = {
     {u"PerUserInstall", {}, {}, kRequired, false, OneOf, kFlags},
 };
 
+// The order is that of the manifest, in which the check looks for them.
 constexpr SElementRule kParts[] = {
     {u"Properties", {}, kProperties, kRequired},
     {u"CreateFolders", {}, kFolderItem},
@@ -153,6 +154,7 @@ bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 bool IsUpperHex(char16_t unit) { return IsDigit(unit) || (unit >= u'A' && unit <= u'F'); }
 bool IsLowerHex(char16_t unit) { return IsDigit(unit) || (unit >= u'a' && unit <= u'f'); }
 
+// The words are parted by one blank each. A text that is empty or has a blank is none of them.
 bool IsOneOf(std::u16string_view text, std::u16string_view words) {
     while (!words.empty()) {
         const std::u16string_view word = words.substr(0, words.find(u' '));
@@ -175,6 +177,7 @@ std::size_t EscapeSize(std::u16string_view text) {
     if (text.substr(0, 2) == u"~~") {
         return 2;
     }
+    // The result is its size in units, or 0 when it is no escape.
     const std::u16string_view digits = text.substr(1, 4);
     const bool isEscape = digits.size() == 4 && digits != u"0000" &&
                           std::all_of(digits.begin(), digits.end(), IsLowerHex);
@@ -184,6 +187,7 @@ std::size_t EscapeSize(std::u16string_view text) {
 // What `text` begins with, a bar or a percent sign.
 std::size_t TokenSize(std::u16string_view text, bool withFiles) {
     constexpr std::u16string_view kSid = u"%SID%";
+    // The result is a size in units, or 0 for what is not allowed there.
     if (text.starts_with(u"||") || text.starts_with(u"|%")) {
         return 2;
     }
@@ -195,13 +199,18 @@ std::size_t TokenSize(std::u16string_view text, bool withFiles) {
         !IsFileToken(text.substr(1, end - 1))) {
         return 0;
     }
+    // A backslash follows each token of files, unless the text ends there.
     return end + 1 == text.size() || text[end + 1] == u'\\' ? end + 1 : 0;
 }
 
+// Which tokens a text may have: none, so that bars and percent signs are themselves; that of the
+// user; or those of files too.
 enum class ETokens : std::uint8_t { Plain, User, All };
 
 bool IsText(std::u16string_view text, ETokens tokens) {
     while (!text.empty()) {
+        // Each round takes a unit, an escape or a token off. Control characters and everything from
+        // the surrogates on are always escaped.
         const char16_t unit = text[0];
         std::size_t size = unit >= 0x20 && unit < 0xD800 ? 1 : 0;
         if (unit == u'~') {
@@ -217,6 +226,7 @@ bool IsText(std::u16string_view text, ETokens tokens) {
     return true;
 }
 
+// A hive, and below it what may have the token of the user, but none of files.
 bool IsKey(std::u16string_view text) {
     const std::size_t end = std::min(text.find(u'\\'), text.size());
     return IsOneOf(text.substr(0, end), u"HKEY_LOCAL_MACHINE HKEY_CURRENT_USER HKEY_USERS") &&

@@ -28,9 +28,8 @@ std::u16string Fold(std::u16string text) {
     return text;
 }
 
-// Without a separator at its end, a folder "/a/b" would seem to contain "/a/bc". Letter case never
-// counts, so on POSIX a few places are refused that would do.
-// A full path for comparing; it ends in a separator.
+// A full path for comparing; it ends in a separator. Without one, a folder "/a/b" would seem to
+// contain "/a/bc". Letter case never counts, so on POSIX a few places are refused that would do.
 std::u16string FullText(const std::filesystem::path& path) {
     return Fold(platform::PathText(FullPath(path) / ""));
 }

@@ -20,6 +20,8 @@ constexpr std::u16string_view kSidStart = u"S-1-";
 // thousands.
 constexpr std::size_t kMostSids = 64;
 
+// A manifest may come from anyone. A colon would name a stream or a drive, and Windows takes a
+// slash for a separator too.
 // Whether each part of a relative path is a name, so that it leads to a place below its folder.
 bool StaysBelow(std::u16string_view file) {
     while (true) {
@@ -36,6 +38,7 @@ bool StaysBelow(std::u16string_view file) {
 }
 
 bool IsSid(std::u16string_view text) {
+    // From the "1" on there are only digits, with one hyphen between two numbers.
     return text.starts_with(kSidStart) && text.find_first_not_of(u"0123456789-", 2) == text.npos &&
            text.find(u"--") == text.npos && !text.ends_with(u'-');
 }
@@ -79,6 +82,7 @@ void CPayloadCheck::Name(const std::u16string& file, bool isTold, const TellProb
 
 void CPayloadCheck::Take(const SNamed& named, const std::u16string& file, const TellProblem& tell) {
     const fs::path path = platform::LocalPath(m_folder + u'\\' + file);
+    // Looked up in what was listed, so that no file is opened by a name from a manifest.
     const auto entry = m_entries.find(PathKey(path));
     if (entry != m_entries.end() && entry->second.file->isRegular) {
         entry->second.isNamed = true;
@@ -91,6 +95,8 @@ void CPayloadCheck::Take(const SNamed& named, const std::u16string& file, const 
 
 // The SIDs that stand in the place of the mark in the payload, wherever the way to it is there.
 std::vector<std::u16string> CPayloadCheck::ListSids(const std::u16string& file) const {
+    // The name with the mark is `head`, the SID, `tail`. It is from `start` to before `end` in
+    // `file`.
     const std::size_t mark = file.find(kSidMark);
     const std::size_t start = file.rfind(u'\\', mark) + 1;  // 0 without a backslash
     const std::size_t end = std::min(file.find(u'\\', mark), file.size());
@@ -103,6 +109,7 @@ std::vector<std::u16string> CPayloadCheck::ListSids(const std::u16string& file) 
     static_cast<void>(ListFolder(folder, entries));  // the files were listed, or it was told
     for (const SFolderEntry& entry : entries) {
         const std::u16string name = platform::PathText(entry.name);
+        // Longer, so that head and tail do not overlap and the SID is not empty.
         if (name.size() > head.size() + tail.size() && name.starts_with(head) &&
             name.ends_with(tail)) {
             const std::u16string sid =
@@ -122,6 +129,7 @@ std::u16string CPayloadCheck::FindSid() const {
     std::set<std::u16string> folders;
     for (const SNamed& named : m_withSid) {
         const std::size_t mark = named.file.find(kSidMark);
+        // Each folder is listed once, for the first file that leads there.
         if (folders.insert(named.file.substr(0, named.file.rfind(u'\\', mark) + 1)).second) {
             for (const std::u16string& sid : ListSids(named.file)) {
                 if (sids.size() < kMostSids) {
@@ -134,6 +142,7 @@ std::u16string CPayloadCheck::FindSid() const {
     std::ptrdiff_t most = 0;
     for (const std::u16string& sid : sids) {
         const std::ptrdiff_t count =
+            // A single one needs no counting.
             sids.size() == 1
                 ? 1
                 : std::count_if(m_withSid.begin(), m_withSid.end(), [&](const SNamed& named) {
@@ -156,6 +165,7 @@ void CPayloadCheck::FinishNames(const TellProblem& tell) {
 }
 
 void CPayloadCheck::TellStrays(const std::set<std::string>& others, const TellProblem& tell) const {
+    // The entries have no order. The messages have that of the names.
     std::vector<const SFoundFile*> strays;
     for (const auto& [key, entry] : m_entries) {
         if (!entry.isNamed && !others.contains(entry.file->name)) {

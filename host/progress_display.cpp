@@ -34,6 +34,7 @@ void CProgressDisplay::ShowLines(const OrvProgress& root) {
     if (target == nullptr || target->child == nullptr) {
         return;
     }
+    // `current` is the number of targets that are done, and so the index of this one.
     if (m_target != target->current) {
         m_target = target->current;
         m_stage.clear();
@@ -51,6 +52,7 @@ void CProgressDisplay::DrawBlock(const OrvProgress& root) {
     std::size_t lines = 0;
     const std::string text = FormatLevels(root, m_getSize(), lines);
     // In one write, so that the terminal never shows half of it.
+    // The escape clears what a longer block has left below.
     m_write(ReturnToTop() + text + "\x1b[J");
     m_drawnLines = lines;
 }

@@ -22,6 +22,7 @@ bool IsTrail(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 // The columns of a unit. A lead surrogate counts for the pair and the trail for nothing. Characters
 // beyond the basic plane are usually wide; counting one too wide only makes a line shorter.
 std::size_t CountColumns(char16_t unit) {
+    // Hangul, Chinese, Japanese, Yi, and the wide forms of other characters.
     const bool isWide = (unit >= 0x1100 && unit < 0x1160) || (unit >= 0x2E80 && unit < 0xA4D0) ||
                         (unit >= 0xAC00 && unit < 0xD7A4) || (unit >= 0xF900 && unit < 0xFB00) ||
                         (unit >= 0xFE30 && unit < 0xFE70) || (unit >= 0xFF00 && unit < 0xFFE7) ||
@@ -59,6 +60,7 @@ std::size_t FitEnd(std::u16string_view text, std::size_t columns) {
 }
 
 std::string FormatBar(const OrvProgress& level) {
+    // The total is an estimate on some levels, so more may be done than that.
     const std::uint64_t done = std::min(level.current, level.total);
     const std::size_t filled = level.total == 0 ? 0 : done * kBarCells / level.total;
     return '[' + std::string(filled, '#') + std::string(kBarCells - filled, '-') + ']';
@@ -116,6 +118,7 @@ std::string FormatLevels(const OrvProgress& root, const STerminalSize& size, std
     std::string text;
     for (std::size_t i = levels.size() - lines; i < levels.size(); ++i) {
         text += FormatLevel(*levels[i], size.columns);
+        // The escape clears what a longer line has left at the end.
         text += "\x1b[K\n";
     }
     return text;

@@ -21,6 +21,7 @@ constexpr Names kShortNames[] = {
 };
 
 // The first hit counts.
+// A key of the user is also below the last one, so that one comes after it.
 constexpr Names kLongNames[] = {
     {uR"(REGISTRY\MACHINE)", u"HKEY_LOCAL_MACHINE"},
     {uR"(REGISTRY\USER\CurrentUser)", u"HKEY_CURRENT_USER"},
@@ -35,6 +36,7 @@ constexpr Names kClasses[] = {
 
 // Whether `name` is `start`, or is below it.
 bool IsBelow(Text name, Text start) {
+    // The start must end where a name ends: "HKLM2" is not below "HKLM".
     return name.size() >= start.size() &&
            (name.size() == start.size() || name[start.size()] == u'\\') &&
            platform::EqualText(name.substr(0, start.size()), start);
@@ -52,6 +54,7 @@ std::u16string Rename(Text name, const Names (&rows)[kCount]) {
     return {};
 }
 
+// A short name counts only as a whole: up to a backslash, a wildcard or the end.
 std::u16string ExpandPattern(Text pattern) {
     for (const auto& [longName, shortName] : kShortNames) {
         const Text start = pattern.substr(0, pattern.find_first_of(u"\\*?"));
@@ -70,6 +73,7 @@ std::u16string LowerCase(std::u16string text) {
 // After a difference only the last "*" takes one unit more. What precedes it has matched for good.
 bool MatchesWhole(Text pattern, Text text) {
     std::size_t at = 0;
+    // `star` is the place of the last "*" in the pattern. It takes the text up to `afterStar`.
     std::size_t star = Text::npos;
     std::size_t afterStar = 0;
     std::size_t unit = 0;
@@ -87,6 +91,7 @@ bool MatchesWhole(Text pattern, Text text) {
             return false;
         }
     }
+    // The text is used up. What is left of the pattern matches only if it is stars.
     return pattern.find_first_not_of(u'*', at) == Text::npos;
 }
 
@@ -131,6 +136,7 @@ std::u16string CLocalNames::Find(const SRecordEntry& entry) {
     const Text folder = Text(path).substr(0, start);
     const Text name = Text(path).substr(start);
     const bool isPlain = IsPlainName(name);
+    // The files of one folder mostly come one after the other, so one folder is enough.
     if (isPlain && folder == m_folder) {
         return m_localFolder + std::u16string(name);
     }
@@ -141,6 +147,7 @@ std::u16string CLocalNames::Find(const SRecordEntry& entry) {
     if (local.ends_with(u'/') || local.ends_with(u'\\')) {
         return {};
     }
+    // Only a name that is the same here. Then all ahead of it is the folder.
     if (isPlain && local.size() > name.size() && local.ends_with(name)) {
         m_folder = folder;
         m_localFolder = local.substr(0, local.size() - name.size());
@@ -155,6 +162,7 @@ CRecordPattern::CRecordPattern(Text pattern)
       m_isOfClasses(m_pattern.starts_with(u"hkey_classes_root")) {}
 
 bool CRecordPattern::Matches(const SRecordEntry& entry, const std::u16string& localName) const {
+    // Also a thing without any name.
     if (m_isOfAll) {
         return true;
     }

@@ -93,6 +93,7 @@ public:
         return StartArray();
     }
     bool EndObject(rapidjson::SizeType /*count*/) { return EndArray(0); }
+    // Only what is at depth 1 is a field of the line. What is deeper is passed over.
     bool StartArray() {
         ++m_depth;
         return true;
@@ -116,6 +117,8 @@ public:
         }
         return true;
     }
+    // What has no function here, such as a fraction or a greater number, is passed over by the base
+    // class.
     bool Int(int number) { return Int64(number); }
     bool Uint(unsigned number) { return Int64(number); }
     bool Int64(std::int64_t number) {
@@ -125,6 +128,7 @@ public:
         if (std::int64_t* const value = Find(m_line, m_name, kNumbers)) {
             *value = number;
         } else if (std::uint64_t* const count = Find(m_line, m_name, kCounts)) {
+            // A number below zero is a fault of the file; it counts as none.
             *count = static_cast<std::uint64_t>(std::max<std::int64_t>(0, number));
         }
         return true;
@@ -193,6 +197,7 @@ std::string ReadRecord(const std::filesystem::path& file, SRecordHead& head,
     if (record.peek() != '{' || !isNext() || !parser.Parse(line) || parser.GetLine().record == 0) {
         return Quote(file) + " is no record of a conversion";
     }
+    // The same object for each line: Parse fills it anew.
     const SLine& read = parser.GetLine();
     if (read.record > kVersion) {
         return "the record " + Quote(file) + " is of a newer version; use that program to read it";

@@ -11,6 +11,7 @@ constexpr std::size_t kShownLosses = 20;
 // Far more than there are reasons, or rules on any machine.
 constexpr std::size_t kMaxRows = 1000;
 
+// What finds no row any more only adds to `others`, so that a hostile record takes no more memory.
 template <class TKey>
 void CountIn(std::map<TKey, std::uint64_t>& rows, const TKey& key, std::uint64_t& others) {
     const auto row = rows.find(key);
@@ -34,6 +35,7 @@ const SReason* FindReason(std::string_view name) {
 
 bool IsLoss(std::string_view outcome, std::string_view name) {
     const SReason* const reason = FindReason(name);
+    // A reason that only a later version knows is judged by its outcome.
     return reason == nullptr
                ? outcome == NameOf(EOutcome::Failed) || outcome == NameOf(EOutcome::NotRead)
                : reason->weight == EWeight::Loss;
@@ -44,6 +46,7 @@ void SRecordSummary::Count(const SRecordEntry& entry) {
     targets = std::max(targets, entry.in);
     CountIn(reasons, {entry.outcome, entry.reason}, otherReasons);
     if (IsLoss(entry.outcome, entry.reason)) {
+        // Only the first ones are shown, but all are counted.
         if (losses.size() < kShownLosses) {
             losses.push_back(entry);
         } else {

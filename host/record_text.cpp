@@ -30,6 +30,7 @@ std::string Count(std::uint64_t count, const std::string& what) {
 // What a rule of the record says, in words: "HKLM\HARDWARE (the key and all below it, ...)".
 std::string DescribeRule(std::u16string_view rule) {
     const bool isOpenBefore = rule.starts_with(u'*');
+    // In a rule that is a single star, that star counts once.
     const bool isOpenAfter = rule.size() > 1 && rule.ends_with(u'*');
     rule.remove_prefix(isOpenBefore ? 1 : 0);
     rule.remove_suffix(isOpenAfter ? 1 : 0);
@@ -44,11 +45,14 @@ std::string DescribeRule(std::u16string_view rule) {
 
 // The sentence of a reason, to stand within another one.
 std::string Clause(const SReason& reason) {
+    // Each sentence begins with a capital ASCII letter and ends in a full stop.
     std::string clause(reason.sentence.substr(0, reason.sentence.size() - 1));
     clause[0] = static_cast<char>(clause[0] - 'A' + 'a');
     return clause;
 }
 
+// The real key if there is one. A key above all real ones has only its captured path, and what is
+// in no hive only the place of its item.
 std::u16string KeyName(const SRecordEntry& entry) {
     const std::u16string name = LongKeyName(entry.source);
     return ShortKeyName(!name.empty() ? name : entry.source.empty() ? entry.target : entry.source);
@@ -66,6 +70,7 @@ std::string NameThing(const SRecordEntry& entry, const std::u16string& localName
     const bool isItem = entry.thing == "manifest" && !entry.collection.empty();
     std::string text = isItem ? "item" : Word(entry.thing);
     text += name.empty() ? "" : ' ' + Printable(name);
+    // The detail of a target is its name.
     if (entry.thing == "target" && !entry.detail.empty()) {
         text += " (" + Printable(entry.detail) + ')';
     }
@@ -81,6 +86,7 @@ std::string NamePlace(const SRecordEntry& entry) {
     const std::u16string name = LongKeyName(entry.source);
     const std::u16string_view below =
         std::u16string_view(name).substr(std::min(name.find(u'\\'), name.size()));
+    // Compared from the first backslash on, against the end of the target.
     const std::u16string_view target = entry.target;
     const bool isSame = !name.empty() && target.size() > below.size() &&
                         platform::EqualText(target.substr(target.size() - below.size()), below);
@@ -104,10 +110,12 @@ std::string DescribeReason(const SRecordEntry& entry, const SReason& reason) {
     std::string text = Clause(reason);
     const bool hasItem = reason.outcome != EOutcome::LeftOut && !entry.collection.empty();
     text += hasItem ? " (" + DescribeItem(entry) + ')' : "";
+    // That of a target is already in the name of the thing.
     text += entry.detail.empty() || entry.thing == "target" ? "" : ": " + Printable(entry.detail);
     text +=
         entry.status == 0 ? "" : "; " + DescribeStatus(static_cast<std::uint32_t>(entry.status));
     if (!reason.advice.empty()) {
+        // The system's words for a status may end in a full stop.
         text += text.ends_with('.') ? " " : ". ";
         text += reason.advice;
     }
@@ -143,6 +151,7 @@ struct SRow {
 };
 
 std::string FormatRows(const std::vector<SRow>& rows) {
+    // In bytes: what is padded are words of the format, which the library writes in ASCII.
     std::vector<std::size_t> widths;
     std::size_t countWidth = 0;
     for (const SRow& row : rows) {
@@ -168,6 +177,7 @@ std::string FormatRows(const std::vector<SRow>& rows) {
 }
 
 void SortByCount(std::vector<SRow>& rows) {
+    // Stable, so that rows with equal numbers keep the order of their names.
     std::stable_sort(rows.begin(), rows.end(), [](const SRow& left, const SRow& right) {
         return left.isLoss != right.isLoss ? right.isLoss : left.count > right.count;
     });
@@ -177,6 +187,7 @@ std::string FormatReasons(const SRecordSummary& summary) {
     std::vector<SRow> rows;
     for (const auto& [names, count] : summary.reasons) {
         const SReason* const reason = FindReason(names.second);
+        // A reason of a later version has no sentence here.
         std::string sentence(reason == nullptr ? "" : reason->sentence);
         if (reason != nullptr && !reason->advice.empty()) {
             sentence.append(" ").append(reason->advice);
@@ -201,6 +212,7 @@ std::string FormatRules(const SRecordSummary& summary) {
         rows.push_back({count, {DescribeRule(rule)}});
     }
     SortByCount(rows);
+    // The rows are sorted, so those with the smallest numbers go into the sum.
     for (; rows.size() > kShownRules; rows.pop_back()) {
         others += rows.back().count;
     }

@@ -13,6 +13,7 @@ namespace host {
 namespace {
 
 // A file of the program's own beside the user's.
+// In the same folder, so that renaming stays within one file system.
 std::filesystem::path Beside(const std::filesystem::path& file) {
     std::filesystem::path name = ".";
     name += file.filename();
@@ -32,6 +33,7 @@ bool CResultFile::Open(const std::string& argument, const std::filesystem::path&
 }
 
 bool CResultFile::OpenSpecialFile() {
+    // It stays open until Publish, because closing a pipe would end the input of its reader.
     m_special.open(m_userPath, std::ios::binary | std::ios::trunc);
     return m_special.is_open() ||
            ComplainOf(std::strerror(errno) + std::string("; nothing was converted"));
@@ -48,6 +50,7 @@ bool CResultFile::CheckPlace() const {
     const std::filesystem::path probe = folder / Beside(m_userPath).filename();
     errno = 0;
     const bool isPlace = std::ofstream(probe).is_open();
+    // A file that is there is opened to read and write, which leaves it unchanged.
     const bool isFile =
         !std::filesystem::exists(m_userPath, error) ||
         std::fstream(m_userPath, std::ios::binary | std::ios::in | std::ios::out).is_open();
@@ -95,6 +98,7 @@ std::error_code CResultFile::Rename() {
         std::filesystem::permissions(m_temporary, former.permissions(), error);
     }
     std::filesystem::rename(m_temporary, m_userPath, error);
+    // The user's file is on another file system. A copy beside it then takes its place in one step.
     if (error == std::errc::cross_device_link) {
         const std::filesystem::path beside = Beside(m_userPath);
         std::ofstream copy(beside, std::ios::binary | std::ios::trunc);

@@ -52,9 +52,11 @@ void CRunLog::Show(const std::function<bool(std::uint64_t number)>& isTold) cons
         return;
     }
     std::ifstream log(m_file.GetTemporary(), std::ios::binary);
+    // The advice is about loading hives, which a described machine does without Windows.
     const bool isLive = platform::GetLiveAnswers() == &platform::GetAnswers();
     std::uint64_t number = 0;
     static_cast<void>(ReadLog(log, [&](bool isError, std::u16string_view text) {
+        // Each entry counts, shown or not, because the record numbers all of them.
         if (!isTold(++number) && !TellsFullDisk(text)) {
             const std::string words = Printable(text) + (isLive ? AdviseOnEntry(text) : "");
             Tell({.level = isError ? "error" : "warning", .text = words},
@@ -65,6 +67,7 @@ void CRunLog::Show(const std::function<bool(std::uint64_t number)>& isTold) cons
 
 bool CRunLog::Publish() {
     if (!HasEntries()) {
+        // The user gets an empty file, without the mark.
         std::ofstream(m_file.GetTemporary(), std::ios::binary | std::ios::trunc);
     }
     return m_file.Publish();

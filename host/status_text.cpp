@@ -14,6 +14,7 @@ namespace host {
 namespace {
 
 std::string FormatNumber(std::uint32_t status) {
+    // An HRESULT of a failure has the highest bit set, and is known by its hexadecimal form.
     if (status < 0x80000000U) {
         return std::to_string(status);
     }
@@ -72,6 +73,8 @@ std::string DescribeStatus(std::uint32_t status) {
 }
 
 std::string DescribeError(const std::error_code& error) {
+    // Windows numbers have this category. Errors of POSIX have the generic one, with words of its
+    // own.
     const std::u16string words = error.category() == std::system_category()
                                      ? GetWords(static_cast<std::uint32_t>(error.value()))
                                      : u"";
@@ -79,6 +82,7 @@ std::string DescribeError(const std::error_code& error) {
 }
 
 bool TellsFullDisk(std::u16string_view entry) {
+    // The Windows number ERROR_HANDLE_DISK_FULL.
     constexpr std::uint32_t kHandleDiskFull = 39;
     while (entry.ends_with(u' ')) {
         entry.remove_suffix(1);
@@ -86,6 +90,7 @@ bool TellsFullDisk(std::u16string_view entry) {
     for (const std::uint32_t status : {std::uint32_t{ERROR_DISK_FULL}, kHandleDiskFull,
                                        std::uint32_t{ERROR_DISK_QUOTA_EXCEEDED}}) {
         const std::u16string words = GetWords(status);
+        // The log has the words of a status, but not its number.
         if (!words.empty() && entry.ends_with(words)) {
             return true;
         }
@@ -105,6 +110,7 @@ std::string AdviseOnEntry(std::u16string_view entry) {
     for (const int status : {ERROR_ACCESS_DENIED, ERROR_PRIVILEGE_NOT_HELD}) {
         const std::u16string words = GetWords(static_cast<std::uint32_t>(status));
         const std::size_t hive = entry.find(kHive);
+        // In this order, so that words within the path do not count.
         if (!words.empty() && hive != std::u16string_view::npos &&
             entry.find(words, hive) != std::u16string_view::npos) {
             return kHiveAdvice;

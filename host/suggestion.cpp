@@ -12,6 +12,8 @@ constexpr std::size_t kMaxWord = 32;
 // How many letters to insert, remove, replace, or exchange with their neighbour, turn one word into
 // the other. A letter takes part in one of these at most.
 std::size_t Distance(std::string_view from, std::string_view to) {
+    // Three lines of the table are enough: `row` is the present one, `above` the one ahead of it,
+    // and `before` that ahead of `above`.
     std::vector<std::size_t> before(to.size() + 1);
     std::vector<std::size_t> above(to.size() + 1);
     std::vector<std::size_t> row(to.size() + 1);
@@ -45,6 +47,7 @@ std::string FindSimilar(std::string_view word, const std::vector<std::string>& w
     // One letter of three may be wrong.
     std::size_t least = std::max<std::size_t>(1, word.size() / 3) + 1;
     for (const std::string& candidate : words) {
+        // A start of one or two letters could be that of many words.
         const bool isStart = word.size() > 2 && candidate.starts_with(word);
         const std::size_t distance = isStart ? 0 : Distance(word, candidate);
         if (distance < least) {

@@ -10,6 +10,7 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "the units are copied as they are");
 
+// Even, so that no unit is divided between two pieces.
 constexpr std::size_t kPiece = std::size_t{64} << 10;  // bytes
 constexpr int kByteOrderMark = 0xFEFF;
 
@@ -17,6 +18,7 @@ constexpr int kByteOrderMark = 0xFEFF;
 
 CUtf16Reader::CUtf16Reader(std::istream& bytes) : m_bytes(bytes), m_piece(kPiece) {
     if (Next() != kByteOrderMark) {
+        // From here on Fill reads nothing, so that only the end is given.
         m_bytes.setstate(std::ios::eofbit);
         m_size = 0;
         m_next = 0;
@@ -61,10 +63,12 @@ bool CUtf16Reader::NextLine(std::u16string& start, std::size_t limit) {
     while (m_next + 1 < m_size || Fill()) {
         const std::size_t end = FindLineFeed();
         const std::size_t taken = std::min((end - m_next) / 2, limit - start.size());
+        // The line may have begun in an earlier piece. Units beyond the limit are passed over.
         const std::size_t length = start.size();
         start.resize(length + taken);
         std::memcpy(start.data() + length, m_piece.data() + m_next, taken * 2);
         m_next = end;
+        // There is a line feed at `end`. Without one the line goes on in the next piece.
         if (end + 1 < m_size) {
             m_next += 2;
             if (!start.empty() && start.back() == u'\r') {

@@ -40,9 +40,11 @@ bool IsGuidName(const std::string& name) {
 bool IsManifest(const SFoundFile& file) {
     // In the manifest these are UTF-16.
     constexpr std::string_view kStart = "<?xml version=\"1.0\" encoding=\"utf-16\"?>";
+    // Below the folder is payload, which may have files that look like a manifest.
     if (!file.isRegular || file.name.find('/') != std::string::npos) {
         return false;
     }
+    // By its name too, so that one with a damaged start is told, and is no stray file.
     if (file.path.extension() == ".orv") {
         return true;
     }
@@ -120,12 +122,14 @@ void CVerification::WriteJson(CJsonWriter& json) const {
 
 void CVerification::VerifyArgument(const fs::path& path) {
     std::error_code error;
+    // A link that the user names is followed, unlike those in the folders.
     const fs::file_status status = fs::status(path, error);
     if (fs::is_directory(status)) {
         if (!VerifyIfTarget(path)) {
             VerifyOutput(path);
         }
     } else if (fs::is_regular_file(status)) {
+        // The whole folder, because its other manifests name files in it too.
         const fs::path folder = path.parent_path();
         VerifyTarget(folder, ListFiles(folder, m_tell), platform::PathBytes(path.filename()));
     } else {
@@ -153,6 +157,7 @@ bool CVerification::VerifyIfTarget(const fs::path& folder) {
 void CVerification::VerifyOutput(const fs::path& folder) {
     std::vector<SFolderEntry> entries;
     const std::string problem = ListFolder(folder, entries);
+    // Systems list a folder in any order.
     std::sort(entries.begin(), entries.end(),
               [](const auto& left, const auto& right) { return left.name < right.name; });
     bool hasTarget = false;
@@ -175,6 +180,7 @@ void CVerification::VerifyTarget(const fs::path& folder, std::span<const SFoundF
     bool isWhole = true;
     for (const SFoundFile& file : files) {
         const bool isTold = onlyManifest.empty() || file.name == onlyManifest;
+        // The file that the user names is read as a manifest whatever it begins with.
         if (file.name == onlyManifest || IsManifest(file)) {
             isWhole &= VerifyManifest(file, isTold, payload);
             others.insert(file.name);
@@ -183,9 +189,11 @@ void CVerification::VerifyTarget(const fs::path& folder, std::span<const SFoundF
             others.insert(file.name);
         }
     }
+    // `others` has the manifests, and the list of check sums if there is one.
     if (others.size() == (hasSums ? 1U : 0U)) {
         Tell(folder, "there is no manifest in this folder of a target");
     }
+    // After all manifests, because the SID is the one with which most of their files are there.
     payload.FinishNames(
         [&](const fs::path& /*place*/, const std::string& words) { Tell(folder, words); });
     // What the rest of a broken manifest would name is not known.
@@ -215,6 +223,7 @@ bool CVerification::VerifyManifest(const SFoundFile& manifest, bool isTold,
     const std::u16string path =
         platform::LibraryPath(platform::PathBytes(manifest.path)).value_or(u"");
     const SManifestCheck check = CheckManifest(path, findings);
+    // One that is not told was read only for the files that it names.
     m_manifests += isTold ? 1 : 0;
     m_items += isTold ? check.items : 0;
     return check.isWhole;

@@ -8,6 +8,7 @@ namespace host {
 
 std::filesystem::path DeepPath(const std::filesystem::path& path) { return path; }
 
+// Letter case counts here, and no path has a prefix to take off.
 std::u16string PathKey(const std::filesystem::path& path) { return platform::PathText(path); }
 
 std::string ListFolder(const std::filesystem::path& folder, std::vector<SFolderEntry>& entries) {

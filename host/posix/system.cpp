@@ -56,6 +56,8 @@ bool WriteAll(int file, std::string_view bytes) {
 // Gives their owner all rights to the folders of a tree, so that what is in them can be removed.
 void Unprotect(const std::filesystem::path& folder) {
     using std::filesystem::perms;
+    // Errors are passed over: what stays shows in the end. Each folder has its rights before the
+    // iterator goes into it.
     std::error_code error;
     const auto add = [&](const std::filesystem::path& place) {
         std::filesystem::permissions(place, perms::owner_all, std::filesystem::perm_options::add,
@@ -64,6 +66,7 @@ void Unprotect(const std::filesystem::path& folder) {
     add(folder);
     std::filesystem::recursive_directory_iterator entry(folder, error);
     for (; entry != std::filesystem::recursive_directory_iterator(); entry.increment(error)) {
+        // Not for a link, because the rights of what it leads to would be changed.
         if (entry->is_directory(error) && !entry->is_symlink(error)) {
             add(entry->path());
         }
@@ -103,6 +106,7 @@ std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate) 
 bool RemoveTree(const std::filesystem::path& folder) {
     std::error_code error;
     std::filesystem::remove_all(folder, error);
+    // Only now, because most trees can be removed with the rights that they have.
     if (error == std::errc::permission_denied) {
         Unprotect(folder);
         std::filesystem::remove_all(folder, error);
@@ -128,6 +132,7 @@ std::filesystem::path FullPath(const std::filesystem::path& path) {
 bool IsSpecialFile(const std::filesystem::path& file) {
     std::error_code error;
     const std::string name = std::filesystem::absolute(file, error).lexically_normal().native();
+    // Also by the name, because "/dev/stdout" may lead to a regular file.
     return name.starts_with("/dev/") || name.starts_with("/proc/") ||
            std::filesystem::is_other(file, error);
 }
@@ -158,6 +163,8 @@ std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
         if (opened < 0) {
             return LastError();
         }
+        // This lock ends with the process, however that ends. Any error but that of a held lock
+        // counts as a file system without locks.
         if (flock(opened, LOCK_EX | LOCK_NB) != 0) {
             const std::error_code error = LastError();
             close(opened);
@@ -190,6 +197,7 @@ void CHeldFile::Release() {
 // of other code, as it would in a signal handler.
 void CatchEndingSignals(void (*end)(int status)) {
     const sigset_t signals = GetEndingSignals();
+    // Blocked before any thread is made: this one and all later ones have the same signals blocked.
     sigset_t former;
     pthread_sigmask(SIG_BLOCK, &signals, &former);
     try {
@@ -213,6 +221,7 @@ bool HasTerminal() {
 
 STerminalSize GetTerminalSize() {
     struct winsize size {};
+    // A terminal that does not know its size answers 0.
     if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) {
         return {};
     }

@@ -71,6 +71,7 @@ std::vector<SEntry> ListEntries(const std::filesystem::path& deepFolder) {
             entries.push_back({deepFolder / name, found.dwFileAttributes});
         }
     } while (FindNextFileW(search, &found) != FALSE);
+    // Kept, because closing the search may set another error.
     const DWORD end = ::GetLastError();
     FindClose(search);
     SetLastError(end);
@@ -94,6 +95,7 @@ std::vector<std::filesystem::path> ListFolder(const std::filesystem::path& folde
     const std::vector<SEntry> found = ListEntries(Deep(folder));
     const auto end = static_cast<int>(::GetLastError());
     if (isWhole != nullptr) {
+        // The search of an empty root of a drive finds no file, not even the entry ".".
         *isWhole = end == ERROR_NO_MORE_FILES || end == ERROR_FILE_NOT_FOUND ||
                    end == ERROR_PATH_NOT_FOUND;
     }
@@ -119,6 +121,7 @@ bool RemoveTree(const std::filesystem::path& folder) {
     // A folder stands before what is in it.
     std::vector<SEntry> entries = {{Deep(folder), AttributesOf(Deep(folder))}};
     for (std::size_t i = 0; i < entries.size(); ++i) {
+        // A link is removed itself; what it leads to is not looked at.
         constexpr DWORD kLinkOrFolder = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
         const SEntry entry = entries[i];
         if (entry.attributes != kNothing &&
@@ -127,7 +130,9 @@ bool RemoveTree(const std::filesystem::path& folder) {
             entries.insert(entries.end(), inside.begin(), inside.end());
         }
     }
+    // Backwards, so that each folder is empty when its turn comes.
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        // Windows does not delete what is read-only.
         if ((entry->attributes & FILE_ATTRIBUTE_READONLY) != 0) {
             SetFileAttributesW(entry->path.c_str(), FILE_ATTRIBUTE_NORMAL);
         }
@@ -146,6 +151,7 @@ std::error_code MoveFolder(const std::filesystem::path& from, const std::filesys
     constexpr DWORD kPause = 100;  // milliseconds
     for (int tries = 1; MoveFileExW(Deep(from).c_str(), Deep(to).c_str(), 0) == FALSE; ++tries) {
         const std::error_code error = LastError();
+        // A place that is taken can give the same error. Then there is nothing to wait for.
         const bool isOpen =
             error.value() == ERROR_ACCESS_DENIED || error.value() == ERROR_SHARING_VIOLATION;
         if (!isOpen || tries == kMaxTries || Exists(to)) {
@@ -162,6 +168,8 @@ bool ExchangeFolders(const std::filesystem::path& /*left*/,
 }
 
 std::filesystem::path FullPath(const std::filesystem::path& path) {
+    // Only what exists can be opened and asked for its final path. The rest of the names is added
+    // again.
     std::filesystem::path existing = Deep(path);
     std::filesystem::path rest;
     // Each round goes up by one name; the root exists.
@@ -170,9 +178,12 @@ std::filesystem::path FullPath(const std::filesystem::path& path) {
         existing = existing.parent_path();
     }
     HANDLE handle =
+        // Without any access, which is enough to ask for the path. The flag lets a folder be
+        // opened.
         CreateFileW(existing.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (handle != INVALID_HANDLE_VALUE) {
+        // In units; no path of Windows is longer.
         constexpr DWORD kMaxPath = 32768;
         std::wstring name(kMaxPath, L'\0');
         const DWORD length = GetFinalPathNameByHandleW(handle, name.data(), kMaxPath, 0);
@@ -195,6 +206,8 @@ bool CReservedFiles::Take() { return true; }
 void CReservedFiles::GiveBack() {}
 
 std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
+    // Shared with nobody, so that a second process gets a sharing violation. The system deletes the
+    // file with its last handle, also when the process is killed.
     HANDLE handle = CreateFileW(Deep(file).c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_ALWAYS,
                                 FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
@@ -228,6 +241,7 @@ void EndProcess(int status) {
 
 bool HasTerminal() {
     DWORD mode = 0;
+    // An older console refuses this mode, and does not know the escapes that move the cursor.
     return GetConsoleMode(Stderr(), &mode) != FALSE &&
            SetConsoleMode(Stderr(), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
 }
@@ -237,6 +251,7 @@ STerminalSize GetTerminalSize() {
     if (GetConsoleScreenBufferInfo(Stderr(), &info) == FALSE) {
         return {};
     }
+    // The part of the buffer that shows. The buffer itself may have thousands of rows.
     const SMALL_RECT& window = info.srWindow;
     return {static_cast<std::size_t>(window.Right - window.Left + 1),
             static_cast<std::size_t>(window.Bottom - window.Top + 1)};
