@@ -20,9 +20,9 @@ constexpr std::u16string_view kSidStart = u"S-1-";
 // thousands.
 constexpr std::size_t kMostSids = 64;
 
-// A manifest may come from anyone. A colon would name a stream or a drive, and Windows takes a
-// slash for a separator too.
-// Whether each part of a relative path is a name, so that it leads to a place below its folder.
+// Whether each part of a relative path is a name, so that it leads to a place below its folder. A
+// manifest may come from anyone. A colon would name a stream or a drive, and Windows takes a slash
+// for a separator too.
 bool StaysBelow(std::u16string_view file) {
     while (true) {
         const std::u16string_view name = file.substr(0, file.find(u'\\'));
@@ -141,8 +141,8 @@ std::u16string CPayloadCheck::FindSid() const {
     std::u16string best;
     std::ptrdiff_t most = 0;
     for (const std::u16string& sid : sids) {
+        // A single one needs no counting.
         const std::ptrdiff_t count =
-            // A single one needs no counting.
             sids.size() == 1
                 ? 1
                 : std::count_if(m_withSid.begin(), m_withSid.end(), [&](const SNamed& named) {

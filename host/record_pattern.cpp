@@ -20,8 +20,7 @@ constexpr Names kShortNames[] = {
     {u"HKEY_USERS", u"HKU"},
 };
 
-// The first hit counts.
-// A key of the user is also below the last one, so that one comes after it.
+// The first hit counts. A key of the user is also below the last name, so that one comes last.
 constexpr Names kLongNames[] = {
     {uR"(REGISTRY\MACHINE)", u"HKEY_LOCAL_MACHINE"},
     {uR"(REGISTRY\USER\CurrentUser)", u"HKEY_CURRENT_USER"},
