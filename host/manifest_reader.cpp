@@ -61,12 +61,14 @@ SPart ReadPart(const std::filesystem::path& manifest, std::uint64_t first, std::
     if (first != 0 && !reader.NextLine(line, 0)) {
         return part;
     }
+    std::size_t* count = &part.first;  // of the collection in which the line is
     while (reader.GetPosition() < last && reader.NextLine(line, kLineStart)) {
         if (IsItem(line)) {
-            ++(part.isAllFirst ? part.first : part.counts[part.last]);
+            ++*count;
         } else if (const std::u16string_view name = CollectionOf(line); !name.empty()) {
             part.last = name;
             part.isAllFirst = false;
+            count = &part.counts[part.last];
         }
         part.isComplete = line == u"</Package>";
     }
