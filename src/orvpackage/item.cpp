@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "orvpackage/prefetch.h"
 #include "platform/text.h"
 
 namespace {
@@ -71,6 +72,11 @@ std::size_t COrvItemTable::FindPlace(std::uint64_t hash) const {
         place = Next(place);
     }
     return place;
+}
+
+// An item is filled before it is inserted, and meanwhile the memory gives its place.
+void COrvItemTable::PrefetchPlace(std::uint64_t hash) const {
+    Prefetch(&m_places[HomeOf(Mix(hash))], sizeof(SPlace));
 }
 
 COrvItem* COrvItemTable::Find(std::uint64_t hash) const {

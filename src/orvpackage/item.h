@@ -74,7 +74,9 @@ public:
     template <class TItem, class... TArguments>
     [[nodiscard]] COrvItemPtr<TItem> Make(TArguments&&... arguments) {
         void* const memory = m_memory.allocate(sizeof(TItem), alignof(TItem));
-        return COrvItemPtr<TItem>(new (memory) TItem(std::forward<TArguments>(arguments)...));
+        COrvItemPtr<TItem> item(new (memory) TItem(std::forward<TArguments>(arguments)...));
+        PrefetchPlace(item->GetHash());
+        return item;
     }
     // For what belongs to items: it is given back when the table is cleared, and not before.
     [[nodiscard]] std::pmr::memory_resource& GetMemory() { return m_memory; }
@@ -116,6 +118,7 @@ private:
         return (place + 1) & (m_places.size() - 1);
     }
     [[nodiscard]] std::size_t FindPlace(std::uint64_t hash) const;
+    void PrefetchPlace(std::uint64_t hash) const;
 
     // Items are many and small, and are freed together.
     std::pmr::monotonic_buffer_resource m_memory;

@@ -70,9 +70,11 @@ KeyNumber CHive::FindKey(std::u16string_view path) {
         return kNoKey;
     }
     const std::u16string_view name = path.substr(parentLength == 0 ? 0 : parentLength + 1);
-    const KeyNumber key = m_index.FindChild(parent, name);
+    SKnownPath* const sibling = FindSibling(path.substr(0, parentLength));
+    const KeyNumber guess = sibling == nullptr ? m_index.GetFirstChild(parent) : sibling->key + 1;
+    const KeyNumber key = m_index.FindChild(parent, name, guess);
     if (key != kNoKey) {
-        Remember(path, key);
+        Remember(path, key, sibling);
         m_index.PrefetchBehind(key);
     }
     return key;
@@ -93,7 +95,7 @@ KeyNumber CHive::FindParent(std::u16string_view path, SKnownPath* known) {
         rest.remove_prefix(isLast ? length : length + 1);
     }
     if (key != kNoKey) {
-        Remember(path, key);
+        Remember(path, key, FindSibling(path.substr(0, ParentLength(path))));
     }
     return key;
 }
@@ -133,8 +135,7 @@ KeyNumber CHive::Use(SKnownPath* known) {
 
 // Remembers a path in place of a sibling's, or else in place of the least recently used one. So a
 // walk through the children of a key replaces neither the key itself nor those above it.
-void CHive::Remember(std::u16string_view path, KeyNumber key) {
-    SKnownPath* const sibling = FindSibling(path.substr(0, ParentLength(path)));
+void CHive::Remember(std::u16string_view path, KeyNumber key, SKnownPath* sibling) {
     SKnownPath& place = sibling != nullptr
                             ? *sibling
                             : *std::ranges::min_element(m_knownPaths, {}, &SKnownPath::lastUse);
@@ -158,9 +159,11 @@ bool CHive::GetChildName(KeyNumber key, std::uint32_t index, std::u16string& nam
     return true;
 }
 
-bool CHive::GetValue(KeyNumber key, std::uint32_t index, SValueNode& value) const {
+bool CHive::GetValue(KeyNumber key, std::uint32_t index, SValueNode& value) {
     const std::span<const CellOffset> values = m_index.GetValues(key);
     m_cells.PrefetchFrom(values, index);
+    m_lastValueKey = key;
+    m_lastValue = index;
     return index < values.size() && m_cells.ReadValue(values[index], value);
 }
 
@@ -169,6 +172,11 @@ bool CHive::FindValue(KeyNumber key, std::u16string_view name, SValueNode& value
         return false;
     }
     const std::span<const CellOffset> values = m_index.GetValues(key);
+    if (m_lastValueKey == key && m_lastValue < values.size() &&
+        m_cells.ReadValue(values[m_lastValue], value) && value.name.GetCapacity() == name.size() &&
+        value.name.Equals(name, m_rules)) {
+        return true;
+    }
     // Both give the same value; only the time differs.
     const std::uint32_t index =
         values.size() > kFewValues ? FindHashedValue(key, name) : FindFirstValue(values, name);

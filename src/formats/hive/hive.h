@@ -41,7 +41,7 @@ public:
     [[nodiscard]] SKeyInfo GetInfo(KeyNumber key) const { return m_index.GetInfo(key); }
     // False after the last one.
     [[nodiscard]] bool GetChildName(KeyNumber key, std::uint32_t index, std::u16string& name) const;
-    [[nodiscard]] bool GetValue(KeyNumber key, std::uint32_t index, SValueNode& value) const;
+    [[nodiscard]] bool GetValue(KeyNumber key, std::uint32_t index, SValueNode& value);
 
     // The value of that name; false if there is none. Of several with the same name it is one whose
     // name is whole, if there is one.
@@ -62,7 +62,7 @@ private:
     [[nodiscard]] SKnownPath* FindKnownPath(std::u16string_view path);
     [[nodiscard]] SKnownPath* FindSibling(std::u16string_view parentPath);
     [[nodiscard]] KeyNumber Use(SKnownPath* known);
-    void Remember(std::u16string_view path, KeyNumber key);
+    void Remember(std::u16string_view path, KeyNumber key, SKnownPath* sibling);
     [[nodiscard]] std::uint32_t FindFirstValue(std::span<const CellOffset> values,
                                                std::u16string_view name) const;
     [[nodiscard]] std::uint32_t FindHashedValue(KeyNumber key, std::u16string_view name);
@@ -79,6 +79,10 @@ private:
     std::uint64_t m_uses = 0;
 
     // The values of the last key that has too many of them to compare each name.
+    // The value that was enumerated last, which is mostly the next one that is asked for by name.
+    KeyNumber m_lastValueKey = kNoKey;
+    std::uint32_t m_lastValue = 0;
+
     CNameTable m_valueNames;
     KeyNumber m_valueNamesKey = kNoKey;
 };

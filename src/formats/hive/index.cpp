@@ -223,6 +223,7 @@ void CHiveIndex::NameChildren(KeyNumber parent) {
             place = key;
             continue;
         }
+        m_hasNamesakes = true;
         if (child.name.GetCapacity() == name.size() && other.name.GetCapacity() != name.size()) {
             place = key;
         }
@@ -236,7 +237,13 @@ SKeyInfo CHiveIndex::GetInfo(KeyNumber key) const {
             .longestValueName = m_keys[key].longestValueName};
 }
 
-KeyNumber CHiveIndex::FindChild(KeyNumber parent, std::u16string_view name) const {
+// A guess is right for each key of a walk, which asks for the children of a key in their order.
+// With namesakes it could be the wrong one of two. Gain: 1.03 times less CPU time for converting a
+// make_hive hive of 500,000 values.
+KeyNumber CHiveIndex::FindChild(KeyNumber parent, std::u16string_view name, KeyNumber guess) const {
+    if (!m_hasNamesakes && IsChild(guess, parent) && HasName(guess, name)) {
+        return guess;
+    }
     const std::uint32_t hash = NameHash(m_rules.Hash(parent, name, name.size()));
     const std::uint32_t key = m_names.Get(hash, [&](KeyNumber candidate) {
         return m_keys[candidate].nameHash == hash && IsChild(candidate, parent) &&

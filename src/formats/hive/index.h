@@ -69,8 +69,9 @@ public:
     }
 
     // The subkey of that name, or kNoKey. Of several with the same name it is the first whose name
-    // is whole.
-    [[nodiscard]] KeyNumber FindChild(KeyNumber parent, std::u16string_view name) const;
+    // is whole. `guess`, any number, is compared first.
+    [[nodiscard]] KeyNumber FindChild(KeyNumber parent, std::u16string_view name,
+                                      KeyNumber guess = kNoKey) const;
 
 private:
     struct SKey {
@@ -100,6 +101,7 @@ private:
     std::vector<CellOffset> m_values;
     CNameTable m_names;
     bool m_isDamaged = false;
+    bool m_hasNamesakes = false;  // two subkeys of one key that answer to the same name
 };
 
 }  // namespace formats
