@@ -64,7 +64,7 @@ constexpr const char* kCheckFooter =
 constexpr const char* kExplainFooter =
     "A PATTERN names keys, values, files and other things of the package, or the places of\n"
     "their items: '*' is any text, '?' one character; without both it is found anywhere in a\n"
-    "name. Letter case does not count. HKLM, HKCU, HKCR and HKU may stand at its start. Files\n"
+    "name. Letter case does not count. HKLM, HKCU, HKCR and HKU may begin it. Files\n"
     "are also found by their paths on this system.\n"
     "\n"
     "Example: cas2orv explain app.jsonl 'HKLM\\SOFTWARE\\*'\n"
@@ -402,7 +402,7 @@ std::string CParser::DescribeExtra() const {
                "' is one argument too many; a path with blanks needs quotes around it";
     }
     if (!early.empty()) {
-        return "'" + *option + "' stands before the command; write it behind";
+        return "'" + *option + "' comes before the command; write it after";
     }
     const std::string similar =
         FindSimilar(option->substr(0, option->find('=')), OptionNames(*m_verb));
@@ -421,7 +421,7 @@ std::string CParser::DescribeCount(const CLI::ParseError& error) const {
         return "--" + text.substr(0, text.find(' ')) + " takes no value; write it alone";
     }
     return name + (option->count() > 1 ? " is given more than once; give it once"
-                                       : " needs a value behind it");
+                                       : " needs a value after it");
 }
 
 // Finds what CLI11 accepts and what is surely a slip: an empty text, as an unset variable of a
@@ -440,7 +440,7 @@ std::optional<std::string> CParser::FindBadValue() const {
         }
         // Probably the value was forgotten, and the next option was taken as the value.
         if (option->nonpositional() && values.front().front() == '-') {
-            return name + " needs a value behind it; write ./" + values.front() +
+            return name + " needs a value after it; write ./" + values.front() +
                    " if that is its file";
         }
     }

@@ -139,8 +139,7 @@ int RunExplain(const SCommand& command, CJsonWriter& json) {
         // Of a record that is not whole this cannot be said: what is missing may have the name.
         if (!matches->HasMatch() && problem.empty()) {
             problem = "nothing in the record has a name like '" +
-                      Printable(platform::Utf8ToUtf16(command.pattern)) +
-                      "'; '*' stands for any text";
+                      Printable(platform::Utf8ToUtf16(command.pattern)) + "'; '*' is any text";
         }
     } else if (!summary.head.state.empty() && !command.isJson) {
         isDone = PrintResult(FormatSummary(summary));

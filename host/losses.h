@@ -17,7 +17,7 @@ namespace host {
 class CLosses {
 public:
     // Reads a record. False, with the reason on stderr, when it does not tell whether the result is
-    // whole. `profile` stands for lines that name no place.
+    // whole. `profile` is the place of lines that name none.
     [[nodiscard]] bool Read(const std::filesystem::path& record,
                             const std::filesystem::path& profile);
 

@@ -44,8 +44,7 @@ const char* Describe(EForm form) {
     }
 }
 
-// Takes what stands for one unit off the start of a relative path in good form, and returns that
-// unit.
+// Takes the first unit, which may be escaped, from a relative path in good form, and returns it.
 char16_t TakeUnit(std::u16string_view& path) {
     constexpr std::u16string_view kSid = u"%SID%";
     constexpr std::u16string_view kHex = u"0123456789abcdef";
@@ -200,7 +199,7 @@ void CChecker::CheckAttributes(const SElementRule& rule,
     }
 }
 
-// What stands between elements is looked at at once; the text of an element that has one, at its
+// Text between elements is checked at once. The text of an element that has one is checked at its
 // end.
 void CChecker::OnText(std::u16string_view text) {
     const SElementRule* const rule = m_open.empty() ? nullptr : m_open.back().rule;

@@ -14,7 +14,7 @@ struct SManifestFindings {
     // What is wrong in a line; 0 for the file as a whole. Far too many are not told one by one.
     std::function<void(std::uint32_t line, const std::string& words)> fault;
     // A payload file that an item names, relative to the manifest's folder, in the names of
-    // Windows. The unit kSidMark stands for the SID of the user who converted.
+    // Windows. The unit kSidMark is the SID of the user who converted.
     std::function<void(const std::u16string& file)> payload;
 };
 

@@ -172,7 +172,7 @@ bool IsNumber(std::u16string_view digits, bool (&isDigit)(char16_t)) {
            std::all_of(digits.begin(), digits.end(), isDigit);
 }
 
-// The escape that `text` begins with behind its tilde: "~~", or four digits that are no NUL.
+// The escape that `text` begins with, after its first tilde: "~~", or four digits that are no NUL.
 std::size_t EscapeSize(std::u16string_view text) {
     if (text.substr(0, 2) == u"~~") {
         return 2;

@@ -69,7 +69,7 @@ bool COutputFolder::Prepare(const SOutputRequest& request) {
     const std::size_t name = request.pattern.rfind(u'\\') + 1;
     m_start = request.pattern.substr(0, name);
     m_name = request.pattern.substr(name);
-    // The digits behind the brace. A package without targets gives no output, and shares a name.
+    // The digits after the brace. A package without targets gives no output, and shares a name.
     const std::u16string tag = request.guids.empty() ? std::u16string(kTagLength, u'0')
                                                      : request.guids.front().substr(1, kTagLength);
     m_hiddenStart = m_start + std::u16string(kHiddenStart) + tag + u'\\';

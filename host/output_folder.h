@@ -22,11 +22,10 @@ struct SOutputRequest {
     bool mayReplace = false;            // whether a target's folder may exist
 };
 
-// The folder of the output. While a conversion runs, all that it writes is in a hidden folder in
-// it,
-// ".cas2orv-" and the first digits of the first target's GUID. A file of the same name with ".lock"
-// behind it is held by the process, and is how others know that the hidden folder is in use. Both
-// are gone afterwards; those of a process that was killed are removed by the next one that writes
+// The folder of the output. While a conversion runs, all that it writes is in a hidden folder
+// there, named ".cas2orv-" and the first digits of the first target's GUID. The process holds a
+// file of the same name and ".lock", which tells others that the hidden folder is in use. Both are
+// removed at the end; those of a process that was killed are removed by the next one that writes
 // into the folder of the output.
 //
 // INVARIANT: only who holds the file touches the hidden folder. What "old" in it holds has been

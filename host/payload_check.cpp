@@ -93,7 +93,7 @@ void CPayloadCheck::Take(const SNamed& named, const std::u16string& file, const 
     }
 }
 
-// The SIDs that stand in the place of the mark in the payload, wherever the way to it is there.
+// The SIDs that the payload has in place of the mark, in all folders that lead to it.
 std::vector<std::u16string> CPayloadCheck::ListSids(const std::u16string& file) const {
     // The name with the mark is `head`, the SID, `tail`. It is from `start` to before `end` in
     // `file`.

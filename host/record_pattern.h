@@ -43,7 +43,7 @@ private:
 // are the long names.
 //
 // The names of a thing are its source, the place of its item, and its path on this system; of a key
-// also its long name, and that below HKEY_CLASSES_ROOT. That of a value is behind its key's.
+// also its long name, and that below HKEY_CLASSES_ROOT. That of a value follows its key's.
 class CRecordPattern {
 public:
     explicit CRecordPattern(std::u16string_view pattern);

@@ -144,7 +144,7 @@ private:
 // Puts U+FFFD in place of the first half of a pair that is alone, which the parser takes for a
 // fault. In a record only halves that are alone are escapes.
 void ReplaceLoneHalves(std::string& line) {
-    // From escape to escape, because an escaped backslash may stand before such letters.
+    // From escape to escape, because such letters may follow an escaped backslash.
     for (std::size_t at = line.find('\\'); at != std::string::npos; at = line.find('\\', at + 2)) {
         const std::string_view escape = std::string_view(line).substr(at, 6);
         if (escape.size() == 6 && escape.starts_with("\\ud") && escape[3] >= '8' &&

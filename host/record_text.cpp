@@ -43,7 +43,7 @@ std::string DescribeRule(std::u16string_view rule) {
     return Printable(ShortKeyName(rule)) + " (" + meaning + ')';
 }
 
-// The sentence of a reason, to stand within another one.
+// The sentence of a reason, as a part of another one.
 std::string Clause(const SReason& reason) {
     // Each sentence begins with a capital ASCII letter and ends in a full stop.
     std::string clause(reason.sentence.substr(0, reason.sentence.size() - 1));

@@ -23,7 +23,7 @@ namespace host {
 [[nodiscard]] std::string DescribeFailure(const std::string& action, const std::string& profile,
                                           std::uint32_t status);
 
-// What to do about an entry of the log, behind a line end: when it says that this account may not
+// What to do about an entry of the log, after a line end: when it says that this account may not
 // load a captured hive. Empty for any other entry. Only for a machine that loads hives itself.
 [[nodiscard]] std::string AdviseOnEntry(std::u16string_view entry);
 

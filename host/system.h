@@ -52,7 +52,7 @@ bool RemoveTree(const std::filesystem::path& folder);
 [[nodiscard]] std::filesystem::path FullPath(const std::filesystem::path& path);
 
 // Whether a log is to be written into this file as it is, because another file cannot take its
-// place: a device, a pipe, or the file behind stdout.
+// place: a device, a pipe, or the file that stdout is.
 [[nodiscard]] bool IsSpecialFile(const std::filesystem::path& file);
 
 // Takes some of the files that the process may have open, so that it can still remove what it has

@@ -13,7 +13,7 @@ namespace {
 
 struct SFolder {
     fs::path path;
-    std::string name;  // with a slash behind it, unless it is the first
+    std::string name;  // followed by a slash, unless it is the first
 };
 
 }  // namespace

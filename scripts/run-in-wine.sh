@@ -1,5 +1,5 @@
 #!/bin/sh
-# Runs a program of Windows in Wine. The first argument is the folder that stands for its Windows
+# Runs a program of Windows in Wine. The first argument is the folder of its Windows
 # machine, made when it is not there; then come the program and its arguments.
 set -eu
 

@@ -16,8 +16,8 @@ FLOORS = ["formats", "platform", "foundation", "reporting", "casmodel orvpackage
 LEVELS = {name: level for level, floor in enumerate(FLOORS) for name in floor.split()}
 # The rooms of platform that one room knows besides the contracts and itself. Nobody above knows any.
 ROOMS = {"described": set(), "posix": {"described"}, "windows": set(), "answers.cpp": {"described"}}
-# The functions of Windows are the same for the program.
-WINDOWS = "platform/windows/win.h"
+# The functions of Windows, for the sources that know them.
+WINDOWS = "platform/win.h"
 
 
 def may_include(source, target):
@@ -25,9 +25,10 @@ def may_include(source, target):
         return True
     floor, room = source.split("/")[:2]
     other_floor, other_room = target.split("/")[:2]
+    if target == WINDOWS:
+        return source.startswith(("platform/windows/", "host/windows/"))
     if other_floor == "platform" and other_room in ROOMS:
-        is_within = floor == "platform" and other_room in ROOMS.get(room, set()) | {room}
-        return is_within or (source.startswith("host/windows/") and target == WINDOWS)
+        return floor == "platform" and other_room in ROOMS.get(room, set()) | {room}
     if floor == "host":
         return other_floor in ("host", "reporting", "foundation", "platform")
     return floor == other_floor or LEVELS[other_floor] < LEVELS[floor]

@@ -1,7 +1,7 @@
 include(FindPackageHandleStandardArgs)
 
 # The package NAME as TARGET, from the headers that Debian installs in /usr/include/FOLDER, one of
-# which is HEADER. They are reached by a link, since the folder they stand in is that of the machine
+# which is HEADER. They are reached by a link, since their folder is that of the machine
 # that builds.
 macro(orv_find_debian_headers NAME TARGET FOLDER HEADER)
     find_path(${NAME}_HEADERS ${HEADER}

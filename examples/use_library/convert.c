@@ -7,7 +7,7 @@
 #include <string.h>
 #include <uchar.h>
 
-/* The library's name of a file: Z: is the root, and backslashes stand between folders. */
+/* The library's name of a file: Z: is the root, and backslashes separate folders. */
 static OrvChar* ToLibraryPath(const char* path) {
     OrvChar* name = malloc((strlen(path) + 3) * sizeof *name);
     if (name == NULL) {

@@ -7,7 +7,7 @@
 
 #include "host/program.h"
 #include "platform/utf8.h"
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace {
 

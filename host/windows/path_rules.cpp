@@ -4,7 +4,7 @@
 #include "platform/local_paths.h"
 #include "platform/status.h"
 #include "platform/text.h"
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace host {
 

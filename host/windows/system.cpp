@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/utf8.h"
-#include "platform/windows/win.h"
+#include "platform/win.h"
 // This needs windows.h before it.
 #include <objbase.h>
 
@@ -18,7 +18,7 @@ void (*s_end)(int status) = nullptr;  // set before OnEnd is called
 
 std::error_code LastError() { return {static_cast<int>(::GetLastError()), std::system_category()}; }
 
-// The number of the signal of POSIX that stands for the same wish.
+// The number of the POSIX signal for the same event.
 int SignalNumber(DWORD kind) {
     constexpr int kHangUp = 1;
     constexpr int kInterrupt = 2;
@@ -118,7 +118,7 @@ std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate) 
 }
 
 bool RemoveTree(const std::filesystem::path& folder) {
-    // A folder stands before what is in it.
+    // A folder comes before its content, so the loop below removes in reverse order.
     std::vector<SEntry> entries = {{Deep(folder), AttributesOf(Deep(folder))}};
     for (std::size_t i = 0; i < entries.size(); ++i) {
         // A link is removed itself; what it leads to is not looked at.

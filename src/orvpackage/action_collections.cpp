@@ -19,7 +19,7 @@ void WritePath(const SAttributeOutput& output, const SOrvAction& from) {
 }
 
 void ExpandPath(SOrvAction& content) {
-    // A percent sign in a text of another type stands for itself.
+    // In a text of another type a percent sign begins no token.
     if (IsPathType(content.type)) {
         kPathForm.expand(content);
     }

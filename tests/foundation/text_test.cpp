@@ -102,7 +102,7 @@ TEST(StrTest, FormatsTextsOfAnyLength) {
     CStrW text(u"old");
     EXPECT_FALSE(text.Format(nullptr));
     EXPECT_TRUE(text.IsEmpty());
-    // Texts of the system stand on one line.
+    // Texts of the system are on one line.
     text = GetSystemErrorMessage(2);
     EXPECT_FALSE(text.IsEmpty());
     EXPECT_EQ(text.View().find_first_of(u"\r\n"), kAllCharacters);

@@ -42,7 +42,7 @@ TEST_F(XmlReaderTest, GivesStartsTextsAndEndsWithTheirPaths) {
     EXPECT_EQ(Tokens("<?xml version='1.0'?><a><b/></a>"), "1 2/a 2/a/b 4/a/b 4/a 0 ");
     EXPECT_EQ(Tokens("<a><b></b></a>"), "2/a 2/a/b 4/a/b 4/a 0 ");
     EXPECT_EQ(Tokens("<p:a xmlns:p='u'/>"), "2/p:a 4/p:a 0 ");
-    // Text behind text is not seen, and faults end the tokens.
+    // Text after text is not seen, and faults end the tokens.
     EXPECT_EQ(Tokens("<a>x<!--c-->y<![CDATA[z]]>w</a>"), "2/a 3/a 4/a 0 ");
     EXPECT_EQ(Tokens("<a>x<b/>y</a>"), "2/a 3/a 2/a/b 4/a/b 3/a 4/a 0 ");
     EXPECT_EQ(Tokens("<?p q?><a> <![CDATA[z]]> </a>"), "2/a 4/a 0 ");

@@ -46,15 +46,15 @@ TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
         {{"targets"}, "needs a path"},
         {{"convert", "a", "b", "c"}, "'c' is one argument too many"},
         {{"targets", "a", "--log", "b"}, "'--log' is no option of targets"},
-        {{"--json", "targets", "a"}, "'--json' stands before the command; write it behind"},
-        {{"convert", "a", "--log", "--json", "b"}, "--log needs a value behind it"},
+        {{"--json", "targets", "a"}, "'--json' comes before the command; write it after"},
+        {{"convert", "a", "--log", "--json", "b"}, "--log needs a value after it"},
         {{"convert", "a", "b", "--log", "x", "--log", "y"}, "--log is given more than once"},
         {{"convert", "a", "b", "--progress", "fast"}, "--progress takes auto, plain or none"},
         {{"convert", "a", "b", "--json=yes"}, "--json takes no value"},
         {{"convert", "a", "b", "--sums=yes"}, "--sums takes no value"},
         {{"verify"}, "verify needs a path"},
         {{"convert", "a", ""}, "OUT.orv is empty"},
-        {{"convert", "a", "b", "--machine="}, "--machine needs a value behind it"},
+        {{"convert", "a", "b", "--machine="}, "--machine needs a value after it"},
     };
     for (const auto& [arguments, words] : cases) {
         const auto reply = std::get<host::SReply>(ParseCommandLine(arguments));

@@ -32,7 +32,7 @@ def bash(*words):
 
 
 def zsh_part(command):
-    """The line or block of one command, with what its variables stand for."""
+    """The line or block of one command, with its variables replaced."""
     if not command:
         return zsh
     part = re.search(rf"^        {command}\)(.*?);;", zsh, re.MULTILINE | re.DOTALL).group(1)

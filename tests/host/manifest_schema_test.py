@@ -147,7 +147,7 @@ def variants(schema, page):
     for part in parts:
         package.children = parts[:1] if part is parts[0] else [parts[0], part]
         for element in part.walk():
-            # What has none is tried with few: it stands for many of its kind.
+            # What has none is tried with few: many others are like it.
             for _ in change_attributes(element, names if element.attributes else FEW, tried):
                 yield package.write()
             children = names - {"xml:lang"} if element.children else FEW

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What a conversion leaves behind when it is ended, killed, or has no room: the former result or
+"""What a conversion leaves when it is ended, killed, or has no room: the former result or
 the new one, whole.
 
     publish_test.py [--few-files] MOMENTS CAS2ORV...

@@ -196,7 +196,7 @@ private:
     std::uint32_t AddSegments(std::string_view data, Cells& cells) {
         std::string list;
         for (std::size_t start = 0; start < data.size(); start += kSegmentLength) {
-            // The system leaves 4 bytes behind each, and there is a reader that relies on it.
+            // The system leaves 4 bytes after each, and there is a reader that relies on it.
             const std::string rest(4, '\0');
             AppendNumber(list, AddCell(std::string(data.substr(start, kSegmentLength)) + rest), 4);
         }

@@ -18,7 +18,7 @@ std::u16string FullName(const SXmlNode& node) {
     return name += Utf8ToUtf16(node.name);
 }
 
-// Tells the element at `index`, and returns the index behind its attributes.
+// Tells the element at `index`, and returns the index after its attributes.
 std::size_t TellElement(const CXmlDocument& document, std::size_t index, CXmlVisitor& visitor) {
     const SXmlNode& element = document.GetNode(index);
     std::vector<std::u16string> texts;

@@ -1,6 +1,6 @@
 #include "platform/com.h"
 
-#include "platform/windows/win.h"
+#include "platform/win.h"
 // Needs windows.h before it.
 #include <objbase.h>
 

@@ -4,7 +4,7 @@
 
 #include "platform/machine.h"
 #include "platform/status.h"
-#include "platform/windows/win.h"
+#include "platform/win.h"
 // The header of the CryptoAPI needs the one above.
 #include <wincrypt.h>
 

@@ -1,6 +1,6 @@
 #include "platform/files.h"
 
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace platform {
 

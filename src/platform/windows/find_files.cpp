@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/files.h"
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace platform {
 

@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "platform/status.h"
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace platform {
 

@@ -5,7 +5,7 @@
 
 #include "platform/answers.h"
 #include "platform/utf8.h"
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace platform {
 

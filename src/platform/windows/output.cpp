@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "platform/files.h"
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace platform {
 

@@ -1,6 +1,6 @@
 #include "platform/status.h"
 
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace platform {
 

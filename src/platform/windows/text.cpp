@@ -5,7 +5,7 @@
 #include <cwctype>
 #include <limits>
 
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace platform {
 

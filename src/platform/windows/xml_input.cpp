@@ -1,6 +1,6 @@
 #include "platform/xml.h"
 
-#include "platform/windows/win.h"
+#include "platform/win.h"
 // The headers of COM need the one above.
 #include <shlwapi.h>
 #include <xmllite.h>

@@ -29,7 +29,7 @@ void TellElement(CXmlInput& input, CXmlVisitor& visitor) {
     const std::u16string name = FullName(input);
     const std::uint32_t line = input.GetLineNumber();
     const bool isEmptyElement = input.IsEmptyElement();
-    std::deque<std::u16string> texts;  // what stands in it never moves
+    std::deque<std::u16string> texts;  // its elements never move
     std::vector<SXmlAttribute> attributes;
     for (int status = input.MoveToFirstAttribute(); status == S_OK;
          status = input.MoveToNextAttribute()) {

@@ -10,7 +10,7 @@
 
 #include <utility>
 
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 // The place in this program's import table that holds the function of that name, which must be one
 // that it imports.

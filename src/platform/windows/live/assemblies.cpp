@@ -1,4 +1,4 @@
-#include "platform/windows/win.h"
+#include "platform/win.h"
 // The headers of COM need the one above.
 #include <cor.h>
 #include <fusion.h>

@@ -1,9 +1,9 @@
 #include <utility>
 
 #include "platform/files.h"
+#include "platform/win.h"
 #include "platform/windows/live/answers.h"
 #include "platform/windows/live/process_token.h"
-#include "platform/windows/win.h"
 // Need windows.h before them.
 #include <objbase.h>
 #include <sddl.h>

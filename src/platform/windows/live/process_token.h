@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "platform/windows/win.h"
+#include "platform/win.h"
 
 namespace platform {
 

@@ -6,9 +6,9 @@
 
 #include "platform/files.h"
 #include "platform/status.h"
+#include "platform/win.h"
 #include "platform/windows/live/answers.h"
 #include "platform/windows/live/process_token.h"
-#include "platform/windows/win.h"
 
 namespace platform {
 

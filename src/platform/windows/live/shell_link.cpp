@@ -1,4 +1,4 @@
-#include "platform/windows/win.h"
+#include "platform/win.h"
 // The headers of COM and the shell need the one above.
 #include <objbase.h>
 #include <shlobj.h>

@@ -1,7 +1,8 @@
-// platform/windows/win.h - the functions of Windows, without the macros that get in the way here.
+// platform/win.h - the functions of Windows, without the macros that get in the way here.
 //
-// The only place that includes windows.h. Texts are char16_t in this code and wchar_t for Windows.
-// Both have 16 bits here, and all casts between them are at the end of this file.
+// The only place that includes windows.h, for the sources in platform/windows and host/windows.
+// Texts are char16_t in this code and wchar_t for Windows. Both have 16 bits here, and all casts
+// between them are at the end of this file.
 #pragma once
 
 #ifndef NOMINMAX
