@@ -15,7 +15,6 @@ namespace {
 
 constexpr unsigned kFirstPlaceBits = 4;
 // These two are part of the format: the order of the manifest follows from them.
-constexpr std::size_t kFirstBucketEntries = 9;
 constexpr unsigned kDensityShift = 2;  // four items a bucket
 
 // Spreads hashes that are consecutive numbers, as those of actions, over the places.
@@ -47,7 +46,6 @@ void COrvItemTable::Reset() {
     m_shift = 32 - kFirstPlaceBits;
     m_mask = 1;
     m_bucketCount = 1;
-    m_bucketEntries = kFirstBucketEntries;
     m_order.clear();
 }
 
@@ -155,16 +153,10 @@ COrvItemPtr<COrvItem> COrvItemTable::Remove(std::uint64_t hash) {
 }
 
 // Adds a bucket. The mask doubles when all buckets that it can reach are there.
+// The mask has all bits of the greatest bucket number.
 void COrvItemTable::Grow() {
-    if (m_bucketEntries - 1 > m_bucketCount) {
-        if (m_mask < m_bucketCount) {
-            m_mask = m_mask * 2 + 1;
-        }
-    } else {
-        // `m_bucketEntries` is a power of two plus one. So this is the mask that doubling would
-        // give too.
-        m_mask = m_bucketEntries * 2 - 3;
-        m_bucketEntries = m_bucketEntries * 2 - 1;
+    if (m_mask < m_bucketCount) {
+        m_mask = m_mask * 2 + 1;
     }
     ++m_bucketCount;
 }

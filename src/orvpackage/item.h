@@ -131,7 +131,6 @@ private:
     // The linear-hashing table, as numbers.
     std::uint64_t m_mask = 1;
     std::size_t m_bucketCount = 1;
-    std::size_t m_bucketEntries = 1;
 
     mutable std::vector<SEntry> m_order;  // empty when it has to be made
 };
