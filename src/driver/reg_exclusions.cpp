@@ -34,6 +34,20 @@ bool Matches(const CExclusionRule& rule, std::u16string_view lowerPath) {
 }
 
 // Patterns and paths go through this before they are compared, so that case does not count.
+// A rule in the words of the record: a star is any text.
+CStrW Describe(const CExclusionRule& rule) {
+    switch (rule.m_match) {
+        case MatchSuffix:
+            return u'*' + rule.m_pattern;
+        case MatchContains:
+            return u'*' + rule.m_pattern + u'*';
+        case MatchExact:
+            return rule.m_pattern;
+        default:
+            return rule.m_pattern + u'*';
+    }
+}
+
 CStrW LowerCase(CStrW text) {
     text.Fold();
     return text;
@@ -121,32 +135,16 @@ bool CRegExclusions::StartsWithPrefix(std::u16string_view lowerPath) const {
     return next != m_lowerPrefixes.begin() && lowerPath.starts_with(*std::prev(next));
 }
 
-CStrW CRegExclusions::DescribeRule(const CStrW& path) const {
+EReason CRegExclusions::GetReason(const CStrW& path, CStrW& rule) const {
     const CStrW lowerPath = LowerCase(path);
-    // Shown as a pattern in which a star means any text.
-    for (const CExclusionRule& rule : m_rules) {
-        if (Matches(rule, lowerPath)) {
-            switch (rule.m_match) {
-                case MatchSuffix:
-                    return u'*' + rule.m_pattern;
-                case MatchContains:
-                    return u'*' + rule.m_pattern + u'*';
-                case MatchExact:
-                    return rule.m_pattern;
-                default:
-                    return rule.m_pattern + u'*';
-            }
-        }
+    const auto found = std::ranges::find_if(
+        m_rules, [&lowerPath](const CExclusionRule& each) { return Matches(each, lowerPath); });
+    if (found != m_rules.end()) {
+        rule = Describe(*found);
+        return EReason::ExclusionRule;
     }
-    return {};
-}
-
-bool CRegExclusions::IsOtherUsersKey(const CStrW& path) const {
-    return IsOtherUser(LowerCase(path));
-}
-
-bool CRegExclusions::IsKernelPath(const CStrW& path) const {
-    return path.StartsWithNoCase(kLowerKernelRoot);
+    rule = {};
+    return IsOtherUser(lowerPath) ? EReason::OtherUser : EReason::KernelPath;
 }
 
 bool CRegExclusions::IsExcluded(const CStrW& path) const {

@@ -11,6 +11,7 @@
 #include "driver/reg_exclusion_rules.h"
 #include "foundation/reg_path_converter.h"
 #include "foundation/wide_string.h"
+#include "reporting/record_reasons.h"
 
 // One rule: a text, and how to compare it.
 struct CExclusionRule {
@@ -40,12 +41,9 @@ public:
 
     // Whether a key, given by its portable path, is excluded.
     [[nodiscard]] bool IsExcluded(const CStrW& path) const;
-    // Which rule excludes a key: the text of the first one, in the words of the record. It goes
-    // through all rules, so it is for excluded keys of a full record only.
-    [[nodiscard]] CStrW DescribeRule(const CStrW& path) const;
-    // Whether a key is excluded for its user, or for its path of the kernel, not by a rule.
-    [[nodiscard]] bool IsOtherUsersKey(const CStrW& path) const;
-    [[nodiscard]] bool IsKernelPath(const CStrW& path) const;
+    // Why a key is excluded, for the record; `rule` receives the text of the rule that acts, empty
+    // without one. It compares with all rules, so it is for excluded keys of a full record only.
+    [[nodiscard]] EReason GetReason(const CStrW& path, CStrW& rule) const;
     // Adds a rule after all others. False when there is a rule with the same text, even one that
     // compares in another way.
     bool AddRule(const CStrW& pattern, std::uint32_t match, bool flag);

@@ -10,17 +10,11 @@ namespace {
 
 // Writes the line of a captured key that the queue of items has held back.
 void RecordKey(const COrvKeyItem& key, bool isExcluded, const CStrW& path) {
-    const CRegExclusions& exclusions = CRegExclusions::Get();
     const CStrW& target = key.GetTarget();
     CStrW rule;
     SRecordLine line{.thing = EThing::Key, .reason = EReason::Created, .collection = u"CreateKeys"};
     if (isExcluded) {
-        rule = exclusions.DescribeRule(path);
-        // A key may be excluded for several reasons. A rule is named first, as the one that can be
-        // looked up.
-        line.reason = !rule.IsEmpty()                    ? EReason::ExclusionRule
-                      : exclusions.IsOtherUsersKey(path) ? EReason::OtherUser
-                                                         : EReason::KernelPath;
+        line.reason = CRegExclusions::Get().GetReason(path, rule);
         line.collection = u"";
     }
     line.target = target;

@@ -12,6 +12,16 @@ namespace {
 // Tells of files that have a place in the payload which another file, a script or the manifest has
 // too. Which of the two is there depends on their order. A place is known by its hash.
 void RecordTakenPlaces(const COrvPackage& package) {
+    // A path with a drive has a place of its own, so mostly there is nothing to compare.
+    const auto& files = package.Get<COrvCreateFilesCollection>();
+    bool hasRelative = false;
+    for (COrvItemCItr<COrvCreateFile> file(files); !hasRelative && file.Get() != nullptr;
+         file.Advance()) {
+        hasRelative = !HasUnit(file.Get()->GetContent().target, u':');
+    }
+    if (!hasRelative) {
+        return;
+    }
     std::unordered_set<std::uint64_t> places{
         HashKeyText(package.GetManifestPath().GetFileName().GetText())};
     const auto addActions = [&places](const COrvActionsCollection& actions) {
@@ -21,7 +31,6 @@ void RecordTakenPlaces(const COrvPackage& package) {
     };
     addActions(package.Get<COrvPreActionsCollection>());
     addActions(package.Get<COrvPostActionsCollection>());
-    const auto& files = package.Get<COrvCreateFilesCollection>();
     for (COrvItemCItr<COrvCreateFile> file(files); file.Get() != nullptr; file.Advance()) {
         const SOrvFile& content = file.Get()->GetContent();
         if (!places.insert(HashKeyText(content.relativeSource)).second) {

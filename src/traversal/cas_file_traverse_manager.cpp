@@ -61,6 +61,13 @@ EReason ReasonOfCopy(int status) {
                                             : EReason::CopyFailed;
 }
 
+// Whether a percent sign is left when MakePayloadName has taken those of the first name.
+bool HasInnerPercent(std::u16string_view collapsed) {
+    const std::u16string_view first = collapsed.substr(0, collapsed.find(u'\\'));
+    return collapsed.find(u'%', first.size()) != std::u16string_view::npos ||
+           (first.size() > 2 && HasUnit(first.substr(1, first.size() - 2), u'%'));
+}
+
 void LogFailedCopy(const char16_t* source, int status, EReason reason) {
     // The log has no message for a file that was copied while it changed.
     const bool isLogged = reason != EReason::FileChanged;
@@ -286,33 +293,32 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
         return true;
     }
     const CFilePathW target = MapToTarget(path);
-    bool isNew = false;
-    const char16_t* collection = u"";
-    if (deleted && shortcut) {
-        collection = u"DeleteShortcuts";
-        isNew =
-            m_package.Get<COrvDeleteShortcutsCollection>().AddItem(target.ToString()) != nullptr;
-    } else if (deleted) {
-        collection = u"DeleteFiles";
-        isNew = m_package.Get<COrvDeleteFilesCollection>().AddItem(target.ToString()) != nullptr;
-    } else if (shortcut) {
-        collection = u"CreateShortcuts";
-        isNew = AddShortcut(path, name, target.ToString());
-    } else {
-        collection = u"CreateFiles";
-        isNew = AddFile(path, name, target);
-    }
-    // An earlier item has the place. Every level of the record tells of that.
-    if (!isNew && !deleted) {
-        RecordFile(name, target.ToString(),
-                   {shortcut ? EThing::Shortcut : EThing::File, EReason::PlaceTaken, collection});
-    } else if (CRecord::IsFull()) {
-        RecordFile(name, target.ToString(),
-                   {shortcut ? EThing::Shortcut : EThing::File,
-                    deleted ? (isNew ? EReason::Deleted : EReason::SameItem) : EReason::Created,
-                    collection});
+    const SBecame became = AddItem(path, name, target, shortcut, deleted);
+    // Every level of the record tells of a place that an earlier item has.
+    if (CRecord::IsFull() || became.reason == EReason::PlaceTaken) {
+        RecordFile(name, target.ToString(), became);
     }
     return true;
+}
+
+CCasFileTraverseManager::SBecame CCasFileTraverseManager::AddItem(const CFilePathW& path,
+                                                                  const CStrW& name,
+                                                                  const CFilePathW& target,
+                                                                  bool shortcut, bool deleted) {
+    SBecame became{shortcut ? EThing::Shortcut : EThing::File, EReason::Created,
+                   shortcut ? u"CreateShortcuts" : u"CreateFiles"};
+    if (deleted) {
+        const CStrW text = target.ToString();
+        const bool isNew =
+            shortcut ? m_package.Get<COrvDeleteShortcutsCollection>().AddItem(text) != nullptr
+                     : m_package.Get<COrvDeleteFilesCollection>().AddItem(text) != nullptr;
+        became.reason = isNew ? EReason::Deleted : EReason::SameItem;
+        became.collection = shortcut ? u"DeleteShortcuts" : u"DeleteFiles";
+    } else if (!(shortcut ? AddShortcut(path, name, target.ToString())
+                          : AddFile(path, name, target))) {
+        became.reason = EReason::PlaceTaken;
+    }
+    return became;
 }
 
 bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
@@ -324,7 +330,7 @@ bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
         m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative);
     const bool isNew = added != nullptr;
     // The item expands what looks like a token, but the payload keeps its name.
-    if (isNew && CRecord::IsOn() && HasUnit(collapsed, u'%') &&
+    if (isNew && CRecord::IsOn() && HasInnerPercent(collapsed) &&
         added->GetContent().relativeSource != relative.ToString()) {
         GetRecord().Add({.thing = EThing::File,
                          .reason = EReason::TokenInName,

@@ -61,6 +61,9 @@ private:
     // The path on the captured machine of an entry of the capture.
     [[nodiscard]] CFilePathW MapToTarget(const CFilePathW& path) const;
     // Adds the item of a file and copies the file. `name` is `path` as text.
+    // Adds the item of a file, which may be a shortcut and may be deleted, and copies the file.
+    SBecame AddItem(const CFilePathW& path, const CStrW& name, const CFilePathW& target,
+                    bool shortcut, bool deleted);
     // Both tell whether the item is new.
     bool AddFile(const CFilePathW& path, const CStrW& name, const CFilePathW& target);
     bool AddShortcut(const CFilePathW& path, const CStrW& name, const CStrW& target);

@@ -1,16 +1,19 @@
 #include "traversal/file_traverse.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "platform/status.h"
 
 // Enumerates the entries of the pending folders, folder by folder. The caller adds the subfolders
 // that it finds to the pending ones. `onUnread` is called for a folder whose listing fails.
-template <class TOnUnread>
 class CFileTraverse::CEntries {
 public:
-    CEntries(std::deque<CFilePathW>& pending, const CFilePathSegmentW& pattern, TOnUnread onUnread)
+    using OnUnreadFolder = std::function<void(const CFilePathW& folder, int status)>;
+
+    CEntries(std::deque<CFilePathW>& pending, const CFilePathSegmentW& pattern,
+             OnUnreadFolder onUnread)
         : m_pending(pending), m_pattern(pattern), m_onUnread(std::move(onUnread)) {}
 
     // Goes to the next entry; false when no folder is left.
@@ -45,7 +48,7 @@ public:
 private:
     bool IsFound(int status) {
         // A folder without entries that match is no failure.
-        if (status != ERROR_SUCCESS && status != ERROR_NO_MORE_FILES &&
+        if (m_onUnread && status != ERROR_SUCCESS && status != ERROR_NO_MORE_FILES &&
             status != ERROR_FILE_NOT_FOUND) {
             m_onUnread(m_folder, status);
         }
@@ -54,7 +57,7 @@ private:
 
     std::deque<CFilePathW>& m_pending;
     const CFilePathSegmentW& m_pattern;
-    TOnUnread m_onUnread;
+    OnUnreadFolder m_onUnread;
     CFilePathW m_folder;
     platform::CFindHandle m_search;
 };
@@ -107,7 +110,7 @@ void CFileTraverse::Run() {
 std::uint32_t CFileTraverse::CountEntries() const {
     std::deque<CFilePathW> pending = m_pending;
     // Tells nothing of folders that cannot be listed, because the walk itself will.
-    CEntries entries(pending, m_pattern, [](const CFilePathW&, int) {});
+    CEntries entries(pending, m_pattern, nullptr);
     platform::SFindData data;
     std::uint32_t count = 0;
     while (entries.Next(data)) {

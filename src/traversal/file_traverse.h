@@ -47,7 +47,6 @@ protected:
     [[nodiscard]] std::uint32_t CountEntries() const;
 
 private:
-    template <class TOnUnread>
     class CEntries;
 
     std::deque<CFilePathW> m_pending;
