@@ -9,9 +9,9 @@ using enum EWeight;
 
 // By EThing. The names are words of the record's format, and its readers compare them.
 constexpr std::string_view kThings[] = {
-    "conversion", "profile", "element",  "target",   "rules",    "folder",
-    "file",       "mark",    "shortcut", "hive",     "key",      "value",
-    "variable",   "service", "script",   "assembly", "manifest", "stage",
+    "profile", "element",  "target",   "rules",    "folder", "file",
+    "mark",    "shortcut", "hive",     "key",      "value",  "variable",
+    "service", "script",   "assembly", "manifest", "stage",
 };
 static_assert(std::size(kThings) == static_cast<std::size_t>(EThing::Stage) + 1);
 

@@ -7,7 +7,6 @@
 
 // What a line of the record tells of.
 enum class EThing : std::uint8_t {
-    Conversion,
     Profile,
     Element,  // of the profile
     Target,
