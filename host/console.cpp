@@ -29,6 +29,10 @@ std::string Printable(std::u16string_view text) {
     return platform::Utf16ToUtf8(shown);
 }
 
+std::string Count(std::uint64_t count, const std::string& what) {
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
 std::string Quote(const std::filesystem::path& path) {
     return "'" + Printable(platform::PathText(path)) + "'";
 }

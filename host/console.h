@@ -12,6 +12,9 @@ namespace host {
 // Converts a text to UTF-8 that has no effect on a terminal: control characters become U+FFFD.
 [[nodiscard]] std::string Printable(std::u16string_view text);
 
+// "1 file", "2 files".
+[[nodiscard]] std::string Count(std::uint64_t count, const std::string& what);
+
 // A path in single quotes, as Printable.
 [[nodiscard]] std::string Quote(const std::filesystem::path& path);
 

@@ -28,10 +28,6 @@ namespace {
 constexpr std::u16string_view kLogName = u"log.html";
 constexpr std::u16string_view kRecordName = u"record.jsonl";
 
-std::string Count(std::size_t count, const std::string& what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
 std::string CountLosses(std::uint64_t count) {
     return std::to_string(count) + (count == 1 ? " loss" : " losses");
 }
@@ -284,9 +280,10 @@ void CConversion::TellCause() {
 
 // Of each target's folder, while it is hidden.
 void CConversion::WriteSums() {
-    for (const std::u16string& guid : m_hasFailed || !m_command.hasSums
-                                          ? std::set<std::u16string>()
-                                          : std::set(m_converted.begin(), m_converted.end())) {
+    if (m_hasFailed || !m_command.hasSums) {
+        return;
+    }
+    for (const auto& [guid, manifest] : m_manifests) {
         const std::string problem = WriteCheckSums(m_output.GetHiddenManifest(guid).parent_path());
         if (!problem.empty()) {
             Fail("target " + Printable(guid) + ": " + problem);

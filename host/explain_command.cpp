@@ -51,6 +51,9 @@ public:
     }
     // Prints the entry for which Matches was called last.
     void Print(const SRecordEntry& entry) {
+        if (!m_isWritten) {
+            return;
+        }
         if (entry.in != m_target) {
             // Lines ahead of the first target have no title, because `m_target` starts with 0.
             m_text += entry.in == 0 ? "Outside of targets:\n"
@@ -58,7 +61,7 @@ public:
             m_target = entry.in;
         }
         m_text += DescribeEntry(entry, m_localName);
-        if (m_text.size() >= kBatch && m_isWritten) {
+        if (m_text.size() >= kBatch) {
             Flush();
         }
     }

@@ -1,6 +1,7 @@
 #include "host/losses.h"
 
 #include "host/console.h"
+#include "host/record_pattern.h"
 #include "host/record_summary.h"
 #include "host/status_text.h"
 #include "host/system.h"
@@ -11,23 +12,6 @@
 namespace host {
 
 namespace {
-
-bool IsOfRegistry(const SRecordEntry& entry) {
-    return entry.thing == "key" || entry.thing == "value" || entry.thing == "variable";
-}
-
-// The path on this system of a file of the capture, or the path of a key or value. Empty when a
-// line names no place.
-std::u16string PathOf(const SRecordEntry& entry) {
-    if (IsOfRegistry(entry)) {
-        return entry.name.empty() ? entry.source : entry.source + u'\\' + entry.name;
-    }
-    // The source of a service is its name.
-    const bool isName = entry.source.empty() || entry.thing == "service";
-    const std::filesystem::path path =
-        isName ? std::filesystem::path() : platform::LocalPath(entry.source);
-    return path.empty() ? entry.source : platform::PathText(path);
-}
 
 // What a line tells of, for people.
 std::string SubjectOf(const SRecordEntry& entry, const std::u16string& path) {
@@ -82,7 +66,10 @@ void CLosses::Take(const SRecordEntry& entry, const std::filesystem::path& profi
     if (entry.log != 0) {
         m_logEntries.insert(entry.log);
     }
-    std::u16string path = PathOf(entry);
+    std::u16string path = m_localNames.Find(entry);
+    if (path.empty()) {
+        path = entry.name.empty() ? entry.source : entry.source + u'\\' + entry.name;
+    }
     std::string subject = SubjectOf(entry, path);
     if (entry.source.empty() && entry.collection.empty()) {
         path = platform::PathText(profile);

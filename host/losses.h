@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "host/record_pattern.h"
 #include "host/record_reader.h"
 
 namespace host {
@@ -51,6 +52,7 @@ private:
     };
 
     SRecordHead m_head;
+    CLocalNames m_localNames;
     std::vector<SLoss> m_losses;
     std::set<std::uint64_t> m_logEntries;
     std::map<std::uint64_t, Counts> m_leftOut;

@@ -23,10 +23,6 @@ constexpr std::size_t kShownRules = 10;
 // Words of the record itself, which may be anything.
 std::string Word(const std::string& word) { return Printable(platform::Utf8ToUtf16(word)); }
 
-std::string Count(std::uint64_t count, const std::string& what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
 // What a rule of the record says, in words: "HKLM\HARDWARE (the key and all below it, ...)".
 std::string DescribeRule(std::u16string_view rule) {
     const bool isOpenBefore = rule.starts_with(u'*');

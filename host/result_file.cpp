@@ -94,9 +94,12 @@ std::error_code CResultFile::Rename() {
         m_userPath = FullPath(m_userPath);
     }
     const std::filesystem::file_status former = std::filesystem::status(m_userPath, error);
-    if (std::filesystem::is_regular_file(former)) {
-        std::filesystem::permissions(m_temporary, former.permissions(), error);
-    }
+    const auto keepPermissions = [&former, &error](const std::filesystem::path& file) {
+        if (std::filesystem::is_regular_file(former)) {
+            std::filesystem::permissions(file, former.permissions(), error);
+        }
+    };
+    keepPermissions(m_temporary);
     std::filesystem::rename(m_temporary, m_userPath, error);
     // The user's file is on another file system. A copy beside it then takes its place in one step.
     if (error == std::errc::cross_device_link) {
@@ -104,6 +107,7 @@ std::error_code CResultFile::Rename() {
         std::ofstream copy(beside, std::ios::binary | std::ios::trunc);
         error = CopyTo(copy);
         if (!error) {
+            keepPermissions(beside);
             std::filesystem::rename(beside, m_userPath, error);
         }
         if (error) {

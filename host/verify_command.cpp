@@ -58,10 +58,6 @@ bool IsManifest(const SFoundFile& file) {
     return bytes == wanted;
 }
 
-std::string Count(std::size_t count, const std::string& what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
 // One run of the command.
 class CVerification {
 public:

@@ -118,7 +118,7 @@ std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate) 
 }
 
 bool RemoveTree(const std::filesystem::path& folder) {
-    // A folder comes before its content, so the loop below removes in reverse order.
+    // A folder comes before its content.
     std::vector<SEntry> entries = {{Deep(folder), AttributesOf(Deep(folder))}};
     for (std::size_t i = 0; i < entries.size(); ++i) {
         // A link is removed itself; what it leads to is not looked at.
