@@ -9,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "foundation/hex.h"
 #include "host/console.h"
 #include "platform/crypto.h"
 #include "platform/local_paths.h"
@@ -24,14 +25,11 @@ namespace {
 constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
 constexpr std::size_t kDigits = 2 * std::tuple_size_v<platform::Sha256>;
 
-std::string HexText(const platform::Sha256& hash) {
-    constexpr char kHex[] = "0123456789abcdef";
-    std::string text;
-    for (const std::byte byte : hash) {
-        text += kHex[std::to_integer<unsigned>(byte) >> 4];
-        text += kHex[std::to_integer<unsigned>(byte) & 0xF];
+// In small letters, as sha256sum writes digits. Other programs write capital ones.
+void LowerDigits(std::string& digits) {
+    for (char& digit : digits) {
+        digit = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
     }
-    return text;
 }
 
 // The check sum of a file; none when it cannot be read, and then `problem` says why.
@@ -52,7 +50,9 @@ std::optional<std::string> Sum(const fs::path& file, std::string& problem) {
         problem = std::string("the file cannot be read: ") + std::strerror(errno);
         return std::nullopt;
     }
-    return HexText(hash);
+    std::string digits = platform::Utf16ToUtf8(BytesToHex(hash.data(), hash.size()));
+    LowerDigits(digits);
+    return digits;
 }
 
 // sha256sum escapes what would end or spoil a line, and says so by a backslash in front of it.
@@ -109,10 +109,7 @@ std::optional<SLine> ParseLine(std::string line) {
         return std::nullopt;
     }
     SLine result{line.substr(0, kDigits), line.substr(kDigits + 2)};
-    // Other programs write capital digits.
-    for (char& digit : result.sum) {
-        digit = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
-    }
+    LowerDigits(result.sum);
     if (result.sum.find_first_not_of("0123456789abcdef") != std::string::npos) {
         return std::nullopt;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "foundation/xml_escape.h"
 #include "host/console.h"
 #include "host/manifest_schema.h"
 #include "host/status_text.h"
@@ -44,35 +45,18 @@ const char* Describe(EForm form) {
     }
 }
 
-// Takes the first unit, which may be escaped, from a relative path in good form, and returns it.
-char16_t TakeUnit(std::u16string_view& path) {
-    constexpr std::u16string_view kSid = u"%SID%";
-    constexpr std::u16string_view kHex = u"0123456789abcdef";
-    // A bar escapes the unit after it, "~~" is a tilde, and "~" with four digits is any unit.
-    // HasForm has already made sure that each escape is whole.
-    char16_t unit = path[0];
-    std::size_t size = 1;
-    if (path.starts_with(kSid)) {
-        unit = kSidMark;
-        size = kSid.size();
-    } else if (unit == u'|' || path.starts_with(u"~~")) {
-        unit = path[1];
-        size = 2;
-    } else if (unit == u'~') {
-        unit = 0;
-        for (const char16_t digit : path.substr(1, 4)) {
-            unit = static_cast<char16_t>(std::size_t{unit} * 16 + kHex.find(digit));
-        }
-        size = 5;
-    }
-    path.remove_prefix(size);
-    return unit;
-}
-
+// The file that a relative path in good form names.
 std::u16string DecodeRelativePath(std::u16string_view path) {
+    constexpr std::u16string_view kSid = u"%SID%";
+    CStrW text(path);
+    UnescapeXmlText(text);
     std::u16string file;
-    while (!path.empty()) {
-        file += TakeUnit(path);
+    for (std::u16string_view rest = text; !rest.empty();) {
+        const bool isSid = rest.starts_with(kSid);
+        // A bar escapes the unit after it. HasForm has already made sure that there is one.
+        rest.remove_prefix(rest.starts_with(u'|') ? 1 : 0);
+        file += isSid ? kSidMark : rest.front();
+        rest.remove_prefix(isSid ? kSid.size() : 1);
     }
     return file;
 }
