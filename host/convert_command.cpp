@@ -195,8 +195,10 @@ bool CConversion::CheckTargets() {
 bool CConversion::Prepare() {
     SOutputRequest request{
         m_pattern, platform::LocalPath(m_command.profile), {}, {}, m_command.mayReplace};
-    if (!m_command.log.empty()) {
-        request.log = platform::LocalPath(m_command.log);
+    for (const std::string& file : {m_command.log, m_command.record}) {
+        if (!file.empty()) {
+            request.files.push_back(platform::LocalPath(file));
+        }
     }
     for (const STarget& target : m_targets) {
         request.guids.push_back(target.guid);

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "host/console.h"
+#include "host/path_rules.h"
 #include "host/status_text.h"
 #include "platform/local_paths.h"
 #include "platform/text.h"
@@ -95,9 +96,6 @@ bool COutputFolder::CheckPlaces(const SOutputRequest& request) const {
     const std::u16string folder = FullText(m_folder);
     const std::u16string_view inPackage = NameBelow(package, folder);
     const std::u16string_view inFolder = NameBelow(folder, package);
-    const std::u16string log =
-        request.log.empty() ? std::u16string() : FullText(FullPath(request.log).parent_path());
-    const std::u16string_view logInFolder = NameBelow(folder, log);
     for (const std::u16string& guid : request.guids) {
         // A target's folder in a package is named by its GUID without braces, and its version.
         const std::u16string captured = Fold(guid.substr(1, guid.size() - 2)) + u'_';
@@ -111,10 +109,13 @@ bool COutputFolder::CheckPlaces(const SOutputRequest& request) const {
                      " would be; name another place than " + Quote(m_folder));
             return false;
         }
-        if (logInFolder == Fold(guid)) {
-            Complain("the log would be in the folder of target " + Printable(guid) +
-                     "; name another place for " + Quote(request.log));
-            return false;
+        for (const std::filesystem::path& file : request.files) {
+            const std::u16string place = FullText(FullPath(file).parent_path());
+            if (NameBelow(folder, place) == Fold(guid)) {
+                Complain("the file " + Quote(file) + " would be in the folder of target " +
+                         Printable(guid) + "; name another place");
+                return false;
+            }
         }
     }
     return true;
@@ -198,8 +199,10 @@ bool COutputFolder::MakeHidden() {
 void COutputFolder::RemoveLeftovers() const {
     // A set, because a hidden folder and its lock file give the same name.
     std::set<std::filesystem::path> hidden;
-    for (const std::filesystem::path& entry : ListFolder(m_folder)) {
-        const std::u16string name = HiddenName(entry);
+    std::vector<SFolderEntry> entries;
+    static_cast<void>(ListFolder(m_folder, entries));  // what is not found is left for later
+    for (const SFolderEntry& entry : entries) {
+        const std::u16string name = HiddenName(entry.name);
         if (!name.empty()) {
             hidden.insert(m_folder / name);
         }
@@ -228,13 +231,15 @@ bool COutputFolder::RemoveLeftover(const std::filesystem::path& hidden) const {
 // Moves what has been taken from the folder back, unless a new one is in its place.
 bool COutputFolder::PutBack(const std::filesystem::path& hidden) const {
     const Entries present = ListEntries();
-    // It starts as whether the list is whole. Otherwise something that is not listed would be
-    // removed with the rest.
-    bool isBack = false;
-    for (const std::filesystem::path& kept : ListFolder(hidden / kKeptFolder, &isBack)) {
-        const std::filesystem::path place = m_folder / kept.filename();
+    const std::filesystem::path folder = hidden / kKeptFolder;
+    std::vector<SFolderEntry> entries;
+    // Something that is not listed would be removed with the rest.
+    bool isBack = !Exists(folder) || !ListFolder(folder, entries);
+    for (const SFolderEntry& entry : entries) {
+        const std::filesystem::path kept = folder / entry.name;
+        const std::filesystem::path place = m_folder / entry.name;
         std::error_code error;
-        if (present.count(Fold(platform::PathText(kept.filename()))) == 0) {
+        if (present.count(Fold(platform::PathText(entry.name))) == 0) {
             error = MoveFolder(kept, place);
         }
         if (error) {
@@ -247,9 +252,11 @@ bool COutputFolder::PutBack(const std::filesystem::path& hidden) const {
 }
 
 COutputFolder::Entries COutputFolder::ListEntries() const {
+    std::vector<SFolderEntry> listed;
+    static_cast<void>(ListFolder(m_folder, listed));  // what is in the way shows when it is moved
     Entries entries;
-    for (const std::filesystem::path& entry : ListFolder(m_folder)) {
-        entries.emplace(Fold(platform::PathText(entry.filename())), entry);
+    for (const SFolderEntry& entry : listed) {
+        entries.emplace(Fold(platform::PathText(entry.name)), m_folder / entry.name);
     }
     return entries;
 }

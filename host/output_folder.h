@@ -15,11 +15,11 @@ namespace host {
 
 // What a conversion is asked to write.
 struct SOutputRequest {
-    std::u16string pattern;             // FOLDER\NAME, as the library takes it
-    std::filesystem::path profile;      // of the package
-    std::filesystem::path log;          // empty without
-    std::vector<std::u16string> guids;  // of its targets, in braces
-    bool mayReplace = false;            // whether a target's folder may exist
+    std::u16string pattern;                    // FOLDER\NAME, as the library takes it
+    std::filesystem::path profile;             // of the package
+    std::vector<std::filesystem::path> files;  // the log and the record, as far as there are some
+    std::vector<std::u16string> guids;         // of its targets, in braces
+    bool mayReplace = false;                   // whether a target's folder may exist
 };
 
 // The folder of the output. While a conversion runs, all that it writes is in a hidden folder

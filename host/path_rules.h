@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace host {
@@ -19,9 +20,9 @@ struct SFolderEntry {
 // A text that two paths share when they lead to the same file and name its folder alike.
 [[nodiscard]] std::u16string PathKey(const std::filesystem::path& path);
 
-// Gives what is in a folder, in any order; what was found before a failure too. Returns what went
-// wrong; empty when nothing did.
-[[nodiscard]] std::string ListFolder(const std::filesystem::path& folder,
-                                     std::vector<SFolderEntry>& entries);
+// Gives what is in a folder, in any order; what was found before a failure too. An empty root of a
+// drive is no failure.
+[[nodiscard]] std::error_code ListFolder(const std::filesystem::path& folder,
+                                         std::vector<SFolderEntry>& entries);
 
 }  // namespace host

@@ -24,11 +24,6 @@ namespace host {
 // Whether there is something of that name.
 [[nodiscard]] bool Exists(const std::filesystem::path& path);
 
-// The full paths of what is in a folder, as far as it can be listed. `isWhole`, if it is not null,
-// becomes whether this is all; so it does when there is no such folder.
-[[nodiscard]] std::vector<std::filesystem::path> ListFolder(const std::filesystem::path& folder,
-                                                            bool* isWhole = nullptr);
-
 // Makes a folder, whose parent must exist. A name that is taken is an error. On POSIX only this
 // user can enter a private one. On Windows it has the rights of its parent and does not show,
 // because what is moved out of it later keeps the rights it has got there.

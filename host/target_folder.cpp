@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/path_rules.h"
+#include "host/status_text.h"
 #include "platform/local_paths.h"
 
 namespace host {
@@ -27,7 +28,7 @@ std::vector<SFoundFile> ListFiles(const fs::path& folder, const TellProblem& tel
         const SFolder next = std::move(open.back());
         open.pop_back();
         std::vector<SFolderEntry> entries;
-        const std::string problem = ListFolder(next.path, entries);
+        const std::error_code error = ListFolder(next.path, entries);
         // What was listed before a failure counts too.
         for (const SFolderEntry& entry : entries) {
             const std::string name = next.name + platform::PathBytes(entry.name);
@@ -37,8 +38,8 @@ std::vector<SFoundFile> ListFiles(const fs::path& folder, const TellProblem& tel
                 files.push_back({next.path / entry.name, name, entry.isRegular});
             }
         }
-        if (!problem.empty()) {
-            tell(next.path, "the folder cannot be listed: " + problem);
+        if (error) {
+            tell(next.path, "the folder cannot be listed: " + DescribeError(error));
         }
     }
     // Systems list folders in any order. Sorted by bytes, the same files give the same result

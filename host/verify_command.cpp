@@ -14,6 +14,7 @@
 #include "host/manifest_check.h"
 #include "host/path_rules.h"
 #include "host/payload_check.h"
+#include "host/status_text.h"
 #include "host/system.h"
 #include "host/target_folder.h"
 #include "platform/local_paths.h"
@@ -139,7 +140,7 @@ bool CVerification::VerifyIfTarget(const fs::path& folder) {
     std::vector<SFolderEntry> entries;
     const bool isTarget =
         IsGuidName(platform::PathBytes(folder.filename())) ||
-        (ListFolder(folder, entries).empty() &&
+        (!ListFolder(folder, entries) &&
          std::any_of(entries.begin(), entries.end(), [&](const SFolderEntry& entry) {
              return IsManifest(
                  {DeepPath(folder) / entry.name, platform::PathBytes(entry.name), entry.isRegular});
@@ -152,7 +153,7 @@ bool CVerification::VerifyIfTarget(const fs::path& folder) {
 
 void CVerification::VerifyOutput(const fs::path& folder) {
     std::vector<SFolderEntry> entries;
-    const std::string problem = ListFolder(folder, entries);
+    const std::error_code error = ListFolder(folder, entries);
     // Systems list a folder in any order.
     std::sort(entries.begin(), entries.end(),
               [](const auto& left, const auto& right) { return left.name < right.name; });
@@ -160,8 +161,8 @@ void CVerification::VerifyOutput(const fs::path& folder) {
     for (const SFolderEntry& entry : entries) {
         hasTarget |= entry.isFolder && VerifyIfTarget(folder / entry.name);
     }
-    if (!problem.empty()) {
-        Tell(folder, "the folder cannot be listed: " + problem);
+    if (error) {
+        Tell(folder, "the folder cannot be listed: " + DescribeError(error));
     } else if (!hasTarget) {
         Tell(folder, "there is no manifest here, nor in a folder of a target");
     }

@@ -1,7 +1,5 @@
 #include "host/path_rules.h"
 
-#include <system_error>
-
 #include "platform/local_paths.h"
 
 namespace host {
@@ -11,7 +9,8 @@ std::filesystem::path DeepPath(const std::filesystem::path& path) { return path;
 // Letter case counts here, and no path has a prefix to take off.
 std::u16string PathKey(const std::filesystem::path& path) { return platform::PathText(path); }
 
-std::string ListFolder(const std::filesystem::path& folder, std::vector<SFolderEntry>& entries) {
+std::error_code ListFolder(const std::filesystem::path& folder,
+                           std::vector<SFolderEntry>& entries) {
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
@@ -20,7 +19,7 @@ std::string ListFolder(const std::filesystem::path& folder, std::vector<SFolderE
         entries.push_back({entry->path().filename(), std::filesystem::is_directory(status),
                            std::filesystem::is_regular_file(status)});
     }
-    return error ? error.message() : "";
+    return error;
 }
 
 }  // namespace host

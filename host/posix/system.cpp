@@ -84,20 +84,6 @@ bool Exists(const std::filesystem::path& path) {
     return lstat(path.c_str(), &info) == 0;
 }
 
-std::vector<std::filesystem::path> ListFolder(const std::filesystem::path& folder, bool* isWhole) {
-    std::vector<std::filesystem::path> entries;
-    std::error_code error;
-    std::filesystem::directory_iterator entry(folder, error);
-    // An error while reading ends it, too.
-    for (; entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        entries.push_back(entry->path());
-    }
-    if (isWhole != nullptr) {
-        *isWhole = !error || error == std::errc::no_such_file_or_directory;
-    }
-    return entries;
-}
-
 std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate) {
     const mode_t rights = isPrivate ? S_IRWXU : S_IRWXU | S_IRWXG | S_IRWXO;
     return mkdir(folder.c_str(), rights) == 0 ? std::error_code() : LastError();

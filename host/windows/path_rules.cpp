@@ -1,6 +1,5 @@
 #include "host/path_rules.h"
 
-#include "host/status_text.h"
 #include "platform/local_paths.h"
 #include "platform/status.h"
 #include "platform/text.h"
@@ -12,13 +11,21 @@ namespace {
 
 constexpr std::u16string_view kPrefix = uR"(\\?\)";
 
+// None for `end`, which is how a search that finds no more ends.
+std::error_code ErrorOf(DWORD status, int end) {
+    const auto number = static_cast<int>(status);
+    return number == end ? std::error_code() : std::error_code(number, std::system_category());
+}
+
 }  // namespace
 
-// Windows takes a path with the prefix as it is, and at any length.
+// Windows takes a full path with the prefix as it is, and at any length.
 std::filesystem::path DeepPath(const std::filesystem::path& path) {
-    const std::u16string text = platform::PathText(path);
-    const bool hasDrive = text.size() > 2 && text[1] == u':' && text[2] == u'\\';
-    return hasDrive ? std::filesystem::path(std::u16string(kPrefix) + text) : path;
+    const std::wstring& text = path.native();
+    if (text.starts_with(LR"(\\?\)") || !path.is_absolute()) {
+        return path;
+    }
+    return text.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + text.substr(1) : LR"(\\?\)" + text;
 }
 
 // Without the prefix, and without case, which does not tell files apart.
@@ -32,12 +39,12 @@ std::u16string PathKey(const std::filesystem::path& path) {
 }
 
 // By the system's own search: that of the C run-time ends where paths become long.
-std::string ListFolder(const std::filesystem::path& folder, std::vector<SFolderEntry>& entries) {
+std::error_code ListFolder(const std::filesystem::path& folder,
+                           std::vector<SFolderEntry>& entries) {
     WIN32_FIND_DATAW found;
     HANDLE search = FindFirstFileW((DeepPath(folder) / L"*").c_str(), &found);
-    const DWORD failure = GetLastError();
     if (search == INVALID_HANDLE_VALUE) {
-        return failure == ERROR_FILE_NOT_FOUND ? "" : DescribeStatus(failure);  // an empty root
+        return ErrorOf(::GetLastError(), ERROR_FILE_NOT_FOUND);
     }
     do {
         const std::wstring_view name = found.cFileName;
@@ -47,9 +54,10 @@ std::string ListFolder(const std::filesystem::path& folder, std::vector<SFolderE
             entries.push_back({name, isFolder && !isLink, !isFolder && !isLink});
         }
     } while (FindNextFileW(search, &found) != FALSE);
-    const DWORD end = GetLastError();
+    // Before the search is closed, which may set another error.
+    const std::error_code error = ErrorOf(::GetLastError(), ERROR_NO_MORE_FILES);
     FindClose(search);
-    return end == ERROR_NO_MORE_FILES ? "" : DescribeStatus(end);
+    return error;
 }
 
 }  // namespace host

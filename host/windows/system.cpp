@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/path_rules.h"
 #include "platform/utf8.h"
 #include "platform/win.h"
 // This needs windows.h before it.
@@ -39,44 +40,9 @@ BOOL WINAPI OnEnd(DWORD kind) {
     return TRUE;
 }
 
-// With the prefix by which Windows takes paths of any length.
-std::filesystem::path Deep(const std::filesystem::path& path) {
-    const std::wstring& text = path.native();
-    if (text.starts_with(LR"(\\?\)")) {
-        return path;
-    }
-    return text.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + text.substr(1) : LR"(\\?\)" + text;
-}
-
 constexpr DWORD kNothing = INVALID_FILE_ATTRIBUTES;
 
 DWORD AttributesOf(const std::filesystem::path& deep) { return GetFileAttributesW(deep.c_str()); }
-
-struct SEntry {
-    std::filesystem::path path;
-    DWORD attributes;
-};
-
-// The error that ends the list is the thread's last error.
-std::vector<SEntry> ListEntries(const std::filesystem::path& deepFolder) {
-    std::vector<SEntry> entries;
-    WIN32_FIND_DATAW found;
-    HANDLE search = FindFirstFileW((deepFolder / L"*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) {
-        return entries;
-    }
-    do {
-        const std::wstring_view name = found.cFileName;
-        if (name != L"." && name != L"..") {
-            entries.push_back({deepFolder / name, found.dwFileAttributes});
-        }
-    } while (FindNextFileW(search, &found) != FALSE);
-    // Kept, because closing the search may set another error.
-    const DWORD end = ::GetLastError();
-    FindClose(search);
-    SetLastError(end);
-    return entries;
-}
 
 HANDLE Stderr() { return GetStdHandle(STD_ERROR_HANDLE); }
 
@@ -89,25 +55,10 @@ bool SetVariable(const char* name, const std::string& value) {
                                    platform::ToWide(platform::Utf8ToUtf16(value).c_str())) != FALSE;
 }
 
-bool Exists(const std::filesystem::path& path) { return AttributesOf(Deep(path)) != kNothing; }
-
-std::vector<std::filesystem::path> ListFolder(const std::filesystem::path& folder, bool* isWhole) {
-    const std::vector<SEntry> found = ListEntries(Deep(folder));
-    const auto end = static_cast<int>(::GetLastError());
-    if (isWhole != nullptr) {
-        // The search of an empty root of a drive finds no file, not even the entry ".".
-        *isWhole = end == ERROR_NO_MORE_FILES || end == ERROR_FILE_NOT_FOUND ||
-                   end == ERROR_PATH_NOT_FOUND;
-    }
-    std::vector<std::filesystem::path> entries;
-    for (const SEntry& entry : found) {
-        entries.push_back(folder / entry.path.filename());
-    }
-    return entries;
-}
+bool Exists(const std::filesystem::path& path) { return AttributesOf(DeepPath(path)) != kNothing; }
 
 std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate) {
-    const std::filesystem::path deep = Deep(folder);
+    const std::filesystem::path deep = DeepPath(folder);
     if (CreateDirectoryW(deep.c_str(), nullptr) == FALSE) {
         return LastError();
     }
@@ -119,27 +70,33 @@ std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate) 
 
 bool RemoveTree(const std::filesystem::path& folder) {
     // A folder comes before its content.
-    std::vector<SEntry> entries = {{Deep(folder), AttributesOf(Deep(folder))}};
-    for (std::size_t i = 0; i < entries.size(); ++i) {
+    std::vector<std::filesystem::path> paths = {DeepPath(folder)};
+    std::vector<SFolderEntry> entries;
+    for (std::size_t i = 0; i < paths.size(); ++i) {
         // A link is removed itself; what it leads to is not looked at.
         constexpr DWORD kLinkOrFolder = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-        const SEntry entry = entries[i];
-        if (entry.attributes != kNothing &&
-            (entry.attributes & kLinkOrFolder) == FILE_ATTRIBUTE_DIRECTORY) {
-            const std::vector<SEntry> inside = ListEntries(entry.path);
-            entries.insert(entries.end(), inside.begin(), inside.end());
+        const DWORD attributes = AttributesOf(paths[i]);
+        if (attributes == kNothing || (attributes & kLinkOrFolder) != FILE_ATTRIBUTE_DIRECTORY) {
+            continue;
+        }
+        entries.clear();
+        static_cast<void>(ListFolder(paths[i], entries));  // what stays shows in the end
+        const std::filesystem::path parent = paths[i];
+        for (const SFolderEntry& entry : entries) {
+            paths.push_back(parent / entry.name);
         }
     }
     // Backwards, so that each folder is empty when its turn comes.
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+    for (auto path = paths.rbegin(); path != paths.rend(); ++path) {
+        const DWORD attributes = AttributesOf(*path);
         // Windows does not delete what is read-only.
-        if ((entry->attributes & FILE_ATTRIBUTE_READONLY) != 0) {
-            SetFileAttributesW(entry->path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        if (attributes != kNothing && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+            SetFileAttributesW(path->c_str(), FILE_ATTRIBUTE_NORMAL);
         }
-        if ((entry->attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-            RemoveDirectoryW(entry->path.c_str());
+        if (attributes != kNothing && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+            RemoveDirectoryW(path->c_str());
         } else {
-            DeleteFileW(entry->path.c_str());
+            DeleteFileW(path->c_str());
         }
     }
     return !Exists(folder);
@@ -149,7 +106,8 @@ std::error_code MoveFolder(const std::filesystem::path& from, const std::filesys
     // A scanner may have a new file open for a moment, and no folder above an open file can move.
     constexpr int kMaxTries = 20;
     constexpr DWORD kPause = 100;  // milliseconds
-    for (int tries = 1; MoveFileExW(Deep(from).c_str(), Deep(to).c_str(), 0) == FALSE; ++tries) {
+    for (int tries = 1; MoveFileExW(DeepPath(from).c_str(), DeepPath(to).c_str(), 0) == FALSE;
+         ++tries) {
         const std::error_code error = LastError();
         // A place that is taken can give the same error. Then there is nothing to wait for.
         const bool isOpen =
@@ -170,7 +128,7 @@ bool ExchangeFolders(const std::filesystem::path& /*left*/,
 std::filesystem::path FullPath(const std::filesystem::path& path) {
     // Only what exists can be opened and asked for its final path. The rest of the names is added
     // again.
-    std::filesystem::path existing = Deep(path);
+    std::filesystem::path existing = DeepPath(path);
     std::filesystem::path rest;
     // Each round goes up by one name; the root exists.
     while (!Exists(existing) && existing.has_relative_path()) {
@@ -208,8 +166,9 @@ void CReservedFiles::GiveBack() {}
 std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
     // Shared with nobody, so that a second process gets a sharing violation. The system deletes the
     // file with its last handle, also when the process is killed.
-    HANDLE handle = CreateFileW(Deep(file).c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_ALWAYS,
-                                FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    HANDLE handle =
+        CreateFileW(DeepPath(file).c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_ALWAYS,
+                    FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
         const std::error_code error = LastError();
         return error.value() == ERROR_SHARING_VIOLATION
