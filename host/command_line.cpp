@@ -6,85 +6,12 @@
 #include <algorithm>
 #include <optional>
 
+#include "host/command_texts.h"
 #include "host/suggestion.h"
 
 namespace host {
 
 namespace {
-
-constexpr const char* kDescription =
-    "Converts an application package of CAS to ORV packages, one for each target: a manifest\n"
-    "with its payload beside it.";
-
-constexpr const char* kFooter =
-    "'cas2orv help COMMAND' tells more of a command.\n"
-    "\n"
-    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
-    "3 not whole: something is lost, or the log has errors.";
-
-constexpr const char* kConvertFooter =
-    "For an OUT.orv of FOLDER/NAME, the manifest of a target becomes FOLDER/{GUID}/NAME,\n"
-    "with its payload beside it. All of them are moved there at the end, or none is. stdout\n"
-    "has a line for each target: GUID, tab, path of the manifest. Paths are those of this\n"
-    "system; a Windows path (X:\\... or \\\\server\\share\\...) is taken as it is.\n"
-    "\n"
-    "Example: cas2orv convert capture/App.profile out/app.orv --log out/log.html\n"
-    "\n"
-    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
-    "3 not whole: something is lost, or the log has errors.";
-
-constexpr const char* kTargetsFooter =
-    "stdout has a line for each target: GUID, tab, name.\n"
-    "\n"
-    "Example: cas2orv targets capture/App.profile";
-
-constexpr const char* kMachineFooter =
-    "The text is TOML and can be given back as --machine FILE, here or elsewhere.\n"
-    "\n"
-    "Example: cas2orv machine > reference.toml";
-
-constexpr const char* kVerifyFooter =
-    "A FOLDER is that of a target, or one with folders of targets. Tells on stderr what of a\n"
-    "manifest is not allowed, which payload is not there and which nobody names, and, where there\n"
-    "is a file SHA256SUMS, what has other bytes.\n"
-    "\n"
-    "Example: cas2orv verify out\n"
-    "\n"
-    "Exit status: 0 all is good; 1 there are problems; 2 wrong arguments.";
-
-constexpr const char* kCheckFooter =
-    "Tells on stderr what cannot be read and what would be lost. stdout has a line for each\n"
-    "target: GUID, tab, name, tab, number of losses.\n"
-    "\n"
-    "Example: cas2orv check capture/App.profile\n"
-    "\n"
-    "Exit status: 0 all would arrive; 1 failed, the message says why; 2 wrong arguments;\n"
-    "3 something would be lost.";
-
-constexpr const char* kExplainFooter =
-    "A PATTERN names keys, values, files and other things of the package, or the places of\n"
-    "their items: '*' is any text, '?' one character; without both it is found anywhere in a\n"
-    "name. Letter case does not count. HKLM, HKCU, HKCR and HKU may begin it. Files\n"
-    "are also found by their paths on this system.\n"
-    "\n"
-    "Example: cas2orv explain app.jsonl 'HKLM\\SOFTWARE\\*'\n"
-    "\n"
-    "Exit status: 0 done; 1 nothing has such a name, or the record is not whole;\n"
-    "2 wrong arguments.";
-
-constexpr const char* kHelpFooter = "Example: cas2orv help convert";
-
-constexpr const char* kConvertUsage =
-    "cas2orv convert PROFILE OUT.orv [--replace] [--log FILE] [--machine FILE] "
-    "[--record FILE] [--progress auto|plain|none] [--sums] [--strict] [--json]";
-constexpr const char* kCheckUsage =
-    "cas2orv check PROFILE [--machine FILE] [--progress auto|plain|none] [--strict] [--json]";
-constexpr const char* kTargetsUsage = "cas2orv targets PROFILE [--machine FILE] [--json]";
-constexpr const char* kMachineUsage = "cas2orv machine [--machine FILE] [--json]";
-constexpr const char* kVerifyUsage = "cas2orv verify MANIFEST|FOLDER... [--json]";
-constexpr const char* kCommands = "convert, check, targets, machine, verify, explain or help";
-constexpr const char* kExplainUsage = "cas2orv explain RECORD [PATTERN] [--json]";
-constexpr const char* kHelpUsage = "cas2orv help [COMMAND]";
 
 // Only these are candidates for a misspelt option; the short ones are too short to be misspelt.
 // The long names of the options, with their dashes.
@@ -105,14 +32,22 @@ public:
     std::variant<SCommand, SReply> Parse(const std::vector<std::string>& arguments);
 
 private:
-    CLI::App* AddVerb(EVerb verb, const char* name, const char* description, const char* footer);
+    CLI::App* AddVerb(EVerb verb);
     void AddProfile(CLI::App& app);
     void AddMachine(CLI::App& app);
-    void AddJson(CLI::App& app);
+    void AddJson(CLI::App& app, const char* words =
+                                    "Print one JSON object, also when the command\n"
+                                    "fails; orvcasconv/json.schema.json describes it");
     void AddRun(CLI::App& app);
     void AddConvert();
     void AddCheck();
+    void AddPaths(CLI::App& app, const char* type, const char* words);
+    void AddManifest(CLI::App& app);
     void AddExplain();
+    void AddShow();
+    void AddDiff();
+    void AddExport();
+    void AddReport();
     void AddHelp();
 
     [[nodiscard]] std::variant<SCommand, SReply> Help() const;
@@ -129,9 +64,10 @@ private:
     SCommand m_command;
     std::string m_progress = "auto";
     std::string m_topic;  // of help
-    CLI::App m_app{kDescription, "cas2orv"};
+    CLI::App m_app{kProgramDescription, "cas2orv"};
     const CLI::App* m_help = nullptr;
-    const CLI::App* m_verb = nullptr;  // the command that was given; null before it is read
+    const CLI::App* m_verb = nullptr;     // the command that was given; null before it is read
+    const SVerbTexts* m_texts = nullptr;  // of that command; null for help
 };
 
 CParser::CParser() {
@@ -144,39 +80,39 @@ CParser::CParser() {
     m_app.get_formatter()->label("REQUIRED", "");
     m_app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     m_app.require_subcommand(1);
-    m_app.footer(kFooter);
+    m_app.footer(kProgramFooter);
     AddConvert();
     AddCheck();
-    CLI::App* const targets =
-        AddVerb(EVerb::Targets, "targets", "List the targets of a package", kTargetsFooter);
-    AddProfile(*targets);
-    AddMachine(*targets);
-    AddJson(*targets);
-    CLI::App* const machine = AddVerb(EVerb::Machine, "machine",
-                                      "Print the machine description in effect", kMachineFooter);
-    AddMachine(*machine);
-    AddJson(*machine);
-    CLI::App* const verify =
-        AddVerb(EVerb::Verify, "verify", "Check manifests and their payload", kVerifyFooter);
-    verify->add_option("PATH", m_command.paths, "Manifests, and folders with some")
-        ->required()
-        ->type_name("MANIFEST|FOLDER");
-    AddJson(*verify);
+    CLI::App& targets = *AddVerb(EVerb::Targets);
+    AddProfile(targets);
+    AddMachine(targets);
+    AddJson(targets);
+    CLI::App& machine = *AddVerb(EVerb::Machine);
+    AddMachine(machine);
+    AddJson(machine);
+    CLI::App& verify = *AddVerb(EVerb::Verify);
+    AddPaths(verify, "MANIFEST|FOLDER", "Manifests, and folders with some");
+    AddJson(verify);
     AddExplain();
+    AddShow();
+    AddDiff();
+    AddExport();
+    AddReport();
     AddHelp();
 }
 
-CLI::App* CParser::AddVerb(EVerb verb, const char* name, const char* description,
-                           const char* footer) {
-    CLI::App* const app = m_app.add_subcommand(name, description);
+CLI::App* CParser::AddVerb(EVerb verb) {
+    const SVerbTexts& texts = *std::ranges::find(GetVerbs(), verb, &SVerbTexts::verb);
+    CLI::App* const app = m_app.add_subcommand(texts.name, texts.description);
     app->group("Commands");
-    app->footer(footer);
+    app->footer(texts.footer);
     // Called before the command's own arguments are read, so that a fault in them is told with the
     // usage of this command.
-    app->preparse_callback([this, app, verb](std::size_t) {
+    app->preparse_callback([this, app, &texts](std::size_t) {
         m_verb = app;
-        m_command.verb = verb;
-        m_command.name = app->get_name();
+        m_texts = &texts;
+        m_command.verb = texts.verb;
+        m_command.name = texts.name;
     });
     return app;
 }
@@ -198,15 +134,12 @@ void CParser::AddMachine(CLI::App& app) {
 }
 
 // As with every flag here, "--json=false" is an error: a flag takes no value.
-void CParser::AddJson(CLI::App& app) {
-    app.add_flag("--json", m_command.isJson,
-                 "Print one JSON object, also when the command\n"
-                 "fails; orvcasconv/json.schema.json describes it")
-        ->disable_flag_override();
+void CParser::AddJson(CLI::App& app, const char* words) {
+    app.add_flag("--json", m_command.isJson, words)->disable_flag_override();
 }
 
 void CParser::AddConvert() {
-    CLI::App& app = *AddVerb(EVerb::Convert, "convert", "Convert a package", kConvertFooter);
+    CLI::App& app = *AddVerb(EVerb::Convert);
     AddProfile(app);
     app.add_option("OUT.orv", m_command.output, "Folder and name for the manifests")
         ->required()
@@ -232,8 +165,7 @@ void CParser::AddConvert() {
 }
 
 void CParser::AddCheck() {
-    CLI::App& app = *AddVerb(EVerb::Check, "check",
-                             "Read all that convert would, and write nothing", kCheckFooter);
+    CLI::App& app = *AddVerb(EVerb::Check);
     AddProfile(app);
     AddRun(app);
 }
@@ -255,8 +187,7 @@ void CParser::AddRun(CLI::App& app) {
 }
 
 void CParser::AddExplain() {
-    CLI::App& app = *AddVerb(EVerb::Explain, "explain", "Tell from a record what became of things",
-                             kExplainFooter);
+    CLI::App& app = *AddVerb(EVerb::Explain);
     app.add_option("RECORD", m_command.record, "The record of a conversion")
         ->required()
         ->type_name("");
@@ -264,6 +195,62 @@ void CParser::AddExplain() {
                    "What to tell of; without, how many things had\n"
                    "which outcome, and why")
         ->type_name("");
+    AddJson(app);
+}
+
+void CParser::AddPaths(CLI::App& app, const char* type, const char* words) {
+    app.add_option("PATH", m_command.paths, words)->required()->type_name(type);
+}
+
+void CParser::AddManifest(CLI::App& app) {
+    app.add_option("MANIFEST", m_command.manifest, "The manifest to read")
+        ->required()
+        ->type_name("");
+}
+
+void CParser::AddShow() {
+    CLI::App& app = *AddVerb(EVerb::Show);
+    AddManifest(app);
+    // One name each time, so that what follows is not taken for another one.
+    app.add_option("--collection", m_command.collections,
+                   "Show the items of this collection only, such as\n"
+                   "CreateFiles; may be given more than once")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    app.add_option("--match", m_command.pattern, "Show the items with such a place or name only")
+        ->type_name("PATTERN");
+    AddJson(app,
+            "Print a JSON object for each item, and one at\n"
+            "the end that says how it went");
+}
+
+void CParser::AddDiff() {
+    CLI::App& app = *AddVerb(EVerb::Diff);
+    app.add_option("OLD", m_command.older, "The older manifest or folder")
+        ->required()
+        ->type_name("");
+    app.add_option("NEW", m_command.newer, "The newer one")->required()->type_name("");
+    AddJson(app,
+            "Print a JSON object for each difference, and one at\n"
+            "the end that says how it went");
+}
+
+void CParser::AddExport() {
+    CLI::App& app = *AddVerb(EVerb::Export);
+    AddManifest(app);
+    app.add_option("--reg", m_command.output, "The file to write; an older one is replaced")
+        ->required()
+        ->type_name("FILE");
+    AddMachine(app);
+    AddJson(app);
+}
+
+void CParser::AddReport() {
+    CLI::App& app = *AddVerb(EVerb::Report);
+    AddPaths(app, "RESULT", "Manifests, folders, records and logs");
+    app.add_option("-o,--output", m_command.output, "The page to write; an older one is replaced")
+        ->required()
+        ->type_name("FILE");
     AddJson(app);
 }
 
@@ -325,12 +312,7 @@ std::string CParser::GetUsage() const {
     if (m_verb == m_help) {
         return kHelpUsage;
     }
-    return m_command.verb == EVerb::Convert   ? kConvertUsage
-           : m_command.verb == EVerb::Check   ? kCheckUsage
-           : m_command.verb == EVerb::Targets ? kTargetsUsage
-           : m_command.verb == EVerb::Machine ? kMachineUsage
-           : m_command.verb == EVerb::Verify  ? kVerifyUsage
-                                              : kExplainUsage;
+    return m_texts->usage;
 }
 
 // The usage is that of the command, as far as one has been read.
@@ -360,17 +342,11 @@ std::string CParser::DescribeFailure(const CLI::ParseError& error) const {
 
 std::string CParser::DescribeMissing() const {
     if (m_verb != nullptr) {
-        return m_command.verb == EVerb::Convert
-                   ? "convert needs two paths: the package's profile file and that of the output"
-               : m_command.verb == EVerb::Verify
-                   ? "verify needs a path: a manifest, or a folder with some"
-               : m_command.verb == EVerb::Explain
-                   ? "explain needs a path: the record that convert --record has written"
-                   : m_verb->get_name() + " needs a path: the package's profile file";
+        return m_verb->get_name() + ' ' + m_texts->missing;
     }
     // The first word that nobody has taken is probably a misspelt command.
     const std::vector<std::string> words = m_app.remaining();
-    return words.empty() ? std::string("a command is missing; begin with ") + kCommands
+    return words.empty() ? std::string("a command is missing; begin with ") + kCommandNames
                          : DescribeUnknown(words.front());
 }
 
@@ -384,7 +360,7 @@ std::string CParser::DescribeUnknown(const std::string& word) const {
     }
     const std::string similar = FindSimilar(word, words);
     return "'" + word + "' is no " + (isOption ? "option" : "command") + " of cas2orv; " +
-           (similar.empty() ? std::string("begin with ") + kCommands
+           (similar.empty() ? std::string("begin with ") + kCommandNames
                             : "did you mean '" + similar + "'?");
 }
 

@@ -7,7 +7,7 @@
 
 namespace host {
 
-enum class EVerb { Convert, Check, Targets, Machine, Verify, Explain };
+enum class EVerb { Convert, Check, Targets, Machine, Verify, Explain, Show, Diff, Export, Report };
 
 enum class EProgressStyle { Auto, Plain, None };
 
@@ -16,7 +16,7 @@ struct SCommand {
     EVerb verb = EVerb::Convert;
     std::string name;  // of the command
     std::string profile;
-    std::string output;
+    std::string output;  // of convert, export and report
     std::string log;
     std::string record;  // that convert saves or explain reads
     std::string machine;
@@ -24,9 +24,13 @@ struct SCommand {
     bool mayReplace = false;
     bool isJson = false;
     bool isStrict = false;
-    bool hasSums = false;            // of convert
-    std::vector<std::string> paths;  // of verify
-    std::string pattern;             // of explain
+    bool hasSums = false;                  // of convert
+    std::vector<std::string> paths;        // of verify and report
+    std::string pattern;                   // of explain and show
+    std::string manifest;                  // of show and export
+    std::vector<std::string> collections;  // of show; empty for all
+    std::string older;                     // of diff
+    std::string newer;
 };
 
 // A text to print instead of running a command: help or the version, or what is wrong with the

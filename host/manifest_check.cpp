@@ -225,13 +225,6 @@ bool HasMark(const std::u16string& path) {
            (count == 2 && bytes[0] == std::byte{0xFF} && bytes[1] == std::byte{0xFE});
 }
 
-// Whether a status is one of the many by which a parser says that a file is no good XML.
-bool IsXmlFault(int status) {
-    constexpr unsigned kOneKind = 0xFFFFFF00U;
-    return (static_cast<unsigned>(status) & kOneKind) ==
-           (static_cast<unsigned>(platform::kXmlNotWellFormed) & kOneKind);
-}
-
 }  // namespace
 
 SManifestCheck CheckManifest(const std::u16string& path, const SManifestFindings& findings) {
@@ -242,11 +235,8 @@ SManifestCheck CheckManifest(const std::u16string& path, const SManifestFindings
     }
     std::uint32_t line = 0;
     const int status = platform::ScanXml(path.c_str(), checker, line);
-    if (IsXmlFault(status)) {
-        checker.Tell(line, "the file is not well-formed from here on");
-    } else if (status != ERROR_SUCCESS) {
-        checker.Tell(
-            line, "the file cannot be read: " + DescribeStatus(static_cast<std::uint32_t>(status)));
+    if (status != ERROR_SUCCESS) {
+        checker.Tell(line, DescribeXmlFailure(status));
     }
     return {checker.Finish(), status == ERROR_SUCCESS};
 }

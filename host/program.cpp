@@ -10,10 +10,14 @@
 #include "host/command_line.h"
 #include "host/console.h"
 #include "host/convert_command.h"
+#include "host/diff_command.h"
 #include "host/exit_status.h"
 #include "host/explain_command.h"
+#include "host/export_command.h"
 #include "host/inquiry_commands.h"
 #include "host/json.h"
+#include "host/report_command.h"
+#include "host/show_command.h"
 #include "host/system.h"
 #include "host/verify_command.h"
 #include "platform/machine.h"
@@ -54,6 +58,14 @@ int RunCommand(const SCommand& command, CJsonWriter& json) {
             return RunVerify(command, json);
         case EVerb::Explain:
             return RunExplain(command, json);
+        case EVerb::Show:
+            return RunShow(command, json);
+        case EVerb::Diff:
+            return RunDiff(command, json);
+        case EVerb::Export:
+            return RunExport(command, json);
+        case EVerb::Report:
+            return RunReport(command, json);
     }
     return kExitUsage;
 }

@@ -12,6 +12,9 @@ namespace host {
 // status without a known message is only the number.
 [[nodiscard]] std::string DescribeStatus(std::uint32_t status);
 
+// What a status of ScanXml, which is not 0, says of the file.
+[[nodiscard]] std::string DescribeXmlFailure(int status);
+
 // The words for an error of this system.
 [[nodiscard]] std::string DescribeError(const std::error_code& error);
 

@@ -2,7 +2,7 @@
 
 _cas2orv() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands='convert check targets machine verify explain help'
+    local commands='convert check targets machine verify explain show diff export report help'
     local command=${COMP_WORDS[1]} options words
     COMPREPLY=()
     # bash takes '=' as a word of its own.
@@ -19,7 +19,13 @@ _cas2orv() {
         --progress)
             words='auto plain none'
             ;;
-        --log | --machine | --record)
+        --collection)
+            words='Properties CreateFolders DeleteFolders CreateFiles DeleteFiles CreateKeys DeleteKeys
+                CreateValues DeleteValues CreateShortcuts DeleteShortcuts CreateEnvVars DeleteEnvVars
+                CreateServices DeleteServices ControlServices CreateAssemblies DeleteAssemblies
+                PreActions PostActions'
+            ;;
+        --log | --machine | --record | --reg | --output | -o)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
@@ -32,7 +38,10 @@ _cas2orv() {
         check) options='--machine --progress --strict --json' ;;
         targets) options='--machine --json' ;;
         machine) options='--machine --json' ;;
-        verify | explain) options='--json' ;;
+        verify | explain | diff) options='--json' ;;
+        show) options='--collection --match --json' ;;
+        export) options='--reg --machine --json' ;;
+        report) options='--output --json' ;;
         help) [[ $word == -* ]] || words=$commands ;;
     esac
     if [[ -n $words ]]; then

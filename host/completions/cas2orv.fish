@@ -1,6 +1,6 @@
 # Completion of cas2orv for fish.
 
-set -l commands convert check targets machine verify explain help
+set -l commands convert check targets machine verify explain show diff export report help
 set -l no_command "not __fish_seen_subcommand_from $commands"
 
 complete -c cas2orv -f
@@ -13,10 +13,14 @@ complete -c cas2orv -n $no_command -a targets -d 'List the targets of a package'
 complete -c cas2orv -n $no_command -a machine -d 'Print the machine description in effect'
 complete -c cas2orv -n $no_command -a verify -d 'Check manifests and their payload'
 complete -c cas2orv -n $no_command -a explain -d 'Tell from a record what became of things'
+complete -c cas2orv -n $no_command -a show -d 'List the items of a manifest'
+complete -c cas2orv -n $no_command -a diff -d 'Tell what two results differ in'
+complete -c cas2orv -n $no_command -a export -d 'Write the registry of a manifest as a .reg file'
+complete -c cas2orv -n $no_command -a report -d 'Make a page of results'
 complete -c cas2orv -n $no_command -a help -d 'Print the help of a command'
 
 set -l of '__fish_seen_subcommand_from'
-complete -c cas2orv -n "$of convert check targets verify explain" -F
+complete -c cas2orv -n "$of convert check targets verify explain show diff export report" -F
 complete -c cas2orv -n "$of help" -a "$commands"
 
 complete -c cas2orv -n "$of convert" -l replace -d 'Replace the folders of targets'
@@ -25,5 +29,9 @@ complete -c cas2orv -n "$of convert" -l record -r -F -d 'Save the record'
 complete -c cas2orv -n "$of convert" -l sums -d 'Write SHA256SUMS beside each manifest'
 complete -c cas2orv -n "$of convert check" -l progress -x -a 'auto plain none' -d 'How to show progress'
 complete -c cas2orv -n "$of convert check" -l strict -d 'Take what was not captured as a loss'
-complete -c cas2orv -n "$of convert check targets machine verify explain" -l json -d 'Print JSON'
-complete -c cas2orv -n "$of convert check targets machine" -l machine -r -F -d 'Use this machine description'
+complete -c cas2orv -n "$of convert check targets machine verify explain show diff export report" -l json -d 'Print JSON'
+complete -c cas2orv -n "$of convert check targets machine export" -l machine -r -F -d 'Use this machine description'
+complete -c cas2orv -n "$of show" -l collection -x -d 'Show only this collection'
+complete -c cas2orv -n "$of show" -l match -x -d 'Show only what has such a name'
+complete -c cas2orv -n "$of export" -l reg -r -F -d 'Write this file'
+complete -c cas2orv -n "$of report" -s o -l output -r -F -d 'Write this page'

@@ -31,8 +31,8 @@ TEST(CommandLineTest, ConvertTakesItsOptionsInAnyPlace) {
 TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{},
-         "a command is missing; begin with convert, check, targets, machine, verify, explain or "
-         "help"},
+         "a command is missing; begin with convert, check, targets, machine, verify, explain, "
+         "show, diff, export, report or help"},
         {{"pack", "a"}, "'pack' is no command of cas2orv; begin with"},
         {{"conv", "a"}, "'conv' is no command of cas2orv; did you mean 'convert'?"},
         {{"hlep", "a"}, "did you mean 'help'?"},
@@ -53,6 +53,10 @@ TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
         {{"convert", "a", "b", "--json=yes"}, "--json takes no value"},
         {{"convert", "a", "b", "--sums=yes"}, "--sums takes no value"},
         {{"verify"}, "verify needs a path"},
+        {{"show", "a", "--collection", "A", "b"}, "'b' is one argument too many"},
+        {{"diff", "a"}, "diff needs two paths"},
+        {{"export", "a"}, "--reg with the file to write"},
+        {{"report", "a"}, "--output with the page to write"},
         {{"convert", "a", ""}, "OUT.orv is empty"},
         {{"convert", "a", "b", "--machine="}, "--machine needs a value after it"},
     };

@@ -1,0 +1,180 @@
+#include "host/command_texts.h"
+
+namespace host {
+
+const char* const kProgramDescription =
+    "Converts an application package of CAS to ORV packages, one for each target: a manifest\n"
+    "with its payload beside it.";
+
+const char* const kProgramFooter =
+    "'cas2orv help COMMAND' tells more of a command.\n"
+    "\n"
+    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
+    "3 not whole: something is lost, or the log has errors.";
+
+const char* const kCommandNames =
+    "convert, check, targets, machine, verify, explain, show, diff, export, report or help";
+
+const char* const kHelpFooter = "Example: cas2orv help convert";
+const char* const kHelpUsage = "cas2orv help [COMMAND]";
+
+namespace {
+
+constexpr SVerbTexts kConvert = {
+    EVerb::Convert,
+    "convert",
+    "Convert a package",
+    "For an OUT.orv of FOLDER/NAME, the manifest of a target becomes FOLDER/{GUID}/NAME,\n"
+    "with its payload beside it. All of them are moved there at the end, or none is. stdout\n"
+    "has a line for each target: GUID, tab, path of the manifest. Paths are those of this\n"
+    "system; a Windows path (X:\\... or \\\\server\\share\\...) is taken as it is.\n"
+    "\n"
+    "Example: cas2orv convert capture/App.profile out/app.orv --log out/log.html\n"
+    "\n"
+    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
+    "3 not whole: something is lost, or the log has errors.",
+    "cas2orv convert PROFILE OUT.orv [--replace] [--log FILE] [--machine FILE] "
+    "[--record FILE] [--progress auto|plain|none] [--sums] [--strict] [--json]",
+    "needs two paths: the package's profile file and that of the output",
+};
+
+constexpr SVerbTexts kCheck = {
+    EVerb::Check,
+    "check",
+    "Read all that convert would, and write nothing",
+    "Tells on stderr what cannot be read and what would be lost. stdout has a line for each\n"
+    "target: GUID, tab, name, tab, number of losses.\n"
+    "\n"
+    "Example: cas2orv check capture/App.profile\n"
+    "\n"
+    "Exit status: 0 all would arrive; 1 failed, the message says why; 2 wrong arguments;\n"
+    "3 something would be lost.",
+    "cas2orv check PROFILE [--machine FILE] [--progress auto|plain|none] [--strict] [--json]",
+    "needs a path: the package's profile file",
+};
+
+constexpr SVerbTexts kTargets = {
+    EVerb::Targets,
+    "targets",
+    "List the targets of a package",
+    "stdout has a line for each target: GUID, tab, name.\n"
+    "\n"
+    "Example: cas2orv targets capture/App.profile",
+    "cas2orv targets PROFILE [--machine FILE] [--json]",
+    "needs a path: the package's profile file",
+};
+
+constexpr SVerbTexts kMachine = {
+    EVerb::Machine,
+    "machine",
+    "Print the machine description in effect",
+    "The text is TOML and can be given back as --machine FILE, here or elsewhere.\n"
+    "\n"
+    "Example: cas2orv machine > reference.toml",
+    "cas2orv machine [--machine FILE] [--json]",
+    "",
+};
+
+constexpr SVerbTexts kVerify = {
+    EVerb::Verify,
+    "verify",
+    "Check manifests and their payload",
+    "A FOLDER is that of a target, or one with folders of targets. Tells on stderr what of a\n"
+    "manifest is not allowed, which payload is not there and which nobody names, and, where there\n"
+    "is a file SHA256SUMS, what has other bytes.\n"
+    "\n"
+    "Example: cas2orv verify out\n"
+    "\n"
+    "Exit status: 0 all is good; 1 there are problems; 2 wrong arguments.",
+    "cas2orv verify MANIFEST|FOLDER... [--json]",
+    "needs a path: a manifest, or a folder with some",
+};
+
+constexpr SVerbTexts kExplain = {
+    EVerb::Explain,
+    "explain",
+    "Tell from a record what became of things",
+    "A PATTERN names keys, values, files and other things of the package, or the places of\n"
+    "their items: '*' is any text, '?' one character; without both it is found anywhere in a\n"
+    "name. Letter case does not count. HKLM, HKCU, HKCR and HKU may begin it. Files\n"
+    "are also found by their paths on this system.\n"
+    "\n"
+    "Example: cas2orv explain app.jsonl 'HKLM\\SOFTWARE\\*'\n"
+    "\n"
+    "Exit status: 0 done; 1 nothing has such a name, or the record is not whole;\n"
+    "2 wrong arguments.",
+    "cas2orv explain RECORD [PATTERN] [--json]",
+    "needs a path: the record that convert --record has written",
+};
+
+constexpr SVerbTexts kShow = {
+    EVerb::Show,
+    "show",
+    "List the items of a manifest",
+    "stdout has a line for each item, with columns that its collection has: places, types, data.\n"
+    "A PATTERN is compared with the places and names of items: '*' is any text, '?' one\n"
+    "character; without both it is found anywhere. Letter case does not count. HKLM, HKCU\n"
+    "and HKU may begin it. With --json each item is an object on a line of its own; the last\n"
+    "line has the status and the messages.\n"
+    "\n"
+    "Example: cas2orv show out/{GUID}/app.orv --collection CreateValues --match 'HKLM\\*'\n"
+    "\n"
+    "Exit status: 0 done; 1 failed, or no item matches; 2 wrong arguments.",
+    "cas2orv show MANIFEST [--collection NAME]... [--match PATTERN] [--json]",
+    "needs a path: a manifest",
+};
+
+constexpr SVerbTexts kDiff = {
+    EVerb::Diff,
+    "diff",
+    "Tell what two results differ in",
+    "OLD and NEW are manifests, folders of targets, or folders with some. Items are compared by\n"
+    "what they are about: their order does not count, nor the names of payload files, which\n"
+    "are compared by their content. With --json each difference is an object on a line of its "
+    "own.\n"
+    "\n"
+    "Example: cas2orv diff out-2025 out\n"
+    "\n"
+    "Exit status: 0 equal; 1 different; 2 trouble, or wrong arguments.",
+    "cas2orv diff OLD NEW [--json]",
+    "needs two paths: the older and the newer manifest or folder",
+};
+
+constexpr SVerbTexts kExport = {
+    EVerb::Export,
+    "export",
+    "Write the registry of a manifest as a .reg file",
+    "FILE gets the keys and values of the manifest, and what it deletes, in the form that\n"
+    "registry editors read. Tokens of folders stay as they are, unless --machine names the\n"
+    "machine whose paths replace them.\n"
+    "\n"
+    "Example: cas2orv export out/{GUID}/app.orv --reg app.reg\n"
+    "\n"
+    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments.",
+    "cas2orv export MANIFEST --reg FILE [--machine FILE] [--json]",
+    "needs a manifest, and --reg with the file to write",
+};
+
+constexpr SVerbTexts kReport = {
+    EVerb::Report,
+    "report",
+    "Make a page to look at of what came and what did not",
+    "A RESULT is a manifest, the folder of a target, a folder with some, or a record or log of a\n"
+    "conversion. The page needs nothing else to be opened in a browser: what came, what was\n"
+    "left out and why, what is lost and what to do, the largest files, and a search.\n"
+    "\n"
+    "Example: cas2orv report out app.jsonl -o report.html\n"
+    "\n"
+    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments.",
+    "cas2orv report RESULT... --output FILE [--json]",
+    "needs what to report on, and --output with the page to write",
+};
+
+constexpr SVerbTexts kVerbs[] = {kConvert, kCheck, kTargets, kMachine, kVerify,
+                                 kExplain, kShow,  kDiff,    kExport,  kReport};
+
+}  // namespace
+
+std::span<const SVerbTexts> GetVerbs() { return kVerbs; }
+
+}  // namespace host

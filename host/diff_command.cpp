@@ -1,0 +1,13 @@
+#include "host/diff_command.h"
+
+#include "host/console.h"
+#include "host/exit_status.h"
+
+namespace host {
+
+int RunDiff(const SCommand& /*command*/, CJsonWriter& /*json*/) {
+    Complain("not there yet");
+    return kExitFailed;
+}
+
+}  // namespace host

@@ -1,0 +1,64 @@
+#include "host/registry_data.h"
+
+#include "foundation/hex.h"
+#include "foundation/number_text.h"
+#include "host/manifest_schema.h"
+
+namespace host {
+
+namespace {
+
+using Text = std::u16string_view;
+
+std::optional<RegistryData> DecodeNumber(Text text, std::size_t digits) {
+    constexpr Text kPrefix = u"0x";
+    if (!HasForm(text, EForm::Hex, {}) || text.size() > kPrefix.size() + digits) {
+        return std::nullopt;
+    }
+    return ReadPlainNumber64(text.substr(kPrefix.size()), 16);
+}
+
+}  // namespace
+
+std::optional<std::vector<std::u16string>> DecodeMultiString(Text text) {
+    constexpr Text kEnd = uR"(\0\0)";
+    constexpr Text kEmptyList = kEnd;
+    if (text == kEmptyList) {
+        return std::vector<std::u16string>();
+    }
+    std::vector<std::u16string> strings(1);
+    // From left to right, because a doubled backslash and a zero look like the end of a string.
+    for (; !text.empty() && text != kEnd; text.remove_prefix(1)) {
+        if (text[0] == u'\\') {
+            text.remove_prefix(1);
+            if (text.starts_with(u'0')) {
+                strings.emplace_back();
+                continue;
+            }
+            if (!text.starts_with(u'\\')) {
+                return std::nullopt;
+            }
+        }
+        strings.back() += text[0];
+    }
+    return text.empty() ? std::nullopt : std::optional(strings);
+}
+
+std::optional<RegistryData> DecodeRegistryData(Text type, Text text) {
+    constexpr std::size_t kDwordDigits = 8;
+    if (type == u"REG_SZ" || type == u"REG_EXPAND_SZ") {
+        return std::u16string(text);
+    }
+    if (type == u"REG_MULTI_SZ") {
+        return DecodeMultiString(text);
+    }
+    if (type == u"REG_DWORD" || type == u"REG_QWORD") {
+        return DecodeNumber(text, type == u"REG_DWORD" ? kDwordDigits : 2 * kDwordDigits);
+    }
+    if (!type.starts_with(u"REG_")) {
+        return std::nullopt;
+    }
+    return ParseHex(text);
+}
+
+}  // namespace host

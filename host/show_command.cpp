@@ -1,0 +1,13 @@
+#include "host/show_command.h"
+
+#include "host/console.h"
+#include "host/exit_status.h"
+
+namespace host {
+
+int RunShow(const SCommand& /*command*/, CJsonWriter& /*json*/) {
+    Complain("not there yet");
+    return kExitFailed;
+}
+
+}  // namespace host
