@@ -24,8 +24,8 @@ from orv_manifest import (BAD_NAME, NoPlan, Payload, Reader, Refused, read_machi
 
 MOST_SHOWN = 500  # characters of a text in a line
 
-# What is done for the items of each collection, in this order. An attribute is a plain text unless a
-# colon and a form follow it: the operation of Plan that reads it. Those in the line are required.
+# What is done for the items of each collection, in this order. An attribute is a plain text unless
+# a colon and a form follow it: the operation of Plan that reads it. Those in the line are required.
 
 
 class Step:
@@ -185,7 +185,8 @@ class Plan:
         except Refused as error:
             self.refused += 1
             names = " ".join(f"{name}='{show(text)}'" for name, text in item.attributes.items())
-            tell(f"line {item.line}: not carried out: {item.collection} {names}: {show(str(error))}")
+            tell(f"line {item.line}: not carried out: {item.collection} {names}: "
+                 f"{show(str(error))}")
 
     def begin(self):
         """Fits the folders to the package. Its properties come before all other items."""
