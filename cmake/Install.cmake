@@ -47,8 +47,9 @@ else()
             RENAME copyright)
 endif()
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${documentation_folder}")
-install(FILES "${PROJECT_SOURCE_DIR}/docs/json.md" "${PROJECT_SOURCE_DIR}/docs/machine.md"
-              "${PROJECT_SOURCE_DIR}/docs/manifest.md" "${PROJECT_SOURCE_DIR}/docs/record.md"
+install(FILES "${PROJECT_SOURCE_DIR}/docs/installer.md" "${PROJECT_SOURCE_DIR}/docs/json.md"
+              "${PROJECT_SOURCE_DIR}/docs/machine.md" "${PROJECT_SOURCE_DIR}/docs/manifest.md"
+              "${PROJECT_SOURCE_DIR}/docs/record.md"
         DESTINATION "${documentation_folder}/docs")
 
 # Where Debian's packages put them, and where each shell looks.
