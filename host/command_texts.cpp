@@ -150,7 +150,8 @@ constexpr SVerbTexts kExport = {
     "\n"
     "Example: cas2orv export out/{GUID}/app.orv --reg app.reg\n"
     "\n"
-    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments.",
+    "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments; 3 something has no\n"
+    "form in a .reg file, or the machine lacks a token.",
     "cas2orv export MANIFEST --reg FILE [--machine FILE] [--json]",
     "needs a manifest, and --reg with the file to write",
 };

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "foundation/wide_string.h"
 #include "host/console.h"
 #include "host/status_text.h"
 #include "host/system.h"
@@ -29,25 +30,51 @@ bool CResultFile::Open(const std::string& argument, const std::filesystem::path&
         return true;
     }
     m_userPath = platform::LocalPath(argument);
-    return IsSpecialFile(m_userPath) ? OpenSpecialFile() : CheckPlace();
+    return IsSpecialFile(m_userPath) ? OpenSpecialFile()
+                                     : CheckPlace(FindFolder() / Beside(m_userPath).filename());
+}
+
+bool CResultFile::OpenOwn(const std::string& argument) {
+    m_userPath = platform::LocalPath(argument);
+    const bool isSpecial = IsSpecialFile(m_userPath);
+    std::error_code error;
+    const std::filesystem::path folder =
+        isSpecial ? std::filesystem::temp_directory_path(error) : FindFolder();
+    if (error) {
+        return ComplainOf(DescribeError(error) + "; " + m_undone);
+    }
+    // A name of its own, because two programs may write the same file.
+    m_temporary = folder / (u'.' + std::u16string(CreateGuidString().View()) + u".cas2orv");
+    m_isOwn = true;
+    return isSpecial ? OpenSpecialFile() : CheckPlace(m_temporary);
+}
+
+void CResultFile::RemoveOwn() const {
+    if (m_isOwn) {
+        RemoveTree(m_temporary);
+    }
 }
 
 bool CResultFile::OpenSpecialFile() {
     // It stays open until Publish, because closing a pipe would end the input of its reader.
     m_special.open(m_userPath, std::ios::binary | std::ios::trunc);
-    return m_special.is_open() ||
-           ComplainOf(std::strerror(errno) + std::string("; nothing was converted"));
+    return m_special.is_open() || ComplainOf(std::strerror(errno) + std::string("; ") + m_undone);
 }
 
-// Tries what Publish does, so that a file that cannot be written is told before the work.
-bool CResultFile::CheckPlace() const {
+// The folder of the user's file, or the innermost one above it that exists.
+std::filesystem::path CResultFile::FindFolder() const {
     std::error_code error;
     std::filesystem::path folder = std::filesystem::absolute(m_userPath, error).parent_path();
     // Each round goes up by one name; the root exists.
     while (!Exists(folder) && folder.has_relative_path()) {
         folder = folder.parent_path();
     }
-    const std::filesystem::path probe = folder / Beside(m_userPath).filename();
+    return folder;
+}
+
+// Tries what Publish does, so that a file that cannot be written is told before the work.
+bool CResultFile::CheckPlace(const std::filesystem::path& probe) const {
+    std::error_code error;
     errno = 0;
     const bool isPlace = std::ofstream(probe).is_open();
     // A file that is there is opened to read and write, which leaves it unchanged.
@@ -58,7 +85,7 @@ bool CResultFile::CheckPlace() const {
     if (isPlace) {
         RemoveTree(probe);
     }
-    return (isPlace && isFile) || ComplainOf(reason + "; nothing was converted");
+    return (isPlace && isFile) || ComplainOf(reason + "; " + m_undone);
 }
 
 bool CResultFile::Publish() {
