@@ -113,8 +113,8 @@ int CExport::Run() {
             return true;
         });
     if (!problem.empty()) {
-        Complain(Quote(platform::LocalPath(m_command.manifest)) + ": " + problem +
-                 "; nothing was exported");
+        Complain("nothing was exported from " + Quote(platform::LocalPath(m_command.manifest)) +
+                 ": " + problem);
         return kExitFailed;
     }
     if (!SaveFile()) {
