@@ -49,7 +49,7 @@ endif()
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${documentation_folder}")
 install(FILES "${PROJECT_SOURCE_DIR}/docs/installer.md" "${PROJECT_SOURCE_DIR}/docs/json.md"
               "${PROJECT_SOURCE_DIR}/docs/machine.md" "${PROJECT_SOURCE_DIR}/docs/manifest.md"
-              "${PROJECT_SOURCE_DIR}/docs/record.md"
+              "${PROJECT_SOURCE_DIR}/docs/record.md" "${PROJECT_SOURCE_DIR}/docs/reg.md"
         DESTINATION "${documentation_folder}/docs")
 
 # Where Debian's packages put them, and where each shell looks.
