@@ -1,6 +1,8 @@
 #include "host/console.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 
@@ -15,6 +17,16 @@ namespace {
 // Of the run of the program, which has one thread that tells.
 bool s_keepsMessages = false;
 std::vector<SMessage> s_messages;
+bool s_isOutputBroken = false;
+
+// Has no early exit, so that the compiler vectorises it.
+bool IsPlain(std::u16string_view text) {
+    unsigned others = 0;
+    for (const char16_t unit : text) {
+        others |= static_cast<unsigned>(static_cast<char16_t>(unit - 0x20) >= 0x7F - 0x20);
+    }
+    return others == 0;
+}
 
 }  // namespace
 
@@ -27,6 +39,17 @@ std::string Printable(std::u16string_view text) {
         }
     }
     return platform::Utf16ToUtf8(shown);
+}
+
+void AppendPrintable(std::string& bytes, std::u16string_view text) {
+    if (!IsPlain(text)) {
+        bytes += Printable(text);
+        return;
+    }
+    const std::size_t size = bytes.size();
+    bytes.resize(size + text.size());
+    std::transform(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(size),
+                   [](char16_t unit) { return static_cast<char>(unit); });
 }
 
 std::string Count(std::uint64_t count, const std::string& what) {
@@ -54,6 +77,9 @@ void KeepMessages() { s_keepsMessages = true; }
 const std::vector<SMessage>& GetMessages() { return s_messages; }
 
 bool PrintResult(std::string_view result) {
+    if (s_isOutputBroken) {
+        return false;
+    }
     // A short write may set no errno. Then the error of an earlier call must not be shown.
     errno = 0;
     const bool isWritten = std::fwrite(result.data(), 1, result.size(), stdout) == result.size();
@@ -61,6 +87,7 @@ bool PrintResult(std::string_view result) {
     if (isWritten && std::fflush(stdout) == 0) {
         return true;
     }
+    s_isOutputBroken = true;
     Complain(std::string("the result cannot be written to stdout: ") + std::strerror(errno));
     return false;
 }

@@ -12,6 +12,9 @@ namespace host {
 // Converts a text to UTF-8 that has no effect on a terminal: control characters become U+FFFD.
 [[nodiscard]] std::string Printable(std::u16string_view text);
 
+// Appends the same to `bytes`. Faster, as most texts are ASCII.
+void AppendPrintable(std::string& bytes, std::u16string_view text);
+
 // "1 file", "2 files".
 [[nodiscard]] std::string Count(std::uint64_t count, const std::string& what);
 
@@ -37,7 +40,8 @@ void Complain(std::string_view message);
 void KeepMessages();
 [[nodiscard]] const std::vector<SMessage>& GetMessages();
 
-// Writes a result to stdout and flushes it. False, with the reason on stderr, on failure.
+// Writes a result to stdout and flushes it. False on failure, with the reason on stderr. After a
+// failure nothing more is written or told.
 [[nodiscard]] bool PrintResult(std::string_view result);
 
 }  // namespace host

@@ -21,7 +21,7 @@ bool IsTrail(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
 // The columns of a unit. A lead surrogate counts for the pair and the trail for nothing. Characters
 // beyond the basic plane are usually wide; counting one too wide only makes a line shorter.
-std::size_t CountColumns(char16_t unit) {
+std::size_t ColumnsOf(char16_t unit) {
     // Hangul, Chinese, Japanese, Yi, and the wide forms of other characters.
     const bool isWide = (unit >= 0x1100 && unit < 0x1160) || (unit >= 0x2E80 && unit < 0xA4D0) ||
                         (unit >= 0xAC00 && unit < 0xD7A4) || (unit >= 0xF900 && unit < 0xFB00) ||
@@ -30,27 +30,19 @@ std::size_t CountColumns(char16_t unit) {
     return IsTrail(unit) ? 0 : isWide ? 2 : 1;
 }
 
-std::size_t CountColumns(std::u16string_view text) {
-    std::size_t columns = 0;
-    for (const char16_t unit : text) {
-        columns += CountColumns(unit);
-    }
-    return columns;
-}
-
 // How many units from the start fit. A trail surrogate needs no room, so a pair stays together.
 std::size_t FitStart(std::u16string_view text, std::size_t columns) {
     std::size_t count = 0;
-    while (count < text.size() && CountColumns(text[count]) <= columns) {
-        columns -= CountColumns(text[count++]);
+    while (count < text.size() && ColumnsOf(text[count]) <= columns) {
+        columns -= ColumnsOf(text[count++]);
     }
     return count;
 }
 
 std::size_t FitEnd(std::u16string_view text, std::size_t columns) {
     std::size_t start = text.size();
-    while (start > 0 && CountColumns(text[start - 1]) <= columns) {
-        columns -= CountColumns(text[--start]);
+    while (start > 0 && ColumnsOf(text[start - 1]) <= columns) {
+        columns -= ColumnsOf(text[--start]);
     }
     // A trail surrogate whose lead did not fit is left out.
     while (start < text.size() && IsTrail(text[start])) {
@@ -78,6 +70,14 @@ std::u16string_view GetMessage(const OrvProgress& level) {
                ? std::u16string_view()
                : std::u16string_view(reinterpret_cast<const char16_t*>(level.message),
                                      level.messageLength);
+}
+
+std::size_t CountColumns(std::u16string_view text) {
+    std::size_t columns = 0;
+    for (const char16_t unit : text) {
+        columns += ColumnsOf(unit);
+    }
+    return columns;
 }
 
 std::u16string CutMiddle(std::u16string_view text, std::size_t columns) {

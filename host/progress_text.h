@@ -13,6 +13,9 @@ namespace host {
 // The message of a level; empty when it has none.
 [[nodiscard]] std::u16string_view GetMessage(const OrvProgress& level);
 
+// The columns that a text takes on a terminal.
+[[nodiscard]] std::size_t CountColumns(std::u16string_view text);
+
 // Cuts a text to at most `columns` columns: "..." replaces the middle of a longer one.
 [[nodiscard]] std::u16string CutMiddle(std::u16string_view text, std::size_t columns);
 

@@ -5,16 +5,11 @@
 #include <string>
 #include <string_view>
 
+#include "host/key_names.h"
+#include "host/name_pattern.h"
 #include "host/record_reader.h"
 
 namespace host {
-
-// "HKEY_LOCAL_MACHINE\..." for the captured key "REGISTRY\MACHINE\..."; empty for a key above the
-// real ones.
-[[nodiscard]] std::u16string LongKeyName(std::u16string_view source);
-
-// "HKLM\..." for "HKEY_LOCAL_MACHINE\...". Any other text stays as it is.
-[[nodiscard]] std::u16string ShortKeyName(std::u16string_view name);
 
 // Whether a line tells of a key, a value or a variable.
 [[nodiscard]] bool IsOfRegistry(const SRecordEntry& entry);
@@ -38,27 +33,20 @@ private:
     std::u16string m_localFolder;
 };
 
-// A pattern in which "*" is any text, also of several names, and "?" one UTF-16 unit. Without both
-// it is found anywhere in a name. Letter case counts nowhere. HKLM, HKCU, HKCR and HKU at its start
-// are the long names.
-//
-// The names of a thing are its source, the place of its item, and its path on this system; of a key
-// also its long name, and that below HKEY_CLASSES_ROOT. That of a value follows its key's.
+// A pattern of the names of things: the source of a thing, the place of its item, and its path on
+// this system; of a key also its long name, and that below HKEY_CLASSES_ROOT. That of a value
+// follows its key's.
 class CRecordPattern {
 public:
-    explicit CRecordPattern(std::u16string_view pattern);
+    explicit CRecordPattern(std::u16string_view pattern) : m_pattern(pattern) {}
 
     // `localName` is what CLocalNames finds.
     [[nodiscard]] bool Matches(const SRecordEntry& entry, const std::u16string& localName) const;
 
 private:
-    [[nodiscard]] bool MatchesText(std::u16string text) const;
     [[nodiscard]] bool MatchesKey(const SRecordEntry& entry) const;
 
-    std::u16string m_pattern;  // in lower case
-    bool m_isPart = false;     // there is no "*" and no "?" in it
-    bool m_isOfAll = false;    // it is a "*": what has no name matches too
-    bool m_isOfClasses = false;
+    CNamePattern m_pattern;
 };
 
 }  // namespace host

@@ -44,21 +44,34 @@ std::optional<std::vector<std::u16string>> DecodeMultiString(Text text) {
     return text.empty() ? std::nullopt : std::optional(strings);
 }
 
-std::optional<RegistryData> DecodeRegistryData(Text type, Text text) {
-    constexpr std::size_t kDwordDigits = 8;
+EDataKind GetDataKind(Text type) {
     if (type == u"REG_SZ" || type == u"REG_EXPAND_SZ") {
-        return std::u16string(text);
+        return EDataKind::String;
     }
     if (type == u"REG_MULTI_SZ") {
-        return DecodeMultiString(text);
+        return EDataKind::Strings;
     }
     if (type == u"REG_DWORD" || type == u"REG_QWORD") {
-        return DecodeNumber(text, type == u"REG_DWORD" ? kDwordDigits : 2 * kDwordDigits);
+        return EDataKind::Number;
     }
-    if (!type.starts_with(u"REG_")) {
-        return std::nullopt;
+    return type.starts_with(u"REG_") ? EDataKind::Bytes : EDataKind::Unknown;
+}
+
+std::optional<RegistryData> DecodeRegistryData(Text type, Text text) {
+    constexpr std::size_t kDwordDigits = 8;
+    switch (GetDataKind(type)) {
+        case EDataKind::String:
+            return std::u16string(text);
+        case EDataKind::Strings:
+            return DecodeMultiString(text);
+        case EDataKind::Number:
+            return DecodeNumber(text, type == u"REG_DWORD" ? kDwordDigits : 2 * kDwordDigits);
+        case EDataKind::Bytes:
+            return ParseHex(text);
+        case EDataKind::Unknown:
+            break;
     }
-    return ParseHex(text);
+    return std::nullopt;
 }
 
 }  // namespace host

@@ -16,6 +16,12 @@ namespace host {
 using RegistryData = std::variant<std::u16string, std::vector<std::u16string>, std::uint64_t,
                                   std::vector<std::byte>>;
 
+enum class EDataKind { Unknown, String, Strings, Number, Bytes };
+
+// What the data of a type is. `type` is its name as the attribute `Type` has it; Unknown when it is
+// empty or not known.
+[[nodiscard]] EDataKind GetDataKind(std::u16string_view type);
+
 // `type` is the name of a type as the attribute `Type` has it. Nothing when it is empty or not
 // known, and when the text has not its form.
 [[nodiscard]] std::optional<RegistryData> DecodeRegistryData(std::u16string_view type,

@@ -1,13 +1,217 @@
 #include "host/show_command.h"
 
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "host/console.h"
 #include "host/exit_status.h"
+#include "host/item_json.h"
+#include "host/item_text.h"
+#include "host/key_names.h"
+#include "host/manifest_items.h"
+#include "host/manifest_schema.h"
+#include "host/name_pattern.h"
+#include "host/path_rules.h"
+#include "host/suggestion.h"
+#include "host/system.h"
+#include "platform/local_paths.h"
+#include "platform/text.h"
+#include "platform/utf8.h"
 
 namespace host {
 
-int RunShow(const SCommand& /*command*/, CJsonWriter& /*json*/) {
-    Complain("not there yet");
-    return kExitFailed;
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Text = std::u16string_view;
+
+// Each call of PrintResult flushes stdout, so lines are collected, but not for longer than people
+// wait for the next one.
+constexpr std::size_t kBatch = std::size_t{64} << 10;  // bytes
+constexpr std::chrono::milliseconds kLongestWait{50};
+
+bool IsVariable(const char* name, std::string_view value) {
+    const char* const text = std::getenv(name);
+    return text != nullptr && text == value;
+}
+
+bool HasVariable(const char* name) { return std::getenv(name) != nullptr && !IsVariable(name, ""); }
+
+SItemLayout GetLayout() {
+    const SOutput output = GetOutput();
+    if (!output.isTerminal) {
+        return {};
+    }
+    return {output.size.columns,
+            output.takesEscapes && !HasVariable("NO_COLOR") && !IsVariable("TERM", "dumb")};
+}
+
+// Finds the names of collections as manifests spell them. Returns what is wrong with one.
+std::string FindCollections(const std::vector<std::string>& words,
+                            std::vector<std::u16string>& names) {
+    std::vector<std::string> known;
+    for (const SElementRule& rule : GetManifestRule().children) {
+        known.push_back(platform::Utf16ToUtf8(rule.name));
+    }
+    const auto lower = [](const std::string& word) {
+        std::u16string text = platform::Utf8ToUtf16(word);
+        platform::FoldText(text.data(), text.size());
+        return platform::Utf16ToUtf8(text);
+    };
+    std::vector<std::string> folded;
+    std::ranges::transform(known, std::back_inserter(folded), lower);
+    for (const std::string& word : words) {
+        const auto find = [&](const std::string& name) {
+            return static_cast<std::size_t>(std::ranges::find(folded, name) - folded.begin());
+        };
+        if (const std::size_t at = find(lower(word)); at < known.size()) {
+            names.push_back(platform::Utf8ToUtf16(known[at]));
+            continue;
+        }
+        std::string problem =
+            "'" + Printable(platform::Utf8ToUtf16(word)) + "' is no collection of a manifest; ";
+        if (const std::size_t at = find(FindSimilar(lower(word), folded)); at < known.size()) {
+            return problem + "did you mean '" + known[at] + "'?";
+        }
+        problem += "there are";
+        for (const std::string& name : known) {
+            problem += (name == known.front() ? " " : ", ") + name;
+        }
+        return problem;
+    }
+    return "";
+}
+
+// Whether one of the names by which people know an item matches.
+bool MatchesItem(const SItem& item, const CNamePattern& pattern) {
+    if (pattern.IsOfAll()) {
+        return true;
+    }
+    const bool isValue = item.element == u"Value";
+    if (isValue || item.element == u"Key") {
+        const Text name = GetAttribute(item, u"Value");
+        const Text shown = name.empty() ? kDefaultValue : name;
+        return pattern.MatchesKey(GetAttribute(item, u"Target"), isValue ? &shown : nullptr);
+    }
+    if (item.collection == u"Properties") {
+        return pattern.Matches(item.element);
+    }
+    const auto matches = [&](const platform::SXmlAttribute& attribute) {
+        constexpr Text kNames[] = {u"Target", u"Name", u"Variable", u"Id"};
+        return (std::ranges::find(kNames, attribute.name) != std::end(kNames) ||
+                attribute.name.ends_with(u"RelativeSource")) &&
+               pattern.Matches(attribute.value);
+    };
+    return std::ranges::any_of(item.attributes, matches) ||
+           std::ranges::any_of(item.parts, [&](const SItemPart& part) {
+               return std::ranges::any_of(part.attributes, matches);
+           });
+}
+
+// Prints the items that are asked for.
+class CItemPrinter {
+public:
+    CItemPrinter(const SCommand& command, std::vector<std::u16string> collections)
+        : m_collections(std::move(collections)), m_isJson(command.isJson), m_text(GetLayout()) {
+        if (!command.pattern.empty()) {
+            m_pattern.emplace(platform::Utf8ToUtf16(command.pattern));
+        }
+    }
+
+    // Whether to go on.
+    bool Take(const SItem& item) {
+        if (IsWanted(item)) {
+            ++m_count;
+            Add(item);
+        }
+        if (!m_batch.empty() &&
+            (m_batch.size() >= kBatch || Clock::now() - m_printed >= kLongestWait)) {
+            Flush();
+        }
+        return m_isWritten;
+    }
+    void Flush() {
+        m_isWritten = m_isWritten && (m_batch.empty() || PrintResult(m_batch));
+        m_batch.clear();
+        m_printed = Clock::now();
+    }
+    [[nodiscard]] std::uint64_t GetCount() const { return m_count; }
+    // Whether stdout has taken everything.
+    [[nodiscard]] bool IsWritten() const { return m_isWritten; }
+
+private:
+    [[nodiscard]] bool IsWanted(const SItem& item) const {
+        return (m_collections.empty() ||
+                std::ranges::find(m_collections, item.collection) != m_collections.end()) &&
+               (!m_pattern || MatchesItem(item, *m_pattern));
+    }
+    void Add(const SItem& item) {
+        if (!m_isJson) {
+            m_text.Append(item, m_batch);
+            return;
+        }
+        m_json.Clear();
+        WriteItem(item, m_json);
+        m_batch.append(m_json.GetBytes()).append("\n");
+    }
+
+    const std::vector<std::u16string> m_collections;  // empty for all
+    const bool m_isJson;
+    std::optional<CNamePattern> m_pattern;
+    CItemText m_text;
+    CJsonWriter m_json;
+    std::string m_batch;
+    Clock::time_point
+        m_printed;  // at first the clock's start, so that the first line does not wait
+    std::uint64_t m_count = 0;
+    bool m_isWritten = true;
+};
+
+// Reads the manifest, and returns what is wrong.
+std::string PrintItems(const SCommand& command, CItemPrinter& printer) {
+    const std::string manifest = Quote(platform::LocalPath(command.manifest));
+    const std::filesystem::path path = DeepPath(platform::LocalPath(command.manifest));
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error)) {
+        return manifest + " is a folder; name a manifest in it";
+    }
+    const std::string problem =
+        ReadItems(path, [&printer](const SItem& item) { return printer.Take(item); });
+    printer.Flush();
+    return problem.empty() ? "" : manifest + ": " + problem;
+}
+
+}  // namespace
+
+int RunShow(const SCommand& command, CJsonWriter& json) {
+    std::vector<std::u16string> collections;
+    std::string problem = FindCollections(command.collections, collections);
+    if (!problem.empty()) {
+        Complain(problem);
+        return kExitUsage;
+    }
+    CItemPrinter printer(command, std::move(collections));
+    problem = PrintItems(command, printer);
+    // Of a manifest that is not whole this cannot be said: what is missing may have the name.
+    if (problem.empty() && !command.pattern.empty() && printer.GetCount() == 0) {
+        problem = "no item has a name like '" + Printable(platform::Utf8ToUtf16(command.pattern)) +
+                  "'; '*' is any text";
+    }
+    if (!problem.empty()) {
+        Complain(problem);
+    }
+    if (command.isJson) {
+        json.Key("items");
+        json.Number(static_cast<std::int64_t>(printer.GetCount()));
+    }
+    return problem.empty() && printer.IsWritten() ? kExitDone : kExitFailed;
 }
 
 }  // namespace host

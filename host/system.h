@@ -109,6 +109,14 @@ struct STerminalSize {
 // Writes to stderr at once. A failure is ignored, because there is no other place to report it.
 void WriteTerminal(std::string_view bytes);
 
+// What stdout is.
+struct SOutput {
+    bool isTerminal = false;
+    bool takesEscapes = false;  // a terminal that understands colours
+    STerminalSize size;         // of a terminal
+};
+[[nodiscard]] SOutput GetOutput();
+
 // Free what the library has returned: the array of targets, and a text of an enumeration.
 void FreeTargets(GUID* targets);
 void FreeText(OrvChar* text);

@@ -53,6 +53,20 @@ bool WriteAll(int file, std::string_view bytes) {
     return true;
 }
 
+bool IsTerminalWithEscapes(int file) {
+    const char* const kind = std::getenv("TERM");
+    return isatty(file) == 1 && kind != nullptr && std::strcmp(kind, "dumb") != 0;
+}
+
+STerminalSize SizeOf(int terminal) {
+    struct winsize size {};
+    // A terminal that does not know its size answers 0.
+    if (ioctl(terminal, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) {
+        return {};
+    }
+    return {size.ws_col, size.ws_row};
+}
+
 // Gives their owner all rights to the folders of a tree, so that what is in them can be removed.
 void Unprotect(const std::filesystem::path& folder) {
     using std::filesystem::perms;
@@ -200,18 +214,13 @@ void CatchEndingSignals(void (*end)(int status)) {
 
 void EndProcess(int status) { _exit(status); }
 
-bool HasTerminal() {
-    const char* const kind = std::getenv("TERM");
-    return isatty(STDERR_FILENO) == 1 && kind != nullptr && std::strcmp(kind, "dumb") != 0;
-}
+bool HasTerminal() { return IsTerminalWithEscapes(STDERR_FILENO); }
 
-STerminalSize GetTerminalSize() {
-    struct winsize size {};
-    // A terminal that does not know its size answers 0.
-    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) {
-        return {};
-    }
-    return {size.ws_col, size.ws_row};
+STerminalSize GetTerminalSize() { return SizeOf(STDERR_FILENO); }
+
+SOutput GetOutput() {
+    return {isatty(STDOUT_FILENO) == 1, IsTerminalWithEscapes(STDOUT_FILENO),
+            SizeOf(STDOUT_FILENO)};
 }
 
 void WriteTerminal(std::string_view bytes) {

@@ -46,6 +46,24 @@ DWORD AttributesOf(const std::filesystem::path& deep) { return GetFileAttributes
 
 HANDLE Stderr() { return GetStdHandle(STD_ERROR_HANDLE); }
 
+bool IsConsoleWithEscapes(HANDLE console) {
+    DWORD mode = 0;
+    // An older console refuses this mode, and does not know the escapes of colours and the cursor.
+    return GetConsoleMode(console, &mode) != FALSE &&
+           SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+}
+
+STerminalSize SizeOf(HANDLE console) {
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    if (GetConsoleScreenBufferInfo(console, &info) == FALSE) {
+        return {};
+    }
+    // The part of the buffer that shows. The buffer itself may have thousands of rows.
+    const SMALL_RECT& window = info.srWindow;
+    return {static_cast<std::size_t>(window.Right - window.Left + 1),
+            static_cast<std::size_t>(window.Bottom - window.Top + 1)};
+}
+
 }  // namespace
 
 // The environment of the process itself, which the library reads. A C run-time has a copy of it,
@@ -198,22 +216,14 @@ void EndProcess(int status) {
     std::abort();
 }
 
-bool HasTerminal() {
-    DWORD mode = 0;
-    // An older console refuses this mode, and does not know the escapes that move the cursor.
-    return GetConsoleMode(Stderr(), &mode) != FALSE &&
-           SetConsoleMode(Stderr(), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
-}
+bool HasTerminal() { return IsConsoleWithEscapes(Stderr()); }
 
-STerminalSize GetTerminalSize() {
-    CONSOLE_SCREEN_BUFFER_INFO info;
-    if (GetConsoleScreenBufferInfo(Stderr(), &info) == FALSE) {
-        return {};
-    }
-    // The part of the buffer that shows. The buffer itself may have thousands of rows.
-    const SMALL_RECT& window = info.srWindow;
-    return {static_cast<std::size_t>(window.Right - window.Left + 1),
-            static_cast<std::size_t>(window.Bottom - window.Top + 1)};
+STerminalSize GetTerminalSize() { return SizeOf(Stderr()); }
+
+SOutput GetOutput() {
+    HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    return {GetConsoleMode(output, &mode) != FALSE, IsConsoleWithEscapes(output), SizeOf(output)};
 }
 
 void WriteTerminal(std::string_view bytes) {

@@ -1,0 +1,26 @@
+// host/key_names.h - the names of keys as captures, manifests and people write them.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace host {
+
+// What the default value of a key is called.
+inline constexpr std::u16string_view kDefaultValue = u"(default)";
+
+// "HKEY_LOCAL_MACHINE\..." for the captured key "REGISTRY\MACHINE\..."; empty for a key above the
+// real ones.
+[[nodiscard]] std::u16string LongKeyName(std::u16string_view source);
+
+// "HKLM\..." for "HKEY_LOCAL_MACHINE\...". Any other text stays as it is.
+[[nodiscard]] std::u16string ShortKeyName(std::u16string_view name);
+
+// The long name again, in a pattern of names: a short one counts as a whole, up to a backslash, a
+// wildcard or the end.
+[[nodiscard]] std::u16string ExpandKeyPattern(std::u16string_view pattern);
+
+// "HKEY_CLASSES_ROOT\..." for the long name of a key that shows there; empty for another one.
+[[nodiscard]] std::u16string ClassesKeyName(std::u16string_view name);
+
+}  // namespace host
