@@ -113,8 +113,8 @@ constexpr SVerbTexts kShow = {
     "List the items of a manifest",
     "stdout has a line for each item, with columns that its collection has: places, types, data.\n"
     "A PATTERN is compared with the places and names of items: '*' is any text, '?' one\n"
-    "character; without both it is found anywhere. Letter case does not count. HKLM, HKCU\n"
-    "and HKU may begin it. With --json each item is an object on a line of its own; the last\n"
+    "character; without both it is found anywhere. Letter case does not count. HKLM, HKCU,\n"
+    "HKCR and HKU may begin it. With --json each item is an object on a line of its own; the last\n"
     "line has the status and the messages.\n"
     "\n"
     "Example: cas2orv show out/{GUID}/app.orv --collection CreateValues --match 'HKLM\\*'\n"

@@ -54,18 +54,13 @@ bool IsUpperHex(Text text) {
     return others == 0 && text.size() % 2 == 0;
 }
 
+// A number or bytes.
 void WriteDecoded(const RegistryData& data, CJsonWriter& json) {
     json.Key("data");
     if (const auto* const number = std::get_if<std::uint64_t>(&data)) {
         WriteNumber(*number, json);
     } else if (const auto* const bytes = std::get_if<std::vector<std::byte>>(&data)) {
         json.Text(Text(BytesToHex(bytes->data(), bytes->size())));
-    } else if (const auto* const strings = std::get_if<std::vector<std::u16string>>(&data)) {
-        json.BeginArray();
-        std::ranges::for_each(*strings, [&](Text string) { json.Text(string); });
-        json.EndArray();
-    } else {
-        json.Text(std::get<std::u16string>(data));
     }
 }
 
@@ -77,6 +72,11 @@ void WriteData(const SItem& item, CJsonWriter& json) {
     if (kind == EDataKind::String || (kind == EDataKind::Bytes && IsUpperHex(item.text))) {
         json.Key("data");
         json.Text(item.text);
+    } else if (kind == EDataKind::Strings && SplitMultiString(item.text, [](Text) {})) {
+        json.Key("data");
+        json.BeginArray();
+        static_cast<void>(SplitMultiString(item.text, [&json](Text string) { json.Text(string); }));
+        json.EndArray();
     } else if (const auto data = DecodeRegistryData(type, item.text)) {
         WriteDecoded(*data, json);
     } else {

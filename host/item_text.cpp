@@ -36,12 +36,16 @@ std::u16string Decimal(std::uint64_t number) {
     return {digits.begin(), digits.end()};
 }
 
-void AppendList(const std::vector<std::u16string>& strings, std::u16string& cell) {
-    cell += u'[';
-    for (const std::u16string& string : strings) {
+// Makes the cell of a multi-string. One without its end is shown as it is.
+void ShowList(Text text, std::u16string& cell) {
+    cell = u"[";
+    const bool isWhole = SplitMultiString(text, [&cell](Text string) {
         cell.append(cell.size() == 1 ? u"\"" : u", \"").append(string).append(u"\"");
-    }
+    });
     cell += u']';
+    if (!isWhole) {
+        cell = text;
+    }
 }
 
 // The bytes of hexadecimal digits in pairs, as many as fit in `room` columns with their number
@@ -50,8 +54,10 @@ void AppendPairs(Text digits, std::size_t room, std::u16string& cell) {
     std::size_t shown = digits.size() / 2;
     std::u16string end;
     if (room != 0 && shown * 3 > room + 1) {
-        end = u"... (" + Decimal(shown) + u" bytes)";
+        const std::u16string count = u"(" + Decimal(shown) + u" bytes)";
+        end = u"... " + count;
         shown = room < end.size() ? 0 : (room - end.size()) / 3;
+        end = shown == 0 ? count : end;
     }
     // For each byte two digits and the blank after it.
     cell.resize(shown * 3);
@@ -71,13 +77,11 @@ std::u16string ShowOther(Text name, Text value) {
     if (const Text word = FindWord(name, value); !word.empty()) {
         return std::u16string(word).append(u" (").append(value).append(u")");
     }
-    std::u16string shown;
-    const auto strings = name == u"Dependencies" ? DecodeMultiString(value) : std::nullopt;
-    if (strings) {
-        AppendList(*strings, shown);
-        return shown;
+    std::u16string shown(value);
+    if (name == u"Dependencies") {
+        ShowList(value, shown);
     }
-    return std::u16string(value);
+    return shown;
 }
 
 std::u16string ShowPart(const SItemPart& part) {
@@ -221,16 +225,9 @@ Text CItemText::ShowCell(const SItem& item, std::size_t column) {
         }
         case EShow::Words:
             return m_cell = ShowOther(name, GetAttribute(item, name));
-        case EShow::List: {
-            const Text value = GetAttribute(item, name);
-            const auto strings = DecodeMultiString(value);
-            if (!strings) {
-                return value;
-            }
-            m_cell.clear();
-            AppendList(*strings, m_cell);
+        case EShow::List:
+            ShowList(GetAttribute(item, name), m_cell);
             return m_cell;
-        }
         case EShow::Element:
             return item.element;
         case EShow::Content:
@@ -253,19 +250,17 @@ Text CItemText::ShowData(const SItem& item, std::size_t room) {
         AppendPairs(item.text, room, m_cell);
         return m_cell;
     }
-    if (kind != EDataKind::Strings && kind != EDataKind::Number) {
-        return item.text;
+    if (kind == EDataKind::Strings) {
+        ShowList(item.text, m_cell);
+        return m_cell;
     }
-    const auto data = DecodeRegistryData(type, item.text);
+    const auto data =
+        kind == EDataKind::Number ? DecodeRegistryData(type, item.text) : std::nullopt;
     if (!data) {
         return item.text;
     }
-    if (const auto* const number = std::get_if<std::uint64_t>(&*data)) {
-        m_cell.append(item.text).append(u" (").append(Decimal(*number)).append(u")");
-    } else {
-        AppendList(std::get<std::vector<std::u16string>>(*data), m_cell);
-    }
-    return m_cell;
+    m_cell.append(item.text).append(u" (");
+    return m_cell.append(Decimal(std::get<std::uint64_t>(*data))).append(u")");
 }
 
 std::vector<std::u16string> CItemText::ListOthers(const SItem& item) const {

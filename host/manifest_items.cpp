@@ -130,6 +130,7 @@ public:
     void OnElementEnd() override;
 
     [[nodiscard]] bool IsStopped() const { return m_isStopped; }
+    [[nodiscard]] bool HasRoot() const { return m_hasRoot; }
     [[nodiscard]] const std::string& GetProblem() const { return m_problem; }
 
 private:
@@ -157,6 +158,7 @@ private:
     std::vector<SElement> m_parts;
     std::string m_problem;  // the first one
     bool m_isStopped = false;
+    bool m_hasRoot = false;
 };
 
 enum EDepth : std::uint8_t { Root = 1, Collection, Item, Part };
@@ -169,6 +171,7 @@ void CXmlReading::OnElement(Text name, std::span<const platform::SXmlAttribute> 
                             std::uint32_t line) {
     switch (++m_depth) {
         case Root:
+            m_hasRoot = true;
             if (const std::string problem = CheckRoot({name, attributes, {}}); !problem.empty()) {
                 Complain(line, problem);
                 m_isStopped = true;
@@ -254,6 +257,9 @@ std::string ReadAsXml(const std::filesystem::path& manifest, std::uint64_t skipp
     const int status = platform::ScanXml(path.c_str(), reading, line);
     if (!reading.GetProblem().empty() || reading.IsStopped()) {
         return reading.GetProblem();
+    }
+    if (IsXmlFault(status) && !reading.HasRoot()) {
+        return "this is no manifest";
     }
     return status == ERROR_SUCCESS ? "" : AtLine(line, DescribeXmlFailure(status));
 }

@@ -20,28 +20,39 @@ std::optional<RegistryData> DecodeNumber(Text text, std::size_t digits) {
 
 }  // namespace
 
-std::optional<std::vector<std::u16string>> DecodeMultiString(Text text) {
+bool SplitMultiString(Text text, const std::function<void(Text string)>& handle) {
     constexpr Text kEnd = uR"(\0\0)";
     constexpr Text kEmptyList = kEnd;
     if (text == kEmptyList) {
-        return std::vector<std::u16string>();
+        return true;
     }
-    std::vector<std::u16string> strings(1);
+    std::u16string string;
     // From left to right, because a doubled backslash and a zero look like the end of a string.
     for (; !text.empty() && text != kEnd; text.remove_prefix(1)) {
         if (text[0] == u'\\') {
             text.remove_prefix(1);
             if (text.starts_with(u'0')) {
-                strings.emplace_back();
+                handle(string);
+                string.clear();
                 continue;
             }
             if (!text.starts_with(u'\\')) {
-                return std::nullopt;
+                return false;
             }
         }
-        strings.back() += text[0];
+        string += text[0];
     }
-    return text.empty() ? std::nullopt : std::optional(strings);
+    if (text.empty()) {
+        return false;
+    }
+    handle(string);
+    return true;
+}
+
+std::optional<std::vector<std::u16string>> DecodeMultiString(Text text) {
+    std::vector<std::u16string> strings;
+    const auto add = [&strings](Text string) { strings.emplace_back(string); };
+    return SplitMultiString(text, add) ? std::optional(strings) : std::nullopt;
 }
 
 EDataKind GetDataKind(Text type) {

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,7 +28,11 @@ enum class EDataKind { Unknown, String, Strings, Number, Bytes };
 [[nodiscard]] std::optional<RegistryData> DecodeRegistryData(std::u16string_view type,
                                                              std::u16string_view text);
 
-// The strings of a multi-string, which ends in "\0\0". Nothing when it does not.
+// Gives the strings of a multi-string, which ends in "\0\0", one after the other. False, after some
+// of them, when it does not.
+[[nodiscard]] bool SplitMultiString(std::u16string_view text,
+                                    const std::function<void(std::u16string_view string)>& handle);
+// The same at once.
 [[nodiscard]] std::optional<std::vector<std::u16string>> DecodeMultiString(
     std::u16string_view text);
 

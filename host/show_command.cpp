@@ -179,8 +179,12 @@ std::string PrintItems(const SCommand& command, CItemPrinter& printer) {
     const std::string manifest = Quote(platform::LocalPath(command.manifest));
     const std::filesystem::path path = DeepPath(platform::LocalPath(command.manifest));
     std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    if (std::filesystem::is_directory(status)) {
         return manifest + " is a folder; name a manifest in it";
+    }
+    if (status.type() == std::filesystem::file_type::not_found) {
+        return "there is no manifest " + manifest;
     }
     const std::string problem =
         ReadItems(path, [&printer](const SItem& item) { return printer.Take(item); });

@@ -72,12 +72,15 @@ std::string DescribeStatus(std::uint32_t status) {
     return words.empty() ? number : number + ": " + Printable(words);
 }
 
-std::string DescribeXmlFailure(int status) {
+bool IsXmlFault(int status) {
     // A parser has many statuses for a file that is no good XML, of which the last byte differs.
     constexpr unsigned kOneKind = 0xFFFFFF00U;
-    const bool isFault = (static_cast<unsigned>(status) & kOneKind) ==
-                         (static_cast<unsigned>(platform::kXmlNotWellFormed) & kOneKind);
-    return isFault
+    return (static_cast<unsigned>(status) & kOneKind) ==
+           (static_cast<unsigned>(platform::kXmlNotWellFormed) & kOneKind);
+}
+
+std::string DescribeXmlFailure(int status) {
+    return IsXmlFault(status)
                ? "the file is not well-formed from here on"
                : "the file cannot be read: " + DescribeStatus(static_cast<std::uint32_t>(status));
 }

@@ -12,6 +12,9 @@ namespace host {
 // status without a known message is only the number.
 [[nodiscard]] std::string DescribeStatus(std::uint32_t status);
 
+// Whether a status of ScanXml says that the file is no good XML.
+[[nodiscard]] bool IsXmlFault(int status);
+
 // What a status of ScanXml, which is not 0, says of the file.
 [[nodiscard]] std::string DescribeXmlFailure(int status);
 
