@@ -1,6 +1,8 @@
 // The program as a process: what it prints, where, and with which exit status.
 
+#include <pty.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -204,6 +206,95 @@ TEST_F(CliTest, ExplainTellsWhatTheRecordOfAConversionSays) {
         EXPECT_THAT(run.err, HasSubstr(words));
     }
     EXPECT_EQ(Run({"explain", "r.jsonl"}, "/dev/full").status, 1);
+}
+
+TEST_F(CliTest, ShowListsTheItemsThatAreAskedFor) {
+    ASSERT_EQ(Run({"convert", WriteSample(), "out/app.orv"}).status, 0);
+    const SRun all = Run({"show", Manifest(kGuid)});
+    EXPECT_EQ(all.status, 0);
+    EXPECT_THAT(all.out, StartsWith("Collection\tName\tText\nProperties\tName\tSample_{"));
+    EXPECT_THAT(all.out,
+                EndsWith("\nCollection\tTarget\tRelativeSource\n"
+                         "CreateFiles\t%SystemDrive%\\App\\a.txt\tSystemDrive\\App\\a.txt\n"
+                         "Collection\tTarget\nDeleteFiles\t%SystemDrive%\\App\\b.txt\n"));
+    EXPECT_EQ(Run({"show", Manifest(kGuid), "--collection", "deletefiles"}).out,
+              "Collection\tTarget\nDeleteFiles\t%SystemDrive%\\App\\b.txt\n");
+    const SRun json = Run({"show", Manifest(kGuid), "--match", "*\\?.TXT", "--json"});
+    EXPECT_EQ(json.out,
+              R"({"collection":"CreateFiles","element":"File","line":10,)"
+              R"("Target":"%SystemDrive%\\App\\a.txt","RelativeSource":"SystemDrive\\App\\a.txt"})"
+              "\n"
+              R"({"collection":"DeleteFiles","element":"File","line":13,)"
+              R"("Target":"%SystemDrive%\\App\\b.txt"})"
+              "\n"
+              R"({"schema":1,"command":"show","items":2,"status":0,"messages":[]})"
+              "\n");
+
+    // Two things of the registry that have their names in HKEY_CLASSES_ROOT.
+    m_folder.WriteFile(
+        "keys.orv", R"(<Package Version="1"><CreateValues><Value Target="HKEY_LOCAL_MACHINE\A\b"/>)"
+                    R"(<Value Target="HKEY_LOCAL_MACHINE\SOFTWARE\Classes\C" Value="d"/>)"
+                    R"(</CreateValues></Package)");
+    const std::pair<std::vector<std::string>, std::pair<int, const char*>> kRuns[] = {
+        {{"keys.orv", "--match", R"(hklm\a\*\(default))"}, {1, "HKLM\\A\\b\t(default)\t"}},
+        {{"keys.orv", "--match", R"(HKCR\?\D)"}, {1, "HKLM\\SOFTWARE\\Classes\\C\td\t"}},
+        {{"keys.orv", "--match", "none"}, {1, "line 1: the file is not well-formed"}},
+        {{Manifest(kGuid), "--match", "none"}, {1, "no item has a name like 'none'"}},
+        {{"out"}, {1, "is a folder; name a manifest in it"}},
+        {{"gone"}, {1, "there is no manifest"}},
+        {{"gone", "--collection", "Createfile"}, {2, "did you mean 'CreateFiles'?"}},
+        {{"gone", "--collection", "a~\x1B"},
+         {2, "'a~\xEF\xBF\xBD' is no collection of a manifest"}},
+    };
+    for (const auto& [arguments, expected] : kRuns) {
+        std::vector<std::string> words = {"show"};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        const SRun run = Run(words);
+        EXPECT_EQ(run.status, expected.first) << expected.second;
+        EXPECT_THAT(run.out + run.err, HasSubstr(expected.second));
+    }
+    const SRun full = Run({"show", Manifest(kGuid), "--json"}, "/dev/full");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_THAT(full.err, EndsWith("cannot be written to stdout: No space left on device\n"));
+    EXPECT_EQ(full.err.find("cannot"), full.err.rfind("cannot"));
+}
+
+// What the program writes to a terminal of 60 columns, with a variable of the environment.
+std::string ShowOnTerminal(const std::string& manifest, const char* name, const char* value) {
+    winsize size = {.ws_row = 20, .ws_col = 60, .ws_xpixel = 0, .ws_ypixel = 0};
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
+    if (child == 0) {
+        setenv("TERM", "xterm", 1);
+        unsetenv("NO_COLOR");
+        setenv(name, value, 1);
+        execl(CAS2ORV_PROGRAM, "cas2orv", "show", manifest.c_str(), nullptr);
+        _exit(127);
+    }
+    std::string text;
+    char piece[4096];
+    // The read fails when the program has ended.
+    for (ssize_t count = 0; (count = read(terminal, piece, sizeof piece)) > 0;) {
+        text.append(piece, static_cast<std::size_t>(count));
+    }
+    close(terminal);
+    waitpid(child, nullptr, 0);
+    std::erase(text, '\r');
+    return text;
+}
+
+TEST_F(CliTest, ShowKnowsTheTerminal) {
+    const std::string path = Repeat("long ", 20);
+    m_folder.WriteFile("a.orv", "<Package Version=\"1\"><DeleteFiles><File Target=\"" + path +
+                                    "end\"/></DeleteFiles></Package>");
+    const std::string manifest = m_folder.Path("a.orv").native();
+    const std::string plain = "DeleteFiles\n  Target\n  " + path.substr(0, 27) + "..." +
+                              path.substr(path.size() - 24) + "end\n";
+    const std::string colored = ShowOnTerminal(manifest, "NO_COLOR", "");
+    EXPECT_THAT(colored, StartsWith("\x1B[1;31mDeleteFiles\x1B[0m\n"));
+    EXPECT_THAT(colored, EndsWith(plain.substr(plain.find("  long"))));
+    EXPECT_EQ(ShowOnTerminal(manifest, "NO_COLOR", "0"), plain);
+    EXPECT_EQ(ShowOnTerminal(manifest, "TERM", "dumb"), plain);
 }
 
 TEST_F(CliTest, TargetsOfOneGuidAreALoss) {
