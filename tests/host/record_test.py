@@ -89,23 +89,31 @@ def check_target(lines, folder):
 
 
 def check(program, profile, folder, page):
-    """Returns what is wrong, the number of lines, and what was printed as JSON."""
+    """Returns what is wrong, the number of lines, and what was printed as JSON: items of a manifest,
+    each in an array, and objects."""
     record = pathlib.Path(folder, "record.jsonl")
     printed = []
+    items = []
 
     def run(*arguments):
         result = subprocess.run([program, *map(str, arguments), "--json"], stdout=subprocess.PIPE,
                                 stderr=subprocess.DEVNULL, check=False, timeout=600)
-        printed.append(result.stdout.decode())
+        *lines, last = result.stdout.decode().splitlines()
+        printed.append(last)
+        # Items are validated as one array, which is faster than one by one.
+        if lines:
+            items.append("[" + ",".join(lines) + "]")
         return result.returncode
 
     status = run("convert", profile, f"{folder}/out/app.orv", "--progress=none", "--record", record)
     checked = run("check", profile, "--progress=none")
     run("targets", profile)
     run("verify", f"{folder}/out")
+    for manifest in pathlib.Path(folder, "out").glob("*/app.orv"):
+        run("show", manifest)
     problems = [] if checked == status else [f"convert ends with {status}, check with {checked}"]
     if not record.exists():
-        return problems + ([] if status == 1 else ["there is no record"]), 0, printed
+        return problems + ([] if status == 1 else ["there is no record"]), 0, printed, items
     run("explain", record)
     head, *lines = map(json.loads, record.read_text(encoding="utf-8").splitlines())
     problems += [] if head["state"] == "whole" else [f"the record is {head['state']}"]
@@ -119,7 +127,7 @@ def check(program, profile, folder, page):
                  if f"`{reason}` |" not in page]
     for number, target in targets_of(lines).items():
         problems += check_target([line for line in lines if line["in"] == number], target)
-    return problems, len(lines), printed
+    return problems, len(lines), printed, items
 
 
 def validate(printed, schema):
@@ -142,15 +150,24 @@ def main():
     failed = 0
     count = 0
     printed = []
+    items = []
     for profile in profiles:
         with tempfile.TemporaryDirectory() as folder:
-            problems, lines, texts = check(program, profile, folder, page)
+            problems, lines, texts, arrays = check(program, profile, folder, page)
         count += lines
         failed += bool(problems)
         printed += texts
+        items += arrays
         for problem in problems[:10]:
             print(f"{profile}: {problem}")
-    faults = validate(printed, pathlib.Path(docs, "json.schema.json"))
+    schema = pathlib.Path(docs, "json.schema.json")
+    faults = validate(printed, schema)
+    with tempfile.TemporaryDirectory() as folder:
+        of_items = pathlib.Path(folder, "items.json")
+        definitions = json.loads(schema.read_text(encoding="utf-8"))["$defs"]
+        of_items.write_text(json.dumps({"type": "array", "items": {"$ref": "#/$defs/item"},
+                                        "$defs": definitions}), encoding="utf-8")
+        faults += validate(items, of_items)
     print(faults[:2000])
     print(f"{len(profiles)} packages, {count} lines, {failed} packages with differences")
     return 1 if failed or faults or not profiles else 0
