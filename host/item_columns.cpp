@@ -20,22 +20,23 @@ constexpr SItemColumn kFlag = Fixed(u"Recursive", Words, 9);
 constexpr SItemColumn kScope = Fixed(u"User", Words, 11);
 constexpr SItemColumn kOthers = Shared(u"Others", Others, 1);
 
+// The last column of each shares the room, because it also takes what has no column.
 constexpr SItemColumn kUnknown[] = {Shared(u"Element", Element, 1), Shared(u"Others", Others, 4)};
 constexpr SItemColumn kProperty[] = {Shared(u"Name", Element, 1),
                                      Shared(u"Text", EShow::Content, 4)};
 constexpr SItemColumn kTarget[] = {{u"Target"}};
-constexpr SItemColumn kDeletedFolder[] = {{u"Target"}, kFlag};
+constexpr SItemColumn kDeletedFolder[] = {kFlag, {u"Target"}};
 constexpr SItemColumn kFile[] = {{u"Target"}, {u"RelativeSource"}};
 constexpr SItemColumn kKey[] = {{u"Target", Key}};
-constexpr SItemColumn kDeletedKey[] = {{u"Target", Key}, kFlag};
+constexpr SItemColumn kDeletedKey[] = {kFlag, {u"Target", Key}};
 constexpr SItemColumn kValue[] = {Shared(u"Target", Key, 4), Shared(u"Value", ValueName, 2),
                                   Fixed(u"Type", Plain, 13), Shared(u"Data", Data, 3)};
 constexpr SItemColumn kDeletedValue[] = {Shared(u"Target", Key, 2), Shared(u"Value", ValueName, 1)};
 constexpr SItemColumn kShortcut[] = {
     Shared(u"Target", Plain, 3), Shared(u"ShortcutTarget", Plain, 3), {u"Arguments"}, kOthers};
 constexpr SItemColumn kEnvVar[] = {Shared(u"Variable", Plain, 1), kScope,
-                                   Shared(u"Value", Plain, 3), Fixed(u"InstallMode", Plain, 11)};
-constexpr SItemColumn kDeletedEnvVar[] = {{u"Variable"}, kScope};
+                                   Fixed(u"InstallMode", Plain, 11), Shared(u"Value", Plain, 3)};
+constexpr SItemColumn kDeletedEnvVar[] = {kScope, {u"Variable"}};
 constexpr SItemColumn kService[] = {
     Shared(u"Name", Plain, 2),   Fixed(u"ServiceType", Words, 16), Fixed(u"StartType", Words, 13),
     Shared(u"Binary", Plain, 3), Shared(u"Others", Others, 2),

@@ -213,8 +213,8 @@ void CItemText::AppendFields(const SItem& item, std::string& text) {
 
 // The text is valid as long as the item, and until the next call.
 Text CItemText::ShowCell(const SItem& item, std::size_t column) {
-    const auto& [name, show, width, share] = m_row->columns[column];
-    switch (show) {
+    const Text name = m_row->columns[column].name;
+    switch (m_row->columns[column].show) {
         case EShow::Plain:
             return GetAttribute(item, name);
         case EShow::Key:

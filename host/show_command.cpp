@@ -53,38 +53,45 @@ SItemLayout GetLayout() {
             output.takesEscapes && !HasVariable("NO_COLOR") && !IsVariable("TERM", "dumb")};
 }
 
-// Finds the names of collections as manifests spell them. Returns what is wrong with one.
-std::string FindCollections(const std::vector<std::string>& words,
-                            std::vector<std::u16string>& names) {
-    std::vector<std::string> known;
-    for (const SElementRule& rule : GetManifestRule().children) {
-        known.push_back(platform::Utf16ToUtf8(rule.name));
+std::string LowerCase(const std::string& word) {
+    std::u16string text = platform::Utf8ToUtf16(word);
+    platform::FoldText(text.data(), text.size());
+    return platform::Utf16ToUtf8(text);
+}
+
+// `names` are those of all collections, and `folded` the same in lower case.
+std::string DescribeUnknown(const std::string& word, const std::vector<std::string>& names,
+                            const std::vector<std::string>& folded) {
+    std::string problem =
+        "'" + Printable(platform::Utf8ToUtf16(word)) + "' is no collection of a manifest; ";
+    const auto similar = std::ranges::find(folded, FindSimilar(LowerCase(word), folded));
+    if (similar != folded.end()) {
+        const auto at = static_cast<std::size_t>(similar - folded.begin());
+        return problem + "did you mean '" + names[at] + "'?";
     }
-    const auto lower = [](const std::string& word) {
-        std::u16string text = platform::Utf8ToUtf16(word);
-        platform::FoldText(text.data(), text.size());
-        return platform::Utf16ToUtf8(text);
-    };
+    problem += "there are";
+    for (const std::string& name : names) {
+        problem += (name == names.front() ? " " : ", ") + name;
+    }
+    return problem;
+}
+
+// Finds the names of collections as manifests spell them. Returns what is wrong with a word.
+std::string FindCollections(const std::vector<std::string>& words,
+                            std::vector<std::u16string>& found) {
+    std::vector<std::string> names;
     std::vector<std::string> folded;
-    std::ranges::transform(known, std::back_inserter(folded), lower);
+    for (const SElementRule& rule : GetManifestRule().children) {
+        names.push_back(platform::Utf16ToUtf8(rule.name));
+        folded.push_back(LowerCase(names.back()));
+    }
     for (const std::string& word : words) {
-        const auto find = [&](const std::string& name) {
-            return static_cast<std::size_t>(std::ranges::find(folded, name) - folded.begin());
-        };
-        if (const std::size_t at = find(lower(word)); at < known.size()) {
-            names.push_back(platform::Utf8ToUtf16(known[at]));
-            continue;
+        const auto same = std::ranges::find(folded, LowerCase(word));
+        if (same == folded.end()) {
+            return DescribeUnknown(word, names, folded);
         }
-        std::string problem =
-            "'" + Printable(platform::Utf8ToUtf16(word)) + "' is no collection of a manifest; ";
-        if (const std::size_t at = find(FindSimilar(lower(word), folded)); at < known.size()) {
-            return problem + "did you mean '" + known[at] + "'?";
-        }
-        problem += "there are";
-        for (const std::string& name : known) {
-            problem += (name == known.front() ? " " : ", ") + name;
-        }
-        return problem;
+        const auto at = static_cast<std::size_t>(same - folded.begin());
+        found.push_back(platform::Utf8ToUtf16(names[at]));
     }
     return "";
 }
