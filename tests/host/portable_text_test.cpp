@@ -21,7 +21,7 @@ protected:
     }
 
     CTestMachine m_machine = CTestMachine()
-                                 .Folder(u"CSIDL_WINDOWS", uR"(C:\Windows)")
+                                 .Folder(u"CSIDL_WINDOWS", uR"(W:\Windows)")
                                  .Environment(u"SystemDrive", u"C:")
                                  .Environment(u"Temp", uR"(%SID%\||\%SystemDrive%)")
                                  .Sid(u"S-1-5-7");
@@ -30,9 +30,9 @@ protected:
 TEST_F(PortableTextTest, TokensBecomePathsOfTheMachineOnce) {
     CPortableText texts(ETokenUse::Replace);
     EXPECT_EQ(Resolve(texts, uR"("%SystemDrive%\a",%CSIDL_WINDOWS%\%SID%|%%SystemDrive%)"),
-              uR"("C:\a",C:\Windows\S-1-5-7%C:\)");
+              uR"("C:\a",W:\Windows\S-1-5-7%C:\)");
     EXPECT_EQ(Resolve(texts, uR"(%Temp%\||%CSIDL_WINDOWS%)"),
-              uR"(%SID%\||\%SystemDrive%\|C:\Windows)");
+              uR"(%SID%\||\%SystemDrive%\|W:\Windows)");
     EXPECT_EQ(Resolve(texts, uR"(HKEY_USERS\%SID%|%)", EForm::Key), uR"(HKEY_USERS\S-1-5-7%)");
     EXPECT_EQ(texts.GetKept(), 0U);
 }
