@@ -22,20 +22,6 @@ namespace {
 // Each call of PrintResult flushes stdout, so lines are collected.
 constexpr std::size_t kBatch = std::size_t{64} << 10;  // bytes that are printed at once
 
-// What makes a record incomplete; empty when it has all of its lines.
-std::string FindGap(const SRecordHead& head) {
-    if (head.state == "whole") {
-        return "";
-    }
-    return head.state == "running"
-               ? "the record ends early: the conversion still runs, or was killed"
-           : head.state == "cut off"
-               ? "the record has not all of its lines, because the disk was full; make room, and "
-                 "convert again"
-               : "the record is damaged: its state is '" +
-                     Printable(platform::Utf8ToUtf16(head.state)) + "'";
-}
-
 // Prints the lines that tell of the things with such a name, below a title for each target.
 class CMatchPrinter {
 public:
@@ -133,7 +119,7 @@ int RunExplain(const SCommand& command, CJsonWriter& json) {
                                          }
                                      });
     if (problem.empty()) {
-        problem = FindGap(summary.head);
+        problem = DescribeGap(summary.head);
     }
     bool isDone = true;
     if (matches) {

@@ -66,6 +66,16 @@ private:
 
 }  // namespace
 
+bool IsLog(std::istream& log) {
+    CUtf16Reader reader(log);
+    std::u16string start;
+    for (int unit = reader.Next();
+         unit != CUtf16Reader::kEnd && start.size() < kWarningStart.size(); unit = reader.Next()) {
+        start += static_cast<char16_t>(unit);
+    }
+    return StartsWith(start, kErrorStart) || StartsWith(start, kWarningStart);
+}
+
 SLogSummary ReadLog(std::istream& log, const LogEntryHandler& handle) {
     SLogSummary summary;
     summary.isComplete = false;

@@ -15,6 +15,9 @@ struct SLogSummary {
     bool isComplete = true;     // false when the log was cut off, so that entries may be missing
 };
 
+// Whether a stream begins as a log that has entries.
+[[nodiscard]] bool IsLog(std::istream& log);
+
 // Receives one entry, without its HTML.
 using LogEntryHandler = std::function<void(bool isError, std::u16string_view text)>;
 

@@ -45,22 +45,6 @@ const char* Describe(EForm form) {
     }
 }
 
-// The file that a relative path in good form names.
-std::u16string DecodeRelativePath(std::u16string_view path) {
-    constexpr std::u16string_view kSid = u"%SID%";
-    CStrW text(path);
-    UnescapeXmlText(text);
-    std::u16string file;
-    for (std::u16string_view rest = text; !rest.empty();) {
-        const bool isSid = rest.starts_with(kSid);
-        // A bar escapes the unit after it. HasForm has already made sure that there is one.
-        rest.remove_prefix(rest.starts_with(u'|') ? 1 : 0);
-        file += isSid ? kSidMark : rest.front();
-        rest.remove_prefix(isSid ? kSid.size() : 1);
-    }
-    return file;
-}
-
 // INVARIANT: `m_open` has an entry for each open element, from the root on. Its rule is null below
 // an element that is not allowed, where nothing more is told.
 class CChecker final : public platform::CXmlVisitor {
@@ -170,7 +154,9 @@ void CChecker::CheckAttributes(const SElementRule& rule,
             Tell(m_line, "the attribute " + Show(attribute.name) + " of " + Show(rule.name) + ' ' +
                              Describe(allowed->form) + ": " + Show(attribute.value));
         } else if (allowed->form == EForm::RelativePath) {
-            m_findings.payload(DecodeRelativePath(attribute.value));
+            CStrW path(attribute.value);
+            UnescapeXmlText(path);
+            m_findings.payload(DecodeRelativePath(path));
         }
     }
     for (const SAttributeRule& wanted : rule.attributes) {
@@ -226,6 +212,20 @@ bool HasMark(const std::u16string& path) {
 }
 
 }  // namespace
+
+std::u16string DecodeRelativePath(std::u16string_view path) {
+    constexpr std::u16string_view kSid = u"%SID%";
+    std::u16string file;
+    while (!path.empty()) {
+        const bool isSid = path.starts_with(kSid);
+        // A bar escapes the unit after it. In a path that is not in good form one may be the last
+        // unit.
+        path.remove_prefix(path.starts_with(u'|') && path.size() > 1 ? 1 : 0);
+        file += isSid ? kSidMark : path.front();
+        path.remove_prefix(isSid ? kSid.size() : 1);
+    }
+    return file;
+}
 
 SManifestCheck CheckManifest(const std::u16string& path, const SManifestFindings& findings) {
     CChecker checker(findings);

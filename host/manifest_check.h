@@ -25,6 +25,10 @@ struct SManifestCheck {
 
 constexpr char16_t kSidMark = 0;  // no text has a NUL
 
+// The file that a relative path of a manifest names, with kSidMark as above. The path has no
+// escapes of XML and no tildes any more.
+[[nodiscard]] std::u16string DecodeRelativePath(std::u16string_view path);
+
 // Reads the file at `path`, a path of the library, to its end or to where it is no XML any more.
 // The memory grows with the longest text, and not with the file.
 SManifestCheck CheckManifest(const std::u16string& path, const SManifestFindings& findings);

@@ -80,10 +80,13 @@ void CPayloadCheck::Name(const std::u16string& file, bool isTold, const TellProb
     }
 }
 
+std::u16string CPayloadCheck::KeyOf(const std::u16string& file) const {
+    return PathKey(platform::LocalPath(m_folder + u'\\' + file));
+}
+
 void CPayloadCheck::Take(const SNamed& named, const std::u16string& file, const TellProblem& tell) {
-    const fs::path path = platform::LocalPath(m_folder + u'\\' + file);
     // Looked up in what was listed, so that no file is opened by a name from a manifest.
-    const auto entry = m_entries.find(PathKey(path));
+    const auto entry = m_entries.find(KeyOf(file));
     if (entry != m_entries.end() && entry->second.file->isRegular) {
         entry->second.isNamed = true;
     } else if (named.isTold) {
@@ -146,8 +149,7 @@ std::u16string CPayloadCheck::FindSid() const {
             sids.size() == 1
                 ? 1
                 : std::count_if(m_withSid.begin(), m_withSid.end(), [&](const SNamed& named) {
-                      return m_entries.contains(PathKey(
-                          platform::LocalPath(m_folder + u'\\' + WithSid(named.file, sid))));
+                      return m_entries.contains(KeyOf(WithSid(named.file, sid)));
                   });
         if (count > most) {
             most = count;
@@ -158,10 +160,17 @@ std::u16string CPayloadCheck::FindSid() const {
 }
 
 void CPayloadCheck::FinishNames(const TellProblem& tell) {
-    const std::u16string sid = FindSid();
+    m_sid = FindSid();
     for (const SNamed& named : m_withSid) {
-        Take(named, WithSid(named.file, sid), tell);
+        Take(named, WithSid(named.file, m_sid), tell);
     }
+}
+
+const SFoundFile* CPayloadCheck::Find(const std::u16string& file) const {
+    const std::u16string below = file.substr(file.starts_with(u'\\') ? 1 : 0);
+    const auto entry =
+        StaysBelow(below) ? m_entries.find(KeyOf(WithSid(below, m_sid))) : m_entries.end();
+    return entry != m_entries.end() && entry->second.file->isRegular ? entry->second.file : nullptr;
 }
 
 void CPayloadCheck::TellStrays(const std::set<std::string>& others, const TellProblem& tell) const {

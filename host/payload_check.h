@@ -25,6 +25,8 @@ public:
 
     // Finds the SID, and tells what is not there under it.
     void FinishNames(const TellProblem& tell);
+    // After that: the regular file that such a path names; null when there is none.
+    [[nodiscard]] const SFoundFile* Find(const std::u16string& file) const;
     // After that: tells the files that nobody has named but `others`, by their names.
     void TellStrays(const std::set<std::string>& others, const TellProblem& tell) const;
 
@@ -34,6 +36,7 @@ private:
         bool isTold = false;
     };
 
+    [[nodiscard]] std::u16string KeyOf(const std::u16string& file) const;
     void Take(const SNamed& named, const std::u16string& file, const TellProblem& tell);
     [[nodiscard]] std::u16string FindSid() const;
     [[nodiscard]] std::vector<std::u16string> ListSids(const std::u16string& file) const;
@@ -46,6 +49,7 @@ private:
     std::u16string m_folder;                               // as the library names it
     std::unordered_map<std::u16string, SEntry> m_entries;  // by PathKey
     std::vector<SNamed> m_withSid;
+    std::u16string m_sid;  // empty for none, and before FinishNames
 };
 
 }  // namespace host

@@ -184,6 +184,14 @@ private:
 
 }  // namespace
 
+bool IsRecord(const std::filesystem::path& file) {
+    constexpr std::string_view kStart = "{\"record\":";
+    std::string bytes(kStart.size(), '\0');
+    std::ifstream(file, std::ios::binary)
+        .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return bytes == kStart;
+}
+
 std::string ReadRecord(const std::filesystem::path& file, SRecordHead& head,
                        const RecordEntryHandler& handle) {
     std::ifstream record(file, std::ios::binary);

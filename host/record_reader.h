@@ -31,6 +31,9 @@ struct SRecordEntry {
     std::uint64_t log = 0;
 };
 
+// Whether a file begins as a record.
+[[nodiscard]] bool IsRecord(const std::filesystem::path& file);
+
 using RecordEntryHandler = std::function<void(const SRecordEntry& entry)>;
 
 // Reads a record and calls `handle` for each of its lines, in their order. A last line that is cut

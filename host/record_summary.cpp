@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <span>
 
+#include "host/console.h"
+#include "platform/utf8.h"
+
 namespace host {
 
 namespace {
@@ -39,6 +42,19 @@ bool IsLoss(std::string_view outcome, std::string_view name) {
     return reason == nullptr
                ? outcome == NameOf(EOutcome::Failed) || outcome == NameOf(EOutcome::NotRead)
                : reason->weight == EWeight::Loss;
+}
+
+std::string DescribeGap(const SRecordHead& head) {
+    if (head.state == "whole") {
+        return "";
+    }
+    return head.state == "running"
+               ? "the record ends early: the conversion still runs, or was killed"
+           : head.state == "cut off"
+               ? "the record has not all of its lines, because the disk was full; make room, and "
+                 "convert again"
+               : "the record is damaged: its state is '" +
+                     Printable(platform::Utf8ToUtf16(head.state)) + "'";
 }
 
 void SRecordSummary::Count(const SRecordEntry& entry) {

@@ -19,6 +19,9 @@ namespace host {
 // Whether a line with this outcome and this name of a reason tells of a loss.
 [[nodiscard]] bool IsLoss(std::string_view outcome, std::string_view name);
 
+// What makes a record incomplete; empty when it has all of its lines.
+[[nodiscard]] std::string DescribeGap(const SRecordHead& head);
+
 // What the lines of a record add up to. Its size has a limit, whatever the record says.
 struct SRecordSummary {
     SRecordHead head;

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace host {
@@ -17,6 +18,13 @@ struct SFoundFile {
     std::string name;            // from the folder on, with slashes
     bool isRegular = false;      // and no link, pipe or the like
 };
+
+// Whether a name has the form "{41B7A0C2-5E0D-4F6A-8D3B-0C9E7A126401}".
+[[nodiscard]] bool IsGuidName(std::string_view name);
+
+// Whether a file right in the folder of a target is a manifest: it begins as one, or is called as
+// most are.
+[[nodiscard]] bool IsManifest(const SFoundFile& file);
 
 // Everything in a folder and below that is no folder, by the bytes of its name. Links are not
 // followed. What cannot be listed is told.

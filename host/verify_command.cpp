@@ -1,7 +1,6 @@
 #include "host/verify_command.h"
 
 #include <algorithm>
-#include <fstream>
 #include <optional>
 #include <set>
 #include <string>
@@ -25,39 +24,6 @@ namespace host {
 namespace fs = std::filesystem;
 
 namespace {
-
-// A name of the form "{41B7A0C2-5E0D-4F6A-8D3B-0C9E7A126401}".
-bool IsGuidName(const std::string& name) {
-    constexpr std::string_view kForm = "{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
-    return name.size() == kForm.size() &&
-           std::equal(name.begin(), name.end(), kForm.begin(), [](char c, char form) {
-               const bool isDigit =
-                   (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
-               return form == 'x' ? isDigit : c == form;
-           });
-}
-
-// A file is a manifest when it begins as one, or is called as most are.
-bool IsManifest(const SFoundFile& file) {
-    // In the manifest these are UTF-16.
-    constexpr std::string_view kStart = "<?xml version=\"1.0\" encoding=\"utf-16\"?>";
-    // Below the folder is payload, which may have files that look like a manifest.
-    if (!file.isRegular || file.name.find('/') != std::string::npos) {
-        return false;
-    }
-    // By its name too, so that one with a damaged start is told, and is no stray file.
-    if (file.path.extension() == ".orv") {
-        return true;
-    }
-    std::string wanted = "\xFF\xFE";
-    for (const char c : kStart) {
-        wanted += {c, '\0'};
-    }
-    std::string bytes(wanted.size(), '\0');
-    std::ifstream start(file.path, std::ios::binary);
-    start.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes == wanted;
-}
 
 // One run of the command.
 class CVerification {
