@@ -128,7 +128,7 @@ void CReport::WriteJson(CJsonWriter& json) const {
         json.Number(static_cast<std::int64_t>(count));
     };
     write("packages", m_counts.packages);
-    write("manifests", m_counts.targets);
+    write("manifests", m_counts.manifests);
     write("items", m_counts.items);
     write("files", m_counts.files);
     write("problems", m_counts.problems);

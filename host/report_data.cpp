@@ -468,6 +468,7 @@ void CReportData::ReadTarget(STarget& target, SPackage& data) {
     if (target.manifest.empty()) {
         tell(target.folder, "there is no manifest in this folder of a target");
     } else {
+        ++m_counts.manifests;
         payload.FindSid(manifest);
         std::map<std::u16string, std::size_t> places;
         m_slices.BeginList(&target.itemSlices);

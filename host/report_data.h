@@ -19,7 +19,8 @@ namespace host {
 
 struct SReportCounts {
     std::uint64_t packages = 0;
-    std::uint64_t targets = 0;
+    std::uint64_t targets = 0;  // also those that only a record tells of
+    std::uint64_t manifests = 0;
     std::uint64_t items = 0;
     std::uint64_t files = 0;  // of the payload
     std::uint64_t problems = 0;

@@ -69,7 +69,7 @@ private:
     void TakeRest();
     void TakeLogs();
     void ListPackages();
-    [[nodiscard]] SReportPackage* FindPackage(const fs::path& log);
+    [[nodiscard]] SReportPackage* FindPackage(const fs::path& log, bool isAlone);
 
     const SReportSources& m_sources;
     std::vector<SRecordOfTargets> m_records;  // in the order in which they take targets
@@ -177,8 +177,9 @@ void CGrouping::TakeRecords() {
         package.place = record.file.file;
         package.record = record.file.file;
         package.problems.emplace_back(
-            "the folders of its targets are not among the results, or another record tells of "
-            "them");
+            record.targets.empty() ? "the record tells of no target"
+                                   : "the folders of its targets are not among the results, or "
+                                     "another record tells of them");
         m_packages.push_back(std::move(package));
     }
 }
@@ -218,13 +219,14 @@ void CGrouping::ListPackages() {
     }
 }
 
-SReportPackage* CGrouping::FindPackage(const fs::path& log) {
+// `isAlone` says whether the only package of the folder may take a log of any name.
+SReportPackage* CGrouping::FindPackage(const fs::path& log, bool isAlone) {
     for (const PackagesOfFolders* const packages : {&m_packagesIn, &m_packagesBelow}) {
         const auto here = packages->find(log.parent_path());
         if (here == packages->end()) {
             continue;
         }
-        if (here->second.size() == 1) {
+        if (here->second.size() == 1 && isAlone) {
             return &m_packages[here->second.begin()->second];
         }
         const auto found = here->second.find(log.stem());
@@ -235,9 +237,20 @@ SReportPackage* CGrouping::FindPackage(const fs::path& log) {
 
 void CGrouping::TakeLogs() {
     ListPackages();
+    // Of logs and records that the user has not named, others may be of other conversions.
+    std::map<fs::path, std::size_t> logs;
+    std::map<fs::path, std::size_t> records;
+    for (const SReportFile& log : m_sources.logs) {
+        ++logs[log.file.parent_path()];
+    }
+    for (const SReportFile& record : m_sources.records) {
+        ++records[record.file.parent_path()];
+    }
     std::vector<SReportPackage> others;
     for (const SReportFile& log : m_sources.logs) {
-        if (SReportPackage* const package = FindPackage(log.file)) {
+        const fs::path folder = log.file.parent_path();
+        const bool isAlone = log.isWanted || (logs[folder] == 1 && records[folder] <= 1);
+        if (SReportPackage* const package = FindPackage(log.file, isAlone)) {
             package->logs.push_back(log.file);
         } else if (log.isWanted) {
             SReportPackage& other = others.emplace_back();

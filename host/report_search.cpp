@@ -60,8 +60,9 @@ void CReportSearch::Add(const fs::path& result) {
 
 void CReportSearch::AddFile(const fs::path& file) {
     std::error_code error;
-    // The log of a conversion without errors and warnings is empty.
-    if (fs::file_size(DeepPath(file), error) == 0 && !error) {
+    // The log of a conversion without errors and warnings is empty. A manifest never is.
+    const bool isEmpty = fs::file_size(DeepPath(file), error) == 0 && !error;
+    if (isEmpty && !IsManifest({file, platform::PathBytes(file.filename()), true})) {
         m_logs[file] = true;
     } else if (!AddIfRecordOrLog(file, true)) {
         m_targets[file.parent_path()].insert(file.filename());
