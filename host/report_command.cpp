@@ -34,6 +34,7 @@ public:
     void WriteJson(CJsonWriter& json) const;
 
 private:
+    // Without a place the words name it.
     void Tell(const fs::path& place, const std::string& words);
     [[nodiscard]] bool CheckOutput(const SReportSources& sources) const;
     [[nodiscard]] bool WritePage(const SReportSources& sources, CInterruption& interruption);
@@ -47,6 +48,10 @@ private:
 
 void CReport::Tell(const fs::path& place, const std::string& words) {
     m_hasProblem = true;
+    if (place.empty()) {
+        Complain(words);
+        return;
+    }
     std::u16string text = platform::PathText(place);
     // What DeepPath puts in front says nothing to people.
     text.erase(0, text.starts_with(uR"(\\?\)") ? 4 : 0);

@@ -14,6 +14,7 @@
 #include "host/path_rules.h"
 #include "host/payload_check.h"
 #include "host/report_rows.h"
+#include "host/status_text.h"
 #include "platform/local_paths.h"
 #include "platform/utf8.h"
 
@@ -405,7 +406,7 @@ std::u16string CReportData::SPackage::GetName(const SReportPackage& package) con
 
 void CReportData::Tell(SPackage& data, const fs::path& place, const std::string& words) {
     data.isDamaged = true;
-    data.problems.push_back(Printable(ShownPath(place)) + ": " + words);
+    data.problems.push_back((place.empty() ? "" : Printable(ShownPath(place)) + ": ") + words);
     ++m_counts.problems;
     m_tell(place, words);
 }
@@ -439,9 +440,13 @@ void CReportData::ReadRecordOf(const SReportPackage& package, SPackage& data) {
         if (const std::string gap = DescribeGap(head); !gap.empty()) {
             data.problems.push_back(gap);
         }
+        if (head.status != 0) {
+            data.problems.push_back("the conversion failed: " +
+                                    DescribeStatus(static_cast<std::uint32_t>(head.status)));
+        }
     }
     if (!problem.empty()) {
-        Tell(data, package.record, problem);
+        Tell(data, {}, problem);  // which has the path
     }
     for (const auto& [in, target] : data.targets) {
         for (const auto& [words, count] :

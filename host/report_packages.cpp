@@ -176,10 +176,14 @@ void CGrouping::TakeRecords() {
         SReportPackage package;
         package.place = record.file.file;
         package.record = record.file.file;
-        package.problems.emplace_back(
-            record.targets.empty() ? "the record tells of no target"
-                                   : "the folders of its targets are not among the results, or "
-                                     "another record tells of them");
+        const bool isRun = record.head.status == 0 && record.head.state != "running";
+        if (!record.targets.empty()) {
+            package.problems.emplace_back(
+                "the folders of its targets are not among the results, or another record tells of "
+                "them");
+        } else if (isRun) {
+            package.problems.emplace_back("the record tells of no target");
+        }
         m_packages.push_back(std::move(package));
     }
 }
