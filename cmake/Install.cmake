@@ -81,6 +81,7 @@ install_licence_of(RapidJSON /usr/share/doc/rapidjson-dev/copyright)
 if(WIN32)
     install_licence_of(Abseil "${ORVCASCONV_ABSEIL_SOURCE}/LICENSE")
     install_licence_of(tomlplusplus /usr/share/doc/libtomlplusplus-dev/copyright)
+    install_licence_of(zlib /usr/share/doc/libz-mingw-w64-dev/copyright)
     # The run-time libraries of C++, of the compiler and of threads: all are linked statically.
     install_licence_of(GCC /usr/share/doc/gcc-mingw-w64-base/copyright)
     install_licence_of(GPL-3 /usr/share/common-licenses/GPL-3)  # GCC's text refers to it
