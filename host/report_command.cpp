@@ -26,7 +26,7 @@ namespace {
 class CReport {
 public:
     explicit CReport(const SCommand& command) : m_command(command) {}
-    ~CReport() { RemoveTree(m_file.GetTemporary()); }
+    ~CReport() { RemoveTemporary(); }
     CReport(const CReport&) = delete;
     CReport& operator=(const CReport&) = delete;
 
@@ -36,6 +36,7 @@ public:
 private:
     // Without a place the words name it.
     void Tell(const fs::path& place, const std::string& words);
+    void RemoveTemporary() const;
     [[nodiscard]] bool CheckOutput(const SReportSources& sources) const;
     [[nodiscard]] bool WritePage(const SReportSources& sources, CInterruption& interruption);
 
@@ -57,6 +58,14 @@ void CReport::Tell(const fs::path& place, const std::string& words) {
     text.erase(0, text.starts_with(uR"(\\?\)") ? 4 : 0);
     host::Tell({.level = "error", .text = words, .path = text},
                "cas2orv: '" + Printable(text) + "': " + words);
+}
+
+// Also for the thread that ends the program.
+void CReport::RemoveTemporary() const {
+    // It has no name before the file is opened.
+    if (!m_file.GetTemporary().empty()) {
+        RemoveTree(m_file.GetTemporary());
+    }
 }
 
 // The page does not take the place of what it tells of.
@@ -90,7 +99,7 @@ int CReport::Run() {
         return kExitFailed;
     }
     // Set up before the file is made, so that a signal does not leave it.
-    CInterruption interruption([this] { RemoveTree(m_file.GetTemporary()); });
+    CInterruption interruption([this] { RemoveTemporary(); });
     if (!CheckOutput(sources) || !m_file.OpenWithTemporary(m_command.output)) {
         return kExitFailed;
     }

@@ -28,7 +28,7 @@ std::string MakeStart() {
     start +=
         "; img-src data:; base-uri 'none'; form-action 'none'\">\n"
         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-        "<title>Report of conversions</title>\n<style>";
+        "<title>Conversion report</title>\n<style>";
     start.append(kReportAssets.css).append("</style></head>\n<body>\n").append(kReportAssets.html);
     return start;
 }

@@ -40,8 +40,9 @@ protected:
                      R"(\\app.orv"})" + "\n";
         }
         m_folder.WriteFile(name, bytes);
-        std::filesystem::last_write_time(
-            m_folder.Path(name), std::filesystem::file_time_type() + std::chrono::minutes(minutes));
+        const auto before = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+        std::filesystem::last_write_time(m_folder.Path(name),
+                                         before + std::chrono::minutes(minutes));
     }
     void WriteLog(const std::string& name) const {
         m_folder.WriteFile(name, Utf16Bytes("<font color=\"#C0C000\"><span style=\"font-weight: "
@@ -53,7 +54,8 @@ protected:
             m_told.push_back(place.filename().string() + ": " + words);
         });
         for (const std::string& name : names) {
-            search.Add(m_folder.Path(name));
+            // As the command gives paths, with the separators of the system.
+            search.Add(m_folder.Path(name).make_preferred());
         }
         return search.GetSources();
     }

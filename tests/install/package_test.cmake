@@ -13,7 +13,7 @@ if(EXISTS "${package}")
     set(root "${FOLDER}/unpacked/OrvCasConv-${VERSION}-win64")
     set(files bin/OrvCasConv.dll bin/cas2orv.exe lib/libOrvCasConv.dll.a LICENSE README.md
         examples/Convert.cs examples/convert.ps1)
-    foreach(part Abseil CLI11 GCC GPL-3 mingw-w64 RapidJSON tomlplusplus)
+    foreach(part Abseil CLI11 GCC GPL-3 mingw-w64 RapidJSON tomlplusplus zlib)
         list(APPEND files "licences/${part}.txt")
     endforeach()
     foreach(name README.txt cas2orv.txt)
