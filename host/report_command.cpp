@@ -11,6 +11,7 @@
 #include "host/report_packages.h"
 #include "host/report_page.h"
 #include "host/report_search.h"
+#include "host/report_summary.h"
 #include "host/result_file.h"
 #include "host/status_text.h"
 #include "host/system.h"
@@ -53,9 +54,7 @@ void CReport::Tell(const fs::path& place, const std::string& words) {
         Complain(words);
         return;
     }
-    std::u16string text = platform::PathText(place);
-    // What DeepPath puts in front says nothing to people.
-    text.erase(0, text.starts_with(uR"(\\?\)") ? 4 : 0);
+    const std::u16string text = ShownPath(place);
     host::Tell({.level = "error", .text = words, .path = text},
                "cas2orv: '" + Printable(text) + "': " + words);
 }

@@ -5,14 +5,14 @@
 #include <filesystem>
 #include <map>
 #include <string>
-#include <string_view>
-#include <vector>
+#include <utility>
 
 #include "foundation/json_writer.h"
-#include "host/record_summary.h"
 #include "host/report_packages.h"
 #include "host/report_page.h"
+#include "host/report_payload.h"
 #include "host/report_slices.h"
+#include "host/report_summary.h"
 #include "host/target_folder.h"
 
 namespace host {
@@ -44,15 +44,12 @@ public:
     [[nodiscard]] const SReportCounts& GetCounts() const { return m_counts; }
 
 private:
-    struct STarget;
-    struct SPackage;
-
-    void ReadRecordOf(const SReportPackage& package, SPackage& data);
-    void ReadTarget(STarget& target, SPackage& data);
-    void ReadLogOf(const std::filesystem::path& log, SPackage& data);
-    void NoteReason(const SRecordEntry& entry);
-    void Tell(SPackage& data, const std::filesystem::path& place, const std::string& words);
-    void WritePackage(const SReportPackage& package, const SPackage& data);
+    void ReadRecordOf(const SReportPackage& package, SReportedPackage& data);
+    void NoteReasons(const SReportedTarget& target);
+    void ReadTarget(SReportedTarget& target, SReportedPackage& data);
+    void ReadManifestOf(SReportedTarget& target, CReportPayload& payload, SReportedPackage& data);
+    void ReadLogOf(const std::filesystem::path& log, SReportedPackage& data);
+    void Tell(SReportedPackage& data, const std::filesystem::path& place, const std::string& words);
     void WriteReasons();
 
     CReportPage& m_page;
