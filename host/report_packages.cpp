@@ -63,7 +63,8 @@ private:
     // For each folder the indices of packages, by the names of their records without extension.
     using PackagesOfFolders = std::map<fs::path, std::multimap<fs::path, std::size_t>>;
 
-    [[nodiscard]] std::optional<std::u16string> FindFolder(const SRecordOfTargets& record) const;
+    [[nodiscard]] std::optional<std::u16string> FindFolder(const SRecordOfTargets& record);
+    [[nodiscard]] Folders& GetFree(const std::u16string& name);
     void TakeTargets(SRecordOfTargets& record, const std::u16string& folder);
     void TakeRecords();
     void TakeRest();
@@ -105,19 +106,27 @@ CGrouping::CGrouping(const SReportSources& sources)
     });
 }
 
+// The targets that a record may mean by this name: those with the manifest, or else those that lack
+// theirs.
+CGrouping::Folders& CGrouping::GetFree(const std::u16string& name) {
+    const auto found = m_free.find(name);
+    return found != m_free.end() && !found->second.empty()
+               ? found->second
+               : m_free[name.substr(0, name.find(u'\\') + 1)];
+}
+
 // The folder with the record's targets. Nothing when there is none, or when two are as near.
-std::optional<std::u16string> CGrouping::FindFolder(const SRecordOfTargets& record) const {
+std::optional<std::u16string> CGrouping::FindFolder(const SRecordOfTargets& record) {
     const std::u16string own = FolderText(record.file.file.parent_path());
     for (const auto& [number, name] : record.targets) {
-        const auto found = m_free.find(name);
         if (m_taken.contains({name, own})) {
             return std::nullopt;  // by another record of these targets
         }
-        if (found == m_free.end() || found->second.empty()) {
+        const Folders& folders = GetFree(name);
+        if (folders.empty()) {
             continue;
         }
         // In a sorted list the nearest ones are neighbours.
-        const Folders& folders = found->second;
         const auto next = folders.lower_bound(own);
         std::vector<std::pair<std::size_t, std::u16string>> nearest;
         auto at = next;
@@ -142,14 +151,13 @@ void CGrouping::TakeTargets(SRecordOfTargets& record, const std::u16string& fold
     package.record = record.file.file;
     package.place = record.file.file;
     for (const auto& [number, name] : record.targets) {
-        const auto named = m_free.find(name);
-        const auto found = named == m_free.end() ? Folders::iterator() : named->second.find(folder);
-        if (named != m_free.end() && found != named->second.end()) {
+        Folders& folders = GetFree(name);
+        if (const auto found = folders.find(folder); found != folders.end()) {
             const SReportTarget& target = m_sources.targets[found->second];
             package.targets.push_back({target, number});
             package.place = target.folder.parent_path();
             m_isTaken[found->second] = true;
-            named->second.erase(found);
+            folders.erase(found);
             m_taken.emplace(name, folder);
         }
     }

@@ -23,6 +23,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr const char* kFirst = "{41B7A0C2-5E0D-4F6A-8D3B-0C9E7A126401}";
+constexpr const char* kThird = "{41B7A0C2-5E0D-4F6A-8D3B-0C9E7A129999}";  // has no manifest
 constexpr const char* kSecond = "{41B7A0C2-5E0D-4F6A-8D3B-0C9E7A123202}";
 
 class ReportTest : public testing::Test {
@@ -146,12 +147,13 @@ TEST_F(ReportTest, RecordIsMatchedWithTheNearestFolderOrWithNone) {
         WriteTarget(folder, kFirst);
     }
     WriteTarget("b/out", kSecond);
-    WriteRecord("b/r.jsonl", {kSecond, kFirst}, kWhole);
+    WriteRecord("b/r.jsonl", {kSecond, kFirst, kThird}, kWhole);
     WriteRecord("c/r.jsonl", {kFirst}, kWhole);
+    m_folder.MakeFolder("b/out/" + std::string(kThird));
     WriteRecord("failed.jsonl", {}, R"("state":"whole","status":2)");
     EXPECT_THAT(Group({"a", "b", "c", "failed.jsonl"}),
                 ElementsAre("a/out: 0=126401 (there is no record o)",
-                            "b/out: record b/r.jsonl 1=123202 2=126401",
+                            "b/out: record b/r.jsonl 1=123202 2=126401 3=129999",
                             "c/r.jsonl: record c/r.jsonl (the folders of its t)",
                             "c/x/out: 0=126401 (there is no record o)",
                             "c/y/out: 0=126401 (there is no record o)",
