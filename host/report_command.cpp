@@ -27,9 +27,6 @@ namespace {
 class CReport {
 public:
     explicit CReport(const SCommand& command) : m_command(command) {}
-    ~CReport() { RemoveTemporary(); }
-    CReport(const CReport&) = delete;
-    CReport& operator=(const CReport&) = delete;
 
     [[nodiscard]] int Run();
     void WriteJson(CJsonWriter& json) const;
@@ -37,7 +34,6 @@ public:
 private:
     // Without a place the words name it.
     void Tell(const fs::path& place, const std::string& words);
-    void RemoveTemporary() const;
     [[nodiscard]] bool CheckOutput(const SReportSources& sources) const;
     [[nodiscard]] bool WritePage(const SReportSources& sources, CInterruption& interruption);
 
@@ -57,14 +53,6 @@ void CReport::Tell(const fs::path& place, const std::string& words) {
     const std::u16string text = ShownPath(place);
     host::Tell({.level = "error", .text = words, .path = text},
                "cas2orv: '" + Printable(text) + "': " + words);
-}
-
-// Also for the thread that ends the program.
-void CReport::RemoveTemporary() const {
-    // It has no name before the file is opened.
-    if (!m_file.GetTemporary().empty()) {
-        RemoveTree(m_file.GetTemporary());
-    }
 }
 
 // The page does not take the place of what it tells of.
@@ -98,8 +86,8 @@ int CReport::Run() {
         return kExitFailed;
     }
     // Set up before the file is made, so that a signal does not leave it.
-    CInterruption interruption([this] { RemoveTemporary(); });
-    if (!CheckOutput(sources) || !m_file.OpenWithTemporary(m_command.output)) {
+    CInterruption interruption([this] { m_file.RemoveOwn(); });
+    if (!CheckOutput(sources) || !m_file.OpenOwn(m_command.output)) {
         return kExitFailed;
     }
     interruption.Allow();
