@@ -56,6 +56,8 @@ public:
     [[nodiscard]] int Add(std::span<const std::byte> bytes);
     // Gives the hash of all bytes that were added. Nothing can be added any more.
     [[nodiscard]] int Finish(Sha256& hash);
+    // Begins another hash, at any time; cheaper than another object. Add and Finish tell a failure.
+    void Restart();
 
 private:
     struct SState;

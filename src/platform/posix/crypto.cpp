@@ -82,9 +82,15 @@ struct CSha256::SState {
         void operator()(EVP_MD_CTX* freed) const { EVP_MD_CTX_free(freed); }
     };
 
+    // Without an algorithm the context keeps the one that it has, which is not looked up again.
+    void Restart() {
+        isGood = hasAlgorithm && EVP_DigestInit_ex(context.get(), nullptr, nullptr) == 1;
+    }
+
     std::unique_ptr<EVP_MD_CTX, SFree> context{EVP_MD_CTX_new()};
-    bool isGood =
+    bool hasAlgorithm =
         context != nullptr && EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) == 1;
+    bool isGood = hasAlgorithm;
 };
 
 CSha256::CSha256() : m_state(std::make_unique<SState>()) {}
@@ -111,5 +117,7 @@ int CSha256::Finish(Sha256& hash) {
     hash = result;
     return ERROR_SUCCESS;
 }
+
+void CSha256::Restart() { m_state->Restart(); }
 
 }  // namespace platform

@@ -118,8 +118,10 @@ int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size, std::uint32
 }
 
 struct CSha256::SState {
+    SState() : provider(OpenCryptoProvider()) { Start(); }
     // Without a provider this fails too, and Add and Finish give its status.
-    SState() : provider(OpenCryptoProvider()) {
+    void Start() {
+        hash.Close();
         status = StatusFromCall(
             ::CryptCreateHash(ToHandle(provider), kHashSha256, 0, 0, hash.Receive()));
     }
@@ -168,5 +170,7 @@ int CSha256::Finish(Sha256& hash) {
     hash = result;
     return ERROR_SUCCESS;
 }
+
+void CSha256::Restart() { m_state->Start(); }
 
 }  // namespace platform
