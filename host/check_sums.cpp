@@ -32,29 +32,6 @@ void LowerDigits(std::string& digits) {
     }
 }
 
-// The check sum of a file; none when it cannot be read, and then `problem` says why.
-std::optional<std::string> Sum(const fs::path& file, std::string& problem) {
-    std::ifstream bytes(file, std::ios::binary);
-    platform::CSha256 sum;
-    // The loop ends at the end of the file, at the first error, or at once when the file is not
-    // open. Only the first of these sets the end of the file.
-    int status = ERROR_SUCCESS;
-    std::vector<char> piece(kPieceBytes);
-    while (bytes && status == ERROR_SUCCESS) {
-        bytes.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-        status = sum.Add(
-            std::as_bytes(std::span(piece.data(), static_cast<std::size_t>(bytes.gcount()))));
-    }
-    platform::Sha256 hash{};
-    if (!bytes.eof() || status != ERROR_SUCCESS || sum.Finish(hash) != ERROR_SUCCESS) {
-        problem = std::string("the file cannot be read: ") + std::strerror(errno);
-        return std::nullopt;
-    }
-    std::string digits = platform::Utf16ToUtf8(BytesToHex(hash.data(), hash.size()));
-    LowerDigits(digits);
-    return digits;
-}
-
 // sha256sum escapes what would end or spoil a line, and says so by a backslash in front of it.
 struct SEscape {
     char plain;
@@ -142,6 +119,28 @@ bool MayReplace(const fs::path& path) {
 
 }  // namespace
 
+std::optional<std::string> SumFile(const fs::path& file, std::string& problem) {
+    std::ifstream bytes(file, std::ios::binary);
+    platform::CSha256 sum;
+    // The loop ends at the end of the file, at the first error, or at once when the file is not
+    // open. Only the first of these sets the end of the file.
+    int status = ERROR_SUCCESS;
+    std::vector<char> piece(kPieceBytes);
+    while (bytes && status == ERROR_SUCCESS) {
+        bytes.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+        status = sum.Add(
+            std::as_bytes(std::span(piece.data(), static_cast<std::size_t>(bytes.gcount()))));
+    }
+    platform::Sha256 hash{};
+    if (!bytes.eof() || status != ERROR_SUCCESS || sum.Finish(hash) != ERROR_SUCCESS) {
+        problem = std::string("the file cannot be read: ") + std::strerror(errno);
+        return std::nullopt;
+    }
+    std::string digits = platform::Utf16ToUtf8(BytesToHex(hash.data(), hash.size()));
+    LowerDigits(digits);
+    return digits;
+}
+
 std::string WriteCheckSums(const fs::path& folder) {
     std::string problem;
     const auto tell = [&problem](const fs::path& place, const std::string& words) {
@@ -161,7 +160,7 @@ std::string WriteCheckSums(const fs::path& folder) {
         std::string words;
         const std::optional<std::string> sum =
             // After a problem there will be no list, so no more files are read.
-            problem.empty() && file.isRegular ? Sum(file.path, words) : std::nullopt;
+            problem.empty() && file.isRegular ? SumFile(file.path, words) : std::nullopt;
         if (sum) {
             sums << FormatLine(*sum, file.name);
         } else if (!words.empty()) {
@@ -209,7 +208,7 @@ void VerifyCheckSums(const fs::path& folder, std::span<const SFoundFile> files,
             tell(file.path, std::string("the file is not in ") + kSumsName);
             continue;
         }
-        const std::optional<std::string> sum = Sum(file.path, words);
+        const std::optional<std::string> sum = SumFile(file.path, words);
         if (!sum || *sum != listed->second) {
             tell(file.path,
                  sum ? std::string("the file has other bytes than in ") + kSumsName : words);

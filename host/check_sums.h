@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -11,6 +12,11 @@ namespace host {
 
 // The file with the check sums, beside the manifest.
 constexpr const char* kSumsName = "SHA256SUMS";
+
+// The check sum of a file, in small hexadecimal digits; none when it cannot be read, and then
+// `problem` says why.
+[[nodiscard]] std::optional<std::string> SumFile(const std::filesystem::path& file,
+                                                 std::string& problem);
 
 // Writes the check sums of all files in a target's folder and below into its file kSumsName, which
 // is replaced. Returns what went wrong; empty when nothing did. A file that cannot be read leaves
