@@ -26,6 +26,11 @@ namespace host {
 
 namespace {
 
+// The exit status of a command that fails.
+int FailureOf(const SCommand& command) {
+    return command.verb == EVerb::Diff ? kExitTrouble : kExitFailed;
+}
+
 // Loads the machine description first, so that a bad one is reported before any work.
 bool PrepareMachine(const SCommand& command) {
     // The option goes through the variable, because the library has answers of its own in this
@@ -43,7 +48,7 @@ bool PrepareMachine(const SCommand& command) {
 
 int RunCommand(const SCommand& command, CJsonWriter& json) {
     if (!PrepareMachine(command)) {
-        return kExitFailed;
+        return FailureOf(command);
     }
     switch (command.verb) {
         case EVerb::Convert:
@@ -79,7 +84,7 @@ int RunGuarded(const SCommand& command, CJsonWriter& json) {
         // What the command has begun may be half an object, so the JSON begins again.
         json.Clear();
         BeginJson(json, command.name);
-        return kExitFailed;
+        return FailureOf(command);
     }
 }
 
@@ -114,7 +119,8 @@ int RunProgram(const std::vector<std::string>& arguments) {
     WriteEnd(json, status);
     json.EndObject();
     // A result that stdout does not take makes the run fail, whatever the command has returned.
-    return PrintResult(std::string(json.GetBytes()) + '\n') ? status : kExitFailed;
+    const int failure = command == nullptr ? kExitFailed : FailureOf(*command);
+    return PrintResult(std::string(json.GetBytes()) + '\n') ? status : failure;
 }
 
 }  // namespace host

@@ -1,0 +1,446 @@
+#include "host/diff_text.h"
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "foundation/number_text.h"
+#include "host/console.h"
+#include "host/record_pattern.h"
+#include "host/registry_data.h"
+#include "platform/utf8.h"
+
+namespace host {
+
+namespace {
+
+using Text = std::u16string_view;
+
+// Of a text in a line, in UTF-16 units.
+constexpr std::size_t kMostShown = 200;
+constexpr std::size_t kShownAhead = 40;  // ahead of where two long texts differ
+
+// From here on a double has not every whole number.
+constexpr std::uint64_t kExactEnd = std::uint64_t{1} << 53U;
+
+struct SChange {
+    EChange change;
+    std::string_view name;
+    char mark;
+};
+constexpr SChange kChanges[] = {{EChange::Added, "added", '+'},
+                                {EChange::Removed, "removed", '-'},
+                                {EChange::Changed, "changed", '~'}};
+
+std::string Shown(Text text) {
+    std::string bytes;
+    AppendPrintable(bytes, text);
+    return bytes;
+}
+
+const SChange& FindChange(EChange change) {
+    return *std::ranges::find(kChanges, change, &SChange::change);
+}
+
+const SPlainItem& AnyItem(const SDifference& difference) {
+    return difference.newer != nullptr ? *difference.newer : *difference.older;
+}
+
+bool IsValue(const SPlainItem& item) { return item.collection == u"CreateValues"; }
+
+std::string DescribePlace(const SPlainItem& item) {
+    if (item.place != 0) {
+        return std::to_string(item.place);
+    }
+    const auto names = GetIdentity(item.collection);
+    std::u16string place(names.empty() ? Text(item.element) : GetAttribute(item, names[0]));
+    if (item.collection.ends_with(u"Keys") || item.collection.ends_with(u"Values")) {
+        place = ShortKeyName(place);
+    }
+    if (item.collection.ends_with(u"Values")) {
+        const Text name = GetAttribute(item, u"Value");
+        place += u'\\';
+        place += name.empty() ? u"(default)" : name;
+    }
+    if (item.collection.ends_with(u"EnvVars")) {
+        place += GetAttribute(item, u"User") == u"0" ? u" (machine)" : u" (user)";
+    }
+    if (const Text architecture = GetAttribute(item, u"Architecture"); !architecture.empty()) {
+        place.append(u" (").append(architecture).append(u")");
+    }
+    return Shown(place);
+}
+
+// The part of a text that a line shows, from `start` on.
+std::string Show(Text text, std::size_t start) {
+    const std::size_t first = std::min(start, text.size());
+    const Text shown = text.substr(first, kMostShown);
+    return (first == 0 ? "'" : "'...") + Shown(shown) +
+           (first + shown.size() == text.size() ? "'" : "...'");
+}
+
+// Two texts; a null one is not there.
+std::string ShowBoth(const std::u16string* older, const std::u16string* newer) {
+    std::size_t start = 0;
+    // Long texts that begin alike are shown from a little ahead of the difference.
+    if (older != nullptr && newer != nullptr &&
+        std::max(older->size(), newer->size()) > kMostShown) {
+        const auto differ = std::ranges::mismatch(*older, *newer);
+        start = static_cast<std::size_t>(differ.in1 - older->begin());
+        start -= std::min(start, kShownAhead);
+    }
+    return (older == nullptr ? "(none)" : Show(*older, start)) + " -> " +
+           (newer == nullptr ? "(none)" : Show(*newer, start));
+}
+
+std::string Line(Text name, const std::string& change) {
+    return "    " + Shown(name) + ": " + change + '\n';
+}
+
+const std::u16string* FindValue(const SPlainPart& part, Text name) {
+    const auto found = std::ranges::find(part.attributes, name, &SPlainAttribute::name);
+    return found == part.attributes.end() ? nullptr : &found->value;
+}
+
+// Calls `tell` for each attribute that differs, with a null value where there is none. Generated
+// names differ when one side has none at all. Both lists are sorted by name.
+void ForEachChange(const SPlainPart& older, const SPlainPart& newer,
+                   const std::function<void(const std::u16string& name, const std::u16string* older,
+                                            const std::u16string* newer)>& tell) {
+    auto left = older.attributes.begin();
+    auto right = newer.attributes.begin();
+    while (left != older.attributes.end() || right != newer.attributes.end()) {
+        const bool isLeft = right == newer.attributes.end() ||
+                            (left != older.attributes.end() && left->name < right->name);
+        const bool isRight = left == older.attributes.end() ||
+                             (right != newer.attributes.end() && right->name < left->name);
+        if (isLeft) {
+            tell(left->name, &left->value, nullptr);
+        } else if (isRight) {
+            tell(right->name, nullptr, &right->value);
+        } else if (left->value != right->value && !left->isPayload) {
+            tell(left->name, &left->value, &right->value);
+        }
+        left += isRight ? 0 : 1;
+        right += isLeft ? 0 : 1;
+    }
+}
+
+// The data of a value for people. Bytes stay hexadecimal digits.
+std::u16string ShowData(const SPlainItem& item) {
+    const auto data = DecodeRegistryData(GetAttribute(item, u"Type"), item.text);
+    const auto* const number = data ? std::get_if<std::uint64_t>(&*data) : nullptr;
+    const auto* const strings = data ? std::get_if<std::vector<std::u16string>>(&*data) : nullptr;
+    if (number != nullptr) {
+        return item.text + u" (" + platform::Utf8ToUtf16(std::to_string(*number)) + u')';
+    }
+    if (strings == nullptr) {
+        return item.text;
+    }
+    std::u16string list;
+    for (const std::u16string& string : *strings) {
+        list.append(list.empty() ? u"" : u", ").append(u"\"").append(string).append(u"\"");
+    }
+    return list;
+}
+
+bool HasPayload(const SPlainPart& part) {
+    return std::ranges::any_of(part.attributes, &SPlainAttribute::isPayload);
+}
+
+// What tells a part from others of its item: the signature of a data block.
+std::u16string_view PartKey(const SPlainPart& part) { return GetAttribute(part, u"Signature"); }
+
+// The parts without payload; the others are compared by it.
+std::vector<const SPlainPart*> ListParts(const SPlainItem& item) {
+    std::vector<const SPlainPart*> parts;
+    for (const SPlainPart& part : item.parts) {
+        if (!HasPayload(part)) {
+            parts.push_back(&part);
+        }
+    }
+    return parts;
+}
+
+// Parts of one element and signature are compared with each other.
+std::string DescribeParts(const SPlainItem& older, const SPlainItem& newer) {
+    const auto order = [](const SPlainPart* left, const SPlainPart* right) {
+        return std::pair(Text(left->element), PartKey(*left)) <
+               std::pair(Text(right->element), PartKey(*right));
+    };
+    std::vector<const SPlainPart*> lists[] = {ListParts(older), ListParts(newer)};
+    for (auto& list : lists) {
+        std::ranges::stable_sort(list, order);
+    }
+    std::string lines;
+    auto left = lists[0].begin();
+    auto right = lists[1].begin();
+    // Each round takes one off, or one of each.
+    while (left != lists[0].end() || right != lists[1].end()) {
+        const bool isLeft =
+            right == lists[1].end() || (left != lists[0].end() && order(*left, *right));
+        const bool isRight =
+            left == lists[0].end() || (right != lists[1].end() && order(*right, *left));
+        const SPlainPart& any = isRight ? **right : **left;
+        std::u16string name = any.element;
+        name.append(PartKey(any).empty() ? u"" : u" ").append(PartKey(any));
+        if (isLeft || isRight) {
+            lines += Line(name, isLeft ? "removed" : "added");
+        } else {
+            ForEachChange(**left, **right, [&](const auto& attribute, auto* from, auto* to) {
+                lines += Line(name + u' ' + attribute, ShowBoth(from, to));
+            });
+            if ((*left)->text != (*right)->text) {
+                lines += Line(name, ShowBoth(&(*left)->text, &(*right)->text));
+            }
+        }
+        left += isRight ? 0 : 1;
+        right += isLeft ? 0 : 1;
+    }
+    return lines;
+}
+
+std::string DescribeFile(const SPayloadName& name, CFileContents& contents) {
+    return name.file == nullptr ? "(missing)" : Count(contents.GetSize(*name.file), "byte");
+}
+
+std::string DescribePayload(const SPayloadChange& change, CFileContents& contents) {
+    const SPayloadName& any = change.newer.source.empty() ? change.older : change.newer;
+    std::string name = change.element.empty() ? "" : Shown(change.element) + ' ';
+    name += "payload";
+    // Most items have one, which needs no name.
+    if (!change.element.empty() || change.attribute != u"RelativeSource") {
+        name += ' ' + Show(any.source, 0);
+    }
+    if (change.older.source.empty() || change.newer.source.empty()) {
+        return "    " + name + (change.older.source.empty() ? ": added\n" : ": removed\n");
+    }
+    const std::string older = DescribeFile(change.older, contents);
+    const std::string newer = DescribeFile(change.newer, contents);
+    return "    " + name + ": " +
+           (older == newer ? newer + ", with another content" : older + " -> " + newer) + '\n';
+}
+
+std::string DescribeChanges(const SDifference& difference, CFileContents& contents) {
+    const SPlainItem& older = *difference.older;
+    const SPlainItem& newer = *difference.newer;
+    std::string lines;
+    if (older.element != newer.element) {
+        lines += Line(u"element", ShowBoth(&older.element, &newer.element));
+    }
+    ForEachChange(older, newer, [&](const auto& name, auto* from, auto* to) {
+        lines += Line(name, ShowBoth(from, to));
+    });
+    if (older.text != newer.text) {
+        const std::u16string from = IsValue(older) ? ShowData(older) : older.text;
+        const std::u16string to = IsValue(newer) ? ShowData(newer) : newer.text;
+        lines += Line(IsValue(older) ? u"data" : u"text", ShowBoth(&from, &to));
+    }
+    lines += DescribeParts(older, newer);
+    for (const SPayloadChange& change : difference.payload) {
+        lines += DescribePayload(change, contents);
+    }
+    return lines;
+}
+
+void WriteKey(CJsonWriter& json, Text name) { json.Key(Shown(name)); }
+
+void WriteNumber(CJsonWriter& json, std::uint64_t number) {
+    if (number < kExactEnd) {
+        json.Number(static_cast<std::int64_t>(number));
+    } else {
+        json.Ascii(std::to_string(number));
+    }
+}
+
+void WriteData(CJsonWriter& json, const SPlainItem& item) {
+    const auto data = DecodeRegistryData(GetAttribute(item, u"Type"), item.text);
+    if (const auto* number = data ? std::get_if<std::uint64_t>(&*data) : nullptr) {
+        WriteNumber(json, *number);
+    } else if (const auto* strings =
+                   data ? std::get_if<std::vector<std::u16string>>(&*data) : nullptr) {
+        json.BeginArray();
+        for (const std::u16string& string : *strings) {
+            json.Text(string);
+        }
+        json.EndArray();
+    } else {
+        json.Text(item.text);  // a string, or bytes as hexadecimal digits
+    }
+}
+
+void WriteParts(CJsonWriter& json, const SPlainItem& item) {
+    json.Key("parts");
+    json.BeginArray();
+    for (const SPlainPart& part : item.parts) {
+        json.BeginObject();
+        json.Key("element");
+        json.Text(part.element);
+        for (const SPlainAttribute& attribute : part.attributes) {
+            WriteKey(json, attribute.name);
+            json.Text(attribute.value);
+        }
+        if (!part.text.empty()) {
+            json.Key("text");
+            json.Text(part.text);
+        }
+        json.EndObject();
+    }
+    json.EndArray();
+}
+
+void WritePayload(CJsonWriter& json, const SDifference& difference, bool isNewer,
+                  CFileContents& contents) {
+    json.Key("payload");
+    json.BeginArray();
+    for (const SPayloadChange& change : difference.payload) {
+        const SPayloadName& name = isNewer ? change.newer : change.older;
+        if (name.source.empty()) {
+            continue;
+        }
+        json.BeginObject();
+        json.Key("source");
+        json.Text(name.source);
+        if (name.file != nullptr) {
+            json.Key("bytes");
+            json.Number(static_cast<std::int64_t>(contents.GetSize(*name.file)));
+            json.Key("sha256");
+            json.Ascii(contents.GetSum(*name.file));
+        }
+        json.EndObject();
+    }
+    json.EndArray();
+}
+
+void WriteIdentity(CJsonWriter& json, const SPlainItem& item) {
+    json.Key("identity");
+    json.BeginObject();
+    if (item.place != 0) {
+        json.Key("place");
+        WriteNumber(json, item.place);
+    }
+    for (const Text name : GetIdentity(item.collection)) {
+        if (const std::u16string* const value = FindValue(item, name)) {
+            WriteKey(json, name);
+            json.Text(*value);
+        }
+    }
+    json.EndObject();
+}
+
+// All of an item but its identity.
+void WriteItem(CJsonWriter& json, const SPlainItem& item) {
+    const auto identity = GetIdentity(item.collection);
+    json.BeginObject();
+    for (const SPlainAttribute& attribute : item.attributes) {
+        if (std::ranges::find(identity, Text(attribute.name)) == identity.end()) {
+            WriteKey(json, attribute.name);
+            json.Text(attribute.value);
+        }
+    }
+    if (IsValue(item) && FindValue(item, u"Type") != nullptr) {
+        json.Key("data");
+        WriteData(json, item);
+    } else if (!item.text.empty()) {
+        json.Key("text");
+        json.Text(item.text);
+    }
+    if (!item.parts.empty()) {
+        WriteParts(json, item);
+    }
+    json.EndObject();
+}
+
+// One side of a change: what the other side has not, or has otherwise.
+void WriteSide(CJsonWriter& json, const SDifference& difference, bool isNewer,
+               CFileContents& contents) {
+    const SPlainItem& item = isNewer ? *difference.newer : *difference.older;
+    const SPlainItem& other = isNewer ? *difference.older : *difference.newer;
+    json.BeginObject();
+    if (item.element != other.element) {
+        json.Key("element");
+        json.Text(item.element);
+    }
+    ForEachChange(item, other, [&](const auto& name, auto* own, auto* /*others*/) {
+        WriteKey(json, name);
+        if (own == nullptr) {
+            json.Null();
+        } else {
+            json.Text(*own);
+        }
+    });
+    if (item.text != other.text) {
+        json.Key(IsValue(item) ? "data" : "text");
+        if (IsValue(item)) {
+            WriteData(json, item);
+        } else {
+            json.Text(item.text);
+        }
+    }
+    // Parts with payload differ by it, or in number.
+    if (!std::ranges::equal(ListParts(item), ListParts(other),
+                            [](const auto* left, const auto* right) { return *left == *right; })) {
+        WriteParts(json, item);
+    }
+    if (!difference.payload.empty()) {
+        WritePayload(json, difference, isNewer, contents);
+    }
+    json.EndObject();
+}
+
+}  // namespace
+
+std::string_view GetChangeName(EChange change) { return FindChange(change).name; }
+char GetChangeMark(EChange change) { return FindChange(change).mark; }
+
+std::string DescribeDifference(const SDifference& difference, CFileContents& contents) {
+    const SPlainItem& item = AnyItem(difference);
+    std::string lines(1, GetChangeMark(difference.change));
+    lines += ' ' + Shown(item.collection) + ' ' + DescribePlace(item) + '\n';
+    if (difference.change == EChange::Changed) {
+        lines += DescribeChanges(difference, contents);
+    }
+    return lines;
+}
+
+void WriteStart(CJsonWriter& json, EChange change, Text target, Text manifest) {
+    json.Key("change");
+    json.Ascii(GetChangeName(change));
+    if (!target.empty()) {
+        json.Key("target");
+        json.Text(target);
+    }
+    if (!manifest.empty()) {
+        json.Key("manifest");
+        json.Text(manifest);
+    }
+}
+
+void WriteDifference(CJsonWriter& json, Text target, Text manifest, const SDifference& difference,
+                     CFileContents& contents) {
+    const SPlainItem& item = AnyItem(difference);
+    json.BeginObject();
+    WriteStart(json, difference.change, target, manifest);
+    json.Key("collection");
+    json.Text(item.collection);
+    json.Key("element");
+    json.Text(item.element);
+    WriteIdentity(json, item);
+    const bool isChanged = difference.change == EChange::Changed;
+    for (const bool isNewer : {false, true}) {
+        if ((isNewer ? difference.newer : difference.older) == nullptr) {
+            continue;
+        }
+        json.Key(isNewer ? "new" : "old");
+        if (isChanged) {
+            WriteSide(json, difference, isNewer, contents);
+        } else {
+            WriteItem(json, item);
+        }
+    }
+    json.EndObject();
+}
+
+}  // namespace host
