@@ -54,8 +54,11 @@ std::string DescribePlace(const SPlainItem& item) {
     if (item.place != 0) {
         return std::to_string(item.place);
     }
-    const auto names = GetIdentity(item.collection);
-    std::u16string place(names.empty() ? Text(item.element) : GetAttribute(item, names[0]));
+    std::u16string place;
+    for (const Text name : GetIdentity(item.collection)) {
+        place = place.empty() ? GetAttribute(item, name) : place;
+    }
+    place = place.empty() ? item.element : place;
     if (item.collection.ends_with(u"Keys") || item.collection.ends_with(u"Values")) {
         place = ShortKeyName(place);
     }

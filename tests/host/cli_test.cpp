@@ -116,6 +116,37 @@ TEST_F(CliTest, JsonTellsTargetsAndMessages) {
     EXPECT_THAT(Run({"targets", profile}).out, StartsWith(std::string(kGuid) + "\tA"));
 }
 
+TEST_F(CliTest, DiffComparesTwoConversions) {
+    const std::string profile = WriteSample();
+    for (const std::string out : {"out/app.orv", "other/app.orv"}) {
+        Run({"convert", profile, out});
+    }
+    const SRun equal = Run({"diff", "out", "other"});
+    EXPECT_EQ(equal.status, 0);
+    EXPECT_EQ(equal.out, "");
+    EXPECT_EQ(equal.err, "0 added, 0 removed, 0 changed, 2 files compared\n");
+    m_folder.WriteFile("other/" + std::string(kGuid) + "/SystemDrive/App/a.txt", "new");
+    std::filesystem::remove_all(m_folder.Path("other/" + std::string(kOtherGuid)));
+    const SRun different = Run({"diff", "out", "other"});
+    EXPECT_EQ(different.status, 1);
+    EXPECT_EQ(different.out, "Target " + std::string(kGuid) + ", app.orv:\n" +
+                                 "~ CreateFiles %SystemDrive%\\App\\a.txt\n"
+                                 "    payload: 0 bytes -> 3 bytes\n- target " +
+                                 kOtherGuid + '\n');
+    EXPECT_THAT(Run({"diff", "out", "other", "--json"}).out,
+                EndsWith("\n{\"change\":\"removed\",\"target\":\"" + std::string(kOtherGuid) +
+                         "\"}\n{\"schema\":1,\"command\":\"diff\",\"added\":0,\"removed\":1,"
+                         "\"changed\":1,\"files\":1,\"status\":1,\"messages\":[]}\n"));
+    // Whatever goes wrong has a status of its own.
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {"diff", "out", "nowhere"}, {"diff", "out"}, {"diff", "out", "package"}}) {
+        EXPECT_EQ(Run(arguments).status, 2);
+    }
+    const SRun full = Run({"diff", "out", "other", "--json"}, "/dev/full");
+    EXPECT_EQ(full.status, 2);
+    EXPECT_THAT(full.err, StartsWith("cas2orv: the result cannot be written to stdout: No space"));
+}
+
 TEST_F(CliTest, FailuresSayWhatIsWrong) {
     m_folder.WriteFile("file", "<Other/>");
     m_folder.WriteFile("bad.toml", "[system]\nspeed = 1\n");
