@@ -84,18 +84,17 @@ std::string Show(Text text, std::size_t start) {
            (first + shown.size() == text.size() ? "'" : "...'");
 }
 
-// Two texts; a null one is not there.
-std::string ShowBoth(const std::u16string* older, const std::u16string* newer) {
+// Two texts, or none.
+std::string ShowBoth(std::optional<Text> older, std::optional<Text> newer) {
     std::size_t start = 0;
     // Long texts that begin alike are shown from a little ahead of the difference.
-    if (older != nullptr && newer != nullptr &&
-        std::max(older->size(), newer->size()) > kMostShown) {
+    if (older && newer && std::max(older->size(), newer->size()) > kMostShown) {
         const auto differ = std::ranges::mismatch(*older, *newer);
         start = static_cast<std::size_t>(differ.in1 - older->begin());
         start -= std::min(start, kShownAhead);
     }
-    return (older == nullptr ? "(none)" : Show(*older, start)) + " -> " +
-           (newer == nullptr ? "(none)" : Show(*newer, start));
+    return (older ? Show(*older, start) : "(none)") + " -> " +
+           (newer ? Show(*newer, start) : "(none)");
 }
 
 std::string Line(Text name, const std::string& change) {
@@ -107,11 +106,11 @@ const std::u16string* FindValue(const SPlainPart& part, Text name) {
     return found == part.attributes.end() ? nullptr : &found->value;
 }
 
-// Calls `tell` for each attribute that differs, with a null value where there is none. Generated
+// Calls `tell` for each attribute that differs, without a value where there is none. Generated
 // names differ when one side has none at all. Both lists are sorted by name.
 void ForEachChange(const SPlainPart& older, const SPlainPart& newer,
-                   const std::function<void(const std::u16string& name, const std::u16string* older,
-                                            const std::u16string* newer)>& tell) {
+                   const std::function<void(const std::u16string& name, std::optional<Text> older,
+                                            std::optional<Text> newer)>& tell) {
     auto left = older.attributes.begin();
     auto right = newer.attributes.begin();
     while (left != older.attributes.end() || right != newer.attributes.end()) {
@@ -120,33 +119,38 @@ void ForEachChange(const SPlainPart& older, const SPlainPart& newer,
         const bool isRight = left == older.attributes.end() ||
                              (right != newer.attributes.end() && right->name < left->name);
         if (isLeft) {
-            tell(left->name, &left->value, nullptr);
+            tell(left->name, left->value, std::nullopt);
         } else if (isRight) {
-            tell(right->name, nullptr, &right->value);
+            tell(right->name, std::nullopt, right->value);
         } else if (left->value != right->value && !left->isPayload) {
-            tell(left->name, &left->value, &right->value);
+            tell(left->name, left->value, right->value);
         }
         left += isRight ? 0 : 1;
         right += isLeft ? 0 : 1;
     }
 }
 
-// The data of a value for people. Bytes stay hexadecimal digits.
-std::u16string ShowData(const SPlainItem& item) {
-    const auto data = DecodeRegistryData(GetAttribute(item, u"Type"), item.text);
-    const auto* const number = data ? std::get_if<std::uint64_t>(&*data) : nullptr;
-    const auto* const strings = data ? std::get_if<std::vector<std::u16string>>(&*data) : nullptr;
-    if (number != nullptr) {
-        return item.text + u" (" + platform::Utf8ToUtf16(std::to_string(*number)) + u')';
-    }
-    if (strings == nullptr) {
+// The data of a value of a type whose text is not the data itself. Bytes stay hexadecimal digits.
+std::optional<RegistryData> DecodeData(const SPlainItem& item) {
+    const Text type = GetAttribute(item, u"Type");
+    const bool isDecoded = type == u"REG_MULTI_SZ" || type == u"REG_DWORD" || type == u"REG_QWORD";
+    return isDecoded ? DecodeRegistryData(type, item.text) : std::nullopt;
+}
+
+// The data for people. `buffer` keeps what is not the text of the item.
+Text ShowData(const SPlainItem& item, std::u16string& buffer) {
+    const std::optional<RegistryData> data = IsValue(item) ? DecodeData(item) : std::nullopt;
+    if (!data) {
         return item.text;
     }
-    std::u16string list;
-    for (const std::u16string& string : *strings) {
-        list.append(list.empty() ? u"" : u", ").append(u"\"").append(string).append(u"\"");
+    if (const auto* const number = std::get_if<std::uint64_t>(&*data)) {
+        buffer = item.text + u" (" + platform::Utf8ToUtf16(std::to_string(*number)) + u')';
+    } else {
+        for (const std::u16string& string : std::get<std::vector<std::u16string>>(*data)) {
+            buffer.append(buffer.empty() ? u"" : u", ").append(u"\"").append(string).append(u"\"");
+        }
     }
-    return list;
+    return buffer;
 }
 
 bool HasPayload(const SPlainPart& part) {
@@ -192,11 +196,11 @@ std::string DescribeParts(const SPlainItem& older, const SPlainItem& newer) {
         if (isLeft || isRight) {
             lines += Line(name, isLeft ? "removed" : "added");
         } else {
-            ForEachChange(**left, **right, [&](const auto& attribute, auto* from, auto* to) {
+            ForEachChange(**left, **right, [&](const auto& attribute, auto from, auto to) {
                 lines += Line(name + u' ' + attribute, ShowBoth(from, to));
             });
             if ((*left)->text != (*right)->text) {
-                lines += Line(name, ShowBoth(&(*left)->text, &(*right)->text));
+                lines += Line(name, ShowBoth((*left)->text, (*right)->text));
             }
         }
         left += isRight ? 0 : 1;
@@ -231,15 +235,15 @@ std::string DescribeChanges(const SDifference& difference, CFileContents& conten
     const SPlainItem& newer = *difference.newer;
     std::string lines;
     if (older.element != newer.element) {
-        lines += Line(u"element", ShowBoth(&older.element, &newer.element));
+        lines += Line(u"element", ShowBoth(older.element, newer.element));
     }
-    ForEachChange(older, newer, [&](const auto& name, auto* from, auto* to) {
+    ForEachChange(older, newer, [&](const auto& name, auto from, auto to) {
         lines += Line(name, ShowBoth(from, to));
     });
     if (older.text != newer.text) {
-        const std::u16string from = IsValue(older) ? ShowData(older) : older.text;
-        const std::u16string to = IsValue(newer) ? ShowData(newer) : newer.text;
-        lines += Line(IsValue(older) ? u"data" : u"text", ShowBoth(&from, &to));
+        std::u16string buffers[2];
+        lines += Line(IsValue(older) ? u"data" : u"text",
+                      ShowBoth(ShowData(older, buffers[0]), ShowData(newer, buffers[1])));
     }
     lines += DescribeParts(older, newer);
     for (const SPayloadChange& change : difference.payload) {
@@ -259,18 +263,17 @@ void WriteNumber(CJsonWriter& json, std::uint64_t number) {
 }
 
 void WriteData(CJsonWriter& json, const SPlainItem& item) {
-    const auto data = DecodeRegistryData(GetAttribute(item, u"Type"), item.text);
-    if (const auto* number = data ? std::get_if<std::uint64_t>(&*data) : nullptr) {
+    const std::optional<RegistryData> data = DecodeData(item);
+    if (!data) {
+        json.Text(item.text);  // a string, or bytes as hexadecimal digits
+    } else if (const auto* const number = std::get_if<std::uint64_t>(&*data)) {
         WriteNumber(json, *number);
-    } else if (const auto* strings =
-                   data ? std::get_if<std::vector<std::u16string>>(&*data) : nullptr) {
+    } else {
         json.BeginArray();
-        for (const std::u16string& string : *strings) {
+        for (const std::u16string& string : std::get<std::vector<std::u16string>>(*data)) {
             json.Text(string);
         }
         json.EndArray();
-    } else {
-        json.Text(item.text);  // a string, or bytes as hexadecimal digits
     }
 }
 
@@ -366,12 +369,12 @@ void WriteSide(CJsonWriter& json, const SDifference& difference, bool isNewer,
         json.Key("element");
         json.Text(item.element);
     }
-    ForEachChange(item, other, [&](const auto& name, auto* own, auto* /*others*/) {
+    ForEachChange(item, other, [&](const auto& name, auto own, auto /*others*/) {
         WriteKey(json, name);
-        if (own == nullptr) {
-            json.Null();
-        } else {
+        if (own) {
             json.Text(*own);
+        } else {
+            json.Null();
         }
     });
     if (item.text != other.text) {
