@@ -252,7 +252,12 @@ std::string DescribeChanges(const SDifference& difference, CFileContents& conten
     return lines;
 }
 
-void WriteKey(CJsonWriter& json, Text name) { json.Key(Shown(name)); }
+// An attribute that no manifest has may be called as another member is.
+void WriteKey(CJsonWriter& json, Text name) {
+    constexpr Text kMembers[] = {u"element", u"data", u"text", u"parts", u"payload"};
+    const bool isTaken = std::ranges::find(kMembers, name) != std::end(kMembers);
+    json.Key((isTaken ? "@" : "") + Shown(name));
+}
 
 void WriteNumber(CJsonWriter& json, std::uint64_t number) {
     if (number < kExactEnd) {
