@@ -68,7 +68,8 @@ std::string DescribePlace(const SPlainItem& item) {
         place += name.empty() ? u"(default)" : name;
     }
     if (item.collection.ends_with(u"EnvVars")) {
-        place += GetAttribute(item, u"User") == u"0" ? u" (machine)" : u" (user)";
+        const Text user = GetAttribute(item, u"User");
+        place += user.empty() || user == u"0" ? u" (machine)" : u" (user)";
     }
     if (const Text architecture = GetAttribute(item, u"Architecture"); !architecture.empty()) {
         place.append(u" (").append(architecture).append(u")");
@@ -197,7 +198,8 @@ std::string DescribeParts(const SPlainItem& older, const SPlainItem& newer) {
             lines += Line(name, isLeft ? "removed" : "added");
         } else {
             ForEachChange(**left, **right, [&](const auto& attribute, auto from, auto to) {
-                lines += Line(name + u' ' + attribute, ShowBoth(from, to));
+                lines +=
+                    Line(std::u16string(name).append(u" ").append(attribute), ShowBoth(from, to));
             });
             if ((*left)->text != (*right)->text) {
                 lines += Line(name, ShowBoth((*left)->text, (*right)->text));

@@ -6,6 +6,7 @@
 #include <memory_resource>
 #include <span>
 
+#include "host/path_rules.h"
 #include "platform/crypto.h"
 #include "platform/status.h"
 
@@ -21,8 +22,6 @@ using Digest = std::array<std::byte, 16>;
 struct SNumbered {
     Digest digest{};
     std::uint32_t number = 0;  // of the item in its manifest
-
-    auto operator<=>(const SNumbered&) const = default;
 };
 
 struct SKept {
@@ -116,7 +115,7 @@ void SortSlots(Slots all) {
 class CSide {
 public:
     CSide(const fs::path& manifest, bool isNewer)
-        : m_manifest(manifest), m_isNewer(isNewer), m_payload(manifest.parent_path()) {}
+        : m_manifest(DeepPath(manifest)), m_isNewer(isNewer), m_payload(manifest.parent_path()) {}
 
     // These return whether the manifest was read to its end; otherwise it is told.
     [[nodiscard]] bool ReadDigests(const TellProblem& tell);
@@ -131,7 +130,7 @@ public:
     [[nodiscard]] CPayloadSide& Payload() { return m_payload; }
 
 private:
-    [[nodiscard]] bool TellEnd(std::string problem, const TellProblem& tell) const;
+    [[nodiscard]] bool TellEnd(const std::string& problem, const TellProblem& tell) const;
 
     fs::path m_manifest;
     bool m_isNewer;
@@ -140,7 +139,7 @@ private:
     std::vector<bool> m_isKept;
 };
 
-bool CSide::TellEnd(std::string problem, const TellProblem& tell) const {
+bool CSide::TellEnd(const std::string& problem, const TellProblem& tell) const {
     if (!problem.empty()) {
         tell(m_manifest, problem);
     }
@@ -168,8 +167,8 @@ bool CSide::ReadDigests(const TellProblem& tell) {
     if (status != ERROR_SUCCESS) {
         problem = "the system cannot make check sums";
     }
-    std::ranges::sort(m_digests);
-    return TellEnd(std::move(problem), tell);
+    std::ranges::sort(m_digests, {}, &SNumbered::digest);
+    return TellEnd(problem, tell);
 }
 
 void CSide::Match(CSide& older, CSide& newer) {
@@ -221,7 +220,7 @@ bool CSide::Keep(std::pmr::memory_resource& memory, std::vector<SKept>& kept,
     if (problem.empty() && number != m_isKept.size()) {
         problem = "the file has changed while it was read";
     }
-    return TellEnd(std::move(problem), tell);
+    return TellEnd(problem, tell);
 }
 
 // Calls `take` for each payload file of an item, with the element of its part; false ends it.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <set>
 #include <system_error>
 
 #include "host/console.h"
@@ -22,6 +23,7 @@ struct SResult {
     fs::path path;
     bool isOutput = false;  // a folder with folders of targets
     std::map<std::u16string, Manifests> targets;
+    std::set<std::u16string> unreadable;  // targets with something wrong, which was told
 };
 
 std::string Quote(const std::u16string& text) { return "'" + Printable(text) + "'"; }
@@ -50,10 +52,9 @@ private:
     [[nodiscard]] bool List(const fs::path& folder, std::vector<SFolderEntry>& entries);
     [[nodiscard]] static Manifests FindManifests(const fs::path& folder,
                                                  const std::vector<SFolderEntry>& entries);
-    // Returns whether it was told what is wrong.
-    [[nodiscard]] bool AddTarget(const fs::path& folder, Manifests manifests, SResult& result);
-    [[nodiscard]] bool ReadFolder(SResult& result);
-    [[nodiscard]] bool ReadOutput(const std::vector<SFolderEntry>& entries, SResult& result);
+    void AddTarget(const fs::path& folder, Manifests manifests, SResult& result);
+    void ReadFolder(SResult& result);
+    void ReadOutput(const std::vector<SFolderEntry>& entries, SResult& result);
 
     const TellProblem& m_tell;
 };
@@ -70,9 +71,9 @@ Manifests CResultReading::FindManifests(const fs::path& folder,
                                         const std::vector<SFolderEntry>& entries) {
     Manifests manifests;
     for (const SFolderEntry& entry : entries) {
-        const fs::path path = DeepPath(folder) / entry.name;
-        if (IsManifest({path, platform::PathBytes(entry.name), entry.isRegular})) {
-            manifests.emplace(platform::PathText(entry.name), path);
+        if (IsManifest({DeepPath(folder) / entry.name, platform::PathBytes(entry.name),
+                        entry.isRegular})) {
+            manifests.emplace(platform::PathText(entry.name), folder / entry.name);
         }
     }
     return manifests;
@@ -88,7 +89,8 @@ std::optional<SResult> CResultReading::Read(const std::string& argument) {
     // A link that the user names is followed, unlike those in the folders.
     const fs::file_status status = fs::status(result.path, error);
     if (fs::is_directory(status)) {
-        return ReadFolder(result) ? std::optional(std::move(result)) : std::nullopt;
+        ReadFolder(result);
+        return result.targets.empty() ? std::nullopt : std::optional(std::move(result));
     }
     if (!fs::is_regular_file(status)) {
         m_tell(result.path, fs::exists(status) ? "this is neither a manifest nor a folder"
@@ -102,57 +104,60 @@ std::optional<SResult> CResultReading::Read(const std::string& argument) {
     return result;
 }
 
-bool CResultReading::AddTarget(const fs::path& folder, Manifests manifests, SResult& result) {
+void CResultReading::AddTarget(const fs::path& folder, Manifests manifests, SResult& result) {
     const std::u16string name = TargetName(folder);
     if (manifests.empty()) {
         m_tell(folder, "there is no manifest in this folder of a target");
-        return false;
-    }
-    if (!result.targets.emplace(name, std::move(manifests)).second) {
+        result.unreadable.insert(name);
+    } else if (!result.targets.emplace(name, std::move(manifests)).second) {
         m_tell(folder, "there is another folder of the target " + Quote(name));
-        return false;
+        result.unreadable.insert(name);
     }
-    return true;
 }
 
-bool CResultReading::ReadFolder(SResult& result) {
+void CResultReading::ReadFolder(SResult& result) {
     // A path that ends in a separator has an empty last part.
     const fs::path folder = result.path.has_filename() ? result.path : result.path.parent_path();
     std::vector<SFolderEntry> entries;
     if (!List(folder, entries)) {
-        return false;
+        return;
     }
     Manifests manifests = FindManifests(folder, entries);
     if (!manifests.empty() || IsGuidName(platform::PathBytes(folder.filename()))) {
-        return AddTarget(folder, std::move(manifests), result);
+        AddTarget(folder, std::move(manifests), result);
+    } else {
+        ReadOutput(entries, result);
     }
-    return ReadOutput(entries, result);
 }
 
-bool CResultReading::ReadOutput(const std::vector<SFolderEntry>& entries, SResult& result) {
+void CResultReading::ReadOutput(const std::vector<SFolderEntry>& entries, SResult& result) {
     result.isOutput = true;
-    bool isGood = true;
     for (const SFolderEntry& entry : entries) {
         const fs::path folder = result.path / entry.name;
         std::vector<SFolderEntry> files;
-        if (!entry.isFolder || !List(folder, files)) {
-            isGood = isGood && !entry.isFolder;
+        if (!entry.isFolder) {
+            continue;
+        }
+        if (!List(folder, files)) {
+            result.unreadable.insert(TargetName(folder));
             continue;
         }
         Manifests manifests = FindManifests(folder, files);
         if (!manifests.empty() || IsGuidName(platform::PathBytes(entry.name))) {
-            isGood = AddTarget(folder, std::move(manifests), result) && isGood;
+            AddTarget(folder, std::move(manifests), result);
         }
     }
-    if (isGood && result.targets.empty()) {
+    if (result.targets.empty() && result.unreadable.empty()) {
         m_tell(result.path, "there is no manifest here, nor in a folder of a target");
     }
-    return isGood && !result.targets.empty();
 }
 
 // Leaves in an output the one target that is compared with `single`. False when that is not clear.
 bool SelectTarget(const SResult& single, SResult& output, const TellProblem& tell) {
     const std::u16string& name = single.targets.begin()->first;
+    if (output.unreadable.contains(name)) {
+        return false;
+    }
     if (const auto same = output.targets.find(name); same != output.targets.end()) {
         output.targets = {*same};
     } else if (output.targets.size() != 1) {
@@ -204,6 +209,29 @@ bool SelectManifest(const SResult& named, SResult& other, const TellProblem& tel
     return true;
 }
 
+void PairTargets(const SResult& older, const SResult& newer, std::vector<SResultPair>& pairs) {
+    std::map<std::u16string, std::pair<const Manifests*, const Manifests*>> targets;
+    for (const auto& [name, manifests] : older.targets) {
+        targets[name].first = &manifests;
+    }
+    for (const auto& [name, manifests] : newer.targets) {
+        targets[name].second = &manifests;
+    }
+    for (const auto& [name, sides] : targets) {
+        if (older.unreadable.contains(name) || newer.unreadable.contains(name)) {
+            continue;
+        }
+        if (sides.first != nullptr && sides.second != nullptr) {
+            PairManifests(name, *sides.first, *sides.second, pairs);
+        } else {
+            pairs.push_back({name,
+                             {},
+                             sides.first == nullptr ? fs::path() : older.path / name,
+                             sides.second == nullptr ? fs::path() : newer.path / name});
+        }
+    }
+}
+
 }  // namespace
 
 std::vector<SResultPair> PairResults(const std::string& older, const std::string& newer,
@@ -231,24 +259,7 @@ std::vector<SResultPair> PairResults(const std::string& older, const std::string
                       left->targets.begin()->second, right->targets.begin()->second, pairs);
         return pairs;
     }
-    // A walk through both, in the order of the names.
-    std::map<std::u16string, std::pair<const Manifests*, const Manifests*>> targets;
-    for (const auto& [name, manifests] : left->targets) {
-        targets[name].first = &manifests;
-    }
-    for (const auto& [name, manifests] : right->targets) {
-        targets[name].second = &manifests;
-    }
-    for (const auto& [name, sides] : targets) {
-        if (sides.first != nullptr && sides.second != nullptr) {
-            PairManifests(name, *sides.first, *sides.second, pairs);
-        } else {
-            pairs.push_back({name,
-                             {},
-                             sides.first == nullptr ? fs::path() : left->path / name,
-                             sides.second == nullptr ? fs::path() : right->path / name});
-        }
-    }
+    PairTargets(*left, *right, pairs);
     return pairs;
 }
 

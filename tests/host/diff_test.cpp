@@ -327,7 +327,10 @@ TEST_F(DiffTest, TargetsAndManifestsArePairedByTheirNames) {
     EXPECT_THAT(m_told, ElementsAre(HasSubstr("two: there are 2 targets here, and none of them")));
     EXPECT_THAT(Pair("v/d.orv", "t"), IsEmpty());
     EXPECT_THAT(m_told, ElementsAre(HasSubstr("t: there are 2 manifests in the target, and none")));
-    EXPECT_THAT(Pair("empty", "nowhere"), IsEmpty());
+    m_folder.WriteFile("empty/" + other + "/a.orv");
+    EXPECT_THAT(Pair("empty", "two"), ElementsAre(other + "/a.orv old new"));
+    EXPECT_THAT(m_told, SizeIs(1));
+    EXPECT_THAT(Pair("empty/" + guid, "nowhere"), IsEmpty());
     EXPECT_THAT(m_told, ElementsAre(guid + ": there is no manifest in this folder of a target",
                                     "nowhere: there is no such manifest or folder"));
 }
