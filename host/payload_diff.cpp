@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <string_view>
 #include <system_error>
 
 #include "host/check_sums.h"
@@ -18,11 +19,11 @@ namespace {
 
 constexpr std::size_t kPieceBytes = std::size_t{1} << 18;
 
-bool ReadPiece(std::ifstream& file, std::vector<char>& piece) {
-    piece.resize(kPieceBytes);
-    file.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-    piece.resize(static_cast<std::size_t>(file.gcount()));
-    return !piece.empty();
+// The next piece of a file, in `buffer`.
+std::string_view ReadPiece(std::ifstream& file, std::vector<char>& buffer) {
+    buffer.resize(kPieceBytes);
+    file.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+    return {buffer.data(), static_cast<std::size_t>(file.gcount())};
 }
 
 }  // namespace
@@ -41,7 +42,7 @@ void CPayloadSide::Name(const std::u16string& source) {
 }
 
 void CPayloadSide::List(const TellProblem& tell) {
-    std::unordered_set<std::u16string> wanted;
+    std::set<std::u16string> wanted;
     bool isAllWanted = false;
     for (const std::u16string& start : m_starts) {
         isAllWanted |= start.find(kSidMark) != start.npos;
@@ -127,15 +128,14 @@ bool CFileContents::AreEqual(const SFoundFile* older, const SFoundFile* newer) {
 bool CFileContents::HaveSameBytes(const SFoundFile& older, const SFoundFile& newer) {
     std::ifstream files[] = {std::ifstream(older.path, std::ios::binary),
                              std::ifstream(newer.path, std::ios::binary)};
-    std::vector<char> pieces[2];
     // The loop ends at the end of either file, at the first failure, or where they differ.
     bool areEqual = true;
     bool isGoing = true;
     while (isGoing && areEqual) {
-        const bool hasOlder = ReadPiece(files[0], pieces[0]);
-        const bool hasNewer = ReadPiece(files[1], pieces[1]);
-        isGoing = hasOlder && hasNewer;
-        areEqual = pieces[0] == pieces[1];
+        const std::string_view piece = ReadPiece(files[0], m_buffers[0]);
+        const std::string_view other = ReadPiece(files[1], m_buffers[1]);
+        isGoing = !piece.empty() && !other.empty();
+        areEqual = piece == other;
     }
     for (std::size_t i = 0; i < 2; ++i) {
         // A file that is not open has not come to its end either.

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "host/payload_check.h"
@@ -30,9 +30,9 @@ public:
 
 private:
     std::filesystem::path m_folder;
-    std::u16string m_library;                     // the folder, as the library names it
-    std::unordered_set<std::u16string> m_starts;  // the first names of all paths
-    std::vector<std::u16string> m_withSid;        // decoded
+    std::u16string m_library;               // the folder, as the library names it
+    std::set<std::u16string> m_starts;      // the first names of all paths
+    std::vector<std::u16string> m_withSid;  // decoded
     std::vector<SFoundFile> m_files;
     std::optional<CPayloadCheck> m_check;  // after List
 };
@@ -67,6 +67,7 @@ private:
     [[nodiscard]] bool HaveSameBytes(const SFoundFile& older, const SFoundFile& newer);
 
     TellProblem m_tell;
+    std::vector<char> m_buffers[2];  // kept, because most files are small
     std::unordered_map<const SFoundFile*, SFacts> m_facts;
     std::uint64_t m_count = 0;
 };
