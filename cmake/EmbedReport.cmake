@@ -36,7 +36,7 @@ endif()
 read_text("${FROM}/page.css" css)
 read_text("${FROM}/page.html" html)
 file(WRITE "${TO}.new" "// Made by cmake/EmbedReport.cmake from report/.\n"
-     "#include \"host/report_page.h\"\n\nnamespace host {\n\nnamespace {\n\n")
+     "#include \"host/report/report_page.h\"\n\nnamespace host {\n\nnamespace {\n\n")
 append_constant(kCss "${css}")
 append_constant(kHtml "${html}")
 append_constant(kScript "${script}")

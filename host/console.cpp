@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "host/system.h"
@@ -75,6 +76,15 @@ void Complain(std::string_view message) {
 void KeepMessages() { s_keepsMessages = true; }
 
 const std::vector<SMessage>& GetMessages() { return s_messages; }
+
+bool HasColors(const SOutput& output) {
+    const auto variable = [](const char* name) {
+        const char* const text = std::getenv(name);
+        return std::string_view(text == nullptr ? "" : text);
+    };
+    return output.isTerminal && output.takesEscapes && variable("NO_COLOR").empty() &&
+           variable("TERM") != "dumb";
+}
 
 bool PrintResult(std::string_view result) {
     if (s_isOutputBroken) {

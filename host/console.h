@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/system.h"
+
 namespace host {
 
 // Converts a text to UTF-8 that has no effect on a terminal: control characters become U+FFFD.
@@ -39,6 +41,9 @@ void Complain(std::string_view message);
 
 void KeepMessages();
 [[nodiscard]] const std::vector<SMessage>& GetMessages();
+
+// Whether what is printed there may have colours: not where the user has set NO_COLOR.
+[[nodiscard]] bool HasColors(const SOutput& output);
 
 // Writes a result to stdout and flushes it. False on failure, with the reason on stderr. After a
 // failure nothing more is written or told.

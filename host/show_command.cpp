@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -37,20 +36,12 @@ using Text = std::u16string_view;
 constexpr std::size_t kBatch = std::size_t{64} << 10;  // bytes
 constexpr std::chrono::milliseconds kLongestWait{50};
 
-bool IsVariable(const char* name, std::string_view value) {
-    const char* const text = std::getenv(name);
-    return text != nullptr && text == value;
-}
-
-bool HasVariable(const char* name) { return std::getenv(name) != nullptr && !IsVariable(name, ""); }
-
 SItemLayout GetLayout() {
     const SOutput output = GetOutput();
     if (!output.isTerminal) {
         return {};
     }
-    return {output.size.columns,
-            output.takesEscapes && !HasVariable("NO_COLOR") && !IsVariable("TERM", "dumb")};
+    return {output.size.columns, HasColors(output)};
 }
 
 std::string LowerCase(const std::string& word) {

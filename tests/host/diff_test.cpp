@@ -8,9 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "host/diff_text.h"
-#include "host/manifest_diff.h"
-#include "host/result_pairs.h"
+#include "host/diff/diff_json.h"
+#include "host/diff/diff_text.h"
+#include "host/diff/manifest_diff.h"
+#include "host/diff/result_pairs.h"
 #include "support/system.h"
 #include "support/temp_folder.h"
 #include "support/text.h"
@@ -62,7 +63,7 @@ protected:
         m_result =
             host::DiffManifests(m_folder.Path("old/app.orv"), m_folder.Path("new/app.orv"),
                                 contents, m_tell, [&](const host::SDifference& difference) {
-                                    lines += host::DescribeDifference(difference, contents);
+                                    lines += host::DescribeDifference(difference, contents, false);
                                     CJsonWriter json;
                                     host::WriteDifference(json, u"", u"", difference, contents);
                                     m_json.emplace_back(json.GetBytes());

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "host/gzip.h"
-#include "host/report_packages.h"
-#include "host/report_search.h"
+#include "host/report/gzip.h"
+#include "host/report/report_packages.h"
+#include "host/report/report_search.h"
 #include "support/system.h"
 #include "support/temp_folder.h"
 #include "support/text.h"

@@ -1,0 +1,220 @@
+#include "host/diff/diff_text.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "foundation/number_text.h"
+#include "host/console.h"
+#include "host/diff/item_changes.h"
+#include "host/key_names.h"
+#include "host/registry_data.h"
+#include "platform/utf8.h"
+
+namespace host {
+
+namespace {
+
+using Text = std::u16string_view;
+
+// Of a text in a line, in UTF-16 units.
+constexpr std::size_t kMostShown = 200;
+constexpr std::size_t kShownAhead = 40;  // ahead of where two long texts differ
+
+struct SChange {
+    EChange change;
+    std::string_view name;
+    char mark;
+    std::string_view color;
+};
+constexpr SChange kChanges[] = {{EChange::Added, "added", '+', "\x1b[32m"},       // green
+                                {EChange::Removed, "removed", '-', "\x1b[31m"},   // red
+                                {EChange::Changed, "changed", '~', "\x1b[33m"}};  // yellow
+
+std::string Shown(Text text) {
+    std::string bytes;
+    AppendPrintable(bytes, text);
+    return bytes;
+}
+
+const SChange& FindChange(EChange change) {
+    return *std::ranges::find(kChanges, change, &SChange::change);
+}
+
+std::string DescribePlace(const SPlainItem& item) {
+    if (item.place != 0) {
+        return std::to_string(item.place);
+    }
+    std::u16string place;
+    for (const Text name : GetIdentity(item.collection)) {
+        place = place.empty() ? GetAttribute(item, name) : place;
+    }
+    place = place.empty() ? item.element : place;
+    if (item.collection.ends_with(u"Keys") || item.collection.ends_with(u"Values")) {
+        place = ShortKeyName(place);
+    }
+    if (item.collection.ends_with(u"Values")) {
+        const Text name = GetAttribute(item, u"Value");
+        place += u'\\';
+        place += name.empty() ? u"(default)" : name;
+    }
+    if (item.collection.ends_with(u"EnvVars")) {
+        const Text user = GetAttribute(item, u"User");
+        place += user.empty() || user == u"0" ? u" (machine)" : u" (user)";
+    }
+    if (const Text architecture = GetAttribute(item, u"Architecture"); !architecture.empty()) {
+        place.append(u" (").append(architecture).append(u")");
+    }
+    return Shown(place);
+}
+
+// The part of a text that a line shows, from `start` on.
+std::string Show(Text text, std::size_t start) {
+    const std::size_t first = std::min(start, text.size());
+    const Text shown = text.substr(first, kMostShown);
+    return (first == 0 ? "'" : "'...") + Shown(shown) +
+           (first + shown.size() == text.size() ? "'" : "...'");
+}
+
+// Two texts, or none.
+std::string ShowBoth(std::optional<Text> older, std::optional<Text> newer) {
+    std::size_t start = 0;
+    // Long texts that begin alike are shown from a little ahead of the difference.
+    if (older && newer && std::max(older->size(), newer->size()) > kMostShown) {
+        const auto differ = std::ranges::mismatch(*older, *newer);
+        start = static_cast<std::size_t>(differ.in1 - older->begin());
+        start -= std::min(start, kShownAhead);
+    }
+    return (older ? Show(*older, start) : "(none)") + " -> " +
+           (newer ? Show(*newer, start) : "(none)");
+}
+
+std::string Line(Text name, const std::string& change) {
+    return "    " + Shown(name) + ": " + change + '\n';
+}
+
+// The data for people. `buffer` keeps what is not the text of the item.
+Text ShowData(const SPlainItem& item, std::u16string& buffer) {
+    const std::optional<RegistryData> data = IsValue(item) ? DecodeData(item) : std::nullopt;
+    if (!data) {
+        return item.text;
+    }
+    if (const auto* const number = std::get_if<std::uint64_t>(&*data)) {
+        buffer = item.text + u" (" + platform::Utf8ToUtf16(std::to_string(*number)) + u')';
+    } else {
+        for (const std::u16string& string : std::get<std::vector<std::u16string>>(*data)) {
+            buffer.append(buffer.empty() ? u"" : u", ").append(u"\"").append(string).append(u"\"");
+        }
+    }
+    return buffer;
+}
+
+// What tells a part from others of its item: the signature of a data block.
+std::u16string_view PartKey(const SPlainPart& part) { return GetAttribute(part, u"Signature"); }
+
+// Parts of one element and signature are compared with each other.
+std::string DescribeParts(const SPlainItem& older, const SPlainItem& newer) {
+    const auto order = [](const SPlainPart* left, const SPlainPart* right) {
+        return std::pair(Text(left->element), PartKey(*left)) <
+               std::pair(Text(right->element), PartKey(*right));
+    };
+    std::vector<const SPlainPart*> lists[] = {ListParts(older), ListParts(newer)};
+    for (auto& list : lists) {
+        std::ranges::stable_sort(list, order);
+    }
+    std::string lines;
+    auto left = lists[0].begin();
+    auto right = lists[1].begin();
+    // Each round takes one off, or one of each.
+    while (left != lists[0].end() || right != lists[1].end()) {
+        const bool isLeft =
+            right == lists[1].end() || (left != lists[0].end() && order(*left, *right));
+        const bool isRight =
+            left == lists[0].end() || (right != lists[1].end() && order(*right, *left));
+        const SPlainPart& any = isRight ? **right : **left;
+        std::u16string name = any.element;
+        name.append(PartKey(any).empty() ? u"" : u" ").append(PartKey(any));
+        if (isLeft || isRight) {
+            lines += Line(name, isLeft ? "removed" : "added");
+        } else {
+            ForEachChange(**left, **right, [&](const auto& attribute, auto from, auto to) {
+                lines +=
+                    Line(std::u16string(name).append(u" ").append(attribute), ShowBoth(from, to));
+            });
+            if ((*left)->text != (*right)->text) {
+                lines += Line(name, ShowBoth((*left)->text, (*right)->text));
+            }
+        }
+        left += isRight ? 0 : 1;
+        right += isLeft ? 0 : 1;
+    }
+    return lines;
+}
+
+std::string DescribeFile(const SPayloadName& name, CFileContents& contents) {
+    return name.file == nullptr ? "(missing)" : Count(contents.GetSize(*name.file), "byte");
+}
+
+std::string DescribePayload(const SPayloadChange& change, CFileContents& contents) {
+    const SPayloadName& any = change.newer.source.empty() ? change.older : change.newer;
+    std::string name = change.element.empty() ? "" : Shown(change.element) + ' ';
+    name += "payload";
+    // Most items have one, which needs no name.
+    if (!change.element.empty() || change.attribute != u"RelativeSource") {
+        name += ' ' + Show(any.source, 0);
+    }
+    if (change.older.source.empty() || change.newer.source.empty()) {
+        return "    " + name + (change.older.source.empty() ? ": added\n" : ": removed\n");
+    }
+    const std::string older = DescribeFile(change.older, contents);
+    const std::string newer = DescribeFile(change.newer, contents);
+    return "    " + name + ": " +
+           (older == newer ? newer + ", with another content" : older + " -> " + newer) + '\n';
+}
+
+std::string DescribeChanges(const SDifference& difference, CFileContents& contents) {
+    const SPlainItem& older = *difference.older;
+    const SPlainItem& newer = *difference.newer;
+    std::string lines;
+    if (older.element != newer.element) {
+        lines += Line(u"element", ShowBoth(older.element, newer.element));
+    }
+    ForEachChange(older, newer, [&](const auto& name, auto from, auto to) {
+        lines += Line(name, ShowBoth(from, to));
+    });
+    if (older.text != newer.text) {
+        std::u16string buffers[2];
+        lines += Line(IsValue(older) ? u"data" : u"text",
+                      ShowBoth(ShowData(older, buffers[0]), ShowData(newer, buffers[1])));
+    }
+    lines += DescribeParts(older, newer);
+    for (const SPayloadChange& change : difference.payload) {
+        lines += DescribePayload(change, contents);
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::string_view GetChangeName(EChange change) { return FindChange(change).name; }
+
+std::string MarkLine(EChange change, const std::string& words, bool hasColors) {
+    const SChange& row = FindChange(change);
+    const std::string line = row.mark + (' ' + words);
+    return hasColors ? std::string(row.color) + line + "\x1b[0m" : line;
+}
+
+std::string DescribeDifference(const SDifference& difference, CFileContents& contents,
+                               bool hasColors) {
+    const SPlainItem& item = AnyItem(difference);
+    std::string lines =
+        MarkLine(difference.change, Shown(item.collection) + ' ' + DescribePlace(item), hasColors);
+    lines += '\n';
+    if (difference.change == EChange::Changed) {
+        lines += DescribeChanges(difference, contents);
+    }
+    return lines;
+}
+
+}  // namespace host

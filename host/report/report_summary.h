@@ -1,0 +1,64 @@
+// host/report/report_summary.h - what the summary of a report says of a package.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "foundation/json_writer.h"
+#include "host/record_summary.h"
+#include "host/report/report_packages.h"
+#include "host/report/report_payload.h"
+
+namespace host {
+
+// What the summary says of a target, or of what is outside of targets.
+struct SReportedTarget {
+    std::filesystem::path folder;  // empty when only the record tells of it
+    std::filesystem::path manifest;
+    std::u16string name;
+    std::u16string recorded;  // FOLDER\MANIFEST in the record; empty without
+    bool isCreated = false;   // as the record says
+    std::map<std::u16string, std::u16string> properties;
+    std::vector<std::pair<std::u16string, std::uint64_t>> items;
+    std::optional<SRecordSummary> record;
+    std::uint64_t files = 0;
+    std::uint64_t bytes = 0;
+    std::vector<SReportSize> largest;
+    std::vector<SReportSize> folders;
+    std::vector<std::uint32_t> itemSlices;
+    std::vector<std::uint32_t> recordSlices;
+    std::vector<std::uint32_t> fileSlices;
+
+    // Adds an item. `places` is empty at the first one, and kept by the caller from item to item.
+    void CountItem(std::u16string_view collection, std::map<std::u16string, std::size_t>& places);
+    [[nodiscard]] std::u16string GetGuid() const;
+};
+
+// What it says of a package.
+struct SReportedPackage {
+    std::map<std::uint64_t, SReportedTarget> targets;  // by their numbers; 0 is outside of targets
+    std::optional<SRecordHead> head;
+    bool isDamaged = false;  // something of it cannot be read
+    std::vector<std::string> problems;
+    std::vector<std::uint32_t> logSlices;
+
+    // "whole", "not whole", "failed" or "unknown".
+    [[nodiscard]] std::string_view GetStatus() const;
+    // The name of the profile, if a manifest tells it.
+    [[nodiscard]] std::u16string GetName(const SReportPackage& package) const;
+};
+
+// Writes an object with all that the summary says of a package.
+void WriteReportedPackage(const SReportPackage& package, const SReportedPackage& data,
+                          CJsonWriter& json);
+
+// A path as reports and messages show it.
+[[nodiscard]] std::u16string ShownPath(const std::filesystem::path& path);
+
+}  // namespace host
