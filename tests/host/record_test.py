@@ -12,6 +12,7 @@ page record.md, and the exit status fits. What commands print with --json fits j
 import json
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -88,9 +89,9 @@ def check_target(lines, folder):
     return problems
 
 
-def check(program, profile, folder, page):
-    """Returns what is wrong, the number of lines, and what was printed as JSON: items of a manifest,
-    each in an array, and objects."""
+def check(program, profile, folder, page, former):
+    """Returns what is wrong, the number of lines, and what was printed as JSON: items and
+    differences of manifests, each in an array, and objects."""
     record = pathlib.Path(folder, "record.jsonl")
     printed = []
     items = []
@@ -111,6 +112,10 @@ def check(program, profile, folder, page):
     run("verify", f"{folder}/out")
     for manifest in pathlib.Path(folder, "out").glob("*/app.orv"):
         run("show", manifest)
+        # With that of another package, so that there are differences.
+        if former.exists():
+            run("diff", former, manifest)
+        shutil.copy(manifest, former)
     problems = [] if checked == status else [f"convert ends with {status}, check with {checked}"]
     if not record.exists():
         return problems + ([] if status == 1 else ["there is no record"]), 0, printed, items
@@ -151,9 +156,11 @@ def main():
     count = 0
     printed = []
     items = []
+    former = pathlib.Path(packages, "former.orv")
+    former.unlink(missing_ok=True)
     for profile in profiles:
         with tempfile.TemporaryDirectory() as folder:
-            problems, lines, texts, arrays = check(program, profile, folder, page)
+            problems, lines, texts, arrays = check(program, profile, folder, page, former)
         count += lines
         failed += bool(problems)
         printed += texts
@@ -165,8 +172,8 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         of_items = pathlib.Path(folder, "items.json")
         definitions = json.loads(schema.read_text(encoding="utf-8"))["$defs"]
-        of_items.write_text(json.dumps({"type": "array", "items": {"$ref": "#/$defs/item"},
-                                        "$defs": definitions}), encoding="utf-8")
+        of_items.write_text(json.dumps({"type": "array", "$defs": definitions, "items": {
+            "anyOf": [{"$ref": "#/$defs/item"}, {"$ref": "#/$defs/difference"}]}}), encoding="utf-8")
         faults += validate(items, of_items)
     print(faults[:2000])
     print(f"{len(profiles)} packages, {count} lines, {failed} packages with differences")
