@@ -1,0 +1,32 @@
+// The rules for the page's modules and for their tests. The tools are fetched into the build folder,
+// which the test names by ORV_NODE_MODULES.
+import { createRequire } from "node:module";
+import { fileURLToPath } from "node:url";
+
+const require = createRequire((process.env.ORV_NODE_MODULES ?? fileURLToPath(new URL("node_modules", import.meta.url))) + "/");
+const js = require("@eslint/js");
+
+const browser = [
+    "AbortController", "Blob", "DecompressionStream", "Element", "HTMLDetailsElement", "HTMLElement", "MessageChannel", "ResizeObserver",
+    "Response", "addEventListener", "atob", "clearTimeout", "document", "getSelection", "location", "performance", "requestAnimationFrame", "scrollTo", "window",
+];
+const node = ["Buffer", "URL", "process", "document", "window", "location", "getSelection", "innerHeight", "matchMedia", "getComputedStyle"];
+
+/** @param {string[]} names */
+function readonly(names) {
+    return Object.fromEntries(names.map((name) => [name, "readonly"]));
+}
+
+const rules = {
+    ...js.configs.recommended.rules,
+    "eqeqeq": "error",
+    "no-restricted-properties": ["error", { property: "innerHTML" }, { property: "outerHTML" }, { property: "insertAdjacentHTML" }],
+    "no-shadow": "error",
+    "no-var": "error",
+    "prefer-const": "error",
+};
+
+export default [
+    { files: ["*.js"], languageOptions: { globals: readonly(browser) }, rules },
+    { files: ["**/*.mjs", "eslint.config.js"], languageOptions: { globals: readonly(node) }, rules },
+];

@@ -1,0 +1,112 @@
+// Lists of rows that are in slices. Only references are kept; the rows are read when they come into
+// sight, so that a list may have all rows of the report.
+
+import { RowList } from "./rows.js";
+import { badge, build, nameOf, plain, size } from "./text.js";
+import { Pacer, rowsInSlice } from "./store.js";
+
+/** The place of a row in the whole report. @param {number} slice @param {number} row */
+export function makeRef(slice, row) {
+    return slice * rowsInSlice + row;
+}
+
+/** What the parts of a row are called. */
+export const fields = {
+    items: ["Kind", "Place", "Detail", "Size"],
+    record: ["Thing", "Outcome", "Reason", "Source", "Place", "Detail", "Status"],
+    files: ["File", "Size"],
+    log: ["Severity", "Text"],
+};
+
+/** What happened to an item, in the words of the record. @param {string} collection */
+export function outcomeOf(collection) {
+    return collection.startsWith("Delete") ? "deleted" : "created";
+}
+
+/**
+ * Fills the element of a row: what it is, its name, and what is to be told of it.
+ * @param {import("./store.js").Store} store @param {"items"|"record"|"files"|"log"} kind
+ * @param {import("./store.js").Row} data @param {HTMLElement} row
+ */
+export function drawRow(store, kind, data, row) {
+    if (kind === "items") {
+        const [collection, place, detail, bytes] = data;
+        row.append(
+            build("span", { class: "what" }, plain(String(collection))),
+            nameOf(String(place ?? "")),
+            build("span", { class: "side quiet" }, bytes === null ? nameOf(String(detail ?? ""), "") : size(bytes)),
+        );
+    } else if (kind === "record") {
+        const [thing, outcome, reason, source, place, detail] = data;
+        row.append(
+            build("span", { class: "what" }, plain(String(thing))),
+            nameOf(String(source || place || detail || "")),
+            build("span", { class: "side" }, badge(String(outcome), store.reason(reason).says ?? String(reason))),
+        );
+    } else if (kind === "files") {
+        row.append(
+            build("span", { class: "what" }, "payload"),
+            nameOf(String(data[0])),
+            build("span", { class: "side quiet" }, size(data[1])),
+        );
+    } else {
+        row.append(build("span", { class: "what" }, badge(String(data[0]))), nameOf(String(data[1])));
+    }
+}
+
+export class RefList {
+    /**
+     * @param {import("./store.js").Store} store
+     * @param {{label: string, maxRows?: number, choose?: (ref: number) => void,
+     *   decorate?: (ref: number, row: HTMLElement) => void}} options
+     */
+    constructor(store, options) {
+        this.store = store;
+        /** @type {number[]} */
+        this.refs = [];
+        const choose = options.choose;
+        this.list = new RowList({
+            label: options.label,
+            maxRows: options.maxRows,
+            choose: choose && ((index) => choose(this.refs[index])),
+            draw: (index, row) => {
+                this.#draw(this.refs[index], row);
+                options.decorate?.(this.refs[index], row);
+            },
+        });
+    }
+
+    /** @param {number} ref @param {HTMLElement} row */
+    #draw(ref, row) {
+        const slice = Math.floor(ref / rowsInSlice);
+        const rows = this.store.peek(slice);
+        if (!rows) {
+            row.append(build("span", { class: "quiet" }, "…"));
+            void this.store.read(slice).then(() => this.list.redrawSoon());
+            return;
+        }
+        drawRow(this.store, this.store.owners.get(slice)?.kind ?? "log", rows[ref % rowsInSlice] ?? [], row);
+    }
+
+    /**
+     * Adds the rows of slices that are wanted, as they are found.
+     * @param {number[]} slices @param {(row: import("./store.js").Row) => boolean} wanted
+     * @param {AbortSignal} [signal]
+     */
+    async fill(slices, wanted, signal) {
+        const pacer = new Pacer();
+        for (const slice of slices) {
+            const rows = await this.store.readOnce(slice);
+            rows.forEach((row, index) => {
+                if (wanted(row)) {
+                    this.refs.push(makeRef(slice, index));
+                }
+            });
+            if (pacer.isDue()) {
+                this.list.setCount(this.refs.length);
+            }
+            await pacer.rest(signal);
+        }
+        this.list.setCount(this.refs.length);
+    }
+}
