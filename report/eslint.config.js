@@ -7,10 +7,15 @@ const require = createRequire((process.env.ORV_NODE_MODULES ?? fileURLToPath(new
 const js = require("@eslint/js");
 
 const browser = [
-    "AbortController", "Blob", "DecompressionStream", "Element", "HTMLDetailsElement", "HTMLElement", "MessageChannel", "ResizeObserver",
-    "Response", "addEventListener", "atob", "clearTimeout", "document", "getSelection", "location", "performance", "requestAnimationFrame", "scrollTo", "window",
+    "AbortController", "Blob", "DecompressionStream", "Element", "HTMLDetailsElement", "HTMLElement", "MessageChannel",
+    "ResizeObserver", "Response", "addEventListener", "atob", "clearTimeout", "document", "getSelection", "location",
+    "performance", "requestAnimationFrame", "scrollTo", "window",
 ];
-const node = ["Buffer", "URL", "process", "document", "window", "location", "getSelection", "innerHeight", "matchMedia", "getComputedStyle"];
+// The tests have functions that run in the page.
+const node = [
+    ...browser, "Buffer", "ClipboardEvent", "DataTransfer", "Event", "URL", "dispatchEvent", "getComputedStyle", "innerWidth",
+    "process",
+];
 
 /** @param {string[]} names */
 function readonly(names) {
@@ -27,6 +32,6 @@ const rules = {
 };
 
 export default [
-    { files: ["*.js"], languageOptions: { globals: readonly(browser) }, rules },
+    { files: ["**/*.js"], ignores: ["**/eslint.config.js"], languageOptions: { globals: readonly(browser) }, rules },
     { files: ["**/*.mjs", "eslint.config.js"], languageOptions: { globals: readonly(node) }, rules },
 ];

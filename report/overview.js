@@ -8,7 +8,7 @@ import { RefList } from "./refs.js";
 const maxReadAtOnce = 16;
 const rowsOfNames = 12;
 
-/** @typedef {{store: import("./store.js").Store, target: import("./store.js").Target, choose: (ref: number) => void}} Context */
+/** @typedef {{store: import("./store.js").Store, target: import("./store.js").Target, choose: (ref: number) => void, signal: AbortSignal}} Context */
 
 /**
  * A table with a bar for each row.
@@ -37,9 +37,9 @@ function opening(context, line, total, wanted) {
         if (!(details instanceof HTMLDetailsElement) || !details.open || state.parentNode) {
             return;
         }
-        const names = new RefList(context.store, { label: "Names", maxRows: rowsOfNames, choose: context.choose });
+        const names = new RefList(context.store, { label: "Names", maxRows: rowsOfNames, brief: true, choose: context.choose });
         details.append(names.list.whole, state);
-        await names.fill(context.target.slices?.record ?? [], wanted);
+        await names.fill(context.target.slices?.record ?? [], wanted, context.signal).catch(() => {});
         state.textContent = names.refs.length === total ? "" : `The record has ${count(names.refs.length, "line")} of this.`;
     });
     return details;
@@ -168,5 +168,5 @@ export function overview(context) {
             { name: plain(name), value, shown: number(value), word: name.startsWith("Delete") ? "deleted" : "" })))),
         outcomesOf(context) || null, rulesOf(context), ...payload(target),
         properties.length > 0 && section("Properties", build("table", { class: "properties" }, build("tbody", {}, ...properties.map(([name, value]) => (
-            build("tr", {}, build("th", { scope: "row" }, plain(capital(name))), build("td", {}, wholeText(String(value))))))))));
+            build("tr", {}, build("th", { scope: "row" }, nameOf(capital(name))), build("td", {}, wholeText(String(value))))))))));
 }

@@ -148,8 +148,8 @@ export async function readPaths(store, slices, pick, progress, signal) {
     /** @type {number[][]} */
     const [refs, marks, sizes] = [[], [], []];
     const runs = [0];
-    for (const [done, slice] of slices.entries()) {
-        const rows = await store.readOnce(slice);
+    let done = 0;
+    for await (const [slice, rows] of store.rowsOf(slices)) {
         rows.forEach((row, index) => {
             const one = pick(row);
             if (one) {
@@ -163,7 +163,7 @@ export async function readPaths(store, slices, pick, progress, signal) {
             }
         });
         runs.push(texts.length);
-        progress(done + 1);
+        progress(++done);
         await pacer.rest(signal);
     }
     const order = await sortKeys(keys, runs, pacer, signal);

@@ -10,14 +10,6 @@ export function makeRef(slice, row) {
     return slice * rowsInSlice + row;
 }
 
-/** What the parts of a row are called. */
-export const fields = {
-    items: ["Kind", "Place", "Detail", "Size"],
-    record: ["Thing", "Outcome", "Reason", "Source", "Place", "Detail", "Status"],
-    files: ["File", "Size"],
-    log: ["Severity", "Text"],
-};
-
 /** What happened to an item, in the words of the record. @param {string} collection */
 export function outcomeOf(collection) {
     return collection.startsWith("Delete") ? "deleted" : "created";
@@ -26,9 +18,9 @@ export function outcomeOf(collection) {
 /**
  * Fills the element of a row: what it is, its name, and what is to be told of it.
  * @param {import("./store.js").Store} store @param {"items"|"record"|"files"|"log"} kind
- * @param {import("./store.js").Row} data @param {HTMLElement} row
+ * @param {import("./store.js").Row} data @param {HTMLElement} row @param {boolean} [brief] without the reason
  */
-export function drawRow(store, kind, data, row) {
+function drawRow(store, kind, data, row, brief) {
     if (kind === "items") {
         const [collection, place, detail, bytes] = data;
         row.append(
@@ -41,7 +33,8 @@ export function drawRow(store, kind, data, row) {
         row.append(
             build("span", { class: "what" }, plain(String(thing))),
             nameOf(String(source || place || detail || "")),
-            build("span", { class: "side" }, badge(String(outcome), store.reason(reason).says ?? String(reason))),
+            brief ? build("span", { class: "side quiet" }, nameOf(String(detail ?? ""), ""))
+                : build("span", { class: "side" }, badge(String(outcome), store.reason(reason).says ?? String(reason))),
         );
     } else if (kind === "files") {
         row.append(
@@ -57,7 +50,7 @@ export function drawRow(store, kind, data, row) {
 export class RefList {
     /**
      * @param {import("./store.js").Store} store
-     * @param {{label: string, maxRows?: number, choose?: (ref: number) => void,
+     * @param {{label: string, maxRows?: number, brief?: boolean, choose?: (ref: number) => void,
      *   decorate?: (ref: number, row: HTMLElement) => void}} options
      */
     constructor(store, options) {
@@ -65,6 +58,7 @@ export class RefList {
         /** @type {number[]} */
         this.refs = [];
         const choose = options.choose;
+        this.brief = options.brief;
         this.list = new RowList({
             label: options.label,
             maxRows: options.maxRows,
@@ -85,7 +79,7 @@ export class RefList {
             void this.store.read(slice).then(() => this.list.redrawSoon());
             return;
         }
-        drawRow(this.store, this.store.owners.get(slice)?.kind ?? "log", rows[ref % rowsInSlice] ?? [], row);
+        drawRow(this.store, this.store.owners.get(slice)?.kind ?? "log", rows[ref % rowsInSlice] ?? [], row, this.brief);
     }
 
     /**
@@ -95,8 +89,7 @@ export class RefList {
      */
     async fill(slices, wanted, signal) {
         const pacer = new Pacer();
-        for (const slice of slices) {
-            const rows = await this.store.readOnce(slice);
+        for await (const [slice, rows] of this.store.rowsOf(slices)) {
             rows.forEach((row, index) => {
                 if (wanted(row)) {
                     this.refs.push(makeRef(slice, index));

@@ -117,7 +117,6 @@ export class RowList {
             "aria-setsize": this.count,
             "aria-selected": String(index === this.active),
         });
-        row.dataset.index = String(index);
         this.options.draw(index, row);
         return row;
     }
@@ -159,10 +158,12 @@ export class RowList {
 
     /** @param {MouseEvent} event */
     #onClick(event) {
-        const row = /** @type {HTMLElement} */ (event.target).closest("[data-index]");
-        if (row instanceof HTMLElement && !getSelection()?.toString()) {
-            this.activate(Number(row.dataset.index));
-            this.options.choose?.(this.active);
+        // By the place and not by the element, because rows may be drawn anew while the button is down.
+        const top = this.element.getBoundingClientRect().top + this.element.clientTop;
+        const index = Math.floor((event.clientY - top + this.#offset()) / rowHeight);
+        if (index >= 0 && index < this.count && !getSelection()?.toString()) {
+            this.activate(index);
+            this.options.choose?.(index);
         }
     }
 }

@@ -7,7 +7,7 @@ import { Pacer, rowsInSlice } from "./store.js";
 export const kinds = { items: "Items of manifests", record: "Captured things", files: "Payload files", log: "Log" };
 
 // Names of packages come first, and only so many of them.
-const maxPackages = 50;
+const maxPackages = 12;
 
 /**
  * Text that the JSON of a slice must have if a row of it has the term; empty when that is not sure,
@@ -51,8 +51,14 @@ export class Search {
         const pack = this.store.packages[owner?.pack ?? -1];
         const target = pack?.targets?.[owner?.target ?? -1];
         const where = [pack?.name ?? "", (pack?.targets ?? []).length > 1 ? target?.name ?? "" : ""].filter((one) => one !== "").join(" › ");
-        row.classList.add("found");
-        row.append(build("span", { class: "where quiet" }, nameOf(where, "")));
+        if (this.store.packages.length > 1) {
+            row.append(build("span", { class: "where quiet" }, nameOf(where, "")));
+        }
+    }
+
+    /** Says that what is shown is not what is asked for. */
+    expect() {
+        this.element.setAttribute("aria-busy", "true");
     }
 
     stop() {
@@ -75,6 +81,7 @@ export class Search {
         this.#findPackages(term, kind === "" && outcome === "");
         try {
             await this.#readAll(term, kind, outcome, signal);
+            this.element.setAttribute("aria-busy", "false");
         } catch (error) {
             if (!signal.aborted) {
                 throw error;
@@ -98,11 +105,12 @@ export class Search {
     async #readAll(term, kind, outcome, signal) {
         const pacer = new Pacer();
         const probe = probeOf(term);
-        const slices = [...this.store.owners].filter(([, owner]) => kind === "" || owner.kind === kind);
-        let told = -Infinity;
-        for (const [done, [slice, owner]] of slices.entries()) {
-            const json = this.store.peek(slice) ? "" : await this.store.text(slice);
-            const rows = this.store.peek(slice) ?? (json.toLowerCase().includes(probe) ? this.store.parse(slice, json) : []);
+        const slices = [...this.store.owners].filter(([, owner]) => kind === "" || owner.kind === kind).map(([slice]) => slice);
+        let [done, told] = [0, -Infinity];
+        for await (const [slice, json] of this.store.inOrder(slices, (id) => this.store.text(id))) {
+            const owner = /** @type {import("./store.js").Owner} */ (this.store.owners.get(slice));
+            const rows = json.toLowerCase().includes(probe) ? this.store.parse(slice, json) : [];
+            done += 1;
             rows.forEach((row, index) => {
                 if ((outcome === "" || outcomeOfRow(row, owner.kind) === outcome) && row.some((part) => typeof part === "string" && part.toLowerCase().includes(term))) {
                     this.found.refs.push(makeRef(slice, index));

@@ -18,6 +18,9 @@
 /** More rows than this are never in one slice. */
 export const rowsInSlice = 4096;
 
+// While one slice is looked at, so many others are being unpacked.
+const slicesAhead = 4;
+
 // INVARIANT: the cache has the slices that were read last, as rows, at most this many. It must be
 // more than the rows that any list shows at once, or such a list never has all of its rows.
 const maxCached = 96;
@@ -137,6 +140,28 @@ export class Store {
     /** Rows without a place in the cache, for who reads all slices once. @param {number} id */
     async readOnce(id) {
         return this.peek(id) ?? this.parse(id, await this.text(id));
+    }
+
+    /**
+     * What `get` gives for slices, in their order.
+     * @template T @param {number[]} ids @param {(id: number) => Promise<T>} get
+     * @returns {AsyncGenerator<[number, T]>} the slice, and what was got
+     */
+    async *inOrder(ids, get) {
+        /** @type {Promise<T>[]} */
+        const waiting = [];
+        let next = 0;
+        for (const id of ids) {
+            while (waiting.length <= slicesAhead && next < ids.length) {
+                waiting.push(get(ids[next++]));
+            }
+            yield [id, await /** @type {Promise<T>} */ (waiting.shift())];
+        }
+    }
+
+    /** The rows of slices, in their order. @param {number[]} ids */
+    rowsOf(ids) {
+        return this.inOrder(ids, (id) => this.readOnce(id));
     }
 
     /** @param {number} id */

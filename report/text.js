@@ -83,7 +83,7 @@ export function nameOf(text, empty = "(no name)") {
         "span",
         { class: "name", title: text.length > maxTitle ? `${title}… (${count(text.length, "character")})` : title },
         build("span", { class: "head" }, marked(head), long && "…"),
-        split < text.length && build("span", { class: "tail" }, marked(text.slice(split))),
+        split < text.length && build("span", { class: "tail" }, build("span", {}, marked(text.slice(split)))),
     );
     realTexts.set(element, text);
     return element;
@@ -152,7 +152,7 @@ export function size(bytes) {
         value /= 1024;
         unit += 1;
     }
-    return `${unit === 0 || value >= 100 ? number(Math.round(value)) : value.toFixed(1)} ${units[unit]}`;
+    return `${unit === 0 || value >= 100 ? number(Math.round(value)) : value.toFixed(1)}\u00a0${units[unit]}`;
 }
 
 /** "left out" as the beginning of a heading. @param {string} text */

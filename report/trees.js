@@ -31,6 +31,11 @@ export function areaOfCollection(collection) {
     return /(Keys|Values)$/.test(collection) ? "registry" : "other";
 }
 
+/** A path without the beginning that only says that it may be long. @param {string} path */
+function withoutLongMark(path) {
+    return path.replace(/^\\\\\?\\/, "");
+}
+
 /** The row of a record as a path of the capture. @param {import("./store.js").Row} row @param {Area} area */
 function pickRecord(row, area) {
     const [thing, outcome, , source, place] = row;
@@ -39,8 +44,8 @@ function pickRecord(row, area) {
     }
     const collection = /** @type {Record<string, string>} */ ({ variable: "CreateEnvVars", service: "CreateServices" })[thing];
     const last = String(place).slice(String(place).lastIndexOf("\\") + 1);
-    const text = area === "other" ? `${thing}\\${source}` : String(source || place || `(${thing})`);
-    return { text, mark: outcomeNumber(outcome), place: collection && place ? `${collection}\\${last}` : String(place ?? "") };
+    const text = area === "other" ? `${thing}\\${source}` : withoutLongMark(String(source || place || `(${thing})`));
+    return { text, mark: outcomeNumber(outcome), place: collection && place ? `${collection}\\${last}` : withoutLongMark(String(place ?? "")) };
 }
 
 /** An item as a path of the result. @param {import("./store.js").Row} row @param {Area} area */
@@ -49,7 +54,7 @@ function pickItem(row, area) {
     if (areaOfCollection(collection) !== area) {
         return null;
     }
-    const text = area === "other" ? `${collection}\\${place}` : String(place).replace(/^\\\\\?\\/, "");
+    const text = area === "other" ? `${collection}\\${place}` : withoutLongMark(String(place));
     return { text, mark: outcomeNumber(outcomeOf(collection)), size: bytes };
 }
 
@@ -100,6 +105,7 @@ export class Trees {
         }
         const view = new TreeView(index, {
             label: `${title}: ${areas[this.area]}`,
+            quiet: side === "right" ? "created" : "",
             choose: (node) => this.#choose(side, node),
         });
         this.views[side] = view;
@@ -113,7 +119,7 @@ export class Trees {
         }
     }
 
-    /** @param {"left"|"right"} side @param {import("./treeview.js").Node} node */
+    /** @param {"left"|"right"} side @param {import("./nodes.js").Node} node */
     #choose(side, node) {
         const index = /** @type {TreeView} */ (this.views[side]).index;
         const other = this.views[side === "left" ? "right" : "left"];
@@ -128,13 +134,13 @@ export class Trees {
             const below = index.makeRange(linked, linked + 1).depth - node.range.depth;
             found = other.reveal(row, Math.max(1, other.index.makeRange(row, row + 1).depth - below));
         }
-        void this.#explain(side, node, found && other ? other.pathOf(found) : null);
+        void this.#explain(side, node, found && other ? other.nodes.pathOf(found) : null);
     }
 
-    /** Shows what a node is. @param {"left"|"right"} side @param {import("./treeview.js").Node} node @param {string|null} otherPath */
+    /** Shows what a node is. @param {"left"|"right"} side @param {import("./nodes.js").Node} node @param {string|null} otherPath */
     async #explain(side, node, otherPath) {
         const view = /** @type {TreeView} */ (this.views[side]);
-        const path = view.pathOf(node);
+        const path = view.nodes.pathOf(node);
         const counts = view.index.tally(node.range);
         const list = build("dl", {}, build("dt", {}, side === "left" ? "Captured" : "In the result"),
             build("dd", {}, wholeText(path), copyButton(path)));
@@ -142,7 +148,7 @@ export class Trees {
         list.append(build("dt", {}, otherTitle), otherPath === null
             ? build("dd", { class: "quiet" }, side === "left" ? "nothing" : "nothing that the record tells of")
             : build("dd", {}, wholeText(otherPath), copyButton(otherPath)));
-        if (view.hasChildren(node)) {
+        if (view.nodes.hasChildren(node)) {
             const parts = outcomes.filter((_, at) => counts[at] > 0).map((one) => badge(one, `${number(counts[outcomes.indexOf(one)])} ${one}`));
             list.append(build("dt", {}, "Below it"), build("dd", { class: "badges" }, ...parts));
         }
