@@ -8,7 +8,7 @@ const js = require("@eslint/js");
 
 const browser = [
     "AbortController", "Blob", "DecompressionStream", "Element", "HTMLDetailsElement", "HTMLElement", "MessageChannel",
-    "ResizeObserver", "Response", "addEventListener", "atob", "clearTimeout", "document", "getSelection", "location",
+    "ResizeObserver", "Response", "URLSearchParams", "addEventListener", "atob", "clearTimeout", "document", "getSelection", "history", "location",
     "performance", "requestAnimationFrame", "scrollTo", "window",
 ];
 // The tests have functions that run in the page.

@@ -1,5 +1,5 @@
 // Starts the page, and shows what the address says: "#/3/0/files" is package 3, its target 0, the
-// trees of files.
+// trees of files, and "#?term=abc" a search.
 
 import { build, onCopy, plain } from "./text.js";
 import { Store, rowsInSlice } from "./store.js";
@@ -26,7 +26,10 @@ class Page {
         this.leaving = new AbortController();
         this.search = new Search(this.store, {
             openRow: (ref) => void this.openRow(ref),
-            openPackage: (pack) => this.go(pack),
+            openPackage: (pack) => {
+                this.#keepSearch();
+                this.go(pack);
+            },
         });
         /** @type {PackageList|null} */
         this.list = null;
@@ -72,8 +75,7 @@ class Page {
     /** @param {string} term @param {string} kind @param {string} outcome */
     #startSearch(term, kind, outcome) {
         if (term === "") {
-            this.search.stop();
-            void this.show();
+            this.#leaveSearch();
             return;
         }
         this.leaving.abort();
@@ -96,9 +98,36 @@ class Page {
             event.preventDefault();
             find("term").select();
         } else if (event.key === "Escape" && this.search.element.isConnected) {
-            this.#endSearch();
+            this.#leaveSearch();
+        }
+    }
+
+    /** Shows what was shown before the search. */
+    #leaveSearch() {
+        if (location.hash.startsWith("#?")) {
+            location.hash = "#/";
+        } else {
             void this.show();
         }
+    }
+
+    /** Lets the way back from what was found lead to the search. */
+    #keepSearch() {
+        if (this.search.element.isConnected) {
+            const asked = Object.fromEntries(["term", "kind", "outcome"].map((id) => [id, find(id).value]));
+            history.pushState(null, "", "#?" + new URLSearchParams(asked));
+        }
+    }
+
+    /** Searches for what the address says. */
+    #searchAgain() {
+        for (const [id, value] of new URLSearchParams(location.hash.slice(2))) {
+            if (["term", "kind", "outcome"].includes(id)) {
+                find(id).value = value;
+            }
+        }
+        this.search.expect();
+        this.#startSearch(find("term").value, find("kind").value, find("outcome").value);
     }
 
     /** @param {number} pack @param {number} [target] @param {import("./package.js").View} [view] */
@@ -114,6 +143,10 @@ class Page {
     /** Shows what the address says. @returns {Promise<void>} */
     async show() {
         this.#endSearch();
+        if (/^#\?.*term=[^&]/.test(location.hash)) {
+            this.#searchAgain();
+            return;
+        }
         this.leaving.abort();
         this.leaving = new AbortController();
         const [, pack, target, view] = location.hash.split("/");
@@ -139,6 +172,7 @@ class Page {
             return;
         }
         const row = (await this.store.read(slice))[ref % rowsInSlice];
+        this.#keepSearch();
         if (owner.kind === "log" || owner.target < 0) {
             this.go(owner.pack, 0, owner.kind === "log" ? "log" : "overview");
             return;

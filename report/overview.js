@@ -8,6 +8,9 @@ import { RefList } from "./refs.js";
 const maxReadAtOnce = 16;
 const rowsOfNames = 12;
 
+// A manifest may have anything; longer tables are cut, which they say.
+const maxTableRows = 200;
+
 /** @typedef {{store: import("./store.js").Store, target: import("./store.js").Target, choose: (ref: number) => void, signal: AbortSignal}} Context */
 
 /**
@@ -15,14 +18,15 @@ const rowsOfNames = 12;
  * @param {string} caption @param {{name: Node|string, value: number, shown: string, note?: string, word?: string}[]} rows
  */
 function barTable(caption, rows) {
-    const most = Math.max(1, ...rows.map((row) => row.value));
+    const most = rows.reduce((greatest, row) => Math.max(greatest, row.value), 1);
+    const more = rows.length - maxTableRows;
     return build("table", { class: "bars" }, build("caption", { class: "unseen" }, caption),
-        build("tbody", {}, ...rows.map((row) => {
+        build("tbody", {}, ...rows.slice(0, maxTableRows).map((row) => {
             const bar = build("span", { class: "bar " + (row.word ?? "") });
             bar.style.width = `${Math.max(0.4, (100 * row.value) / most)}%`;
             return build("tr", {}, build("th", { scope: "row" }, row.name), build("td", { class: "track", "aria-hidden": "true" }, bar),
                 build("td", { class: "number" }, row.shown), build("td", { class: "number quiet" }, row.note));
-        })));
+        }), more > 0 && build("tr", {}, build("th", { scope: "row" }, `and ${count(more, "more row")}`))));
 }
 
 /**
@@ -45,7 +49,7 @@ function opening(context, line, total, wanted) {
     return details;
 }
 
-/** All pairs of an outcome and a reason with their numbers, the most frequent first. @param {import("./store.js").Target} target */
+/** All pairs of an outcome and a reason with their numbers, the most frequent first. @param {import("./store.js").Target|import("./store.js").Package} target */
 export function reasonsOf(target) {
     return Object.entries(target.outcomes ?? {})
         .flatMap(([outcome, reasons]) => Object.entries(reasons).map(([reason, total]) => ({ outcome, reason, total })))
@@ -157,16 +161,29 @@ function figures(target) {
         missing > 0 ? figure("Missing", number(missing), "see below", "fair") : null);
 }
 
+/** @param {import("./store.js").Target} target */
+function propertiesOf(target) {
+    const properties = Object.entries(target.properties ?? {});
+    const more = properties.length - maxTableRows;
+    const rows = properties.slice(0, maxTableRows).map(([name, value]) => (
+        build("tr", {}, build("th", { scope: "row" }, nameOf(capital(name))), build("td", {}, wholeText(String(value))))));
+    return properties.length > 0 && section("Properties", build("table", { class: "properties" }, build("tbody", {}, ...rows)),
+        more > 0 && build("p", { class: "quiet" }, `and ${count(more, "more property", "more properties")}`));
+}
+
+/** What became of things that belong to no target, such as the profile. @param {Context} context */
+export function outsideOfTargets(context) {
+    return build("div", { class: "overview" }, troubles(context), outcomesOf(context) || null);
+}
+
 /** All of the overview of a target. @param {Context} context */
 export function overview(context) {
     const { target } = context;
     const items = Object.entries(target.items ?? {});
-    const properties = Object.entries(target.properties ?? {});
-    return build("div", { class: "overview" }, figures(target), troubles(context) || null,
+    return build("div", { class: "overview" }, figures(target), troubles(context),
         target.outcomes ? null : build("p", { class: "notice" }, "There is no record of this conversion, so the report shows only what is in the result. Convert with --record to learn what was left out, and why."),
         items.length > 0 && section("What came into the manifest", barTable("Items by kind", items.map(([name, value]) => (
             { name: plain(name), value, shown: number(value), word: name.startsWith("Delete") ? "deleted" : "" })))),
         outcomesOf(context) || null, rulesOf(context), ...payload(target),
-        properties.length > 0 && section("Properties", build("table", { class: "properties" }, build("tbody", {}, ...properties.map(([name, value]) => (
-            build("tr", {}, build("th", { scope: "row" }, nameOf(capital(name))), build("td", {}, wholeText(String(value))))))))));
+        propertiesOf(target));
 }

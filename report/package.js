@@ -3,7 +3,7 @@
 import { badge, build, count, nameOf, plain, wholeText } from "./text.js";
 import { RefList } from "./refs.js";
 import { Trees, areas } from "./trees.js";
-import { overview } from "./overview.js";
+import { outsideOfTargets, overview } from "./overview.js";
 
 /** @typedef {"overview"|"files"|"registry"|"other"|"log"} View */
 
@@ -56,7 +56,7 @@ export class PackageView {
         const target = targets[number] ?? targets.find((one) => (one.losses ?? 0) > 0) ?? targets[0];
         const chosen = targets.indexOf(target);
         const panel = build("div", { class: "panel", role: "tabpanel", "aria-labelledby": `tab-${view}` });
-        const select = targets.length > 1 && build("label", { class: "target" }, "Target ", build("select", {
+        const select = targets.length > 1 && build("label", { class: "target" }, "Target ", build("span", { class: "printed" }, plain(describeTarget(target, chosen))), build("select", {
             onchange: (/** @type {any} */ event) => this.actions.go(at, Number(event.target.value), view),
         }, ...targets.map((one, index) => build("option", { value: index, selected: index === chosen }, plain(describeTarget(one, index))))));
         const tabs = this.#tabs(at, chosen, view);
@@ -99,14 +99,12 @@ export class PackageView {
         } else if (view !== "overview" && target) {
             void this.#fillTrees(panel, target, view, signal);
         } else {
-            if (!target) {
-                panel.append(build("p", { class: "quiet" }, "The package has no target."));
-            } else {
-                panel.append(overview({ store: this.store, target, choose: this.actions.openRow, signal }));
-            }
-            if (pack.slices?.record) {
-                panel.append(build("h2", {}, "Of the package as a whole"));
-                this.#fillList(panel, "The package", pack.slices.record, "Nothing.", signal);
+            const choose = this.actions.openRow;
+            panel.append(target ? overview({ store: this.store, target, choose, signal }) : build("p", { class: "quiet" }, "The package has no target."));
+            if (pack.outcomes && pack.slices?.record) {
+                // Where there is no target, this is all there is.
+                const outside = outsideOfTargets({ store: this.store, target: { outcomes: pack.outcomes, slices: pack.slices }, choose: () => {}, signal });
+                panel.append(target ? build("h2", { class: "part" }, "Outside of targets") : "", outside);
             }
         }
     }

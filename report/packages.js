@@ -17,8 +17,8 @@ function lineOf(pack, at) {
     const sum = (/** @type {(target: import("./store.js").Target) => number} */ value) => targets.reduce((total, one) => total + value(one), 0);
     return {
         at, name: pack.name ?? "", key: `${pack.name} ${pack.place}`.toLowerCase(), status: pack.status ?? "unknown",
-        targets: targets.length, items: sum(itemsOf), losses: sum((one) => one.losses ?? 0), missing: sum((one) => one.missing ?? 0),
-        reasons: new Set(targets.flatMap((one) => reasonsOf(one).map(({ reason }) => reason))),
+        targets: targets.length, items: sum(itemsOf), losses: pack.losses ?? sum((one) => one.losses ?? 0),
+        missing: pack.missing ?? sum((one) => one.missing ?? 0), reasons: new Set([pack, ...targets].flatMap((one) => reasonsOf(one).map(({ reason }) => reason))),
     };
 }
 

@@ -8,6 +8,7 @@
  *   largest?: [string, number][], folders?: [string, number, number][],
  *   slices?: {items?: number[], record?: number[], files?: number[]}}} Target
  * @typedef {{name?: string, place?: string, status?: string, problems?: string[], log?: number[],
+ *   losses?: number, missing?: number, outcomes?: Record<string, Record<string, number>>,
  *   targets?: Target[], slices?: {record?: number[]}}} Package
  * @typedef {{kind?: string, says?: string, advice?: string}} Reason
  * @typedef {{program?: string, reasons?: Record<string, Reason>, packages?: Package[]}} Summary

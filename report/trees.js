@@ -42,10 +42,10 @@ function pickRecord(row, area) {
     if (areaOfThing(thing) !== area) {
         return null;
     }
-    const collection = /** @type {Record<string, string>} */ ({ variable: "CreateEnvVars", service: "CreateServices" })[thing];
+    const items = /** @type {Record<string, string>} */ ({ variable: "EnvVars", service: "Services" })[thing];
     const last = String(place).slice(String(place).lastIndexOf("\\") + 1);
     const text = area === "other" ? `${thing}\\${source}` : withoutLongMark(String(source || place || `(${thing})`));
-    return { text, mark: outcomeNumber(outcome), place: collection && place ? `${collection}\\${last}` : withoutLongMark(String(place ?? "")) };
+    return { text, mark: outcomeNumber(outcome), place: items && place ? `${outcome === "deleted" ? "Delete" : "Create"}${items}\\${last}` : withoutLongMark(String(place ?? "")) };
 }
 
 /** An item as a path of the result. @param {import("./store.js").Row} row @param {Area} area */
@@ -150,7 +150,7 @@ export class Trees {
             : build("dd", {}, wholeText(otherPath), copyButton(otherPath)));
         if (view.nodes.hasChildren(node)) {
             const parts = outcomes.filter((_, at) => counts[at] > 0).map((one) => badge(one, `${number(counts[outcomes.indexOf(one)])} ${one}`));
-            list.append(build("dt", {}, "Below it"), build("dd", { class: "badges" }, ...parts));
+            list.append(build("dt", {}, "With all below it"), build("dd", { class: "badges" }, ...parts));
         }
         this.details.replaceChildren(list);
         const shown = Math.min(node.range.own, maxDetails);

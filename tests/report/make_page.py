@@ -20,6 +20,8 @@ REASONS = {
     "hidden": {"kind": "left out", "says": "The isolated application does not see the key.", "advice": ""},
     "copy-failed": {"kind": "loss", "says": "The file cannot be copied.",
                     "advice": "See whether it can be read, and whether the disk is full; then convert again."},
+    "profile-broken": {"kind": "loss", "says": "The profile is not well-formed; what comes after the fault is not read.",
+                       "advice": "Mend the profile, or take it from a backup."},
     "hive-missing": {"kind": "missing", "says": "The target has no hive.",
                      "advice": "If registry was captured, copy InstallRoot.dat into the target's folder."},
 }
@@ -174,7 +176,10 @@ def many(page):
         targets = [] if status == "failed" else [make_target(page, name, items, record, files)]
         if status == "unknown":
             targets[0].pop("outcomes")
+        outside = [["profile", "not read", "profile-broken", f"Z:\\capture\\{number}\\app.profile", "", "", 13]] if status == "failed" else []
         packages.append({"name": name, "place": f"/farm/out/{number}", "status": status, "targets": targets,
+                         "losses": len(outside) + sum(target["losses"] for target in targets), "missing": 0,
+                         "outcomes": count_outcomes(outside), "slices": {"record": page.add(outside)},
                          "problems": ["The record ends early."] if status == "failed" else [],
                          "log": page.add([["warning", f"Key {number} was skipped."]])})
     return packages

@@ -16,7 +16,7 @@ let faults;
 async function open(name, address = "") {
     page = await browser.newPage();
     faults = [];
-    page.setDefaultTimeout(240_000);
+    page.setDefaultTimeout(120_000);
     page.on("console", (message) => ["error", "warn"].includes(message.type()) && faults.push(message.text()));
     page.on("pageerror", (error) => faults.push(String(error)));
     page.on("request", (request) => request.url().startsWith("file:") || faults.push(request.url().slice(0, 100)));
@@ -122,6 +122,10 @@ describe("names that are hostile", () => {
         assert.equal(await activeRow(1), "\"quotes' & &lt;entities&gt;");
         assert.equal(await activeRow(2), "\"quotes' & &lt;entities&gt;");
         await waitForText(".details dd", "Z:\\capture\\Device\\C\\Program Files\\App\\\"quotes'");
+        await page.goBack();
+        await waitForText(".results > [role=status]", "1 found");
+        await page.keyboard.press("Escape");
+        await waitForText("h2", "What failed, and what to do");
     });
 });
 
@@ -198,6 +202,10 @@ describe("a thousand packages", () => {
         const name = await page.$eval(".row.active .name", (element) => element.textContent);
         await page.keyboard.press("Enter");
         await page.waitForFunction((wanted) => document.querySelector("h1").textContent === wanted, {}, name);
+        await page.evaluate(() => void (location.hash = "#/7"));
+        await waitForText(".trouble .advice", "Mend the profile");
+        await waitForText(".trouble .row", "Z:\\capture\\7\\app.profile");
+        await page.goBack();
         await page.goBack();
         await waitForText(".filters [role=status]", "11 of 1,000 packages");
     });
