@@ -37,6 +37,9 @@ class Page {
         this.timer = 0;
         find("program").textContent = plain(this.store.summary.program ?? "");
         this.#prepareSearch();
+        if (!("DecompressionStream" in window)) {
+            this.#warn("This browser is too old to read all of the report. One of 2023 or later does.");
+        }
         addEventListener("hashchange", () => void this.show());
         addEventListener("beforeprint", () => setPrinting(true));
         addEventListener("afterprint", () => setPrinting(false));

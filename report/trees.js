@@ -84,7 +84,8 @@ export class Trees {
         const items = this.target.slices?.items ?? [];
         const total = record.length + items.length;
         const tell = (/** @type {number} */ done) => {
-            this.state.textContent = `Reading … ${Math.round((100 * done) / Math.max(1, total))} %`;
+            const read = Math.round((100 * done) / Math.max(1, total));
+            this.state.textContent = read < 100 ? `Reading … ${read} %` : "Sorting …";
         };
         const left = await readPaths(this.store, record, (row) => pickRecord(row, this.area), tell, signal);
         const right = await readPaths(this.store, items, (row) => pickItem(row, this.area), (done) => tell(done + record.length), signal);

@@ -216,6 +216,15 @@ describe("a thousand packages", () => {
         await page.keyboard.press("Escape");
         await waitForText("h1", "Packages");
     });
+
+    test("are shown where a part of the report is damaged, which is told", async () => {
+        await page.evaluate(() => {
+            const { log } = JSON.parse(document.getElementById("summary").textContent).packages[0];
+            document.getElementById("d" + log[0]).textContent = "H4sIAAAA";
+        });
+        assert.equal(await search("was skipped", { kind: "log" }), "999 found");
+        await waitForText(".fault", "is damaged");
+    });
 });
 
 describe("half a million values", () => {
