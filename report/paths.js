@@ -21,7 +21,7 @@ export function keyOf(text) {
 }
 
 /** How many parts a path has. @param {string} text */
-function countParts(text) {
+export function countParts(text) {
     let parts = 1;
     for (let at = text.indexOf("\\"); at >= 0 && parts < maxParts; at = text.indexOf("\\", at + 1)) {
         parts += 1;

@@ -1,7 +1,7 @@
 // Capture and result side by side: where each thing was, and where it went.
 
 import { copyButton, badge, build, capital, count, number, plain, size, wholeText } from "./text.js";
-import { outcomeNumber, outcomes, readPaths } from "./paths.js";
+import { countParts, keyOf, outcomeNumber, outcomes, readPaths } from "./paths.js";
 import { rowsInSlice } from "./store.js";
 import { TreeView } from "./treeview.js";
 import { linkSides } from "./links.js";
@@ -14,6 +14,9 @@ export const areas = { files: "Files", registry: "Registry", other: "Other" };
 
 // Rows that the details of a node show.
 const maxDetails = 20;
+
+// So many rows of a node are asked where they are on the other side.
+const maxVotes = 2000;
 
 /** The area of a thing of the record. @param {string} thing @returns {Area} */
 export function areaOfThing(thing) {
@@ -56,6 +59,32 @@ function pickItem(row, area) {
     }
     const text = area === "other" ? `${collection}\\${place}` : withoutLongMark(String(place));
     return { text, mark: outcomeNumber(outcomeOf(collection)), size: bytes };
+}
+
+/**
+ * Where most of a node is on the other side: a row there, and how many of its parts are the place.
+ * As many parts are below the place there as are below the node here.
+ * @param {import("./paths.js").PathIndex} index @param {import("./paths.js").PathIndex} other
+ * @param {import("./paths.js").PathRange} node
+ */
+function findOther(index, other, node) {
+    /** @type {Map<string, {row: number, depth: number, votes: number}>} */
+    const places = new Map();
+    const linked = index.others.subarray(node.from, node.to).reduce((sum, row) => sum + (row >= 0 ? 1 : 0), 0);
+    const step = Math.ceil(linked / maxVotes);
+    for (let at = node.from, seen = 0; at < node.to; at++) {
+        const row = index.others[at];
+        if (row >= 0 && seen++ % step === 0) {
+            const below = countParts(index.texts[at]) - node.depth;
+            const depth = Math.max(1, countParts(other.texts[row]) - below);
+            const key = keyOf(other.partsOf(row, 0, depth));
+            const place = places.get(key) ?? { row, depth, votes: 0 };
+            place.votes += 1;
+            places.set(key, place);
+        }
+    }
+    const [best] = [...places.values()].sort((a, b) => b.votes - a.votes);
+    return best ? { ...best, isOnly: places.size === 1 } : null;
 }
 
 /** The trees of one area of a target. */
@@ -124,31 +153,23 @@ export class Trees {
     #choose(side, node) {
         const index = /** @type {TreeView} */ (this.views[side]).index;
         const other = this.views[side === "left" ? "right" : "left"];
-        let linked = node.range.from;
-        while (linked < node.range.to && index.others[linked] < 0) {
-            linked += 1;
-        }
-        let found = null;
-        if (other && linked < node.range.to) {
-            const row = index.others[linked];
-            // As many parts are below the folder on that side as are on this one.
-            const below = index.makeRange(linked, linked + 1).depth - node.range.depth;
-            found = other.reveal(row, Math.max(1, other.index.makeRange(row, row + 1).depth - below));
-        }
-        void this.#explain(side, node, found && other ? other.nodes.pathOf(found) : null);
+        const place = other && findOther(index, other.index, node.range);
+        const found = place && other.reveal(place.row, place.depth);
+        const more = place && !place.isOnly ? "and in other places" : "";
+        void this.#explain(side, node, found ? [other.nodes.pathOf(found), more] : null);
     }
 
-    /** Shows what a node is. @param {"left"|"right"} side @param {import("./nodes.js").Node} node @param {string|null} otherPath */
-    async #explain(side, node, otherPath) {
+    /** Shows what a node is. @param {"left"|"right"} side @param {import("./nodes.js").Node} node @param {[string, string]|null} found */
+    async #explain(side, node, found) {
         const view = /** @type {TreeView} */ (this.views[side]);
         const path = view.nodes.pathOf(node);
         const counts = view.index.tally(node.range);
         const list = build("dl", {}, build("dt", {}, side === "left" ? "Captured" : "In the result"),
             build("dd", {}, wholeText(path), copyButton(path)));
         const otherTitle = side === "left" ? "In the result" : "Captured";
-        list.append(build("dt", {}, otherTitle), otherPath === null
+        list.append(build("dt", {}, otherTitle), found === null
             ? build("dd", { class: "quiet" }, side === "left" ? "nothing" : "nothing that the record tells of")
-            : build("dd", {}, wholeText(otherPath), copyButton(otherPath)));
+            : build("dd", {}, wholeText(found[0]), copyButton(found[0]), " ", build("span", { class: "quiet" }, found[1])));
         if (view.nodes.hasChildren(node)) {
             const parts = outcomes.filter((_, at) => counts[at] > 0).map((one) => badge(one, `${number(counts[outcomes.indexOf(one)])} ${one}`));
             list.append(build("dt", {}, "With all below it"), build("dd", { class: "badges" }, ...parts));

@@ -102,6 +102,10 @@ describe("names that are hostile", () => {
         await page.evaluate(() => void (location.hash = "#/0/0/files"));
         await waitForText(".pane:nth-child(2) .row", "%CSIDL_PROGRAM_FILES%");
         await waitForText(".pane:nth-child(2) .row", "<script>alert(1)</script>");
+        await page.focus(".pane:nth-child(1) .rows");
+        await page.keyboard.press("End");
+        await page.keyboard.press("Enter");
+        await waitForText(".details dd", "%CSIDL_PROGRAM_FILES%\\App");
     });
 
     test("are found by search, which leads to both trees", async () => {
@@ -143,7 +147,7 @@ describe("a package", () => {
         await waitForText("section > div > .opening[open] .row", "</script><img");
     });
 
-    test("prints losses with advice, tables, and how much more there is", async () => {
+    test("prints losses with advice, without what only a screen has", async () => {
         await page.emulateMediaType("print");
         await page.evaluate(() => dispatchEvent(new Event("beforeprint")));
         const text = await page.$eval("main", (main) => main.innerText);
@@ -246,6 +250,14 @@ describe("half a million values", () => {
         const bottoms = await page.evaluate(() => [".row.active", ".results .rows"].map((one) => document.querySelector(one).getBoundingClientRect().bottom));
         assert.ok(bottoms[0] <= bottoms[1] + 1);
         assert.ok(await elements() < 900);
+    });
+
+    test("are printed as the first of them, with how many more there are", async () => {
+        await page.evaluate(() => dispatchEvent(new Event("beforeprint")));
+        assert.deepEqual(await texts(".results .more"), ["and 499,950 more rows that the page shows on a screen"]);
+        assert.equal((await texts(".results .row")).length, 50);
+        await page.evaluate(() => dispatchEvent(new Event("afterprint")));
+        assert.equal(await page.$eval(".results .more", (more) => more.hidden), true);
     });
 
     test("are a tree that the keyboard walks", async () => {
