@@ -178,6 +178,33 @@ describe("a package", () => {
     });
 });
 
+describe("the page of the program", () => {
+    before(() => open("program"));
+    after(close);
+
+    test("tells what came, what is lost and what to do", async () => {
+        await waitForText(".trouble", "It is a symbolic link");
+        await waitForText(".trouble .row .name", "readme.txt");
+        await waitForText(".trouble .advice", "Put what it leads to in its place");
+        assert.equal((await texts("h1"))[0], "Planner");
+        assert.match((await texts(".figure")).join(" "), /Items in the manifest\D*[1-9]/);
+    });
+
+    test("leads from a captured file to its place in the result, and from a value to its key", async () => {
+        assert.match(await search("tarnbrook.fon", { kind: "items" }), /^[1-9]/);
+        await page.keyboard.press("Escape");
+        await page.evaluate(() => void (location.hash = "#/0/0/files"));
+        await waitForText(".pane:nth-child(1) .row", "C");
+        await waitForText(".pane:nth-child(2) .row", "%CSIDL_");
+        await page.focus(".pane:nth-child(2) .rows");
+        await page.keyboard.press("Home");
+        await page.keyboard.press("Enter");
+        await waitForText(".details", "Captured");
+        await page.evaluate(() => void (location.hash = "#/0/0/registry"));
+        await waitForText(".pane:nth-child(1) .row", "HKEY_LOCAL_MACHINE");
+    });
+});
+
 describe("a thousand packages", () => {
     before(() => open("many"));
     after(close);
