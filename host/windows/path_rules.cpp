@@ -19,12 +19,13 @@ std::error_code ErrorOf(DWORD status, int end) {
 
 }  // namespace
 
-// Windows takes a full path with the prefix as it is, and at any length.
+// Windows takes a full path with the prefix as it is, and at any length: there a slash parts no
+// names, and two dots are a name.
 std::filesystem::path DeepPath(const std::filesystem::path& path) {
-    const std::wstring& text = path.native();
-    if (text.starts_with(LR"(\\?\)") || !path.is_absolute()) {
+    if (path.native().starts_with(LR"(\\?\)") || !path.is_absolute()) {
         return path;
     }
+    const std::wstring text = path.lexically_normal().native();
     return text.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + text.substr(1) : LR"(\\?\)" + text;
 }
 
