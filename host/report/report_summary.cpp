@@ -173,7 +173,7 @@ void SReportedTarget::CountItem(Text collection, std::map<std::u16string, std::s
 }
 
 std::u16string SReportedTarget::GetGuid() const {
-    const std::u16string inFolder = platform::PathText(folder.filename());
+    std::u16string inFolder = platform::PathText(folder.filename());
     if (IsGuidName(platform::Utf16ToUtf8(inFolder))) {
         return inFolder;
     }
