@@ -50,6 +50,7 @@ install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${documentation_fol
 install(FILES "${PROJECT_SOURCE_DIR}/docs/installer.md" "${PROJECT_SOURCE_DIR}/docs/json.md"
               "${PROJECT_SOURCE_DIR}/docs/machine.md" "${PROJECT_SOURCE_DIR}/docs/manifest.md"
               "${PROJECT_SOURCE_DIR}/docs/record.md" "${PROJECT_SOURCE_DIR}/docs/reg.md"
+              "${PROJECT_SOURCE_DIR}/docs/report.png"
         DESTINATION "${documentation_folder}/docs")
 
 # Where Debian's packages put them, and where each shell looks.
