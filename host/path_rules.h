@@ -17,6 +17,14 @@ struct SFolderEntry {
 // The path by which files at any depth can be opened and listed.
 [[nodiscard]] std::filesystem::path DeepPath(const std::filesystem::path& path);
 
+// The full path as DeepPath needs it. Links stay as they are. Empty when the current folder is
+// gone.
+[[nodiscard]] std::filesystem::path AbsolutePath(const std::filesystem::path& path);
+
+// The path that is written so in bytes, as arguments are. Nothing is taken for a drive that is none
+// on this system.
+[[nodiscard]] std::filesystem::path PathOfBytes(const std::string& bytes);
+
 // A text that two paths share when they lead to the same file and name its folder alike.
 [[nodiscard]] std::u16string PathKey(const std::filesystem::path& path);
 

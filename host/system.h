@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -83,11 +84,25 @@ public:
     [[nodiscard]] std::error_code Hold(const std::filesystem::path& file);
     // Removes the file.
     void Release();
+    // The system's number of the open file; -1 when none is held.
+    [[nodiscard]] std::intptr_t GetHandle() const { return m_handle; }
 
 private:
     std::filesystem::path m_file;
     std::intptr_t m_handle = -1;
 };
+
+// What changes whenever a file does, as far as the system tells. Times are in units of the system.
+struct SFileState {
+    std::uint64_t size = 0;
+    std::int64_t written = 0;  // when its bytes were last written
+    std::int64_t changed = 0;  // the same, or when its name or rights were
+    // Whether it changed so recently that another change need not show in the times.
+    bool isYoung = true;
+};
+
+// The state of a file; that of a link itself. None when there is no such file.
+[[nodiscard]] std::optional<SFileState> GetFileState(const std::filesystem::path& file);
 
 // From now on `end` is called when the process is told to end (SIGINT, SIGTERM and SIGHUP; on
 // Windows Ctrl-C, Ctrl-Break, a closed console and a shutdown), on a thread of its own and with the

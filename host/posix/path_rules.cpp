@@ -6,6 +6,14 @@ namespace host {
 
 std::filesystem::path DeepPath(const std::filesystem::path& path) { return path; }
 
+std::filesystem::path AbsolutePath(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::filesystem::path full = std::filesystem::absolute(path, error);
+    return error ? std::filesystem::path() : full;
+}
+
+std::filesystem::path PathOfBytes(const std::string& bytes) { return bytes; }
+
 // Letter case counts here, and no path has a prefix to take off.
 std::u16string PathKey(const std::filesystem::path& path) { return platform::PathText(path); }
 

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -191,6 +192,19 @@ void CHeldFile::Release() {
         close(static_cast<int>(m_handle));
         m_handle = -1;
     }
+}
+
+std::optional<SFileState> GetFileState(const std::filesystem::path& file) {
+    struct stat info {};
+    if (lstat(file.c_str(), &info) != 0) {
+        return std::nullopt;
+    }
+    // File systems have clocks of their own, which tick rarely, and a server's may be ahead.
+    constexpr std::int64_t kSettled = 2;  // seconds
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    const auto ticks = [](const timespec& time) { return time.tv_sec * kSecond + time.tv_nsec; };
+    return SFileState{static_cast<std::uint64_t>(info.st_size), ticks(info.st_mtim),
+                      ticks(info.st_ctim), info.st_ctim.tv_sec + kSettled >= time(nullptr)};
 }
 
 // A thread waits for the signals, and all others have them blocked. So no code runs in the middle

@@ -3,6 +3,7 @@
 #include "platform/local_paths.h"
 #include "platform/status.h"
 #include "platform/text.h"
+#include "platform/utf8.h"
 #include "platform/win.h"
 
 namespace host {
@@ -27,6 +28,17 @@ std::filesystem::path DeepPath(const std::filesystem::path& path) {
     }
     const std::wstring text = path.lexically_normal().native();
     return text.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + text.substr(1) : LR"(\\?\)" + text;
+}
+
+// With the prefix, Windows takes neither slashes nor dots for what they are elsewhere.
+std::filesystem::path AbsolutePath(const std::filesystem::path& path) {
+    std::error_code error;
+    std::filesystem::path full = std::filesystem::absolute(path, error).lexically_normal();
+    return error ? std::filesystem::path() : full.make_preferred();
+}
+
+std::filesystem::path PathOfBytes(const std::string& bytes) {
+    return platform::ToWide(platform::Utf8ToUtf16(bytes).c_str());
 }
 
 // Without the prefix, and without case, which does not tell files apart.

@@ -205,6 +205,32 @@ void CHeldFile::Release() {
     }
 }
 
+std::optional<SFileState> GetFileState(const std::filesystem::path& file) {
+    HANDLE handle =
+        CreateFileW(DeepPath(file).c_str(), FILE_READ_ATTRIBUTES,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                    FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        return std::nullopt;
+    }
+    FILE_BASIC_INFO times{};
+    LARGE_INTEGER size{};
+    const bool isKnown =
+        GetFileInformationByHandleEx(handle, FileBasicInfo, &times, sizeof times) != FALSE &&
+        GetFileSizeEx(handle, &size) != FALSE;
+    CloseHandle(handle);
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    const std::int64_t present = (std::int64_t{now.dwHighDateTime} << 32) | now.dwLowDateTime;
+    constexpr std::int64_t kSettled = 2 * 10'000'000;  // two seconds; FAT counts in such
+    return isKnown
+               ? std::optional(SFileState{static_cast<std::uint64_t>(size.QuadPart),
+                                          times.LastWriteTime.QuadPart, times.ChangeTime.QuadPart,
+                                          times.ChangeTime.QuadPart + kSettled >= present ||
+                                              times.LastWriteTime.QuadPart + kSettled >= present})
+               : std::nullopt;
+}
+
 void CatchEndingSignals(void (*end)(int status)) {
     s_end = end;
     SetConsoleCtrlHandler(&OnEnd, TRUE);
