@@ -4,7 +4,10 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
+#include <charconv>
 #include <optional>
+#include <string_view>
+#include <system_error>
 
 #include "host/command_texts.h"
 #include "host/suggestion.h"
@@ -23,6 +26,13 @@ std::vector<std::string> OptionNames(const CLI::App& app) {
         }
     }
     return names;
+}
+
+// Reads digits; false for anything else.
+bool ReadNumber(std::string_view text, std::uint64_t& number) {
+    const char* const end = text.data() + text.size();
+    const auto [last, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && last == end;
 }
 
 // The parser of one command line. It fills the command while it reads.
@@ -48,6 +58,8 @@ private:
     void AddDiff();
     void AddExport();
     void AddReport();
+    void AddBatch();
+    void AddSums(CLI::App& app);
     void AddHelp();
 
     [[nodiscard]] std::variant<SCommand, SReply> Help() const;
@@ -59,10 +71,16 @@ private:
     [[nodiscard]] std::string DescribeExtra() const;
     [[nodiscard]] std::string DescribeCount(const CLI::ParseError& error) const;
     [[nodiscard]] std::optional<std::string> FindBadValue() const;
+    [[nodiscard]] std::optional<std::string> ReadNumbers();
     [[nodiscard]] SReply Complain(const std::string& problem) const;
 
     SCommand m_command;
     std::string m_progress = "auto";
+    // Of batch; they are read when all is parsed.
+    std::string m_jobs;
+    std::string m_timeout;
+    std::string m_memory;
+    std::string m_share;
     std::string m_topic;  // of help
     CLI::App m_app{kProgramDescription, "cas2orv"};
     const CLI::App* m_help = nullptr;
@@ -98,6 +116,7 @@ CParser::CParser() {
     AddDiff();
     AddExport();
     AddReport();
+    AddBatch();
     AddHelp();
 }
 
@@ -158,6 +177,10 @@ void CParser::AddConvert() {
                    "and why, for explain; JSON, one object a line")
         ->type_name("FILE");
     AddRun(app);
+    AddSums(app);
+}
+
+void CParser::AddSums(CLI::App& app) {
     app.add_flag("--sums", m_command.hasSums,
                  "Write SHA256SUMS beside each manifest, for\n"
                  "verify and sha256sum -c")
@@ -254,6 +277,32 @@ void CParser::AddReport() {
     AddJson(app);
 }
 
+void CParser::AddBatch() {
+    CLI::App& app = *AddVerb(EVerb::Batch);
+    app.add_option("SOURCE", m_command.paths, "Profiles, folders with some, or - for a list")
+        ->required()
+        ->type_name("");
+    app.add_option("-o,--output", m_command.output, "The folder for the results")
+        ->required()
+        ->type_name("FOLDER");
+    app.add_option("--jobs", m_jobs,
+                   "How many packages are converted at a time;\n"
+                   "without, as many as there are processors")
+        ->type_name("N");
+    app.add_option("--timeout", m_timeout, "End a conversion that takes longer; it has failed")
+        ->type_name("SECONDS");
+    app.add_option("--memory", m_memory, "End a conversion that wants more memory")
+        ->type_name("MIB");
+    app.add_flag("--retry", m_command.batch.isRetry, "Convert again what has failed before")
+        ->disable_flag_override();
+    app.add_option("--only", m_share,
+                   "Convert share K of N, such as 2/10, so that\n"
+                   "several machines can share the packages")
+        ->type_name("K/N");
+    AddRun(app);
+    AddSums(app);
+}
+
 void CParser::AddHelp() {
     CLI::App* const app = m_app.add_subcommand("help", "Print the help of a command, or this help");
     app->group("Commands");
@@ -278,7 +327,9 @@ std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& ar
         return Complain(DescribeFailure(error));
     }
     // From here on there is a command, because the parse fails without one.
-    if (const std::optional<std::string> problem = FindBadValue()) {
+    std::optional<std::string> problem = FindBadValue();
+    problem = problem ? problem : ReadNumbers();
+    if (problem) {
         return Complain(*problem);
     }
     if (m_verb == m_help) {
@@ -420,6 +471,48 @@ std::optional<std::string> CParser::FindBadValue() const {
                    " if that is its file";
         }
     }
+    return std::nullopt;
+}
+
+// Reads the numbers of batch.
+std::optional<std::string> CParser::ReadNumbers() {
+    SBatchOptions& batch = m_command.batch;
+    // Fewer would not even start the program; more are surely a slip.
+    constexpr std::uint64_t kMinMemory = 64;
+    constexpr std::uint64_t kMaxNumber = 1'000'000'000;
+    constexpr std::uint64_t kMaxJobs = 512;
+    std::uint64_t jobs = 0;
+    const struct {
+        const char* option;
+        const std::string& text;
+        std::uint64_t least;
+        std::uint64_t most;
+        std::uint64_t& number;
+    } numbers[] = {{"--jobs", m_jobs, 1, kMaxJobs, jobs},
+                   {"--timeout", m_timeout, 1, kMaxNumber, batch.timeout},
+                   {"--memory", m_memory, kMinMemory, kMaxNumber, batch.memory}};
+    for (const auto& row : numbers) {
+        if (!row.text.empty() && (!ReadNumber(row.text, row.number) || row.number < row.least ||
+                                  row.number > row.most)) {
+            return std::string(row.option) + " takes a whole number from " +
+                   std::to_string(row.least) + " to " + std::to_string(row.most);
+        }
+    }
+    batch.jobs = static_cast<std::size_t>(jobs);
+    if (m_share.empty()) {
+        return std::nullopt;
+    }
+    const std::size_t slash = std::min(m_share.find('/'), m_share.size());
+    std::uint64_t share = 0;
+    std::uint64_t shares = 0;
+    if (!ReadNumber(std::string_view(m_share).substr(0, slash), share) ||
+        !ReadNumber(std::string_view(m_share).substr(std::min(slash + 1, m_share.size())),
+                    shares) ||
+        share < 1 || share > shares || shares > kMaxNumber) {
+        return "--only takes a share and the number of shares, such as 2/10";
+    }
+    batch.share = static_cast<std::size_t>(share);
+    batch.shares = static_cast<std::size_t>(shares);
     return std::nullopt;
 }
 

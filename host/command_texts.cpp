@@ -13,7 +13,7 @@ const char* const kProgramFooter =
     "3 not whole: something is lost, or the log has errors.";
 
 const char* const kCommandNames =
-    "convert, check, targets, machine, verify, explain, show, diff, export, report or help";
+    "convert, check, targets, machine, verify, explain, show, diff, export, report, batch or help";
 
 const char* const kHelpFooter = "Example: cas2orv help convert";
 const char* const kHelpUsage = "cas2orv help [COMMAND]";
@@ -171,8 +171,32 @@ constexpr SVerbTexts kReport = {
     "needs what to report on, and --output with the page to write",
 };
 
-constexpr SVerbTexts kVerbs[] = {kConvert, kCheck, kTargets, kMachine, kVerify,
-                                 kExplain, kShow,  kDiff,    kExport,  kReport};
+constexpr SVerbTexts kBatch = {
+    EVerb::Batch,
+    "batch",
+    "Convert many packages into one folder",
+    "A SOURCE is a profile, a folder with profiles at any depth, or - for a list on stdin, in\n"
+    "which a line is a profile, or a name, a tab and a profile. FOLDER/NAME gets the result of\n"
+    "a package: its targets, result.json, log, record and messages. NAME is the path of the\n"
+    "profile from the folder on, without its extension. FOLDER/summary.json and summary.csv\n"
+    "tell of all packages.\n"
+    "\n"
+    "The same command goes on where it was ended, and converts only what is new, what has\n"
+    "another profile, hive or machine description, and with --retry what has failed. It may\n"
+    "run several times at once, also on several machines.\n"
+    "\n"
+    "Example: cas2orv batch captures --output converted\n"
+    "\n"
+    "Exit status: 0 all are whole; 1 some failed, or have no result; 2 wrong arguments;\n"
+    "3 some are not whole.",
+    "cas2orv batch SOURCE... --output FOLDER [--jobs N] [--timeout SECONDS] [--memory MIB] "
+    "[--retry] [--only K/N] [--machine FILE] [--progress auto|plain|none] [--sums] [--strict] "
+    "[--json]",
+    "needs packages, and --output with the folder for the results",
+};
+
+constexpr SVerbTexts kVerbs[] = {kConvert, kCheck, kTargets, kMachine, kVerify, kExplain,
+                                 kShow,    kDiff,  kExport,  kReport,  kBatch};
 
 }  // namespace
 

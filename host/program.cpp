@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "foundation/json_writer.h"
+#include "host/batch/batch_command.h"
 #include "host/check_command.h"
 #include "host/command_line.h"
 #include "host/console.h"
@@ -71,6 +72,8 @@ int RunCommand(const SCommand& command, CJsonWriter& json) {
             return RunExport(command, json);
         case EVerb::Report:
             return RunReport(command, json);
+        case EVerb::Batch:
+            return RunBatch(command, json);
     }
     return kExitUsage;
 }

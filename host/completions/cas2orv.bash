@@ -2,7 +2,7 @@
 
 _cas2orv() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands='convert check targets machine verify explain show diff export report help'
+    local commands='convert check targets machine verify explain show diff export report batch help'
     local command=${COMP_WORDS[1]} options words
     COMPREPLY=()
     # bash takes '=' as a word of its own.
@@ -25,6 +25,9 @@ _cas2orv() {
                 CreateServices DeleteServices ControlServices CreateAssemblies DeleteAssemblies
                 PreActions PostActions'
             ;;
+        --jobs | --timeout | --memory | --only)
+            return
+            ;;
         --log | --machine | --record | --reg | --output | -o)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
@@ -42,6 +45,10 @@ _cas2orv() {
         show) options='--collection --match --json' ;;
         export) options='--reg --machine --json' ;;
         report) options='--output --json' ;;
+        batch)
+            options='--output --jobs --timeout --memory --retry --only --machine --progress --sums
+                --strict --json'
+            ;;
         help) [[ $word == -* ]] || words=$commands ;;
     esac
     if [[ -n $words ]]; then

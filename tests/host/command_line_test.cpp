@@ -28,11 +28,23 @@ TEST(CommandLineTest, ConvertTakesItsOptionsInAnyPlace) {
     EXPECT_EQ(targets.profile, "machine");
 }
 
+TEST(CommandLineTest, BatchTakesItsNumbers) {
+    const auto command = std::get<host::SCommand>(
+        ParseCommandLine({"batch", "a", "-", "--only", "2/10", "--memory=512", "--timeout", "60",
+                          "--jobs", "3", "-o", "out", "--retry", "--strict"}));
+    EXPECT_EQ(command.paths, (std::vector<std::string>{"a", "-"}));
+    EXPECT_EQ(command.output, "out");
+    EXPECT_EQ(std::tuple(command.batch.share, command.batch.shares), std::tuple(2U, 10U));
+    EXPECT_EQ(std::tuple(command.batch.memory, command.batch.timeout, command.batch.jobs),
+              std::tuple(512U, 60U, 3U));
+    EXPECT_TRUE(command.batch.isRetry && command.isStrict && !command.hasSums);
+}
+
 TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{},
          "a command is missing; begin with convert, check, targets, machine, verify, explain, "
-         "show, diff, export, report or help"},
+         "show, diff, export, report, batch or help"},
         {{"pack", "a"}, "'pack' is no command of cas2orv; begin with"},
         {{"conv", "a"}, "'conv' is no command of cas2orv; did you mean 'convert'?"},
         {{"hlep", "a"}, "did you mean 'help'?"},
@@ -57,6 +69,13 @@ TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
         {{"diff", "a"}, "diff needs two paths"},
         {{"export", "a"}, "--reg with the file to write"},
         {{"report", "a"}, "--output with the page to write"},
+        {{"batch", "a"}, "--output with the folder for the results"},
+        {{"batch", "a", "-o", "b", "--jobs", "0"}, "--jobs takes a whole number from 1 to 512"},
+        {{"batch", "a", "-o", "b", "--timeout", "1s"}, "--timeout takes a whole number from 1"},
+        {{"batch", "a", "-o", "b", "--memory", "63"}, "--memory takes a whole number from 64"},
+        {{"batch", "a", "-o", "b", "--only", "3/2"}, "--only takes a share"},
+        {{"batch", "a", "-o", "b", "--only", "0/2"}, "--only takes a share"},
+        {{"batch", "a", "-o", "b", "--only", "1/"}, "--only takes a share"},
         {{"convert", "a", ""}, "OUT.orv is empty"},
         {{"convert", "a", "b", "--machine="}, "--machine needs a value after it"},
     };
