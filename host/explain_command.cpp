@@ -79,16 +79,7 @@ void WriteJson(const SRecordSummary& summary, CJsonWriter& json) {
     };
     write("losses", summary.head.losses);
     write("missing", summary.head.missing);
-    std::map<std::string, std::map<std::string, std::uint64_t>> outcomes;
-    for (const auto& [words, count] : summary.reasons) {
-        outcomes[words.first][words.second] = count;
-    }
-    json.Key("outcomes");
-    json.BeginObject();
-    for (const auto& [outcome, reasons] : outcomes) {
-        WriteCounts(json, outcome, reasons);
-    }
-    json.EndObject();
+    WriteOutcomes(json, summary);
     std::map<std::string, std::uint64_t> rules;
     for (const auto& [rule, count] : summary.rules) {
         // Added, because two names with lone halves of surrogate pairs may be the same in UTF-8.

@@ -32,16 +32,6 @@ void WriteText(Text text, CJsonWriter& json) {
     }
 }
 
-void WriteNumber(std::uint64_t number, CJsonWriter& json) {
-    // Many readers keep numbers as a double, which is exact below this one.
-    constexpr std::uint64_t kLeastInexact = std::uint64_t{1} << 53;
-    if (number < kLeastInexact) {
-        json.Number(static_cast<std::int64_t>(number));
-    } else {
-        json.Ascii(std::to_string(number));
-    }
-}
-
 // Whether a text is bytes as they are to be written.
 bool IsUpperHex(Text text) {
     // The loop has no early exit, so that the compiler vectorises it.
@@ -58,33 +48,41 @@ bool IsUpperHex(Text text) {
 void WriteDecoded(const RegistryData& data, CJsonWriter& json) {
     json.Key("data");
     if (const auto* const number = std::get_if<std::uint64_t>(&data)) {
-        WriteNumber(*number, json);
+        WriteExactNumber(*number, json);
     } else if (const auto* const bytes = std::get_if<std::vector<std::byte>>(&data)) {
         json.Text(Text(BytesToHex(bytes->data(), bytes->size())));
     }
 }
 
-// Data that has not the form of its type stays a text.
-void WriteData(const SItem& item, CJsonWriter& json) {
-    const Text type = GetAttribute(item, u"Type");
-    const EDataKind kind = GetDataKind(type);
-    // Most data is strings and bytes, which need no decoding.
-    if (kind == EDataKind::String || (kind == EDataKind::Bytes && IsUpperHex(item.text))) {
-        json.Key("data");
-        json.Text(item.text);
-    } else if (kind == EDataKind::Strings && SplitMultiString(item.text, [](Text) {})) {
-        json.Key("data");
-        json.BeginArray();
-        static_cast<void>(SplitMultiString(item.text, [&json](Text string) { json.Text(string); }));
-        json.EndArray();
-    } else if (const auto data = DecodeRegistryData(type, item.text)) {
-        WriteDecoded(*data, json);
+}  // namespace
+
+void WriteExactNumber(std::uint64_t number, CJsonWriter& json) {
+    // Many readers keep numbers as a double, which is exact below this one.
+    constexpr std::uint64_t kLeastInexact = std::uint64_t{1} << 53;
+    if (number < kLeastInexact) {
+        json.Number(static_cast<std::int64_t>(number));
     } else {
-        WriteText(item.text, json);
+        json.Ascii(std::to_string(number));
     }
 }
 
-}  // namespace
+void WriteValueData(Text type, Text text, CJsonWriter& json) {
+    const EDataKind kind = GetDataKind(type);
+    // Most data is strings and bytes, which need no decoding.
+    if (kind == EDataKind::String || (kind == EDataKind::Bytes && IsUpperHex(text))) {
+        json.Key("data");
+        json.Text(text);
+    } else if (kind == EDataKind::Strings && SplitMultiString(text, [](Text) {})) {
+        json.Key("data");
+        json.BeginArray();
+        static_cast<void>(SplitMultiString(text, [&json](Text string) { json.Text(string); }));
+        json.EndArray();
+    } else if (const auto data = DecodeRegistryData(type, text)) {
+        WriteDecoded(*data, json);
+    } else {
+        WriteText(text, json);
+    }
+}
 
 void WriteItem(const SItem& item, CJsonWriter& json) {
     json.BeginObject();
@@ -96,7 +94,7 @@ void WriteItem(const SItem& item, CJsonWriter& json) {
     json.Number(item.line);
     WriteAttributes(item, json);
     if (item.collection == u"CreateValues") {
-        WriteData(item, json);
+        WriteValueData(GetAttribute(item, u"Type"), item.text, json);
     } else {
         WriteText(item.text, json);
     }

@@ -39,6 +39,19 @@ void WriteCounts(CJsonWriter& json, std::string_view key,
     json.EndObject();
 }
 
+void WriteOutcomes(CJsonWriter& json, const SRecordSummary& summary) {
+    std::map<std::string, std::map<std::string, std::uint64_t>> outcomes;
+    for (const auto& [words, count] : summary.reasons) {
+        outcomes[words.first][words.second] = count;
+    }
+    json.Key("outcomes");
+    json.BeginObject();
+    for (const auto& [outcome, reasons] : outcomes) {
+        WriteCounts(json, outcome, reasons);
+    }
+    json.EndObject();
+}
+
 void WriteEnd(CJsonWriter& json, int exitStatus) {
     json.Key("status");
     json.Number(exitStatus);
@@ -69,6 +82,17 @@ void WriteEnd(CJsonWriter& json, int exitStatus) {
         json.EndObject();
     }
     json.EndArray();
+}
+
+void ReplaceLoneHalves(std::string& line) {
+    // From escape to escape, because such letters may follow an escaped backslash.
+    for (std::size_t at = line.find('\\'); at != std::string::npos; at = line.find('\\', at + 2)) {
+        const std::string_view escape = std::string_view(line).substr(at, 6);
+        if (escape.size() == 6 && escape.starts_with("\\ud") && escape[3] >= '8' &&
+            escape[3] <= 'b') {
+            line.replace(at, 6, "\\ufffd");
+        }
+    }
 }
 
 }  // namespace host

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "foundation/json_writer.h"
+#include "host/record_summary.h"
 
 namespace host {
 
@@ -24,7 +25,14 @@ void WriteTarget(CJsonWriter& json, const std::u16string& guid,
 void WriteCounts(CJsonWriter& json, std::string_view key,
                  const std::map<std::string, std::uint64_t>& counts);
 
+// Writes the member "outcomes": for each outcome an object of counts by reason.
+void WriteOutcomes(CJsonWriter& json, const SRecordSummary& summary);
+
 // Writes the members "status" and "messages": the exit status, and what the program has told.
 void WriteEnd(CJsonWriter& json, int exitStatus);
+
+// Puts U+FFFD in place of the first half of a surrogate pair that is alone, which the parser takes
+// for a fault. In what this program writes, only halves that are alone are escapes.
+void ReplaceLoneHalves(std::string& json);
 
 }  // namespace host

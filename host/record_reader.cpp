@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "host/console.h"
+#include "host/json.h"
 #include "platform/utf8.h"
 
 namespace host {
@@ -140,19 +141,6 @@ private:
     std::size_t m_depth = 0;
     bool m_isObject = false;
 };
-
-// Puts U+FFFD in place of the first half of a pair that is alone, which the parser takes for a
-// fault. In a record only halves that are alone are escapes.
-void ReplaceLoneHalves(std::string& line) {
-    // From escape to escape, because such letters may follow an escaped backslash.
-    for (std::size_t at = line.find('\\'); at != std::string::npos; at = line.find('\\', at + 2)) {
-        const std::string_view escape = std::string_view(line).substr(at, 6);
-        if (escape.size() == 6 && escape.starts_with("\\ud") && escape[3] >= '8' &&
-            escape[3] <= 'b') {
-            line.replace(at, 6, "\\ufffd");
-        }
-    }
-}
 
 // Reads one line after the other. What a line has needs memory only until the next one.
 class CLineParser {

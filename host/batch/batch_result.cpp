@@ -10,6 +10,7 @@
 #include <iterator>
 
 #include "foundation/json_writer.h"
+#include "host/json.h"
 #include "host/path_rules.h"
 #include "host/system.h"
 #include "platform/local_paths.h"
@@ -127,19 +128,6 @@ void TakeConversion(const Value& object, SConversion& conversion) {
         });
     });
     ForEach(object, "messages", [&](const Value& message) { TakeMessage(message, conversion); });
-}
-
-// Puts U+FFFD in place of the first half of a pair that is alone, which the parser takes for a
-// fault. In what this program writes, only halves that are alone are escapes.
-void ReplaceLoneHalves(std::string& json) {
-    // From escape to escape, because such letters may follow an escaped backslash.
-    for (std::size_t at = json.find('\\'); at != std::string::npos; at = json.find('\\', at + 2)) {
-        const std::string_view escape = std::string_view(json).substr(at, 6);
-        if (escape.size() == 6 && escape.starts_with("\\ud") && escape[3] >= '8' &&
-            escape[3] <= 'b') {
-            json.replace(at, 6, "\\ufffd");
-        }
-    }
 }
 
 bool Parse(std::string json, rapidjson::Document& document) {

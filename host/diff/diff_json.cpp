@@ -7,15 +7,13 @@
 #include "host/console.h"
 #include "host/diff/diff_text.h"
 #include "host/diff/item_changes.h"
+#include "host/item_json.h"
 
 namespace host {
 
 namespace {
 
 using Text = std::u16string_view;
-
-// From here on a double has not every whole number.
-constexpr std::uint64_t kExactEnd = std::uint64_t{1} << 53U;
 
 const std::u16string* FindValue(const SPlainPart& part, Text name) {
     const auto found = std::ranges::find(part.attributes, name, &SPlainAttribute::name);
@@ -27,29 +25,6 @@ void WriteKey(CJsonWriter& json, Text name) {
     constexpr Text kMembers[] = {u"element", u"data", u"text", u"parts", u"payload"};
     const bool isTaken = std::ranges::find(kMembers, name) != std::end(kMembers);
     json.Key((isTaken ? "@" : "") + Printable(name));
-}
-
-void WriteNumber(CJsonWriter& json, std::uint64_t number) {
-    if (number < kExactEnd) {
-        json.Number(static_cast<std::int64_t>(number));
-    } else {
-        json.Ascii(std::to_string(number));
-    }
-}
-
-void WriteData(CJsonWriter& json, const SPlainItem& item) {
-    const std::optional<RegistryData> data = DecodeData(item);
-    if (!data) {
-        json.Text(item.text);  // a string, or bytes as hexadecimal digits
-    } else if (const auto* const number = std::get_if<std::uint64_t>(&*data)) {
-        WriteNumber(json, *number);
-    } else {
-        json.BeginArray();
-        for (const std::u16string& string : std::get<std::vector<std::u16string>>(*data)) {
-            json.Text(string);
-        }
-        json.EndArray();
-    }
 }
 
 void WriteParts(CJsonWriter& json, const SPlainItem& item) {
@@ -100,7 +75,7 @@ void WriteIdentity(CJsonWriter& json, const SPlainItem& item) {
     json.BeginObject();
     if (item.place != 0) {
         json.Key("place");
-        WriteNumber(json, item.place);
+        WriteExactNumber(item.place, json);
     }
     for (const Text name : GetIdentity(item.collection)) {
         if (const std::u16string* const value = FindValue(item, name)) {
@@ -121,9 +96,8 @@ void WriteItem(CJsonWriter& json, const SPlainItem& item) {
             json.Text(attribute.value);
         }
     }
-    if (IsValue(item) && FindValue(item, u"Type") != nullptr) {
-        json.Key("data");
-        WriteData(json, item);
+    if (IsValue(item)) {
+        WriteValueData(GetAttribute(item, u"Type"), item.text, json);
     } else if (!item.text.empty()) {
         json.Key("text");
         json.Text(item.text);
@@ -152,13 +126,11 @@ void WriteSide(CJsonWriter& json, const SDifference& difference, bool isNewer,
             json.Null();
         }
     });
-    if (item.text != other.text) {
-        json.Key(IsValue(item) ? "data" : "text");
-        if (IsValue(item)) {
-            WriteData(json, item);
-        } else {
-            json.Text(item.text);
-        }
+    if (item.text != other.text && IsValue(item)) {
+        WriteValueData(GetAttribute(item, u"Type"), item.text, json);
+    } else if (item.text != other.text) {
+        json.Key("text");
+        json.Text(item.text);
     }
     // Parts with payload differ by it, or in number.
     if (!std::ranges::equal(ListParts(item), ListParts(other),

@@ -53,19 +53,6 @@ void WriteSizes(CJsonWriter& json, std::string_view key, const std::vector<SRepo
     json.EndArray();
 }
 
-void WriteOutcomes(CJsonWriter& json, const SRecordSummary& summary) {
-    std::map<std::string, std::map<std::string, std::uint64_t>> outcomes;
-    for (const auto& [words, count] : summary.reasons) {
-        outcomes[words.first][words.second] = count;
-    }
-    json.Key("outcomes");
-    json.BeginObject();
-    for (const auto& [outcome, reasons] : outcomes) {
-        WriteCounts(json, outcome, reasons);
-    }
-    json.EndObject();
-}
-
 void WriteRules(CJsonWriter& json, const SRecordSummary& summary) {
     std::vector<std::pair<std::uint64_t, Text>> rules;
     for (const auto& [rule, count] : summary.rules) {
