@@ -1,7 +1,9 @@
 #include "host/batch/batch_schedule.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -22,6 +24,9 @@ constexpr std::chrono::seconds kPatienceOfSignal{10};
 // How often the limits of time are looked at, and signals.
 constexpr std::chrono::milliseconds kTick{100};
 
+// An exit status above says which signal has ended a process.
+constexpr int kFirstSignal = 128;
+
 // Set by the thread of the signals.
 std::atomic<int> s_endStatus = 0;
 std::atomic<int> s_signals = 0;
@@ -31,12 +36,13 @@ void OnEndingSignal(int status) {
     ++s_signals;
 }
 
-std::string JoinOptions(const std::vector<std::string>& options) {
-    std::string text;
-    for (const std::string& option : options) {
-        text += (text.empty() ? "" : " ") + option;
-    }
-    return text;
+// Whether somebody else has told a child to end: by SIGHUP, SIGINT or SIGTERM, which it may have
+// been too young to catch.
+bool IsToldToEnd(const SChildEnd& end) {
+    constexpr int kSignals[] = {1, 2, 15};
+    return std::any_of(std::begin(kSignals), std::end(kSignals), [&](int number) {
+        return end.signal == number || end.status == kFirstSignal + number;
+    });
 }
 
 // One run of RunBatchWork.
@@ -168,9 +174,12 @@ void CSchedule::Finish(const SChildEnd& end) {
     m_running.erase(found);
     CBatchWork& work = *running.work;
     // One that had begun to publish when the signal came has a result like any other.
-    constexpr int kFirstSignal = 128;
     if (m_seenSignals != 0 && (end.signal != 0 || end.status > kFirstSignal)) {
         work.Abandon();
+    } else if (running.end == EEnd::Exit && IsToldToEnd(end)) {
+        // A scheduler may tell all processes to end, and the child be the first one to hear it.
+        work.Abandon();
+        Fail(running.index, "it was told to end, and has no result; the next run converts it");
     } else if (work.Finish(end, running.end)) {
         Count(work);
         m_display.ShowPackage(NameText(work.GetPackage()), DescribeResult(work.GetResult()));
@@ -218,6 +227,14 @@ void CSchedule::Fail(std::size_t index, const std::string& problem) {
 }
 
 }  // namespace
+
+std::string JoinOptions(const std::vector<std::string>& options) {
+    std::string text;
+    for (const std::string& option : options) {
+        text += (text.empty() ? "" : " ") + option;
+    }
+    return text;
+}
 
 SBatchRun RunBatchWork(const SBatchRules& rules, const std::vector<SPackage>& packages,
                        std::size_t jobs, const std::string& machine, CBatchDisplay& display) {

@@ -23,6 +23,9 @@ struct SBatchRun {
     bool hasLocks = true;
 };
 
+// The options of the conversions as one text, for their digests.
+[[nodiscard]] std::string JoinOptions(const std::vector<std::string>& options);
+
 // Converts those of the packages that need it, in their order, at most `jobs` at a time. A package
 // that another process holds is tried once more at the end; nobody is waited for.
 //
