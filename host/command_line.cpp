@@ -9,6 +9,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "host/batch/slurm_commands.h"
 #include "host/command_texts.h"
 #include "host/suggestion.h"
 
@@ -59,6 +60,7 @@ private:
     void AddExport();
     void AddReport();
     void AddBatch();
+    void AddEngine(CLI::App& app);
     void AddSums(CLI::App& app);
     void AddHelp();
 
@@ -72,6 +74,7 @@ private:
     [[nodiscard]] std::string DescribeCount(const CLI::ParseError& error) const;
     [[nodiscard]] std::optional<std::string> FindBadValue() const;
     [[nodiscard]] std::optional<std::string> ReadNumbers();
+    [[nodiscard]] std::optional<std::string> ReadEngine();
     [[nodiscard]] SReply Complain(const std::string& problem) const;
 
     SCommand m_command;
@@ -81,6 +84,8 @@ private:
     std::string m_timeout;
     std::string m_memory;
     std::string m_share;
+    std::string m_engine = "local";
+    std::string m_packagesPerTask;
     std::string m_topic;  // of help
     CLI::App m_app{kProgramDescription, "cas2orv"};
     const CLI::App* m_help = nullptr;
@@ -299,8 +304,36 @@ void CParser::AddBatch() {
                    "Convert share K of N, such as 2/10, so that\n"
                    "several machines can share the packages")
         ->type_name("K/N");
+    app.add_flag("--no-summary", m_command.batch.isWithoutSummary,
+                 "Write no summary.json and summary.csv, such as\n"
+                 "for one of many shares")
+        ->disable_flag_override();
+    AddEngine(app);
     AddRun(app);
     AddSums(app);
+}
+
+// The options that tell where the conversions run.
+void CParser::AddEngine(CLI::App& app) {
+    app.add_option("--engine", m_engine,
+                   "Where the conversions run: local, here; slurm, as\n"
+                   "a job array of Slurm, over a folder that all of\n"
+                   "its nodes share")
+        ->type_name("NAME");
+    app.add_option("--slurm-option", m_command.batch.slurmOptions,
+                   "An option for sbatch in one word, such as\n"
+                   "--slurm-option=--time=60; may be given more than\n"
+                   "once")
+        ->type_name("OPTION")
+        ->allow_extra_args(false);
+    app.add_option("--packages-per-task", m_packagesPerTask,
+                   "How many packages a task of the array converts;\n"
+                   "without, as many as take about three minutes")
+        ->type_name("N");
+    app.add_flag("--detach", m_command.batch.isDetached,
+                 "Submit the array, and do not wait for it; the same\n"
+                 "command without this option does")
+        ->disable_flag_override();
 }
 
 void CParser::AddHelp() {
@@ -329,6 +362,7 @@ std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& ar
     // From here on there is a command, because the parse fails without one.
     std::optional<std::string> problem = FindBadValue();
     problem = problem ? problem : ReadNumbers();
+    problem = problem ? problem : ReadEngine();
     if (problem) {
         return Complain(*problem);
     }
@@ -466,7 +500,7 @@ std::optional<std::string> CParser::FindBadValue() const {
             return name + (mayBeMissing ? " is empty; leave it out" : " is empty; write a path");
         }
         // Probably the value was forgotten, and the next option was taken as the value.
-        if (option->nonpositional() && values.front().front() == '-') {
+        if (option->nonpositional() && name != "--slurm-option" && values.front().front() == '-') {
             return name + " needs a value after it; write ./" + values.front() +
                    " if that is its file";
         }
@@ -482,6 +516,7 @@ std::optional<std::string> CParser::ReadNumbers() {
     constexpr std::uint64_t kMaxNumber = 1'000'000'000;
     constexpr std::uint64_t kMaxJobs = 512;
     std::uint64_t jobs = 0;
+    std::uint64_t packagesPerTask = 0;
     const struct {
         const char* option;
         const std::string& text;
@@ -490,7 +525,8 @@ std::optional<std::string> CParser::ReadNumbers() {
         std::uint64_t& number;
     } numbers[] = {{"--jobs", m_jobs, 1, kMaxJobs, jobs},
                    {"--timeout", m_timeout, 1, kMaxNumber, batch.timeout},
-                   {"--memory", m_memory, kMinMemory, kMaxNumber, batch.memory}};
+                   {"--memory", m_memory, kMinMemory, kMaxNumber, batch.memory},
+                   {"--packages-per-task", m_packagesPerTask, 1, kMaxNumber, packagesPerTask}};
     for (const auto& row : numbers) {
         if (!row.text.empty() && (!ReadNumber(row.text, row.number) || row.number < row.least ||
                                   row.number > row.most)) {
@@ -499,6 +535,7 @@ std::optional<std::string> CParser::ReadNumbers() {
         }
     }
     batch.jobs = static_cast<std::size_t>(jobs);
+    batch.packagesPerTask = static_cast<std::size_t>(packagesPerTask);
     if (m_share.empty()) {
         return std::nullopt;
     }
@@ -513,6 +550,25 @@ std::optional<std::string> CParser::ReadNumbers() {
     }
     batch.share = static_cast<std::size_t>(share);
     batch.shares = static_cast<std::size_t>(shares);
+    return std::nullopt;
+}
+
+std::optional<std::string> CParser::ReadEngine() {
+    SBatchOptions& batch = m_command.batch;
+    if (m_engine != "local" && m_engine != "slurm") {
+        return "--engine takes local or slurm";
+    }
+    batch.usesSlurm = m_engine == "slurm";
+    if (!batch.usesSlurm &&
+        (batch.isDetached || batch.packagesPerTask != 0 || !batch.slurmOptions.empty())) {
+        return "--slurm-option, --packages-per-task and --detach are for --engine slurm";
+    }
+    for (const std::string& option : batch.slurmOptions) {
+        const std::string problem = CheckSlurmOption(option);
+        if (!problem.empty()) {
+            return std::string("--slurm-option=").append(option).append(" ").append(problem);
+        }
+    }
     return std::nullopt;
 }
 

@@ -33,6 +33,11 @@ struct SBatchOptions {
     bool isRetry = false;
     std::size_t share = 1;  // of so many shares
     std::size_t shares = 1;
+    bool isWithoutSummary = false;
+    bool usesSlurm = false;
+    std::vector<std::string> slurmOptions;
+    std::size_t packagesPerTask = 0;
+    bool isDetached = false;
 };
 
 // A command with its arguments as they were written. A text option that was not given is empty.

@@ -183,14 +183,17 @@ constexpr SVerbTexts kBatch = {
     "\n"
     "The same command goes on where it was ended, and converts only what is new, what has\n"
     "another profile, hive or machine description, and with --retry what has failed. It may\n"
-    "run several times at once, also on several machines.\n"
+    "run several times at once, also on several machines. With --engine slurm the packages\n"
+    "are converted on the nodes of a cluster.\n"
     "\n"
     "Example: cas2orv batch captures --output converted\n"
     "\n"
     "Exit status: 0 all are whole; 1 some failed, or have no result; 2 wrong arguments;\n"
     "3 some are not whole.",
     "cas2orv batch SOURCE... --output FOLDER [--jobs N] [--timeout SECONDS] [--memory MIB] "
-    "[--retry] [--only K/N] [--machine FILE] [--progress auto|plain|none] [--sums] [--strict] "
+    "[--retry] [--only K/N] [--no-summary] [--engine local|slurm] [--slurm-option OPTION]... "
+    "[--packages-per-task N] [--detach] [--machine FILE] [--progress auto|plain|none] [--sums] "
+    "[--strict] "
     "[--json]",
     "needs packages, and --output with the folder for the results",
 };

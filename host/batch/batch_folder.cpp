@@ -77,7 +77,9 @@ void RemoveLeftovers(const std::filesystem::path& folder) {
     // A set, because a folder and its locked file give the same name.
     std::set<std::filesystem::path> names;
     for (const SFolderEntry& entry : entries) {
-        names.insert(entry.name.extension() == kLockEnd ? entry.name.stem() : entry.name);
+        if (!platform::PathBytes(entry.name).starts_with(kListStart)) {
+            names.insert(entry.name.extension() == kLockEnd ? entry.name.stem() : entry.name);
+        }
     }
     for (const std::filesystem::path& name : names) {
         const std::filesystem::path work = folder / name;

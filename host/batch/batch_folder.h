@@ -21,6 +21,8 @@ constexpr const char* kMessagesFile = "messages.txt";
 constexpr const char* kSummaryJson = "summary.json";
 constexpr const char* kSummaryCsv = "summary.csv";
 constexpr const char* kWorkFolder = ".cas2orv-batch";
+// Begins the names of the files that a job array needs; see slurm_array.h.
+constexpr const char* kListStart = "list-";
 // In the folder of a package within the folder for the work: where a former result is while the new
 // one is moved to its place.
 constexpr const char* kFormerFolder = "old";
@@ -48,7 +50,8 @@ constexpr const char* kFormerFolder = "old";
                                            const std::string& name);
 
 // Removes what killed processes have left in the folder for the work, and that folder if nothing is
-// in it then. What others hold, and former results that belong back to their places, stay.
+// in it then. What others hold, what job arrays need, and former results that belong back to their
+// places, stay.
 void RemoveLeftovers(const std::filesystem::path& folder);
 
 }  // namespace host

@@ -227,6 +227,9 @@ void CSummary::ReadAll() {
     m_rows.BeginArray();
     m_results.BeginArray();
     for (std::size_t index = 0; index < m_packages.size(); ++index) {
+        if (!m_rules.hasSummary && !IsOwn(index)) {
+            continue;
+        }
         const SRow row = Read(index);
         m_all.Add(row);
         WriteRow(row, m_rows);
@@ -351,9 +354,9 @@ void CSummary::ShowTotals() const {
 
 int CSummary::Run(CJsonWriter* json) {
     CHeldFile lock;
-    const bool isHeld = Hold(lock);
+    const bool isHeld = m_rules.hasSummary && Hold(lock);
     ReadAll();
-    const bool isWritten = isHeld && WriteFiles();
+    const bool isWritten = !m_rules.hasSummary || (isHeld && WriteFiles());
     Show();
     if (json != nullptr) {
         WriteTotals(m_own, *json);

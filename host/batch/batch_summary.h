@@ -17,8 +17,9 @@ struct SShare {
     std::size_t count = 1;
 };
 
-// Reads the results of all packages and writes summary.json and summary.csv. Tells on stderr what
-// of the share has failed or is not whole, and why, and of all that the most frequent reasons. With
+// Reads the results of all packages and writes summary.json and summary.csv; without a summary it
+// reads those of the share only. Tells on stderr what of the share has failed or is not whole, and
+// why, and of all that the most frequent reasons. With
 // `json` the members of the command's object are written. Returns the exit status for the share.
 [[nodiscard]] int SumUpBatch(const SBatchRules& rules, const std::vector<SPackage>& packages,
                              const SShare& share, const SBatchRun& run, CJsonWriter* json);

@@ -103,7 +103,6 @@ bool CBatchWork::Fail(const std::string& problem) {
 }
 
 EBegin CBatchWork::Begin(CDigests& digests, CChildren& children) {
-    m_place = ResultFolder(m_rules, m_package);
     // Without the claim first, because most packages of a repeated run are done.
     if (IsDone(digests)) {
         return EBegin::Kept;

@@ -22,6 +22,7 @@ struct SBatchRules {
     std::uint64_t maxMemory = 0;       // bytes; 0 for no limit
     std::chrono::seconds timeout{0};   // 0 for no limit
     bool isRetry = false;              // whether to convert again what has failed
+    bool hasSummary = true;            // whether to write the files that sum up all packages
 };
 
 // The folder of a package's result.
@@ -44,7 +45,11 @@ enum class EBegin {
 class CBatchWork {
 public:
     CBatchWork(const SBatchRules& rules, const SPackage& package)
-        : m_rules(rules), m_package(package) {}
+        : m_rules(rules), m_package(package), m_place(ResultFolder(rules, package)) {}
+
+    // Whether the result that is there is that of the present package: see GetResult. Claims
+    // nothing.
+    [[nodiscard]] bool IsDone(CDigests& digests);
 
     // Starts the conversion if there is no good result.
     [[nodiscard]] EBegin Begin(CDigests& digests, CChildren& children);
@@ -63,7 +68,6 @@ public:
     [[nodiscard]] std::intptr_t GetChild() const { return m_child; }
 
 private:
-    [[nodiscard]] bool IsDone(CDigests& digests);
     void TakeDigests(CDigests& digests);
     [[nodiscard]] EBegin Claim();
     [[nodiscard]] bool PutBack();

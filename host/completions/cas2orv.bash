@@ -25,7 +25,10 @@ _cas2orv() {
                 CreateServices DeleteServices ControlServices CreateAssemblies DeleteAssemblies
                 PreActions PostActions'
             ;;
-        --jobs | --timeout | --memory | --only)
+        --engine)
+            words='local slurm'
+            ;;
+        --jobs | --timeout | --memory | --only | --slurm-option | --packages-per-task)
             return
             ;;
         --log | --machine | --record | --reg | --output | -o)
@@ -46,8 +49,9 @@ _cas2orv() {
         export) options='--reg --machine --json' ;;
         report) options='--output --json' ;;
         batch)
-            options='--output --jobs --timeout --memory --retry --only --machine --progress --sums
-                --strict --json'
+            options='--output --jobs --timeout --memory --retry --only --no-summary --engine
+                --slurm-option --packages-per-task --detach --machine --progress --sums --strict
+                --json'
             ;;
         help) [[ $word == -* ]] || words=$commands ;;
     esac

@@ -42,3 +42,8 @@ complete -c cas2orv -n "$of batch" -l timeout -x -d 'End a conversion that takes
 complete -c cas2orv -n "$of batch" -l memory -x -d 'End a conversion that wants more memory'
 complete -c cas2orv -n "$of batch" -l retry -d 'Convert again what has failed'
 complete -c cas2orv -n "$of batch" -l only -x -d 'Convert this share, such as 2/10'
+complete -c cas2orv -n "$of batch" -l no-summary -d 'Write no summary'
+complete -c cas2orv -n "$of batch" -l engine -x -a 'local slurm' -d 'Where the conversions run'
+complete -c cas2orv -n "$of batch" -l slurm-option -x -d 'An option for sbatch'
+complete -c cas2orv -n "$of batch" -l packages-per-task -x -d 'So many packages for each task of the array'
+complete -c cas2orv -n "$of batch" -l detach -d 'Do not wait for the array'

@@ -76,6 +76,12 @@ TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
         {{"batch", "a", "-o", "b", "--only", "3/2"}, "--only takes a share"},
         {{"batch", "a", "-o", "b", "--only", "0/2"}, "--only takes a share"},
         {{"batch", "a", "-o", "b", "--only", "1/"}, "--only takes a share"},
+        {{"batch", "a", "-o", "b", "--engine", "x"}, "--engine takes local or slurm"},
+        {{"batch", "a", "-o", "b", "--detach"}, "are for --engine slurm"},
+        {{"batch", "a", "-o", "b", "--engine=slurm", "--slurm-option=--arr=0-9"},
+         "is an option that the array needs for itself"},
+        {{"batch", "a", "-o", "b", "--engine=slurm", "--slurm-option=5"},
+         "is no option of sbatch in one word"},
         {{"convert", "a", ""}, "OUT.orv is empty"},
         {{"convert", "a", "b", "--machine="}, "--machine needs a value after it"},
     };

@@ -1,0 +1,497 @@
+#include "host/batch/slurm_engine.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <system_error>
+#include <thread>
+
+#include "host/batch/batch_folder.h"
+#include "host/batch/many_messages.h"
+#include "host/batch/queue_watch.h"
+#include "host/batch/slurm_array.h"
+#include "host/batch/slurm_commands.h"
+#include "host/batch/task_size.h"
+#include "host/console.h"
+#include "host/status_text.h"
+#include "host/system.h"
+
+namespace host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kTick{100};
+// How long the tasks have to end when there is nothing left for them to do, or after a signal.
+constexpr std::chrono::seconds kPatienceOfEnd{60};
+constexpr std::chrono::seconds kPatienceOfEarlier{5};  // it may have packages of other runs
+constexpr std::chrono::seconds kPatienceOfSignal{10};
+// Looking for results takes at most this part of the time.
+constexpr int kLookShare = 4;
+constexpr std::size_t kLooksPerTick = 1000;
+constexpr std::chrono::milliseconds kFirstPause{500};
+constexpr std::chrono::milliseconds kLongestPause{10'000};
+
+// Set by the thread of the signals.
+std::atomic<int> s_endStatus = 0;
+std::atomic<int> s_signals = 0;
+// Those that the run has acted on.
+std::atomic<int> s_seenSignals = 0;
+
+void OnEndingSignal(int status) {
+    s_endStatus = status;
+    ++s_signals;
+}
+bool IsStopped() { return s_endStatus != 0; }
+// Whether a command of Slurm is not to be waited for any more.
+bool IsInterrupted() { return s_signals != s_seenSignals; }
+
+std::string FormatSeconds(double seconds) {
+    char text[32];
+    constexpr double kLong = 10;
+    std::snprintf(text, sizeof text, "%.*f", seconds < kLong ? 2 : 0, seconds);
+    return text;
+}
+
+// An array with packages of this run.
+struct SArray {
+    SArrayFiles files;
+    CQueueWatch watch;
+    bool isOwn = false;
+    bool isUsed = false;      // whether it has had packages of this run
+    std::size_t waiting = 0;  // packages without a result
+};
+
+// A package that an array has.
+struct SWaiting {
+    std::size_t index = 0;
+    std::size_t array = 0;
+    std::optional<SFileState> before;  // of result.json when the run began
+};
+
+bool HasChanged(const std::optional<SFileState>& before, const std::optional<SFileState>& after) {
+    return after && (!before || before->size != after->size || before->written != after->written ||
+                     before->changed != after->changed);
+}
+
+// One run of RunOnSlurm.
+class CSlurmEngine {
+public:
+    CSlurmEngine(const SBatchRules& rules, const std::vector<SPackage>& packages,
+                 const SSlurmRequest& request, const std::string& machine, CBatchDisplay& display)
+        : m_rules(rules),
+          m_packages(packages),
+          m_request(request),
+          m_display(display),
+          m_digests(machine, JoinOptions(rules.options)),
+          m_slurm(request.slurmOptions, &IsInterrupted) {
+        CatchEndingSignals(&OnEndingSignal);
+    }
+    SSlurmRun Run();
+
+private:
+    [[nodiscard]] bool Prepare();
+    [[nodiscard]] bool HoldSubmission();
+    [[nodiscard]] bool FindEarlierArrays();
+    [[nodiscard]] bool SortOut();
+    [[nodiscard]] bool Submit();
+    [[nodiscard]] bool MakePlan(const std::vector<const SPackage*>& packages, STaskPlan& plan);
+    void TellSubmission(const STaskPlan& plan, const SPackageTime& time);
+    void TellArrays();
+
+    void Wait();
+    void Look();
+    [[nodiscard]] bool LookAt(const SWaiting& waiting);
+    void CountResult(const SPackageResult& result);
+    [[nodiscard]] bool MayGoOn();
+    void CancelOwn();
+    void WaitForStaleFolders();
+    void Finish();
+    void Say(const std::string& line);
+    void Warn(const std::string& problem);
+    bool Fail(const std::string& problem);
+
+    const SBatchRules& m_rules;
+    const std::vector<SPackage>& m_packages;
+    const SSlurmRequest& m_request;
+    CBatchDisplay& m_display;
+    CDigests m_digests;
+    CSlurm m_slurm;
+    CHeldFile m_submission;
+    CManyMessages m_warnings{"warning"};
+    SSlurmRun m_result;
+    std::vector<SArray> m_arrays;
+    std::map<std::string, std::size_t> m_earlier;  // arrays by the names of their packages
+    std::vector<SWaiting> m_new;                   // packages that no array has yet
+    std::vector<SWaiting> m_waiting;
+    double m_seconds = 0;  // of all known results
+    std::size_t m_timed = 0;
+
+    // The present round of Look, which goes through m_waiting in steps.
+    std::size_t m_next = 0;
+    std::vector<SWaiting> m_left;
+    Clock::duration m_lookTime{};
+    std::chrono::milliseconds m_pause = kFirstPause;
+    Clock::time_point m_nextLook{};
+    std::optional<Clock::time_point> m_done;  // when all had their results
+    std::optional<Clock::time_point> m_end;   // when the tasks are waited for no longer
+};
+
+void CSlurmEngine::Say(const std::string& line) {
+    m_display.Clear();
+    WriteTerminal(line + '\n');
+}
+
+void CSlurmEngine::Warn(const std::string& problem) {
+    m_display.Clear();
+    Tell({.level = "warning", .text = problem}, "cas2orv: warning: " + problem);
+}
+
+bool CSlurmEngine::Fail(const std::string& problem) {
+    m_display.Clear();
+    Complain(problem);
+    m_result.hasFailed = true;
+    return false;
+}
+
+SSlurmRun CSlurmEngine::Run() {
+    if (Prepare()) {
+        TellArrays();
+        if (m_result.waiting == 0) {
+            Wait();
+            Finish();
+        }
+    }
+    m_result.run.endStatus = s_endStatus;
+    return std::move(m_result);
+}
+
+bool CSlurmEngine::Prepare() {
+    const bool isReady = HoldSubmission() && FindEarlierArrays() && SortOut() &&
+                         (m_new.empty() || IsStopped() || Submit());
+    m_submission.Release();
+    return isReady;
+}
+
+// Two runs that look for packages at once would both submit them.
+bool CSlurmEngine::HoldSubmission() {
+    constexpr int kMaxTries = 20;
+    const std::filesystem::path folder = m_rules.folder / kWorkFolder;
+    const std::filesystem::path file = folder / "submission.lock";
+    std::error_code error = m_submission.Hold(file);
+    // Others remove the folder while it is empty.
+    for (int tries = 1; error && tries < kMaxTries && !Exists(folder); ++tries) {
+        static_cast<void>(MakeFolder(folder, true));
+        error = m_submission.Hold(file);
+    }
+    if (error == std::errc::resource_unavailable_try_again) {
+        return Fail("another run is submitting packages of this output; try again when it has");
+    }
+    return !error || Fail(Quote(file) + " cannot be locked: " + DescribeError(error));
+}
+
+// What is left of arrays that have ended is removed.
+bool CSlurmEngine::FindEarlierArrays() {
+    for (const SArrayFiles& files : FindArrays(m_rules.folder)) {
+        SArray array{.files = files, .watch = CQueueWatch(files.GetJobName())};
+        if (!array.watch.Ask(m_slurm, Clock::now())) {
+            return IsStopped() ||
+                   Fail("it cannot be told whether the array of a former run is in the queue: " +
+                        m_slurm.GetProblem());
+        }
+        if (!array.watch.IsPresent()) {
+            RemoveArrayFiles(files, true);
+            continue;
+        }
+        std::set<std::string> names;
+        if (!ReadArrayNames(files, names)) {
+            return Fail(Quote(files.list) + " cannot be read; job " + array.watch.GetJob() +
+                        " needs it too: cancel that one, and remove the file");
+        }
+        for (const std::string& name : names) {
+            m_earlier[name] = m_arrays.size();
+        }
+        m_arrays.push_back(std::move(array));
+    }
+    return true;
+}
+
+// Finds out which packages need work, and which of these are in the queue. A package without a
+// result is not hashed here, and neither is one whose hives are unchanged.
+bool CSlurmEngine::SortOut() {
+    for (std::size_t index = 0; index < m_packages.size() && !IsStopped(); ++index) {
+        const SPackage& package = m_packages[index];
+        SWaiting waiting{.index = index, .array = 0, .before = {}};
+        // Before the result is read, so that a later one is seen as another one.
+        waiting.before = GetFileState(ResultFolder(m_rules, package) / kResultFile);
+        CBatchWork work(m_rules, package);
+        const bool isDone = work.IsDone(m_digests);
+        if (!work.GetWarning().empty()) {
+            m_display.Clear();
+            m_warnings.Tell(Printable(NameText(package)) + ": " + work.GetWarning());
+        }
+        if (work.GetResult().seconds > 0) {
+            m_seconds += work.GetResult().seconds;
+            ++m_timed;
+        }
+        const auto earlier = m_earlier.find(package.name);
+        if (isDone) {
+            ++m_result.run.counts.kept;
+            m_result.run.failedBefore += OutcomeOf(work.GetResult()) == EOutcome::Failed ? 1 : 0;
+            CountResult(work.GetResult());
+        } else if (earlier != m_earlier.end()) {
+            waiting.array = earlier->second;
+            ++m_arrays[waiting.array].waiting;
+            m_arrays[waiting.array].isUsed = true;
+            m_waiting.push_back(waiting);
+        } else if (!CanBeListed(package)) {
+            return Fail("the path " + Quote(package.profile) +
+                        " has a line end, so no list can name it; rename the folder, or use the "
+                        "local engine");
+        } else {
+            m_new.push_back(waiting);
+        }
+        m_display.Show(m_result.run.counts, Clock::now());
+    }
+    return true;
+}
+
+bool CSlurmEngine::MakePlan(const std::vector<const SPackage*>& packages, STaskPlan& plan) {
+    const std::size_t maxTasks = m_slurm.AskMaxTasks();
+    if (maxTasks == 0) {
+        return Fail(m_slurm.GetProblem());
+    }
+    const SPackageTime time =
+        m_timed == 0 ? EstimateTime(packages)
+                     : SPackageTime{m_seconds / static_cast<double>(m_timed), "by earlier results"};
+    const std::size_t jobs = std::max<std::size_t>(1, m_request.jobs);
+    plan = {.packagesPerTask = m_request.packagesPerTask,
+            .tasks = 0,
+            .jobs = m_request.jobs,
+            .options = m_request.taskOptions};
+    if (plan.packagesPerTask == 0) {
+        plan.packagesPerTask = ChoosePackagesPerTask(
+            packages.size(), time.seconds / static_cast<double>(jobs), maxTasks);
+    }
+    plan.tasks = (packages.size() + plan.packagesPerTask - 1) / plan.packagesPerTask;
+    if (plan.tasks > maxTasks) {
+        return Fail("an array of this Slurm may have " + Count(maxTasks, "task") +
+                    "; give --packages-per-task at least " +
+                    std::to_string((packages.size() + maxTasks - 1) / maxTasks));
+    }
+    TellSubmission(plan, time);
+    return true;
+}
+
+void CSlurmEngine::TellSubmission(const STaskPlan& plan, const SPackageTime& time) {
+    const std::string words =
+        m_request.packagesPerTask != 0
+            ? std::string()
+            : ", each about " + FormatSeconds(time.seconds) + " s " + time.basis;
+    Say("submitting " + Count(m_new.size(), "package") + " in " + Count(plan.tasks, "task") +
+        " of up to " + std::to_string(plan.packagesPerTask) + words);
+}
+
+bool CSlurmEngine::Submit() {
+    std::vector<const SPackage*> packages;
+    for (const SWaiting& waiting : m_new) {
+        packages.push_back(&m_packages[waiting.index]);
+    }
+    STaskPlan plan;
+    if (!MakePlan(packages, plan)) {
+        return false;
+    }
+    const SArrayFiles files(m_rules.folder, MakeArrayId());
+    SArray array{.files = files, .watch = CQueueWatch(files.GetJobName()), .isOwn = true};
+    std::string reason;
+    if (files.id.empty() || !WriteArrayFiles(files, packages, reason)) {
+        return Fail(Quote(files.list) + " cannot be written: " + reason);
+    }
+    const std::vector<std::string> words =
+        MakeSubmission(files, m_rules.folder, GetProgramFile(), plan, m_request.slurmOptions);
+    if (!m_slurm.Submit(words, m_result.job)) {
+        const std::string problem = m_slurm.GetProblem();
+        // When the answer was lost the array is there all the same.
+        if (!array.watch.Ask(m_slurm, Clock::now()) || !array.watch.IsPresent()) {
+            RemoveArrayFiles(files, true);
+            return Fail("nothing was submitted: " + problem);
+        }
+        m_result.job = array.watch.GetJob();
+    }
+    array.watch.Expect(m_result.job);
+    array.waiting = m_new.size();
+    m_result.tasks = plan.tasks;
+    for (SWaiting& waiting : m_new) {
+        waiting.array = m_arrays.size();
+        m_waiting.push_back(waiting);
+    }
+    m_arrays.push_back(std::move(array));
+    return true;
+}
+
+void CSlurmEngine::TellArrays() {
+    for (const SArray& array : m_arrays) {
+        if (array.waiting != 0) {
+            Say((array.isOwn ? "submitted as job " : "still in the queue is job ") +
+                array.watch.GetJob() + " with " + Count(array.waiting, "package"));
+        }
+    }
+    m_result.waiting = m_request.isDetached ? m_waiting.size() : 0;
+    if (m_result.waiting != 0) {
+        Say("the same command without --detach waits for it and writes the summary");
+    }
+}
+
+// Whether there is still something to wait for.
+bool CSlurmEngine::MayGoOn() {
+    const Clock::time_point now = Clock::now();
+    bool mayGoOn = false;
+    for (SArray& array : m_arrays) {
+        const bool isEnding = array.isUsed && (!m_done || now < *m_done + kPatienceOfEarlier);
+        const bool isOfInterest = array.waiting != 0 || array.isOwn || isEnding;
+        if (isOfInterest && array.watch.IsDue(now)) {
+            static_cast<void>(array.watch.Ask(m_slurm, now));  // a failure is told by Describe
+        }
+        const std::string words = array.watch.TakeMessage(now);
+        if (isOfInterest && !words.empty()) {
+            Warn(words);
+        }
+        mayGoOn = mayGoOn || (isOfInterest && array.watch.MayCome(now));
+    }
+    return mayGoOn;
+}
+
+void CSlurmEngine::Wait() {
+    while (MayGoOn() && (!m_end || Clock::now() < *m_end)) {
+        if (IsInterrupted()) {
+            // After the first signal the tasks have time to end; a second one ends the wait.
+            const bool isFirst = s_seenSignals == 0;
+            s_seenSignals = s_signals.load();
+            m_end = Clock::now() + (isFirst ? kPatienceOfSignal : std::chrono::seconds(0));
+            CancelOwn();
+        } else if (!m_end && m_waiting.empty()) {
+            m_done = Clock::now();
+            m_end = *m_done + kPatienceOfEnd;
+            CancelOwn();
+        }
+        Look();
+        m_display.Show(m_result.run.counts, Clock::now());
+        std::this_thread::sleep_for(kTick);
+    }
+    if (!IsStopped() && !m_waiting.empty()) {
+        WaitForStaleFolders();
+    }
+}
+
+// After a signal all of it; otherwise tasks that wait but have nothing left to do.
+void CSlurmEngine::CancelOwn() {
+    for (SArray& array : m_arrays) {
+        array.watch.Hurry();
+        if (!array.isOwn) {
+            continue;
+        }
+        if (!m_slurm.Cancel(array.watch.GetJob(), !IsStopped()) && IsStopped()) {
+            Warn("job " + array.watch.GetJob() + " was not cancelled: " + m_slurm.GetProblem());
+        }
+    }
+}
+
+// Looks at some of the packages. After a round it pauses, the longer the less there is to see.
+void CSlurmEngine::Look() {
+    const Clock::time_point begin = Clock::now();
+    if (begin < m_nextLook) {
+        return;
+    }
+    const std::size_t end = std::min(m_waiting.size(), m_next + kLooksPerTick);
+    for (; m_next < end && !IsStopped(); ++m_next) {
+        if (!LookAt(m_waiting[m_next])) {
+            m_left.push_back(m_waiting[m_next]);
+        }
+    }
+    m_lookTime += Clock::now() - begin;
+    if (m_next < m_waiting.size()) {
+        return;
+    }
+    m_pause =
+        m_left.size() < m_waiting.size() ? kFirstPause : std::min(m_pause * 3 / 2, kLongestPause);
+    m_nextLook = Clock::now() + std::max<Clock::duration>(m_pause, m_lookTime * kLookShare);
+    m_waiting.swap(m_left);
+    m_left.clear();
+    m_next = 0;
+    m_lookTime = {};
+}
+
+// Whether a package has its result now.
+bool CSlurmEngine::LookAt(const SWaiting& waiting) {
+    const SPackage& package = m_packages[waiting.index];
+    const std::filesystem::path file = ResultFolder(m_rules, package) / kResultFile;
+    SPackageResult result;
+    std::string problem;
+    if (!HasChanged(waiting.before, GetFileState(file)) ||
+        ReadResult(file, result, problem) != EResultState::Good) {
+        return false;
+    }
+    --m_arrays[waiting.array].waiting;
+    CountResult(result);
+    m_display.ShowPackage(NameText(package), DescribeResult(result));
+    return true;
+}
+
+void CSlurmEngine::CountResult(const SPackageResult& result) {
+    SBatchCounts& counts = m_result.run.counts;
+    const EOutcome outcome = OutcomeOf(result);
+    ++(outcome == EOutcome::Whole      ? counts.whole
+       : outcome == EOutcome::NotWhole ? counts.notWhole
+                                       : counts.failed);
+}
+
+// This machine may not see yet what a node has written just before the array ended.
+void CSlurmEngine::WaitForStaleFolders() {
+    const Clock::time_point begin = Clock::now();
+    const Clock::time_point end = begin + GetStaleTime(m_rules.folder);
+    do {
+        m_nextLook = {};
+        do {
+            Look();
+        } while (m_next != 0 && !IsStopped());
+        m_display.Show(m_result.run.counts, Clock::now());
+        std::this_thread::sleep_for(kTick);
+    } while (!m_waiting.empty() && Clock::now() < end && !IsStopped());
+}
+
+void CSlurmEngine::Finish() {
+    for (const SWaiting& waiting : m_waiting) {
+        const SArray& array = m_arrays[waiting.array];
+        if (!IsStopped()) {
+            m_result.run.problems[waiting.index] = "job " + array.watch.GetJob() + " " +
+                                                   array.watch.DescribeEnd() + " without a result";
+            ++m_result.run.counts.failed;
+        }
+    }
+    for (const SArray& array : m_arrays) {
+        if (!array.watch.IsPresent() && array.waiting == 0) {
+            RemoveArrayFiles(array.files, true);
+        } else if (array.waiting != 0 && !IsStopped()) {
+            Warn(Count(array.waiting, "package") + " of job " + array.watch.GetJob() +
+                 " got no result; the same command submits them again. What its "
+                 "tasks have said is in " +
+                 Quote(GetMessagesPattern(array.files)));
+        } else if (IsStopped() && array.isOwn) {
+            Say("job " + array.watch.GetJob() + " is cancelled");
+        }
+    }
+}
+
+}  // namespace
+
+SSlurmRun RunOnSlurm(const SBatchRules& rules, const std::vector<SPackage>& packages,
+                     const SSlurmRequest& request, const std::string& machine,
+                     CBatchDisplay& display) {
+    return CSlurmEngine(rules, packages, request, machine, display).Run();
+}
+
+}  // namespace host
