@@ -10,7 +10,8 @@ build_packages="g++ make cmake ninja-build ccache pkg-config libicu-dev libxml2-
     libtomlplusplus-dev libabsl-dev libcli11-dev rapidjson-dev zlib1g-dev"
 test_packages="libgtest-dev libgmock-dev libhivex-dev clang libclang-rt-14-dev clang-format clang-tidy
     libbenchmark-dev libhivex-bin libxml2-utils reglookup libwin-hivex-perl time python3
-    python3-jsonschema dpkg-dev file lintian chromium nodejs npm"
+    python3-jsonschema dpkg-dev file lintian chromium nodejs npm
+    slurm-wlm munge"
 windows_packages="g++-mingw-w64-x86-64-posix make cmake ninja-build ccache googletest libcli11-dev
     libtomlplusplus-dev rapidjson-dev libz-mingw-w64-dev groff-base wine wine64 util-linux python3"
 

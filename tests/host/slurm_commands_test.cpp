@@ -1,0 +1,41 @@
+#include "host/batch/slurm_commands.h"
+
+#include <gtest/gtest.h>
+
+#include "host/batch/task_size.h"
+
+namespace {
+
+TEST(SlurmCommandsTest, AnArrayStaysWithinBothLimits) {
+    const std::string size = "MaxArraySize            = 1001\nMaxBatchRequeue         = 5\n";
+    EXPECT_EQ(host::ReadMaxTasks(size), 1001U);
+    const std::string parameters = "SchedulerParameters     = bf_interval=1,max_array_tasks=";
+    EXPECT_EQ(host::ReadMaxTasks(size + parameters + "10,defer\n"), 10U);
+    EXPECT_EQ(host::ReadMaxTasks(size + parameters + "5000\n"), 1001U);
+    EXPECT_EQ(host::ReadMaxTasks("MaxArraySize            = 0\n"), 0U);
+    EXPECT_EQ(host::ReadMaxTasks("MaxArraySize            = N/A\n"), 0U);
+    EXPECT_EQ(host::ReadMaxTasks(""), 0U);
+}
+
+TEST(SlurmCommandsTest, ATaskTakesMinutesUnlessThatMakesTooManyTasks) {
+    EXPECT_EQ(host::ChoosePackagesPerTask(100'000, 1, 100'000), 180U);
+    EXPECT_EQ(host::ChoosePackagesPerTask(100'000, 1, 400), 250U);
+    EXPECT_EQ(host::ChoosePackagesPerTask(1001, 1000, 1001), 1U);
+    EXPECT_EQ(host::ChoosePackagesPerTask(1002, 1000, 1001), 2U);
+    EXPECT_EQ(host::ChoosePackagesPerTask(60, 0.01, 1001), 60U);
+    EXPECT_EQ(host::ChoosePackagesPerTask(60, 0, 1001), 60U);
+}
+
+TEST(SlurmCommandsTest, OptionsThatWouldMakeAnotherJobAreRefused) {
+    for (const char* const option : {"--partition=long", "-plong", "--exclusive", "-H", "-n4",
+                                     "--wait-all-nodes=1", "--comment=--array=5", "--output=x"}) {
+        EXPECT_EQ(host::CheckSlurmOption(option), "") << option;
+    }
+    for (const char* const option :
+         {"--array=0-9", "--arr=0-9", "-a0-9", "--wait", "-W", "--wrap=x", "-Jx", "--test-only",
+          "--parsable", "--", "-", "x", "5", ""}) {
+        EXPECT_NE(host::CheckSlurmOption(option), "") << option;
+    }
+}
+
+}  // namespace
