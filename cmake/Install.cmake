@@ -47,7 +47,8 @@ else()
             RENAME copyright)
 endif()
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${documentation_folder}")
-install(FILES "${PROJECT_SOURCE_DIR}/docs/installer.md" "${PROJECT_SOURCE_DIR}/docs/json.md"
+install(FILES "${PROJECT_SOURCE_DIR}/docs/fleet.md" "${PROJECT_SOURCE_DIR}/docs/installer.md"
+              "${PROJECT_SOURCE_DIR}/docs/json.md"
               "${PROJECT_SOURCE_DIR}/docs/machine.md" "${PROJECT_SOURCE_DIR}/docs/manifest.md"
               "${PROJECT_SOURCE_DIR}/docs/record.md" "${PROJECT_SOURCE_DIR}/docs/reg.md"
               "${PROJECT_SOURCE_DIR}/docs/report.png"
