@@ -306,7 +306,8 @@ void CBatchWork::CorrectPaths() {
         const std::string json = JsonText(written);
         // A quote within a text has a backslash in front, so this is a member. Its path is that
         // from result.json on, so that the whole output can be moved.
-        ReplaceAll(m_json, "\"manifest\":\"" + json + separator, "\"manifest\":\"");
+        constexpr std::string_view kMember = "\"manifest\":\"";
+        ReplaceAll(m_json, std::string(kMember).append(json).append(separator), kMember);
         ReplaceAll(m_json, json, JsonText(m_place));
         const std::string shown = Printable(platform::PathText(written));
         ReplaceAll(m_result.reason, shown, Printable(platform::PathText(m_place)));
