@@ -160,6 +160,7 @@ bool TakeResult(const rapidjson::Document& document, SPackageResult& result) {
         result.digests.*field.value = TextOf(*digests, field.name);
     }
     result.status = status->GetInt();
+    result.name = TextOf(document, "name");
     result.profile = TextOf(document, "profile");
     result.program = TextOf(document, "program");
     result.reason = OneLine(TextOf(document, "reason"));
@@ -195,6 +196,35 @@ bool ReadConversion(std::string_view json, SConversion& conversion) {
     }
     TakeConversion(document, conversion);
     return true;
+}
+
+bool IsResult(const std::filesystem::path& file) {
+    // Enough for the version, and for blanks of a program that has laid the file out anew.
+    constexpr std::streamsize kStartSize = 256;
+    constexpr std::string_view kVersionMember = R"({"schema":)";
+    constexpr std::string_view kNameMember = R"(,"name":)";
+    std::string start(kStartSize, '\0');
+    std::ifstream stream(DeepPath(file), std::ios::binary);
+    if (!stream.is_open()) {
+        return false;
+    }
+    stream.read(start.data(), kStartSize);
+    start.resize(static_cast<std::size_t>(stream.gcount()));
+    std::erase_if(start, [](char unit) {
+        return std::string_view(" \t\r\n").find(unit) != std::string_view::npos;
+    });
+    std::string_view rest = start;
+    const auto skip = [&rest](std::string_view wanted) {
+        const std::size_t size = std::min(rest.size(), wanted.size());
+        const bool isEqual = rest.substr(0, size) == wanted.substr(0, size);
+        rest.remove_prefix(size);
+        return isEqual;
+    };
+    if (!skip(kVersionMember)) {
+        return false;
+    }
+    rest.remove_prefix(std::min(rest.size(), rest.find_first_not_of("0123456789")));
+    return skip(kNameMember);
 }
 
 EResultState ReadResult(const std::filesystem::path& file, SPackageResult& result,

@@ -34,6 +34,7 @@ struct SConversion {
 };
 
 struct SPackageResult {
+    std::string name;     // in the batch, as UTF-8; only ReadResult sets it
     std::string profile;  // its path, as UTF-8
     std::string program;  // the version
     SDigests digests;
@@ -56,6 +57,9 @@ enum class EResultState {
 
 // Reads what a conversion has printed with --json. False when that is no whole object.
 [[nodiscard]] bool ReadConversion(std::string_view json, SConversion& conversion);
+
+// Whether a file begins as a result file, or is one that is cut off right there.
+[[nodiscard]] bool IsResult(const std::filesystem::path& file);
 
 // Reads a result file. `result` is changed only when it is good. `problem` says why it is unusable.
 [[nodiscard]] EResultState ReadResult(const std::filesystem::path& file, SPackageResult& result,

@@ -241,7 +241,8 @@ void CBatchWork::ReadOutput(const SChildEnd& child, EEnd end) {
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - m_begin;
     m_json = ReadFile(m_work / kOutputFile);
     m_json.erase(m_json.find_last_not_of('\n') + 1);
-    m_result = {.profile = platform::Utf16ToUtf8(platform::PathText(m_package.profile)),
+    m_result = {.name = {},
+                .profile = platform::Utf16ToUtf8(platform::PathText(m_package.profile)),
                 .program = CAS2ORV_VERSION,
                 .digests = m_digests,
                 .end = end == EEnd::Exit && child.signal != 0 ? EEnd::Signal : end,

@@ -61,6 +61,7 @@ bool CReport::CheckOutput(const SReportSources& sources) const {
     const auto isOutput = [&](const SReportFile& file) { return FullPath(file.file) == output; };
     const bool isSource = std::ranges::any_of(sources.records, isOutput) ||
                           std::ranges::any_of(sources.logs, isOutput) ||
+                          std::ranges::any_of(sources.results, isOutput) ||
                           std::ranges::any_of(sources.targets, [&](const SReportTarget& target) {
                               return FullPath(target.folder / target.manifest) == output;
                           });
@@ -81,7 +82,8 @@ int CReport::Run() {
         search.Add(local.empty() ? platform::LocalPath(argument) : local);
     }
     const SReportSources sources = search.GetSources();
-    if (sources.targets.empty() && sources.records.empty() && sources.logs.empty()) {
+    if (sources.targets.empty() && sources.records.empty() && sources.logs.empty() &&
+        sources.results.empty()) {
         Complain("there is nothing to report on; nothing was written");
         return kExitFailed;
     }

@@ -2,12 +2,14 @@
 
 #include <fstream>
 
+#include "host/batch/batch_result.h"
 #include "host/console.h"
 #include "host/log_reader.h"
 #include "host/manifest_items.h"
 #include "host/path_rules.h"
 #include "host/report/report_rows.h"
 #include "host/status_text.h"
+#include "platform/utf8.h"
 
 namespace host {
 
@@ -18,6 +20,32 @@ void CReportData::Tell(SReportedPackage& data, const fs::path& place, const std:
     data.problems.push_back((place.empty() ? "" : Printable(ShownPath(place)) + ": ") + words);
     ++m_counts.problems;
     m_tell(place, words);
+}
+
+void CReportData::ReadResultOf(const SReportPackage& package, SReportedPackage& data) {
+    SPackageResult result;
+    std::string problem;
+    switch (ReadResult(package.result, result, problem)) {
+        case EResultState::Good:
+            break;
+        case EResultState::Missing:
+            Tell(data, package.result, "the result is no longer there");
+            return;
+        case EResultState::Unusable:
+            Tell(data, package.result, "the result " + problem);
+            return;
+    }
+    data.result.name = platform::Utf8ToUtf16(result.name);
+    data.result.isFailed = OutcomeOf(result) == host::EOutcome::Failed;
+    if (!data.result.isFailed) {
+        return;
+    }
+    const std::string reason =
+        result.reason.empty() ? "its result does not tell why" : result.reason;
+    data.problems.insert(data.problems.begin(), "the conversion failed: " + reason);
+    if (!package.targets.empty()) {
+        data.problems.emplace_back("the targets are those of a former conversion");
+    }
 }
 
 void CReportData::ReadRecordOf(const SReportPackage& package, SReportedPackage& data) {
@@ -38,7 +66,7 @@ void CReportData::ReadRecordOf(const SReportPackage& package, SReportedPackage& 
             if (entry.thing == "target") {
                 open->recorded = entry.target;
                 open->name = entry.detail;
-                open->isCreated = entry.outcome == NameOf(EOutcome::Created);
+                open->isCreated = entry.outcome == NameOf(::EOutcome::Created);
             }
             WriteRecordRow(entry, m_slices.BeginRow());
             m_slices.EndRow();
@@ -49,7 +77,7 @@ void CReportData::ReadRecordOf(const SReportPackage& package, SReportedPackage& 
         if (const std::string gap = DescribeGap(head); !gap.empty()) {
             data.problems.push_back(gap);
         }
-        if (head.status != 0) {
+        if (head.status != 0 && !data.result.isFailed) {
             data.problems.push_back("the conversion failed: " +
                                     DescribeStatus(static_cast<std::uint32_t>(head.status)));
         }
@@ -155,15 +183,31 @@ void CReportData::ReadLogOf(const fs::path& log, SReportedPackage& data) {
 void CReportData::Add(const SReportPackage& package) {
     SReportedPackage data;
     data.problems = package.problems;
-    std::uint64_t number = 0;
+    const auto add = [&data](const SReportPackage::STarget& target, std::uint64_t in) {
+        data.targets[in].folder = target.folder;
+        data.targets[in].manifest = target.manifest;
+    };
+    if (!package.result.empty()) {
+        ReadResultOf(package, data);
+    }
     for (const SReportPackage::STarget& target : package.targets) {
-        // Without a record the targets have the order of their folders.
-        SReportedTarget& added = data.targets[target.in == 0 ? ++number : target.in];
-        added.folder = target.folder;
-        added.manifest = target.manifest;
+        if (target.in != 0) {
+            add(target, target.in);
+        }
     }
     if (!package.record.empty()) {
         ReadRecordOf(package, data);
+    }
+    // Those of which no record tells have the order of their folders, and the numbers that are
+    // free.
+    std::uint64_t number = 0;
+    for (const SReportPackage::STarget& target : package.targets) {
+        if (target.in == 0) {
+            do {
+                ++number;
+            } while (data.targets.contains(number));
+            add(target, number);
+        }
     }
     for (auto& [in, target] : data.targets) {
         if (in != 0) {

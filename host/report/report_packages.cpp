@@ -6,6 +6,7 @@
 #include <set>
 #include <tuple>
 
+#include "host/batch/batch_folder.h"
 #include "host/path_rules.h"
 #include "host/record_reader.h"
 #include "platform/local_paths.h"
@@ -15,6 +16,9 @@ namespace host {
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr const char* kNoRecord =
+    "there is no record of the conversion, so what was left out or lost is not known";
 
 // A record with the targets that it names.
 struct SRecordOfTargets {
@@ -67,6 +71,7 @@ private:
     [[nodiscard]] Folders& GetFree(const std::u16string& name);
     void TakeTargets(SRecordOfTargets& record, const std::u16string& folder);
     void TakeRecords();
+    void TakeResults();
     void TakeRest();
     void TakeLogs();
     void ListPackages();
@@ -196,6 +201,40 @@ void CGrouping::TakeRecords() {
     }
 }
 
+void CGrouping::TakeResults() {
+    std::map<fs::path, std::size_t> packages;  // by the record
+    for (std::size_t i = 0; i < m_packages.size(); ++i) {
+        packages[m_packages[i].record] = i;
+    }
+    std::map<fs::path, std::vector<std::size_t>> rest;  // targets by the folder that they are in
+    for (std::size_t i = 0; i < m_sources.targets.size(); ++i) {
+        if (!m_isTaken[i]) {
+            rest[m_sources.targets[i].folder.parent_path()].push_back(i);
+        }
+    }
+    for (const SReportFile& file : m_sources.results) {
+        const fs::path folder = file.file.parent_path();
+        const auto found = packages.find(folder / kRecordFile);
+        const bool hasRecord = found != packages.end();
+        if (!hasRecord && !file.isWanted && !rest.contains(folder)) {
+            continue;
+        }
+        SReportPackage& package = hasRecord ? m_packages[found->second] : m_packages.emplace_back();
+        package.result = file.file;
+        if (package.targets.empty()) {
+            package.place = folder;
+        }
+        // A batch that fails leaves the targets of a former result, of which no record tells.
+        for (const std::size_t i : rest[folder]) {
+            package.targets.push_back({m_sources.targets[i], 0});
+            m_isTaken[i] = true;
+        }
+        if (!hasRecord) {
+            package.problems.emplace_back(kNoRecord);
+        }
+    }
+}
+
 void CGrouping::TakeRest() {
     std::map<std::pair<fs::path, fs::path>, SReportPackage> packages;
     for (std::size_t i = 0; i < m_sources.targets.size(); ++i) {
@@ -207,8 +246,7 @@ void CGrouping::TakeRest() {
         }
     }
     for (auto& [key, package] : packages) {
-        package.problems.emplace_back(
-            "there is no record of the conversion, so what was left out or lost is not known");
+        package.problems.emplace_back(kNoRecord);
         m_packages.push_back(std::move(package));
     }
 }
@@ -216,8 +254,12 @@ void CGrouping::TakeRest() {
 void CGrouping::ListPackages() {
     for (std::size_t i = 0; i < m_packages.size(); ++i) {
         const SReportPackage& package = m_packages[i];
-        const fs::path stem = package.record.stem();
+        const fs::path stem =
+            package.result.empty() ? package.record.stem() : fs::path(kLogFile).stem();
         std::set<fs::path> folders;
+        if (!package.result.empty()) {
+            folders.insert(package.result.parent_path());
+        }
         if (!package.targets.empty()) {
             folders.insert(package.place);
             m_packagesBelow[package.place.parent_path()].emplace(stem, i);
@@ -276,6 +318,7 @@ void CGrouping::TakeLogs() {
 
 std::vector<SReportPackage> CGrouping::Run() {
     TakeRecords();
+    TakeResults();
     TakeRest();
     TakeLogs();
     std::ranges::stable_sort(m_packages, [](const auto& left, const auto& right) {

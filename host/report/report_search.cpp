@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <fstream>
 
+#include "host/batch/batch_folder.h"
+#include "host/batch/batch_result.h"
 #include "host/log_reader.h"
 #include "host/path_rules.h"
 #include "host/record_reader.h"
@@ -62,9 +64,10 @@ void CReportSearch::AddFile(const fs::path& file) {
     std::error_code error;
     // The log of a conversion without errors and warnings is empty. A manifest never is.
     const bool isEmpty = fs::file_size(DeepPath(file), error) == 0 && !error;
-    if (isEmpty && !IsManifest({file, platform::PathBytes(file.filename()), true})) {
+    if (isEmpty && file.filename() != kResultFile &&
+        !IsManifest({file, platform::PathBytes(file.filename()), true})) {
         m_logs[file] = true;
-    } else if (!AddIfRecordOrLog(file, true)) {
+    } else if (!AddIfKnown(file, true)) {
         m_targets[file.parent_path()].insert(file.filename());
         AddBeside(file.parent_path().parent_path());
     }
@@ -93,14 +96,14 @@ void CReportSearch::AddFolder(const fs::path& folder) {
         }
         for (const SFoundFile& file : files) {
             // Any other file has nothing to do with a report.
-            hasFound |= file.isRegular && AddIfRecordOrLog(next / file.path.filename(), true);
+            hasFound |= file.isRegular && AddIfKnown(next / file.path.filename(), true);
         }
         for (const fs::path& name : folders) {
             open.push_back(next / name);
         }
     }
     if (!hasFound) {
-        m_tell(folder, "there is no manifest, record or log here or in a folder below");
+        m_tell(folder, "there is no manifest, record, log or result here or in a folder below");
     }
 }
 
@@ -118,7 +121,7 @@ bool CReportSearch::AddIfTarget(const fs::path& folder, const std::vector<SFound
     return isTarget;
 }
 
-// Takes the records and logs right in the folder above a target.
+// Takes the records, logs and results right in the folder above a target.
 void CReportSearch::AddBeside(const fs::path& folder) {
     std::vector<SFoundFile> files;
     std::vector<fs::path> folders;
@@ -126,13 +129,16 @@ void CReportSearch::AddBeside(const fs::path& folder) {
         return;  // the user has not named this folder, so that it need not be readable
     }
     for (const SFoundFile& file : files) {
-        static_cast<void>(file.isRegular && AddIfRecordOrLog(folder / file.path.filename(), false));
+        static_cast<void>(file.isRegular && AddIfKnown(folder / file.path.filename(), false));
     }
 }
 
-bool CReportSearch::AddIfRecordOrLog(const fs::path& file, bool isWanted) {
+bool CReportSearch::AddIfKnown(const fs::path& file, bool isWanted) {
     const fs::path deep = DeepPath(file);
-    Files* const files = IsRecord(deep) ? &m_records : IsLogFile(deep) ? &m_logs : nullptr;
+    Files* const files = file.filename() == kResultFile && IsResult(file) ? &m_results
+                         : IsRecord(deep)                                 ? &m_records
+                         : IsLogFile(deep)                                ? &m_logs
+                                                                          : nullptr;
     if (files != nullptr) {
         bool& isFileWanted = (*files)[file];
         isFileWanted = isFileWanted || isWanted;
@@ -150,12 +156,14 @@ SReportSources CReportSearch::GetSources() const {
             sources.targets.push_back({folder, {}});
         }
     }
-    for (const auto& [file, isWanted] : m_records) {
-        sources.records.push_back({file, isWanted});
-    }
-    for (const auto& [file, isWanted] : m_logs) {
-        sources.logs.push_back({file, isWanted});
-    }
+    const auto list = [](const Files& files, std::vector<SReportFile>& listed) {
+        for (const auto& [file, isWanted] : files) {
+            listed.push_back({file, isWanted});
+        }
+    };
+    list(m_records, sources.records);
+    list(m_logs, sources.logs);
+    list(m_results, sources.results);
     return sources;
 }
 

@@ -17,8 +17,8 @@ struct SReportTarget {
     std::filesystem::path manifest;
 };
 
-// A record or a log. What lies beside a target that the user has named is not wanted: it counts
-// only if it belongs to that target.
+// A record, a log, or the result file of a batch. What lies beside a target that the user has named
+// is not wanted: it counts only if it belongs to that target.
 struct SReportFile {
     std::filesystem::path file;
     bool isWanted = false;
@@ -29,16 +29,17 @@ struct SReportSources {
     std::vector<SReportTarget> targets;
     std::vector<SReportFile> records;
     std::vector<SReportFile> logs;
+    std::vector<SReportFile> results;
 };
 
-// Finds manifests, records and logs. Links are followed only where the user names one. What cannot
-// be read, and a place without any of these, is told.
+// Finds manifests, records, logs and the result files of a batch. Links are followed only where the
+// user names one. What cannot be read, and a place without any of these, is told.
 class CReportSearch {
 public:
     explicit CReportSearch(TellProblem tell) : m_tell(std::move(tell)) {}
 
-    // Takes a manifest, a record, a log, the folder of a target, or a folder with some of these at
-    // any depth.
+    // Takes a manifest, a record, a log, a result file, the folder of a target, or a folder with
+    // some of these at any depth.
     void Add(const std::filesystem::path& result);
 
     [[nodiscard]] SReportSources GetSources() const;
@@ -52,12 +53,13 @@ private:
     [[nodiscard]] bool AddIfTarget(const std::filesystem::path& folder,
                                    const std::vector<SFoundFile>& files);
     void AddBeside(const std::filesystem::path& folder);
-    [[nodiscard]] bool AddIfRecordOrLog(const std::filesystem::path& file, bool isWanted);
+    [[nodiscard]] bool AddIfKnown(const std::filesystem::path& file, bool isWanted);
 
     TellProblem m_tell;
     std::map<std::filesystem::path, std::set<std::filesystem::path>> m_targets;
     Files m_records;
     Files m_logs;
+    Files m_results;
     std::set<std::filesystem::path> m_besides;
 };
 

@@ -169,6 +169,9 @@ std::u16string SReportedTarget::GetGuid() const {
 }
 
 std::string_view SReportedPackage::GetStatus() const {
+    if (result.isFailed) {
+        return "failed";
+    }
     if (!head) {
         return "unknown";
     }
@@ -182,13 +185,16 @@ std::string_view SReportedPackage::GetStatus() const {
 }
 
 std::u16string SReportedPackage::GetName(const SReportPackage& package) const {
+    if (!result.name.empty()) {
+        return result.name;
+    }
     for (const auto& [number, target] : targets) {
         const auto name = target.properties.find(u"Name");
         if (name != target.properties.end() && !ProfileName(name->second).empty()) {
             return std::u16string(ProfileName(name->second));
         }
     }
-    const bool isFile = package.targets.empty();
+    const bool isFile = package.targets.empty() && package.result.empty();
     return platform::PathText(isFile ? package.place.stem() : package.place.filename());
 }
 

@@ -40,17 +40,24 @@ struct SReportedTarget {
     [[nodiscard]] std::u16string GetGuid() const;
 };
 
+// What the result file of a batch tells of a package.
+struct SReportedResult {
+    std::u16string name;  // in the batch
+    bool isFailed = false;
+};
+
 // What it says of a package.
 struct SReportedPackage {
     std::map<std::uint64_t, SReportedTarget> targets;  // by their numbers; 0 is outside of targets
     std::optional<SRecordHead> head;
+    SReportedResult result;
     bool isDamaged = false;  // something of it cannot be read
     std::vector<std::string> problems;
     std::vector<std::uint32_t> logSlices;
 
     // "whole", "not whole", "failed" or "unknown".
     [[nodiscard]] std::string_view GetStatus() const;
-    // The name of the profile, if a manifest tells it.
+    // The name in the batch, or that of the profile, if a manifest tells it.
     [[nodiscard]] std::u16string GetName(const SReportPackage& package) const;
 };
 

@@ -216,6 +216,39 @@ def check_damaged_packages():
     assert 4990 < cut["targets"][0]["items"]["CreateKeys"] <= 5000
 
 
+def check_batch():
+    """Packages of a batch have the names, and fail with the reasons, that their results tell."""
+    folder = FOLDER / "batch"
+    items = '<CreateKeys>\r\n<Key Target="HKEY_USERS\\a" />\r\n</CreateKeys>\r\n'
+    for name in ("1/App", "2/App", "cut"):
+        write_manifest(folder / name / GUID, items)
+    (folder / "1" / "App" / "record.jsonl").write_text(
+        '{"record":1,"state":"whole","status":0,"losses":0}\n{"in":1,"thing":"target","outcome":"created",'
+        '"target":"' + GUID + '/app.orv"}\n', encoding="ascii")
+    (folder / "2" / "App" / "record.jsonl").write_text('{"record":1,"state":"running","status":0}\n', encoding="ascii")
+    result = {"schema": 1, "name": "1/App", "digests": {}, "end": "exit", "status": 0, "result": None}
+    failed = {**result, "end": "signal", "status": 1, "reason": HOSTILE}
+    for name, value in (("1/App", result), ("2/App", {**failed, "name": "2/App"}), ("v1.2", {**failed, "name": HOSTILE}),
+                        ("newer", {**result, "schema": 2}), (".cas2orv-batch/1/new", result), ("other", {"name": "x"})):
+        (folder / name).mkdir(parents=True, exist_ok=True)
+        (folder / name / "result.json").write_text(json.dumps(value), encoding="ascii")
+    (folder / "v1.2" / "log.html").touch()
+    (folder / "cut" / "result.json").write_text(json.dumps(result, indent=2)[:-9], encoding="ascii")
+    (folder / "summary.json").write_text('{"schema":1,"packages":9}', encoding="ascii")
+    page, result = report(folder, status=1)
+    packages = {str(pathlib.Path(package["place"]).relative_to(folder)): package for package in page.packages}
+    told = {place: (package["name"], package["status"], len(package["targets"]))
+            for place, package in packages.items()}
+    assert told == {"1/App": ("1/App", "whole", 1), "2/App": ("2/App", "failed", 1), "cut": ("A </script>", "unknown", 1),
+                    "newer": ("newer", "unknown", 0), "v1.2": (HOSTILE, "failed", 0)}, told
+    assert packages["1/App"]["problems"] == []
+    for place, words in (("2/App", "failed: " + HOSTILE), ("2/App", "former conversion"), ("v1.2", "failed: " + HOSTILE),
+                         ("newer", "newer version"), ("cut", "is cut off")):
+        assert any(words in problem for problem in packages[place]["problems"]), packages[place]["problems"]
+    assert result["problems"] == len(result["messages"]) == 2
+    assert b"made of" in run("report", folder, "-o", folder / "cut" / "result.json", status=1).stderr
+
+
 def check_files():
     """A report that cannot be written leaves what is there."""
     out, old = FOLDER / "out", FOLDER / "old.html"
@@ -235,5 +268,5 @@ def check_files():
 
 shutil.rmtree(FOLDER, ignore_errors=True)
 FOLDER.mkdir(parents=True)
-for check in (check_sample, check_hostile_names, check_damaged_packages, check_files):
+for check in (check_sample, check_hostile_names, check_damaged_packages, check_batch, check_files):
     check()
