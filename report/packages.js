@@ -1,6 +1,7 @@
-// The list of all packages, with filters, in the order that somebody chooses.
+// The list of all packages, with filters, in the order that somebody chooses, and what was lost and
+// left out most in all of them.
 
-import { badge, build, count, nameOf, number, plain } from "./text.js";
+import { badge, build, count, nameOf, number, plain, wholeText } from "./text.js";
 import { RowList } from "./rows.js";
 import { itemsOf, reasonsOf } from "./overview.js";
 
@@ -9,17 +10,44 @@ const printed = 1000;
 
 const severity = ["failed", "not whole", "unknown", "whole"];
 
-/** @typedef {{at: number, name: string, key: string, status: string, targets: number, items: number, losses: number, missing: number, reasons: Set<string>}} Line */
+// As many reasons are in sight, and as many are listed at all, because a record may have any.
+const reasonsInSight = 5;
+const maxReasons = 200;
+
+/** @typedef {{reason: string, things: number, packages: number}} Total */
+/** @typedef {{at: number, name: string, place: string, key: string, status: string, targets: number, items: number, losses: number, missing: number, reasons: Set<string>}} Line */
 
 /** @param {import("./store.js").Package} pack @param {number} at @returns {Line} */
 function lineOf(pack, at) {
     const targets = pack.targets ?? [];
     const sum = (/** @type {(target: import("./store.js").Target) => number} */ value) => targets.reduce((total, one) => total + value(one), 0);
     return {
-        at, name: pack.name ?? "", key: `${pack.name} ${pack.place}`.toLowerCase(), status: pack.status ?? "unknown",
+        at, name: pack.name ?? "", place: "", key: `${pack.name} ${pack.place}`.toLowerCase(), status: pack.status ?? "unknown",
         targets: targets.length, items: sum(itemsOf), losses: pack.losses ?? sum((one) => one.losses ?? 0),
         missing: pack.missing ?? sum((one) => one.missing ?? 0), reasons: new Set([pack, ...targets].flatMap((one) => reasonsOf(one).map(({ reason }) => reason))),
     };
+}
+
+/** The folder that places have in common, with its separator. @param {string[]} places */
+function commonFolder(places) {
+    let size = (places[0] ?? "").length;
+    for (const place of places) {
+        let same = 0;
+        while (same < size && place[same] === places[0][same]) {
+            same++;
+        }
+        size = same;
+    }
+    return (places[0] ?? "").slice(0, size).replace(/[^\\/]*$/, "");
+}
+
+/** Gives packages the part of their places that tells more than their names. @param {Line[]} lines @param {import("./store.js").Package[]} packs */
+function setPlaces(lines, packs) {
+    const common = commonFolder(packs.map((pack) => pack.place ?? "")).length;
+    for (const line of lines) {
+        const place = (packs[line.at].place ?? "").slice(common);
+        line.place = `/${line.name}`.endsWith("/" + place.replaceAll("\\", "/")) ? "" : place;
+    }
 }
 
 /** @type {{title: string, value: (line: Line) => string|number, down?: boolean}[]} */
@@ -37,6 +65,7 @@ export class PackageList {
     constructor(store, open) {
         this.store = store;
         this.lines = store.packages.map(lineOf);
+        setPlaces(this.lines, store.packages);
         this.shown = this.lines;
         this.column = 1;
         this.down = false;
@@ -49,10 +78,18 @@ export class PackageList {
         this.name = /** @type {HTMLInputElement} */ (build("input", { type: "search", placeholder: "Name or folder", "aria-label": "Name or folder", oninput: () => this.update() }));
         this.status = this.#select("Status", "Any status", severity.map((one) => [one, one, this.lines.filter((line) => line.status === one).length]));
         this.reason = this.#select("Reason", "Any reason", this.#reasons());
+        /** @type {{reason: string, button: HTMLElement}[]} */
+        this.most = [];
+        const most = [
+            this.#most("What was lost most", (_, kind) => kind === "loss"),
+            this.#most("What was left out most", (outcome, kind) => outcome === "left out" && kind !== "loss" && kind !== "missing"),
+        ];
         this.total = build("span", { class: "quiet", role: "status" });
         this.head = build("div", { class: "row head" }, ...columns.map((column, at) => build("button", { type: "button", onclick: () => this.#sortBy(at) }, column.title)));
         this.element = build("section", { class: "packages" }, build("h1", {}, "Packages"), this.#figures(),
-            build("div", { class: "filters" }, this.name, this.status, this.reason, this.total), this.head, this.list.whole);
+            build("div", { class: "filters" }, this.name, this.status, this.reason, this.total),
+            build("div", { class: "beside" }, build("div", {}, this.head, this.list.whole),
+                this.most.length > 0 && build("div", { class: "most" }, ...most)));
         this.update();
     }
 
@@ -75,6 +112,52 @@ export class PackageList {
         const rank = (/** @type {string} */ reason) => ["loss", "missing"].indexOf(this.store.reason(reason).kind ?? "") >>> 0;
         return [...totals].sort((a, b) => rank(a[0]) - rank(b[0]) || b[1] - a[1])
             .map(([reason, total]) => [reason, this.store.reason(reason).says ?? reason, total]);
+    }
+
+    /**
+     * How many things have a reason, and in how many packages.
+     * @param {(outcome: string, kind: string) => boolean} wanted @returns {Total[]} the most frequent first
+     */
+    #totals(wanted) {
+        /** @type {Map<string, Total & {last: number}>} */
+        const totals = new Map();
+        this.store.packages.forEach((pack, at) => {
+            for (const { outcome, reason, total } of [pack, ...pack.targets ?? []].flatMap(reasonsOf)) {
+                if (wanted(outcome, this.store.reason(reason).kind ?? "")) {
+                    const sum = totals.get(reason) ?? { reason, things: 0, packages: 0, last: -1 };
+                    sum.things += total;
+                    sum.packages += sum.last === at ? 0 : 1;
+                    sum.last = at;
+                    totals.set(reason, sum);
+                }
+            }
+        });
+        return [...totals.values()].sort((a, b) => b.things - a.things);
+    }
+
+    /**
+     * The reasons that matter most. Choosing one filters the packages by it, and once more shows all again.
+     * @param {string} title @param {(outcome: string, kind: string) => boolean} wanted
+     */
+    #most(title, wanted) {
+        const totals = this.#totals(wanted);
+        const [first, rest] = [totals.slice(0, reasonsInSight), totals.slice(reasonsInSight, maxReasons)];
+        const line = (/** @type {Total} */ { reason, things, packages }) => {
+            const button = build("button", { type: "button", onclick: () => this.#toggle(reason) },
+                wholeText(this.store.reason(reason).says || reason), build("span", { class: "quiet" }, `${number(things)} in ${count(packages, "package")}`));
+            this.most.push({ reason, button });
+            return build("li", {}, button);
+        };
+        return totals.length > 0 && build("section", {}, build("h2", {}, title), build("ul", {}, ...first.map(line)),
+            rest.length > 0 && build("details", {}, build("summary", {}, count(totals.length - first.length, "more reason")), build("ul", {}, ...rest.map(line)),
+                totals.length > maxReasons && build("p", { class: "quiet" }, `and ${count(totals.length - maxReasons, "other")}`)));
+    }
+
+    /** @param {string} reason */
+    #toggle(reason) {
+        this.reason.value = this.reason.value === reason ? "" : reason;
+        this.update();
+        this.reason.scrollIntoView({ block: "nearest" });
     }
 
     /** @param {string} label @param {string} any @param {[string, string, number][]} choices */
@@ -107,11 +190,12 @@ export class PackageList {
         });
         this.list.active = 0;
         this.list.setCount(this.shown.length);
+        this.most.forEach(({ reason: one, button }) => button.setAttribute("aria-pressed", String(one === reason)));
     }
 
     /** @param {Line} line @param {HTMLElement} row */
     #draw(line, row) {
-        row.append(nameOf(line.name), badge(line.status),
+        row.append(build("span", { class: "package" }, nameOf(line.name), line.place && nameOf(line.place)), badge(line.status),
             ...[line.targets, line.items, line.losses, line.missing].map((value, at) => (
                 build("span", { class: "number" + (value === 0 ? " quiet" : at === 2 ? " bad" : "") }, number(value)))));
     }

@@ -227,6 +227,23 @@ describe("a thousand packages", () => {
         await page.waitForFunction(() => document.querySelector(".rows .row").children[3].textContent === "0");
     });
 
+    test("tell what was lost and left out most in all, and are filtered by a reason that is chosen", async () => {
+        await page.reload();
+        const [lost, leftOut] = await page.$$eval(".most section", (sections) => sections.map((one) => [...one.querySelectorAll("button")].map((button) => button.innerText.split("\n"))));
+        const sum = (lines) => lines.reduce((total, [, numbers]) => total + Number(numbers.split(" ")[0].replace(",", "")), 0);
+        assert.equal(sum(lost), await page.evaluate(() => JSON.parse(document.getElementById("summary").textContent).packages.reduce((total, pack) => total + pack.losses, 0)));
+        assert.deepEqual(leftOut, [["The isolated application does not see the key.", "1,400 in 600 packages"]]);
+        await page.focus(".most section:nth-child(2) button");
+        await page.keyboard.press("Enter");
+        await waitForText(".filters [role=status]", "600 of 1,000 packages");
+        assert.equal(await page.$eval("[aria-label=Reason]", (select) => select.value), "hidden");
+        assert.deepEqual(await texts(".most [aria-pressed=true] .whole"), [leftOut[0][0]]);
+        await page.keyboard.press("Enter");
+        await waitForText(".filters [role=status]", "1,000 packages");
+        await page.type("[aria-label='Name or folder']", "/OUT/99");
+        await page.waitForFunction(() => document.querySelector(".rows .row .name + .name").textContent.startsWith("99"));
+    });
+
     test("are opened by keyboard, and back leads to the list as it was", async () => {
         await page.focus(".rows");
         await page.keyboard.press("End");
