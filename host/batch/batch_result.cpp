@@ -1,16 +1,12 @@
 #include "host/batch/batch_result.h"
 
-// Half of a surrogate pair, which a name of Windows may have, is no fault here.
-#define RAPIDJSON_ASSERT(condition) static_cast<void>(0)
-#include <rapidjson/document.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
 
 #include "foundation/json_writer.h"
-#include "host/json.h"
+#include "host/batch/result_json.h"
 #include "host/path_rules.h"
 #include "host/system.h"
 #include "platform/local_paths.h"
@@ -130,17 +126,6 @@ void TakeConversion(const Value& object, SConversion& conversion) {
     ForEach(object, "messages", [&](const Value& message) { TakeMessage(message, conversion); });
 }
 
-bool Parse(std::string json, rapidjson::Document& document) {
-    // Iterative, because a file may nest to any depth.
-    document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size());
-    if (document.HasParseError() &&
-        document.GetParseError() == rapidjson::kParseErrorStringUnicodeSurrogateInvalid) {
-        ReplaceLoneHalves(json);
-        document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size());
-    }
-    return !document.HasParseError() && document.IsObject();
-}
-
 bool FindEnd(const std::string& word, EEnd& end) {
     const auto* const row = std::find_if(std::begin(kEndWords), std::end(kEndWords),
                                          [&](const SEndWord& each) { return word == each.word; });
@@ -168,10 +153,33 @@ bool TakeResult(const rapidjson::Document& document, SPackageResult& result) {
     result.peakMemory = CountOf(document, "peakMemory");
     const Value* const seconds = Find(document, "seconds");
     result.seconds = seconds != nullptr && seconds->IsNumber() ? seconds->GetDouble() : 0;
-    if (const Value* const conversion = Find(document, "result")) {
+    if (const Value* const conversion = Find(document, kConversionMember)) {
         TakeConversion(*conversion, result.conversion);
     }
     return true;
+}
+
+// `parse` makes a document of the file, and returns false if that is no whole object.
+template <class TParse>
+EResultState ReadBy(const TParse& parse, const std::filesystem::path& file, SPackageResult& result,
+                    std::string& problem) {
+    std::ifstream stream(DeepPath(file), std::ios::binary);
+    if (!stream.is_open() && !Exists(file)) {
+        return EResultState::Missing;
+    }
+    rapidjson::Document document;
+    SPackageResult read;
+    if (!parse(stream, document)) {
+        problem = "is cut off or damaged";
+    } else if (NumberOf(document, "schema") > kVersion) {
+        problem = "is of a newer version of this program";
+    } else if (NumberOf(document, "schema") != kVersion || !TakeResult(document, read)) {
+        problem = "is not that of a conversion";
+    } else {
+        result = std::move(read);
+        return EResultState::Good;
+    }
+    return EResultState::Unusable;
 }
 
 std::string FormatSeconds(double seconds) {
@@ -191,7 +199,7 @@ EOutcome OutcomeOf(const SPackageResult& result) {
 
 bool ReadConversion(std::string_view json, SConversion& conversion) {
     rapidjson::Document document;
-    if (!Parse(std::string(json), document)) {
+    if (!ParseText(std::string(json), document)) {
         return false;
     }
     TakeConversion(document, conversion);
@@ -229,25 +237,12 @@ bool IsResult(const std::filesystem::path& file) {
 
 EResultState ReadResult(const std::filesystem::path& file, SPackageResult& result,
                         std::string& problem) {
-    std::ifstream stream(DeepPath(file), std::ios::binary);
-    if (!stream.is_open() && !Exists(file)) {
-        return EResultState::Missing;
-    }
-    const std::string bytes((std::istreambuf_iterator<char>(stream)),
-                            std::istreambuf_iterator<char>());
-    rapidjson::Document document;
-    SPackageResult read;
-    if (!Parse(bytes, document)) {
-        problem = "is cut off or damaged";
-    } else if (NumberOf(document, "schema") > kVersion) {
-        problem = "is of a newer version of this program";
-    } else if (NumberOf(document, "schema") != kVersion || !TakeResult(document, read)) {
-        problem = "is not that of a conversion";
-    } else {
-        result = std::move(read);
-        return EResultState::Good;
-    }
-    return EResultState::Unusable;
+    return ReadBy(ParseAll, file, result, problem);
+}
+
+EResultState ReadResultHead(const std::filesystem::path& file, SPackageResult& result,
+                            std::string& problem) {
+    return ReadBy(ParseHead, file, result, problem);
 }
 
 std::string FormatResult(const SPackageResult& result, std::u16string_view name,
@@ -287,7 +282,7 @@ std::string FormatResult(const SPackageResult& result, std::u16string_view name,
         writer.Key("reason");
         writer.Utf8(result.reason);
     }
-    writer.Key("result");
+    writer.Key(kConversionMember);
     if (json.empty()) {
         writer.Null();
     } else {

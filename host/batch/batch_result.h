@@ -65,6 +65,10 @@ enum class EResultState {
 [[nodiscard]] EResultState ReadResult(const std::filesystem::path& file, SPackageResult& result,
                                       std::string& problem);
 
+// The same without `conversion`, in memory that does not grow with what the conversion has told.
+[[nodiscard]] EResultState ReadResultHead(const std::filesystem::path& file, SPackageResult& result,
+                                          std::string& problem);
+
 // The text of a result file, with a line end. `json` is the object of the conversion, or empty.
 [[nodiscard]] std::string FormatResult(const SPackageResult& result, std::u16string_view name,
                                        const std::filesystem::path& profile, std::string_view json);

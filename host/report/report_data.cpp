@@ -25,7 +25,7 @@ void CReportData::Tell(SReportedPackage& data, const fs::path& place, const std:
 void CReportData::ReadResultOf(const SReportPackage& package, SReportedPackage& data) {
     SPackageResult result;
     std::string problem;
-    switch (ReadResult(package.result, result, problem)) {
+    switch (ReadResultHead(package.result, result, problem)) {
         case EResultState::Good:
             break;
         case EResultState::Missing:

@@ -27,8 +27,8 @@ struct SReportCounts {
 };
 
 // Gives what packages have to a page: the rows at once, and in the end the summary. The memory
-// grows with the summary, the files of the largest target, the largest item and the largest result
-// file of a batch. One thread at a time.
+// grows with the summary, the files of the largest target and the largest item. One thread at a
+// time.
 class CReportData {
 public:
     // `tell` receives what cannot be read, besides the page.

@@ -226,7 +226,8 @@ def check_batch():
         '{"record":1,"state":"whole","status":0,"losses":0}\n{"in":1,"thing":"target","outcome":"created",'
         '"target":"' + GUID + '/app.orv"}\n', encoding="ascii")
     (folder / "2" / "App" / "record.jsonl").write_text('{"record":1,"state":"running","status":0}\n', encoding="ascii")
-    result = {"schema": 1, "name": "1/App", "digests": {}, "end": "exit", "status": 0, "result": None}
+    result = {"schema": 1, "name": "1/App", "digests": {}, "end": "exit", "status": 0,
+              "result": {"messages": [{"text": "\ud800"}], "result": {"name": "x"}}, "reason": ""}
     failed = {**result, "end": "signal", "status": 1, "reason": HOSTILE}
     for name, value in (("1/App", result), ("2/App", {**failed, "name": "2/App"}), ("v1.2", {**failed, "name": HOSTILE}),
                         ("newer", {**result, "schema": 2}), (".cas2orv-batch/1/new", result), ("other", {"name": "x"})):
