@@ -160,9 +160,10 @@ constexpr SVerbTexts kReport = {
     EVerb::Report,
     "report",
     "Make a page to look at of what came and what did not",
-    "A RESULT is a manifest, the folder of a target, a folder with some, or a record or log of a\n"
-    "conversion. The page needs nothing else to be opened in a browser: what came, what was\n"
-    "left out and why, what is lost and what to do, the largest files, and a search.\n"
+    "A RESULT is a manifest, the folder of a target, a folder with some, such as the output of\n"
+    "batch, or a record or log of a conversion. The page needs nothing else to be opened in a\n"
+    "browser: what came, what was left out and why, what is lost and what to do, the largest\n"
+    "files, and a search.\n"
     "\n"
     "Example: cas2orv report out app.jsonl -o report.html\n"
     "\n"
