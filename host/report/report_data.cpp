@@ -144,9 +144,10 @@ void CReportData::ReadManifestOf(SReportedTarget& target, CReportPayload& payloa
         if (item.collection == u"Properties") {
             target.properties[std::u16string(item.element)] = item.text;
         } else {
-            target.CountItem(item.collection, places);
+            const std::optional<std::uint64_t> size = payload.GetSize(item);
+            target.CountItem(item.collection, size.value_or(0), places);
             ++m_counts.items;
-            WriteItemRow(item, payload.GetSize(item), m_slices.BeginRow());
+            WriteItemRow(item, size, m_slices.BeginRow());
             m_slices.EndRow();
         }
         return !m_page.HasFailed();

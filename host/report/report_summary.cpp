@@ -53,6 +53,21 @@ void WriteSizes(CJsonWriter& json, std::string_view key, const std::vector<SRepo
     json.EndArray();
 }
 
+// Writes a number of each collection that has one, in the order of the manifest.
+void WriteItemCounts(CJsonWriter& json, std::string_view key,
+                     const std::vector<SReportedItems>& items,
+                     std::uint64_t SReportedItems::*number) {
+    json.Key(key);
+    json.BeginObject();
+    for (const SReportedItems& each : items) {
+        if (each.*number != 0) {
+            json.Key(platform::Utf16ToUtf8(each.collection));
+            json.Number(static_cast<std::int64_t>(each.*number));
+        }
+    }
+    json.EndObject();
+}
+
 void WriteRules(CJsonWriter& json, const SRecordSummary& summary) {
     std::vector<std::pair<std::uint64_t, Text>> rules;
     for (const auto& [rule, count] : summary.rules) {
@@ -103,12 +118,8 @@ void WriteManifest(const SReportedTarget& target, CJsonWriter& json) {
         WriteText(json, platform::Utf16ToUtf8(key), value);
     }
     json.EndObject();
-    json.Key("items");
-    json.BeginObject();
-    for (const auto& [collection, count] : target.items) {
-        WriteNumber(json, platform::Utf16ToUtf8(collection), count);
-    }
-    json.EndObject();
+    WriteItemCounts(json, "items", target.items, &SReportedItems::count);
+    WriteItemCounts(json, "sizes", target.items, &SReportedItems::bytes);
 }
 
 void WriteTarget(const SReportedTarget& target, CJsonWriter& json) {
@@ -146,17 +157,19 @@ std::u16string ShownPath(const fs::path& path) {
     return text;
 }
 
-void SReportedTarget::CountItem(Text collection, std::map<std::u16string, std::size_t>& places) {
+void SReportedTarget::CountItem(Text collection, std::uint64_t size,
+                                std::map<std::u16string, std::size_t>& places) {
     // The items of a collection follow each other.
-    if (items.empty() || items.back().first != collection) {
+    std::size_t index = items.empty() ? 0 : items.size() - 1;
+    if (items.empty() || items.back().collection != collection) {
         const auto [place, isNew] = places.try_emplace(std::u16string(collection), items.size());
-        if (!isNew) {
-            ++items[place->second].second;
-            return;
+        index = place->second;
+        if (isNew) {
+            items.push_back({std::u16string(collection)});
         }
-        items.emplace_back(collection, 0);
     }
-    ++items.back().second;
+    ++items[index].count;
+    items[index].bytes += size;
 }
 
 std::u16string SReportedTarget::GetGuid() const {

@@ -17,6 +17,13 @@
 
 namespace host {
 
+// What a manifest has of a collection.
+struct SReportedItems {
+    std::u16string collection;
+    std::uint64_t count = 0;
+    std::uint64_t bytes = 0;  // of the payload that the items name
+};
+
 // What the summary says of a target, or of what is outside of targets.
 struct SReportedTarget {
     std::filesystem::path folder;  // empty when only the record tells of it
@@ -25,7 +32,7 @@ struct SReportedTarget {
     std::u16string recorded;  // FOLDER\MANIFEST in the record; empty without
     bool isCreated = false;   // as the record says
     std::map<std::u16string, std::u16string> properties;
-    std::vector<std::pair<std::u16string, std::uint64_t>> items;
+    std::vector<SReportedItems> items;
     std::optional<SRecordSummary> record;
     std::uint64_t files = 0;
     std::uint64_t bytes = 0;
@@ -35,8 +42,10 @@ struct SReportedTarget {
     std::vector<std::uint32_t> recordSlices;
     std::vector<std::uint32_t> fileSlices;
 
-    // Adds an item. `places` is empty at the first one, and kept by the caller from item to item.
-    void CountItem(std::u16string_view collection, std::map<std::u16string, std::size_t>& places);
+    // Adds an item with the size of its payload. `places` is empty at the first one, and kept by
+    // the caller from item to item.
+    void CountItem(std::u16string_view collection, std::uint64_t size,
+                   std::map<std::u16string, std::size_t>& places);
     [[nodiscard]] std::u16string GetGuid() const;
 };
 

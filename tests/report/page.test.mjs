@@ -188,6 +188,7 @@ describe("the page of the program", () => {
         await waitForText(".trouble .advice", "Put what it leads to in its place");
         assert.equal((await texts("h1"))[0], "Planner");
         assert.match((await texts(".figure")).join(" "), /Items in the manifest\D*[1-9]/);
+        assert.match((await texts(".bars tr")).join("\n"), /^CreateFiles\d+[\d.]+\sKiB$/m);
     });
 
     test("leads from a captured file to its place in the result, and from a value to its key", async () => {
