@@ -29,10 +29,13 @@ constexpr std::size_t kMostTold = 100;   // items that are told one by one
 constexpr std::size_t kMostShown = 200;  // columns of a name in a message
 
 // Whether a key may be another one for programs of another architecture.
-bool HasViews(const CStrW& key) {
-    return key.StartsWithNoCase(uR"(HKEY_LOCAL_MACHINE\SOFTWARE)") ||
-           key.StartsWithNoCase(uR"(HKEY_CURRENT_USER\Software\Classes)") ||
-           key.StartsWithNoCase(u"HKEY_USERS");
+bool HasViews(const std::u16string& key) {
+    const auto isBelow = [&key](Text other) {
+        return CStrW(key).StartsWithNoCase(other) &&
+               (key.size() == other.size() || key[other.size()] == u'\\');
+    };
+    return isBelow(uR"(HKEY_LOCAL_MACHINE\SOFTWARE)") ||
+           isBelow(uR"(HKEY_CURRENT_USER\Software\Classes)") || isBelow(u"HKEY_USERS");
 }
 
 // What keeps a key out of the file; empty when nothing does.
@@ -126,11 +129,15 @@ int CExport::Run() {
 }
 
 bool CExport::OpenFile() {
-    std::error_code error;
-    if (std::filesystem::equivalent(platform::LocalPath(m_command.manifest),
-                                    platform::LocalPath(m_command.output), error)) {
-        Complain("the .reg file would replace the manifest; name another file");
-        return false;
+    for (const auto& [what, file] : {std::pair("manifest", &m_command.manifest),
+                                     std::pair("machine description", &m_command.machine)}) {
+        std::error_code error;  // means that they are not one file
+        if (std::filesystem::equivalent(platform::LocalPath(*file),
+                                        platform::LocalPath(m_command.output), error)) {
+            Complain(std::string("the .reg file would replace the ") + what +
+                     "; name another file");
+            return false;
+        }
     }
     return m_file.OpenOwn(m_command.output);
 }
@@ -167,6 +174,9 @@ void CExport::TakeItem(const SItem& item) {
 }
 
 std::string CExport::AddItem(const SItem& item, Add add) {
+    if (item.hasBadEscape) {
+        return "a tilde in it begins no escape";
+    }
     const std::optional<std::u16string> key =
         m_texts.Resolve(GetAttribute(item, u"Target"), EForm::Key);
     if (!key) {
@@ -183,7 +193,7 @@ std::string CExport::AddItem(const SItem& item, Add add) {
 // imported into one view. So only a key that is the same in both is exported.
 std::string CExport::CheckView(const SItem& item, const std::u16string& key) const {
     const Text* const view = FindAttribute(item, u"Architecture");
-    if (view == nullptr || *view == m_architecture || !HasViews(CStrW(key))) {
+    if (view == nullptr || *view == m_architecture || !HasViews(key)) {
         return "";
     }
     return "it is for the registry of another architecture, '" +

@@ -272,8 +272,13 @@ std::vector<std::u16string> CItemText::ListOthers(const SItem& item) const {
     if (!m_row->element.empty() && item.element != m_row->element) {
         others.push_back(u"Element=" + std::u16string(item.element));
     }
+    // A column that shows no attribute can be called as one is.
+    const auto hasColumn = [&](Text name) {
+        const auto column = std::ranges::find(columns, name, &SItemColumn::name);
+        return column != columns.end() && column->show < EShow::Element;
+    };
     for (const platform::SXmlAttribute& attribute : item.attributes) {
-        if (std::ranges::find(columns, attribute.name, &SItemColumn::name) == columns.end()) {
+        if (!hasColumn(attribute.name)) {
             others.push_back(std::u16string(attribute.name) + u'=' +
                              ShowOther(attribute.name, attribute.value));
         }

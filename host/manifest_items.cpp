@@ -8,6 +8,7 @@
 #include "foundation/xml_escape.h"
 #include "host/console.h"
 #include "host/manifest_line.h"
+#include "host/manifest_schema.h"
 #include "host/status_text.h"
 #include "host/utf16_reader.h"
 #include "platform/local_paths.h"
@@ -27,7 +28,8 @@ std::string AtLine(std::uint32_t line, const std::string& words) {
     return (line == 0 ? "" : "line " + std::to_string(line) + ": ") + words;
 }
 
-std::u16string Unescape(Text text) {
+std::u16string Unescape(Text text, bool& hasBadEscape) {
+    hasBadEscape |= !HasGoodEscapes(text);
     CStrW plain(text);
     UnescapeXmlText(plain);
     return std::u16string(Text(plain));
@@ -157,6 +159,7 @@ private:
     SElement m_element;
     std::vector<SElement> m_parts;
     std::string m_problem;  // the first one
+    bool m_hasBadEscape = false;  // the item has one
     bool m_isStopped = false;
     bool m_hasRoot = false;
 };
@@ -188,9 +191,10 @@ void CXmlReading::OnElement(Text name, std::span<const platform::SXmlAttribute> 
                                "' is not allowed here");
             return;
     }
+    m_hasBadEscape = m_hasBadEscape && m_depth == Part;
     SElement element{std::u16string(name), {}, {}};
     for (const platform::SXmlAttribute& attribute : attributes) {
-        element.attributes.emplace_back(attribute.name, Unescape(attribute.value));
+        element.attributes.emplace_back(attribute.name, Unescape(attribute.value, m_hasBadEscape));
     }
     if (m_depth == Item) {
         m_itemLine = line;
@@ -234,17 +238,17 @@ void CXmlReading::TellItem() {
     if (!m_parts.empty() && m_element.text.find_first_not_of(u" \t\r\n") == Text::npos) {
         m_element.text.clear();
     }
-    m_element.text = Unescape(m_element.text);
+    m_element.text = Unescape(m_element.text, m_hasBadEscape);
     SView own;
     View(m_element, own);
     std::vector<SView> views(m_parts.size());
     std::vector<SItemPart> parts;
     for (std::size_t i = 0; i < m_parts.size(); ++i) {
-        m_parts[i].text = Unescape(m_parts[i].text);
+        m_parts[i].text = Unescape(m_parts[i].text, m_hasBadEscape);
         View(m_parts[i], views[i]);
         parts.push_back(views[i].part);
     }
-    SItem item{own.part, m_collection, parts, m_itemLine};
+    SItem item{own.part, m_collection, parts, m_itemLine, m_hasBadEscape};
     m_isStopped = !m_handle(item);
 }
 

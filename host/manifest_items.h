@@ -25,6 +25,7 @@ struct SItem : SItemPart {
     std::u16string_view collection;  // such as "CreateFiles"; "Properties" for a property
     std::span<const SItemPart> parts;
     std::uint32_t line = 0;
+    bool hasBadEscape = false;  // a tilde of the manifest begins no escape, and is as it was
 };
 
 // The value of an attribute; null when there is none of this name.

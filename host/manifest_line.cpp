@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "foundation/xml_escape.h"
+#include "host/manifest_schema.h"
 
 namespace host {
 
@@ -172,6 +173,7 @@ bool CManifestLine::Decode(Text& text) {
         return false;
     }
     if (decoded.find(u'~') != Text::npos) {
+        m_item.hasBadEscape |= !HasGoodEscapes(decoded);
         CStrW unescaped{Text(decoded)};
         UnescapeXmlText(unescaped);
         decoded = Text(unescaped);

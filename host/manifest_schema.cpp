@@ -246,6 +246,18 @@ bool IsFileToken(std::u16string_view name) {
                        [name](const auto& folder) { return name == folder.name; });
 }
 
+bool HasGoodEscapes(std::u16string_view text) {
+    for (std::size_t at = text.find(u'~'); at != text.npos; at = text.find(u'~')) {
+        text.remove_prefix(at);
+        const std::size_t size = EscapeSize(text);
+        if (size == 0) {
+            return false;
+        }
+        text.remove_prefix(size);
+    }
+    return true;
+}
+
 bool HasForm(std::u16string_view text, EForm form, std::u16string_view words) {
     switch (form) {
         case None:

@@ -50,6 +50,9 @@ struct SElementRule {
 // Whether a text has a form.
 [[nodiscard]] bool HasForm(std::u16string_view text, EForm form, std::u16string_view words);
 
+// Whether each tilde of a text begins an escape.
+[[nodiscard]] bool HasGoodEscapes(std::u16string_view text);
+
 // Whether `name` is a token of portable texts for folders and variables, without percent signs.
 [[nodiscard]] bool IsFileToken(std::u16string_view name);
 

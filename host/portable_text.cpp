@@ -26,7 +26,9 @@ Text TakeMark(Text text, EForm form) {
         return {};
     }
     const Text token = text.substr(0, end + 1);
-    return IsToken(token, form) ? token : Text();
+    // A backslash follows each token of files, unless the text ends there.
+    const bool isEnd = token == kSid || token.size() == text.size() || text[end + 1] == u'\\';
+    return isEnd && IsToken(token, form) ? token : Text();
 }
 
 }  // namespace

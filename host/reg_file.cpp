@@ -219,8 +219,9 @@ void CRegFile::DeleteValue(Text key, Text name) {
 // because of two values of one name the later one is to remain.
 void CRegFile::SortLines(std::vector<SLine>& lines) {
     std::ranges::stable_sort(lines, {}, [](const SLine& line) {
-        return std::tuple(!line.isDeletion, line.text[0] != u'@',
-                          Text(line.text).substr(0, line.nameSize));
+        std::u16string name = line.text.substr(0, line.nameSize);
+        platform::FoldText(name.data(), name.size());  // letter case does not tell names apart
+        return std::tuple(!line.isDeletion, line.text[0] != u'@', std::move(name));
     });
 }
 

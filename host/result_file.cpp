@@ -117,8 +117,14 @@ std::error_code CResultFile::Rename() {
     std::error_code error;
     std::filesystem::create_directories(m_userPath.parent_path(), error);  // shows below
     // What the user has made of the file stays: where it is, and who may read it.
-    if (std::filesystem::is_symlink(m_userPath, error)) {
-        m_userPath = FullPath(m_userPath);
+    constexpr int kMostLinks = 40;
+    // A link may lead to a file that is not there yet, so each is followed by itself.
+    for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(m_userPath, error); ++i) {
+        const std::filesystem::path next = std::filesystem::read_symlink(m_userPath, error);
+        if (error) {
+            break;
+        }
+        m_userPath = m_userPath.parent_path() / next;
     }
     const std::filesystem::file_status former = std::filesystem::status(m_userPath, error);
     const auto keepPermissions = [&former, &error](const std::filesystem::path& file) {

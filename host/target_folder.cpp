@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 
+#include "host/manifest_check.h"
 #include "host/path_rules.h"
 #include "host/status_text.h"
 #include "platform/local_paths.h"
@@ -78,6 +79,47 @@ std::vector<SFoundFile> ListFiles(const fs::path& folder, const TellProblem& tel
     // everywhere.
     std::sort(files.begin(), files.end(),
               [](const auto& left, const auto& right) { return left.name < right.name; });
+    return files;
+}
+
+std::u16string FirstName(const std::u16string& file) {
+    const std::size_t start = file.starts_with(u'\\') ? 1 : 0;
+    return file.substr(start, file.find(u'\\', start) - start);
+}
+
+std::vector<SFoundFile> ListNamedFiles(const fs::path& folder,
+                                       const std::set<std::u16string>& firstNames,
+                                       const TellProblem& tell) {
+    const std::u16string library = platform::LibraryPath(platform::PathBytes(folder)).value_or(u"");
+    std::set<std::u16string> wanted;
+    bool isAllWanted = false;
+    for (const std::u16string& name : firstNames) {
+        isAllWanted |= name.find(kSidMark) != name.npos;
+        wanted.insert(PathKey(platform::LocalPath(library + u'\\' + name)));
+    }
+    std::vector<SFoundFile> files;
+    std::vector<SFolderEntry> entries;
+    const std::error_code error =
+        firstNames.empty() ? std::error_code() : ListFolder(folder, entries);
+    for (const SFolderEntry& entry : entries) {
+        const fs::path path = DeepPath(folder) / entry.name;
+        const std::string name = platform::PathBytes(entry.name);
+        if (!isAllWanted && !wanted.contains(PathKey(path))) {
+            continue;
+        }
+        if (!entry.isFolder) {
+            files.push_back({path, name, entry.isRegular});
+            continue;
+        }
+        for (SFoundFile& file : ListFiles(path, tell)) {
+            file.name.insert(0, name + '/');
+            files.push_back(std::move(file));
+        }
+    }
+    if (error) {
+        tell(folder, "the folder cannot be listed: " + DescribeError(error));
+    }
+    std::ranges::sort(files, {}, &SFoundFile::name);
     return files;
 }
 

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,5 +31,14 @@ struct SFoundFile {
 // followed. What cannot be listed is told.
 [[nodiscard]] std::vector<SFoundFile> ListFiles(const std::filesystem::path& folder,
                                                 const TellProblem& tell);
+
+// The first name of a payload file's path, as CheckManifest tells it.
+[[nodiscard]] std::u16string FirstName(const std::u16string& file);
+
+// The same as ListFiles, of what such names begin: a manifest may lie in any folder, of which
+// nothing else is looked at. A name with kSidMark begins everything.
+[[nodiscard]] std::vector<SFoundFile> ListNamedFiles(const std::filesystem::path& folder,
+                                                     const std::set<std::u16string>& firstNames,
+                                                     const TellProblem& tell);
 
 }  // namespace host

@@ -180,22 +180,28 @@ class Page {
             this.go(owner.pack, 0, owner.kind === "log" ? "log" : "overview");
             return;
         }
-        const area = owner.kind === "items" ? areaOfCollection(row[0]) : owner.kind === "record" ? areaOfThing(row[0]) : "files";
-        const item = owner.kind === "files" ? await this.#findItem(owner, row[0]) : ref;
-        this.view.wanted = { side: owner.kind === "record" ? "left" : "right", ref: item };
-        this.go(owner.pack, owner.target, area);
+        if (owner.kind === "record") {
+            this.view.wanted = { side: "left", ref };
+            this.go(owner.pack, owner.target, areaOfThing(row[0]));
+            return;
+        }
+        const item = owner.kind === "files" ? await this.#findItem(owner, row[0]) : { ref, collection: row[0] };
+        if (item) {
+            this.view.wanted = { side: "right", ref: item.ref };
+        }
+        this.go(owner.pack, owner.target, item ? areaOfCollection(item.collection) : "overview");
     }
 
-    /** The item that has a payload file. @param {import("./store.js").Owner} owner @param {string} name */
+    /** The item that has a payload file; null for one that no item names by itself. @param {import("./store.js").Owner} owner @param {string} name */
     async #findItem(owner, name) {
         const slices = this.store.packages[owner.pack].targets?.[owner.target]?.slices?.items ?? [];
         for await (const [slice, rows] of this.store.rowsOf(slices)) {
             const at = rows.findIndex((row) => row[2] === name);
             if (at >= 0) {
-                return slice * rowsInSlice + at;
+                return { ref: slice * rowsInSlice + at, collection: rows[at][0] };
             }
         }
-        return -1;
+        return null;
     }
 }
 

@@ -176,9 +176,10 @@ export function outsideOfTargets(context) {
     return build("div", { class: "overview" }, troubles(context), outcomesOf(context) || null);
 }
 
-/** @param {number|undefined} bytes */
-function sizeNote(bytes) {
-    return bytes === undefined ? "" : size(bytes);
+/** @param {import("./store.js").Target} target @param {string} collection */
+function sizeNote(target, collection) {
+    const sizes = target.sizes ?? {};
+    return Object.hasOwn(sizes, collection) ? size(sizes[collection]) : "";
 }
 
 /** All of the overview of a target. @param {Context} context */
@@ -188,7 +189,7 @@ export function overview(context) {
     return build("div", { class: "overview" }, figures(target), troubles(context),
         target.outcomes ? null : build("p", { class: "notice" }, "There is no record of this conversion, so the report shows only what is in the result. Convert with --record to learn what was left out, and why."),
         items.length > 0 && section("What came into the manifest", barTable("Items by kind", items.map(([name, value]) => (
-            { name: plain(name), value, shown: number(value), note: sizeNote(target.sizes?.[name]), word: name.startsWith("Delete") ? "deleted" : "" })))),
+            { name: plain(name), value, shown: number(value), note: sizeNote(target, name), word: name.startsWith("Delete") ? "deleted" : "" })))),
         outcomesOf(context) || null, rulesOf(context), ...payload(target),
         propertiesOf(target));
 }

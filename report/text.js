@@ -166,6 +166,6 @@ export function badge(word, text = word) {
         whole: "✓", created: "+", deleted: "−", "not whole": "!", failed: "✕", "not read": "✕", unknown: "?",
         error: "✕", warning: "!", "left out": "○", claimed: "→", merged: "=",
     });
-    const sign = build("span", { class: "sign", "aria-hidden": "true" }, signs[word] ?? "·");
+    const sign = build("span", { class: "sign", "aria-hidden": "true" }, Object.hasOwn(signs, word) ? signs[word] : "·");
     return build("span", { class: "badge " + word.replace(/[^a-z]/g, "-") }, sign, plain(text));
 }

@@ -45,7 +45,7 @@ function pickRecord(row, area) {
     if (areaOfThing(thing) !== area) {
         return null;
     }
-    const items = /** @type {Record<string, string>} */ ({ variable: "EnvVars", service: "Services" })[thing];
+    const items = thing === "variable" ? "EnvVars" : thing === "service" ? "Services" : "";
     const last = String(place).slice(String(place).lastIndexOf("\\") + 1);
     const text = area === "other" ? `${thing}\\${source}` : withoutLongMark(String(source || place || `(${thing})`));
     return { text, mark: outcomeNumber(outcome), place: items && place ? `${outcome === "deleted" ? "Delete" : "Create"}${items}\\${last}` : withoutLongMark(String(place ?? "")) };

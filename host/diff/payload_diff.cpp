@@ -28,43 +28,18 @@ std::string_view ReadPiece(std::ifstream& file, std::vector<char>& buffer) {
 
 }  // namespace
 
-CPayloadSide::CPayloadSide(fs::path folder)
-    : m_folder(std::move(folder)),
-      m_library(platform::LibraryPath(platform::PathBytes(m_folder)).value_or(u"")) {}
+CPayloadSide::CPayloadSide(fs::path folder) : m_folder(std::move(folder)) {}
 
 void CPayloadSide::Name(const std::u16string& source) {
     const std::u16string file = DecodeRelativePath(source);
-    const std::size_t start = file.starts_with(u'\\') ? 1 : 0;
-    m_starts.insert(file.substr(start, file.find(u'\\', start) - start));
+    m_firstNames.insert(FirstName(file));
     if (file.find(kSidMark) != file.npos) {
         m_withSid.push_back(file);
     }
 }
 
 void CPayloadSide::List(const TellProblem& tell) {
-    std::set<std::u16string> wanted;
-    bool isAllWanted = false;
-    for (const std::u16string& start : m_starts) {
-        isAllWanted |= start.find(kSidMark) != start.npos;
-        wanted.insert(PathKey(platform::LocalPath(m_library + u'\\' + start)));
-    }
-    std::vector<SFolderEntry> entries;
-    const std::error_code error =
-        m_starts.empty() ? std::error_code() : ListFolder(m_folder, entries);
-    for (const SFolderEntry& entry : entries) {
-        const fs::path path = DeepPath(m_folder) / entry.name;
-        if (!isAllWanted && !wanted.contains(PathKey(path))) {
-            continue;
-        }
-        if (entry.isFolder) {
-            std::ranges::move(ListFiles(path, tell), std::back_inserter(m_files));
-        } else {
-            m_files.push_back({path, platform::PathBytes(entry.name), entry.isRegular});
-        }
-    }
-    if (error) {
-        tell(m_folder, "the folder cannot be listed: " + DescribeError(error));
-    }
+    m_files = ListNamedFiles(m_folder, m_firstNames, tell);
     m_check.emplace(m_folder, m_files);
     const TellProblem ignore = [](const fs::path& /*place*/, const std::string& /*words*/) {};
     for (const std::u16string& file : m_withSid) {

@@ -30,8 +30,7 @@ public:
 
 private:
     std::filesystem::path m_folder;
-    std::u16string m_library;               // the folder, as the library names it
-    std::set<std::u16string> m_starts;      // the first names of all paths
+    std::set<std::u16string> m_firstNames;
     std::vector<std::u16string> m_withSid;  // decoded
     std::vector<SFoundFile> m_files;
     std::optional<CPayloadCheck> m_check;  // after List

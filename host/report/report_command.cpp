@@ -1,12 +1,15 @@
 #include "host/report/report_command.h"
 
 #include <algorithm>
+#include <fstream>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "host/console.h"
 #include "host/exit_status.h"
 #include "host/interruption.h"
+#include "host/path_rules.h"
 #include "host/report/report_data.h"
 #include "host/report/report_packages.h"
 #include "host/report/report_page.h"
@@ -22,6 +25,19 @@ namespace host {
 namespace fs = std::filesystem;
 
 namespace {
+
+// Whether a file can be replaced: there is none, it is empty, or a page.
+bool IsFree(const fs::path& file) {
+    constexpr std::string_view kStart = "<!DOCTYPE html>";
+    std::error_code error;
+    if (IsSpecialFile(file) || !fs::is_regular_file(DeepPath(file), error)) {
+        return true;
+    }
+    std::string start(kStart.size(), ' ');
+    std::ifstream stream(DeepPath(file), std::ios::binary);
+    stream.read(start.data(), static_cast<std::streamsize>(start.size()));
+    return stream.gcount() == 0 || start == kStart;
+}
 
 // One run of the command.
 class CReport {
@@ -55,21 +71,26 @@ void CReport::Tell(const fs::path& place, const std::string& words) {
                "cas2orv: '" + Printable(text) + "': " + words);
 }
 
-// The page does not take the place of what it tells of.
+// The page takes the place of nothing but a page, and is no stray file among the payload.
 bool CReport::CheckOutput(const SReportSources& sources) const {
     const fs::path output = FullPath(platform::LocalPath(m_command.output));
-    const auto isOutput = [&](const SReportFile& file) { return FullPath(file.file) == output; };
-    const bool isSource = std::ranges::any_of(sources.records, isOutput) ||
-                          std::ranges::any_of(sources.logs, isOutput) ||
-                          std::ranges::any_of(sources.results, isOutput) ||
-                          std::ranges::any_of(sources.targets, [&](const SReportTarget& target) {
-                              return FullPath(target.folder / target.manifest) == output;
-                          });
-    if (isSource) {
-        Complain("the report would replace " + Quote(output) +
-                 ", which it is made of; write it to another file");
+    std::set<fs::path> above;
+    for (fs::path folder = output.parent_path(); above.insert(folder).second;) {
+        folder = folder.parent_path();  // the root is its own parent, which ends the loop
     }
-    return !isSource;
+    for (const SReportTarget& target : sources.targets) {
+        if (IsGuidName(platform::PathBytes(target.folder.filename())) &&
+            above.contains(FullPath(target.folder))) {
+            Complain(Quote(output) +
+                     " is in the folder of a target; write the page to another place");
+            return false;
+        }
+    }
+    if (!IsFree(output)) {
+        Complain(Quote(output) + " is there and is no page; write the page to another file");
+        return false;
+    }
+    return true;
 }
 
 int CReport::Run() {

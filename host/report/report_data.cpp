@@ -108,9 +108,9 @@ void CReportData::ReadTarget(SReportedTarget& target, SReportedPackage& data) {
     if (target.folder.empty()) {
         return;
     }
-    CReportPayload payload(target.folder, [&](const fs::path& place, const std::string& words) {
-        Tell(data, place, words);
-    });
+    CReportPayload payload(
+        target.folder, target.manifest,
+        [&](const fs::path& place, const std::string& words) { Tell(data, place, words); });
     if (target.manifest.empty()) {
         Tell(data, target.folder, "there is no manifest in this folder of a target");
     } else {
@@ -144,10 +144,10 @@ void CReportData::ReadManifestOf(SReportedTarget& target, CReportPayload& payloa
         if (item.collection == u"Properties") {
             target.properties[std::u16string(item.element)] = item.text;
         } else {
-            const std::optional<std::uint64_t> size = payload.GetSize(item);
-            target.CountItem(item.collection, size.value_or(0), places);
+            const std::optional<SReportSize> file = payload.Find(item);
+            target.CountItem(item.collection, file ? file->bytes : 0, places);
             ++m_counts.items;
-            WriteItemRow(item, size, m_slices.BeginRow());
+            WriteItemRow(item, file, m_slices.BeginRow());
             m_slices.EndRow();
         }
         return !m_page.HasFailed();

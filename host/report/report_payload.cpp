@@ -41,6 +41,31 @@ std::u16string FirstLevels(Text name) {
     return end == 0 ? u"." : std::u16string(name.substr(0, end));
 }
 
+// Calls `handle` for each path of a payload file in a manifest.
+template <class THandler>
+void ForEachPayload(const fs::path& manifest, const THandler& handle) {
+    const auto ofPart = [&handle](const SItemPart& part) {
+        for (const platform::SXmlAttribute& attribute : part.attributes) {
+            if (attribute.name.ends_with(u"RelativeSource")) {
+                handle(attribute.value);
+            }
+        }
+    };
+    static_cast<void>(ReadItems(manifest, [&](const SItem& item) {
+        ofPart(item);
+        std::ranges::for_each(item.parts, ofPart);
+        return true;
+    }));
+}
+
+// What is wrong with the manifest is told when its items are read.
+std::set<std::u16string> ReadFirstNames(const fs::path& manifest) {
+    std::set<std::u16string> names;
+    ForEachPayload(manifest,
+                   [&names](Text source) { names.insert(FirstName(DecodeRelativePath(source))); });
+    return names;
+}
+
 }  // namespace
 
 void CReportSizes::Add(const std::u16string& name, std::uint64_t bytes) {
@@ -78,9 +103,12 @@ std::vector<SReportSize> CReportSizes::ListFolders() const {
     return folders;
 }
 
-CReportPayload::CReportPayload(const fs::path& folder, const TellProblem& tell)
+CReportPayload::CReportPayload(const fs::path& folder, const fs::path& manifest,
+                               const TellProblem& tell)
     : m_folder(DeepPath(folder)),
-      m_files(host::ListFiles(folder, tell)),
+      m_files(IsGuidName(platform::PathBytes(folder.filename()))
+                  ? host::ListFiles(folder, tell)
+                  : ListNamedFiles(folder, ReadFirstNames(m_folder / manifest), tell)),
       m_sizes(m_files.size()),
       m_check(folder, m_files) {
     std::size_t others = 0;
@@ -105,41 +133,37 @@ void CReportPayload::FindSid(const fs::path& manifest) {
     const bool hasSid = std::ranges::any_of(
         m_files, [](const SFoundFile& file) { return file.name.find("S-1-") != file.name.npos; });
     const TellProblem ignore = [](const fs::path&, const std::string&) {};
-    const auto name = [&](const SItemPart& part) {
-        for (const platform::SXmlAttribute& attribute : part.attributes) {
-            if (attribute.name.ends_with(u"RelativeSource") &&
-                attribute.value.find(u"%SID%") != Text::npos) {
-                m_check.Name(DecodeRelativePath(attribute.value), false, ignore);
-            }
-        }
-    };
     if (hasSid) {
-        // What is wrong with the manifest is told when its items are read.
-        static_cast<void>(ReadItems(manifest, [&](const SItem& item) {
-            name(item);
-            std::ranges::for_each(item.parts, name);
-            return true;
-        }));
+        ForEachPayload(manifest, [&](Text source) {
+            if (source.find(u"%SID%") != Text::npos) {
+                m_check.Name(DecodeRelativePath(source), false, ignore);
+            }
+        });
     }
     m_check.FinishNames(ignore);
 }
 
-std::optional<std::uint64_t> CReportPayload::GetSize(const SItem& item) const {
+std::optional<SReportSize> CReportPayload::Find(const SItem& item) const {
     const Text source = GetAttribute(item, u"RelativeSource");
     const SFoundFile* const file =
         source.empty() ? nullptr : m_check.Find(DecodeRelativePath(source));
-    return file == nullptr ? std::nullopt
-                           : m_sizes[static_cast<std::size_t>(file - m_files.data())];
+    const auto size =
+        file == nullptr ? std::nullopt : m_sizes[static_cast<std::size_t>(file - m_files.data())];
+    return size ? std::optional(SReportSize{GetName(*file), *size, 1}) : std::nullopt;
+}
+
+std::u16string CReportPayload::GetName(const SFoundFile& file) const {
+    std::u16string name =
+        platform::PathText(file.path).substr(platform::PathText(m_folder / "").size());
+    std::ranges::replace(name, u'/', u'\\');
+    return name;
 }
 
 void CReportPayload::ListFiles(
     const std::function<void(const std::u16string& name, std::uint64_t bytes)>& handle) const {
-    const std::size_t start = platform::PathText(m_folder / "").size();
     for (std::size_t i = 0; i < m_files.size(); ++i) {
         if (m_sizes[i]) {
-            std::u16string name = platform::PathText(m_files[i].path).substr(start);
-            std::ranges::replace(name, u'/', u'\\');
-            handle(name, *m_sizes[i]);
+            handle(GetName(m_files[i]), *m_sizes[i]);
         }
     }
 }

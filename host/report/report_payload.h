@@ -43,18 +43,22 @@ private:
 // payload.
 class CReportPayload {
 public:
-    // Lists the folder. What cannot be listed, and links, are told.
-    CReportPayload(const std::filesystem::path& folder, const TellProblem& tell);
+    // Lists the folder: of one that is not called as those of targets are, only what the manifest
+    // names. What cannot be listed, and links, are told.
+    CReportPayload(const std::filesystem::path& folder, const std::filesystem::path& manifest,
+                   const TellProblem& tell);
 
     // Finds the SID that is in the names, if the manifest names files by it.
     void FindSid(const std::filesystem::path& manifest);
-    // The size of the file that an item has. None when it names none that is there.
-    [[nodiscard]] std::optional<std::uint64_t> GetSize(const SItem& item) const;
+    // The file that an item has. None when it names none that is there.
+    [[nodiscard]] std::optional<SReportSize> Find(const SItem& item) const;
     // Gives the name and the size of each file, in the order of the names.
     void ListFiles(
         const std::function<void(const std::u16string& name, std::uint64_t bytes)>& handle) const;
 
 private:
+    [[nodiscard]] std::u16string GetName(const SFoundFile& file) const;
+
     std::filesystem::path m_folder;
     std::vector<SFoundFile> m_files;
     std::vector<std::optional<std::uint64_t>> m_sizes;

@@ -79,7 +79,7 @@ std::u16string Join(Text key, Text name) {
 
 }  // namespace
 
-void WriteItemRow(const SItem& item, std::optional<std::uint64_t> size, CJsonWriter& json) {
+void WriteItemRow(const SItem& item, const std::optional<SReportSize>& file, CJsonWriter& json) {
     json.Text(item.collection);
     if (item.collection == u"CreateValues" || item.collection == u"DeleteValues") {
         json.Text(Join(GetAttribute(item, u"Target"), GetAttribute(item, u"Value")));
@@ -91,10 +91,10 @@ void WriteItemRow(const SItem& item, std::optional<std::uint64_t> size, CJsonWri
         json.Text(FindFirst(item, columns.places));
         const Text detail = FindFirst(item, columns.details);
         // The text of an item is its own detail, such as that of a script.
-        json.Text(Cut(detail.empty() ? item.text : detail));
+        json.Text(file ? file->name : Cut(detail.empty() ? item.text : detail));
     }
-    if (size) {
-        json.Number(static_cast<std::int64_t>(*size));
+    if (file) {
+        json.Number(static_cast<std::int64_t>(file->bytes));
     } else {
         json.Null();
     }

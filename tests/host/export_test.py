@@ -185,6 +185,7 @@ MADE = r"""<?xml version="1.0" encoding="utf-16"?>
 <Value Target="HKEY_USERS\A" Value="untyped" />
 <Value Target="HKEY_USERS\A" Value="wrong" Type="REG_DWORD">0xG</Value>
 <Value Target="HKEY_USERS\A" Value="%x" Type="REG_SZ">a</Value>
+<Value Target="HKEY_USERS\A" Value="n~0000" Type="REG_SZ">a</Value>
 </CreateValues>
 <DeleteValues>
 <Value Target="HKEY_USERS\A\Stays" Value="old" />
@@ -192,7 +193,7 @@ MADE = r"""<?xml version="1.0" encoding="utf-16"?>
 </DeleteValues>
 </Package>
 """
-COUNTS = {"keys": 3, "values": 10, "deletions": 4, "others": 1, "notExported": 10}
+COUNTS = {"keys": 3, "values": 10, "deletions": 4, "others": 1, "notExported": 11}
 BEFORE = "\ufeffWindows Registry Editor Version 5.00\n\n" + r"""[HKEY_USERS\A\Gone\Below]
 @="x"
 
@@ -257,15 +258,27 @@ def check_files(program, folder):
     manifest = folder / "made.orv"
     cut = folder / "cut.orv"
     cut.write_bytes(manifest.read_bytes()[:-40])
+    machine = folder / "machine.toml"
+    with open(machine, "wb") as description:
+        subprocess.run([program, "machine"], check=True, stdout=description)
     few = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100))}
     statuses = [export(program, manifest, reg, **few).returncode,
                 export(program, cut, reg).returncode,
                 export(program, folder / "none.orv", reg).returncode,
                 export(program, manifest, manifest).returncode,
+                export(program, manifest, machine, "--machine", machine).returncode,
                 export(program, manifest, "/dev/full").returncode]
-    problems = [] if statuses == [1] * 5 else [f"statuses {statuses}"]
+    problems = [] if statuses == [1] * 6 else [f"statuses {statuses}"]
     if reg.read_text() != "former" or len(list(reg.parent.iterdir())) != 1:
         problems.append(f"the former file is not as it was: {list(reg.parent.iterdir())}")
+    # Of two values of one name, the later one is imported last.
+    twice = folder / "twice.orv"
+    twice.write_bytes(manifest.read_bytes().replace('Value="e"'.encode("utf-16-le"), 'Value="N"'.encode("utf-16-le"))
+                      .replace('Value="q"'.encode("utf-16-le"), 'Value="n"'.encode("utf-16-le")))
+    lines = [line for line in export(program, twice, "/dev/stdout").stdout.decode("utf-16", "replace").split("\r\n")
+             if line.lower().startswith('"n"')]
+    if [line[1] for line in lines] != ["N", "n", "n"]:
+        problems.append(f"values of one name are in the order {lines}")
     piped = export(program, manifest, "/dev/stdout").stdout
     if export(program, manifest, reg).returncode != 3 or piped != reg.read_bytes():
         problems.append("a pipe gets another file")

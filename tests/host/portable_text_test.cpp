@@ -56,8 +56,8 @@ TEST_F(PortableTextTest, WithoutAMachineOnlyEscapesAreResolved) {
 
 TEST_F(PortableTextTest, TextsOfNoPortableFormAreRefused) {
     CPortableText texts(ETokenUse::Replace);
-    for (const char16_t* const text :
-         {u"%", u"a|", u"|a", u"%a%", u"%%", u"%CSIDL_WINDOWS", u"%csidl_windows%", u"%SID %"}) {
+    for (const char16_t* const text : {u"%", u"a|", u"|a", u"%a%", u"%%", u"%CSIDL_WINDOWS",
+                                       u"%csidl_windows%", u"%SID %", u"%CSIDL_WINDOWS%a"}) {
         EXPECT_FALSE(texts.Resolve(text, EForm::Path)) << Utf8(text);
     }
     EXPECT_FALSE(texts.Resolve(uR"(HKEY_USERS\%CSIDL_WINDOWS%)", EForm::Key));

@@ -181,7 +181,7 @@ def check_hostile_names():
     assert target["outcomes"][HOSTILE] == {HOSTILE: 1}
     assert page.summary["reasons"]["copy-failed"]["kind"] == "loss"
     assert page.rows(target, "items") == [["CreateFolders", HOSTILE + "\ud800", "", None],
-                                          ["CreateFiles", "C:\\a", "D\\%SID%\\a", 3],
+                                          ["CreateFiles", "C:\\a", "D\\S-1-5-21-7\\a", 3],
                                           ["CreateFiles", "C:\\b", "..\\out", None]]
     assert page.rows(target, "record")[2] == ["file", "failed", "copy-failed", "", "", "", -5]
     assert page.slices[package["log"][0]] == [["error", HOSTILE]]
@@ -247,7 +247,7 @@ def check_batch():
                          ("newer", "newer version"), ("cut", "is cut off")):
         assert any(words in problem for problem in packages[place]["problems"]), packages[place]["problems"]
     assert result["problems"] == len(result["messages"]) == 2
-    assert b"made of" in run("report", folder, "-o", folder / "cut" / "result.json", status=1).stderr
+    assert b"no page" in run("report", folder, "-o", folder / "cut" / "result.json", status=1).stderr
 
 
 def check_files():
@@ -257,13 +257,15 @@ def check_files():
     assert run("report", out, "-o", "/dev/stdout").stdout == (run("report", out, "-o", FOLDER / "new" / "r.html"),
                                                               (FOLDER / "new" / "r.html").read_bytes())[1]
     record = (out / "r.jsonl").read_bytes()
-    assert b"made of" in run("report", out, "-o", out / "r.jsonl", status=1).stderr
+    assert b"no page" in run("report", out, "-o", out / "r.jsonl", status=1).stderr
     assert (out / "r.jsonl").read_bytes() == record
-    old.write_bytes(b"old")
+    old.write_bytes(b"<!DOCTYPE html>old")
     limited = f'ulimit -f 20; exec "{PROGRAM}" report "{out}" -o "{old}"'
     assert subprocess.run(["bash", "-c", limited], capture_output=True, check=False).returncode != 0
-    assert old.read_bytes() == b"old"
-    assert run("report", FOLDER / "new", "-o", old, status=1).stdout == b"" and old.read_bytes() == b"old"
+    assert old.read_bytes() == b"<!DOCTYPE html>old"
+    target = next(out.glob("{*}"))
+    assert b"folder of a target" in run("report", out, "-o", target / "r.html", status=1).stderr
+    assert run("report", FOLDER / "new", "-o", old, status=1).stdout == b"" and old.read_bytes() == b"<!DOCTYPE html>old"
     assert not [name for name in os.listdir(FOLDER) if "cas2orv" in name]
 
 
