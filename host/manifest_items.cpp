@@ -158,7 +158,7 @@ private:
     std::u16string m_collection;
     SElement m_element;
     std::vector<SElement> m_parts;
-    std::string m_problem;  // the first one
+    std::string m_problem;        // the first one
     bool m_hasBadEscape = false;  // the item has one
     bool m_isStopped = false;
     bool m_hasRoot = false;

@@ -95,7 +95,8 @@ std::vector<SFoundFile> ListNamedFiles(const fs::path& folder,
     bool isAllWanted = false;
     for (const std::u16string& name : firstNames) {
         isAllWanted |= name.find(kSidMark) != name.npos;
-        wanted.insert(PathKey(platform::LocalPath(library + u'\\' + name)));
+        wanted.insert(
+            PathKey(platform::LocalPath(std::u16string(library).append(u"\\").append(name))));
     }
     std::vector<SFoundFile> files;
     std::vector<SFolderEntry> entries;
@@ -111,8 +112,9 @@ std::vector<SFoundFile> ListNamedFiles(const fs::path& folder,
             files.push_back({path, name, entry.isRegular});
             continue;
         }
+        const std::string start = name + '/';
         for (SFoundFile& file : ListFiles(path, tell)) {
-            file.name.insert(0, name + '/');
+            file.name.insert(0, start);
             files.push_back(std::move(file));
         }
     }
