@@ -162,7 +162,12 @@ void CDigests::ListCaptures(const fs::path& folder) {
         return;
     }
     m_folder = folder;
-    m_captures.clear();
+    if (const auto known = m_large.find(folder); known != m_large.end()) {
+        m_captures = &known->second;
+        return;
+    }
+    m_small.clear();
+    m_captures = &m_small;
     std::vector<SFolderEntry> entries;
     static_cast<void>(ListFolder(DeepPath(folder), entries));  // the conversion tells what is wrong
     for (const SFolderEntry& entry : entries) {
@@ -172,8 +177,14 @@ void CDigests::ListCaptures(const fs::path& folder) {
             std::transform(guid.begin(), guid.end(), guid.begin(), [](char digit) {
                 return static_cast<char>(std::toupper(static_cast<unsigned char>(digit)));
             });
-            m_captures[guid].push_back(folder / entry.name);
+            m_small[guid].push_back(folder / entry.name);
         }
+    }
+    // Listing a small one again costs less than to keep it.
+    constexpr std::size_t kMany = 64;
+    if (entries.size() > kMany) {
+        m_captures = &(m_large[folder] = std::move(m_small));
+        m_small.clear();
     }
 }
 
@@ -186,8 +197,8 @@ std::string CDigests::ReadProfile(const fs::path& profile, Paths& files) {
     const bool isRead = ReadPieces(profile, piece, [&](std::string_view bytes) {
         hash.Add(bytes);
         finder.Search(bytes, [&](const std::string& guid) {
-            const auto found = m_captures.find(guid);
-            if (found != m_captures.end()) {
+            const auto found = m_captures->find(guid);
+            if (found != m_captures->end()) {
                 folders.insert(found->second.begin(), found->second.end());
             }
         });

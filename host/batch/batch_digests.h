@@ -30,9 +30,10 @@ struct SDigests {
 
 // Makes the digests of one package after the other.
 //
-// INVARIANT: `m_captures` has the captured targets of `m_folder` as they were when the first of its
-// packages was asked for. So a folder with many packages is listed once. One that appears later is
-// not in the digest, and the next run converts its package again.
+// INVARIANT: `m_captures` has the captured targets of `m_folder`, and `m_large` those of all
+// folders with many names so far, as they were when the first of its packages was asked for. So a
+// folder with many packages is listed once. A target that appears later is not in the digest, and
+// the next run converts its package again.
 class CDigests {
 public:
     CDigests(std::string machine, std::string options)
@@ -50,8 +51,12 @@ private:
 
     std::string m_machine;
     std::string m_options;
+    using Captures = std::map<std::string, Paths, std::less<>>;  // by the GUID in their names
+
     std::filesystem::path m_folder;
-    std::map<std::string, Paths, std::less<>> m_captures;  // folders by the GUID in their names
+    Captures m_small;
+    std::map<std::filesystem::path, Captures> m_large;
+    const Captures* m_captures = &m_small;  // or one of `m_large`
 };
 
 }  // namespace host

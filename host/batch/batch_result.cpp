@@ -98,8 +98,7 @@ std::string OneLine(std::string text) {
 bool IsLackOfMemory(const Value& message) {
     const std::int64_t status = NumberOf(message, "status");
     return TextOf(message, "reason") == "no-memory" || status == ERROR_NOT_ENOUGH_MEMORY ||
-           status == E_OUTOFMEMORY ||
-           TextOf(message, "text").find("bad_alloc") != std::string::npos;
+           status == E_OUTOFMEMORY || TextOf(message, "text") == "std::bad_alloc";
 }
 
 void TakeMessage(const Value& message, SConversion& conversion) {
@@ -159,14 +158,24 @@ bool TakeResult(const rapidjson::Document& document, SPackageResult& result) {
     return true;
 }
 
+// Opening a pipe might never end.
+bool IsFile(const std::filesystem::path& file) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(DeepPath(file), error);
+}
+
 // `parse` makes a document of the file, and returns false if that is no whole object.
 template <class TParse>
 EResultState ReadBy(const TParse& parse, const std::filesystem::path& file, SPackageResult& result,
                     std::string& problem) {
-    std::ifstream stream(DeepPath(file), std::ios::binary);
-    if (!stream.is_open() && !Exists(file)) {
+    if (!Exists(file)) {
         return EResultState::Missing;
     }
+    if (!IsFile(file)) {
+        problem = "is no file";
+        return EResultState::Unusable;
+    }
+    std::ifstream stream(DeepPath(file), std::ios::binary);
     rapidjson::Document document;
     SPackageResult read;
     if (!parse(stream, document)) {
@@ -212,10 +221,10 @@ bool IsResult(const std::filesystem::path& file) {
     constexpr std::string_view kVersionMember = R"({"schema":)";
     constexpr std::string_view kNameMember = R"(,"name":)";
     std::string start(kStartSize, '\0');
-    std::ifstream stream(DeepPath(file), std::ios::binary);
-    if (!stream.is_open()) {
+    if (!IsFile(file)) {
         return false;
     }
+    std::ifstream stream(DeepPath(file), std::ios::binary);
     stream.read(start.data(), kStartSize);
     start.resize(static_cast<std::size_t>(stream.gcount()));
     std::erase_if(start, [](char unit) {

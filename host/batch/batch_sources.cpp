@@ -133,9 +133,11 @@ void CSourceFinder::TakeFolder(const fs::path& root) {
         const std::error_code error = ListFolder(DeepPath(place), entries);
         for (const SFolderEntry& entry : entries) {
             const std::u16string name = platform::PathText(entry.name);
-            if (entry.isRegular && Fold(name).ends_with(kProfileEnd)) {
+            if (entry.isRegular && name.size() > kProfileEnd.size() &&
+                Fold(name).ends_with(kProfileEnd)) {
                 TakeProfile(place / entry.name, NameOf(folder / entry.name));
-            } else if (entry.isFolder && !IsCaptureName(name) && !IsOwnName(name)) {
+            } else if (entry.isFolder && !IsCaptureName(name) &&
+                       (folder.empty() ? !IsOwnName(name) : !Fold(name).starts_with(u".cas2orv"))) {
                 open.push_back(folder / entry.name);
             }
         }

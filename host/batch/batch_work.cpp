@@ -54,6 +54,15 @@ void ReplaceAll(std::string& text, std::string_view from, std::string_view to) {
     text = replaced.append(text, begin, std::string::npos);
 }
 
+// Whether the last words of a program that has not come to its end say that it had no memory: those
+// of the library of C++, and of the loader of programs.
+bool TellsLackOfMemory(std::string_view last) {
+    constexpr std::string_view kWords[] = {"std::bad_alloc", "annot allocate memory",
+                                           "failed to map segment"};
+    return std::ranges::any_of(
+        kWords, [last](std::string_view words) { return last.find(words) != last.npos; });
+}
+
 // A path as it is written in JSON, without the quotes.
 std::string JsonText(const fs::path& path) {
     CJsonWriter json;
@@ -72,13 +81,6 @@ std::error_code MakeFolders(const fs::path& folder) {
     std::error_code error;
     fs::create_directories(DeepPath(folder), error);
     return error;
-}
-
-// Whether a person or the system has ended it, which the limits of a process do not.
-bool IsKilled(const SChildEnd& child) {
-    constexpr int kKill = 9;
-    constexpr int kTerminate = 15;
-    return child.signal == kKill || child.signal == kTerminate;
 }
 
 // The last line that is not empty.
@@ -184,7 +186,11 @@ bool CBatchWork::CheckPlace() {
         }
     }
     std::vector<SFolderEntry> entries;
-    const bool isResult = Exists(m_place / kResultFile) || Exists(m_place / kMessagesFile);
+    // Users remove result.json to have a package converted again; the other files stay.
+    const bool isResult = IsResult(m_place / kResultFile) ||
+                          std::ranges::all_of(kToldFiles, [this](const char* name) {
+                              return Exists(m_place / name);
+                          });
     if (Exists(m_place) && !isResult &&
         (ListFolder(DeepPath(m_place), entries) || !entries.empty())) {
         return Fail(Quote(m_place) +
@@ -260,9 +266,8 @@ void CBatchWork::ReadOutput(const SChildEnd& child, EEnd end) {
         m_result.status = child.status;
     }
     const std::string last = LastLine(ReadFile(m_work / kNewFolder / kMessagesFile));
-    const bool lacksMemory = m_result.conversion.lacksMemory ||
-                             last.find("bad_alloc") != std::string::npos ||
-                             (!isRead && !IsKilled(child));
+    const bool lacksMemory =
+        m_result.conversion.lacksMemory || (!isRead && TellsLackOfMemory(last));
     // With a limit, what lacks memory is not the result that its user wants, even if some came.
     if (m_rules.maxMemory != 0 && m_result.end != EEnd::Timeout && lacksMemory) {
         m_result.end = EEnd::Memory;

@@ -62,7 +62,8 @@ struct SArray {
     SArrayFiles files;
     CQueueWatch watch;
     bool isOwn = false;
-    bool isUsed = false;      // whether it has had packages of this run
+    bool isUsed = false;  // whether it has had packages of this run
+    bool isCancelled = false;
     std::size_t waiting = 0;  // packages without a result
 };
 
@@ -316,7 +317,11 @@ bool CSlurmEngine::Submit() {
     if (!m_slurm.Submit(words, m_result.job)) {
         const std::string problem = m_slurm.GetProblem();
         // When the answer was lost the array is there all the same.
-        if (!array.watch.Ask(m_slurm, Clock::now()) || !array.watch.IsPresent()) {
+        if (!array.watch.Ask(m_slurm, Clock::now())) {
+            return Fail("it is not known whether the packages were submitted: " + problem +
+                        "; the same command finds out when Slurm answers");
+        }
+        if (!array.watch.IsPresent()) {
             RemoveArrayFiles(files, true);
             return Fail("nothing was submitted: " + problem);
         }
@@ -354,7 +359,7 @@ bool CSlurmEngine::MayGoOn() {
         const bool isEnding = array.isUsed && (!m_done || now < *m_done + kPatienceOfEarlier);
         const bool isOfInterest = array.waiting != 0 || array.isOwn || isEnding;
         if (isOfInterest && array.watch.IsDue(now)) {
-            static_cast<void>(array.watch.Ask(m_slurm, now));  // a failure is told by Describe
+            static_cast<void>(array.watch.Ask(m_slurm, now));  // a failure is told by TakeMessage
         }
         const std::string words = array.watch.TakeMessage(now);
         if (isOfInterest && !words.empty()) {
@@ -394,8 +399,10 @@ void CSlurmEngine::CancelOwn() {
         if (!array.isOwn) {
             continue;
         }
-        if (!m_slurm.Cancel(array.watch.GetJob(), !IsStopped()) && IsStopped()) {
-            Warn("job " + array.watch.GetJob() + " was not cancelled: " + m_slurm.GetProblem());
+        array.isCancelled = m_slurm.Cancel(array.watch.GetJob(), !IsStopped());
+        if (!array.isCancelled && IsStopped()) {
+            Warn("job " + array.watch.GetJob() + " was not cancelled: " + m_slurm.GetProblem() +
+                 "; end it by scancel --name=" + array.files.GetJobName());
         }
     }
 }
@@ -453,6 +460,12 @@ void CSlurmEngine::CountResult(const SPackageResult& result) {
 void CSlurmEngine::WaitForStaleFolders() {
     const Clock::time_point begin = Clock::now();
     const Clock::time_point end = begin + GetStaleTime(m_rules.folder);
+    // The present round begins again: what it has looked at may have its result by now.
+    m_left.insert(m_left.end(), m_waiting.begin() + static_cast<std::ptrdiff_t>(m_next),
+                  m_waiting.end());
+    m_waiting.swap(m_left);
+    m_left.clear();
+    m_next = 0;
     do {
         m_nextLook = {};
         do {
@@ -480,7 +493,7 @@ void CSlurmEngine::Finish() {
                  " got no result; the same command submits them again. What its "
                  "tasks have said is in " +
                  Quote(GetMessagesPattern(array.files)));
-        } else if (IsStopped() && array.isOwn) {
+        } else if (IsStopped() && array.isCancelled) {
             Say("job " + array.watch.GetJob() + " is cancelled");
         }
     }
