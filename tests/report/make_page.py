@@ -156,7 +156,7 @@ def large(page):
         key = f"HKEY_LOCAL_MACHINE\\SOFTWARE\\Flat\\Key {number}"
         record.append(["key", "left out", "rule", key, key, "HKEY_LOCAL_MACHINE\\SOFTWARE\\Flat*", 0])
     name = "A package with half a million values"
-    return [{"name": name, "place": "/farm/out/large", "status": "whole", "targets": [make_target(page, name, items, record, [])]}]
+    return [{"name": name, "place": "/srv/out/large", "status": "whole", "targets": [make_target(page, name, items, record, [])]}]
 
 
 def many(page):
@@ -177,7 +177,7 @@ def many(page):
         if status == "unknown":
             targets[0].pop("outcomes")
         outside = [["profile", "not read", "profile-broken", f"Z:\\capture\\{number}\\app.profile", "", "", 13]] if status == "failed" else []
-        packages.append({"name": name, "place": f"/farm/out/{number}", "status": status, "targets": targets,
+        packages.append({"name": name, "place": f"/srv/out/{number}", "status": status, "targets": targets,
                          "losses": len(outside) + sum(target["losses"] for target in targets), "missing": 0,
                          "outcomes": count_outcomes(outside), "slices": {"record": page.add(outside)},
                          "problems": ["The record ends early."] if status == "failed" else [],
