@@ -7,6 +7,7 @@
 #include "host/batch/batch_display.h"
 #include "host/batch/batch_folder.h"
 #include "host/batch/batch_schedule.h"
+#include "host/batch/batch_signals.h"
 #include "host/batch/batch_sources.h"
 #include "host/batch/batch_summary.h"
 #include "host/batch/slurm_engine.h"
@@ -136,6 +137,7 @@ int ConvertPackages(const SCommand& command, const SBatchRules& rules, const SSo
                               ? slurm.run
                               : RunBatchWork(rules, own, CountJobs(command), machine, display);
     display.Clear();
+    LetSignalsEnd();
     if (slurm.hasFailed || slurm.waiting != 0) {
         return run.endStatus != 0                         ? run.endStatus
                : slurm.hasFailed || sources.problems != 0 ? kExitFailed

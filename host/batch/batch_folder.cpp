@@ -81,6 +81,9 @@ void RemoveLeftovers(const std::filesystem::path& folder) {
             names.insert(entry.name.extension() == kLockEnd ? entry.name.stem() : entry.name);
         }
     }
+    // These are no packages. To hold one would keep others waiting.
+    names.erase("submission");
+    names.erase("summary");
     for (const std::filesystem::path& name : names) {
         const std::filesystem::path work = folder / name;
         std::filesystem::path file = work;

@@ -1,12 +1,12 @@
 #include "host/batch/batch_schedule.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <iterator>
 #include <memory>
 #include <optional>
 
+#include "host/batch/batch_signals.h"
 #include "host/batch/many_messages.h"
 #include "host/console.h"
 #include "host/processes.h"
@@ -26,15 +26,6 @@ constexpr std::chrono::milliseconds kTick{100};
 
 // An exit status above says which signal has ended a process.
 constexpr int kFirstSignal = 128;
-
-// Set by the thread of the signals.
-std::atomic<int> s_endStatus = 0;
-std::atomic<int> s_signals = 0;
-
-void OnEndingSignal(int status) {
-    s_endStatus = status;
-    ++s_signals;
-}
 
 // Whether somebody else has told a child to end: by SIGHUP, SIGINT or SIGTERM, which it may have
 // been too young to catch.
@@ -56,7 +47,7 @@ public:
           m_display(display),
           m_digests(machine, JoinOptions(rules.options)) {
         // After the children, which need the signals of the system as they are.
-        CatchEndingSignals(&OnEndingSignal);
+        CatchBatchSignals();
     }
     SBatchRun Run();
 
@@ -77,7 +68,7 @@ private:
     void EndChildren();
     void Count(const CBatchWork& work);
     void Fail(std::size_t index, const std::string& problem);
-    [[nodiscard]] bool MayGoOn() const { return s_signals == 0 && m_run.hasLocks; }
+    [[nodiscard]] bool MayGoOn() const { return CountSignals() == 0 && m_run.hasLocks; }
 
     const SBatchRules& m_rules;
     const std::vector<SPackage>& m_packages;
@@ -107,7 +98,7 @@ SBatchRun CSchedule::Run() {
         m_run.taken.insert(index);
         m_run.problems[index] = "another process converts it now";
     }
-    m_run.endStatus = s_endStatus;
+    m_run.endStatus = GetSignalStatus();
     return std::move(m_run);
 }
 
@@ -157,8 +148,8 @@ void CSchedule::Wait(std::chrono::milliseconds patience) {
          end = m_children.WaitForAny(std::chrono::milliseconds(0))) {
         Finish(*end);
     }
-    if (m_seenSignals != s_signals) {
-        m_seenSignals = s_signals;
+    if (const int count = CountSignals(); m_seenSignals != count) {
+        m_seenSignals = count;
         EndChildren();
     }
     CheckTimes();

@@ -107,6 +107,7 @@ bool CBatchWork::Fail(const std::string& problem) {
 EBegin CBatchWork::Begin(CDigests& digests, CChildren& children) {
     // Without the claim first, because most packages of a repeated run are done.
     if (IsDone(digests)) {
+        RemoveFormer();
         return EBegin::Kept;
     }
     const EBegin claim = Claim();
@@ -125,6 +126,18 @@ EBegin CBatchWork::Begin(CDigests& digests, CChildren& children) {
     }
     Abandon();
     return isKept ? EBegin::Kept : EBegin::Failed;
+}
+
+// Where a process was killed right after it has put a result into its place, the one before that is
+// still there.
+void CBatchWork::RemoveFormer() {
+    const fs::path work = m_rules.folder / kWorkFolder / WorkName(m_package.name);
+    if (Exists(work / kFormerFolder) && Claim() == EBegin::Started) {
+        if (Exists(m_place / kResultFile)) {
+            RemoveTree(work);
+        }
+        m_claim.Release();
+    }
 }
 
 bool CBatchWork::IsDone(CDigests& digests) {

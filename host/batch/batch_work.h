@@ -69,6 +69,7 @@ public:
 
 private:
     void TakeDigests(CDigests& digests);
+    void RemoveFormer();
     [[nodiscard]] EBegin Claim();
     [[nodiscard]] bool PutBack();
     [[nodiscard]] bool CheckPlace();

@@ -21,6 +21,7 @@ namespace {
 constexpr std::size_t kIdDigits = 16;
 constexpr const char* kScriptEnd = ".sh";
 constexpr const char* kMessagesEnd = ".task-";  // and the index of the task
+constexpr const char* kNewEnd = ".new";         // of a file that is being written
 
 // It is the same for all arrays: names and paths are its arguments, which no shell reads. A task
 // reads its own lines only, so that the cost of all tasks together is in proportion to the list.
@@ -46,7 +47,7 @@ bool IsId(const std::string& text) {
 // Writes beside and renames, so that nobody reads half a file.
 bool WriteFile(const fs::path& file, const std::string& bytes, std::string& reason) {
     fs::path beside = file;
-    beside += ".new";
+    beside += kNewEnd;
     return ReplaceFile(file, beside, bytes, reason);
 }
 
@@ -119,6 +120,8 @@ std::vector<SArrayFiles> FindArrays(const fs::path& output) {
         const std::string name = platform::PathBytes(entry.name);
         if (name.starts_with(kListStart) && IsId(name.substr(std::string(kListStart).size()))) {
             arrays.emplace_back(output, name.substr(std::string(kListStart).size()));
+        } else if (name.starts_with(kListStart) && name.ends_with(kNewEnd)) {
+            RemoveTree(output / kWorkFolder / entry.name);  // of a process that was killed
         }
     }
     return arrays;

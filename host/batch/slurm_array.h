@@ -55,7 +55,8 @@ struct STaskPlan {
                                                       const STaskPlan& plan,
                                                       const std::vector<std::string>& slurmOptions);
 
-// The arrays whose lists are in the folder for the work.
+// The arrays whose lists are in the folder for the work. Removes lists that were not written to
+// their end, so the caller holds what keeps others from writing one.
 [[nodiscard]] std::vector<SArrayFiles> FindArrays(const std::filesystem::path& output);
 
 // The names of the packages of an array. False when its list cannot be read.

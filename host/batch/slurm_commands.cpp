@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <iterator>
 #include <sstream>
 #include <string_view>
@@ -89,10 +90,26 @@ std::size_t ReadMaxTasks(const std::string& configuration) {
 
 CSlurm::CSlurm(const std::vector<std::string>& options, std::function<bool()> isStopped)
     : m_isStopped(std::move(isStopped)) {
-    std::copy_if(options.begin(), options.end(), std::back_inserter(m_cluster),
-                 [](const std::string& option) {
-                     return option.starts_with("--clusters=") || option.starts_with("-M");
-                 });
+    // sbatch takes the variable where there is no option, and the beginning of an option for it.
+    const char* const variable = std::getenv("SBATCH_CLUSTERS");
+    std::string clusters = variable == nullptr ? "" : variable;
+    for (const std::string& option : options) {
+        const std::string name = option.substr(0, option.find('='));
+        if (option.starts_with("-M")) {
+            clusters = option.substr(2);
+        } else if (name.size() < option.size() && name.starts_with("--cl") &&
+                   std::string_view("--clusters").starts_with(name)) {
+            clusters = option.substr(name.size() + 1);
+        }
+    }
+    SetClusters(clusters);
+}
+
+void CSlurm::SetClusters(const std::string& names) {
+    m_cluster.clear();
+    if (!names.empty()) {
+        m_cluster.push_back("--clusters=" + names);
+    }
 }
 
 bool CSlurm::Run(SExternalCommand command, const std::function<bool()>& isStopped) {
@@ -129,6 +146,11 @@ bool CSlurm::Submit(const std::vector<std::string>& words, std::string& job) {
     if (!IsNumber(job)) {
         m_problem = "sbatch has not said the number of the job, but: " + LastLine(m_output);
         return false;
+    }
+    // Of several clusters it has chosen one, in which the other commands look for the array.
+    if (m_output.size() > job.size() && m_output[job.size()] == ';') {
+        const std::string rest = m_output.substr(job.size() + 1);
+        SetClusters(rest.substr(0, rest.find('\n')));
     }
     return true;
 }

@@ -44,6 +44,7 @@ public:
 
 private:
     [[nodiscard]] bool Run(SExternalCommand command, const std::function<bool()>& isStopped);
+    void SetClusters(const std::string& names);
 
     std::vector<std::string> m_cluster;  // the option for it, for each command
     std::function<bool()> m_isStopped;

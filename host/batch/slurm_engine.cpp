@@ -1,7 +1,6 @@
 #include "host/batch/slurm_engine.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -10,6 +9,7 @@
 #include <thread>
 
 #include "host/batch/batch_folder.h"
+#include "host/batch/batch_signals.h"
 #include "host/batch/many_messages.h"
 #include "host/batch/queue_watch.h"
 #include "host/batch/slurm_array.h"
@@ -36,19 +36,12 @@ constexpr std::size_t kLooksPerTick = 1000;
 constexpr std::chrono::milliseconds kFirstPause{500};
 constexpr std::chrono::milliseconds kLongestPause{10'000};
 
-// Set by the thread of the signals.
-std::atomic<int> s_endStatus = 0;
-std::atomic<int> s_signals = 0;
-// Those that the run has acted on.
-std::atomic<int> s_seenSignals = 0;
+// How many signals the run has acted on.
+int s_seenSignals = 0;
 
-void OnEndingSignal(int status) {
-    s_endStatus = status;
-    ++s_signals;
-}
-bool IsStopped() { return s_endStatus != 0; }
+bool IsStopped() { return GetSignalStatus() != 0; }
 // Whether a command of Slurm is not to be waited for any more.
-bool IsInterrupted() { return s_signals != s_seenSignals; }
+bool IsInterrupted() { return CountSignals() != s_seenSignals; }
 
 std::string FormatSeconds(double seconds) {
     char text[32];
@@ -90,7 +83,7 @@ public:
           m_display(display),
           m_digests(machine, JoinOptions(rules.options)),
           m_slurm(request.slurmOptions, &IsInterrupted) {
-        CatchEndingSignals(&OnEndingSignal);
+        CatchBatchSignals();
     }
     SSlurmRun Run();
 
@@ -167,7 +160,7 @@ SSlurmRun CSlurmEngine::Run() {
             Finish();
         }
     }
-    m_result.run.endStatus = s_endStatus;
+    m_result.run.endStatus = GetSignalStatus();
     return std::move(m_result);
 }
 
@@ -375,7 +368,7 @@ void CSlurmEngine::Wait() {
         if (IsInterrupted()) {
             // After the first signal the tasks have time to end; a second one ends the wait.
             const bool isFirst = s_seenSignals == 0;
-            s_seenSignals = s_signals.load();
+            s_seenSignals = CountSignals();
             m_end = Clock::now() + (isFirst ? kPatienceOfSignal : std::chrono::seconds(0));
             CancelOwn();
         } else if (!m_end && m_waiting.empty()) {
