@@ -57,6 +57,21 @@ std::string Count(std::uint64_t count, const std::string& what) {
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
+std::string LastLine(const std::string& text) {
+    const std::size_t end = text.find_last_not_of(" \r\n");
+    if (end == std::string::npos) {
+        return "";
+    }
+    const std::size_t begin = text.find_last_of('\n', end) + 1;  // npos + 1 is 0
+    return text.substr(begin, end + 1 - begin);
+}
+
+std::u16string ShownPath(const std::filesystem::path& path) {
+    std::u16string text = platform::PathText(path);
+    text.erase(0, text.starts_with(uR"(\\?\)") ? 4 : 0);
+    return text;
+}
+
 std::string Quote(const std::filesystem::path& path) {
     return "'" + Printable(platform::PathText(path)) + "'";
 }
@@ -71,6 +86,12 @@ void Tell(const SMessage& message, std::string_view line) {
 
 void Complain(std::string_view message) {
     Tell({.level = "error", .text = std::string(message)}, "cas2orv: " + std::string(message));
+}
+
+void ComplainOf(const std::filesystem::path& place, const std::string& words) {
+    const std::u16string path = ShownPath(place);
+    Tell({.level = "error", .text = words, .path = path},
+         "cas2orv: '" + Printable(path) + "': " + words);
 }
 
 void KeepMessages() { s_keepsMessages = true; }

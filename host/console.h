@@ -20,6 +20,12 @@ void AppendPrintable(std::string& bytes, std::u16string_view text);
 // "1 file", "2 files".
 [[nodiscard]] std::string Count(std::uint64_t count, const std::string& what);
 
+// The last line of what a program has said; empty when it has said nothing.
+[[nodiscard]] std::string LastLine(const std::string& text);
+
+// A path for people: without what DeepPath puts in front.
+[[nodiscard]] std::u16string ShownPath(const std::filesystem::path& path);
+
 // A path in single quotes, as Printable.
 [[nodiscard]] std::string Quote(const std::filesystem::path& path);
 
@@ -38,6 +44,8 @@ void Tell(const SMessage& message, std::string_view line);
 
 // Tells of an error, after the program's name.
 void Complain(std::string_view message);
+// The same of a file or folder, whose path comes first.
+void ComplainOf(const std::filesystem::path& place, const std::string& words);
 
 void KeepMessages();
 [[nodiscard]] const std::vector<SMessage>& GetMessages();

@@ -9,11 +9,6 @@ namespace {
 
 using Text = std::u16string_view;
 
-std::u16string LowerCase(std::u16string text) {
-    platform::FoldText(text.data(), text.size());
-    return text;
-}
-
 // After a difference only the last "*" takes one unit more. What precedes it has matched for good.
 bool MatchesWhole(Text pattern, Text text) {
     std::size_t at = 0;
@@ -42,7 +37,7 @@ bool MatchesWhole(Text pattern, Text text) {
 }  // namespace
 
 CNamePattern::CNamePattern(Text pattern)
-    : m_pattern(LowerCase(ExpandKeyPattern(pattern))),
+    : m_pattern(platform::FoldedText(ExpandKeyPattern(pattern))),
       m_isPart(pattern.find_first_of(u"*?") == Text::npos),
       m_isOfAll(m_pattern == u"*"),
       m_isOfClasses(m_pattern.starts_with(u"hkey_classes_root")) {}

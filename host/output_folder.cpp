@@ -24,15 +24,10 @@ constexpr char16_t kSeparator = std::filesystem::path::preferred_separator;
 constexpr const char* kKeptFolder = "old";
 constexpr std::u16string_view kLockEnd = u".lock";
 
-std::u16string Fold(std::u16string text) {
-    platform::FoldText(text.data(), text.size());
-    return text;
-}
-
 // A full path for comparing; it ends in a separator. Without one, a folder "/a/b" would seem to
 // contain "/a/bc". Letter case never counts, so on POSIX a few places are refused that would do.
 std::u16string FullText(const std::filesystem::path& path) {
-    return Fold(platform::PathText(FullPath(path) / ""));
+    return platform::FoldedText(platform::PathText(FullPath(path) / ""));
 }
 
 // The first name on the way from a folder to what is below it; empty when it is not. Both are texts
@@ -98,20 +93,21 @@ bool COutputFolder::CheckPlaces(const SOutputRequest& request) const {
     const std::u16string_view inFolder = NameBelow(folder, package);
     for (const std::u16string& guid : request.guids) {
         // A target's folder in a package is named by its GUID without braces, and its version.
-        const std::u16string captured = Fold(guid.substr(1, guid.size() - 2)) + u'_';
+        const std::u16string captured =
+            platform::FoldedText(guid.substr(1, guid.size() - 2)) + u'_';
         if (inPackage.starts_with(captured)) {
             Complain("the output " + Quote(m_folder) + " is in the captured folder of target " +
                      Printable(guid) + "; name another place");
             return false;
         }
-        if (inFolder == Fold(guid)) {
+        if (inFolder == platform::FoldedText(guid)) {
             Complain("the package is where target " + Printable(guid) +
                      " would be; name another place than " + Quote(m_folder));
             return false;
         }
         for (const std::filesystem::path& file : request.files) {
             const std::u16string place = FullText(FullPath(file).parent_path());
-            if (NameBelow(folder, place) == Fold(guid)) {
+            if (NameBelow(folder, place) == platform::FoldedText(guid)) {
                 Complain("the file " + Quote(file) + " would be in the folder of target " +
                          Printable(guid) + "; name another place");
                 return false;
@@ -127,7 +123,7 @@ bool COutputFolder::CheckNewness(const std::vector<std::u16string>& guids) const
     std::size_t count = 0;
     std::filesystem::path first;
     for (const std::u16string& guid : guids) {
-        const auto entry = entries.find(Fold(guid));
+        const auto entry = entries.find(platform::FoldedText(guid));
         if (entry != entries.end() && count++ == 0) {
             first = entry->second;
         }
@@ -239,7 +235,7 @@ bool COutputFolder::PutBack(const std::filesystem::path& hidden) const {
         const std::filesystem::path kept = folder / entry.name;
         const std::filesystem::path place = m_folder / entry.name;
         std::error_code error;
-        if (present.count(Fold(platform::PathText(entry.name))) == 0) {
+        if (present.count(platform::FoldedText(platform::PathText(entry.name))) == 0) {
             error = MoveFolder(kept, place);
         }
         if (error) {
@@ -256,7 +252,8 @@ COutputFolder::Entries COutputFolder::ListEntries() const {
     static_cast<void>(ListFolder(m_folder, listed));  // what is in the way shows when it is moved
     Entries entries;
     for (const SFolderEntry& entry : listed) {
-        entries.emplace(Fold(platform::PathText(entry.name)), m_folder / entry.name);
+        entries.emplace(platform::FoldedText(platform::PathText(entry.name)),
+                        m_folder / entry.name);
     }
     return entries;
 }
@@ -292,7 +289,7 @@ bool COutputFolder::Publish(const std::vector<std::u16string>& guids) {
     std::vector<SMove> moves;
     for (const std::u16string& guid : guids) {
         SMove move{m_hidden / guid, m_folder / guid, {}, {}};
-        const auto former = entries.find(Fold(guid));
+        const auto former = entries.find(platform::FoldedText(guid));
         if (former != entries.end()) {
             move.former = former->second;
         }

@@ -1,5 +1,7 @@
 #include "host/record_pattern.h"
 
+#include "host/console.h"
+
 #include <algorithm>
 
 #include "platform/local_paths.h"
@@ -48,9 +50,7 @@ std::u16string CLocalNames::Find(const SRecordEntry& entry) {
     if (isPlain && folder == m_folder) {
         return m_localFolder + std::u16string(name);
     }
-    std::u16string local = platform::PathText(platform::LocalPath(path));
-    // What Windows takes in front of a long path says nothing to people.
-    local.erase(0, local.starts_with(uR"(\\?\)") ? 4 : 0);
+    std::u16string local = ShownPath(platform::LocalPath(path));
     // A name that this system cannot have is left out of the path.
     if (local.ends_with(u'/') || local.ends_with(u'\\')) {
         return {};

@@ -40,8 +40,7 @@ constexpr SType kTypes[] = {
 
 // Keys are in the order of a tree: what is below a key follows it at once. No name has a NUL.
 std::u16string SortText(Text key) {
-    std::u16string text(key);
-    platform::FoldText(text.data(), text.size());
+    std::u16string text = platform::FoldedText(key);
     std::ranges::replace(text, u'\\', u'\0');
     return text;
 }
@@ -219,9 +218,9 @@ void CRegFile::DeleteValue(Text key, Text name) {
 // because of two values of one name the later one is to remain.
 void CRegFile::SortLines(std::vector<SLine>& lines) {
     std::ranges::stable_sort(lines, {}, [](const SLine& line) {
-        std::u16string name = line.text.substr(0, line.nameSize);
-        platform::FoldText(name.data(), name.size());  // letter case does not tell names apart
-        return std::tuple(!line.isDeletion, line.text[0] != u'@', std::move(name));
+        // Letter case does not tell names apart.
+        return std::tuple(!line.isDeletion, line.text[0] != u'@',
+                          platform::FoldedText(Text(line.text).substr(0, line.nameSize)));
     });
 }
 

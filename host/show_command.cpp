@@ -45,9 +45,7 @@ SItemLayout GetLayout() {
 }
 
 std::string LowerCase(const std::string& word) {
-    std::u16string text = platform::Utf8ToUtf16(word);
-    platform::FoldText(text.data(), text.size());
-    return platform::Utf16ToUtf8(text);
+    return platform::Utf16ToUtf8(platform::FoldedText(platform::Utf8ToUtf16(word)));
 }
 
 // `names` are those of all collections, and `folded` the same in lower case.

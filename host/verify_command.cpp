@@ -53,11 +53,7 @@ private:
 
 void CVerification::Tell(const fs::path& place, const std::string& words) {
     ++m_problems;
-    std::u16string text = platform::PathText(place);
-    // What DeepPath puts in front says nothing to people.
-    text.erase(0, text.starts_with(uR"(\\?\)") ? 4 : 0);
-    host::Tell({.level = "error", .text = words, .path = text},
-               "cas2orv: '" + Printable(text) + "': " + words);
+    ComplainOf(place, words);
 }
 
 int CVerification::Run(const std::vector<std::string>& arguments) {

@@ -19,8 +19,7 @@
 namespace host {
 
 bool IsOwnName(std::u16string_view name) {
-    std::u16string folded(name);
-    platform::FoldText(folded.data(), folded.size());
+    const std::u16string folded = platform::FoldedText(name);
     return folded.starts_with(u".cas2orv") || folded == platform::Utf8ToUtf16(kSummaryJson) ||
            folded == platform::Utf8ToUtf16(kSummaryCsv);
 }

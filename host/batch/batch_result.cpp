@@ -191,13 +191,13 @@ EResultState ReadBy(const TParse& parse, const std::filesystem::path& file, SPac
     return EResultState::Unusable;
 }
 
+}  // namespace
+
 std::string FormatSeconds(double seconds) {
     char text[32];
     std::snprintf(text, sizeof text, "%.3f", seconds);
     return text;
 }
-
-}  // namespace
 
 EOutcome OutcomeOf(const SPackageResult& result) {
     constexpr int kNotWhole = 3;

@@ -49,6 +49,9 @@ struct SPackageResult {
 
 [[nodiscard]] EOutcome OutcomeOf(const SPackageResult& result);
 
+// Seconds with three decimals, as result files and summaries have them.
+[[nodiscard]] std::string FormatSeconds(double seconds);
+
 enum class EResultState {
     Good,
     Missing,

@@ -25,11 +25,6 @@ namespace {
 
 constexpr std::u16string_view kProfileEnd = u".profile";
 
-std::u16string Fold(std::u16string text) {
-    platform::FoldText(text.data(), text.size());
-    return text;
-}
-
 // For comparing: a folder's text begins that of everything in it.
 std::u16string FullText(const fs::path& path) { return PathKey(FullPath(path) / ""); }
 
@@ -134,10 +129,11 @@ void CSourceFinder::TakeFolder(const fs::path& root) {
         for (const SFolderEntry& entry : entries) {
             const std::u16string name = platform::PathText(entry.name);
             if (entry.isRegular && name.size() > kProfileEnd.size() &&
-                Fold(name).ends_with(kProfileEnd)) {
+                platform::FoldedText(name).ends_with(kProfileEnd)) {
                 TakeProfile(place / entry.name, NameOf(folder / entry.name));
             } else if (entry.isFolder && !IsCaptureName(name) &&
-                       (folder.empty() ? !IsOwnName(name) : !Fold(name).starts_with(u".cas2orv"))) {
+                       (folder.empty() ? !IsOwnName(name)
+                                       : !platform::FoldedText(name).starts_with(u".cas2orv"))) {
                 open.push_back(folder / entry.name);
             }
         }
@@ -153,7 +149,8 @@ void CSourceFinder::PassOver(const fs::path& output) {
     std::vector<SFolderEntry> entries;
     static_cast<void>(ListFolder(DeepPath(output), entries));  // it is not searched anyway
     for (const SFolderEntry& entry : entries) {
-        if (entry.isRegular && Fold(platform::PathText(entry.name)).ends_with(kProfileEnd)) {
+        if (entry.isRegular &&
+            platform::FoldedText(platform::PathText(entry.name)).ends_with(kProfileEnd)) {
             m_messages.Tell(Quote(output / entry.name) +
                             " is in the folder of the output, and is not converted");
         }
@@ -214,7 +211,7 @@ struct SNamed {
 std::vector<SNamed> FindClashes(const std::vector<SPackage>& packages) {
     std::vector<SNamed> named;
     for (std::size_t i = 0; i < packages.size(); ++i) {
-        named.push_back({Fold(NameText(packages[i]) + u'/'), i, {}});
+        named.push_back({platform::FoldedText(NameText(packages[i]) + u'/'), i, {}});
     }
     std::sort(named.begin(), named.end(), [](const SNamed& left, const SNamed& right) {
         return std::tie(left.key, left.index) < std::tie(right.key, right.index);

@@ -58,12 +58,6 @@ std::string FormatReasons(const Reasons& reasons) {
     return text + (sorted.size() > kMostReasons ? ", ..." : "");
 }
 
-std::string FormatSeconds(double seconds) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3f", seconds);
-    return text;
-}
-
 // As RFC 4180 has it.
 std::string CsvField(const std::string& text) {
     if (text.find_first_of("\",\r\n") == std::string::npos) {

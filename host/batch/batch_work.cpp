@@ -83,16 +83,6 @@ std::error_code MakeFolders(const fs::path& folder) {
     return error;
 }
 
-// The last line that is not empty.
-std::string LastLine(const std::string& text) {
-    const std::size_t end = text.find_last_not_of("\r\n");
-    if (end == std::string::npos) {
-        return "";
-    }
-    const std::size_t begin = text.find_last_of('\n', end) + 1;  // npos + 1 is 0
-    return text.substr(begin, end + 1 - begin);
-}
-
 }  // namespace
 
 fs::path ResultFolder(const SBatchRules& rules, const SPackage& package) {

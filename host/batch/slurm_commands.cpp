@@ -21,14 +21,9 @@ constexpr std::string_view kOwnLetters = "aJW";
 
 bool IsNever() { return false; }
 
-// The last line that says something, for a message. Commands of Slurm put the reason there.
-std::string LastLine(const std::string& text) {
-    const std::size_t end = text.find_last_not_of(" \r\n");
-    if (end == std::string::npos) {
-        return "";
-    }
-    const std::size_t begin = text.find_last_of('\n', end) + 1;  // npos + 1 is 0
-    return Printable(platform::PathText(text.substr(begin, end + 1 - begin)));
+// For a message. Commands of Slurm put the reason into the last line.
+std::string ShowLastLine(const std::string& text) {
+    return Printable(platform::PathText(LastLine(text)));
 }
 
 // Why a command has failed.
@@ -39,7 +34,7 @@ std::string DescribeEnd(const std::string& name, const SCommandEnd& end) {
     if (end.isLate) {
         return name + " does not answer";
     }
-    std::string reason = LastLine(end.errors);
+    std::string reason = ShowLastLine(end.errors);
     const std::string start = name + ": error: ";
     reason.erase(0, reason.starts_with(start) ? start.size() : 0);
     return !reason.empty()  ? name + " says: " + reason
@@ -144,7 +139,7 @@ bool CSlurm::Submit(const std::vector<std::string>& words, std::string& job) {
     // With --clusters the name of the cluster follows.
     job = m_output.substr(0, m_output.find_first_of(";\n"));
     if (!IsNumber(job)) {
-        m_problem = "sbatch has not said the number of the job, but: " + LastLine(m_output);
+        m_problem = "sbatch has not said the number of the job, but: " + ShowLastLine(m_output);
         return false;
     }
     // Of several clusters it has chosen one, in which the other commands look for the array.

@@ -43,7 +43,7 @@ bool IsStopped() { return GetSignalStatus() != 0; }
 // Whether a command of Slurm is not to be waited for any more.
 bool IsInterrupted() { return CountSignals() != s_seenSignals; }
 
-std::string FormatSeconds(double seconds) {
+std::string ShowSeconds(double seconds) {
     char text[32];
     constexpr double kLong = 10;
     std::snprintf(text, sizeof text, "%.*f", seconds < kLong ? 2 : 0, seconds);
@@ -173,19 +173,13 @@ bool CSlurmEngine::Prepare() {
 
 // Two runs that look for packages at once would both submit them.
 bool CSlurmEngine::HoldSubmission() {
-    constexpr int kMaxTries = 20;
     const std::filesystem::path folder = m_rules.folder / kWorkFolder;
-    const std::filesystem::path file = folder / "submission.lock";
-    std::error_code error = m_submission.Hold(file);
-    // Others remove the folder while it is empty.
-    for (int tries = 1; error && tries < kMaxTries && !Exists(folder); ++tries) {
-        static_cast<void>(MakeFolder(folder, true));
-        error = m_submission.Hold(file);
-    }
+    const std::error_code error = HoldWorkFile(m_submission, folder, "submission.lock");
     if (error == std::errc::resource_unavailable_try_again) {
         return Fail("another run is submitting packages of this output; try again when it has");
     }
-    return !error || Fail(Quote(file) + " cannot be locked: " + DescribeError(error));
+    return !error ||
+           Fail("no file in " + Quote(folder) + " can be locked: " + DescribeError(error));
 }
 
 // What is left of arrays that have ended is removed.
@@ -285,7 +279,7 @@ void CSlurmEngine::TellSubmission(const STaskPlan& plan, const SPackageTime& tim
     const std::string words =
         m_request.packagesPerTask != 0
             ? std::string()
-            : ", each about " + FormatSeconds(time.seconds) + " s " + time.basis;
+            : ", each about " + ShowSeconds(time.seconds) + " s " + time.basis;
     Say("submitting " + Count(m_new.size(), "package") + " in " + Count(plan.tasks, "task") +
         " of up to " + std::to_string(plan.packagesPerTask) + words);
 }

@@ -15,6 +15,8 @@
 #include <system_error>
 #include <thread>
 
+#include "host/posix/spawning.h"
+
 namespace host {
 
 namespace {
@@ -27,16 +29,7 @@ constexpr std::chrono::milliseconds kTick{10};
 // as long as anybody that it has started.
 class COutput {
 public:
-    COutput() : m_file(memfd_create("output", MFD_CLOEXEC)) {}
-    ~COutput() {
-        if (m_file >= 0) {
-            close(m_file);
-        }
-    }
-    COutput(const COutput&) = delete;
-    COutput& operator=(const COutput&) = delete;
-
-    [[nodiscard]] int Get() const { return m_file; }
+    [[nodiscard]] int Get() const { return m_file.Get(); }
     [[nodiscard]] std::string Read() const {
         constexpr std::size_t kPiece = 1 << 16;
         std::string text;
@@ -44,7 +37,7 @@ public:
             const std::size_t before = text.size();
             text.resize(before + kPiece);
             const ssize_t count =
-                pread(m_file, text.data() + before, kPiece, static_cast<off_t>(before));
+                pread(m_file.Get(), text.data() + before, kPiece, static_cast<off_t>(before));
             text.resize(before + static_cast<std::size_t>(count < 0 ? 0 : count));
             if (count <= 0) {
                 return text;
@@ -53,18 +46,8 @@ public:
     }
 
 private:
-    int m_file;
+    CDescriptor m_file{memfd_create("output", MFD_CLOEXEC)};
 };
-
-std::vector<char*> Pointers(std::vector<std::string>& words) {
-    std::vector<char*> pointers;
-    pointers.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 std::vector<std::string> GetEnvironment(const std::string& hidden) {
     std::vector<std::string> variables;

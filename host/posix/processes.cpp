@@ -13,6 +13,8 @@
 #include <ctime>
 #include <thread>
 
+#include "host/posix/spawning.h"
+
 namespace host {
 
 namespace {
@@ -21,23 +23,6 @@ constexpr const char* kThisProgram = "/proc/self/exe";  // also when its file wa
 constexpr int kNotStarted = 127;                        // as a shell has it
 
 std::error_code LastError() { return {errno, std::generic_category()}; }
-
-// A file descriptor that is closed with the object.
-class CDescriptor {
-public:
-    explicit CDescriptor(int descriptor) : m_descriptor(descriptor) {}
-    ~CDescriptor() {
-        if (m_descriptor >= 0) {
-            close(m_descriptor);
-        }
-    }
-    CDescriptor(const CDescriptor&) = delete;
-    CDescriptor& operator=(const CDescriptor&) = delete;
-    [[nodiscard]] int Get() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
 
 int OpenNew(const std::filesystem::path& file) {
     return open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC,
@@ -115,12 +100,7 @@ std::error_code CChildren::Start(const SChildRequest& request, std::intptr_t& ch
     }
     std::vector<std::string> words = {"cas2orv"};
     words.insert(words.end(), request.arguments.begin(), request.arguments.end());
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments = Pointers(words);
     const SStart start{arguments.data(),
                        {m_nothing, output.Get(), errors.Get()},
                        request.held == nullptr ? -1 : static_cast<int>(request.held->GetHandle()),

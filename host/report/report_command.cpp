@@ -66,9 +66,7 @@ void CReport::Tell(const fs::path& place, const std::string& words) {
         Complain(words);
         return;
     }
-    const std::u16string text = ShownPath(place);
-    host::Tell({.level = "error", .text = words, .path = text},
-               "cas2orv: '" + Printable(text) + "': " + words);
+    ComplainOf(place, words);
 }
 
 // The page takes the place of nothing but a page, and is no stray file among the payload.

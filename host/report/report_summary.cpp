@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/console.h"
 #include "host/json.h"
 #include "host/target_folder.h"
 #include "platform/local_paths.h"
@@ -149,13 +150,6 @@ void WriteTarget(const SReportedTarget& target, CJsonWriter& json) {
 }
 
 }  // namespace
-
-std::u16string ShownPath(const fs::path& path) {
-    std::u16string text = platform::PathText(path);
-    // What DeepPath puts in front says nothing to people.
-    text.erase(0, text.starts_with(uR"(\\?\)") ? 4 : 0);
-    return text;
-}
 
 void SReportedTarget::CountItem(Text collection, std::uint64_t size,
                                 std::map<std::u16string, std::size_t>& places) {

@@ -74,7 +74,4 @@ struct SReportedPackage {
 void WriteReportedPackage(const SReportPackage& package, const SReportedPackage& data,
                           CJsonWriter& json);
 
-// A path as reports and messages show it.
-[[nodiscard]] std::u16string ShownPath(const std::filesystem::path& path);
-
 }  // namespace host

@@ -47,8 +47,7 @@ std::u16string PathKey(const std::filesystem::path& path) {
     if (text.starts_with(kPrefix)) {
         text.erase(0, kPrefix.size());
     }
-    platform::FoldText(text.data(), text.size());
-    return text;
+    return platform::FoldedText(text);
 }
 
 // By the system's own search: that of the C run-time ends where paths become long.

@@ -34,6 +34,11 @@ namespace platform {
 
 // Lower-cases `length` units in place, each as FoldUnit does.
 void FoldText(char16_t* text, std::size_t length);
+[[nodiscard]] inline std::u16string FoldedText(std::u16string_view text) {
+    std::u16string folded(text);
+    FoldText(folded.data(), folded.size());
+    return folded;
+}
 
 // Whether `unit` is white space for iswspace of the Windows C run-time.
 [[nodiscard]] bool IsSpace(char16_t unit);
