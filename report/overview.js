@@ -99,7 +99,7 @@ function outcomesOf(context) {
 
 /** @param {Context} context */
 function rulesOf(context) {
-    const rules = context.target.rules ?? [];
+    const { rules = [], otherRules = 0 } = context.target;
     if (rules.length === 0) {
         return null;
     }
@@ -116,7 +116,8 @@ function rulesOf(context) {
         },
     });
     list.setCount(rules.length);
-    return section("Rules that left something out", build("p", { class: "quiet" }, "Choose a rule to see what it left out."), list.whole, names);
+    return section("Rules that left something out", build("p", { class: "quiet" }, "Choose a rule to see what it left out."), list.whole,
+        otherRules > 0 && build("p", { class: "quiet" }, `and ${count(otherRules, "key")} by other rules`), names);
 }
 
 /** @param {import("./store.js").Target} target */

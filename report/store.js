@@ -4,7 +4,7 @@
 /**
  * @typedef {{guid?: string, name?: string, manifest?: string, properties?: Record<string, string>,
  *   items?: Record<string, number>, sizes?: Record<string, number>, outcomes?: Record<string, Record<string, number>>,
- *   rules?: [string, number][], losses?: number, missing?: number, files?: number, bytes?: number,
+ *   rules?: [string, number][], otherRules?: number, losses?: number, missing?: number, files?: number, bytes?: number,
  *   largest?: [string, number][], folders?: [string, number, number][],
  *   slices?: {items?: number[], record?: number[], files?: number[]}}} Target
  * @typedef {{name?: string, place?: string, status?: string, problems?: string[], log?: number[],

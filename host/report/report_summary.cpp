@@ -85,6 +85,9 @@ void WriteRules(CJsonWriter& json, const SRecordSummary& summary) {
         json.EndArray();
     }
     json.EndArray();
+    if (summary.otherRules != 0) {
+        WriteNumber(json, "otherRules", summary.otherRules);
+    }
 }
 
 std::uint64_t CountLosses(const SRecordSummary& summary) {

@@ -216,6 +216,17 @@ def check_damaged_packages():
     assert 4990 < cut["targets"][0]["items"]["CreateKeys"] <= 5000
 
 
+def check_many_rules():
+    """Of more rules than the page lists, the rest is counted."""
+    with open(FOLDER / "rules.jsonl", "w", encoding="ascii") as record:
+        print('{"record":1,"state":"whole","status":0}', file=record)
+        for number in [*range(1002), 5, 1001]:
+            print(json.dumps({"in": 1, "thing": "key", "outcome": "left out", "reason": "rule", "detail": f"{number}*"}), file=record)
+    (package,) = report(FOLDER / "rules.jsonl")[0].packages
+    (target,) = package["targets"]
+    assert (len(target["rules"]), target["rules"][0], target["otherRules"]) == (1000, ["5*", 2], 3)
+
+
 def check_batch():
     """Packages of a batch have the names, and fail with the reasons, that their results tell."""
     folder = FOLDER / "batch"
@@ -271,5 +282,5 @@ def check_files():
 
 shutil.rmtree(FOLDER, ignore_errors=True)
 FOLDER.mkdir(parents=True)
-for check in (check_sample, check_hostile_names, check_damaged_packages, check_batch, check_files):
+for check in (check_sample, check_hostile_names, check_damaged_packages, check_many_rules, check_batch, check_files):
     check()

@@ -137,6 +137,7 @@ def hostile(page):
         files.append([payload, 1000 + number])
     record.append(["file", "created", "no-such-reason", "\\" * 5000, "", "", 0])
     target = make_target(page, HOSTILE_NAMES[0], items, record, files)
+    target["otherRules"] = 1500
     target["properties"] = {name or "empty": name for name in HOSTILE_NAMES}
     return [{"name": HOSTILE_NAMES[1] + HOSTILE_NAMES[4], "place": HOSTILE_NAMES[5], "status": "not whole",
              "problems": HOSTILE_NAMES, "log": page.add([["error", name] for name in HOSTILE_NAMES]),

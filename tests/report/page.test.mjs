@@ -145,6 +145,7 @@ describe("a package", () => {
         await page.click("[aria-label=Rules] .row:nth-child(2)");
         await waitForText("section .opening[open] .says", "<img src=x onerror=alert(1)>*");
         await waitForText("section > div > .opening[open] .row", "</script><img");
+        await waitForText("section > p", "and 1,500 keys by other rules");
     });
 
     test("prints losses with advice, without what only a screen has", async () => {
