@@ -18,7 +18,6 @@ namespace host {
 
 namespace {
 
-constexpr std::u16string_view kHiddenStart = u".cas2orv-";
 constexpr std::size_t kTagLength = 8;  // hexadecimal digits
 constexpr char16_t kSeparator = std::filesystem::path::preferred_separator;
 constexpr const char* kKeptFolder = "old";

@@ -13,6 +13,9 @@
 
 namespace host {
 
+// Begins the names of folders in which the program works.
+constexpr std::u16string_view kHiddenStart = u".cas2orv-";
+
 // What a conversion is asked to write.
 struct SOutputRequest {
     std::u16string pattern;                    // FOLDER\NAME, as the library takes it

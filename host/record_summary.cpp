@@ -44,6 +44,8 @@ bool IsLoss(std::string_view outcome, std::string_view name) {
                : reason->weight == EWeight::Loss;
 }
 
+bool HasFailed(const SRecordHead& head) { return head.status != 0 || head.state == "running"; }
+
 std::string DescribeGap(const SRecordHead& head) {
     if (head.state == "whole") {
         return "";

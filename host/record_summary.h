@@ -19,6 +19,9 @@ namespace host {
 // Whether a line with this outcome and this name of a reason tells of a loss.
 [[nodiscard]] bool IsLoss(std::string_view outcome, std::string_view name);
 
+// Whether the conversion has failed, or has not come to its end.
+[[nodiscard]] bool HasFailed(const SRecordHead& head);
+
 // What makes a record incomplete; empty when it has all of its lines.
 [[nodiscard]] std::string DescribeGap(const SRecordHead& head);
 

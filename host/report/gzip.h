@@ -1,9 +1,7 @@
 // host/report/gzip.h - compressed data, and binary data as text.
 #pragma once
 
-#include <cstddef>
 #include <memory>
-#include <span>
 #include <string>
 #include <string_view>
 

@@ -15,6 +15,36 @@ namespace host {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+void AddTarget(const SReportTarget& target, std::uint64_t in, SReportedPackage& data) {
+    data.targets[in].folder = target.folder;
+    data.targets[in].manifest = target.manifest;
+}
+
+void AddRecordedTargets(const SReportPackage& package, SReportedPackage& data) {
+    for (const SReportPackage::STarget& target : package.targets) {
+        if (target.in != 0) {
+            AddTarget(target, target.in, data);
+        }
+    }
+}
+
+// Those of which no record tells have the order of their folders, and the numbers that are free.
+void AddOtherTargets(const SReportPackage& package, SReportedPackage& data) {
+    std::uint64_t number = 0;
+    for (const SReportPackage::STarget& target : package.targets) {
+        if (target.in == 0) {
+            do {
+                ++number;
+            } while (data.targets.contains(number));
+            AddTarget(target, number, data);
+        }
+    }
+}
+
+}  // namespace
+
 void CReportData::Tell(SReportedPackage& data, const fs::path& place, const std::string& words) {
     data.isDamaged = true;
     data.problems.push_back((place.empty() ? "" : Printable(ShownPath(place)) + ": ") + words);
@@ -48,30 +78,36 @@ void CReportData::ReadResultOf(const SReportPackage& package, SReportedPackage& 
     }
 }
 
-void CReportData::ReadRecordOf(const SReportPackage& package, SReportedPackage& data) {
-    SRecordHead head;
+// Returns what is wrong with the record, with its path.
+std::string CReportData::ReadRecordLines(const fs::path& record, SRecordHead& head,
+                                         SReportedPackage& data) {
     SReportedTarget* open = nullptr;
     std::uint64_t number = 0;
-    const std::string problem =
-        ReadRecord(DeepPath(package.record), head, [&](const SRecordEntry& entry) {
-            if (open == nullptr || entry.in != number) {
-                number = entry.in;
-                open = &data.targets[number];
-                m_slices.BeginList(&open->recordSlices);
-                if (!open->record) {
-                    open->record.emplace();
-                }
+    const std::string problem = ReadRecord(DeepPath(record), head, [&](const SRecordEntry& entry) {
+        if (open == nullptr || entry.in != number) {
+            number = entry.in;
+            open = &data.targets[number];
+            m_slices.BeginList(&open->recordSlices);
+            if (!open->record) {
+                open->record.emplace();
             }
-            open->record->Count(entry);
-            if (entry.thing == "target") {
-                open->recorded = entry.target;
-                open->name = entry.detail;
-                open->isCreated = entry.outcome == NameOf(::EOutcome::Created);
-            }
-            WriteRecordRow(entry, m_slices.BeginRow());
-            m_slices.EndRow();
-        });
+        }
+        open->record->Count(entry);
+        if (entry.thing == "target") {
+            open->recorded = entry.target;
+            open->name = entry.detail;
+            open->isCreated = entry.outcome == NameOf(::EOutcome::Created);
+        }
+        WriteRecordRow(entry, m_slices.BeginRow());
+        m_slices.EndRow();
+    });
     m_slices.BeginList(nullptr);
+    return problem;
+}
+
+void CReportData::ReadRecordOf(const SReportPackage& package, SReportedPackage& data) {
+    SRecordHead head;
+    const std::string problem = ReadRecordLines(package.record, head, data);
     if (!head.state.empty()) {
         data.head = head;
         if (const std::string gap = DescribeGap(head); !gap.empty()) {
@@ -83,7 +119,7 @@ void CReportData::ReadRecordOf(const SReportPackage& package, SReportedPackage& 
         }
     }
     if (!problem.empty()) {
-        Tell(data, {}, problem);  // which has the path
+        Tell(data, {}, problem);
     }
     for (const auto& [in, target] : data.targets) {
         NoteReasons(target);
@@ -184,32 +220,14 @@ void CReportData::ReadLogOf(const fs::path& log, SReportedPackage& data) {
 void CReportData::Add(const SReportPackage& package) {
     SReportedPackage data;
     data.problems = package.problems;
-    const auto add = [&data](const SReportPackage::STarget& target, std::uint64_t in) {
-        data.targets[in].folder = target.folder;
-        data.targets[in].manifest = target.manifest;
-    };
     if (!package.result.empty()) {
         ReadResultOf(package, data);
     }
-    for (const SReportPackage::STarget& target : package.targets) {
-        if (target.in != 0) {
-            add(target, target.in);
-        }
-    }
+    AddRecordedTargets(package, data);
     if (!package.record.empty()) {
-        ReadRecordOf(package, data);
+        ReadRecordOf(package, data);  // whose numbers the others must not have
     }
-    // Those of which no record tells have the order of their folders, and the numbers that are
-    // free.
-    std::uint64_t number = 0;
-    for (const SReportPackage::STarget& target : package.targets) {
-        if (target.in == 0) {
-            do {
-                ++number;
-            } while (data.targets.contains(number));
-            add(target, number);
-        }
-    }
+    AddOtherTargets(package, data);
     for (auto& [in, target] : data.targets) {
         if (in != 0) {
             ReadTarget(target, data);

@@ -46,6 +46,8 @@ public:
 private:
     void ReadResultOf(const SReportPackage& package, SReportedPackage& data);
     void ReadRecordOf(const SReportPackage& package, SReportedPackage& data);
+    [[nodiscard]] std::string ReadRecordLines(const std::filesystem::path& record,
+                                              SRecordHead& head, SReportedPackage& data);
     void NoteReasons(const SReportedTarget& target);
     void ReadTarget(SReportedTarget& target, SReportedPackage& data);
     void ReadManifestOf(SReportedTarget& target, CReportPayload& payload, SReportedPackage& data);

@@ -9,6 +9,7 @@
 #include "host/batch/batch_folder.h"
 #include "host/path_rules.h"
 #include "host/record_reader.h"
+#include "host/record_summary.h"
 #include "platform/local_paths.h"
 
 namespace host {
@@ -26,6 +27,7 @@ struct SRecordOfTargets {
     SRecordHead head;
     fs::file_time_type time;
     std::map<std::uint64_t, std::u16string> targets;  // FOLDER\MANIFEST by the number
+    bool isTaken = false;                             // by a package, with some of its targets
 };
 
 SRecordOfTargets ReadTargets(const SReportFile& file) {
@@ -104,10 +106,9 @@ CGrouping::CGrouping(const SReportSources& sources)
     }
     // Stable, so that records of one time keep the order of their paths.
     std::ranges::stable_sort(m_records, [](const auto& left, const auto& right) {
-        const auto rank = [](const SRecordOfTargets& record) {
-            return record.head.status != 0 || record.head.state == "running";
-        };
-        return rank(left) != rank(right) ? rank(right) : left.time > right.time;
+        const bool hasLeftFailed = HasFailed(left.head);
+        const bool hasRightFailed = HasFailed(right.head);
+        return hasLeftFailed != hasRightFailed ? hasRightFailed : left.time > right.time;
     });
 }
 
@@ -167,34 +168,35 @@ void CGrouping::TakeTargets(SRecordOfTargets& record, const std::u16string& fold
         }
     }
     m_packages.push_back(std::move(package));
-    record.targets.clear();
+    record.isTaken = true;
 }
 
 void CGrouping::TakeRecords() {
     // Those beside their targets first, so that no other record takes these.
     for (const bool isBeside : {true, false}) {
         for (SRecordOfTargets& record : m_records) {
+            if (record.isTaken) {
+                continue;
+            }
             const std::u16string own = FolderText(record.file.file.parent_path());
             const std::optional<std::u16string> folder = FindFolder(record);
             if (folder && (*folder == own) == isBeside) {
                 TakeTargets(record, *folder);
-                record.file.isWanted = false;
             }
         }
     }
     for (const SRecordOfTargets& record : m_records) {
-        if (!record.file.isWanted) {
+        if (record.isTaken || !record.file.isWanted) {
             continue;
         }
         SReportPackage package;
         package.place = record.file.file;
         package.record = record.file.file;
-        const bool isRun = record.head.status == 0 && record.head.state != "running";
         if (!record.targets.empty()) {
             package.problems.emplace_back(
                 "the folders of its targets are not among the results, or another record tells of "
                 "them");
-        } else if (isRun) {
+        } else if (!HasFailed(record.head)) {
             package.problems.emplace_back("the record tells of no target");
         }
         m_packages.push_back(std::move(package));

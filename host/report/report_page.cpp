@@ -20,6 +20,9 @@ std::string HashSource(std::string_view text) {
     return "'sha256-" + Base64({reinterpret_cast<const char*>(result.data()), result.size()}) + "'";
 }
 
+// The error of the call that has just failed. Streams do not tell it, and may not set `errno`.
+std::error_code LastError() { return {errno == 0 ? EIO : errno, std::generic_category()}; }
+
 std::string MakeStart() {
     std::string start =
         "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n"
@@ -48,7 +51,7 @@ void CReportPage::Write(std::string_view bytes) {
     m_file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     m_size += bytes.size();
     if (m_file.fail()) {
-        m_error = std::error_code(errno == 0 ? EIO : errno, std::generic_category());
+        m_error = LastError();
         m_hasFailed = true;
     }
 }
@@ -84,7 +87,7 @@ std::error_code CReportPage::Finish(std::string_view summary) {
     Write("</script>\n</body></html>\n");
     m_file.close();
     if (m_file.fail() && !m_error) {
-        m_error = std::error_code(errno == 0 ? EIO : errno, std::generic_category());
+        m_error = LastError();
     }
     return m_error;
 }

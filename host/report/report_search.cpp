@@ -6,6 +6,7 @@
 #include "host/batch/batch_folder.h"
 #include "host/batch/batch_result.h"
 #include "host/log_reader.h"
+#include "host/output_folder.h"
 #include "host/path_rules.h"
 #include "host/record_reader.h"
 #include "host/status_text.h"
@@ -19,7 +20,7 @@ namespace {
 
 // What a conversion has hidden that still runs, or was killed.
 bool IsHiddenOutput(const fs::path& name) {
-    return platform::PathBytes(name).starts_with(".cas2orv-");
+    return platform::PathText(name).starts_with(kHiddenStart);
 }
 
 bool IsLogFile(const fs::path& file) {

@@ -185,7 +185,7 @@ std::string_view SReportedPackage::GetStatus() const {
     if (!head) {
         return "unknown";
     }
-    if (head->status != 0 || head->state == "running") {
+    if (HasFailed(*head)) {
         return "failed";
     }
     if (head->state != "whole" && head->state != "cut off") {
