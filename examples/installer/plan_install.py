@@ -259,10 +259,12 @@ class Plan:
     def print(self, out):
         """Writes the whole plan. A folder comes after those in it."""
         self.begin()
-        texts = {name: show(text) for name, text in self.properties.items()}
-        head = " ".join(f'{name}="{text}"' for name, text in texts.items())
-        head = json.dumps({"step": "package", **self.properties}) if self.as_json else head
-        out.write((head if self.as_json else "package " + head).encode() + b"\n")
+        if self.as_json:
+            head = json.dumps({"step": "package", **self.properties})
+        else:
+            head = " ".join(["package", *(f'{name}="{show(text)}"'
+                                          for name, text in self.properties.items())])
+        out.write(head.encode() + b"\n")
         for _, line in sorted(self.folders_to_delete):
             self.files["DeleteFolders"].write(line.encode() + b"\n")
         for file in self.files.values():
