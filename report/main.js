@@ -2,7 +2,7 @@
 // trees of files, and "#?term=abc" a search.
 
 import { build, onCopy, plain } from "./text.js";
-import { Store, rowsInSlice } from "./store.js";
+import { Store, makeRef } from "./store.js";
 import { dropLists, setPrinting } from "./rows.js";
 import { outcomes } from "./paths.js";
 import { areaOfCollection, areaOfThing } from "./trees.js";
@@ -40,7 +40,7 @@ class Page {
         if (!("DecompressionStream" in window)) {
             this.#warn("This browser is too old to read all of the report. One of 2023 or later does.");
         }
-        addEventListener("hashchange", () => void this.show());
+        addEventListener("hashchange", () => this.show());
         addEventListener("beforeprint", () => setPrinting(true));
         addEventListener("afterprint", () => setPrinting(false));
         document.addEventListener("copy", onCopy);
@@ -110,7 +110,7 @@ class Page {
         if (location.hash.startsWith("#?")) {
             location.hash = "#/";
         } else {
-            void this.show();
+            this.show();
         }
     }
 
@@ -137,14 +137,14 @@ class Page {
     go(pack, target = -1, view = "overview") {
         const address = target < 0 && view === "overview" ? `#/${pack}` : `#/${pack}/${Math.max(0, target)}/${view}`;
         if (location.hash === address) {
-            void this.show();
+            this.show();
         } else {
             location.hash = address;
         }
     }
 
-    /** Shows what the address says. @returns {Promise<void>} */
-    async show() {
+    /** Shows what the address says. */
+    show() {
         this.#endSearch();
         if (/^#\?.*term=[^&]/.test(location.hash)) {
             this.#searchAgain();
@@ -169,12 +169,11 @@ class Page {
 
     /** Shows a row of the report where it belongs. @param {number} ref */
     async openRow(ref) {
-        const slice = Math.floor(ref / rowsInSlice);
-        const owner = this.store.owners.get(slice);
+        const owner = this.store.ownerOf(ref);
         if (!owner) {
             return;
         }
-        const row = (await this.store.read(slice))[ref % rowsInSlice];
+        const row = await this.store.readRow(ref);
         this.#keepSearch();
         if (owner.kind === "log" || owner.target < 0) {
             this.go(owner.pack, 0, owner.kind === "log" ? "log" : "overview");
@@ -198,11 +197,11 @@ class Page {
         for await (const [slice, rows] of this.store.rowsOf(slices)) {
             const at = rows.findIndex((row) => row[2] === name);
             if (at >= 0) {
-                return { ref: slice * rowsInSlice + at, collection: rows[at][0] };
+                return { ref: makeRef(slice, at), collection: rows[at][0] };
             }
         }
         return null;
     }
 }
 
-void new Page().show();
+new Page().show();

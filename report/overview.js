@@ -64,8 +64,7 @@ function section(title, ...content) {
 /** What failed or is missing, with advice. @param {Context} context */
 function troubles(context) {
     const { store, target } = context;
-    const rank = (/** @type {string} */ reason) => ["loss", "missing"].indexOf(store.reason(reason).kind ?? "");
-    const found = reasonsOf(target).filter(({ reason }) => rank(reason) >= 0).sort((a, b) => rank(a.reason) - rank(b.reason));
+    const found = reasonsOf(target).filter(({ reason }) => store.isTrouble(reason)).sort((a, b) => store.rank(a.reason) - store.rank(b.reason));
     if (found.length === 0) {
         return null;
     }
@@ -84,7 +83,7 @@ function troubles(context) {
 /** What became of everything else, by outcome and reason. @param {Context} context */
 function outcomesOf(context) {
     const { store, target } = context;
-    const all = reasonsOf(target).filter(({ reason }) => !["loss", "missing"].includes(store.reason(reason).kind ?? ""));
+    const all = reasonsOf(target).filter(({ reason }) => !store.isTrouble(reason));
     /** @param {string} outcome */
     const group = (outcome) => {
         const ones = all.filter((one) => one.outcome === outcome);

@@ -10,8 +10,9 @@ import { outsideOfTargets, overview } from "./overview.js";
 /** @type {Record<View, string>} */
 export const views = { overview: "Overview", ...areas, log: "Log" };
 
-// As many problems of a package are shown at once.
-const maxProblems = 3;
+// As many problems of a package are in sight, and as many are listed at all.
+const problemsInSight = 3;
+const maxProblems = 1000;
 
 /** @param {import("./store.js").Target} target @param {number} index */
 function describeTarget(target, index) {
@@ -21,12 +22,12 @@ function describeTarget(target, index) {
 
 /** @param {string[]} problems */
 function describeProblems(problems) {
-    const rest = problems.length - maxProblems;
+    const rest = problems.length - problemsInSight;
     return [
-        ...problems.slice(0, maxProblems).map((text) => build("p", { class: "notice" }, wholeText(text))),
+        ...problems.slice(0, problemsInSight).map((text) => build("p", { class: "notice" }, wholeText(text))),
         rest > 0 && build("details", { class: "opening" }, build("summary", {}, count(rest, "more problem")),
-            ...problems.slice(maxProblems, 1000).map((text) => build("p", {}, wholeText(text))),
-            rest + maxProblems > 1000 && build("p", {}, `and ${count(problems.length - 1000, "other")}`)),
+            ...problems.slice(problemsInSight, maxProblems).map((text) => build("p", {}, wholeText(text))),
+            problems.length > maxProblems && build("p", {}, `and ${count(problems.length - maxProblems, "other")}`)),
     ].flatMap((one) => one || []);
 }
 

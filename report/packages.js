@@ -81,8 +81,8 @@ export class PackageList {
         /** @type {{reason: string, button: HTMLElement}[]} */
         this.most = [];
         const most = [
-            this.#most("What was lost most", (_, kind) => kind === "loss"),
-            this.#most("What was left out most", (outcome, kind) => outcome === "left out" && kind !== "loss" && kind !== "missing"),
+            this.#most("What was lost most", (_, reason) => store.reason(reason).kind === "loss"),
+            this.#most("What was left out most", (outcome, reason) => outcome === "left out" && !store.isTrouble(reason)),
         ];
         this.total = build("span", { class: "quiet", role: "status" });
         this.head = build("div", { class: "row head" }, ...columns.map((column, at) => build("button", { type: "button", onclick: () => this.#sortBy(at) }, column.title)));
@@ -109,21 +109,20 @@ export class PackageList {
                 totals.set(reason, (totals.get(reason) ?? 0) + 1);
             }
         }
-        const rank = (/** @type {string} */ reason) => ["loss", "missing"].indexOf(this.store.reason(reason).kind ?? "") >>> 0;
-        return [...totals].sort((a, b) => rank(a[0]) - rank(b[0]) || b[1] - a[1])
+        return [...totals].sort((a, b) => this.store.rank(a[0]) - this.store.rank(b[0]) || b[1] - a[1])
             .map(([reason, total]) => [reason, this.store.reason(reason).says ?? reason, total]);
     }
 
     /**
      * How many things have a reason, and in how many packages.
-     * @param {(outcome: string, kind: string) => boolean} wanted @returns {Total[]} the most frequent first
+     * @param {(outcome: string, reason: string) => boolean} wanted @returns {Total[]} the most frequent first
      */
     #totals(wanted) {
         /** @type {Map<string, Total & {last: number}>} */
         const totals = new Map();
         this.store.packages.forEach((pack, at) => {
             for (const { outcome, reason, total } of [pack, ...pack.targets ?? []].flatMap(reasonsOf)) {
-                if (wanted(outcome, this.store.reason(reason).kind ?? "")) {
+                if (wanted(outcome, reason)) {
                     const sum = totals.get(reason) ?? { reason, things: 0, packages: 0, last: -1 };
                     sum.things += total;
                     sum.packages += sum.last === at ? 0 : 1;
@@ -137,7 +136,7 @@ export class PackageList {
 
     /**
      * The reasons that matter most. Choosing one filters the packages by it, and once more shows all again.
-     * @param {string} title @param {(outcome: string, kind: string) => boolean} wanted
+     * @param {string} title @param {(outcome: string, reason: string) => boolean} wanted
      */
     #most(title, wanted) {
         const totals = this.#totals(wanted);

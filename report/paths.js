@@ -1,7 +1,7 @@
 // Paths as a tree that is not built: they are sorted so that all below a folder is one range, and
 // for each is known how many parts it shares with the one before it. Nodes are ranges.
 
-import { Pacer, rowsInSlice } from "./store.js";
+import { Pacer, makeRef } from "./store.js";
 
 /** The outcomes of the record, each with a number. The last is any other. */
 export const outcomes = ["created", "deleted", "claimed", "merged", "left out", "not read", "failed", "other"];
@@ -157,7 +157,7 @@ export async function readPaths(store, slices, pick, progress, signal) {
                 texts.push(one.text);
                 keys.push(key);
                 places.push(one.place === one.text ? key : keyOf(one.place ?? ""));
-                refs.push(slice * rowsInSlice + index);
+                refs.push(makeRef(slice, index));
                 marks.push(one.mark);
                 sizes.push(one.size ?? 0);
             }

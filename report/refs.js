@@ -3,12 +3,7 @@
 
 import { RowList } from "./rows.js";
 import { badge, build, nameOf, plain, size } from "./text.js";
-import { Pacer, rowsInSlice } from "./store.js";
-
-/** The place of a row in the whole report. @param {number} slice @param {number} row */
-export function makeRef(slice, row) {
-    return slice * rowsInSlice + row;
-}
+import { Pacer, makeRef } from "./store.js";
 
 /** What happened to an item, in the words of the record. @param {string} collection */
 export function outcomeOf(collection) {
@@ -72,14 +67,13 @@ export class RefList {
 
     /** @param {number} ref @param {HTMLElement} row */
     #draw(ref, row) {
-        const slice = Math.floor(ref / rowsInSlice);
-        const rows = this.store.peek(slice);
-        if (!rows) {
+        const data = this.store.peekRow(ref);
+        if (!data) {
             row.append(build("span", { class: "quiet" }, "…"));
-            void this.store.read(slice).then(() => this.list.redrawSoon());
+            void this.store.readRow(ref).then(() => this.list.redrawSoon());
             return;
         }
-        drawRow(this.store, this.store.owners.get(slice)?.kind ?? "log", rows[ref % rowsInSlice] ?? [], row, this.brief);
+        drawRow(this.store, this.store.ownerOf(ref)?.kind ?? "log", data, row, this.brief);
     }
 
     /**

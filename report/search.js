@@ -1,8 +1,8 @@
 // The search in everything: slices are read one after the other, and what they have is shown at once.
 
 import { build, count, nameOf, number, plain } from "./text.js";
-import { RefList, makeRef, outcomeOf } from "./refs.js";
-import { Pacer, rowsInSlice } from "./store.js";
+import { RefList, outcomeOf } from "./refs.js";
+import { Pacer, makeRef } from "./store.js";
 
 export const kinds = { items: "Items of manifests", record: "Captured things", files: "Payload files", log: "Log" };
 
@@ -47,7 +47,7 @@ export class Search {
 
     /** Says of which package and target a row is. @param {number} ref @param {HTMLElement} row */
     #decorate(ref, row) {
-        const owner = this.store.owners.get(Math.floor(ref / rowsInSlice));
+        const owner = this.store.ownerOf(ref);
         const pack = this.store.packages[owner?.pack ?? -1];
         const target = pack?.targets?.[owner?.target ?? -1];
         const where = [pack?.name ?? "", (pack?.targets ?? []).length > 1 ? target?.name ?? "" : ""].filter((one) => one !== "").join(" › ");

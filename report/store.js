@@ -16,8 +16,11 @@
  * @typedef {{pack: number, target: number, kind: "items"|"record"|"files"|"log"}} Owner
  */
 
-/** More rows than this are never in one slice. */
-export const rowsInSlice = 4096;
+// More rows than this are never in one slice.
+const rowsInSlice = 4096;
+
+// Kinds of reasons, the worst first; all others are no trouble.
+const kindsOfTrouble = ["loss", "missing"];
 
 // While one slice is looked at, so many others are being unpacked.
 const slicesAhead = 4;
@@ -25,6 +28,16 @@ const slicesAhead = 4;
 // INVARIANT: the cache has the slices that were read last, as rows, at most this many. It must be
 // more than the rows that any list shows at once, or such a list never has all of its rows.
 const maxCached = 96;
+
+/** The place of a row in the whole report. @param {number} slice @param {number} row */
+export function makeRef(slice, row) {
+    return slice * rowsInSlice + row;
+}
+
+/** @param {number} ref */
+function sliceOf(ref) {
+    return Math.floor(ref / rowsInSlice);
+}
 
 /** Lets the browser draw and take input. @returns {Promise<void>} */
 export function pause() {
@@ -104,6 +117,39 @@ export class Store {
         return Object.hasOwn(this.summary.reasons ?? {}, code) ? (this.summary.reasons ?? {})[code] : { says: code };
     }
 
+    /** The place of a reason in a list that begins with the worst. @param {string} code */
+    rank(code) {
+        const at = kindsOfTrouble.indexOf(this.reason(code).kind ?? "");
+        return at < 0 ? kindsOfTrouble.length : at;
+    }
+
+    /** Whether a reason tells of something that is lost or missing. @param {string} code */
+    isTrouble(code) {
+        return this.rank(code) < kindsOfTrouble.length;
+    }
+
+    /** Whose a row is. @param {number} ref */
+    ownerOf(ref) {
+        return this.owners.get(sliceOf(ref));
+    }
+
+    /** A row if it is at hand. @param {number} ref */
+    peekRow(ref) {
+        const rows = this.peek(sliceOf(ref));
+        return rows && (rows[ref % rowsInSlice] ?? []);
+    }
+
+    /** @param {number} ref @returns {Promise<Row>} */
+    async readRow(ref) {
+        const rows = await this.read(sliceOf(ref));
+        return rows[ref % rowsInSlice] ?? [];
+    }
+
+    /** @param {number} id */
+    #tellDamage(id) {
+        this.onfault(`Part ${id} of this report is damaged. What it has is not shown.`);
+    }
+
     /**
      * The JSON of a slice. One that is damaged is told and has no rows.
      * @param {number} id @returns {Promise<string>}
@@ -118,7 +164,7 @@ export class Store {
             const stream = new Blob([bytes]).stream().pipeThrough(new DecompressionStream("gzip"));
             return await new Response(stream).text();
         } catch {
-            this.onfault(`Part ${id} of this report is damaged. What it has is not shown.`);
+            this.#tellDamage(id);
             return "[]";
         }
     }
@@ -184,7 +230,7 @@ export class Store {
         try {
             return JSON.parse(text);
         } catch {
-            this.onfault(`Part ${id} of this report is damaged. What it has is not shown.`);
+            this.#tellDamage(id);
             return [];
         }
     }

@@ -2,7 +2,6 @@
 
 import { copyButton, badge, build, capital, count, number, plain, size, wholeText } from "./text.js";
 import { countParts, keyOf, outcomeNumber, outcomes, readPaths } from "./paths.js";
-import { rowsInSlice } from "./store.js";
 import { TreeView } from "./treeview.js";
 import { linkSides } from "./links.js";
 import { outcomeOf } from "./refs.js";
@@ -177,9 +176,8 @@ export class Trees {
         this.details.replaceChildren(list);
         const shown = Math.min(node.range.own, maxDetails);
         for (let row = node.range.from; row < node.range.from + shown; row++) {
-            const ref = view.index.refs[row];
-            const rows = await this.store.read(Math.floor(ref / rowsInSlice));
-            list.append(...(side === "left" ? this.#recordDetails(rows[ref % rowsInSlice]) : itemDetails(rows[ref % rowsInSlice])));
+            const data = await this.store.readRow(view.index.refs[row]);
+            list.append(...(side === "left" ? this.#recordDetails(data) : itemDetails(data)));
         }
         if (node.range.own > shown) {
             list.append(build("dd", { class: "quiet" }, `and ${count(node.range.own - shown, "line")} more`));
