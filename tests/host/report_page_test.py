@@ -265,8 +265,8 @@ def check_files():
     """A report that cannot be written leaves what is there."""
     out, old = FOLDER / "out", FOLDER / "old.html"
     assert b"/dev/full" in run("report", out, "-o", "/dev/full", status=1).stderr
-    assert run("report", out, "-o", "/dev/stdout").stdout == (run("report", out, "-o", FOLDER / "new" / "r.html"),
-                                                              (FOLDER / "new" / "r.html").read_bytes())[1]
+    run("report", out, "-o", FOLDER / "new" / "r.html")
+    assert run("report", out, "-o", "/dev/stdout").stdout == (FOLDER / "new" / "r.html").read_bytes()
     record = (out / "r.jsonl").read_bytes()
     assert b"no page" in run("report", out, "-o", out / "r.jsonl", status=1).stderr
     assert (out / "r.jsonl").read_bytes() == record

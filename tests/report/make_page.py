@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 """Makes pages of `cas2orv report` with what no conversion can easily be made to produce.
 
-make_page.py REPORT_FOLDER KIND OUT.html, with KIND one of "hostile", "large" and "many". REPORT_FOLDER
-has the page's modules. The page has the form that report/README.md describes.
+make_page.py PAGE.html KIND OUT.html, with KIND one of "hostile", "large" and "many". PAGE.html is a page
+that the program has made, of which everything but the data is taken. The data have the form that
+report/README.md describes.
 """
 
 import base64
 import gzip
-import hashlib
 import json
 import pathlib
 import sys
@@ -44,19 +44,6 @@ HOSTILE_NAMES = [
 ]
 
 
-def join_modules(folder):
-    lines = []
-    for name in (folder / "modules.txt").read_text().split():
-        for line in (folder / name).read_text(encoding="utf-8").splitlines():
-            if not line.startswith("import "):
-                lines.append(line.removeprefix("export "))
-    return '(() => {\n"use strict";\n' + "\n".join(lines) + "\n})();\n"
-
-
-def policy_hash(text):
-    return "'sha256-" + base64.b64encode(hashlib.sha256(text.encode()).digest()).decode() + "'"
-
-
 class Page:
     def __init__(self):
         self.slices = []
@@ -70,23 +57,17 @@ class Page:
             self.slices.append(base64.b64encode(gzip.compress(text.encode(), 6, mtime=0)).decode())
         return ids
 
-    def write(self, folder, packages, out):
+    def write(self, frame, packages, out):
+        """Writes the page `frame` with these data instead of its own."""
+        start, _, rest = frame.partition('<script type="text/plain"')
+        end = rest[rest.index("</script>", rest.index(' id="summary">')):]
         summary = {"program": "cas2orv 1.0.0", "reasons": REASONS, "packages": packages}
-        style = (folder / "page.css").read_text(encoding="utf-8")
-        script = join_modules(folder)
-        policy = (f"default-src 'none'; script-src {policy_hash(script)}; style-src {policy_hash(style)}; "
-                  "img-src data:; base-uri 'none'; form-action 'none'")
         with open(out, "w", encoding="utf-8", newline="\n") as page:
-            page.write('<!DOCTYPE html><html lang="en"><head><meta charset="utf-8">\n'
-                       f'<meta http-equiv="Content-Security-Policy" content="{policy}">\n'
-                       '<meta name="viewport" content="width=device-width, initial-scale=1">'
-                       f"<title>Conversion report</title><style>{style}</style></head>\n<body>"
-                       + (folder / "page.html").read_text(encoding="utf-8"))
+            page.write(start)
             for number, data in enumerate(self.slices):
                 page.write(f'<script type="text/plain" id="d{number}">{data}</script>\n')
             text = json.dumps(summary, separators=(",", ":")).replace("<", "\\u003c")
-            page.write(f'<script type="application/json" id="summary">{text}</script>\n'
-                       f"<script>{script}</script>\n</body></html>\n")
+            page.write(f'<script type="application/json" id="summary">{text}{end}')
 
 
 def count_outcomes(record):
@@ -187,10 +168,10 @@ def many(page):
 
 
 def main():
-    folder, kind, out = sys.argv[1:]
+    frame, kind, out = sys.argv[1:]
     page = Page()
     packages = {"hostile": hostile, "large": large, "many": many}[kind](page)
-    page.write(pathlib.Path(folder), packages, out)
+    page.write(pathlib.Path(frame).read_bytes().decode("utf-8"), packages, out)
 
 
 if __name__ == "__main__":
