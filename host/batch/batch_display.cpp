@@ -36,17 +36,31 @@ std::string FormatTime(double time) {
 
 }  // namespace
 
+void SBatchCounts::Add(EPackageOutcome outcome) {
+    switch (outcome) {
+        case EPackageOutcome::Whole:
+            ++whole;
+            break;
+        case EPackageOutcome::NotWhole:
+            ++notWhole;
+            break;
+        case EPackageOutcome::Failed:
+            ++failed;
+            break;
+    }
+}
+
 std::string DescribeResult(const SPackageResult& result) {
     const SConversion& conversion = result.conversion;
     const std::string rest =
         ", " + Count(conversion.items, "item") + ", " + FormatDecimal(result.seconds) + " s";
     switch (OutcomeOf(result)) {
-        case EOutcome::Whole:
+        case EPackageOutcome::Whole:
             return "whole" + rest;
-        case EOutcome::NotWhole:
+        case EPackageOutcome::NotWhole:
             return "not whole, " + std::to_string(conversion.losses) +
                    (conversion.losses == 1 ? " loss" : " losses") + rest;
-        case EOutcome::Failed:
+        case EPackageOutcome::Failed:
             break;
     }
     // The file may have been written by anybody.

@@ -20,6 +20,8 @@ struct SBatchCounts {
     std::size_t failed = 0;
     std::size_t kept = 0;    // of these, how many had their results before
     std::size_t others = 0;  // that other processes convert
+
+    void Add(EPackageOutcome outcome);
 };
 
 // "whole, 12 items, 0.4 s", "failed: the reason".

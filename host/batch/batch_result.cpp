@@ -199,11 +199,11 @@ std::string FormatSeconds(double seconds) {
     return text;
 }
 
-EOutcome OutcomeOf(const SPackageResult& result) {
+EPackageOutcome OutcomeOf(const SPackageResult& result) {
     constexpr int kNotWhole = 3;
-    return result.status == 0           ? EOutcome::Whole
-           : result.status == kNotWhole ? EOutcome::NotWhole
-                                        : EOutcome::Failed;
+    return result.status == 0           ? EPackageOutcome::Whole
+           : result.status == kNotWhole ? EPackageOutcome::NotWhole
+                                        : EPackageOutcome::Failed;
 }
 
 bool ReadConversion(std::string_view json, SConversion& conversion) {

@@ -20,7 +20,8 @@ enum class EEnd {
     Memory,   // it wanted more memory than allowed
 };
 
-enum class EOutcome { Whole, NotWhole, Failed };
+// What has become of a package, by its result.
+enum class EPackageOutcome { Whole, NotWhole, Failed };
 
 // What the JSON of a conversion says, as far as a batch shows it.
 struct SConversion {
@@ -47,7 +48,7 @@ struct SPackageResult {
     SConversion conversion;
 };
 
-[[nodiscard]] EOutcome OutcomeOf(const SPackageResult& result);
+[[nodiscard]] EPackageOutcome OutcomeOf(const SPackageResult& result);
 
 // Seconds with three decimals, as result files and summaries have them.
 [[nodiscard]] std::string FormatSeconds(double seconds);

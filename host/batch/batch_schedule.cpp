@@ -66,7 +66,6 @@ private:
     void Finish(const SChildEnd& end);
     void CheckTimes();
     void EndChildren();
-    void Count(const CBatchWork& work);
     void Fail(std::size_t index, const std::string& problem);
     [[nodiscard]] bool MayGoOn() const { return CountSignals() == 0 && m_run.hasLocks; }
 
@@ -132,8 +131,9 @@ void CSchedule::Begin(std::size_t index) {
         m_running.emplace(child, std::move(running));
     } else if (begin == EBegin::Kept) {
         ++m_run.counts.kept;
-        m_run.failedBefore += OutcomeOf(work->GetResult()) == EOutcome::Failed ? 1 : 0;
-        Count(*work);
+        const EPackageOutcome outcome = OutcomeOf(work->GetResult());
+        m_run.failedBefore += outcome == EPackageOutcome::Failed ? 1 : 0;
+        m_run.counts.Add(outcome);
     } else if (begin == EBegin::Taken) {
         m_taken.push_back(index);
     } else {
@@ -172,7 +172,7 @@ void CSchedule::Finish(const SChildEnd& end) {
         work.Abandon();
         Fail(running.index, "it was told to end, and has no result; the next run converts it");
     } else if (work.Finish(end, running.end)) {
-        Count(work);
+        m_run.counts.Add(OutcomeOf(work.GetResult()));
         m_display.ShowPackage(NameText(work.GetPackage()), DescribeResult(work.GetResult()));
     } else {
         Fail(running.index, work.GetProblem());
@@ -202,13 +202,6 @@ void CSchedule::EndChildren() {
             running.killTime = Clock::now() + kPatienceOfSignal;
         }
     }
-}
-
-void CSchedule::Count(const CBatchWork& work) {
-    const EOutcome outcome = OutcomeOf(work.GetResult());
-    ++(outcome == EOutcome::Whole      ? m_run.counts.whole
-       : outcome == EOutcome::NotWhole ? m_run.counts.notWhole
-                                       : m_run.counts.failed);
 }
 
 void CSchedule::Fail(std::size_t index, const std::string& problem) {

@@ -201,10 +201,10 @@ SRow CSummary::Read(std::size_t index) const {
     row.hasResult = ReadResult(ResultFolder(m_rules, *row.package) / kResultFile, row.result,
                                problem) == EResultState::Good;
     if (row.hasResult) {
-        const EOutcome outcome = OutcomeOf(row.result);
-        row.state = outcome == EOutcome::Whole      ? EState::Whole
-                    : outcome == EOutcome::NotWhole ? EState::NotWhole
-                                                    : EState::Failed;
+        const EPackageOutcome outcome = OutcomeOf(row.result);
+        row.state = outcome == EPackageOutcome::Whole      ? EState::Whole
+                    : outcome == EPackageOutcome::NotWhole ? EState::NotWhole
+                                                           : EState::Failed;
         row.reason = row.result.reason;
     }
     // What this run knows counts more than a result of another one.

@@ -137,7 +137,7 @@ bool CBatchWork::IsDone(CDigests& digests) {
                     ? "the former result " + problem + ", and is made anew"
                     : "";
     if (state != EResultState::Good || m_result.program != CAS2ORV_VERSION ||
-        (m_rules.isRetry && OutcomeOf(m_result) == EOutcome::Failed)) {
+        (m_rules.isRetry && OutcomeOf(m_result) == EPackageOutcome::Failed)) {
         return false;
     }
     TakeDigests(digests);
@@ -240,7 +240,8 @@ bool CBatchWork::Start(CChildren& children) {
 bool CBatchWork::Finish(const SChildEnd& child, EEnd end) {
     ReadOutput(child, end);
     CorrectPaths();
-    const bool isPublished = OutcomeOf(m_result) == EOutcome::Failed ? PublishFailure() : Publish();
+    const bool isPublished =
+        OutcomeOf(m_result) == EPackageOutcome::Failed ? PublishFailure() : Publish();
     Abandon();
     return isPublished;
 }

@@ -100,7 +100,6 @@ private:
     void Wait();
     void Look();
     [[nodiscard]] bool LookAt(const SWaiting& waiting);
-    void CountResult(const SPackageResult& result);
     [[nodiscard]] bool MayGoOn();
     void CancelOwn();
     void WaitForStaleFolders();
@@ -229,8 +228,9 @@ bool CSlurmEngine::SortOut() {
         const auto earlier = m_earlier.find(package.name);
         if (isDone) {
             ++m_result.run.counts.kept;
-            m_result.run.failedBefore += OutcomeOf(work.GetResult()) == EOutcome::Failed ? 1 : 0;
-            CountResult(work.GetResult());
+            const EPackageOutcome outcome = OutcomeOf(work.GetResult());
+            m_result.run.failedBefore += outcome == EPackageOutcome::Failed ? 1 : 0;
+            m_result.run.counts.Add(outcome);
         } else if (earlier != m_earlier.end()) {
             waiting.array = earlier->second;
             ++m_arrays[waiting.array].waiting;
@@ -430,17 +430,9 @@ bool CSlurmEngine::LookAt(const SWaiting& waiting) {
         return false;
     }
     --m_arrays[waiting.array].waiting;
-    CountResult(result);
+    m_result.run.counts.Add(OutcomeOf(result));
     m_display.ShowPackage(NameText(package), DescribeResult(result));
     return true;
-}
-
-void CSlurmEngine::CountResult(const SPackageResult& result) {
-    SBatchCounts& counts = m_result.run.counts;
-    const EOutcome outcome = OutcomeOf(result);
-    ++(outcome == EOutcome::Whole      ? counts.whole
-       : outcome == EOutcome::NotWhole ? counts.notWhole
-                                       : counts.failed);
 }
 
 // This machine may not see yet what a node has written just before the array ended.

@@ -66,7 +66,7 @@ void CReportData::ReadResultOf(const SReportPackage& package, SReportedPackage& 
             return;
     }
     data.result.name = platform::Utf8ToUtf16(result.name);
-    data.result.isFailed = OutcomeOf(result) == host::EOutcome::Failed;
+    data.result.isFailed = OutcomeOf(result) == EPackageOutcome::Failed;
     if (!data.result.isFailed) {
         return;
     }
