@@ -112,9 +112,9 @@ bool MakeOutput(const std::filesystem::path& folder) {
 }
 
 void TellEnd(const SBatchRun& run) {
-    if (!run.hasLocks) {
-        Complain("the file system of the output has no locks, so nothing can be converted there; " +
-                 run.problems.rbegin()->second);
+    if (!run.lockProblem.empty()) {
+        Complain("the file system of the output has no locks, so nothing can be converted there: " +
+                 run.lockProblem);
     }
     if (run.endStatus != 0) {
         Complain("ended by a signal; the same command goes on with the packages that are left");

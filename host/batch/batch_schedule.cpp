@@ -67,7 +67,7 @@ private:
     void CheckTimes();
     void EndChildren();
     void Fail(std::size_t index, const std::string& problem);
-    [[nodiscard]] bool MayGoOn() const { return CountSignals() == 0 && m_run.hasLocks; }
+    [[nodiscard]] bool MayGoOn() const { return CountSignals() == 0 && m_run.lockProblem.empty(); }
 
     const SBatchRules& m_rules;
     const std::vector<SPackage>& m_packages;
@@ -137,7 +137,9 @@ void CSchedule::Begin(std::size_t index) {
     } else if (begin == EBegin::Taken) {
         m_taken.push_back(index);
     } else {
-        m_run.hasLocks = m_run.hasLocks && begin != EBegin::NoLocks;
+        if (begin == EBegin::NoLocks) {
+            m_run.lockProblem = work->GetProblem();
+        }
         Fail(index, work->GetProblem());
     }
 }

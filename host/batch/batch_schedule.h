@@ -20,7 +20,7 @@ struct SBatchRun {
     std::set<std::size_t> taken;   // those of them that another process has
     std::size_t failedBefore = 0;  // packages that have failed in a former run, and are left so
     int endStatus = 0;             // the exit status of a signal that has ended the run, or 0
-    bool hasLocks = true;
+    std::string lockProblem;       // why nothing can be converted: the file system has no locks
 };
 
 // The options of the conversions as one text, for their digests.
@@ -29,7 +29,7 @@ struct SBatchRun {
 // Converts those of the packages that need it, in their order, at most `jobs` at a time. A package
 // that another process holds is tried once more at the end; nobody is waited for.
 //
-// A signal (CatchEndingSignals) ends the run: no package is begun any more, and the children are
+// A signal (CatchBatchSignals) ends the run: no package is begun any more, and the children are
 // asked to end, which leaves their packages as they were. A second one kills them.
 [[nodiscard]] SBatchRun RunBatchWork(const SBatchRules& rules,
                                      const std::vector<SPackage>& packages, std::size_t jobs,
