@@ -158,20 +158,18 @@ bool TakeResult(const rapidjson::Document& document, SPackageResult& result) {
     return true;
 }
 
-// Opening a pipe might never end.
-bool IsFile(const std::filesystem::path& file) {
-    std::error_code error;
-    return std::filesystem::is_regular_file(DeepPath(file), error);
-}
-
 // `parse` makes a document of the file, and returns false if that is no whole object.
 template <class TParse>
 EResultState ReadBy(const TParse& parse, const std::filesystem::path& file, SPackageResult& result,
                     std::string& problem) {
-    if (!Exists(file)) {
+    std::error_code error;
+    // One look, which a shared folder may have to ask its server for.
+    const std::filesystem::file_status status = std::filesystem::status(DeepPath(file), error);
+    if (!std::filesystem::exists(status)) {
         return EResultState::Missing;
     }
-    if (!IsFile(file)) {
+    // Opening a pipe might never end.
+    if (!std::filesystem::is_regular_file(status)) {
         problem = "is no file";
         return EResultState::Unusable;
     }
@@ -221,7 +219,9 @@ bool IsResult(const std::filesystem::path& file) {
     constexpr std::string_view kVersionMember = R"({"schema":)";
     constexpr std::string_view kNameMember = R"(,"name":)";
     std::string start(kStartSize, '\0');
-    if (!IsFile(file)) {
+    std::error_code error;
+    // Opening a pipe might never end.
+    if (!std::filesystem::is_regular_file(DeepPath(file), error)) {
         return false;
     }
     std::ifstream stream(DeepPath(file), std::ios::binary);
