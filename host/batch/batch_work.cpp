@@ -238,16 +238,17 @@ bool CBatchWork::Start(CChildren& children) {
 }
 
 bool CBatchWork::Finish(const SChildEnd& child, EEnd end) {
-    ReadOutput(child, end);
-    CorrectPaths();
+    const std::string messages = ReadFile(m_work / kNewFolder / kMessagesFile);
+    ReadOutput(child, end, LastLine(messages));
+    CorrectPaths(messages);
     const bool isPublished =
         OutcomeOf(m_result) == EPackageOutcome::Failed ? PublishFailure() : Publish();
     Abandon();
     return isPublished;
 }
 
-// Makes the result of what the child has left.
-void CBatchWork::ReadOutput(const SChildEnd& child, EEnd end) {
+// Makes the result of what the child has left. `last` is the last line of its messages.
+void CBatchWork::ReadOutput(const SChildEnd& child, EEnd end, const std::string& last) {
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - m_begin;
     m_json = ReadFile(m_work / kOutputFile);
     m_json.erase(m_json.find_last_not_of('\n') + 1);
@@ -269,7 +270,6 @@ void CBatchWork::ReadOutput(const SChildEnd& child, EEnd end) {
         m_result.end = EEnd::Exit;
         m_result.status = child.status;
     }
-    const std::string last = LastLine(ReadFile(m_work / kNewFolder / kMessagesFile));
     const bool lacksMemory =
         m_result.conversion.lacksMemory || (!isRead && TellsLackOfMemory(last));
     // With a limit, what lacks memory is not the result that its user wants, even if some came.
@@ -305,12 +305,10 @@ std::string CBatchWork::DescribeEnd(const std::string& last) const {
 }
 
 // The child has written the paths of the folder for the work, which will be gone.
-void CBatchWork::CorrectPaths() {
+void CBatchWork::CorrectPaths(const std::string& messages) {
     const fs::path folder = m_work / kNewFolder;
     const std::string separator = JsonText(fs::path({fs::path::preferred_separator}));
-    const fs::path messages = folder / kMessagesFile;
-    const std::string before = ReadFile(messages);
-    std::string after = before;
+    std::string corrected = messages;
     // It has written them as the library knows them, and as it was given them.
     for (const fs::path& written : {AsWritten(folder), folder}) {
         const std::string json = JsonText(written);
@@ -321,12 +319,13 @@ void CBatchWork::CorrectPaths() {
         ReplaceAll(m_json, json, JsonText(m_place));
         const std::string shown = Printable(platform::PathText(written));
         ReplaceAll(m_result.reason, shown, Printable(platform::PathText(m_place)));
-        ReplaceAll(after, shown, Printable(platform::PathText(m_place)));
+        ReplaceAll(corrected, shown, Printable(platform::PathText(m_place)));
     }
     std::string reason;
-    if (after != before) {
+    if (corrected != messages) {
         // A full disk leaves it as it was.
-        static_cast<void>(ReplaceFile(messages, m_work / kNewFile, after, reason));
+        static_cast<void>(
+            ReplaceFile(folder / kMessagesFile, m_work / kNewFile, corrected, reason));
     }
 }
 

@@ -75,9 +75,9 @@ private:
     [[nodiscard]] bool CheckPlace();
     [[nodiscard]] bool MakeWork();
     [[nodiscard]] bool Start(CChildren& children);
-    void ReadOutput(const SChildEnd& child, EEnd end);
+    void ReadOutput(const SChildEnd& child, EEnd end, const std::string& last);
     [[nodiscard]] std::string DescribeEnd(const std::string& last) const;
-    void CorrectPaths();
+    void CorrectPaths(const std::string& messages);
     [[nodiscard]] bool Publish();
     [[nodiscard]] bool PublishFailure();
     [[nodiscard]] bool Fail(const std::string& problem);
