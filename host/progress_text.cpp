@@ -1,7 +1,6 @@
 #include "host/progress_text.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <vector>
 
 #include "host/console.h"
@@ -51,13 +50,6 @@ std::size_t FitEnd(std::u16string_view text, std::size_t columns) {
     return text.size() - start;
 }
 
-std::string FormatBar(const OrvProgress& level) {
-    // The total is an estimate on some levels, so more may be done than that.
-    const std::uint64_t done = std::min(level.current, level.total);
-    const std::size_t filled = level.total == 0 ? 0 : done * kBarCells / level.total;
-    return '[' + std::string(filled, '#') + std::string(kBarCells - filled, '-') + ']';
-}
-
 std::string FormatCount(const OrvProgress& level) {
     const std::string count = std::to_string(level.current) + '/' + std::to_string(level.total);
     return std::string(kCountColumns - std::min(count.size(), kCountColumns), ' ') + count;
@@ -97,10 +89,15 @@ std::u16string CutMiddle(std::u16string_view text, std::size_t columns) {
     return cut;
 }
 
+std::string FormatBar(std::uint64_t done, std::uint64_t total) {
+    const std::size_t filled = total == 0 ? 0 : std::min(done, total) * kBarCells / total;
+    return '[' + std::string(filled, '#') + std::string(kBarCells - filled, '-') + ']';
+}
+
 std::string FormatLevel(const OrvProgress& level, std::size_t columns) {
     // The last column stays free, because there a terminal may begin a new line.
     std::size_t room = columns - std::min<std::size_t>(columns, 1);
-    std::string line = FormatBar(level) + ' ' + FormatCount(level) + "  ";
+    std::string line = FormatBar(level.current, level.total) + ' ' + FormatCount(level) + "  ";
     if (line.size() + kLeastMessage > room) {
         line.clear();
     }

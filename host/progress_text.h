@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,9 @@ namespace host {
 
 // Cuts a text to at most `columns` columns: "..." replaces the middle of a longer one.
 [[nodiscard]] std::u16string CutMiddle(std::u16string_view text, std::size_t columns);
+
+// A bar of fixed length. `total` may be an estimate, so more may be done than that.
+[[nodiscard]] std::string FormatBar(std::uint64_t done, std::uint64_t total);
 
 // A level as bar, count and message, in fewer than `columns` columns. With little room, only the
 // message.

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "host/console.h"
+#include "host/progress_text.h"
 #include "platform/utf8.h"
 
 namespace host {
@@ -11,7 +12,6 @@ namespace host {
 namespace {
 
 constexpr std::chrono::milliseconds kRedrawInterval{200};
-constexpr std::size_t kBarCells = 20;
 
 std::string FormatDecimal(double number) {
     char text[32];
@@ -71,7 +71,6 @@ std::string FormatBatchLine(const SBatchCounts& counts, std::size_t total,
                             std::chrono::duration<double> passed, std::size_t columns) {
     constexpr double kMinute = 60;
     const std::size_t done = counts.whole + counts.notWhole + counts.failed + counts.others;
-    const std::size_t filled = total == 0 ? 0 : done * kBarCells / total;
     // What was done before takes no time worth counting.
     const std::size_t converted = done - std::min(done, counts.kept + counts.others);
     const double rate = passed.count() > 0 ? static_cast<double>(converted) / passed.count() : 0;
@@ -87,8 +86,7 @@ std::string FormatBatchLine(const SBatchCounts& counts, std::size_t total,
     }
     // The last column stays free, because there a terminal may begin a new line.
     const std::size_t room = columns - std::min<std::size_t>(columns, 1);
-    const std::string bar =
-        '[' + std::string(filled, '#') + std::string(kBarCells - filled, '-') + "] ";
+    const std::string bar = FormatBar(done, total) + ' ';
     return (bar.size() + line.size() <= room ? bar + line : line).substr(0, room);
 }
 
