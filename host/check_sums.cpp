@@ -11,7 +11,6 @@
 
 #include "foundation/hex.h"
 #include "host/console.h"
-#include "platform/crypto.h"
 #include "platform/local_paths.h"
 #include "platform/status.h"
 #include "platform/utf8.h"
@@ -119,6 +118,12 @@ bool MayReplace(const fs::path& path) {
 
 }  // namespace
 
+std::string SumText(const platform::Sha256& sum) {
+    std::string digits = platform::Utf16ToUtf8(BytesToHex(sum.data(), sum.size()));
+    LowerDigits(digits);
+    return digits;
+}
+
 std::optional<std::string> SumFile(const fs::path& file, std::string& problem) {
     std::ifstream bytes(file, std::ios::binary);
     platform::CSha256 sum;
@@ -136,9 +141,7 @@ std::optional<std::string> SumFile(const fs::path& file, std::string& problem) {
         problem = std::string("the file cannot be read: ") + std::strerror(errno);
         return std::nullopt;
     }
-    std::string digits = platform::Utf16ToUtf8(BytesToHex(hash.data(), hash.size()));
-    LowerDigits(digits);
-    return digits;
+    return SumText(hash);
 }
 
 std::string WriteCheckSums(const fs::path& folder) {

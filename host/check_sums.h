@@ -7,14 +7,17 @@
 #include <string>
 
 #include "host/target_folder.h"
+#include "platform/crypto.h"
 
 namespace host {
 
 // The file with the check sums, beside the manifest.
 constexpr const char* kSumsName = "SHA256SUMS";
 
-// The check sum of a file, in small hexadecimal digits; none when it cannot be read, and then
-// `problem` says why.
+// A check sum as text: small hexadecimal digits, as sha256sum writes them.
+[[nodiscard]] std::string SumText(const platform::Sha256& sum);
+
+// The check sum of a file as text; none when it cannot be read, and then `problem` says why.
 [[nodiscard]] std::optional<std::string> SumFile(const std::filesystem::path& file,
                                                  std::string& problem);
 

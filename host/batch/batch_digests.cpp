@@ -7,8 +7,8 @@
 #include <set>
 #include <span>
 
-#include "foundation/hex.h"
 #include "host/batch/batch_folder.h"
+#include "host/check_sums.h"
 #include "host/path_rules.h"
 #include "host/system.h"
 #include "platform/crypto.h"
@@ -32,14 +32,7 @@ public:
     }
     [[nodiscard]] std::string Finish() {
         platform::Sha256 hash{};
-        if (!m_isGood || m_hash.Finish(hash) != 0) {
-            return "";
-        }
-        std::string digits = platform::Utf16ToUtf8(BytesToHex(hash.data(), hash.size()));
-        for (char& digit : digits) {
-            digit = static_cast<char>(std::tolower(static_cast<unsigned char>(digit)));
-        }
-        return digits;
+        return m_isGood && m_hash.Finish(hash) == 0 ? SumText(hash) : "";
     }
 
 private:
