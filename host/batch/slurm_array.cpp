@@ -87,7 +87,7 @@ bool WriteArrayFiles(const SArrayFiles& files, const std::vector<const SPackage*
     if (WriteFile(files.list, lines, reason) && WriteFile(files.script, kScript, reason)) {
         return true;
     }
-    RemoveArrayFiles(files, true);
+    RemoveArrayFiles(files);
     return false;
 }
 
@@ -135,12 +135,10 @@ bool ReadArrayNames(const SArrayFiles& files, std::set<std::string>& names) {
     return list.eof();
 }
 
-void RemoveArrayFiles(const SArrayFiles& files, bool hasMessages) {
+void RemoveArrayFiles(const SArrayFiles& files) {
     const std::string start = platform::PathBytes(files.list.filename()) + kMessagesEnd;
     std::vector<SFolderEntry> entries;
-    if (hasMessages) {
-        static_cast<void>(ListFolder(DeepPath(files.folder), entries));  // what is not found stays
-    }
+    static_cast<void>(ListFolder(DeepPath(files.folder), entries));  // what is not found stays
     for (const SFolderEntry& entry : entries) {
         if (platform::PathBytes(entry.name).starts_with(start)) {
             RemoveTree(files.folder / entry.name);

@@ -62,8 +62,8 @@ struct STaskPlan {
 // The names of the packages of an array. False when its list cannot be read.
 [[nodiscard]] bool ReadArrayNames(const SArrayFiles& files, std::set<std::string>& names);
 
-// Removes the list and the script, and with `hasMessages` also what the tasks have said.
-void RemoveArrayFiles(const SArrayFiles& files, bool hasMessages);
+// Removes the list, the script and what the tasks have said.
+void RemoveArrayFiles(const SArrayFiles& files);
 
 // Where the messages of the tasks are, for people.
 [[nodiscard]] std::filesystem::path GetMessagesPattern(const SArrayFiles& files);

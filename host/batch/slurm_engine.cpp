@@ -191,7 +191,7 @@ bool CSlurmEngine::FindEarlierArrays() {
                         m_slurm.GetProblem());
         }
         if (!array.watch.IsPresent()) {
-            RemoveArrayFiles(files, true);
+            RemoveArrayFiles(files);
             continue;
         }
         std::set<std::string> names;
@@ -309,7 +309,7 @@ bool CSlurmEngine::Submit() {
                         "; the same command finds out when Slurm answers");
         }
         if (!array.watch.IsPresent()) {
-            RemoveArrayFiles(files, true);
+            RemoveArrayFiles(files);
             return Fail("nothing was submitted: " + problem);
         }
         m_result.job = array.watch.GetJob();
@@ -466,7 +466,7 @@ void CSlurmEngine::Finish() {
     }
     for (const SArray& array : m_arrays) {
         if (!array.watch.IsPresent() && array.waiting == 0) {
-            RemoveArrayFiles(array.files, true);
+            RemoveArrayFiles(array.files);
         } else if (array.waiting != 0 && !IsStopped()) {
             Warn(Count(array.waiting, "package") + " of job " + array.watch.GetJob() +
                  " got no result; the same command submits them again. What its "
