@@ -137,16 +137,17 @@ bool CSlurm::Submit(const std::vector<std::string>& words, std::string& job) {
         return false;
     }
     // With --clusters the name of the cluster follows.
-    job = m_output.substr(0, m_output.find_first_of(";\n"));
-    if (!IsNumber(job)) {
+    const std::string number = m_output.substr(0, m_output.find_first_of(";\n"));
+    if (!IsNumber(number)) {
         m_problem = "sbatch has not said the number of the job, but: " + ShowLastLine(m_output);
         return false;
     }
     // Of several clusters it has chosen one, in which the other commands look for the array.
-    if (m_output.size() > job.size() && m_output[job.size()] == ';') {
-        const std::string rest = m_output.substr(job.size() + 1);
+    if (m_output.size() > number.size() && m_output[number.size()] == ';') {
+        const std::string rest = m_output.substr(number.size() + 1);
         SetClusters(rest.substr(0, rest.find('\n')));
     }
+    job = number;
     return true;
 }
 

@@ -31,7 +31,8 @@ public:
     // Gives the number of tasks that an array may have; at least 1 unless it fails.
     [[nodiscard]] std::size_t AskMaxTasks();
 
-    // Submits an array; `job` gets its number. `words` are the arguments of sbatch.
+    // Submits an array; `job` gets its number, and is unchanged on failure. `words` are the
+    // arguments of sbatch.
     [[nodiscard]] bool Submit(const std::vector<std::string>& words, std::string& job);
 
     // Asks for the array of this name. An array that has ended is not present any more.

@@ -1,8 +1,9 @@
 #include "host/batch/slurm_commands.h"
 
-#include <gtest/gtest.h>
+#include <cstdlib>
 
 #include "host/batch/task_size.h"
+#include "support/test.h"
 
 namespace {
 
@@ -36,6 +37,31 @@ TEST(SlurmCommandsTest, OptionsThatWouldMakeAnotherJobAreRefused) {
           "--parsable", "--", "-", "x", "5", ""}) {
         EXPECT_NE(host::CheckSlurmOption(option), "") << option;
     }
+}
+
+// Has sbatch print a line and gives the number that Submit has taken from it.
+std::string SubmitTo(const CTempFolder& folder, const std::string& line) {
+    folder.WriteFile("sbatch", "#!/bin/sh\necho '" + line + "'\n");
+    std::filesystem::permissions(folder.Path("sbatch"), std::filesystem::perms::owner_all);
+    host::CSlurm slurm({}, [] { return false; });
+    std::string job = "none";
+    const bool isSubmitted = slurm.Submit({"--array=0-1"}, job);
+    EXPECT_EQ(isSubmitted, slurm.GetProblem().empty());
+    return job;
+}
+
+TEST(SlurmCommandsTest, OnlyANumberIsTakenForThatOfAJob) {
+    if (RunsOnWindows()) {
+        GTEST_SKIP() << "no commands of Slurm are run there";
+    }
+    const CTempFolder folder;
+    const std::string path = std::getenv("PATH");
+    SetEnvironment("PATH", folder.Path().string() + ":" + path);
+    EXPECT_EQ(SubmitTo(folder, "12"), "12");
+    EXPECT_EQ(SubmitTo(folder, "12;east"), "12");
+    EXPECT_EQ(SubmitTo(folder, "submitted 12"), "none");
+    EXPECT_EQ(SubmitTo(folder, ""), "none");
+    SetEnvironment("PATH", path);
 }
 
 }  // namespace
