@@ -23,9 +23,10 @@ std::error_code ListFolder(const std::filesystem::path& folder,
     std::filesystem::directory_iterator entry(folder, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         std::error_code unknown;  // counts as what is not regular
-        const std::filesystem::file_status status = entry->symlink_status(unknown);
-        entries.push_back({entry->path().filename(), std::filesystem::is_directory(status),
-                           std::filesystem::is_regular_file(status)});
+        // Most file systems tell these together with the name. symlink_status() asks again.
+        const bool isLink = entry->is_symlink(unknown);
+        entries.push_back({entry->path().filename(), !isLink && entry->is_directory(unknown),
+                           !isLink && entry->is_regular_file(unknown)});
     }
     return error;
 }
