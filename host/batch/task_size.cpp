@@ -28,17 +28,24 @@ constexpr double kSecondsPerFile = 0.001;
 constexpr double kSecondsPerMegabyte = 0.02;
 
 constexpr std::size_t kSampledPackages = 20;
-constexpr std::size_t kSampledFiles = 5000;  // of each package
+// Of each package. A shared folder gives the names in a folder together, but sizes one by one.
+constexpr std::size_t kCountedFiles = 5000;
+constexpr std::size_t kSampledFiles = 500;
+constexpr std::size_t kListedFolders = 500;
 
 struct STreeSize {
     std::size_t files = 0;
     double megabytes = 0;
 };
 
+// How many files a tree has, as far as it is looked at, and what they hold if all are as large as
+// the first ones on average.
 STreeSize MeasureTree(const fs::path& root) {
+    constexpr double kMegabyte = 1e6;
     STreeSize size;
     std::vector<fs::path> open = {root};
-    while (!open.empty() && size.files < kSampledFiles) {
+    for (std::size_t folders = 0;
+         !open.empty() && folders < kListedFolders && size.files < kCountedFiles; ++folders) {
         const fs::path folder = std::move(open.back());
         open.pop_back();
         std::vector<SFolderEntry> entries;
@@ -46,12 +53,19 @@ STreeSize MeasureTree(const fs::path& root) {
         for (const SFolderEntry& entry : entries) {
             if (entry.isFolder) {
                 open.push_back(folder / entry.name);
-            } else if (const auto state = GetFileState(folder / entry.name)) {
-                constexpr double kMegabyte = 1e6;
-                ++size.files;
-                size.megabytes += static_cast<double>(state->size) / kMegabyte;
+                continue;
+            }
+            if (size.files < kSampledFiles) {
+                const auto state = GetFileState(folder / entry.name);
+                size.megabytes += state ? static_cast<double>(state->size) / kMegabyte : 0;
+            }
+            if (++size.files == kCountedFiles) {
+                break;
             }
         }
+    }
+    if (size.files > kSampledFiles) {
+        size.megabytes *= static_cast<double>(size.files) / double{kSampledFiles};
     }
     return size;
 }

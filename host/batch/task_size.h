@@ -15,8 +15,9 @@ struct SPackageTime {
     std::string basis;  // where that is from, for people
 };
 
-// Estimates it from the sizes of captured trees. A few packages are looked at, and of each not more
-// than some thousand files, so that it takes no time worth counting.
+// Estimates it from the sizes of captured trees. A few packages are looked at: of each some
+// hundred folders are listed, some thousand files are counted, and the sizes of some hundred files
+// are asked for. So it takes no time worth counting.
 [[nodiscard]] SPackageTime EstimateTime(const std::vector<const SPackage*>& packages);
 
 // How many packages make a task of some minutes, an allocation being dear, without more than

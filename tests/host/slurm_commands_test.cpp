@@ -27,6 +27,19 @@ TEST(SlurmCommandsTest, ATaskTakesMinutesUnlessThatMakesTooManyTasks) {
     EXPECT_EQ(host::ChoosePackagesPerTask(60, 0, 1001), 60U);
 }
 
+TEST(SlurmCommandsTest, APackageTakesLongerTheMoreAndLargerFilesItHas) {
+    const CTempFolder folder;
+    const std::string files = "0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9_1/Device/C/";
+    const host::SPackage package{"a", "a", folder.Path("a.profile")};
+    folder.WriteFile("a.profile");
+    EXPECT_NEAR(host::EstimateTime({&package}).seconds, 0.01, 1e-6);
+    // In one folder, and more than are looked at. A millisecond each, and 20 for each megabyte.
+    for (int number = 0; number < 1200; ++number) {
+        folder.WriteFile(files + std::to_string(number), std::string(1000, 'x'));
+    }
+    EXPECT_NEAR(host::EstimateTime({&package}).seconds, 0.01 + 1.2 + 0.024, 1e-6);
+}
+
 TEST(SlurmCommandsTest, OptionsThatWouldMakeAnotherJobAreRefused) {
     for (const char* const option : {"--partition=long", "-plong", "--exclusive", "-H", "-n4",
                                      "--wait-all-nodes=1", "--comment=--array=5", "--output=x"}) {
