@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -29,12 +28,5 @@ struct SCommandEnd {
 // When `isStopped` gives true it is killed. On Windows nothing is found.
 [[nodiscard]] SCommandEnd RunExternal(const SExternalCommand& command,
                                       const std::function<bool()>& isStopped);
-
-// The file of this program, in full; empty where the system does not tell.
-[[nodiscard]] std::filesystem::path GetProgramFile();
-
-// How long this machine may go on seeing a folder as it was after another machine has changed it.
-// More than zero on NFS only.
-[[nodiscard]] std::chrono::seconds GetStaleTime(const std::filesystem::path& folder);
 
 }  // namespace host

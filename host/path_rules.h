@@ -1,6 +1,7 @@
 // host/path_rules.h - what each system makes of paths and folders. Each has a folder of sources.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -32,5 +33,9 @@ struct SFolderEntry {
 // drive is no failure.
 [[nodiscard]] std::error_code ListFolder(const std::filesystem::path& folder,
                                          std::vector<SFolderEntry>& entries);
+
+// How long this machine may go on seeing a folder as it was after another machine has changed it.
+// More than zero on NFS only.
+[[nodiscard]] std::chrono::seconds GetStaleTime(const std::filesystem::path& folder);
 
 }  // namespace host

@@ -65,6 +65,10 @@ private:
     int m_nothing = -1;       // on POSIX, the stdin of all of them
 };
 
+// The file of this program, in full. Empty where the system does not tell, and when another file
+// has taken its place since the program was started.
+[[nodiscard]] std::filesystem::path GetProgramFile();
+
 // How many children make full use of the processors that this process may use; at least 1.
 [[nodiscard]] std::size_t CountProcessors();
 

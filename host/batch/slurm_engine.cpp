@@ -16,6 +16,8 @@
 #include "host/batch/slurm_commands.h"
 #include "host/batch/task_size.h"
 #include "host/console.h"
+#include "host/path_rules.h"
+#include "host/processes.h"
 #include "host/status_text.h"
 #include "host/system.h"
 

@@ -1,10 +1,8 @@
 #include "host/external_command.h"
 
 #include <fcntl.h>
-#include <linux/magic.h>
 #include <spawn.h>
 #include <sys/mman.h>
-#include <sys/vfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -119,21 +117,6 @@ SCommandEnd RunExternal(const SExternalCommand& command, const std::function<boo
     end.output = output.Read();
     end.errors = errors.Read();
     return end;
-}
-
-std::filesystem::path GetProgramFile() {
-    std::error_code error;
-    return std::filesystem::read_symlink("/proc/self/exe", error);
-}
-
-// By default a client keeps what it knows of a folder for up to a minute (acdirmax of nfs(5)), also
-// that a file does not exist.
-std::chrono::seconds GetStaleTime(const std::filesystem::path& folder) {
-    constexpr std::chrono::seconds kLongest{60};
-    struct statfs info {};
-    return statfs(folder.c_str(), &info) == 0 && info.f_type == NFS_SUPER_MAGIC
-               ? kLongest
-               : std::chrono::seconds(0);
 }
 
 }  // namespace host

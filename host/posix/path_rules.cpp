@@ -1,5 +1,8 @@
 #include "host/path_rules.h"
 
+#include <linux/magic.h>
+#include <sys/vfs.h>
+
 #include "platform/local_paths.h"
 
 namespace host {
@@ -29,6 +32,16 @@ std::error_code ListFolder(const std::filesystem::path& folder,
                            !isLink && entry->is_regular_file(unknown)});
     }
     return error;
+}
+
+// By default a client keeps what it knows of a folder for up to a minute (acdirmax of nfs(5)), also
+// that a file does not exist.
+std::chrono::seconds GetStaleTime(const std::filesystem::path& folder) {
+    constexpr std::chrono::seconds kLongest{60};
+    struct statfs info {};
+    return statfs(folder.c_str(), &info) == 0 && info.f_type == NFS_SUPER_MAGIC
+               ? kLongest
+               : std::chrono::seconds(0);
 }
 
 }  // namespace host

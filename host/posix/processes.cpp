@@ -174,6 +174,13 @@ void CChildren::Kill(std::intptr_t child) {
     }
 }
 
+std::filesystem::path GetProgramFile() {
+    std::error_code error;
+    const std::filesystem::path file = std::filesystem::read_symlink(kThisProgram, error);
+    // The system adds words to the name of a file that was removed or replaced.
+    return Exists(file) ? file : std::filesystem::path();
+}
+
 std::size_t CountProcessors() { return std::max(1U, std::thread::hardware_concurrency()); }
 
 }  // namespace host

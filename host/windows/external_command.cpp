@@ -10,10 +10,4 @@ SCommandEnd RunExternal(const SExternalCommand& /*command*/,
     return end;
 }
 
-std::filesystem::path GetProgramFile() { return {}; }
-
-std::chrono::seconds GetStaleTime(const std::filesystem::path& /*folder*/) {
-    return std::chrono::seconds(0);
-}
-
 }  // namespace host

@@ -72,4 +72,8 @@ std::error_code ListFolder(const std::filesystem::path& folder,
     return error;
 }
 
+std::chrono::seconds GetStaleTime(const std::filesystem::path& /*folder*/) {
+    return std::chrono::seconds(0);
+}
+
 }  // namespace host

@@ -81,19 +81,6 @@ private:
     bool m_isGood = false;
 };
 
-std::wstring ThisProgram() {
-    std::wstring name(MAX_PATH, L'\0');
-    // A name that does not fit fills the buffer. No path is longer than 32,767 units.
-    constexpr std::size_t kMaxPath = 32768;
-    DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
-    while (length == name.size() && name.size() < kMaxPath) {
-        name.resize(kMaxPath);
-        length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
-    }
-    name.resize(length);
-    return name;
-}
-
 // An argument as the C run-time of the child takes it apart again: backslashes count only in front
 // of a quote.
 void AppendArgument(std::wstring& line, std::wstring_view argument) {
@@ -135,9 +122,10 @@ bool LimitJob(HANDLE job, std::uint64_t maxMemory) {
 // this process.
 bool StartSuspended(const std::vector<std::string>& arguments, STARTUPINFOEXW& start,
                     PROCESS_INFORMATION& process) {
-    const std::wstring program = ThisProgram();
+    const std::wstring program = GetProgramFile().native();
     std::wstring line = CommandLine(program, arguments);
-    return CreateProcessW(
+    return !program.empty() &&
+           CreateProcessW(
                program.c_str(), line.data(), nullptr, nullptr, TRUE,
                CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | EXTENDED_STARTUPINFO_PRESENT, nullptr,
                nullptr, &start.StartupInfo, &process) != FALSE;
@@ -263,6 +251,21 @@ void CChildren::Kill(std::intptr_t child) {
     if (m_running.contains(child)) {
         TerminateProcess(AsHandle(child), kKilled);
     }
+}
+
+std::filesystem::path GetProgramFile() {
+    // No path is longer than 32,767 units. One that does not fit is cut off, and the result is then
+    // the size of the buffer; 0 is a failure.
+    constexpr DWORD kMaxPath = 32768;
+    for (const DWORD size : {DWORD{MAX_PATH}, kMaxPath}) {
+        std::wstring name(size, L'\0');
+        const DWORD length = GetModuleFileNameW(nullptr, name.data(), size);
+        if (length < size) {
+            name.resize(length);
+            return name;
+        }
+    }
+    return {};
 }
 
 std::size_t CountProcessors() { return std::max(1U, std::thread::hardware_concurrency()); }
