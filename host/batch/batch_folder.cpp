@@ -18,9 +18,19 @@
 
 namespace host {
 
+namespace {
+
+constexpr const char* kLockEnd = ".lock";
+
+}  // namespace
+
+bool IsHiddenName(std::u16string_view name) {
+    return platform::FoldedText(name).starts_with(u".cas2orv");
+}
+
 bool IsOwnName(std::u16string_view name) {
     const std::u16string folded = platform::FoldedText(name);
-    return folded.starts_with(u".cas2orv") || folded == platform::Utf8ToUtf16(kSummaryJson) ||
+    return IsHiddenName(name) || folded == platform::Utf8ToUtf16(kSummaryJson) ||
            folded == platform::Utf8ToUtf16(kSummaryCsv);
 }
 
@@ -58,19 +68,19 @@ bool ReplaceFile(const std::filesystem::path& file, const std::filesystem::path&
 std::error_code HoldWorkFile(CHeldFile& claim, const std::filesystem::path& folder,
                              const std::string& name) {
     constexpr int kMaxTries = 20;
-    std::error_code error = claim.Hold(folder / name);
+    const std::filesystem::path file = folder / (name + kLockEnd);
+    std::error_code error = claim.Hold(file);
     for (int tries = 1; error && tries < kMaxTries && !Exists(folder); ++tries) {
         error = MakeFolder(folder, true);
         if (error && !Exists(folder)) {
             return error;
         }
-        error = claim.Hold(folder / name);
+        error = claim.Hold(file);
     }
     return error;
 }
 
 void RemoveLeftovers(const std::filesystem::path& folder) {
-    constexpr const char* kLockEnd = ".lock";
     std::vector<SFolderEntry> entries;
     static_cast<void>(ListFolder(DeepPath(folder), entries));  // what is not found stays
     // A set, because a folder and its locked file give the same name.
@@ -81,8 +91,8 @@ void RemoveLeftovers(const std::filesystem::path& folder) {
         }
     }
     // These are no packages. To hold one would keep others waiting.
-    names.erase("submission");
-    names.erase("summary");
+    names.erase(kSubmissionName);
+    names.erase(kSummaryName);
     for (const std::filesystem::path& name : names) {
         const std::filesystem::path work = folder / name;
         std::filesystem::path file = work;

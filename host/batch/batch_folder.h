@@ -23,12 +23,18 @@ constexpr const char* kSummaryCsv = "summary.csv";
 constexpr const char* kWorkFolder = ".cas2orv-batch";
 // Begins the names of the files that a job array needs; see slurm_array.h.
 constexpr const char* kListStart = "list-";
+// What is held while packages are submitted, and while the summary is written.
+constexpr const char* kSubmissionName = "submission";
+constexpr const char* kSummaryName = "summary";
 // In the folder of a package within the folder for the work: where a former result is while the new
 // one is moved to its place.
 constexpr const char* kFormerFolder = "old";
 
-// Whether the first part of a package's name is taken: a summary, or hidden as what the program
-// itself makes. Letter case does not count.
+// Whether a name is hidden as what the program itself makes. Letter case does not count.
+[[nodiscard]] bool IsHiddenName(std::u16string_view name);
+
+// Whether the first part of a package's name is taken: a summary, or hidden. Letter case does
+// not count.
 [[nodiscard]] bool IsOwnName(std::u16string_view name);
 
 // Whether a folder is called as that of a captured target: a GUID, an underscore and a version.
@@ -44,8 +50,9 @@ constexpr const char* kFormerFolder = "old";
                                const std::filesystem::path& beside, const std::string& bytes,
                                std::string& reason);
 
-// Holds a file in the folder for the work, which is made where it is missing: others remove it
-// while it is empty. The result is that of CHeldFile::Hold, or says why the folder cannot be made.
+// Holds the file NAME.lock in the folder for the work, which is made where it is missing: others
+// remove it while it is empty. The result is that of CHeldFile::Hold, or says why the folder cannot
+// be made.
 [[nodiscard]] std::error_code HoldWorkFile(CHeldFile& claim, const std::filesystem::path& folder,
                                            const std::string& name);
 

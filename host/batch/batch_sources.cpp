@@ -132,8 +132,7 @@ void CSourceFinder::TakeFolder(const fs::path& root) {
                 platform::FoldedText(name).ends_with(kProfileEnd)) {
                 TakeProfile(place / entry.name, NameOf(folder / entry.name));
             } else if (entry.isFolder && !IsCaptureName(name) &&
-                       (folder.empty() ? !IsOwnName(name)
-                                       : !platform::FoldedText(name).starts_with(u".cas2orv"))) {
+                       (folder.empty() ? !IsOwnName(name) : !IsHiddenName(name))) {
                 open.push_back(folder / entry.name);
             }
         }

@@ -264,11 +264,11 @@ bool CSummary::Hold(CHeldFile& lock) const {
     constexpr int kMaxTries = 600;
     constexpr std::chrono::milliseconds kPause{100};
     const std::filesystem::path folder = m_rules.folder / kWorkFolder;
-    std::error_code error = HoldWorkFile(lock, folder, "summary.lock");
+    std::error_code error = HoldWorkFile(lock, folder, kSummaryName);
     for (int tries = 1; error == std::errc::resource_unavailable_try_again && tries < kMaxTries;
          ++tries) {
         std::this_thread::sleep_for(kPause);
-        error = HoldWorkFile(lock, folder, "summary.lock");
+        error = HoldWorkFile(lock, folder, kSummaryName);
     }
     if (error) {
         Complain("the summary cannot be written: " + DescribeError(error));
@@ -288,7 +288,7 @@ bool CSummary::WriteFiles() {
     json.Json(m_rows.GetBytes());
     json.EndObject();
     bool isWritten = true;
-    const std::filesystem::path beside = m_rules.folder / kWorkFolder / "summary";
+    const std::filesystem::path beside = m_rules.folder / kWorkFolder / kSummaryName;
     for (const auto& [name, bytes] : {std::pair(kSummaryJson, std::string(json.GetBytes()) + '\n'),
                                       std::pair(kSummaryCsv, m_csv)}) {
         std::string reason;

@@ -19,8 +19,8 @@ struct SShare {
 
 // Reads the results of all packages and writes summary.json and summary.csv; without a summary it
 // reads those of the share only. Tells on stderr what of the share has failed or is not whole, and
-// why, and of all that the most frequent reasons. With
-// `json` the members of the command's object are written. Returns the exit status for the share.
+// why, and of all that the most frequent reasons. With `json` the members of the command's object
+// are written. Returns the exit status for the share.
 [[nodiscard]] int SumUpBatch(const SBatchRules& rules, const std::vector<SPackage>& packages,
                              const SShare& share, const SBatchRun& run, CJsonWriter* json);
 

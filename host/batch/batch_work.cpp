@@ -156,7 +156,7 @@ EBegin CBatchWork::Claim() {
     const fs::path folder = m_rules.folder / kWorkFolder;
     m_work = folder / WorkName(m_package.name);
     const std::error_code error =
-        HoldWorkFile(m_claim, folder, platform::PathBytes(m_work.filename()) + ".lock");
+        HoldWorkFile(m_claim, folder, platform::PathBytes(m_work.filename()));
     if (!error) {
         return EBegin::Started;
     }

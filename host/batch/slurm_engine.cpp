@@ -175,7 +175,7 @@ bool CSlurmEngine::Prepare() {
 // Two runs that look for packages at once would both submit them.
 bool CSlurmEngine::HoldSubmission() {
     const std::filesystem::path folder = m_rules.folder / kWorkFolder;
-    const std::error_code error = HoldWorkFile(m_submission, folder, "submission.lock");
+    const std::error_code error = HoldWorkFile(m_submission, folder, kSubmissionName);
     if (error == std::errc::resource_unavailable_try_again) {
         return Fail("another run is submitting packages of this output; try again when it has");
     }

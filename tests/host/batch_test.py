@@ -356,7 +356,7 @@ class BatchTest(unittest.TestCase):
         self.assertEqual(err.count(" refused: "), 7, err)
         self.assertIn("File name too long", err)
         self.assert_whole_results(["c", "good/name", "b"])
-        # Two names of one hash do not matter, but a result within another does.
+        # A place within a former result is refused, though the package of that one is not named.
         err = self.batch(sources=["-"], given=f"c/d\t{profile}\n", status=1)
         self.assertIn("is the result of another package", err)
         self.assertEqual(list(self.out.parent.glob("x*")), [])
