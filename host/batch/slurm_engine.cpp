@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <memory>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -12,6 +11,7 @@
 #include "host/batch/batch_signals.h"
 #include "host/batch/many_messages.h"
 #include "host/batch/queue_watch.h"
+#include "host/batch/result_watch.h"
 #include "host/batch/slurm_array.h"
 #include "host/batch/slurm_commands.h"
 #include "host/batch/task_size.h"
@@ -32,18 +32,8 @@ constexpr std::chrono::milliseconds kTick{100};
 constexpr std::chrono::seconds kPatienceOfEnd{60};
 constexpr std::chrono::seconds kPatienceOfEarlier{5};  // it may have packages of other runs
 constexpr std::chrono::seconds kPatienceOfSignal{10};
-// Looking for results takes at most this part of the time.
-constexpr int kLookShare = 4;
-constexpr std::size_t kLooksPerTick = 1000;
-constexpr std::chrono::milliseconds kFirstPause{500};
-constexpr std::chrono::milliseconds kLongestPause{10'000};
-
-// How many signals the run has acted on.
-int s_seenSignals = 0;
 
 bool IsStopped() { return GetSignalStatus() != 0; }
-// Whether a command of Slurm is not to be waited for any more.
-bool IsInterrupted() { return CountSignals() != s_seenSignals; }
 
 std::string ShowSeconds(double seconds) {
     char text[32];
@@ -62,18 +52,6 @@ struct SArray {
     std::size_t waiting = 0;  // packages without a result
 };
 
-// A package that an array has.
-struct SWaiting {
-    std::size_t index = 0;
-    std::size_t array = 0;
-    std::optional<SFileState> before;  // of result.json when the run began
-};
-
-bool HasChanged(const std::optional<SFileState>& before, const std::optional<SFileState>& after) {
-    return after && (!before || before->size != after->size || before->written != after->written ||
-                     before->changed != after->changed);
-}
-
 // One run of RunOnSlurm.
 class CSlurmEngine {
 public:
@@ -84,7 +62,10 @@ public:
           m_request(request),
           m_display(display),
           m_digests(machine, JoinOptions(rules.options)),
-          m_slurm(request.slurmOptions, &IsInterrupted) {
+          m_slurm(request.slurmOptions, [this] { return IsInterrupted(); }),
+          m_results(rules, packages, [this](const SAwaited& awaited, const SPackageResult& result) {
+              Take(awaited, result);
+          }) {
         CatchBatchSignals();
     }
     SSlurmRun Run();
@@ -95,14 +76,16 @@ private:
     [[nodiscard]] bool FindEarlierArrays();
     [[nodiscard]] bool SortOut();
     [[nodiscard]] bool Submit();
+    [[nodiscard]] bool SubmitArray(SArray& array, const STaskPlan& plan);
     [[nodiscard]] bool MakePlan(const std::vector<const SPackage*>& packages, STaskPlan& plan);
     void TellSubmission(const STaskPlan& plan, const SPackageTime& time);
     void TellArrays();
 
     void Wait();
-    void Look();
-    [[nodiscard]] bool LookAt(const SWaiting& waiting);
-    [[nodiscard]] bool MayGoOn();
+    void Take(const SAwaited& awaited, const SPackageResult& result);
+    [[nodiscard]] bool FollowArrays();
+    // Whether a command of Slurm is not to be waited for any more.
+    [[nodiscard]] bool IsInterrupted() const { return CountSignals() != m_seenSignals; }
     void CancelOwn();
     void WaitForStaleFolders();
     void Finish();
@@ -121,17 +104,11 @@ private:
     SSlurmRun m_result;
     std::vector<SArray> m_arrays;
     std::map<std::string, std::size_t> m_earlier;  // arrays by the names of their packages
-    std::vector<SWaiting> m_new;                   // packages that no array has yet
-    std::vector<SWaiting> m_waiting;
-    double m_seconds = 0;  // of all known results
+    std::vector<SAwaited> m_new;                   // packages that no array has yet
+    CResultWatch m_results;                        // of those that an array has
+    double m_seconds = 0;                          // of all known results
     std::size_t m_timed = 0;
-
-    // The present round of Look, which goes through m_waiting in steps.
-    std::size_t m_next = 0;
-    std::vector<SWaiting> m_left;
-    Clock::duration m_lookTime{};
-    std::chrono::milliseconds m_pause = kFirstPause;
-    Clock::time_point m_nextLook{};
+    int m_seenSignals = 0;                    // how many signals the run has acted on
     std::optional<Clock::time_point> m_done;  // when all had their results
     std::optional<Clock::time_point> m_end;   // when the tasks are waited for no longer
 };
@@ -214,9 +191,9 @@ bool CSlurmEngine::FindEarlierArrays() {
 bool CSlurmEngine::SortOut() {
     for (std::size_t index = 0; index < m_packages.size() && !IsStopped(); ++index) {
         const SPackage& package = m_packages[index];
-        SWaiting waiting{.index = index, .array = 0, .before = {}};
+        SAwaited awaited{.index = index, .array = 0, .before = {}};
         // Before the result is read, so that a later one is seen as another one.
-        waiting.before = GetFileState(ResultFolder(m_rules, package) / kResultFile);
+        awaited.before = GetFileState(ResultFolder(m_rules, package) / kResultFile);
         CBatchWork work(m_rules, package);
         const bool isDone = work.IsDone(m_digests);
         if (!work.GetWarning().empty()) {
@@ -234,16 +211,16 @@ bool CSlurmEngine::SortOut() {
             m_result.run.failedBefore += outcome == EPackageOutcome::Failed ? 1 : 0;
             m_result.run.counts.Add(outcome);
         } else if (earlier != m_earlier.end()) {
-            waiting.array = earlier->second;
-            ++m_arrays[waiting.array].waiting;
-            m_arrays[waiting.array].isUsed = true;
-            m_waiting.push_back(waiting);
+            awaited.array = earlier->second;
+            ++m_arrays[awaited.array].waiting;
+            m_arrays[awaited.array].isUsed = true;
+            m_results.Add(awaited);
         } else if (!CanBeListed(package)) {
             return Fail("the path " + Quote(package.profile) +
                         " has a line end, so no list can name it; rename the folder, or use the "
                         "local engine");
         } else {
-            m_new.push_back(waiting);
+            m_new.push_back(awaited);
         }
         m_display.Show(m_result.run.counts, Clock::now());
     }
@@ -288,8 +265,8 @@ void CSlurmEngine::TellSubmission(const STaskPlan& plan, const SPackageTime& tim
 
 bool CSlurmEngine::Submit() {
     std::vector<const SPackage*> packages;
-    for (const SWaiting& waiting : m_new) {
-        packages.push_back(&m_packages[waiting.index]);
+    for (const SAwaited& awaited : m_new) {
+        packages.push_back(&m_packages[awaited.index]);
     }
     STaskPlan plan;
     if (!MakePlan(packages, plan)) {
@@ -297,33 +274,46 @@ bool CSlurmEngine::Submit() {
     }
     const SArrayFiles files(m_rules.folder, MakeArrayId());
     SArray array{.files = files, .watch = CQueueWatch(files.GetJobName()), .isOwn = true};
-    std::string reason;
+    std::string reason = "this system has no random numbers";
     if (files.id.empty() || !WriteArrayFiles(files, packages, reason)) {
         return Fail(Quote(files.list) + " cannot be written: " + reason);
     }
-    const std::vector<std::string> words =
-        MakeSubmission(files, m_rules.folder, GetProgramFile(), plan, m_request.slurmOptions);
-    if (!m_slurm.Submit(words, m_result.job)) {
-        const std::string problem = m_slurm.GetProblem();
-        // When the answer was lost the array is there all the same.
-        if (!array.watch.Ask(m_slurm, Clock::now())) {
-            return Fail("it is not known whether the packages were submitted: " + problem +
-                        "; the same command finds out when Slurm answers");
-        }
-        if (!array.watch.IsPresent()) {
-            RemoveArrayFiles(files);
-            return Fail("nothing was submitted: " + problem);
-        }
-        m_result.job = array.watch.GetJob();
+    if (!SubmitArray(array, plan)) {
+        return false;
     }
     array.watch.Expect(m_result.job);
     array.waiting = m_new.size();
     m_result.tasks = plan.tasks;
-    for (SWaiting& waiting : m_new) {
-        waiting.array = m_arrays.size();
-        m_waiting.push_back(waiting);
+    for (SAwaited& awaited : m_new) {
+        awaited.array = m_arrays.size();
+        m_results.Add(awaited);
     }
     m_arrays.push_back(std::move(array));
+    return true;
+}
+
+bool CSlurmEngine::SubmitArray(SArray& array, const STaskPlan& plan) {
+    const std::filesystem::path program = GetProgramFile();
+    if (program.empty()) {
+        RemoveArrayFiles(array.files);
+        return Fail("the file of this program is gone or was replaced; start the new one");
+    }
+    if (m_slurm.Submit(
+            MakeSubmission(array.files, m_rules.folder, program, plan, m_request.slurmOptions),
+            m_result.job)) {
+        return true;
+    }
+    const std::string problem = m_slurm.GetProblem();
+    // When the answer was lost the array is there all the same.
+    if (!array.watch.Ask(m_slurm, Clock::now())) {
+        return Fail("it is not known whether the packages were submitted: " + problem +
+                    "; the same command finds out when Slurm answers");
+    }
+    if (!array.watch.IsPresent()) {
+        RemoveArrayFiles(array.files);
+        return Fail("nothing was submitted: " + problem);
+    }
+    m_result.job = array.watch.GetJob();
     return true;
 }
 
@@ -334,16 +324,17 @@ void CSlurmEngine::TellArrays() {
                 array.watch.GetJob() + " with " + Count(array.waiting, "package"));
         }
     }
-    m_result.waiting = m_request.isDetached ? m_waiting.size() : 0;
+    m_result.waiting = m_request.isDetached ? m_results.GetAwaited().size() : 0;
     if (m_result.waiting != 0) {
         Say("the same command without --detach waits for it and writes the summary");
     }
 }
 
-// Whether there is still something to wait for.
-bool CSlurmEngine::MayGoOn() {
+// Asks the queue for the arrays and tells what is wrong with them. False when there is nothing to
+// wait for any more.
+bool CSlurmEngine::FollowArrays() {
     const Clock::time_point now = Clock::now();
-    bool mayGoOn = false;
+    bool mayCome = false;
     for (SArray& array : m_arrays) {
         const bool isEnding = array.isUsed && (!m_done || now < *m_done + kPatienceOfEarlier);
         const bool isOfInterest = array.waiting != 0 || array.isOwn || isEnding;
@@ -354,29 +345,29 @@ bool CSlurmEngine::MayGoOn() {
         if (isOfInterest && !words.empty()) {
             Warn(words);
         }
-        mayGoOn = mayGoOn || (isOfInterest && array.watch.MayCome(now));
+        mayCome = mayCome || (isOfInterest && array.watch.MayCome(now));
     }
-    return mayGoOn;
+    return mayCome;
 }
 
 void CSlurmEngine::Wait() {
-    while (MayGoOn() && (!m_end || Clock::now() < *m_end)) {
+    while (FollowArrays() && (!m_end || Clock::now() < *m_end)) {
         if (IsInterrupted()) {
             // After the first signal the tasks have time to end; a second one ends the wait.
-            const bool isFirst = s_seenSignals == 0;
-            s_seenSignals = CountSignals();
+            const bool isFirst = m_seenSignals == 0;
+            m_seenSignals = CountSignals();
             m_end = Clock::now() + (isFirst ? kPatienceOfSignal : std::chrono::seconds(0));
             CancelOwn();
-        } else if (!m_end && m_waiting.empty()) {
+        } else if (!m_end && m_results.GetAwaited().empty()) {
             m_done = Clock::now();
             m_end = *m_done + kPatienceOfEnd;
             CancelOwn();
         }
-        Look();
+        m_results.Look();
         m_display.Show(m_result.run.counts, Clock::now());
         std::this_thread::sleep_for(kTick);
     }
-    if (!IsStopped() && !m_waiting.empty()) {
+    if (!IsStopped() && !m_results.GetAwaited().empty()) {
         WaitForStaleFolders();
     }
 }
@@ -396,72 +387,27 @@ void CSlurmEngine::CancelOwn() {
     }
 }
 
-// Looks at some of the packages. After a round it pauses, the longer the less there is to see.
-void CSlurmEngine::Look() {
-    const Clock::time_point begin = Clock::now();
-    if (begin < m_nextLook) {
-        return;
-    }
-    const std::size_t end = std::min(m_waiting.size(), m_next + kLooksPerTick);
-    for (; m_next < end && !IsStopped(); ++m_next) {
-        if (!LookAt(m_waiting[m_next])) {
-            m_left.push_back(m_waiting[m_next]);
-        }
-    }
-    m_lookTime += Clock::now() - begin;
-    if (m_next < m_waiting.size()) {
-        return;
-    }
-    m_pause =
-        m_left.size() < m_waiting.size() ? kFirstPause : std::min(m_pause * 3 / 2, kLongestPause);
-    m_nextLook = Clock::now() + std::max<Clock::duration>(m_pause, m_lookTime * kLookShare);
-    m_waiting.swap(m_left);
-    m_left.clear();
-    m_next = 0;
-    m_lookTime = {};
-}
-
-// Whether a package has its result now.
-bool CSlurmEngine::LookAt(const SWaiting& waiting) {
-    const SPackage& package = m_packages[waiting.index];
-    const std::filesystem::path file = ResultFolder(m_rules, package) / kResultFile;
-    SPackageResult result;
-    std::string problem;
-    if (!HasChanged(waiting.before, GetFileState(file)) ||
-        ReadResult(file, result, problem) != EResultState::Good) {
-        return false;
-    }
-    --m_arrays[waiting.array].waiting;
+void CSlurmEngine::Take(const SAwaited& awaited, const SPackageResult& result) {
+    --m_arrays[awaited.array].waiting;
     m_result.run.counts.Add(OutcomeOf(result));
-    m_display.ShowPackage(NameText(package), DescribeResult(result));
-    return true;
+    m_display.ShowPackage(NameText(m_packages[awaited.index]), DescribeResult(result));
 }
 
 // This machine may not see yet what a node has written just before the array ended.
 void CSlurmEngine::WaitForStaleFolders() {
-    const Clock::time_point begin = Clock::now();
-    const Clock::time_point end = begin + GetStaleTime(m_rules.folder);
-    // The present round begins again: what it has looked at may have its result by now.
-    m_left.insert(m_left.end(), m_waiting.begin() + static_cast<std::ptrdiff_t>(m_next),
-                  m_waiting.end());
-    m_waiting.swap(m_left);
-    m_left.clear();
-    m_next = 0;
+    const Clock::time_point end = Clock::now() + GetStaleTime(m_rules.folder);
     do {
-        m_nextLook = {};
-        do {
-            Look();
-        } while (m_next != 0 && !IsStopped());
+        m_results.LookForAll();
         m_display.Show(m_result.run.counts, Clock::now());
         std::this_thread::sleep_for(kTick);
-    } while (!m_waiting.empty() && Clock::now() < end && !IsStopped());
+    } while (!m_results.GetAwaited().empty() && Clock::now() < end && !IsStopped());
 }
 
 void CSlurmEngine::Finish() {
-    for (const SWaiting& waiting : m_waiting) {
-        const SArray& array = m_arrays[waiting.array];
+    for (const SAwaited& awaited : m_results.GetAwaited()) {
+        const SArray& array = m_arrays[awaited.array];
         if (!IsStopped()) {
-            m_result.run.problems[waiting.index] = "job " + array.watch.GetJob() + " " +
+            m_result.run.problems[awaited.index] = "job " + array.watch.GetJob() + " " +
                                                    array.watch.DescribeEnd() + " without a result";
             ++m_result.run.counts.failed;
         }

@@ -6,6 +6,7 @@
 #include "host/batch/batch_display.h"
 #include "host/batch/batch_result.h"
 #include "host/batch/batch_sources.h"
+#include "host/batch/result_watch.h"
 #include "support/test.h"
 
 namespace {
@@ -146,6 +147,36 @@ TEST_F(BatchTest, AResultIsReadAsItWasWritten) {
     Write("result.json", std::string(2'000'000, '['));
     EXPECT_EQ(host::ReadResult(file, read, problem), host::EResultState::Unusable);
     EXPECT_EQ(host::ReadResult(m_folder.Path("none"), read, problem), host::EResultState::Missing);
+}
+
+TEST_F(BatchTest, AResultIsSeenOnceAndOnlyWhenItIsNew) {
+    const auto text = [](const std::string& reason) {
+        host::SPackageResult result;
+        result.reason = reason;
+        return host::FormatResult(result, u"n", "p", "");
+    };
+    const host::SBatchRules rules{.folder = m_folder.Path(), .options = {}};
+    const std::vector<SPackage> packages = {{"a", "a", "a"}, {"b", "b", "b"}, {"c", "c", "c"}};
+    std::vector<std::string> seen;
+    host::CResultWatch watch(rules, packages, [&](const auto& awaited, const auto& result) {
+        seen.push_back(packages[awaited.index].name + " of " + std::to_string(awaited.array) +
+                       ": " + result.reason);
+    });
+    const fs::path former = Write("b/result.json", text("old"));
+    watch.Add({.index = 0, .array = 7, .before = {}});
+    watch.Add({.index = 1, .array = 8, .before = host::GetFileState(former)});
+    watch.Add({.index = 2, .array = 9, .before = {}});
+    Write("a/result.json", text("x").substr(0, 20));  // not whole yet
+    Write("c/result.json", text("y"));
+    watch.Look();
+    EXPECT_THAT(seen, ElementsAre("c of 9: y"));
+    ASSERT_EQ(watch.GetAwaited().size(), 2U);
+    Write("a/result.json", text("x"));
+    Write("b/result.json", text("another"));
+    watch.LookForAll();
+    watch.LookForAll();
+    EXPECT_THAT(seen, ElementsAre("c of 9: y", "a of 7: x", "b of 8: another"));
+    EXPECT_TRUE(watch.GetAwaited().empty());
 }
 
 TEST_F(BatchTest, TheLineOfTheDisplayFitsTheTerminal) {

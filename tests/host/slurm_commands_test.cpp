@@ -68,7 +68,9 @@ TEST(SlurmCommandsTest, OnlyANumberIsTakenForThatOfAJob) {
         GTEST_SKIP() << "no commands of Slurm are run there";
     }
     const CTempFolder folder;
-    const std::string path = std::getenv("PATH");
+    const char* const variable = std::getenv("PATH");
+    ASSERT_NE(variable, nullptr);
+    const std::string path = variable;
     SetEnvironment("PATH", folder.Path().string() + ":" + path);
     EXPECT_EQ(SubmitTo(folder, "12"), "12");
     EXPECT_EQ(SubmitTo(folder, "12;east"), "12");
