@@ -28,7 +28,7 @@ _cas2orv() {
         --engine)
             words='local slurm'
             ;;
-        --jobs | --timeout | --memory | --only | --slurm-option | --packages-per-task)
+        --match | --jobs | --timeout | --memory | --only | --slurm-option | --packages-per-task)
             return
             ;;
         --log | --machine | --record | --reg | --output | -o)

@@ -64,5 +64,7 @@ for command in ["", *commands]:
         missing += [f"fish: {name}"] if not has_fish(command, option) else []
 if bash("convert", "--progress", "=", "p") != ["plain"]:
     missing.append("bash: the values of --progress")
+if bash("show", "--match", "") != []:
+    missing.append("bash: no files for --match")
 if len(commands) < 5 or missing:
     sys.exit("not in the completions: " + ", ".join(missing))
