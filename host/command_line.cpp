@@ -10,24 +10,14 @@
 #include <system_error>
 
 #include "host/batch/slurm_commands.h"
+#include "host/command_faults.h"
 #include "host/command_texts.h"
-#include "host/suggestion.h"
 
 namespace host {
 
 namespace {
 
-// Only these are candidates for a misspelt option; the short ones are too short to be misspelt.
-// The long names of the options, with their dashes.
-std::vector<std::string> OptionNames(const CLI::App& app) {
-    std::vector<std::string> names;
-    for (const CLI::Option* const option : app.get_options()) {
-        for (const std::string& name : option->get_lnames()) {
-            names.push_back("--" + name);
-        }
-    }
-    return names;
-}
+constexpr std::uint64_t kMaxNumber = 1'000'000'000;  // more is surely a slip
 
 // Reads digits; false for anything else.
 bool ReadNumber(std::string_view text, std::uint64_t& number) {
@@ -67,13 +57,8 @@ private:
     [[nodiscard]] std::variant<SCommand, SReply> Help() const;
     [[nodiscard]] std::string GetPath() const;
     [[nodiscard]] std::string GetUsage() const;
-    [[nodiscard]] std::string DescribeFailure(const CLI::ParseError& error) const;
-    [[nodiscard]] std::string DescribeMissing() const;
-    [[nodiscard]] std::string DescribeUnknown(const std::string& word) const;
-    [[nodiscard]] std::string DescribeExtra() const;
-    [[nodiscard]] std::string DescribeCount(const CLI::ParseError& error) const;
-    [[nodiscard]] std::optional<std::string> FindBadValue() const;
     [[nodiscard]] std::optional<std::string> ReadNumbers();
+    [[nodiscard]] std::optional<std::string> ReadShare();
     [[nodiscard]] std::optional<std::string> ReadEngine();
     [[nodiscard]] SReply Complain(const std::string& problem) const;
 
@@ -357,11 +342,12 @@ std::variant<SCommand, SReply> CParser::Parse(const std::vector<std::string>& ar
     } catch (const CLI::CallForVersion&) {
         return SReply{m_app.version() + '\n'};
     } catch (const CLI::ParseError& error) {
-        return Complain(DescribeFailure(error));
+        return Complain(DescribeFault(error, m_app, m_verb, m_texts));
     }
     // From here on there is a command, because the parse fails without one.
-    std::optional<std::string> problem = FindBadValue();
+    std::optional<std::string> problem = FindBadValue(*m_verb);
     problem = problem ? problem : ReadNumbers();
+    problem = problem ? problem : ReadShare();
     problem = problem ? problem : ReadEngine();
     if (problem) {
         return Complain(*problem);
@@ -382,7 +368,7 @@ std::variant<SCommand, SReply> CParser::Help() const {
     }
     const auto found =
         m_app.get_subcommands([this](const CLI::App* verb) { return verb->get_name() == m_topic; });
-    return found.empty() ? Complain(DescribeUnknown(m_topic))
+    return found.empty() ? Complain(DescribeUnknown(m_topic, m_app))
                          : CParser().Parse({m_topic, "--help"});
 }
 
@@ -405,115 +391,11 @@ SReply CParser::Complain(const std::string& problem) const {
     return {problem + "\nUsage: " + GetUsage() + "\nMore: " + GetPath() + " --help", true};
 }
 
-std::string CParser::DescribeFailure(const CLI::ParseError& error) const {
-    // CLI11 tells the kinds of errors apart by their types. Its own messages do not say what to
-    // write instead.
-    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
-        return DescribeMissing();
-    }
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-        return DescribeExtra();
-    }
-    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
-        return DescribeCount(error);
-    }
-    // Only --progress has words that are checked.
-    if (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr) {
-        return "--progress takes auto, plain or none";
-    }
-    return std::string("an option cannot be read (") + error.what() +
-           "); write it as the line below has it";
-}
-
-std::string CParser::DescribeMissing() const {
-    if (m_verb != nullptr) {
-        return m_verb->get_name() + ' ' + m_texts->missing;
-    }
-    // The first word that nobody has taken is probably a misspelt command.
-    const std::vector<std::string> words = m_app.remaining();
-    return words.empty() ? std::string("a command is missing; begin with ") + kCommandNames
-                         : DescribeUnknown(words.front());
-}
-
-// Of a word in the place of a command.
-std::string CParser::DescribeUnknown(const std::string& word) const {
-    const bool isOption = word.starts_with('-');
-    std::vector<std::string> words = isOption ? OptionNames(m_app) : std::vector<std::string>();
-    // Commands are candidates even for an option, such as "--convert".
-    for (const CLI::App* const verb : m_app.get_subcommands({})) {
-        words.push_back(verb->get_name());
-    }
-    const std::string similar = FindSimilar(word, words);
-    return "'" + word + "' is no " + (isOption ? "option" : "command") + " of cas2orv; " +
-           (similar.empty() ? std::string("begin with ") + kCommandNames
-                            : "did you mean '" + similar + "'?");
-}
-
-std::string CParser::DescribeExtra() const {
-    // Words that no command has taken come before the command.
-    const std::vector<std::string> early = m_app.remaining();
-    const std::vector<std::string> words = early.empty() ? m_verb->remaining() : early;
-    // An unknown option is told before an extra argument, because its value may be what makes one
-    // argument too many. A single dash is no option.
-    const auto option = std::find_if(words.begin(), words.end(), [](const std::string& word) {
-        return word.size() > 1 && word.front() == '-';
-    });
-    if (option == words.end()) {
-        return "'" + words.front() +
-               "' is one argument too many; a path with blanks needs quotes around it";
-    }
-    if (!early.empty()) {
-        return "'" + *option + "' comes before the command; write it after";
-    }
-    const std::string similar =
-        FindSimilar(option->substr(0, option->find('=')), OptionNames(*m_verb));
-    return "'" + *option + "' is no option of " + m_verb->get_name() + "; " +
-           (similar.empty() ? "write ./" + *option + " if it is a file"
-                            : "did you mean '" + similar + "'?");
-}
-
-std::string CParser::DescribeCount(const CLI::ParseError& error) const {
-    // CLI11 names the option only in this text, up to a colon.
-    const std::string text = error.what();
-    const std::string name = text.substr(0, text.find(':'));
-    const CLI::Option* const option = m_verb->get_option_no_throw(name);
-    if (option == nullptr) {
-        // A flag, which the text begins with by its bare name.
-        return "--" + text.substr(0, text.find(' ')) + " takes no value; write it alone";
-    }
-    return name + (option->count() > 1 ? " is given more than once; give it once"
-                                       : " needs a value after it");
-}
-
-// Finds what CLI11 accepts and what is surely a slip: an empty text, as an unset variable of a
-// shell gives, or an option in the place of a value.
-std::optional<std::string> CParser::FindBadValue() const {
-    for (const CLI::Option* const option : m_verb->get_options()) {
-        const std::vector<std::string>& values = option->results();
-        // Not given, or a flag, which has no value.
-        if (values.empty() || option->get_expected_max() == 0) {
-            continue;
-        }
-        const std::string name = option->get_name();
-        if (values.front().empty()) {
-            const bool mayBeMissing = option->get_positional() && !option->get_required();
-            return name + (mayBeMissing ? " is empty; leave it out" : " is empty; write a path");
-        }
-        // Probably the value was forgotten, and the next option was taken as the value.
-        if (option->nonpositional() && name != "--slurm-option" && values.front().front() == '-') {
-            return name + " needs a value after it; write ./" + values.front() +
-                   " if that is its file";
-        }
-    }
-    return std::nullopt;
-}
-
-// Reads the numbers of batch.
+// Reads the numbers of batch, but for its share.
 std::optional<std::string> CParser::ReadNumbers() {
     SBatchOptions& batch = m_command.batch;
-    // Fewer would not even start the program; more are surely a slip.
+    // With less the program would not even start.
     constexpr std::uint64_t kMinMemory = 64;
-    constexpr std::uint64_t kMaxNumber = 1'000'000'000;
     constexpr std::uint64_t kMaxJobs = 512;
     std::uint64_t jobs = 0;
     std::uint64_t packagesPerTask = 0;
@@ -536,6 +418,10 @@ std::optional<std::string> CParser::ReadNumbers() {
     }
     batch.jobs = static_cast<std::size_t>(jobs);
     batch.packagesPerTask = static_cast<std::size_t>(packagesPerTask);
+    return std::nullopt;
+}
+
+std::optional<std::string> CParser::ReadShare() {
     if (m_share.empty()) {
         return std::nullopt;
     }
@@ -548,8 +434,8 @@ std::optional<std::string> CParser::ReadNumbers() {
         share < 1 || share > shares || shares > kMaxNumber) {
         return "--only takes a share and the number of shares, such as 2/10";
     }
-    batch.share = static_cast<std::size_t>(share);
-    batch.shares = static_cast<std::size_t>(shares);
+    m_command.batch.share = static_cast<std::size_t>(share);
+    m_command.batch.shares = static_cast<std::size_t>(shares);
     return std::nullopt;
 }
 

@@ -12,9 +12,6 @@ const char* const kProgramFooter =
     "Exit status: 0 done; 1 failed, the message says why; 2 wrong arguments;\n"
     "3 not whole: something is lost, or the log has errors.";
 
-const char* const kCommandNames =
-    "convert, check, targets, machine, verify, explain, show, diff, export, report, batch or help";
-
 const char* const kHelpFooter = "Example: cas2orv help convert";
 const char* const kHelpUsage = "cas2orv help [COMMAND]";
 
@@ -205,5 +202,13 @@ constexpr SVerbTexts kVerbs[] = {kConvert, kCheck, kTargets, kMachine, kVerify, 
 }  // namespace
 
 std::span<const SVerbTexts> GetVerbs() { return kVerbs; }
+
+std::string ListCommands() {
+    std::string names;
+    for (const SVerbTexts& verb : kVerbs) {
+        names.append(names.empty() ? "" : ", ").append(verb.name);
+    }
+    return names + " or help";
+}
 
 }  // namespace host

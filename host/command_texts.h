@@ -2,6 +2,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 
 #include "host/command_line.h"
 
@@ -18,11 +19,13 @@ struct SVerbTexts {
 
 extern const char* const kProgramDescription;
 extern const char* const kProgramFooter;
-extern const char* const kCommandNames;  // all of them, for a sentence
 extern const char* const kHelpFooter;
 extern const char* const kHelpUsage;
 
 // All commands but help, in the order in which the help lists them.
 [[nodiscard]] std::span<const SVerbTexts> GetVerbs();
+
+// The names of all commands, for a sentence: "convert, check ... or help".
+[[nodiscard]] std::string ListCommands();
 
 }  // namespace host

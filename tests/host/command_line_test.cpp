@@ -28,6 +28,13 @@ TEST(CommandLineTest, ConvertTakesItsOptionsInAnyPlace) {
     EXPECT_EQ(targets.profile, "machine");
 }
 
+TEST(CommandLineTest, PatternMayBeginWithADash) {
+    const auto command = std::get<host::SCommand>(
+        ParseCommandLine({"show", "a", "--match=-x", "--collection", "-"}));
+    EXPECT_EQ(command.pattern, "-x");
+    EXPECT_EQ(command.collections, std::vector<std::string>{"-"});
+}
+
 TEST(CommandLineTest, BatchTakesItsNumbers) {
     const auto command = std::get<host::SCommand>(
         ParseCommandLine({"batch", "a", "-", "--only", "2/10", "--memory=512", "--timeout", "60",
@@ -65,11 +72,15 @@ TEST(CommandLineTest, WrongArgumentsAreToldWhatToWriteInstead) {
         {{"convert", "a", "b", "--json=yes"}, "--json takes no value"},
         {{"convert", "a", "b", "--sums=yes"}, "--sums takes no value"},
         {{"verify"}, "verify needs a path"},
+        {{"verify", "a", ""}, "PATH is empty; write a path"},
         {{"show", "a", "--collection", "A", "b"}, "'b' is one argument too many"},
+        {{"show", "a", "--match", "--json"}, "--match needs a value after it, and --json is"},
+        {{"show", "a", "--match", ""}, "--match is empty; leave it out"},
         {{"diff", "a"}, "diff needs two paths"},
         {{"export", "a"}, "--reg with the file to write"},
         {{"report", "a"}, "--output with the page to write"},
         {{"batch", "a"}, "--output with the folder for the results"},
+        {{"batch", "a", "-o", "b", "--jobs", "-1"}, "--jobs takes a whole number"},
         {{"batch", "a", "-o", "b", "--jobs", "0"}, "--jobs takes a whole number from 1 to 512"},
         {{"batch", "a", "-o", "b", "--timeout", "1s"}, "--timeout takes a whole number from 1"},
         {{"batch", "a", "-o", "b", "--memory", "63"}, "--memory takes a whole number from 64"},
