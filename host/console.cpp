@@ -29,9 +29,7 @@ bool IsPlain(std::u16string_view text) {
     return others == 0;
 }
 
-}  // namespace
-
-std::string Printable(std::u16string_view text) {
+std::string ReplaceControls(std::u16string_view text) {
     // Unit by unit, because no control character is part of a surrogate pair.
     std::u16string shown(text);
     for (char16_t& unit : shown) {
@@ -42,9 +40,18 @@ std::string Printable(std::u16string_view text) {
     return platform::Utf16ToUtf8(shown);
 }
 
+}  // namespace
+
+std::string Printable(std::u16string_view text) {
+    std::string bytes;
+    AppendPrintable(bytes, text);
+    return bytes;
+}
+
 void AppendPrintable(std::string& bytes, std::u16string_view text) {
+    // Most texts are ASCII.
     if (!IsPlain(text)) {
-        bytes += Printable(text);
+        bytes += ReplaceControls(text);
         return;
     }
     const std::size_t size = bytes.size();

@@ -14,7 +14,7 @@ namespace host {
 // Converts a text to UTF-8 that has no effect on a terminal: control characters become U+FFFD.
 [[nodiscard]] std::string Printable(std::u16string_view text);
 
-// Appends the same to `bytes`. Faster, as most texts are ASCII.
+// Appends the same to `bytes`.
 void AppendPrintable(std::string& bytes, std::u16string_view text);
 
 // "1 file", "2 files".

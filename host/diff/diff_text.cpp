@@ -32,12 +32,6 @@ constexpr SChange kChanges[] = {{EChange::Added, "added", '+', "\x1b[32m"},     
                                 {EChange::Removed, "removed", '-', "\x1b[31m"},   // red
                                 {EChange::Changed, "changed", '~', "\x1b[33m"}};  // yellow
 
-std::string Shown(Text text) {
-    std::string bytes;
-    AppendPrintable(bytes, text);
-    return bytes;
-}
-
 const SChange& FindChange(EChange change) {
     return *std::ranges::find(kChanges, change, &SChange::change);
 }
@@ -66,14 +60,14 @@ std::string DescribePlace(const SPlainItem& item) {
     if (const Text architecture = GetAttribute(item, u"Architecture"); !architecture.empty()) {
         place.append(u" (").append(architecture).append(u")");
     }
-    return Shown(place);
+    return Printable(place);
 }
 
 // The part of a text that a line shows, from `start` on.
 std::string Show(Text text, std::size_t start) {
     const std::size_t first = std::min(start, text.size());
     const Text shown = text.substr(first, kMostShown);
-    return (first == 0 ? "'" : "'...") + Shown(shown) +
+    return (first == 0 ? "'" : "'...") + Printable(shown) +
            (first + shown.size() == text.size() ? "'" : "...'");
 }
 
@@ -91,7 +85,7 @@ std::string ShowBoth(std::optional<Text> older, std::optional<Text> newer) {
 }
 
 std::string Line(Text name, const std::string& change) {
-    return "    " + Shown(name) + ": " + change + '\n';
+    return "    " + Printable(name) + ": " + change + '\n';
 }
 
 // The data for people. `buffer` keeps what is not the text of the item.
@@ -158,7 +152,7 @@ std::string DescribeFile(const SPayloadName& name, CFileContents& contents) {
 
 std::string DescribePayload(const SPayloadChange& change, CFileContents& contents) {
     const SPayloadName& any = change.newer.source.empty() ? change.older : change.newer;
-    std::string name = change.element.empty() ? "" : Shown(change.element) + ' ';
+    std::string name = change.element.empty() ? "" : Printable(change.element) + ' ';
     name += "payload";
     // Most items have one, which needs no name.
     if (!change.element.empty() || change.attribute != u"RelativeSource") {
@@ -208,8 +202,8 @@ std::string MarkLine(EChange change, const std::string& words, bool hasColors) {
 std::string DescribeDifference(const SDifference& difference, CFileContents& contents,
                                bool hasColors) {
     const SPlainItem& item = AnyItem(difference);
-    std::string lines =
-        MarkLine(difference.change, Shown(item.collection) + ' ' + DescribePlace(item), hasColors);
+    std::string lines = MarkLine(difference.change,
+                                 Printable(item.collection) + ' ' + DescribePlace(item), hasColors);
     lines += '\n';
     if (difference.change == EChange::Changed) {
         lines += DescribeChanges(difference, contents);
