@@ -130,4 +130,20 @@ bool PrintResult(std::string_view result) {
     return false;
 }
 
+bool CResultText::Print() {
+    constexpr std::size_t kMuch = std::size_t{64} << 10;  // bytes
+    constexpr std::chrono::milliseconds kLongestWait{50};
+    const bool isDue =
+        !m_text.empty() &&
+        (m_text.size() >= kMuch || std::chrono::steady_clock::now() - m_printed >= kLongestWait);
+    return isDue ? Flush() : m_isWritten;
+}
+
+bool CResultText::Flush() {
+    m_isWritten = m_isWritten && (m_text.empty() || PrintResult(m_text));
+    m_text.clear();
+    m_printed = std::chrono::steady_clock::now();
+    return m_isWritten;
+}
+
 }  // namespace host

@@ -1,6 +1,7 @@
 // host/console.h - text for stdout and stderr.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -56,5 +57,25 @@ void KeepMessages();
 // Writes a result to stdout and flushes it. False on failure, with the reason on stderr. After a
 // failure nothing more is written or told.
 [[nodiscard]] bool PrintResult(std::string_view result);
+
+// A long result for stdout. PrintResult flushes each time, so text is gathered, but not for longer
+// than people wait for the next line. One thread at a time.
+class CResultText {
+public:
+    // Where to append text. Print or Flush comes after it.
+    [[nodiscard]] std::string& GetText() { return m_text; }
+    // Prints what was gathered if it is much, or old. False when stdout takes no more: what is
+    // appended then goes nowhere.
+    bool Print();
+    // Prints all that was gathered. Returns the same.
+    bool Flush();
+    [[nodiscard]] bool IsWritten() const { return m_isWritten; }
+
+private:
+    std::string m_text;
+    // At first the clock's start, so that the first line does not wait.
+    std::chrono::steady_clock::time_point m_printed;
+    bool m_isWritten = true;
+};
 
 }  // namespace host

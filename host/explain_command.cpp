@@ -19,9 +19,6 @@ namespace host {
 
 namespace {
 
-// Each call of PrintResult flushes stdout, so lines are collected.
-constexpr std::size_t kBatch = std::size_t{64} << 10;  // bytes that are printed at once
-
 // Prints the lines that tell of the things with such a name, below a title for each target.
 class CMatchPrinter {
 public:
@@ -37,37 +34,30 @@ public:
     }
     // Prints the entry for which Matches was called last.
     void Print(const SRecordEntry& entry) {
-        if (!m_isWritten) {
+        if (!m_result.IsWritten()) {
             return;
         }
+        std::string& text = m_result.GetText();
         if (entry.in != m_target) {
             // Lines ahead of the first target have no title, because `m_target` starts with 0.
-            m_text += entry.in == 0 ? "Outside of targets:\n"
-                                    : "Target " + std::to_string(entry.in) + ":\n";
+            text += entry.in == 0 ? "Outside of targets:\n"
+                                  : "Target " + std::to_string(entry.in) + ":\n";
             m_target = entry.in;
         }
-        m_text += DescribeEntry(entry, m_localName);
-        if (m_text.size() >= kBatch) {
-            Flush();
-        }
+        text += DescribeEntry(entry, m_localName);
+        m_result.Print();
     }
-    void Flush() {
-        // After a failure nothing more is written, so that it is told once.
-        m_isWritten = m_isWritten && PrintResult(m_text);
-        m_text.clear();
-    }
-    [[nodiscard]] bool HasMatch() const { return m_hasMatch; }
     // Whether stdout has taken everything.
-    [[nodiscard]] bool IsWritten() const { return m_isWritten; }
+    bool Flush() { return m_result.Flush(); }
+    [[nodiscard]] bool HasMatch() const { return m_hasMatch; }
 
 private:
     CRecordPattern m_pattern;
     CLocalNames m_localNames;
     std::u16string m_localName;  // of the last entry
-    std::string m_text;
+    CResultText m_result;
     std::uint64_t m_target = 0;
     bool m_hasMatch = false;
-    bool m_isWritten = true;
 };
 
 void WriteJson(const SRecordSummary& summary, CJsonWriter& json) {
@@ -114,8 +104,7 @@ int RunExplain(const SCommand& command, CJsonWriter& json) {
     }
     bool isDone = true;
     if (matches) {
-        matches->Flush();
-        isDone = matches->IsWritten();
+        isDone = matches->Flush();
         // Of a record that is not whole this cannot be said: what is missing may have the name.
         if (!matches->HasMatch() && problem.empty()) {
             problem = "nothing in the record has a name like '" +

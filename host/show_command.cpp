@@ -1,7 +1,6 @@
 #include "host/show_command.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -28,13 +27,7 @@ namespace host {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using Text = std::u16string_view;
-
-// Each call of PrintResult flushes stdout, so lines are collected, but not for longer than people
-// wait for the next one.
-constexpr std::size_t kBatch = std::size_t{64} << 10;  // bytes
-constexpr std::chrono::milliseconds kLongestWait{50};
 
 SItemLayout GetLayout() {
     const SOutput output = GetOutput();
@@ -127,20 +120,12 @@ public:
             ++m_count;
             Add(item);
         }
-        if (!m_batch.empty() &&
-            (m_batch.size() >= kBatch || Clock::now() - m_printed >= kLongestWait)) {
-            Flush();
-        }
-        return m_isWritten;
+        return m_result.Print();
     }
-    void Flush() {
-        m_isWritten = m_isWritten && (m_batch.empty() || PrintResult(m_batch));
-        m_batch.clear();
-        m_printed = Clock::now();
-    }
+    void Flush() { m_result.Flush(); }
     [[nodiscard]] std::uint64_t GetCount() const { return m_count; }
     // Whether stdout has taken everything.
-    [[nodiscard]] bool IsWritten() const { return m_isWritten; }
+    [[nodiscard]] bool IsWritten() const { return m_result.IsWritten(); }
 
 private:
     [[nodiscard]] bool IsWanted(const SItem& item) const {
@@ -150,12 +135,12 @@ private:
     }
     void Add(const SItem& item) {
         if (!m_isJson) {
-            m_text.Append(item, m_batch);
+            m_text.Append(item, m_result.GetText());
             return;
         }
         m_json.Clear();
         WriteItem(item, m_json);
-        m_batch.append(m_json.GetBytes()).append("\n");
+        m_result.GetText().append(m_json.GetBytes()).append("\n");
     }
 
     const std::vector<std::u16string> m_collections;  // empty for all
@@ -163,11 +148,8 @@ private:
     std::optional<CNamePattern> m_pattern;
     CItemText m_text;
     CJsonWriter m_json;
-    std::string m_batch;
-    Clock::time_point
-        m_printed;  // at first the clock's start, so that the first line does not wait
+    CResultText m_result;
     std::uint64_t m_count = 0;
-    bool m_isWritten = true;
 };
 
 // Reads the manifest, and returns what is wrong.

@@ -19,9 +19,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Each call of PrintResult flushes stdout, so lines are collected.
-constexpr std::size_t kBatch = std::size_t{64} << 10;  // bytes that are printed at once
-
 // One run of the command.
 class CDiff {
 public:
@@ -33,8 +30,7 @@ public:
 private:
     void ComparePair(const SResultPair& pair);
     void TellSingle(const SResultPair& pair);
-    void Add(const std::string& text);
-    void Flush();
+    void AddJsonLine();
     void Count(EChange change);
     // False when stdout takes no more.
     [[nodiscard]] bool Print(const SResultPair& pair, const SDifference& difference);
@@ -46,8 +42,7 @@ private:
     bool m_hasHeadings = false;
     const SResultPair* m_heading = nullptr;  // the last one that was printed
     CJsonWriter m_line;
-    std::string m_text;
-    bool m_isWritten = true;
+    CResultText m_result;
     bool m_hasTrouble = false;
     std::uint64_t m_counts[3] = {};  // by EChange
     std::uint64_t m_uncompared = 0;  // pairs of manifests without any payload
@@ -62,17 +57,9 @@ void CDiff::Tell(const fs::path& place, const std::string& words) {
     ComplainOf(place, words);
 }
 
-void CDiff::Flush() {
-    // After a failure nothing more is written, so that it is told once.
-    m_isWritten = m_isWritten && (m_text.empty() || PrintResult(m_text));
-    m_text.clear();
-}
-
-void CDiff::Add(const std::string& text) {
-    m_text += text;
-    if (m_text.size() >= kBatch) {
-        Flush();
-    }
+void CDiff::AddJsonLine() {
+    m_result.GetText().append(m_line.GetBytes()).append("\n");
+    m_line.Clear();
 }
 
 void CDiff::Count(EChange change) { ++m_counts[static_cast<std::size_t>(change)]; }
@@ -80,8 +67,9 @@ void CDiff::Count(EChange change) { ++m_counts[static_cast<std::size_t>(change)]
 void CDiff::PrintHeading(const SResultPair& pair) {
     if (m_hasHeadings && m_heading != &pair) {
         m_heading = &pair;
-        Add("Target " + Printable(pair.target) +
-            (pair.manifest.empty() ? "" : ", " + Printable(pair.manifest)) + ":\n");
+        m_result.GetText() += "Target " + Printable(pair.target) +
+                              (pair.manifest.empty() ? "" : ", " + Printable(pair.manifest)) +
+                              ":\n";
     }
 }
 
@@ -89,13 +77,12 @@ bool CDiff::Print(const SResultPair& pair, const SDifference& difference) {
     Count(difference.change);
     if (m_isJson) {
         WriteDifference(m_line, pair.target, pair.manifest, difference, m_contents);
-        Add(std::string(m_line.GetBytes()) + '\n');
-        m_line.Clear();
+        AddJsonLine();
     } else {
         PrintHeading(pair);
-        Add(DescribeDifference(difference, m_contents, m_hasColors));
+        m_result.GetText() += DescribeDifference(difference, m_contents, m_hasColors);
     }
-    return m_isWritten;
+    return m_result.Print();
 }
 
 // A target or a manifest that only one side has.
@@ -106,15 +93,16 @@ void CDiff::TellSingle(const SResultPair& pair) {
         m_line.BeginObject();
         WriteStart(m_line, change, pair.target, pair.manifest);
         m_line.EndObject();
-        Add(std::string(m_line.GetBytes()) + '\n');
-        m_line.Clear();
+        AddJsonLine();
+        m_result.Print();
         return;
     }
     const std::string manifest = Printable(pair.manifest);
     const std::string target = Printable(pair.target);
     const std::string words = (manifest.empty() ? "target " + target : "manifest " + manifest) +
                               (manifest.empty() || target.empty() ? "" : " of target " + target);
-    Add(MarkLine(change, words, m_hasColors) + '\n');
+    m_result.GetText() += MarkLine(change, words, m_hasColors) + '\n';
+    m_result.Print();
 }
 
 void CDiff::ComparePair(const SResultPair& pair) {
@@ -131,7 +119,7 @@ int CDiff::Run(const std::string& older, const std::string& newer) {
     }
     m_hasHeadings = pairs.size() > 1;
     for (const SResultPair& pair : pairs) {
-        if (!m_isWritten) {
+        if (!m_result.IsWritten()) {
             break;
         }
         if (pair.older.empty() || pair.newer.empty()) {
@@ -140,7 +128,7 @@ int CDiff::Run(const std::string& older, const std::string& newer) {
             ComparePair(pair);
         }
     }
-    Flush();
+    const bool isWritten = m_result.Flush();
     if (m_uncompared != 0) {
         const std::string words = "the payload of " + host::Count(m_uncompared, "manifest") +
                                   " was not compared, because none of it is there on either side";
@@ -151,7 +139,7 @@ int CDiff::Run(const std::string& older, const std::string& newer) {
                   std::to_string(changed) + " changed, " +
                   host::Count(m_contents.GetCount(), "file") + " compared\n");
     const bool isEqual = added + removed + changed == 0;
-    return m_hasTrouble || !m_isWritten ? kExitTrouble : isEqual ? kExitDone : kExitDifferent;
+    return m_hasTrouble || !isWritten ? kExitTrouble : isEqual ? kExitDone : kExitDifferent;
 }
 
 void CDiff::WriteJson(CJsonWriter& json) const {
