@@ -106,10 +106,10 @@ void CDiff::TellSingle(const SResultPair& pair) {
 }
 
 void CDiff::ComparePair(const SResultPair& pair) {
-    const SManifestDiff diff =
+    const EPayloadDiff payload =
         DiffManifests(pair.older, pair.newer, m_contents, m_tell,
                       [&](const SDifference& difference) { return Print(pair, difference); });
-    m_uncompared += diff.payload == EPayloadDiff::NoneThere ? 1 : 0;
+    m_uncompared += payload == EPayloadDiff::NoneThere ? 1 : 0;
 }
 
 int CDiff::Run(const std::string& older, const std::string& newer) {

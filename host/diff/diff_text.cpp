@@ -8,6 +8,7 @@
 #include "foundation/number_text.h"
 #include "host/console.h"
 #include "host/diff/item_changes.h"
+#include "host/diff/merge_sorted.h"
 #include "host/key_names.h"
 #include "host/registry_data.h"
 #include "platform/utf8.h"
@@ -104,45 +105,41 @@ Text ShowData(const SPlainItem& item, std::u16string& buffer) {
     return buffer;
 }
 
-// What tells a part from others of its item: the signature of a data block.
-std::u16string_view PartKey(const SPlainPart& part) { return GetAttribute(part, u"Signature"); }
+// What tells a part from others of its item: its element, and the signature of a data block.
+std::pair<Text, Text> PartKey(const SPlainPart* part) {
+    return {part->element, GetAttribute(*part, u"Signature")};
+}
+
+std::string DescribePart(const SPlainPart* older, const SPlainPart* newer) {
+    const auto [element, signature] = PartKey(newer == nullptr ? older : newer);
+    std::u16string name(element);
+    name.append(signature.empty() ? u"" : u" ").append(signature);
+    if (older == nullptr || newer == nullptr) {
+        return Line(name, newer == nullptr ? "removed" : "added");
+    }
+    std::string lines;
+    ForEachChange(*older, *newer, [&](const auto& attribute, auto from, auto to) {
+        lines += Line(std::u16string(name).append(u" ").append(attribute), ShowBoth(from, to));
+    });
+    if (older->text != newer->text) {
+        lines += Line(name, ShowBoth(older->text, newer->text));
+    }
+    return lines;
+}
 
 // Parts of one element and signature are compared with each other.
 std::string DescribeParts(const SPlainItem& older, const SPlainItem& newer) {
-    const auto order = [](const SPlainPart* left, const SPlainPart* right) {
-        return std::pair(Text(left->element), PartKey(*left)) <
-               std::pair(Text(right->element), PartKey(*right));
-    };
     std::vector<const SPlainPart*> lists[] = {ListParts(older), ListParts(newer)};
     for (auto& list : lists) {
-        std::ranges::stable_sort(list, order);
+        std::ranges::stable_sort(list, {}, PartKey);
     }
     std::string lines;
-    auto left = lists[0].begin();
-    auto right = lists[1].begin();
-    // Each round takes one off, or one of each.
-    while (left != lists[0].end() || right != lists[1].end()) {
-        const bool isLeft =
-            right == lists[1].end() || (left != lists[0].end() && order(*left, *right));
-        const bool isRight =
-            left == lists[0].end() || (right != lists[1].end() && order(*right, *left));
-        const SPlainPart& any = isRight ? **right : **left;
-        std::u16string name = any.element;
-        name.append(PartKey(any).empty() ? u"" : u" ").append(PartKey(any));
-        if (isLeft || isRight) {
-            lines += Line(name, isLeft ? "removed" : "added");
-        } else {
-            ForEachChange(**left, **right, [&](const auto& attribute, auto from, auto to) {
-                lines +=
-                    Line(std::u16string(name).append(u" ").append(attribute), ShowBoth(from, to));
-            });
-            if ((*left)->text != (*right)->text) {
-                lines += Line(name, ShowBoth((*left)->text, (*right)->text));
-            }
-        }
-        left += isRight ? 0 : 1;
-        right += isLeft ? 0 : 1;
-    }
+    MergeSorted(lists[0], lists[1], PartKey,
+                [&lines](const SPlainPart* const* left, const SPlainPart* const* right) {
+                    lines += DescribePart(left == nullptr ? nullptr : *left,
+                                          right == nullptr ? nullptr : *right);
+                    return true;
+                });
     return lines;
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/diff/merge_sorted.h"
+
 namespace host {
 
 namespace {
@@ -21,24 +23,17 @@ const SPlainItem& AnyItem(const SDifference& difference) {
 bool IsValue(const SPlainItem& item) { return item.collection == u"CreateValues"; }
 
 void ForEachChange(const SPlainPart& older, const SPlainPart& newer, const AttributeHandler& tell) {
-    // Both lists are sorted by name.
-    auto left = older.attributes.begin();
-    auto right = newer.attributes.begin();
-    while (left != older.attributes.end() || right != newer.attributes.end()) {
-        const bool isLeft = right == newer.attributes.end() ||
-                            (left != older.attributes.end() && left->name < right->name);
-        const bool isRight = left == older.attributes.end() ||
-                             (right != newer.attributes.end() && right->name < left->name);
-        if (isLeft) {
-            tell(left->name, left->value, std::nullopt);
-        } else if (isRight) {
-            tell(right->name, std::nullopt, right->value);
-        } else if (left->value != right->value && !left->isPayload) {
-            tell(left->name, left->value, right->value);
-        }
-        left += isRight ? 0 : 1;
-        right += isLeft ? 0 : 1;
-    }
+    MergeSorted(older.attributes, newer.attributes, &SPlainAttribute::name,
+                [&tell](const SPlainAttribute* left, const SPlainAttribute* right) {
+                    if (right == nullptr) {
+                        tell(left->name, left->value, std::nullopt);
+                    } else if (left == nullptr) {
+                        tell(right->name, std::nullopt, right->value);
+                    } else if (left->value != right->value && !left->isPayload) {
+                        tell(left->name, left->value, right->value);
+                    }
+                    return true;
+                });
 }
 
 std::optional<RegistryData> DecodeData(const SPlainItem& item) {

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <memory_resource>
 #include <span>
 
+#include "host/diff/item_sort.h"
+#include "host/diff/merge_sorted.h"
 #include "host/path_rules.h"
 #include "platform/crypto.h"
 #include "platform/status.h"
@@ -23,90 +24,6 @@ struct SNumbered {
     Digest digest{};
     std::uint32_t number = 0;  // of the item in its manifest
 };
-
-struct SKept {
-    SPackedItem packed;
-    bool isNewer = false;
-};
-
-// The order of identities; within one the older items come first.
-bool IsAhead(const SKept& left, const SKept& right) {
-    int order = left.packed.key.compare(right.packed.key);
-    order = order != 0 ? order : static_cast<int>(left.isNewer) - static_cast<int>(right.isNewer);
-    order = order != 0 ? order : left.packed.content.compare(right.packed.content);
-    return order != 0 ? order < 0 : left.packed.payload < right.packed.payload;
-}
-
-// Some bytes of a key, as numbers that order as they do.
-using Chunk = std::array<std::uint64_t, 2>;
-
-// An item that waits for its place.
-struct SSlot {
-    Chunk chunk{};
-    const SKept* item = nullptr;
-};
-using Slots = std::span<SSlot>;
-
-// How many bytes all keys share.
-std::size_t SharedBytes(Slots slots) {
-    std::string_view shared = slots.front().item->packed.key;
-    for (const SSlot& slot : slots) {
-        // Asked first, because it is faster and mostly true.
-        if (const std::string_view key = slot.item->packed.key; !key.starts_with(shared)) {
-            const auto differ = std::ranges::mismatch(shared, key);
-            shared = {shared.begin(), differ.in1};
-        }
-    }
-    return shared.size();
-}
-
-// The bytes of a key from `start` on; after its end they are 0.
-Chunk ReadChunk(std::string_view key, std::size_t start) {
-    std::array<unsigned char, sizeof(Chunk)> bytes{};
-    const std::string_view part = key.substr(start, bytes.size());
-    std::ranges::copy(part, bytes.begin());
-    Chunk chunk{};
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        std::uint64_t& number = chunk[i / sizeof(std::uint64_t)];
-        number = (number << 8U) | bytes[i];
-    }
-    return chunk;
-}
-
-// Sorts by the next bytes in which keys differ. False when there are none.
-bool SortByChunk(Slots slots) {
-    const std::size_t shared = SharedBytes(slots);
-    for (SSlot& slot : slots) {
-        slot.chunk = ReadChunk(slot.item->packed.key, shared);
-    }
-    std::ranges::sort(slots, {}, &SSlot::chunk);
-    return slots.front().chunk != slots.back().chunk;
-}
-
-// Sorts items as IsAhead does. Keys begin alike for long, and are all over the memory. So each
-// round takes items with the same beginning, skips it, and sorts by the next few bytes, which are
-// beside each other then. Takes half the time of a sort that compares whole keys.
-void SortSlots(Slots all) {
-    constexpr std::size_t kFew = 32;
-    std::vector<Slots> open = {all};
-    while (!open.empty()) {
-        const Slots slots = open.back();
-        open.pop_back();
-        if (slots.size() <= kFew || !SortByChunk(slots)) {
-            std::ranges::sort(slots, IsAhead,
-                              [](const SSlot& slot) -> const SKept& { return *slot.item; });
-            continue;
-        }
-        // Each part is smaller than `slots`, so that the loop ends.
-        for (auto first = slots.begin(); first != slots.end();) {
-            const auto last = std::find_if(first, slots.end(), [first](const SSlot& slot) {
-                return slot.chunk != first->chunk;
-            });
-            open.emplace_back(first, last);
-            first = last;
-        }
-    }
-}
 
 // One of the two manifests.
 //
@@ -172,23 +89,16 @@ bool CSide::ReadDigests(const TellProblem& tell) {
 }
 
 void CSide::Match(CSide& older, CSide& newer) {
-    auto left = older.m_digests.cbegin();
-    auto right = newer.m_digests.cbegin();
-    const auto leftEnd = older.m_digests.cend();
-    const auto rightEnd = newer.m_digests.cend();
-    // Each round takes one off, or one of each. Equal ones are next to each other in both.
-    while (left != leftEnd || right != rightEnd) {
-        const bool isLeft = right == rightEnd || (left != leftEnd && left->digest < right->digest);
-        const bool isRight = left == leftEnd || (right != rightEnd && right->digest < left->digest);
-        if (isLeft) {
-            older.m_isKept[left->number] = true;
-        }
-        if (isRight) {
-            newer.m_isKept[right->number] = true;
-        }
-        left += isRight ? 0 : 1;
-        right += isLeft ? 0 : 1;
-    }
+    // Equal digests are next to each other in both.
+    MergeSorted(older.m_digests, newer.m_digests, &SNumbered::digest,
+                [&](const SNumbered* left, const SNumbered* right) {
+                    if (right == nullptr) {
+                        older.m_isKept[left->number] = true;
+                    } else if (left == nullptr) {
+                        newer.m_isKept[right->number] = true;
+                    }
+                    return true;
+                });
     older.m_digests = {};
     newer.m_digests = {};
 }
@@ -244,7 +154,7 @@ struct SMember {
     std::u16string attribute;
 };
 
-using Group = std::span<const SSlot>;
+using Group = std::span<const SKept* const>;
 
 // Compares the items that can differ.
 class CItemDiff {
@@ -254,7 +164,7 @@ public:
 
     EPayloadDiff ListPayload(std::span<const SKept> kept, const TellProblem& tell);
     // Takes them sorted.
-    void Run(Group slots);
+    void Run(Group items);
 
 private:
     [[nodiscard]] bool CompareGroup(Group older, Group newer);
@@ -299,18 +209,18 @@ EPayloadDiff CItemDiff::ListPayload(std::span<const SKept> kept, const TellProbl
     return m_isPayloadCompared ? EPayloadDiff::Compared : EPayloadDiff::NoneThere;
 }
 
-void CItemDiff::Run(Group slots) {
+void CItemDiff::Run(Group items) {
     // Each round takes the items of one identity off.
-    while (!slots.empty()) {
-        const std::string_view key = slots.front().item->packed.key;
+    while (!items.empty()) {
+        const std::string_view key = items.front()->packed.key;
         const auto end = std::ranges::find_if(
-            slots, [key](const SSlot& slot) { return slot.item->packed.key != key; });
+            items, [key](const SKept* item) { return item->packed.key != key; });
         const auto middle =
-            std::find_if(slots.begin(), end, [](const SSlot& slot) { return slot.item->isNewer; });
-        if (!CompareGroup({slots.begin(), middle}, {middle, end})) {
+            std::find_if(items.begin(), end, [](const SKept* item) { return item->isNewer; });
+        if (!CompareGroup({items.begin(), middle}, {middle, end})) {
             return;
         }
-        slots = {end, slots.end()};
+        items = {end, items.end()};
     }
 }
 
@@ -318,21 +228,16 @@ void CItemDiff::Run(Group slots) {
 // rest, the first is taken for the first.
 bool CItemDiff::CompareGroup(Group older, Group newer) {
     std::vector<const SKept*> rest[2];
-    while (!older.empty() || !newer.empty()) {
-        // A side that has ended is after all others.
-        const int order =
-            older.empty() ? 1
-            : newer.empty()
-                ? -1
-                : older.front().item->packed.content.compare(newer.front().item->packed.content);
-        if (order == 0 && !ComparePair(*older.front().item, *newer.front().item)) {
-            return false;
+    const auto content = [](const SKept* item) { return item->packed.content; };
+    const auto take = [&](const SKept* const* left, const SKept* const* right) {
+        if (left != nullptr && right != nullptr) {
+            return ComparePair(**left, **right);
         }
-        if (order != 0) {
-            rest[order < 0 ? 0 : 1].push_back(order < 0 ? older.front().item : newer.front().item);
-        }
-        older = older.subspan(order <= 0 ? 1 : 0);
-        newer = newer.subspan(order >= 0 ? 1 : 0);
+        rest[left == nullptr ? 1 : 0].push_back(left == nullptr ? *right : *left);
+        return true;
+    };
+    if (!MergeSorted(older, newer, content, take)) {
+        return false;
     }
     const std::size_t pairs = std::min(rest[0].size(), rest[1].size());
     for (std::size_t i = 0; i < pairs; ++i) {
@@ -433,33 +338,31 @@ void CItemDiff::CompareMembers(SDifference& difference) {
 
 }  // namespace
 
-SManifestDiff DiffManifests(const fs::path& older, const fs::path& newer, CFileContents& contents,
-                            const TellProblem& tell, const DifferenceHandler& handle) {
+EPayloadDiff DiffManifests(const fs::path& older, const fs::path& newer, CFileContents& contents,
+                           const TellProblem& tell, const DifferenceHandler& handle) {
     CSide olderSide(older, false);
     CSide newerSide(newer, true);
     // Both are read, so that what is wrong with either is told.
     const bool isOlderRead = olderSide.ReadDigests(tell);
     if (!newerSide.ReadDigests(tell) || !isOlderRead) {
-        return {};
+        return EPayloadDiff::NoneNamed;
     }
     CSide::Match(olderSide, newerSide);
-    std::vector<SKept> kept;
-    kept.reserve(olderSide.CountKept() + newerSide.CountKept());
-    if (kept.capacity() == 0) {
-        return {true, EPayloadDiff::NoneNamed};
+    const std::size_t count = olderSide.CountKept() + newerSide.CountKept();
+    if (count == 0) {
+        return EPayloadDiff::NoneNamed;
     }
+    std::vector<SKept> kept;
+    kept.reserve(count);
     std::pmr::monotonic_buffer_resource memory;
     if (!olderSide.Keep(memory, kept, tell) || !newerSide.Keep(memory, kept, tell)) {
-        return {};
+        return EPayloadDiff::NoneNamed;
     }
-    std::vector<SSlot> slots(kept.size());
-    std::ranges::transform(kept, slots.begin(), [](const SKept& item) { return SSlot{{}, &item}; });
-    SortSlots(slots);
     CItemDiff diff(olderSide, newerSide, contents, handle);
-    const SManifestDiff result{true, diff.ListPayload(kept, tell)};
-    diff.Run(slots);
+    const EPayloadDiff payload = diff.ListPayload(kept, tell);
+    diff.Run(SortItems(kept));
     contents.Clear();
-    return result;
+    return payload;
 }
 
 }  // namespace host

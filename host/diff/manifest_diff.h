@@ -41,11 +41,11 @@ struct SDifference {
 // Receives one difference. False ends the comparison.
 using DifferenceHandler = std::function<bool(const SDifference& difference)>;
 
-enum class EPayloadDiff : std::uint8_t { NoneNamed, Compared, NoneThere };
-
-struct SManifestDiff {
-    bool isRead = false;  // both manifests were read to their ends
-    EPayloadDiff payload = EPayloadDiff::NoneNamed;
+// What was done with the payload of two manifests.
+enum class EPayloadDiff : std::uint8_t {
+    NoneNamed,  // nothing, or the manifests were not compared
+    Compared,
+    NoneThere  // nothing: some is named, and none of it is on either side
 };
 
 // Compares two manifests, and the payload beside them. The differences come in the order of the
@@ -53,9 +53,9 @@ struct SManifestDiff {
 // the items. When a manifest cannot be read, or ends early, that is told, and no difference is
 // given. `contents` knows the files until the end. The memory grows with the number of items, and
 // with the texts of those that differ or name payload.
-[[nodiscard]] SManifestDiff DiffManifests(const std::filesystem::path& older,
-                                          const std::filesystem::path& newer,
-                                          CFileContents& contents, const TellProblem& tell,
-                                          const DifferenceHandler& handle);
+[[nodiscard]] EPayloadDiff DiffManifests(const std::filesystem::path& older,
+                                         const std::filesystem::path& newer,
+                                         CFileContents& contents, const TellProblem& tell,
+                                         const DifferenceHandler& handle);
 
 }  // namespace host
