@@ -36,18 +36,6 @@ std::u16string Decimal(std::uint64_t number) {
     return {digits.begin(), digits.end()};
 }
 
-// Makes the cell of a multi-string. One without its end is shown as it is.
-void ShowList(Text text, std::u16string& cell) {
-    cell = u"[";
-    const bool isWhole = SplitMultiString(text, [&cell](Text string) {
-        cell.append(cell.size() == 1 ? u"\"" : u", \"").append(string).append(u"\"");
-    });
-    cell += u']';
-    if (!isWhole) {
-        cell = text;
-    }
-}
-
 // The bytes of hexadecimal digits in pairs, as many as fit in `room` columns with their number
 // after them; all of them when that is 0.
 void AppendPairs(Text digits, std::size_t room, std::u16string& cell) {
@@ -79,7 +67,7 @@ std::u16string ShowOther(Text name, Text value) {
     }
     std::u16string shown(value);
     if (name == u"Dependencies") {
-        ShowList(value, shown);
+        ShowMultiString(value, shown);
     }
     return shown;
 }
@@ -226,7 +214,7 @@ Text CItemText::ShowCell(const SItem& item, std::size_t column) {
         case EShow::Words:
             return m_cell = ShowOther(name, GetAttribute(item, name));
         case EShow::List:
-            ShowList(GetAttribute(item, name), m_cell);
+            ShowMultiString(GetAttribute(item, name), m_cell);
             return m_cell;
         case EShow::Element:
             return item.element;
@@ -240,27 +228,18 @@ Text CItemText::ShowCell(const SItem& item, std::size_t column) {
     return {};
 }
 
-// Data that has not the form of its type is shown as it is.
 Text CItemText::ShowData(const SItem& item, std::size_t room) {
     const Text type = GetAttribute(item, u"Type");
     const EDataKind kind = GetDataKind(type);
-    m_cell.clear();
     // Most data is strings and bytes, which need no decoding.
-    if (kind == EDataKind::Bytes && item.text.size() % 2 == 0 && IsHexString(item.text)) {
-        AppendPairs(item.text, room, m_cell);
-        return m_cell;
+    if (kind == EDataKind::Strings || kind == EDataKind::Number) {
+        return ShowRegistryData(type, item.text, m_cell);
     }
-    if (kind == EDataKind::Strings) {
-        ShowList(item.text, m_cell);
-        return m_cell;
-    }
-    const auto data =
-        kind == EDataKind::Number ? DecodeRegistryData(type, item.text) : std::nullopt;
-    if (!data) {
+    if (kind != EDataKind::Bytes || item.text.size() % 2 != 0 || !IsHexString(item.text)) {
         return item.text;
     }
-    m_cell.append(item.text).append(u" (");
-    return m_cell.append(Decimal(std::get<std::uint64_t>(*data))).append(u")");
+    AppendPairs(item.text, room, m_cell);
+    return m_cell;
 }
 
 std::vector<std::u16string> CItemText::ListOthers(const SItem& item) const {

@@ -85,4 +85,30 @@ std::optional<RegistryData> DecodeRegistryData(Text type, Text text) {
     return std::nullopt;
 }
 
+void ShowMultiString(Text text, std::u16string& shown) {
+    shown = u"[";
+    const bool isWhole = SplitMultiString(text, [&shown](Text string) {
+        shown.append(shown.size() == 1 ? u"\"" : u", \"").append(string).append(u"\"");
+    });
+    shown += u']';
+    if (!isWhole) {
+        shown = text;
+    }
+}
+
+Text ShowRegistryData(Text type, Text text, std::u16string& buffer) {
+    const EDataKind kind = GetDataKind(type);
+    if (kind == EDataKind::Strings) {
+        ShowMultiString(text, buffer);
+        return buffer;
+    }
+    const auto data = kind == EDataKind::Number ? DecodeRegistryData(type, text) : std::nullopt;
+    if (!data) {
+        return text;
+    }
+    const std::string digits = std::to_string(std::get<std::uint64_t>(*data));
+    buffer.assign(text).append(u" (").append(digits.begin(), digits.end()).append(u")");
+    return buffer;
+}
+
 }  // namespace host

@@ -5,13 +5,11 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/number_text.h"
 #include "host/console.h"
 #include "host/diff/item_changes.h"
 #include "host/diff/merge_sorted.h"
 #include "host/key_names.h"
 #include "host/registry_data.h"
-#include "platform/utf8.h"
 
 namespace host {
 
@@ -89,20 +87,10 @@ std::string Line(Text name, const std::string& change) {
     return "    " + Printable(name) + ": " + change + '\n';
 }
 
-// The data for people. `buffer` keeps what is not the text of the item.
-Text ShowData(const SPlainItem& item, std::u16string& buffer) {
-    const std::optional<RegistryData> data = IsValue(item) ? DecodeData(item) : std::nullopt;
-    if (!data) {
-        return item.text;
-    }
-    if (const auto* const number = std::get_if<std::uint64_t>(&*data)) {
-        buffer = item.text + u" (" + platform::Utf8ToUtf16(std::to_string(*number)) + u')';
-    } else {
-        for (const std::u16string& string : std::get<std::vector<std::u16string>>(*data)) {
-            buffer.append(buffer.empty() ? u"" : u", ").append(u"\"").append(string).append(u"\"");
-        }
-    }
-    return buffer;
+// The text for people. `buffer` keeps what is not the text of the item.
+Text ShowText(const SPlainItem& item, std::u16string& buffer) {
+    return IsValue(item) ? ShowRegistryData(GetAttribute(item, u"Type"), item.text, buffer)
+                         : Text(item.text);
 }
 
 // What tells a part from others of its item: its element, and the signature of a data block.
@@ -177,7 +165,7 @@ std::string DescribeChanges(const SDifference& difference, CFileContents& conten
     if (older.text != newer.text) {
         std::u16string buffers[2];
         lines += Line(IsValue(older) ? u"data" : u"text",
-                      ShowBoth(ShowData(older, buffers[0]), ShowData(newer, buffers[1])));
+                      ShowBoth(ShowText(older, buffers[0]), ShowText(newer, buffers[1])));
     }
     lines += DescribeParts(older, newer);
     for (const SPayloadChange& change : difference.payload) {

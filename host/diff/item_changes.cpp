@@ -8,8 +8,6 @@ namespace host {
 
 namespace {
 
-using Text = std::u16string_view;
-
 bool HasPayload(const SPlainPart& part) {
     return std::ranges::any_of(part.attributes, &SPlainAttribute::isPayload);
 }
@@ -34,12 +32,6 @@ void ForEachChange(const SPlainPart& older, const SPlainPart& newer, const Attri
                     }
                     return true;
                 });
-}
-
-std::optional<RegistryData> DecodeData(const SPlainItem& item) {
-    const Text type = GetAttribute(item, u"Type");
-    const bool isDecoded = type == u"REG_MULTI_SZ" || type == u"REG_DWORD" || type == u"REG_QWORD";
-    return isDecoded ? DecodeRegistryData(type, item.text) : std::nullopt;
 }
 
 std::vector<const SPlainPart*> ListParts(const SPlainItem& item) {

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "host/diff/manifest_diff.h"
-#include "host/registry_data.h"
 
 namespace host {
 
@@ -25,9 +24,6 @@ using AttributeHandler =
 // Calls `tell` for each attribute that differs, without a value where there is none. Generated
 // names differ when one side has none at all.
 void ForEachChange(const SPlainPart& older, const SPlainPart& newer, const AttributeHandler& tell);
-
-// The data of a value of a type whose text is not the data itself. Bytes stay hexadecimal digits.
-[[nodiscard]] std::optional<RegistryData> DecodeData(const SPlainItem& item);
 
 // The parts without payload; the others are compared by it.
 [[nodiscard]] std::vector<const SPlainPart*> ListParts(const SPlainItem& item);

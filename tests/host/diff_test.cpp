@@ -124,7 +124,7 @@ TEST_F(DiffTest, ChangesAreToldByCollectionAndPlace) {
         {"CreateValues",
          {Value(R"(Type="REG_MULTI_SZ">a\\b\0c\0\0)")},
          {Value(R"(Type="REG_MULTI_SZ">\0\0)")},
-         "~ CreateValues HKLM\\K\\(default)\n    data: '\"a\\b\", \"c\"' -> ''\n"},
+         "~ CreateValues HKLM\\K\\(default)\n    data: '[\"a\\b\", \"c\"]' -> '[]'\n"},
         {"CreateEnvVars",
          {R"(<EnvVar Variable="a" User="1" Value="x" InstallMode="0" />)"},
          {R"(<EnvVar Variable="A" User="0" Value="x" InstallMode="0" />)"},
