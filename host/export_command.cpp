@@ -7,10 +7,10 @@
 #include <fstream>
 #include <system_error>
 
-#include "foundation/wide_string.h"
 #include "host/console.h"
 #include "host/exit_status.h"
 #include "host/interruption.h"
+#include "host/key_names.h"
 #include "host/manifest_items.h"
 #include "host/portable_text.h"
 #include "host/progress_text.h"
@@ -30,12 +30,9 @@ constexpr std::size_t kMostShown = 200;  // columns of a name in a message
 
 // Whether a key may be another one for programs of another architecture.
 bool HasViews(const std::u16string& key) {
-    const auto isBelow = [&key](Text other) {
-        return CStrW(key).StartsWithNoCase(other) &&
-               (key.size() == other.size() || key[other.size()] == u'\\');
-    };
-    return isBelow(uR"(HKEY_LOCAL_MACHINE\SOFTWARE)") ||
-           isBelow(uR"(HKEY_CURRENT_USER\Software\Classes)") || isBelow(u"HKEY_USERS");
+    return IsKeyBelow(key, uR"(HKEY_LOCAL_MACHINE\SOFTWARE)") ||
+           IsKeyBelow(key, uR"(HKEY_CURRENT_USER\Software\Classes)") ||
+           IsKeyBelow(key, u"HKEY_USERS");
 }
 
 // What keeps a key out of the file; empty when nothing does.
@@ -273,11 +270,10 @@ void CExport::TellLeftOut(const SItem& item, const std::string& reason) {
     if (++m_leftOut > kMostTold) {
         return;
     }
-    std::u16string name(GetAttribute(item, u"Target"));
-    if (item.collection.ends_with(u"Values")) {
-        const Text value = GetAttribute(item, u"Value");
-        (name += u'\\') += value.empty() ? u"(default)" : value;
-    }
+    const Text key = GetAttribute(item, u"Target");
+    const std::u16string name = item.collection.ends_with(u"Values")
+                                    ? ValuePath(key, GetAttribute(item, u"Value"))
+                                    : std::u16string(key);
     Tell({.level = "loss", .text = reason, .path = name},
          "not exported: line " + std::to_string(item.line) + ": '" +
              Printable(CutMiddle(name, kMostShown)) + "': " + reason);

@@ -31,20 +31,12 @@ constexpr Names kClasses[] = {
     {uR"(HKEY_CURRENT_USER\Software\Classes)", u"HKEY_CLASSES_ROOT"},
 };
 
-// Whether `name` is `start`, or is below it.
-bool IsBelow(Text name, Text start) {
-    // The start must end where a name ends: "HKLM2" is not below "HKLM".
-    return name.size() >= start.size() &&
-           (name.size() == start.size() || name[start.size()] == u'\\') &&
-           platform::EqualText(name.substr(0, start.size()), start);
-}
-
 // Puts the second name of a row in place of the first one at the start of `name`. Empty without
 // such a row.
 template <std::size_t kCount>
 std::u16string Rename(Text name, const Names (&rows)[kCount]) {
     for (const auto& [from, to] : rows) {
-        if (IsBelow(name, from)) {
+        if (IsKeyBelow(name, from)) {
             return std::u16string(to).append(name.substr(from.size()));
         }
     }
@@ -52,6 +44,17 @@ std::u16string Rename(Text name, const Names (&rows)[kCount]) {
 }
 
 }  // namespace
+
+std::u16string ValuePath(Text key, Text name) {
+    return std::u16string(key).append(u"\\").append(name.empty() ? kDefaultValue : name);
+}
+
+bool IsKeyBelow(Text name, Text start) {
+    // The start must end where a name ends: "HKLM2" is not below "HKLM".
+    return name.size() >= start.size() &&
+           (name.size() == start.size() || name[start.size()] == u'\\') &&
+           platform::EqualText(name.substr(0, start.size()), start);
+}
 
 std::u16string LongKeyName(Text source) { return Rename(source, kLongNames); }
 

@@ -9,6 +9,12 @@ namespace host {
 // What the default value of a key is called.
 inline constexpr std::u16string_view kDefaultValue = u"(default)";
 
+// The path of a value: the key, a backslash and the name. An empty name is the default value.
+[[nodiscard]] std::u16string ValuePath(std::u16string_view key, std::u16string_view name);
+
+// Whether `name` is the key `start`, or a key below it. Letter case does not count.
+[[nodiscard]] bool IsKeyBelow(std::u16string_view name, std::u16string_view start);
+
 // "HKEY_LOCAL_MACHINE\..." for the captured key "REGISTRY\MACHINE\..."; empty for a key above the
 // real ones.
 [[nodiscard]] std::u16string LongKeyName(std::u16string_view source);

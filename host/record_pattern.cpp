@@ -1,9 +1,9 @@
 #include "host/record_pattern.h"
 
-#include "host/console.h"
-
 #include <algorithm>
 
+#include "host/console.h"
+#include "host/key_names.h"
 #include "platform/local_paths.h"
 
 namespace host {
@@ -30,10 +30,6 @@ bool IsPlainName(Text name) {
 
 bool IsOfRegistry(const SRecordEntry& entry) {
     return entry.thing == "key" || entry.thing == "value" || entry.thing == "variable";
-}
-
-Text ValueName(const SRecordEntry& entry) {
-    return entry.name.empty() ? kDefaultValue : Text(entry.name);
 }
 
 std::u16string CLocalNames::Find(const SRecordEntry& entry) {
@@ -75,7 +71,7 @@ bool CRecordPattern::Matches(const SRecordEntry& entry, const std::u16string& lo
 }
 
 bool CRecordPattern::MatchesKey(const SRecordEntry& entry) const {
-    const Text name = ValueName(entry);
+    const Text name = entry.name.empty() ? kDefaultValue : Text(entry.name);
     const Text* const value = entry.thing == "key" ? nullptr : &name;
     return m_pattern.MatchesKey(LongKeyName(entry.source), value) ||
            m_pattern.MatchesKey(entry.target, value) || m_pattern.MatchesKey(entry.source, value);

@@ -14,9 +14,6 @@ namespace host {
 // Whether a line tells of a key, a value or a variable.
 [[nodiscard]] bool IsOfRegistry(const SRecordEntry& entry);
 
-// The last part of the path of a value or a variable; "(default)" for a default value.
-[[nodiscard]] std::u16string_view ValueName(const SRecordEntry& entry);
-
 // The files of this system that lines tell of.
 //
 // INVARIANT: the local path of a file of plain ASCII in `m_folder`, a path of the library, is

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/console.h"
+#include "host/key_names.h"
 #include "host/record_pattern.h"
 #include "host/status_text.h"
 #include "platform/text.h"
@@ -58,7 +59,7 @@ std::u16string KeyName(const SRecordEntry& entry) {
 std::string NameThing(const SRecordEntry& entry, const std::u16string& localName) {
     std::u16string name = IsOfRegistry(entry) ? KeyName(entry) : localName;
     if (entry.thing == "value" || entry.thing == "variable") {
-        name.append(u"\\").append(ValueName(entry));
+        name = ValuePath(name, entry.name);
     } else if (name.empty()) {
         name = entry.source.empty() ? entry.target : entry.source;
     }

@@ -48,9 +48,7 @@ std::string DescribePlace(const SPlainItem& item) {
         place = ShortKeyName(place);
     }
     if (item.collection.ends_with(u"Values")) {
-        const Text name = GetAttribute(item, u"Value");
-        place += u'\\';
-        place += name.empty() ? u"(default)" : name;
+        place = ValuePath(place, GetAttribute(item, u"Value"));
     }
     if (item.collection.ends_with(u"EnvVars")) {
         const Text user = GetAttribute(item, u"User");
