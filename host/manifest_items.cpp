@@ -88,7 +88,7 @@ CLineReader::EStep CLineReader::TakeLine(Text text) {
     }
     const ELine kind = m_isEnded ? ELine::Other : m_line.Read(text);
     const SItem& item = m_line.GetItem();
-    const bool isTag = item.attributes.empty();
+    const bool isBare = item.attributes.empty();
     if (!m_isInRoot) {
         m_isInRoot = kind == ELine::Start && CheckRoot(item).empty() && item.attributes.size() == 1;
         return m_isInRoot ? EStep::Next : EStep::Stop;
@@ -100,7 +100,7 @@ CLineReader::EStep CLineReader::TakeLine(Text text) {
         }
         return kind == ELine::Item ? TakeItem() : EStep::Stop;
     }
-    if (kind == ELine::Start && isTag) {
+    if (kind == ELine::Start && isBare) {
         m_collection = item.element;
         return EStep::Next;
     }

@@ -97,6 +97,7 @@ TEST_F(ManifestItemsTest, LayoutOfTheFileMakesNoDifference) {
 
 TEST_F(ManifestItemsTest, EscapesGiveEveryUnitBack) {
     std::vector<std::u16string> targets;
+    std::vector<bool> faults;
     m_folder.WriteFile("a.orv", Utf16Bytes("<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n"
                                            "<Package Version=\"1\">\r\n<DeleteFiles>\r\n"
                                            "<File Target=\"~d83d~~~d83d~de00~0009~ffff\" />\r\n"
@@ -106,6 +107,7 @@ TEST_F(ManifestItemsTest, EscapesGiveEveryUnitBack) {
     EXPECT_EQ(host::ReadItems(m_folder.Path("a.orv"),
                               [&](const host::SItem& item) {
                                   targets.emplace_back(host::GetAttribute(item, u"Target"));
+                                  faults.push_back(item.hasBadEscape);
                                   return true;
                               }),
               "");
@@ -113,6 +115,9 @@ TEST_F(ManifestItemsTest, EscapesGiveEveryUnitBack) {
     const char16_t kUnits[] = {0xD83D, u'~', 0xD83D, 0xDE00, 9, 0xFFFF};
     EXPECT_EQ(targets[0], std::u16string(std::begin(kUnits), std::end(kUnits)));
     EXPECT_EQ(targets[1], targets[0]);
+    // A tilde that begins no escape stays, and a NUL adds nothing.
+    EXPECT_EQ(targets[2], std::u16string(1, 0xD83D) + u"~00|%");
+    EXPECT_THAT(faults, ElementsAre(false, false, true));
 }
 
 TEST_F(ManifestItemsTest, FaultIsToldAfterWhatIsAheadOfIt) {
