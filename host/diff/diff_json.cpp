@@ -15,11 +15,6 @@ namespace {
 
 using Text = std::u16string_view;
 
-const std::u16string* FindValue(const SPlainPart& part, Text name) {
-    const auto found = std::ranges::find(part.attributes, name, &SPlainAttribute::name);
-    return found == part.attributes.end() ? nullptr : &found->value;
-}
-
 // An attribute that no manifest has may be called as another member is.
 void WriteKey(CJsonWriter& json, Text name) {
     constexpr Text kMembers[] = {u"element", u"data", u"text", u"parts", u"payload"};
@@ -78,9 +73,9 @@ void WriteIdentity(CJsonWriter& json, const SPlainItem& item) {
         WriteExactNumber(item.place, json);
     }
     for (const Text name : GetIdentity(item.collection)) {
-        if (const std::u16string* const value = FindValue(item, name)) {
+        if (const Text value = GetAttribute(item, name); !value.empty()) {
             WriteKey(json, name);
-            json.Text(*value);
+            json.Text(value);
         }
     }
     json.EndObject();
