@@ -4,6 +4,7 @@
 #include <tuple>
 #include <utility>
 
+#include "foundation/reg_key.h"
 #include "platform/text.h"
 
 namespace host {
@@ -15,27 +16,23 @@ using Text = std::u16string_view;
 constexpr Text kLineEnd = u"\r\n";
 constexpr Text kHead = u"\uFEFFWindows Registry Editor Version 5.00\r\n\r\n";
 
-constexpr std::uint32_t kString = 1;
-constexpr std::uint32_t kBinary = 3;
-constexpr std::uint32_t kDword = 4;
-
 struct SType {
     Text name;
     std::uint32_t number;
 };
 constexpr SType kTypes[] = {
-    {u"REG_NONE", 0},
-    {u"REG_SZ", kString},
-    {u"REG_EXPAND_SZ", 2},
-    {u"REG_BINARY", kBinary},
-    {u"REG_DWORD", kDword},
-    {u"REG_DWORD_BIG_ENDIAN", 5},
-    {u"REG_LINK", 6},
-    {u"REG_MULTI_SZ", 7},
-    {u"REG_RESOURCE_LIST", 8},
-    {u"REG_FULL_RESOURCE_DESCRIPTOR", 9},
-    {u"REG_RESOURCE_REQUIREMENTS_LIST", 10},
-    {u"REG_QWORD", 11},
+    {u"REG_NONE", REG_NONE},
+    {u"REG_SZ", REG_SZ},
+    {u"REG_EXPAND_SZ", REG_EXPAND_SZ},
+    {u"REG_BINARY", REG_BINARY},
+    {u"REG_DWORD", REG_DWORD},
+    {u"REG_DWORD_BIG_ENDIAN", REG_DWORD_BIG_ENDIAN},
+    {u"REG_LINK", REG_LINK},
+    {u"REG_MULTI_SZ", REG_MULTI_SZ},
+    {u"REG_RESOURCE_LIST", REG_RESOURCE_LIST},
+    {u"REG_FULL_RESOURCE_DESCRIPTOR", REG_FULL_RESOURCE_DESCRIPTOR},
+    {u"REG_RESOURCE_REQUIREMENTS_LIST", REG_RESOURCE_REQUIREMENTS_LIST},
+    {u"REG_QWORD", REG_QWORD},
 };
 
 // Keys are in the order of a tree: what is below a key follows it at once. No name has a NUL.
@@ -117,7 +114,7 @@ void AppendDigits(std::u16string& line, std::uint64_t number, std::size_t count)
 void AppendHex(std::u16string& line, std::uint32_t type, const std::string& bytes) {
     constexpr std::size_t kFullLine = 76;  // columns after which no further byte is begun
     line += u"hex";
-    if (type != kBinary) {
+    if (type != REG_BINARY) {
         line += u'(';
         AppendDigits(line, type, 1);
         line += u')';
@@ -140,9 +137,9 @@ void AppendHex(std::u16string& line, std::uint32_t type, const std::string& byte
 
 void AppendData(std::u16string& line, std::uint32_t type, const RegistryData& data) {
     const auto* const text = std::get_if<std::u16string>(&data);
-    if (type == kString && text != nullptr && IsQuotable(*text)) {
+    if (type == REG_SZ && text != nullptr && IsQuotable(*text)) {
         line += Quote(*text);
-    } else if (type == kDword) {
+    } else if (type == REG_DWORD) {
         line += u"dword:";
         AppendDigits(line, std::get<std::uint64_t>(data), 8);
     } else {
@@ -216,12 +213,23 @@ void CRegFile::DeleteValue(Text key, Text name) {
 
 // Deletions come first, and the default value before the others, as in registry editors. Stable,
 // because of two values of one name the later one is to remain.
-void CRegFile::SortLines(std::vector<SLine>& lines) {
-    std::ranges::stable_sort(lines, {}, [](const SLine& line) {
+std::vector<const CRegFile::SLine*> CRegFile::SortLines(const std::vector<SLine>& lines) {
+    struct SNamed {
+        std::u16string name;
+        const SLine* line;
+    };
+    std::vector<SNamed> named;
+    named.reserve(lines.size());
+    for (const SLine& line : lines) {
         // Letter case does not tell names apart.
-        return std::tuple(!line.isDeletion, line.text[0] != u'@',
-                          platform::FoldedText(Text(line.text).substr(0, line.nameSize)));
+        named.push_back({platform::FoldedText(Text(line.text).substr(0, line.nameSize)), &line});
+    }
+    std::ranges::stable_sort(named, {}, [](const SNamed& entry) {
+        return std::tuple(!entry.line->isDeletion, entry.line->text[0] != u'@', Text(entry.name));
     });
+    std::vector<const SLine*> sorted(named.size());
+    std::ranges::transform(named, sorted.begin(), &SNamed::line);
+    return sorted;
 }
 
 void CRegFile::Write(std::ostream& file, void (&step)()) {
@@ -242,10 +250,9 @@ void CRegFile::Write(std::ostream& file, void (&step)()) {
         if (!section->isCreated) {
             continue;
         }
-        SortLines(section->lines);
         writer.Append(u'[' + section->key + u"]\r\n");
-        for (const SLine& line : section->lines) {
-            writer.Append(line.text);
+        for (const SLine* const line : SortLines(section->lines)) {
+            writer.Append(line->text);
             writer.Append(kLineEnd);
         }
         writer.Append(kLineEnd);

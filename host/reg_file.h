@@ -53,7 +53,7 @@ private:
     };
 
     SSection& FindSection(std::u16string_view key);
-    static void SortLines(std::vector<SLine>& lines);
+    static std::vector<const SLine*> SortLines(const std::vector<SLine>& lines);
 
     std::unordered_map<std::u16string, SSection> m_sections;  // by the key's text for sorting
 };
