@@ -80,7 +80,7 @@ void COrvCollection::Write(CXmlWriter& writer) const {
         return;
     }
     // Made here, before other threads read it below.
-    const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
+    const std::pmr::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
     const auto write = [&](CXmlWriter& part, std::size_t first, std::size_t last) {
         for (std::size_t place = first; place < last; ++place) {
             PrefetchAhead(place);
@@ -94,7 +94,7 @@ void COrvCollection::Write(CXmlWriter& writer) const {
 }
 
 void COrvCollection::PrefetchAhead(std::size_t place) const {
-    const std::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
+    const std::pmr::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
     for (unsigned step = 0; step < kPrefetchSteps; ++step) {
         // Step 0 looks the farthest ahead, because the later steps read what it has asked for.
         const std::size_t ahead = place + (kPrefetchSteps - step) * kPrefetchStride;

@@ -187,7 +187,7 @@ private:
     }
 
     const COrvCollection& m_collection;
-    const std::vector<COrvItemTable::SEntry>& m_order;
+    const std::pmr::vector<COrvItemTable::SEntry>& m_order;
     std::size_t m_place = 0;
 };
 

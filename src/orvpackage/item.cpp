@@ -107,7 +107,7 @@ bool COrvItemTable::Insert(COrvItemPtr<COrvItem>& item) {
 
 // Doubles the places. No item is looked at, because a place has the bits that the new home needs.
 void COrvItemTable::Widen() {
-    std::vector<SPlace> places(2 * m_places.size());
+    std::pmr::vector<SPlace> places(2 * m_places.size(), m_places.get_allocator());
     m_places.swap(places);
     --m_shift;
     for (const SPlace& old : places) {
@@ -171,7 +171,7 @@ std::size_t COrvItemTable::BucketOf(std::uint64_t hash) const {
     return bucket;
 }
 
-const std::vector<COrvItemTable::SEntry>& COrvItemTable::GetOrder() const {
+const std::pmr::vector<COrvItemTable::SEntry>& COrvItemTable::GetOrder() const {
     if (m_order.empty() && m_count != 0) {
         MakeOrder();
     }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "foundation/wide_string.h"
+#include "platform/large_memory.h"
 
 // The hash that identifies an item: CityHash64 over the lower-cased key text, which may be given in
 // parts.
@@ -98,7 +99,7 @@ public:
     };
     // The items in their order. Lasts until the next Insert or Clear; Remove leaves an entry
     // without an item.
-    [[nodiscard]] const std::vector<SEntry>& GetOrder() const;
+    [[nodiscard]] const std::pmr::vector<SEntry>& GetOrder() const;
 
 private:
     // One place of the look-up table: the upper half of a mixed hash, and an index of m_entries.
@@ -121,16 +122,17 @@ private:
     void PrefetchPlace(std::uint64_t hash) const;
 
     // Items are many and small, and are freed together.
-    std::pmr::monotonic_buffer_resource m_memory;
+    std::pmr::monotonic_buffer_resource m_memory{&platform::GetLargeMemory()};
     std::deque<SEntry> m_entries;  // as they were added, which is mostly their order in memory
     std::size_t m_count = 0;
     // Open addressing: an item is at its home, or after it and before the next empty place.
-    std::vector<SPlace> m_places;
+    std::pmr::vector<SPlace> m_places{&platform::GetLargeMemory()};
     unsigned m_shift = 0;
 
     // The linear-hashing table, as numbers.
     std::uint64_t m_mask = 1;
     std::size_t m_bucketCount = 1;
 
-    mutable std::vector<SEntry> m_order;  // empty when it has to be made
+    mutable std::pmr::vector<SEntry> m_order{
+        &platform::GetLargeMemory()};  // empty when it has to be made
 };

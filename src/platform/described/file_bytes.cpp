@@ -4,6 +4,7 @@
 #include <new>
 
 #include "platform/input_file.h"
+#include "platform/large_memory.h"
 #include "platform/status.h"
 
 namespace platform {
@@ -19,6 +20,7 @@ int ReadFileBytes(const char16_t* name, std::size_t limit, SFileBytes& file) {
     if (bytes == nullptr) {
         return SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     }
+    UseLargePages(bytes.get(), size);
     std::size_t count = 0;
     if (const int status = input.Read(0, {bytes.get(), size}, count)) {
         return status;
