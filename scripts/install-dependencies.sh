@@ -6,7 +6,7 @@
 # already, neither is needed. Fails when something cannot be had.
 set -eu
 
-build_packages="g++ make cmake ninja-build ccache pkg-config libicu-dev libxml2-dev libssl-dev
+build_packages="g++ make cmake ninja-build ccache pkg-config libicu-dev libxml2-dev nettle-dev
     libtomlplusplus-dev libabsl-dev libcli11-dev rapidjson-dev zlib1g-dev"
 test_packages="libgtest-dev libgmock-dev libhivex-dev clang libclang-rt-14-dev clang-format clang-tidy
     libbenchmark-dev libhivex-bin libxml2-utils reglookup libwin-hivex-perl time python3

@@ -1,8 +1,12 @@
 #include "platform/crypto.h"
 
-#include <openssl/evp.h>
+#include <nettle/aes.h>
+#include <nettle/cbc.h>
+#include <nettle/nettle-meta.h>
+#include <nettle/sha2.h>
 
 #include <array>
+#include <cstring>
 #include <memory>
 
 #include "platform/status.h"
@@ -11,23 +15,15 @@ namespace platform {
 
 namespace {
 
-// AES in CBC mode with a vector of zeros, as the CryptoAPI has it unless told otherwise: the same
-// input must give the same bytes on both systems.
-constexpr std::uint32_t kBlockSize = 16;
-constexpr std::array<unsigned char, kBlockSize> kZeroVector{};
-
-struct SContextFree {
-    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
-};
-using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, SContextFree>;
+constexpr std::uint32_t kBlockSize = AES_BLOCK_SIZE;
 
 }  // namespace
 
-// The algorithms come from the library's default provider, which needs no opening.
+// The algorithms are functions of a library, which need no opening.
 struct SCryptoProvider {};
 
 struct SCryptoKey {
-    std::array<unsigned char, 32> bytes{};
+    std::array<std::uint8_t, AES256_KEY_SIZE> bytes{};
 };
 
 CryptoProvider OpenCryptoProvider() { return new SCryptoProvider; }
@@ -39,10 +35,12 @@ int DeriveKey(CryptoProvider /*provider*/, std::uint32_t hashId, std::uint32_t c
     if (hashId != kHashSha256 || cipherId != kCipherAes256) {
         return SetLastError(ERROR_INVALID_PARAMETER);
     }
+    static_assert(AES256_KEY_SIZE == SHA256_DIGEST_SIZE);
     auto derived = std::make_unique<SCryptoKey>();
-    if (EVP_Digest(bytes, size, derived->bytes.data(), nullptr, EVP_sha256(), nullptr) != 1) {
-        return SetLastError(ERROR_GEN_FAILURE);
-    }
+    sha256_ctx context;
+    sha256_init(&context);
+    sha256_update(&context, size, static_cast<const std::uint8_t*>(bytes));
+    sha256_digest(&context, derived->bytes.size(), derived->bytes.data());
     key = derived.release();
     return ERROR_SUCCESS;
 }
@@ -60,61 +58,51 @@ int EncryptInPlace(CryptoKey key, void* buffer, std::uint32_t& size, std::uint32
     if (GetEncryptedSize(key, encryptedSize) != ERROR_SUCCESS || capacity < encryptedSize) {
         return SetLastError(ERROR_MORE_DATA);
     }
-    const CipherContext context(EVP_CIPHER_CTX_new());
-    auto* const bytes = static_cast<unsigned char*>(buffer);
-    int written = 0;
-    int padded = 0;
-    if (!context ||
-        EVP_EncryptInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, key->bytes.data(),
-                           kZeroVector.data()) != 1 ||
-        // Input and output may be the same bytes. The padded block comes after those that are
-        // written.
-        EVP_EncryptUpdate(context.get(), bytes, &written, bytes, static_cast<int>(size)) != 1 ||
-        EVP_EncryptFinal_ex(context.get(), bytes + written, &padded) != 1) {
-        return SetLastError(ERROR_GEN_FAILURE);
-    }
-    size = static_cast<std::uint32_t>(written + padded);
+    // Each byte of the padding is the number of its bytes.
+    auto* const bytes = static_cast<std::uint8_t*>(buffer);
+    const std::uint32_t padding = encryptedSize - size;
+    std::memset(bytes + size, static_cast<int>(padding), padding);
+    // CBC with a vector of zeros, as the CryptoAPI has it unless told otherwise: the same input
+    // must give the same bytes on both systems. Input and output may be the same bytes.
+    aes256_ctx cipher;
+    aes256_set_encrypt_key(&cipher, key->bytes.data());
+    std::array<std::uint8_t, kBlockSize> vector{};
+    cbc_encrypt(&cipher, nettle_aes256.encrypt, kBlockSize, vector.data(), encryptedSize, bytes,
+                bytes);
+    size = encryptedSize;
     return ERROR_SUCCESS;
 }
 
 struct CSha256::SState {
-    struct SFree {
-        void operator()(EVP_MD_CTX* freed) const { EVP_MD_CTX_free(freed); }
-    };
+    SState() { Restart(); }
 
-    // Without an algorithm the context keeps the one that it has, which is not looked up again.
     void Restart() {
-        isGood = hasAlgorithm && EVP_DigestInit_ex(context.get(), nullptr, nullptr) == 1;
+        sha256_init(&context);
+        isFinished = false;
     }
 
-    std::unique_ptr<EVP_MD_CTX, SFree> context{EVP_MD_CTX_new()};
-    bool hasAlgorithm =
-        context != nullptr && EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) == 1;
-    bool isGood = hasAlgorithm;
+    sha256_ctx context{};
+    bool isFinished = false;  // takes no more bytes
 };
 
 CSha256::CSha256() : m_state(std::make_unique<SState>()) {}
 CSha256::~CSha256() = default;
 
 int CSha256::Add(std::span<const std::byte> bytes) {
-    SState& state = *m_state;
-    // A failure stays, because a hash with a gap must not be given.
-    state.isGood =
-        state.isGood && EVP_DigestUpdate(state.context.get(), bytes.data(), bytes.size()) == 1;
-    return state.isGood ? ERROR_SUCCESS : SetLastError(ERROR_GEN_FAILURE);
+    if (m_state->isFinished) {
+        return SetLastError(ERROR_GEN_FAILURE);
+    }
+    sha256_update(&m_state->context, bytes.size(),
+                  reinterpret_cast<const std::uint8_t*>(bytes.data()));
+    return ERROR_SUCCESS;
 }
 
 int CSha256::Finish(Sha256& hash) {
-    SState& state = *m_state;
-    Sha256 result{};
-    if (!state.isGood ||
-        EVP_DigestFinal_ex(state.context.get(), reinterpret_cast<unsigned char*>(result.data()),
-                           nullptr) != 1) {
+    if (m_state->isFinished) {
         return SetLastError(ERROR_GEN_FAILURE);
     }
-    // A finished context takes no more bytes, so every later call fails.
-    state.isGood = false;
-    hash = result;
+    sha256_digest(&m_state->context, hash.size(), reinterpret_cast<std::uint8_t*>(hash.data()));
+    m_state->isFinished = true;
     return ERROR_SUCCESS;
 }
 
