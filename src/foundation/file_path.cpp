@@ -42,10 +42,13 @@ bool CFilePathSegmentW::EqualsNoCase(std::u16string_view other) const {
 }
 
 int CFilePathSegmentW::CompareExtension(std::u16string_view extension) const {
+    return ::CompareExtension(m_name.View(), extension);
+}
+
+int CompareExtension(std::u16string_view name, std::u16string_view extension) {
     if (!extension.empty() && extension.front() == u'.') {
         extension.remove_prefix(1);
     }
-    const std::u16string_view name = m_name.View();
     const std::size_t dot = name.rfind(u'.');
     return CompareNoCase(dot == std::u16string_view::npos ? name : name.substr(dot + 1), extension);
 }
@@ -383,9 +386,13 @@ std::u16string_view CFilePathW::ViewSegment(std::size_t index) const {
     return TakeFirstName(rest);
 }
 
-CFilePathSegmentW CFilePathW::GetLastSegment() const {
+std::u16string_view CFilePathW::ViewLastSegment() const {
     std::u16string_view rest = m_names;
-    return CFilePathSegmentW(TakeLastName(rest));
+    return TakeLastName(rest);
+}
+
+CFilePathSegmentW CFilePathW::GetLastSegment() const {
+    return CFilePathSegmentW(ViewLastSegment());
 }
 
 CFilePathSegmentW CFilePathW::GetDriveSegment() const {
@@ -403,6 +410,16 @@ CFilePathW CFilePathW::GetParent() const {
         parent.RemoveLast(1);
     }
     return parent;
+}
+
+CFilePathW CFilePathW::GetChild(std::u16string_view name) const {
+    CFilePathW child;
+    child.m_kind = m_kind;
+    child.m_count = m_count;
+    child.m_names.reserve(m_names.size() + name.size() + 1);
+    child.m_names = m_names;
+    static_cast<void>(child.AppendChecked(name));
+    return child;
 }
 
 CFilePathW CFilePathW::GetUncRoot() const {

@@ -37,9 +37,7 @@ public:
     [[nodiscard]] bool IsDot() const { return m_name.View() == u"."; }
     [[nodiscard]] bool IsDotDot() const { return m_name.View() == u".."; }
 
-    // Compares the part after the last dot with `extension`, which may have its dot or not: -1, 0
-    // or 1, ignoring case. A name without a dot is compared as a whole, so that the name "exe"
-    // matches. An empty `extension` gives 0 when the name ends in its dot, otherwise 1.
+    // As the function below.
     [[nodiscard]] int CompareExtension(std::u16string_view extension) const;
     // The part before the last dot, or the whole name without one; ".profile" has an empty stem.
     [[nodiscard]] CStrW GetStem() const;
@@ -118,6 +116,8 @@ public:
     }
     [[nodiscard]] CFilePathSegmentW GetFirstSegment() const { return GetSegment(0); }
     [[nodiscard]] CFilePathSegmentW GetLastSegment() const;
+    // The last name, valid until the path changes; empty when there is none.
+    [[nodiscard]] std::u16string_view ViewLastSegment() const;
     // The name of a segment, valid until the path changes; empty when there is none.
     [[nodiscard]] std::u16string_view ViewSegment(std::size_t index) const;
     // "C:" of a path with a drive; otherwise empty.
@@ -129,6 +129,9 @@ public:
     [[nodiscard]] CFilePathW GetParent() const;
     // Server and share of a UNC path; empty when this has none.
     [[nodiscard]] CFilePathW GetUncRoot() const;
+    // This path followed by `name`, as AppendSegment does it. The name must be valid, as one that
+    // is checked already or has come from a path.
+    [[nodiscard]] CFilePathW GetChild(std::u16string_view name) const;
     // A path of up to `count` names from `start` on, appended one by one as AppendSegment does.
     // Empty when `start` is past the end.
     [[nodiscard]] CFilePathW SubPath(std::size_t start, std::size_t count) const;
@@ -162,6 +165,11 @@ private:
     // implies it.
     std::u16string m_names;
 };
+
+// Compares the part of a name after the last dot with `extension`, which may have its dot or not:
+// -1, 0 or 1, ignoring case. A name without a dot is compared as a whole, so that the name "exe"
+// matches. An empty `extension` gives 0 when the name ends in its dot, otherwise 1.
+[[nodiscard]] int CompareExtension(std::u16string_view name, std::u16string_view extension);
 
 // The kind of a path that begins with `segment`.
 [[nodiscard]] EFilePathKind KindOfFirstSegment(const CFilePathSegmentW& segment);

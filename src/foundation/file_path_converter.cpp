@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/file_system.h"
+#include "platform/files.h"
 #include "platform/machine.h"
 #include "platform/text.h"
 
@@ -383,6 +384,20 @@ CStrW CFilePathConverter::Collapse(const CStrW& text) const {
     CStrW copy(text);
     CollapsePaths(copy, true);
     return copy;
+}
+
+// A row that is no loose one matches only from a drive on, or from two backslashes on. Such a path
+// has these at its start alone, and a name has neither. So only a row that goes on after the whole
+// folder reaches into a name. A short name may be that of the file.
+bool CFilePathConverter::KeepsNamesIn(std::u16string_view folder) const {
+    std::u16string lower(folder);
+    platform::FoldText(lower.data(), lower.size());
+    const auto goesOn = [&lower](const CFolderEntry& entry) {
+        const std::u16string_view path = entry.lowerPath;
+        return path.size() > lower.size() && path.starts_with(lower);
+    };
+    return !platform::HasShortNames() && m_looseRows.empty() &&
+           std::none_of(m_entries.begin(), m_entries.end(), goesOn);
 }
 
 void ExpandFileTokens(CStrW& text) {

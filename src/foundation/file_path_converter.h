@@ -48,6 +48,10 @@ public:
     bool CollapsePaths(CStrW& text, bool expandLongName) const;
     [[nodiscard]] CStrW Collapse(const CStrW& text) const;
 
+    // Whether Collapse changes nothing but `folder` in the path of any file of that folder, and
+    // always in the same way. `folder` is plain: it begins with a drive and ends in a backslash.
+    [[nodiscard]] bool KeepsNamesIn(std::u16string_view folder) const;
+
 private:
     struct SMatch {
         const CFolderEntry* entry = nullptr;

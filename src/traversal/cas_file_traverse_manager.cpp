@@ -207,6 +207,36 @@ CFilePathW CCasFileTraverseManager::MapToTarget(const CFilePathW& path) const {
     return target;
 }
 
+// Follows a file with a name of one unit, and takes this name away at the end.
+CCasFileTraverseManager::SPlaces CCasFileTraverseManager::FindPlaces(
+    const CFilePathW& folder) const {
+    constexpr std::u16string_view kName = u"x";
+    constexpr std::u16string_view kEnd = uR"(\x)";
+    SPlaces places;
+    // An entry of "Device" itself is a drive.
+    if (folder.GetSegmentCount() < m_rootDepth) {
+        return places;
+    }
+    const CFilePathW target = MapToTarget(folder);
+    const CStrW text = target.GetChild(kName).ToPlainString();
+    places.collapsed = m_pathConverter->Collapse(text);
+    const CFilePathW payload = MakePayloadName(places.collapsed);
+    const CFilePathW destination(m_packageFolder, payload);
+    // Other paths, and a table whose rows may match a part of a name, take the way of each file.
+    if (target.GetKind() == FilePathAbsolute && payload.GetSegmentCount() > 1 &&
+        places.collapsed.View().ends_with(kEnd) && payload.ViewLastSegment() == kName &&
+        destination.GetSegmentCount() ==
+            m_packageFolder.GetSegmentCount() + payload.GetSegmentCount() &&
+        m_pathConverter->KeepsNamesIn(text.View().substr(0, text.GetLength() - kName.size()))) {
+        places.target = target;
+        places.collapsed.Truncate(places.collapsed.GetLength() - kName.size());
+        places.payload = payload.GetParent();
+        places.destination = destination.GetParent();
+        places.isSource = places.destination.Equals(folder);
+    }
+    return places;
+}
+
 CFilePathW MakePayloadName(const CStrW& collapsed) {
     CFilePathW path(collapsed);
     CStrW first = path.GetFirstSegment().GetText();
@@ -274,8 +304,8 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
                                         const platform::SFindData& /*data*/) {
     const CStrW name = path.ToString();
     ShowProgress(name);
-    const CFilePathSegmentW last = path.GetLastSegment();
-    if (last.EqualsNoCase(kPlaceholder)) {
+    const std::u16string_view last = path.ViewLastSegment();
+    if (EqualsNoCase(last, kPlaceholder)) {
         GetRecord().Add({.thing = EThing::File, .reason = EReason::Placeholder, .source = name});
         return true;
     }
@@ -287,12 +317,16 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
         return true;
     }
     // The extension alone makes a shortcut, whatever the file contains.
-    const bool shortcut = !path.IsRoot() && last.CompareExtension(kShortcutExtension) == 0;
+    const bool shortcut = !path.IsRoot() && CompareExtension(last, kShortcutExtension) == 0;
     if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
         GetRecord().Add({.thing = EThing::File, .reason = EReason::OfAssembly, .source = name});
         return true;
     }
-    const CFilePathW target = MapToTarget(path);
+    if (!m_places) {
+        m_places = FindPlaces(path.GetParent());
+    }
+    const CFilePathW target =
+        m_places->AreKnown() ? m_places->target.GetChild(last) : MapToTarget(path);
     const SBecame became = AddItem(path, name, target, shortcut, deleted);
     // Every level of the record tells of a place that an earlier item has.
     if (CRecord::IsFull() || became.reason == EReason::PlaceTaken) {
@@ -323,14 +357,18 @@ CCasFileTraverseManager::SBecame CCasFileTraverseManager::AddItem(const CFilePat
 
 bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
                                       const CFilePathW& target) {
+    const bool isKnown = m_places->AreKnown();
+    const std::u16string_view last = path.ViewLastSegment();
     // Without the prefix of long paths, so that the payload of a deep file is named like any other.
-    const CStrW collapsed = m_pathConverter->Collapse(target.ToPlainString());
-    const CFilePathW relative = MakePayloadName(collapsed);
+    const CStrW collapsed = isKnown ? CStrW() : m_pathConverter->Collapse(target.ToPlainString());
+    const CFilePathW relative =
+        isKnown ? m_places->payload.GetChild(last) : MakePayloadName(collapsed);
     const COrvCreateFile* const added =
         m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative);
     const bool isNew = added != nullptr;
     // The item expands what looks like a token, but the payload keeps its name.
-    if (isNew && CRecord::IsOn() && HasInnerPercent(collapsed) &&
+    if (isNew && CRecord::IsOn() &&
+        HasInnerPercent(isKnown ? m_places->collapsed + CStrW(last) : collapsed) &&
         added->GetContent().relativeSource != relative.ToString()) {
         GetRecord().Add({.thing = EThing::File,
                          .reason = EReason::TokenInName,
@@ -349,9 +387,12 @@ void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CStrW& n
     int status = ERROR_ACCESS_DENIED;
     // Without a name the destination would be the output folder itself.
     if (!relative.IsEmpty()) {
-        const CFilePathW destination(m_packageFolder, relative);
+        const bool isKnown = m_places->AreKnown();
+        const CFilePathW destination = isKnown
+                                           ? m_places->destination.GetChild(path.ViewLastSegment())
+                                           : CFilePathW(m_packageFolder, relative);
         // The copy would delete an existing destination, which here is the captured file itself.
-        if (destination.Equals(path)) {
+        if (isKnown ? m_places->isSource : destination.Equals(path)) {
             return;
         }
         status = CopyFileOver(name, destination, &m_copier);

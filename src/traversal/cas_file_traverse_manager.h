@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "discovery/assembly_processor.h"
 #include "foundation/file_path_converter.h"
@@ -39,6 +40,7 @@ protected:
     [[nodiscard]] bool IsExcluded(const CFilePathW& folder) const override;
     void OnStart() override;
     void OnFinish() override;
+    void OnFolder(const CFilePathW& /*folder*/) override { m_places.reset(); }
     bool VisitFolder(const CFilePathW& path, const platform::SFindData& data) override;
     bool VisitFile(const CFilePathW& path, const platform::SFindData& data) override;
     void OnUnread(const CFilePathW& folder, int status) override;
@@ -51,6 +53,19 @@ private:
         EReason reason;
         const char16_t* collection;
     };
+    // Where the files of a captured folder go: the path of each of them is that of the folder and
+    // its own name. The target is empty if that does not apply to the other paths.
+    //
+    // Gain: a fifth of the instructions of a conversion of small files, 20 in a folder.
+    struct SPlaces {
+        CFilePathW target;       // on the captured machine
+        CStrW collapsed;         // the same with tokens, and a backslash at the end
+        CFilePathW payload;      // relative to the manifest
+        CFilePathW destination;  // of the copies
+        bool isSource = false;   // the destination is the captured folder itself
+
+        [[nodiscard]] bool AreKnown() const { return !target.IsEmpty(); }
+    };
 
     // Logs a link in place of the folder "Device" or of the folder above it.
     void TellSealedLinks();
@@ -60,7 +75,8 @@ private:
     void ShowProgress(const CStrW& name);
     // The path on the captured machine of an entry of the capture.
     [[nodiscard]] CFilePathW MapToTarget(const CFilePathW& path) const;
-    // Adds the item of a file and copies the file. `name` is `path` as text.
+    [[nodiscard]] SPlaces FindPlaces(const CFilePathW& folder) const;
+    // `name` is `path` as text in what follows.
     // Adds the item of a file, which may be a shortcut and may be deleted, and copies the file.
     SBecame AddItem(const CFilePathW& path, const CStrW& name, const CFilePathW& target,
                     bool shortcut, bool deleted);
@@ -80,6 +96,8 @@ private:
     const CFilePathW m_packageFolder;
     platform::CFileCopier m_copier;
     bool m_hasSealedLink = false;
+    // Of the folder whose entries are visited, from its first file on.
+    std::optional<SPlaces> m_places;
 };
 
 // The path of a payload file relative to the manifest, from a collapsed path. The first name loses

@@ -4,6 +4,7 @@
 #include <functional>
 #include <utility>
 
+#include "platform/path_names.h"
 #include "platform/status.h"
 
 // Enumerates the entries of the pending folders, folder by folder. The caller adds the subfolders
@@ -20,6 +21,7 @@ public:
     bool Next(platform::SFindData& data) {
         // Ends: each round gives an entry, or takes one folder out of the queue.
         while (true) {
+            m_isFirst = false;
             if (m_search.IsOpen() && IsFound(m_search.Next(data))) {
                 return true;
             }
@@ -31,6 +33,7 @@ public:
             m_folder = std::move(m_pending.front());
             m_pending.pop_front();
             if (IsFound(m_search.First(CFilePathW(m_folder, m_pattern).ToString().Get(), data))) {
+                m_isFirst = true;
                 return true;
             }
             m_search.Close();
@@ -38,11 +41,12 @@ public:
     }
 
     [[nodiscard]] const CFilePathW& GetFolder() const { return m_folder; }
+    // Whether the entry is the first one of its folder.
+    [[nodiscard]] bool IsFirst() const { return m_isFirst; }
 
     // The path of an entry of the current folder; empty when its name is not valid.
     [[nodiscard]] CFilePathW PathOf(const platform::SFindData& data) const {
-        const CFilePathSegmentW name(data.name);
-        return name.IsEmpty() ? CFilePathW() : CFilePathW(m_folder, name);
+        return platform::IsPathName(data.name) ? m_folder.GetChild(data.name) : CFilePathW();
     }
 
 private:
@@ -59,6 +63,7 @@ private:
     const CFilePathSegmentW& m_pattern;
     OnUnreadFolder m_onUnread;
     CFilePathW m_folder;
+    bool m_isFirst = false;
     platform::CFindHandle m_search;
 };
 
@@ -87,6 +92,9 @@ void CFileTraverse::Run() {
                      [this](const CFilePathW& folder, int status) { OnUnread(folder, status); });
     platform::SFindData data;
     while (!IsStopped() && entries.Next(data)) {
+        if (entries.IsFirst()) {
+            OnFolder(entries.GetFolder());
+        }
         // "." and ".." lead back to folders that were visited.
         if (data.IsFolder() && IsDots(data)) {
             continue;

@@ -34,6 +34,8 @@ protected:
     // Visits a file. Returns whether the walk goes on.
     virtual bool VisitFile(const CFilePathW& path, const platform::SFindData& data) = 0;
 
+    // Called before the entries of a folder are visited.
+    virtual void OnFolder(const CFilePathW& /*folder*/) {}
     // Called for a folder that cannot be listed to its end, and for an entry that is skipped
     // because no path can have its name.
     virtual void OnUnread(const CFilePathW& /*folder*/, int /*status*/) {}

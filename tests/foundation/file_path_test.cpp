@@ -176,6 +176,20 @@ protected:
                                  .Environment(u"SystemDrive", u"Q:");
 };
 
+TEST_F(CollapsePathsTest, NamesAreKeptInAFolderThatNoPathGoesBeyond) {
+    const auto keeps = [](const char16_t* folder) {
+        return CSharedHolder<CFilePathConverter>()->KeepsNamesIn(folder);
+    };
+    m_machine.Folder(u"CSIDL_SYSTEM", uR"(Q:\Windows\System32)");
+    EXPECT_FALSE(keeps(uR"(Q:\)"));          // "Q:\WindowsOld.txt"
+    EXPECT_FALSE(keeps(uR"(q:\WINDOWS\)"));  // "q:\WINDOWS\System32.log"
+    EXPECT_TRUE(keeps(uR"(Q:\Windows\System32\)"));
+    EXPECT_TRUE(keeps(uR"(Q:\Win\)"));
+    // A path without a drive may match anywhere.
+    m_machine.Environment(u"TEMP", uR"(\Te)");
+    EXPECT_FALSE(keeps(uR"(Q:\Win\)"));
+}
+
 TEST_F(CollapsePathsTest, ReplacesEveryPathOfAText) {
     m_machine.Folder(u"CSIDL_SYSTEM", uR"(Q:\Windows\System32)");
     const std::pair<const char16_t*, const char*> cases[] = {
