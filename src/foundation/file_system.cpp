@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -119,7 +120,8 @@ int CopyFileOver(const CStrW& source, const CFilePathW& destination,
     }
     const CStrW name = destination.ToString();
     const auto copy = [&](platform::EExisting existing) {
-        return copier != nullptr ? copier->Copy(source.Get(), name.Get(), existing)
+        return copier != nullptr ? copier->Copy(std::u16string(source.View()),
+                                                std::u16string(name.View()), existing)
                                  : platform::CopyFile(source.Get(), name.Get(), existing);
     };
     // First the usual case, without any look-up: the folder exists and the name is free. The steps

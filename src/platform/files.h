@@ -93,7 +93,7 @@ public:
 
     // Like CopyFile, except that a failure to copy the data may be reported later, through
     // `failed`.
-    [[nodiscard]] int Copy(const char16_t* source, const char16_t* destination, EExisting existing);
+    [[nodiscard]] int Copy(std::u16string source, std::u16string destination, EExisting existing);
 
     // Returns when all copies have ended and all failures have been reported.
     void Finish();

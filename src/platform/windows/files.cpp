@@ -106,8 +106,8 @@ struct CFileCopier::SState {};
 CFileCopier::CFileCopier(Failed /*failed*/) {}
 CFileCopier::~CFileCopier() = default;
 
-int CFileCopier::Copy(const char16_t* source, const char16_t* destination, EExisting existing) {
-    return CopyFile(source, destination, existing);
+int CFileCopier::Copy(std::u16string source, std::u16string destination, EExisting existing) {
+    return CopyFile(source.c_str(), destination.c_str(), existing);
 }
 
 void CFileCopier::Finish() {}

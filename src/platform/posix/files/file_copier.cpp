@@ -150,15 +150,15 @@ CFileCopier::~CFileCopier() {
     }
 }
 
-int CFileCopier::Copy(const char16_t* source, const char16_t* destination, EExisting existing) {
-    SCopyJob job{source, destination, {}};
-    int status = PlaceCopy(source, destination, job.copy);
+int CFileCopier::Copy(std::u16string source, std::u16string destination, EExisting existing) {
+    SCopyJob job{std::move(source), std::move(destination), {}};
+    int status = PlaceCopy(job.source, job.destination, job.copy);
     if (status == ERROR_FILE_EXISTS || status == ERROR_TOO_MANY_OPEN_FILES) {
         // The file that is there may be one of those that are still under way. And the descriptors
         // that are missing may be theirs.
         m_state->Finish();
         job.copy = {};
-        status = BeginCopy(source, destination, existing, job.copy);
+        status = BeginCopy(job.source, job.destination, existing, job.copy);
     }
     if (status != ERROR_SUCCESS) {
         return SetLastError(status);

@@ -199,17 +199,18 @@ int CFindHandle::Next(SFindData& found) {
 void CFindHandle::Close() { m_search.reset(); }
 
 int FindEntry(const char16_t* name, SFindData& found) {
+    const std::u16string_view path = name;
     SFilePlace place;
-    int status = FindFolder(name, place);
+    int status = FindFolder(path, place);
     if (status == ERROR_SUCCESS) {
         // As on Windows, a name with a wildcard finds the first entry that matches.
         if (place.stream.empty() && IsPattern(place.name)) {
             CFindHandle search;
             return search.First(name, found);
         }
-        status = FindOne(place, name, found);
+        status = FindOne(place, path, found);
     }
-    if (!IsAnswer(status) && HasStream(name)) {
+    if (!IsAnswer(status) && HasStream(path)) {
         status = ERROR_READ_FAULT;
     }
     return status == ERROR_SUCCESS ? status : SetLastError(status);

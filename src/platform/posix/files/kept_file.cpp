@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/text.h"
+
 namespace platform {
 
 void CKeptFile::Keep(std::u16string_view path, CFileDescriptor file) {
@@ -10,7 +12,7 @@ void CKeptFile::Keep(std::u16string_view path, CFileDescriptor file) {
 }
 
 bool CKeptFile::Take(std::u16string_view path, CFileDescriptor& file, struct stat& info) {
-    if (!m_file.IsOpen() || m_path != path) {
+    if (!m_file.IsOpen() || !HasSameUnits(m_path, path)) {
         return false;
     }
     // Whatever comes of it, the file is not kept any longer. One without a name was deleted, and

@@ -63,8 +63,15 @@ private:
     std::size_t m_at = 0;
 };
 
-int CompareWithText(const std::string& name, std::u16string_view text, bool upper) {
-    return CompareUnits(CNameReader(name), CTextReader(text), upper);
+// The same for a name and a text.
+int CompareWithText(std::string_view name, std::u16string_view text, bool upper) {
+    const std::size_t shorter = std::min(name.size(), text.size());
+    std::size_t same = 0;
+    while (same < shorter && static_cast<char16_t>(name[same]) == text[same] &&
+           IsPlain(name[same])) {
+        ++same;
+    }
+    return CompareUnits(CNameReader(name.substr(same)), CTextReader(text.substr(same)), upper);
 }
 
 bool IsOwnOrParent(const char* name) {
@@ -171,6 +178,10 @@ void CNameSet::Remove(const std::string& name) {
 const std::string* CNameSet::Find(std::u16string_view text) const {
     std::u16string upper;
     AppendUpper(upper, text);
+    // New names mostly come in order, after all that are there.
+    if (m_names.empty() || CompareWithText(m_names.rbegin()->first, upper, true) < 0) {
+        return nullptr;
+    }
     // Names that differ only in letter case are neighbours, so the first of them is here if any is.
     const auto variant = m_names.lower_bound(SKey{upper});
     if (variant == m_names.end() || CompareWithText(variant->first, upper, true) != 0) {
