@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "platform/files.h"
 #include "platform/posix/errno_status.h"
@@ -26,9 +27,27 @@ constexpr std::size_t kSmall = 65536;
 constexpr std::size_t kLargeBuffer = 262144;
 constexpr off_t kNoLimit = std::numeric_limits<off_t>::max();
 
-// Tries to let `to` share the data of `from`. A file system that cannot do this refuses at once, so
-// nothing is kept of its answer.
-bool ShareData(int from, int to) { return ioctl(to, FICLONE, from) == 0; }
+// Whether an error means that no file of a pair of file systems can share the data of another.
+bool IsOfFileSystem(int error) {
+    return error == EOPNOTSUPP || error == EXDEV || error == ENOTTY || error == ENOSYS;
+}
+
+// Tries to let `to`, which is on `device`, share the data of `from`, which is `info`. Two file
+// systems that have just refused this are asked again for large files only, which are worth a
+// system call: so a wrong guess costs space and no data.
+// Gain: one of eight system calls of the copy of a small file where data cannot be shared.
+bool ShareData(int from, const struct stat& info, int to, dev_t device) {
+    thread_local std::pair<dev_t, dev_t> refusing;
+    const std::pair devices(info.st_dev, device);
+    if (devices == refusing && info.st_size <= static_cast<off_t>(kSmall)) {
+        return false;
+    }
+    const bool isShared = ioctl(to, FICLONE, from) == 0;
+    if (!isShared && IsOfFileSystem(errno)) {
+        refusing = devices;
+    }
+    return isShared;
+}
 
 // Copies from the positions on, at most `limit` bytes.
 int CopyThrough(int from, int to, char* buffer, std::size_t size, off_t limit) {
@@ -107,12 +126,12 @@ int CopyAllButHoles(int from, const struct stat& info, int to) {
     return ftruncate(to, info.st_size) == 0 ? 0 : errno;
 }
 
-// Copies all of `from`, which is `info` and is at its start, into the empty file `to`: by sharing
-// the data if the file system can, and without filling holes. 0, or errno; then part of the data
-// may be copied.
-int CopyFileData(int from, const struct stat& info, int to) {
+// Copies all of `from`, which is `info` and is at its start, into the empty file `to`, which is on
+// `device`: by sharing the data if the file system can, and without filling holes. 0, or errno;
+// then part of the data may be copied.
+int CopyFileData(int from, const struct stat& info, int to, dev_t device) {
     constexpr off_t kBlock = 512;
-    if (info.st_size > 0 && ShareData(from, to)) {
+    if (info.st_size > 0 && ShareData(from, info, to, device)) {
         return 0;
     }
     if (info.st_size <= static_cast<off_t>(kSmall)) {
@@ -130,7 +149,7 @@ int Fill(SFileCopy& copy) {
     if (output.isNew && fstat(to, &output.info) != 0) {
         return errno;
     }
-    if (const int error = CopyFileData(copy.source.Get(), info, to)) {
+    if (const int error = CopyFileData(copy.source.Get(), info, to, output.info.st_dev)) {
         return error;
     }
     // A new file was created with the right mode. One that is replaced gets the attribute only

@@ -59,12 +59,11 @@ int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info)
         const bool leadsNowhere = place.entry.IsUnfollowed() && !place.folder->IsSealed();
         return leadsNowhere ? ERROR_FILE_NOT_FOUND : ERROR_CANT_ACCESS_FILE;
     }
-    // The file may be replaced between the look and the opening. Then O_NONBLOCK keeps a pipe from
-    // blocking this thread, and fstat shows what was opened.
-    const int follow = place.folder->IsSealed() ? O_NOFOLLOW : 0;
-    CFileDescriptor opened(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
-                                  O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | follow));
-    if (!opened.IsOpen() || fstat(opened.Get(), &info) != 0) {
+    CFileDescriptor opened;
+    if (const int status = OpenUnseen(place, opened)) {
+        return status;
+    }
+    if (fstat(opened.Get(), &info) != 0) {
         return StatusFromErrno(errno);
     }
     if (!S_ISREG(info.st_mode)) {
@@ -72,6 +71,15 @@ int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info)
     }
     file = std::move(opened);
     return ERROR_SUCCESS;
+}
+
+// The file may be replaced between the look and the opening. Then O_NONBLOCK keeps a pipe from
+// blocking this thread, and fstat shows what was opened.
+int OpenUnseen(const SFilePlace& place, CFileDescriptor& file) {
+    const int follow = place.folder->IsSealed() ? O_NOFOLLOW : 0;
+    file = CFileDescriptor(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
+                                  O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | follow));
+    return file.IsOpen() ? ERROR_SUCCESS : StatusFromErrno(errno);
 }
 
 int OpenFile(std::u16string_view path, CFileDescriptor& file, struct stat& info) {

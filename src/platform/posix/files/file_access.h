@@ -44,6 +44,10 @@ struct SFilePlace {
 // mean for OpenForReading. On success `info` is of the open file.
 [[nodiscard]] int OpenEntry(const SFilePlace& place, CFileDescriptor& file, struct stat& info);
 
+// The same for an entry that is known to be a regular file: a look at what was opened is left to
+// the caller.
+[[nodiscard]] int OpenUnseen(const SFilePlace& place, CFileDescriptor& file);
+
 // FindFile and OpenEntry in one. Needs neither when the file is kept open (CKeptFile).
 [[nodiscard]] int OpenFile(std::u16string_view path, CFileDescriptor& file, struct stat& info);
 

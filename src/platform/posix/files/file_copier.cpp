@@ -34,6 +34,12 @@ struct SBatch {
 
     SBatch() { jobs.reserve(kBatchFiles); }
 
+    void Clear() {
+        jobs.clear();
+        bytes = 0;
+        isDone = false;
+    }
+
     void Run() {
         for (SCopyJob& job : jobs) {
             MoveData(job.copy);
@@ -71,6 +77,7 @@ private:
     void End(SBatch& batch) const;
 
     std::shared_ptr<SBatch> m_batch = std::make_shared<SBatch>();  // still filled
+    std::shared_ptr<SBatch> m_spare;  // an empty one for its memory, or null
     std::deque<std::shared_ptr<SBatch>> m_underWay;
     CJobQueue m_queue{kMaxWaiting};
 };
@@ -87,9 +94,10 @@ void CFileCopier::SState::Add(SCopyJob job) {
 // Adds the filled batch to those under way, and an empty one takes its place. If there is no memory
 // for that, nothing changes.
 const std::shared_ptr<SBatch>& CFileCopier::SState::BeginNext() {
-    auto next = std::make_shared<SBatch>();
+    auto next = m_spare ? m_spare : std::make_shared<SBatch>();
     m_underWay.push_back(m_batch);
     m_batch = std::move(next);
+    m_spare.reset();
     return m_underWay.back();
 }
 
@@ -107,6 +115,8 @@ void CFileCopier::SState::EndFirst() {
     const std::shared_ptr<SBatch> batch = std::move(m_underWay.front());
     m_underWay.pop_front();
     End(*batch);
+    batch->Clear();
+    m_spare = batch;
 }
 
 void CFileCopier::SState::End(SBatch& batch) const {

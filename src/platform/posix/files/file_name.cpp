@@ -103,7 +103,7 @@ int CNameReader::NextOther() {
 std::u16string TextFromName(std::string_view bytes) {
     const auto* const other = std::find_if_not(bytes.begin(), bytes.end(), IsPlain);
     std::u16string text(bytes.begin(), other);
-    return other == bytes.end() ? text
+    return other == bytes.end() ? std::move(text)
                                 : ReadAll(CNameReader({other, bytes.end()}), std::move(text));
 }
 

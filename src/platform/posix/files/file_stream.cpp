@@ -74,17 +74,16 @@ int FindStreamAttribute(int file, std::u16string_view stream) {
 // Finds the file and opens it. A file that may not be opened, or has no attributes because of its
 // kind, is no failure here: it stays closed, and whoever reads it gets the error.
 int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
-    struct stat info {};
-    // If a walk has passed the file a moment ago, opening it is enough to know that it exists.
-    if (place.folder->Recall(place.name, place.entry) &&
-        OpenEntry(place, file, info) == ERROR_SUCCESS) {
-        place.entry.info = info;
+    // If a walk has passed the file a moment ago, opening it is enough to know that it exists. If
+    // it is another one by now, its reader sees that (CKeptFile).
+    if (place.folder->Recall(place.name, place.entry) && OpenUnseen(place, file) == ERROR_SUCCESS) {
         return ERROR_SUCCESS;
     }
     if (const int status = FindEntryAt(place)) {
         return status;
     }
     int status = ERROR_SUCCESS;
+    struct stat info {};
     if (!place.entry.IsFolder()) {
         status = OpenEntry(place, file, info);
     } else {
@@ -96,9 +95,7 @@ int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
     return isRefused ? ERROR_SUCCESS : status;
 }
 
-}  // namespace
-
-int FindStream(SFilePlace& place, CFileDescriptor& file) {
+int LookForStream(SFilePlace& place, CFileDescriptor& file) {
     if (const int status = FindAndOpen(place, file)) {
         return status;
     }
@@ -116,6 +113,16 @@ int FindStream(SFilePlace& place, CFileDescriptor& file) {
         status = StatusFromErrno(error);
     }
     return status;
+}
+
+}  // namespace
+
+int FindStream(SFilePlace& place, CFileDescriptor& file) {
+    const int status = LookForStream(place, file);
+    // Of an entry that was recalled, no more is known so far than that it is a file.
+    const bool isSeen =
+        status != ERROR_SUCCESS || !file.IsOpen() || fstat(file.Get(), &place.entry.info) == 0;
+    return isSeen ? status : StatusFromErrno(errno);
 }
 
 }  // namespace platform

@@ -16,9 +16,9 @@ bool CKeptFile::Take(std::u16string_view path, CFileDescriptor& file, struct sta
         return false;
     }
     // Whatever comes of it, the file is not kept any longer. One without a name was deleted, and
-    // its path leads nowhere or to another file.
+    // its path leads nowhere or to another file. What is no regular file is not read at all.
     CFileDescriptor kept = std::move(m_file);
-    if (fstat(kept.Get(), &info) != 0 || info.st_nlink == 0) {
+    if (fstat(kept.Get(), &info) != 0 || info.st_nlink == 0 || !S_ISREG(info.st_mode)) {
         return false;
     }
     file = std::move(kept);

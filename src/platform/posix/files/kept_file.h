@@ -21,7 +21,8 @@ class CKeptFile {
 public:
     // Keeps a file that nobody has read from, in place of any former one.
     void Keep(std::u16string_view path, CFileDescriptor file);
-    // Gives the file of a path, and what it is now; false when it is not kept, or deleted by now.
+    // Gives the file of a path, and what it is now; false when it is not kept, or deleted by now,
+    // or is no regular file.
     [[nodiscard]] bool Take(std::u16string_view path, CFileDescriptor& file, struct stat& info);
 
 private:

@@ -39,7 +39,11 @@ int CompareUnits(TLeft left, TRight right, bool upper) {
 // CompareUnits of two names in upper case. Nearly all are plain, which needs no reader.
 int CompareUpper(std::string_view left, std::string_view right) {
     const std::size_t shorter = std::min(left.size(), right.size());
-    for (std::size_t i = 0; i < shorter; ++i) {
+    std::size_t same = 0;
+    while (same < shorter && left[same] == right[same] && IsPlain(left[same])) {
+        ++same;
+    }
+    for (std::size_t i = same; i < shorter; ++i) {
         if (!IsPlain(left[i]) || !IsPlain(right[i])) {
             return CompareUnits(CNameReader(left.substr(i)), CNameReader(right.substr(i)), true);
         }
@@ -176,12 +180,12 @@ void CNameSet::Remove(const std::string& name) {
 }
 
 const std::string* CNameSet::Find(std::u16string_view text) const {
-    std::u16string upper;
-    AppendUpper(upper, text);
     // New names mostly come in order, after all that are there.
-    if (m_names.empty() || CompareWithText(m_names.rbegin()->first, upper, true) < 0) {
+    if (m_names.empty() || CompareWithText(m_names.rbegin()->first, text, true) < 0) {
         return nullptr;
     }
+    std::u16string upper;
+    AppendUpper(upper, text);
     // Names that differ only in letter case are neighbours, so the first of them is here if any is.
     const auto variant = m_names.lower_bound(SKey{upper});
     if (variant == m_names.end() || CompareWithText(variant->first, upper, true) != 0) {
