@@ -414,12 +414,16 @@ CFilePathW CFilePathW::GetParent() const {
 
 CFilePathW CFilePathW::GetChild(std::u16string_view name) const {
     CFilePathW child;
-    child.m_kind = m_kind;
-    child.m_count = m_count;
     child.m_names.reserve(m_names.size() + name.size() + 1);
-    child.m_names = m_names;
-    static_cast<void>(child.AppendChecked(name));
+    child.AssignChild(*this, name);
     return child;
+}
+
+void CFilePathW::AssignChild(const CFilePathW& base, std::u16string_view name) {
+    m_kind = base.m_kind;
+    m_count = base.m_count;
+    m_names = base.m_names;
+    static_cast<void>(AppendChecked(name));
 }
 
 CFilePathW CFilePathW::GetUncRoot() const {
@@ -485,9 +489,18 @@ void CFilePathW::RemoveLast(std::size_t count) {
 CStrW CFilePathW::ToPlainString() const {
     CStrW text;
     // Room for the two backslashes of a UNC path, or one at the end, and for the terminator.
-    if (IsEmpty() || !text.Reserve(m_names.size() + 3)) {
-        return text;
+    if (!IsEmpty() && text.Reserve(m_names.size() + 3)) {
+        AppendPlain(text);
+        // "C:" alone would be drive-relative.
+        if (m_kind == FilePathAbsolute && m_count == 1) {
+            text.Append(u'\\');
+        }
     }
+    return text;
+}
+
+// Appends the names with what the kind puts before them.
+void CFilePathW::AppendPlain(CStrW& text) const {
     std::u16string_view names = m_names;
     if (m_kind == FilePathUnc) {
         text.Append(uR"(\\)");
@@ -498,15 +511,32 @@ CStrW CFilePathW::ToPlainString() const {
         text.Append(TakeFirstName(names));
     }
     text.Append(names);
-    // "C:" alone would be drive-relative.
-    if (m_kind == FilePathAbsolute && m_count == 1) {
-        text.Append(u'\\');
-    }
-    return text;
 }
 
 CStrW CFilePathW::ToString() const {
     CStrW text = ToPlainString();
+    AddLongPrefix(text);
+    return text;
+}
+
+CStrW CFilePathW::ToString(std::u16string_view name) const {
+    // Names with a meaning of their own, and paths in which not every name has a backslash before
+    // it.
+    if (IsEmpty() || m_kind == FilePathDriveRelative || IsDriveName(name) || IsDots(name)) {
+        return GetChild(name).ToString();
+    }
+    CStrW text;
+    if (text.Reserve(m_names.size() + name.size() + 4)) {
+        AppendPlain(text);
+        text.Append(u'\\');
+        text.Append(name);
+        AddLongPrefix(text);
+    }
+    return text;
+}
+
+// Makes the text of a path the one that Windows takes if it is long.
+void CFilePathW::AddLongPrefix(CStrW& text) const {
     if (text.GetLength() > kMaxPlainPath) {
         if (m_kind == FilePathAbsolute || m_kind == FilePathDriveRelative) {
             text.Prepend(kLongPrefix);
@@ -514,5 +544,4 @@ CStrW CFilePathW::ToString() const {
             text.InsertUncPrefix();
         }
     }
-    return text;
 }

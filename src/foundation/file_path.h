@@ -132,6 +132,8 @@ public:
     // This path followed by `name`, as AppendSegment does it. The name must be valid, as one that
     // is checked already or has come from a path.
     [[nodiscard]] CFilePathW GetChild(std::u16string_view name) const;
+    // Makes this path the same of `base`. It keeps its storage.
+    void AssignChild(const CFilePathW& base, std::u16string_view name);
     // A path of up to `count` names from `start` on, appended one by one as AppendSegment does.
     // Empty when `start` is past the end.
     [[nodiscard]] CFilePathW SubPath(std::size_t start, std::size_t count) const;
@@ -146,7 +148,9 @@ public:
     // The text of the path. Absolute, drive-relative and UNC paths of more than 247 units start
     // with "\\?\" or "\\?\UNC\": Windows takes long names only in this form.
     [[nodiscard]] CStrW ToString() const;
-    // The same, never with such a prefix.
+    // The text of GetChild(name).
+    [[nodiscard]] CStrW ToString(std::u16string_view name) const;
+    // The same as the first, never with such a prefix.
     [[nodiscard]] CStrW ToPlainString() const;
 
 private:
@@ -156,6 +160,8 @@ private:
     void AddName(std::u16string_view name);
     [[nodiscard]] int AppendChecked(std::u16string_view name);
     [[nodiscard]] bool JoinResolving(const CFilePathW& base, const CFilePathW& relative);
+    void AppendPlain(CStrW& text) const;
+    void AddLongPrefix(CStrW& text) const;
     [[nodiscard]] bool HasDriveOrServer() const;
     [[nodiscard]] bool StartsWithDots() const;
 

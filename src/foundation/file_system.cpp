@@ -43,6 +43,43 @@ bool IsMissing(int status) {
     return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
 }
 
+// Deletes a file, even a read-only one.
+bool DeleteByName(const CStrW& name) {
+    platform::SFindData found;
+    if (platform::FindEntry(name.Get(), found) != ERROR_SUCCESS) {
+        return false;
+    }
+    if (found.IsReadOnly() && !found.IsFolder()) {
+        // If this fails, the deletion fails too, and the result says so.
+        static_cast<void>(
+            platform::SetAttributes(name.Get(), found.attributes & ~platform::kAttributeReadOnly));
+    }
+    return platform::DeleteFile(name.Get()) == ERROR_SUCCESS;
+}
+
+// Copies a file to `name`, which is in `folder`.
+int CopyTo(const CStrW& source, const CStrW& name, const CFilePathW& folder,
+           platform::CFileCopier* copier) {
+    const auto copy = [&](platform::EExisting existing) {
+        return copier != nullptr ? copier->Copy(std::u16string(source.View()),
+                                                std::u16string(name.View()), existing)
+                                 : platform::CopyFile(source.Get(), name.Get(), existing);
+    };
+    // First the usual case, without any look-up: the folder exists and the name is free. The steps
+    // in between are not checked: if they did not help, the last copy fails and tells why.
+    int status = copy(platform::EExisting::Keep);
+    if (status == ERROR_PATH_NOT_FOUND) {
+        static_cast<void>(CreateDirectoryChain(folder));
+        status = copy(platform::EExisting::Keep);
+    }
+    if (status != ERROR_SUCCESS) {
+        static_cast<void>(DeleteByName(name));
+        static_cast<void>(CreateDirectoryChain(folder));
+        status = copy(platform::EExisting::Replace);
+    }
+    return status;
+}
+
 }  // namespace
 
 void SetCheckOnly(bool isCheckOnly) { s_isCheckOnly = isCheckOnly; }
@@ -97,46 +134,19 @@ bool CreateDirectoryChain(const CFilePathW& path) {
 }
 
 bool DeleteFileForce(const CFilePathW& path) {
-    if (s_isCheckOnly) {
-        return true;
-    }
-    const CStrW name = path.ToString();
-    platform::SFindData found;
-    if (platform::FindEntry(name.Get(), found) != ERROR_SUCCESS) {
-        return false;
-    }
-    if (found.IsReadOnly() && !found.IsFolder()) {
-        // If this fails, the deletion fails too, and the result says so.
-        static_cast<void>(
-            platform::SetAttributes(name.Get(), found.attributes & ~platform::kAttributeReadOnly));
-    }
-    return platform::DeleteFile(name.Get()) == ERROR_SUCCESS;
+    return s_isCheckOnly || DeleteByName(path.ToString());
 }
 
 int CopyFileOver(const CStrW& source, const CFilePathW& destination,
                  platform::CFileCopier* copier) {
-    if (s_isCheckOnly) {
-        return ReadThrough(source);
-    }
-    const CStrW name = destination.ToString();
-    const auto copy = [&](platform::EExisting existing) {
-        return copier != nullptr ? copier->Copy(std::u16string(source.View()),
-                                                std::u16string(name.View()), existing)
-                                 : platform::CopyFile(source.Get(), name.Get(), existing);
-    };
-    // First the usual case, without any look-up: the folder exists and the name is free. The steps
-    // in between are not checked: if they did not help, the last copy fails and tells why.
-    int status = copy(platform::EExisting::Keep);
-    if (status == ERROR_PATH_NOT_FOUND) {
-        static_cast<void>(CreateDirectoryChain(destination.GetParent()));
-        status = copy(platform::EExisting::Keep);
-    }
-    if (status != ERROR_SUCCESS) {
-        static_cast<void>(DeleteFileForce(destination));
-        static_cast<void>(CreateDirectoryChain(destination.GetParent()));
-        status = copy(platform::EExisting::Replace);
-    }
-    return status;
+    return s_isCheckOnly ? ReadThrough(source)
+                         : CopyTo(source, destination.ToString(), destination.GetParent(), copier);
+}
+
+int CopyFileInto(const CStrW& source, const CFilePathW& folder, std::u16string_view name,
+                 platform::CFileCopier* copier) {
+    return s_isCheckOnly ? ReadThrough(source)
+                         : CopyTo(source, folder.ToString(name), folder, copier);
 }
 
 CFilePathW GetSpecialFolderPath(int csidl) {

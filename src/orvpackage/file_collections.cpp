@@ -18,8 +18,8 @@ constexpr SAttribute<SOrvFile> kFileAttributes[] = {
     {u"RelativeSource", RelativePath<&SOrvFile::relativeSource, Always>},
 };
 
-bool IsRelative(const CFilePathW& path) {
-    return path.GetKind() == FilePathRelative || path.GetKind() == FilePathRootRelative;
+bool IsRelative(EFilePathKind kind) {
+    return kind == FilePathRelative || kind == FilePathRootRelative;
 }
 
 }  // namespace
@@ -34,23 +34,32 @@ SAttributes<SOrvFile> SOrvFile::GetAttributes() { return kFileAttributes; }
 
 COrvCreateFile::COrvCreateFile(SOrvFile content)
     : COrvItemOf(std::move(content)),
-      m_isRelative(IsRelative(CFilePathW(GetContent().relativeSource))) {}
+      m_isRelative(IsRelative(CFilePathW(GetContent().relativeSource).GetKind())) {}
 
 COrvCreateFile::COrvCreateFile(SOrvFile content, bool isRelative)
     : COrvItemOf(std::move(content)), m_isRelative(isRelative) {}
 
+COrvCreateFile::COrvCreateFile(SPlain plain, bool isRelative)
+    : COrvItemOf(SExpanded{std::move(plain.content)}), m_isRelative(isRelative) {}
+
 // An absolute source could name any file of the installer's machine as payload.
 bool COrvCreateFile::IsValid() const { return COrvItemOf::IsValid() && m_isRelative; }
 
-// The copy of a double is deleted because no item names it, and the first item has its own.
 COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
                                                    const CFilePathW& relativeSource) {
-    SOrvFile content{target.ToString(), relativeSource.ToString()};
+    return AddFile({target.ToString(), relativeSource.ToString()}, relativeSource.GetKind(), false);
+}
+
+// The copy of a double is deleted because no item names it, and the first item has its own.
+COrvCreateFile* COrvCreateFilesCollection::AddFile(SOrvFile content, EFilePathKind sourceKind,
+                                                   bool isPlain) {
     // A token may expand to a path of another kind. Without one the path need not be parsed again.
+    const bool isRelative = IsRelative(sourceKind);
     COrvItemPtr<COrvCreateFile> file =
-        HasUnit(content.relativeSource, u'%')
+        isPlain ? Make<COrvCreateFile>(COrvCreateFile::SPlain{std::move(content)}, isRelative)
+        : HasUnit(content.relativeSource, u'%')
             ? Make<COrvCreateFile>(std::move(content))
-            : Make<COrvCreateFile>(std::move(content), IsRelative(relativeSource));
+            : Make<COrvCreateFile>(std::move(content), isRelative);
     // The item expands its target, so that a path and its form with a token are a double too.
     COrvCreateFile* const added = file.get();
     COrvItemPtr<COrvItem> item = std::move(file);

@@ -51,6 +51,11 @@ public:
     explicit COrvCreateFile(SOrvFile content);
     // The same where it is known whether the relative source, expanded, is a relative path.
     COrvCreateFile(SOrvFile content, bool isRelative);
+    // The same without a percent sign in its texts, so that there is nothing to expand.
+    struct SPlain {
+        SOrvFile content;
+    };
+    COrvCreateFile(SPlain plain, bool isRelative);
 
     [[nodiscard]] bool IsValid() const override;
 
@@ -69,6 +74,9 @@ public:
     // Adds a file and lends the item. Null for a double, whose payload copy is then deleted, unless
     // it is the target itself.
     COrvCreateFile* AddFile(const CFilePathW& target, const CFilePathW& relativeSource);
+    // The same by texts. `sourceKind` is the kind of the relative source. `isPlain` tells that
+    // neither has a percent sign.
+    COrvCreateFile* AddFile(SOrvFile content, EFilePathKind sourceKind, bool isPlain);
 };
 
 using COrvDeleteFilesCollection = COrvCollectionOf<COrvDeleteFile, OrvDeleteFiles>;

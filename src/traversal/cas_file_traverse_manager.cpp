@@ -219,20 +219,21 @@ CCasFileTraverseManager::SPlaces CCasFileTraverseManager::FindPlaces(
     }
     const CFilePathW target = MapToTarget(folder);
     const CStrW text = target.GetChild(kName).ToPlainString();
-    places.collapsed = m_pathConverter->Collapse(text);
-    const CFilePathW payload = MakePayloadName(places.collapsed);
+    const CStrW collapsed = m_pathConverter->Collapse(text);
+    const CFilePathW payload = MakePayloadName(collapsed);
     const CFilePathW destination(m_packageFolder, payload);
     // Other paths, and a table whose rows may match a part of a name, take the way of each file.
     if (target.GetKind() == FilePathAbsolute && payload.GetSegmentCount() > 1 &&
-        places.collapsed.View().ends_with(kEnd) && payload.ViewLastSegment() == kName &&
+        collapsed.View().ends_with(kEnd) && payload.ViewLastSegment() == kName &&
         destination.GetSegmentCount() ==
             m_packageFolder.GetSegmentCount() + payload.GetSegmentCount() &&
         m_pathConverter->KeepsNamesIn(text.View().substr(0, text.GetLength() - kName.size()))) {
         places.target = target;
-        places.collapsed.Truncate(places.collapsed.GetLength() - kName.size());
         places.payload = payload.GetParent();
         places.destination = destination.GetParent();
         places.isSource = places.destination.Equals(folder);
+        places.hasPercent = HasUnit(text, u'%') || HasUnit(payload.ToString(), u'%');
+        places.hasInnerPercent = HasInnerPercent(collapsed);
     }
     return places;
 }
@@ -310,7 +311,9 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
         return true;
     }
     bool deleted = false;
-    if (const int status = FindStream(name + kDeleteMarker, deleted)) {
+    m_markName.Assign(name);
+    m_markName.Append(kDeleteMarker);
+    if (const int status = FindStream(m_markName, deleted)) {
         // Without an answer the file may be one to create or one to delete. To make the wrong item
         // would be worse than none.
         TellMissingFile(name, status, EReason::MarkUnknown);
@@ -325,81 +328,82 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
     if (!m_places) {
         m_places = FindPlaces(path.GetParent());
     }
-    const CFilePathW target =
-        m_places->AreKnown() ? m_places->target.GetChild(last) : MapToTarget(path);
-    const SBecame became = AddItem(path, name, target, shortcut, deleted);
+    const SBecame became = AddItem(path, name, shortcut, deleted);
     // Every level of the record tells of a place that an earlier item has.
     if (CRecord::IsFull() || became.reason == EReason::PlaceTaken) {
-        RecordFile(name, target.ToString(), became);
+        RecordFile(name, GetTarget(path), became);
     }
     return true;
 }
 
 CCasFileTraverseManager::SBecame CCasFileTraverseManager::AddItem(const CFilePathW& path,
-                                                                  const CStrW& name,
-                                                                  const CFilePathW& target,
-                                                                  bool shortcut, bool deleted) {
+                                                                  const CStrW& name, bool shortcut,
+                                                                  bool deleted) {
     SBecame became{shortcut ? EThing::Shortcut : EThing::File, EReason::Created,
                    shortcut ? u"CreateShortcuts" : u"CreateFiles"};
     if (deleted) {
-        const CStrW text = target.ToString();
+        const CStrW text = GetTarget(path);
         const bool isNew =
             shortcut ? m_package.Get<COrvDeleteShortcutsCollection>().AddItem(text) != nullptr
                      : m_package.Get<COrvDeleteFilesCollection>().AddItem(text) != nullptr;
         became.reason = isNew ? EReason::Deleted : EReason::SameItem;
         became.collection = shortcut ? u"DeleteShortcuts" : u"DeleteFiles";
-    } else if (!(shortcut ? AddShortcut(path, name, target.ToString())
-                          : AddFile(path, name, target))) {
+    } else if (!(shortcut ? AddShortcut(path, name, GetTarget(path)) : AddFile(path, name))) {
         became.reason = EReason::PlaceTaken;
     }
     return became;
 }
 
-bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
-                                      const CFilePathW& target) {
+CStrW CCasFileTraverseManager::GetTarget(const CFilePathW& path) const {
+    return m_places->AreKnown() ? m_places->target.ToString(path.ViewLastSegment())
+                                : MapToTarget(path).ToString();
+}
+
+bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name) {
     const bool isKnown = m_places->AreKnown();
     const std::u16string_view last = path.ViewLastSegment();
     // Without the prefix of long paths, so that the payload of a deep file is named like any other.
-    const CStrW collapsed = isKnown ? CStrW() : m_pathConverter->Collapse(target.ToPlainString());
-    const CFilePathW relative =
-        isKnown ? m_places->payload.GetChild(last) : MakePayloadName(collapsed);
-    const COrvCreateFile* const added =
-        m_package.Get<COrvCreateFilesCollection>().AddFile(target, relative);
+    const CStrW collapsed =
+        isKnown ? CStrW() : m_pathConverter->Collapse(MapToTarget(path).ToPlainString());
+    const CFilePathW payload = isKnown ? CFilePathW() : MakePayloadName(collapsed);
+    const CStrW relative = isKnown ? m_places->payload.ToString(last) : payload.ToString();
+    const bool hasPercent = HasUnit(last, u'%');
+    const COrvCreateFile* const added = m_package.Get<COrvCreateFilesCollection>().AddFile(
+        {GetTarget(path), relative}, isKnown ? m_places->payload.GetKind() : payload.GetKind(),
+        isKnown && !hasPercent && !m_places->hasPercent);
     const bool isNew = added != nullptr;
     // The item expands what looks like a token, but the payload keeps its name.
     if (isNew && CRecord::IsOn() &&
-        HasInnerPercent(isKnown ? m_places->collapsed + CStrW(last) : collapsed) &&
-        added->GetContent().relativeSource != relative.ToString()) {
+        (isKnown ? hasPercent || m_places->hasInnerPercent : HasInnerPercent(collapsed)) &&
+        added->GetContent().relativeSource != relative) {
         GetRecord().Add({.thing = EThing::File,
                          .reason = EReason::TokenInName,
                          .source = name,
                          .collection = u"CreateFiles",
-                         .target = target.ToString().View(),
+                         .target = GetTarget(path).View(),
                          .detail = added->GetContent().relativeSource});
     }
     // If the package has the item already, the file is copied all the same.
-    CopyPayload(path, name, relative);
+    CopyPayload(path, name, payload);
     return isNew;
 }
 
 void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CStrW& name,
                                           const CFilePathW& relative) {
-    int status = ERROR_ACCESS_DENIED;
-    // Without a name the destination would be the output folder itself.
-    if (!relative.IsEmpty()) {
-        const bool isKnown = m_places->AreKnown();
-        const CFilePathW destination = isKnown
-                                           ? m_places->destination.GetChild(path.ViewLastSegment())
-                                           : CFilePathW(m_packageFolder, relative);
-        // The copy would delete an existing destination, which here is the captured file itself.
-        if (isKnown ? m_places->isSource : destination.Equals(path)) {
-            return;
-        }
-        status = CopyFileOver(name, destination, &m_copier);
+    const bool isKnown = m_places->AreKnown();
+    const CFilePathW destination = isKnown ? CFilePathW() : CFilePathW(m_packageFolder, relative);
+    // The copy would delete an existing destination, which here is the captured file itself.
+    if (isKnown ? m_places->isSource : !relative.IsEmpty() && destination.Equals(path)) {
+        return;
     }
+    // Without a name the destination would be the output folder itself.
+    const bool hasName = isKnown || !relative.IsEmpty();
+    const int status =
+        !hasName  ? ERROR_ACCESS_DENIED
+        : isKnown ? CopyFileInto(name, m_places->destination, path.ViewLastSegment(), &m_copier)
+                  : CopyFileOver(name, destination, &m_copier);
     if (status != ERROR_SUCCESS) {
-        TellMissingFile(name, status,
-                        relative.IsEmpty() ? EReason::NoPayloadName : ReasonOfCopy(status));
+        TellMissingFile(name, status, hasName ? ReasonOfCopy(status) : EReason::NoPayloadName);
     }
 }
 

@@ -58,11 +58,12 @@ private:
     //
     // Gain: a fifth of the instructions of a conversion of small files, 20 in a folder.
     struct SPlaces {
-        CFilePathW target;       // on the captured machine
-        CStrW collapsed;         // the same with tokens, and a backslash at the end
-        CFilePathW payload;      // relative to the manifest
-        CFilePathW destination;  // of the copies
-        bool isSource = false;   // the destination is the captured folder itself
+        CFilePathW target;             // on the captured machine
+        CFilePathW payload;            // relative to the manifest
+        CFilePathW destination;        // of the copies
+        bool isSource = false;         // the destination is the captured folder itself
+        bool hasPercent = false;       // the target or the payload has a percent sign
+        bool hasInnerPercent = false;  // as HasInnerPercent
 
         [[nodiscard]] bool AreKnown() const { return !target.IsEmpty(); }
     };
@@ -76,12 +77,13 @@ private:
     // The path on the captured machine of an entry of the capture.
     [[nodiscard]] CFilePathW MapToTarget(const CFilePathW& path) const;
     [[nodiscard]] SPlaces FindPlaces(const CFilePathW& folder) const;
+    // The target of a file of the present folder, as text.
+    [[nodiscard]] CStrW GetTarget(const CFilePathW& path) const;
     // `name` is `path` as text in what follows.
     // Adds the item of a file, which may be a shortcut and may be deleted, and copies the file.
-    SBecame AddItem(const CFilePathW& path, const CStrW& name, const CFilePathW& target,
-                    bool shortcut, bool deleted);
+    SBecame AddItem(const CFilePathW& path, const CStrW& name, bool shortcut, bool deleted);
     // Both tell whether the item is new.
-    bool AddFile(const CFilePathW& path, const CStrW& name, const CFilePathW& target);
+    bool AddFile(const CFilePathW& path, const CStrW& name);
     bool AddShortcut(const CFilePathW& path, const CStrW& name, const CStrW& target);
     void CopyPayload(const CFilePathW& path, const CStrW& name, const CFilePathW& relative);
 
@@ -96,6 +98,7 @@ private:
     const CFilePathW m_packageFolder;
     platform::CFileCopier m_copier;
     bool m_hasSealedLink = false;
+    CStrW m_markName;  // of the stream that is looked for; kept for its memory
     // Of the folder whose entries are visited, from its first file on.
     std::optional<SPlaces> m_places;
 };

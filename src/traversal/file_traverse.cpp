@@ -44,9 +44,13 @@ public:
     // Whether the entry is the first one of its folder.
     [[nodiscard]] bool IsFirst() const { return m_isFirst; }
 
-    // The path of an entry of the current folder; empty when its name is not valid.
-    [[nodiscard]] CFilePathW PathOf(const platform::SFindData& data) const {
-        return platform::IsPathName(data.name) ? m_folder.GetChild(data.name) : CFilePathW();
+    // Sets the path of an entry of the current folder; false when its name is not valid.
+    [[nodiscard]] bool SetPath(const platform::SFindData& data, CFilePathW& path) const {
+        const bool isName = platform::IsPathName(data.name);
+        if (isName) {
+            path.AssignChild(m_folder, data.name);
+        }
+        return isName;
     }
 
 private:
@@ -91,6 +95,7 @@ void CFileTraverse::Run() {
     CEntries entries(m_pending, m_pattern,
                      [this](const CFilePathW& folder, int status) { OnUnread(folder, status); });
     platform::SFindData data;
+    CFilePathW path;  // kept for its memory
     while (!IsStopped() && entries.Next(data)) {
         if (entries.IsFirst()) {
             OnFolder(entries.GetFolder());
@@ -99,8 +104,7 @@ void CFileTraverse::Run() {
         if (data.IsFolder() && IsDots(data)) {
             continue;
         }
-        CFilePathW path = entries.PathOf(data);
-        if (path.IsEmpty()) {
+        if (!entries.SetPath(data, path)) {
             OnRefused(entries.GetFolder(), data.name);
             continue;
         }
@@ -126,8 +130,8 @@ std::uint32_t CFileTraverse::CountEntries() const {
             ++count;
             continue;
         }
-        CFilePathW path = IsDots(data) ? CFilePathW() : entries.PathOf(data);
-        if (!path.IsEmpty() && !IsExcluded(path)) {
+        CFilePathW path;
+        if (!IsDots(data) && entries.SetPath(data, path) && !IsExcluded(path)) {
             ++count;
             pending.push_back(std::move(path));
         }
