@@ -12,13 +12,12 @@
 
 namespace platform {
 
-// A path that cannot be split, such as a root, is read as a whole. So is one whose folder was not
-// found, which gives the reason.
 int FindFolder(std::u16string_view path, SFilePlace& place) {
     CFolderCache& cache = CFolderCache::Get();
     // Nearly every path is a folder of a moment ago and a name, and need not be read again.
     SSplitPath split;
-    if (SplitPath(path, split) && cache.Open(split.folder, place.folder) == ERROR_SUCCESS) {
+    const bool isSplit = SplitPath(path, split);
+    if (isSplit && cache.FindRecent(split.folder, place.folder)) {
         place.name = split.name;
         place.stream = split.stream;
         return ERROR_SUCCESS;
@@ -29,8 +28,13 @@ int FindFolder(std::u16string_view path, SFilePlace& place) {
     }
     place.name = location.GetName();
     place.stream = location.stream;
-    return cache.Open(location, location.IsRoot() ? location.path : location.GetFolderPath(),
-                      place.folder);
+    const int status = cache.Open(
+        location, location.IsRoot() ? location.path : location.GetFolderPath(), place.folder);
+    // The folder of a share that is its own root is no folder.
+    if (status == ERROR_SUCCESS && isSplit && !location.IsRoot()) {
+        cache.NoteRecent(split.folder, place.folder);
+    }
+    return status;
 }
 
 int FindEntryAt(SFilePlace& place) {

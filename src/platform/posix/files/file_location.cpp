@@ -169,6 +169,7 @@ int ReadLocation(std::u16string_view text, SFileLocation& location) {
     if (text.empty()) {
         return ERROR_PATH_NOT_FOUND;
     }
+    location.path.reserve(text.size() + 1);
     if (const int status = ReadStart(location, text)) {
         return status;
     }

@@ -80,24 +80,22 @@ int CFolderCache::Open(const SFileLocation& location, std::u16string_view path,
     return StatusOnTheWay(status);
 }
 
-int CFolderCache::Open(std::u16string_view text, std::shared_ptr<CFolder>& folder) {
+bool CFolderCache::FindRecent(std::u16string_view text, std::shared_ptr<CFolder>& folder) {
     CheckMachine();
     for (const SRecent& recent : m_recent) {
         if (recent.folder && HasSameUnits(recent.text, text) && recent.folder->IsCurrent()) {
             folder = recent.folder;
-            return ERROR_SUCCESS;
+            return true;
         }
     }
-    SFileLocation location;
-    if (const int status = ReadLocation(text.empty() ? u"." : text, location)) {
-        return status;
-    }
-    const int status = Open(location, location.path, folder);
-    if (status == ERROR_SUCCESS) {
-        m_recent[m_nextRecent] = {std::u16string(text), folder};
-        m_nextRecent = (m_nextRecent + 1) % m_recent.size();
-    }
-    return status;
+    return false;
+}
+
+void CFolderCache::NoteRecent(std::u16string_view text, const std::shared_ptr<CFolder>& folder) {
+    SRecent& recent = m_recent[m_nextRecent];
+    recent.text = text;
+    recent.folder = folder;
+    m_nextRecent = (m_nextRecent + 1) % m_recent.size();
 }
 
 // On another machine, drives and shares may be other folders.

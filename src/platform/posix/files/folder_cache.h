@@ -39,8 +39,11 @@ public:
     [[nodiscard]] int Open(const SFileLocation& location, std::u16string_view path,
                            std::shared_ptr<CFolder>& folder);
 
-    // The same from a path as SplitPath leaves it.
-    [[nodiscard]] int Open(std::u16string_view text, std::shared_ptr<CFolder>& folder);
+    // Gives the folder of a path as SplitPath leaves it, if it was noted a moment ago and its path
+    // still leads to it.
+    [[nodiscard]] bool FindRecent(std::u16string_view text, std::shared_ptr<CFolder>& folder);
+    // Notes that such a path leads to the folder that Open has just given for it.
+    void NoteRecent(std::u16string_view text, const std::shared_ptr<CFolder>& folder);
 
     // Keep an open file for the next reader of its path, and give it out, as CKeptFile does.
     void KeepOpen(std::u16string_view path, CFileDescriptor file) {
