@@ -22,6 +22,13 @@ EFilePathKind KindOfFirstName(std::u16string_view name) {
 
 bool IsDots(std::u16string_view name) { return name == u"." || name == u".."; }
 
+// The part of a name after its last dot; without a dot the whole name.
+std::u16string_view AfterDot(std::u16string_view name) { return name.substr(name.rfind(u'.') + 1); }
+
+std::u16string_view WithoutDot(std::u16string_view extension) {
+    return extension.substr(extension.starts_with(u'.') ? 1 : 0);
+}
+
 }  // namespace
 
 int CFilePathSegmentW::Assign(std::u16string_view name) {
@@ -42,15 +49,11 @@ bool CFilePathSegmentW::EqualsNoCase(std::u16string_view other) const {
 }
 
 int CFilePathSegmentW::CompareExtension(std::u16string_view extension) const {
-    return ::CompareExtension(m_name.View(), extension);
+    return CompareNoCase(AfterDot(m_name.View()), WithoutDot(extension));
 }
 
-int CompareExtension(std::u16string_view name, std::u16string_view extension) {
-    if (!extension.empty() && extension.front() == u'.') {
-        extension.remove_prefix(1);
-    }
-    const std::size_t dot = name.rfind(u'.');
-    return CompareNoCase(dot == std::u16string_view::npos ? name : name.substr(dot + 1), extension);
+bool HasExtension(std::u16string_view name, std::u16string_view extension) {
+    return EqualsNoCase(AfterDot(name), WithoutDot(extension));
 }
 
 CStrW CFilePathSegmentW::GetStem() const {

@@ -207,13 +207,13 @@ CFilePathW CCasFileTraverseManager::MapToTarget(const CFilePathW& path) const {
     return target;
 }
 
-// Follows a file with a name of one unit, and takes this name away at the end.
+// Maps a file with a name of one unit as any file is mapped, and takes that name off the results.
 CCasFileTraverseManager::SPlaces CCasFileTraverseManager::FindPlaces(
     const CFilePathW& folder) const {
     constexpr std::u16string_view kName = u"x";
     constexpr std::u16string_view kEnd = uR"(\x)";
     SPlaces places;
-    // An entry of "Device" itself is a drive.
+    // An entry of "Device" itself is taken for a drive, also a file.
     if (folder.GetSegmentCount() < m_rootDepth) {
         return places;
     }
@@ -222,7 +222,7 @@ CCasFileTraverseManager::SPlaces CCasFileTraverseManager::FindPlaces(
     const CStrW collapsed = m_pathConverter->Collapse(text);
     const CFilePathW payload = MakePayloadName(collapsed);
     const CFilePathW destination(m_packageFolder, payload);
-    // Other paths, and a table whose rows may match a part of a name, take the way of each file.
+    // Empty for other paths, and where a row of the table may match a part of a name.
     if (target.GetKind() == FilePathAbsolute && payload.GetSegmentCount() > 1 &&
         collapsed.View().ends_with(kEnd) && payload.ViewLastSegment() == kName &&
         destination.GetSegmentCount() ==
@@ -320,7 +320,7 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
         return true;
     }
     // The extension alone makes a shortcut, whatever the file contains.
-    const bool shortcut = !path.IsRoot() && CompareExtension(last, kShortcutExtension) == 0;
+    const bool shortcut = !path.IsRoot() && HasExtension(last, kShortcutExtension);
     if (!m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
         GetRecord().Add({.thing = EThing::File, .reason = EReason::OfAssembly, .source = name});
         return true;

@@ -53,9 +53,13 @@ private:
         EReason reason;
         const char16_t* collection;
     };
-    // Where the files of a captured folder go: the path of each of them is that of the folder and
-    // its own name. The target is empty if that does not apply to the other paths.
+    // Where the files of a captured folder go: each path of a file is that of the folder here and
+    // the file's own name.
     //
+    // INVARIANT: all of it follows from the folder, the table of paths and the package's folder,
+    // which stay as they are during a walk. It is empty where a name may change more than the end,
+    // and then each file is mapped by itself.
+    // Threads: the walk's.
     // Gain: a fifth of the instructions of a conversion of small files, 20 in a folder.
     struct SPlaces {
         CFilePathW target;             // on the captured machine
