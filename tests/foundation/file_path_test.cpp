@@ -159,6 +159,22 @@ TEST(FilePathSegmentTest, ExtensionStandsBehindTheLastDot) {
     EXPECT_EQ(tooLong.View().size(), 258U);
 }
 
+TEST(FilePathTest, AChildHasTheTextOfItsPath) {
+    const std::u16string deep = uR"(C:\)" + std::u16string(244, u'd');
+    for (const char16_t* const folder :
+         {uR"(C:\)", u"C:", uR"(C:\a)", u"C:a", u"a", uR"(\a)", uR"(\\s\t)", u"", deep.c_str()}) {
+        const CFilePathW path(folder);
+        for (const char16_t* const name : {u"b", u"bc.d", u"..", u"."}) {
+            const CFilePathW child(path, CFilePathSegmentW(name));
+            EXPECT_TRUE(path.GetChild(name).Equals(child)) << Utf8(folder);
+            EXPECT_EQ(Utf8(path.ToString(name)), Utf8(child.ToString()));
+        }
+    }
+    EXPECT_TRUE(HasExtension(u"a.LNK", u"lnk"));
+    EXPECT_TRUE(HasExtension(u"lnk", u".lnk"));
+    EXPECT_FALSE(HasExtension(u"lnk.a", u"lnk"));
+}
+
 // Two names for one folder and a drive root: the smallest machine on which the order counts. The
 // drive is one that no machine has, whose own names would be put in place of those.
 class CollapsePathsTest : public testing::Test {
