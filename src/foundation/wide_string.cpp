@@ -7,6 +7,7 @@
 #include "platform/com.h"
 #include "platform/machine.h"
 #include "platform/text.h"
+#include "platform/unit_marks.h"
 
 namespace {
 
@@ -472,12 +473,8 @@ const char16_t* FindSubstringNoCase(const char16_t* haystack, std::size_t haysta
 }
 
 bool HasUnit(std::u16string_view text, char16_t unit) {
-    // Without an early exit the compiler vectorises the loop.
-    bool hasUnit = false;
-    for (const char16_t candidate : text) {
-        hasUnit |= candidate == unit;
-    }
-    return hasUnit;
+    return platform::CollectMarks(text, [unit](char16_t candidate) { return candidate == unit; }) !=
+           0;
 }
 
 std::size_t FindSubstringNoCaseIndex(std::u16string_view haystack, std::u16string_view needle) {

@@ -4,23 +4,13 @@
 
 #include "foundation/hex.h"
 #include "foundation/number_text.h"
+#include "platform/unit_marks.h"
 
 namespace {
 
 constexpr std::size_t kDigits = 4;
 
 bool StaysAsItIs(char16_t unit) { return unit >= 0x20 && unit < 0xD800 && unit != u'~'; }
-
-// Without an early exit the compiler vectorises the loop.
-bool StaysAsItIs(std::u16string_view text) {
-    unsigned other = 0;
-    for (const char16_t unit : text) {
-        // One comparison for both ends: a unit below 0x20 wraps around to a large number.
-        const bool isOutside = static_cast<char16_t>(unit - 0x20) >= 0xD800 - 0x20;
-        other |= static_cast<unsigned>(isOutside) | (unit == u'~');
-    }
-    return other == 0;
-}
 
 void AppendEscaped(std::u16string& escaped, char16_t unit) {
     constexpr char16_t kHex[] = u"0123456789abcdef";
@@ -60,14 +50,23 @@ std::size_t AppendUnescaped(std::u16string& plain, std::u16string_view text) {
 
 }  // namespace
 
+bool IsPlainXmlText(std::u16string_view text) {
+    const auto isOther = [](char16_t unit) {
+        // One comparison for both ends: a unit below 0x20 wraps around to a large number.
+        const bool isOutside = static_cast<char16_t>(unit - 0x20) >= 0xD800 - 0x20;
+        return isOutside | (unit == u'~') | (unit == u'&') | (unit == u'<') | (unit == u'>') |
+               (unit == u'"');
+    };
+    return platform::CollectMarks(text, isOther) == 0;
+}
+
 bool EscapeXmlText(std::u16string_view text, std::u16string& escaped) {
-    if (StaysAsItIs(text)) {
-        return false;
-    }
-    // Ends before the end of the text, because one unit of it needs an escape.
     std::size_t plain = 0;
-    while (StaysAsItIs(text[plain])) {
+    while (plain < text.size() && StaysAsItIs(text[plain])) {
         ++plain;
+    }
+    if (plain == text.size()) {
+        return false;
     }
     escaped.assign(text, 0, plain);
     // The NUL counts as a unit to escape above, but ends the text here.

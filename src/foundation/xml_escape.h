@@ -9,9 +9,12 @@
 
 #include "foundation/wide_string.h"
 
+// Whether a text stays as it is in an XML file: no unit needs the escape, and none is a markup
+// character. That is the common case, and costs one pass over the text.
+[[nodiscard]] bool IsPlainXmlText(std::u16string_view text);
+
 // Puts the escaped form of `text`, which ends at its first NUL, into `escaped`. False, with
-// `escaped` unchanged, when the text needs no escape. That is the common case and costs one pass
-// over the text.
+// `escaped` unchanged, when the text needs no escape.
 [[nodiscard]] bool EscapeXmlText(std::u16string_view text, std::u16string& escaped);
 [[nodiscard]] CStrW EscapeXmlText(std::u16string_view text);
 

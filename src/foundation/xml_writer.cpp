@@ -1,6 +1,7 @@
 #include "foundation/xml_writer.h"
 
 #include "foundation/file_path.h"
+#include "foundation/xml_escape.h"
 #include "platform/status.h"
 
 namespace {
@@ -19,9 +20,6 @@ void CXmlWriter::StartDocument() {
 }
 
 int CXmlWriter::StartElement(std::u16string_view name, bool newLine) {
-    if (!m_writer.IsOpen()) {
-        return E_FAIL;
-    }
     // The result of the line end is not needed: a failure to write shows again at the next call.
     const int result = m_writer.WriteStartElement(name);
     if (result >= 0 && newLine) {
@@ -31,9 +29,6 @@ int CXmlWriter::StartElement(std::u16string_view name, bool newLine) {
 }
 
 int CXmlWriter::EndElement(bool newLine) {
-    if (!m_writer.IsOpen()) {
-        return E_FAIL;
-    }
     const int result = m_writer.WriteEndElement();
     if (result >= 0 && newLine) {
         m_writer.WriteWhitespace(kLineEnd);
@@ -42,11 +37,12 @@ int CXmlWriter::EndElement(bool newLine) {
 }
 
 int CXmlWriter::WriteAttribute(std::u16string_view name, std::u16string_view value) {
-    return m_writer.IsOpen() ? m_writer.WriteAttribute(name, Filter(value)) : E_FAIL;
+    return IsPlainXmlText(value) ? WritePlainAttribute(name, value)
+                                 : m_writer.WriteAttribute(name, Filter(value));
 }
 
 int CXmlWriter::WriteText(std::u16string_view text) {
-    return m_writer.IsOpen() ? m_writer.WriteText(Filter(text)) : E_FAIL;
+    return IsPlainXmlText(text) ? WritePlainText(text) : m_writer.WriteText(Filter(text));
 }
 
 int CXmlWriter::WriteElements(std::size_t count, const ElementWriter& write) {

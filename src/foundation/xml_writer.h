@@ -17,7 +17,8 @@ class CFilePathW;
 class CXmlWriter {
 public:
     // Puts the form in which `text` is written into `filtered`. False, with `filtered` unchanged,
-    // when that is `text` itself.
+    // when that is `text` itself, as it is for every plain text (IsPlainXmlText), which is not
+    // filtered.
     using TextFilter = bool (*)(std::u16string_view text, std::u16string& filtered);
 
     CXmlWriter() = default;
@@ -40,6 +41,13 @@ public:
     int EndElement(bool newLine);
     int WriteAttribute(std::u16string_view name, std::u16string_view value);
     int WriteText(std::u16string_view text);
+    // The same for a text that the caller knows to be plain, such as a number.
+    int WritePlainAttribute(std::u16string_view name, std::u16string_view value) {
+        return m_writer.WriteAttribute(name, value, platform::EXmlText::Plain);
+    }
+    int WritePlainText(std::u16string_view text) {
+        return m_writer.WriteText(text, platform::EXmlText::Plain);
+    }
     void WriteNewLine();
     // Writes elements for the numbers from 0 to `count` - 1. Each call of `write` makes those from
     // `first` to `last` - 1 with a writer of its own; calls may run on several threads at once. See

@@ -19,6 +19,10 @@ void SAttributeOutput::Write(std::u16string_view value, EWritten written) const 
     }
 }
 
+void SAttributeOutput::WritePlain(std::u16string_view value) const {
+    writer.WritePlainAttribute(name, value);
+}
+
 void SAttributeOutput::WritePortable(std::u16string_view value, std::uint32_t flags,
                                      EWritten written) const {
     if (!IsLeftOut(value, written)) {

@@ -34,8 +34,10 @@ struct SAttributeOutput {
     const COrvPackage& package;
     std::u16string_view name;
 
-    // Write a text as it is, or through the package's sanitizer.
+    // Write a text as it is, or through the package's sanitizer. The second one is for a text that
+    // is plain, see CXmlWriter.
     void Write(std::u16string_view value, EWritten written = Always) const;
+    void WritePlain(std::u16string_view value) const;
     void WritePortable(std::u16string_view value, std::uint32_t flags,
                        EWritten written = Always) const;
 };
@@ -140,7 +142,7 @@ template <auto kMember, auto kRead, EWritten kWritten = Always>
 constexpr SForm<OwnerOf<kMember>> Number{
     [](const SAttributeOutput& output, const OwnerOf<kMember>& from) {
         if (kWritten == Always || from.*kMember != 0) {
-            output.Write(UnsignedToText(from.*kMember));
+            output.WritePlain(UnsignedToText(from.*kMember));
         }
     },
     [](OwnerOf<kMember>& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
@@ -152,7 +154,7 @@ constexpr SForm<OwnerOf<kMember>> Number{
 template <auto kMember>
 constexpr SForm<OwnerOf<kMember>> HexNumber{
     [](const SAttributeOutput& output, const OwnerOf<kMember>& from) {
-        output.Write(NumberToHex(from.*kMember));
+        output.WritePlain(NumberToHex(from.*kMember));
     },
     Number<kMember, ReadCheckedNumber32>.read,
 };
@@ -161,7 +163,7 @@ constexpr SForm<OwnerOf<kMember>> HexNumber{
 template <auto kMember>
 constexpr SForm<OwnerOf<kMember>> Flag{
     [](const SAttributeOutput& output, const OwnerOf<kMember>& from) {
-        output.Write(from.*kMember ? u"1" : u"0");
+        output.WritePlain(from.*kMember ? u"1" : u"0");
     },
     [](OwnerOf<kMember>& into, const CStrW& value, const COrvSanitizer& /*sanitizer*/) {
         into.*kMember = value.IsTrue();

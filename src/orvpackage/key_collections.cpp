@@ -16,7 +16,7 @@ char16_t ArchitectureDigit(std::uint32_t architecture) {
 
 // Only the table of deleted keys has this row, so the item is one.
 void WriteRecursive(const SAttributeOutput& output, const COrvKeyItem& item) {
-    output.Write(static_cast<const COrvDeleteKey&>(item).Recursive ? u"1" : u"0");
+    output.WritePlain(static_cast<const COrvDeleteKey&>(item).Recursive ? u"1" : u"0");
 }
 
 constexpr SKeyAttribute kCreateAttributes[] = {
@@ -106,7 +106,7 @@ void WriteArchitecture(const SAttributeOutput& output, const COrvKeyItem& item) 
     const std::uint32_t architecture = item.GetArchitecture();
     const char16_t* const name = ArchitectureName(architecture);
     if (name != nullptr && architecture != output.package.GetProperties().Architecture) {
-        output.Write(name);
+        output.WritePlain(name);
     }
 }
 

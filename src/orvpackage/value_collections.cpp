@@ -17,7 +17,7 @@ void ReadName(SReadKeyItem& into, const CStrW& value, const COrvSanitizer& sanit
 void WriteType(const SAttributeOutput& output, const COrvKeyItem& item) {
     const auto& value = static_cast<const COrvCreateValue&>(item);
     if (const char16_t* const type = ValueTypeName(value.GetType())) {
-        output.Write(type);
+        output.WritePlain(type);
     }
 }
 

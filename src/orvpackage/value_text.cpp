@@ -49,13 +49,12 @@ std::uint64_t ReadNumber(const COrvCreateValue& value) {
     return number;
 }
 
-// Writes a text, unless there was no memory for all of it: a CStrW without memory is empty, and a
-// list lacks some strings. A manifest with another value than the captured one must not come out.
-void WriteWhole(std::u16string_view text, bool isWhole, CXmlWriter& writer) {
+// Ends the writing when there was no memory for all of a text: a CStrW without memory is empty, and
+// a list lacks some strings. A manifest with another value than the captured one must not come out.
+void CheckWhole(bool isWhole) {
     if (!isWhole) {
         throw std::bad_alloc();
     }
-    writer.WriteText(text);
 }
 
 // Each string goes through the sanitizer by itself: a token never reaches across two of them.
@@ -67,7 +66,8 @@ void WriteMultiString(const COrvCreateValue& value, const COrvSanitizer& sanitiz
     const CStrW text = FormatMultiString(portable);
     const bool isWhole = strings.Get() != nullptr && portable.Get() != nullptr &&
                          strings.GetCount() == portable.GetCount() && !text.IsEmpty();
-    WriteWhole(text, isWhole, writer);
+    CheckWhole(isWhole);
+    writer.WriteText(text);
 }
 
 // In pieces, because the text has four times the bytes of the data.
@@ -77,7 +77,8 @@ void WriteHex(const COrvCreateValue& value, CXmlWriter& writer) {
     do {
         const std::size_t count = std::min(value.GetDataSize() - start, kHexPiece);
         const CStrW text = BytesToHex(value.GetData() + start, count);
-        WriteWhole(text, text.GetLength() == 2 * count, writer);
+        CheckWhole(text.GetLength() == 2 * count);
+        writer.WritePlainText(text);
         start += count;
     } while (start < value.GetDataSize());
 }
@@ -105,12 +106,13 @@ void WriteValueData(const COrvCreateValue& value, const COrvSanitizer& sanitizer
             CStrW buffer;
             const std::u16string_view text = value.GetString();
             const std::u16string_view portable = sanitizer.Sanitize(text, SanitizeAll, buffer);
-            WriteWhole(portable, text.empty() || !portable.empty(), writer);
+            CheckWhole(text.empty() || !portable.empty());
+            writer.WriteText(portable);
             break;
         }
         case OrvValueDword:
         case OrvValueQword:
-            writer.WriteText(NumberToHex(ReadNumber(value)));
+            writer.WritePlainText(NumberToHex(ReadNumber(value)));
             break;
         case OrvValueMultiString:
             WriteMultiString(value, sanitizer, writer);

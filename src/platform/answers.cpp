@@ -138,12 +138,12 @@ int CXmlOutput::WriteStartElement(std::u16string_view name) {
     return IsOpen() ? m_open->WriteStartElement(name) : E_FAIL;
 }
 
-int CXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view value) {
-    return IsOpen() ? m_open->WriteAttribute(name, value) : E_FAIL;
+int CXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view value, EXmlText kind) {
+    return IsOpen() ? m_open->WriteAttribute(name, value, kind) : E_FAIL;
 }
 
-int CXmlOutput::WriteText(std::u16string_view text) {
-    return IsOpen() ? m_open->WriteText(text) : E_FAIL;
+int CXmlOutput::WriteText(std::u16string_view text, EXmlText kind) {
+    return IsOpen() ? m_open->WriteText(text, kind) : E_FAIL;
 }
 
 int CXmlOutput::WriteWhitespace(std::u16string_view text) {

@@ -104,8 +104,9 @@ public:
 
     virtual int WriteStartDocument() = 0;
     virtual int WriteStartElement(std::u16string_view name) = 0;
-    virtual int WriteAttribute(std::u16string_view name, std::u16string_view value) = 0;
-    virtual int WriteText(std::u16string_view text) = 0;
+    virtual int WriteAttribute(std::u16string_view name, std::u16string_view value,
+                               EXmlText kind) = 0;
+    virtual int WriteText(std::u16string_view text, EXmlText kind) = 0;
     virtual int WriteWhitespace(std::u16string_view text) = 0;
     virtual int WriteEndElement() = 0;
     virtual int WriteEndDocument() = 0;

@@ -67,6 +67,12 @@ private:
     std::unique_ptr<SState> m_state;
 };
 
+// What a caller knows of a text.
+enum class EXmlText {
+    Any,
+    Plain,  // its units are from U+0020 to U+D7FF, and none is a markup character: & < > "
+};
+
 class COpenXmlOutput;
 
 // Writes one document as UTF-16LE with a byte order mark, without any layout of its own. Markup
@@ -89,8 +95,9 @@ public:
     // Writes the XML declaration, without a standalone attribute.
     int WriteStartDocument();
     int WriteStartElement(std::u16string_view name);
-    int WriteAttribute(std::u16string_view name, std::u16string_view value);
-    int WriteText(std::u16string_view text);
+    int WriteAttribute(std::u16string_view name, std::u16string_view value,
+                       EXmlText kind = EXmlText::Any);
+    int WriteText(std::u16string_view text, EXmlText kind = EXmlText::Any);
     int WriteWhitespace(std::u16string_view text);
     // Closes the innermost element: by " />" when it is empty, otherwise by an end tag.
     int WriteEndElement();

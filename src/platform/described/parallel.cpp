@@ -28,15 +28,15 @@ public:
     // Makes parts until none is left, or another thread has failed.
     void Run() {
         CEnd end(*this);
-        std::u16string text;
+        CTextBuffer text;
         for (std::size_t part = NextPart(); part * m_step < m_count; part = NextPart()) {
             const std::size_t first = part * m_step;
-            text.clear();
+            text.Clear();
             // If another thread has failed, what is given early is dropped, and the call after this
             // ends the thread.
             m_make(text, first, std::min(first + m_step, m_count),
                    [this, part](std::u16string_view early) { TakeInTurn(part, early); });
-            if (!TakeInTurn(part, text)) {
+            if (!TakeInTurn(part, text.View())) {
                 return;
             }
             EndTurn();

@@ -3,8 +3,9 @@
 
 #include <cstddef>
 #include <functional>
-#include <string>
 #include <string_view>
+
+#include "platform/described/text_buffer.h"
 
 namespace platform {
 
@@ -13,7 +14,7 @@ using TakeText = std::function<void(std::u16string_view text)>;
 // Appends the text for the numbers from `first` up to `last` to an empty text. If that grows large,
 // it may give what it has to `take` and clear it. `take` waits for the turn of these numbers. Runs
 // on any thread.
-using MakeText = std::function<void(std::u16string& text, std::size_t first, std::size_t last,
+using MakeText = std::function<void(CTextBuffer& text, std::size_t first, std::size_t last,
                                     const TakeText& take)>;
 
 // Makes the texts for the numbers below `count`, `step` numbers at a time, and has them taken in

@@ -6,6 +6,7 @@
 
 #include "platform/described/answers.h"
 #include "platform/described/parallel.h"
+#include "platform/described/text_buffer.h"
 #include "platform/files.h"
 #include "platform/status.h"
 
@@ -15,6 +16,8 @@ namespace {
 
 // Units have the same bytes in memory and in the file, so texts are written as they are.
 static_assert(std::endian::native == std::endian::little);
+
+using std::string_view_literals::operator""sv;
 
 constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"utf-16\"?>";
 constexpr std::size_t kBufferUnits = 32768;
@@ -36,19 +39,6 @@ enum class EPlace {
 
 bool IsWhitespace(char16_t unit) {
     return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\r';
-}
-
-// Whether no unit needs a replacement or a closer look. Nearly all text is of this kind. The loop
-// has no early exit, so that the compiler vectorises it.
-bool IsPlain(std::u16string_view text) {
-    unsigned other = 0;
-    for (const char16_t unit : text) {
-        // One comparison for both ends: below 0x20 the difference wraps to a large number.
-        const bool isOutside = static_cast<char16_t>(unit - 0x20) >= 0xD800 - 0x20;
-        other |= static_cast<unsigned>(isOutside) | (unit == u'&') | (unit == u'<') |
-                 (unit == u'>') | (unit == u'"');
-    }
-    return other == 0;
 }
 
 bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
@@ -113,12 +103,12 @@ bool Escape(std::u16string_view text, bool inAttribute, std::u16string& escaped)
 // a failure to write, nothing more is written, because the file would have a gap.
 class CDescribedXmlOutput final : public COpenXmlOutput {
 public:
-    // More than the limit, because Put appends a text before it looks at the size.
-    CDescribedXmlOutput() { m_buffer.reserve(kBufferUnits + kBufferUnits / 4); }
+    // More than the limit, because Put appends before it looks at the size.
+    CDescribedXmlOutput() { m_buffer.Reserve(kBufferUnits + kBufferUnits / 4); }
     // A part, which has no file. What does not fit into its buffer goes to `take`. The start in
     // `m_nameStarts` is for the element around the part. So the end of the part's own elements
     // never ends the document.
-    CDescribedXmlOutput(std::u16string&& emptyBuffer, const TakeText& take)
+    CDescribedXmlOutput(CTextBuffer&& emptyBuffer, const TakeText& take)
         : m_taker(&take),
           m_buffer(std::move(emptyBuffer)),
           m_bufferLimit(kPartUnits),
@@ -136,12 +126,12 @@ public:
 
     [[nodiscard]] int Create(const char16_t* name) { return m_file.Create(name); }
     // What was written to a part and not yet taken.
-    [[nodiscard]] std::u16string TakeBuffer() { return std::move(m_buffer); }
+    [[nodiscard]] CTextBuffer TakeBuffer() { return std::move(m_buffer); }
 
     int WriteStartDocument() override;
     int WriteStartElement(std::u16string_view name) override;
-    int WriteAttribute(std::u16string_view name, std::u16string_view value) override;
-    int WriteText(std::u16string_view text) override;
+    int WriteAttribute(std::u16string_view name, std::u16string_view value, EXmlText kind) override;
+    int WriteText(std::u16string_view text, EXmlText kind) override;
     int WriteWhitespace(std::u16string_view text) override;
     int WriteEndElement() override;
     int WriteEndDocument() override;
@@ -153,14 +143,20 @@ public:
     }
 
 private:
-    void Put(std::u16string_view text) {
-        if (text.size() >= m_bufferLimit) {
-            PutLong(text);
-            return;
-        }
-        m_buffer += text;
-        if (m_buffer.size() >= m_bufferLimit) {
-            WriteBuffer();
+    // Puts one or more texts, one after the other. Texts that are long, alone or together, go one
+    // by one: the buffer is not to grow for them.
+    template <class... TTexts>
+    void Put(std::u16string_view first, const TTexts&... others) {
+        if (first.size() + (std::size_t{0} + ... + others.size()) < m_bufferLimit) {
+            m_buffer.Append(first, others...);
+            if (m_buffer.GetSize() >= m_bufferLimit) {
+                WriteBuffer();
+            }
+        } else if constexpr (sizeof...(others) == 0) {
+            PutLong(first);
+        } else {
+            Put(first);
+            (Put(others), ...);
         }
     }
 
@@ -171,8 +167,8 @@ private:
     }
 
     void WriteBuffer() {
-        WriteUnits(m_buffer);
-        m_buffer.clear();
+        WriteUnits(m_buffer.View());
+        m_buffer.Clear();
     }
 
     void WriteUnits(std::u16string_view text) {
@@ -205,8 +201,8 @@ private:
 
     // Gives `text` as it is to be written, which is itself in the common case. False when XML
     // cannot hold it. The result is valid until the next call.
-    bool ToMarkup(std::u16string_view& text, bool inAttribute) {
-        if (IsPlain(text)) {
+    bool ToMarkup(std::u16string_view& text, EXmlText kind, bool inAttribute) {
+        if (kind == EXmlText::Plain) {
             return true;
         }
         const bool isGood = Escape(text, inAttribute, m_escaped);
@@ -218,9 +214,7 @@ private:
         if (m_place == EPlace::StartTag) {
             Put(u" />");
         } else {
-            Put(u"</");
-            Put(std::u16string_view(m_names).substr(m_nameStarts.back()));
-            Put(u">");
+            Put(u"</"sv, std::u16string_view(m_names).substr(m_nameStarts.back()), u">"sv);
         }
         m_names.resize(m_nameStarts.back());
         m_nameStarts.pop_back();
@@ -229,7 +223,7 @@ private:
 
     COutputFile m_file;
     const TakeText* m_taker = nullptr;  // takes the text of a part
-    std::u16string m_buffer;
+    CTextBuffer m_buffer;
     std::size_t m_bufferLimit = kBufferUnits;
     int m_status = S_OK;  // the first failure to write
     EPlace m_place = EPlace::Start;
@@ -256,37 +250,33 @@ int CDescribedXmlOutput::WriteStartElement(std::u16string_view name) {
     }
     Begin();
     EndStartTag();
-    Put(u"<");
-    Put(name);
+    Put(u"<"sv, name);
     m_nameStarts.push_back(m_names.size());
     m_names += name;
     m_place = EPlace::StartTag;
     return m_status;
 }
 
-int CDescribedXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view value) {
+int CDescribedXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view value,
+                                        EXmlText kind) {
     if (m_place != EPlace::StartTag) {
         return kXmlInvalidAction;
     }
     if (name.empty()) {
         return E_INVALIDARG;
     }
-    if (!ToMarkup(value, true)) {
+    if (!ToMarkup(value, kind, true)) {
         return kXmlBadCharacter;
     }
-    Put(u" ");
-    Put(name);
-    Put(u"=\"");
-    Put(value);
-    Put(u"\"");
+    Put(u" "sv, name, u"=\""sv, value, u"\""sv);
     return m_status;
 }
 
-int CDescribedXmlOutput::WriteText(std::u16string_view text) {
+int CDescribedXmlOutput::WriteText(std::u16string_view text, EXmlText kind) {
     if (!IsInElement()) {
         return kXmlInvalidAction;
     }
-    if (!ToMarkup(text, false)) {
+    if (!ToMarkup(text, kind, false)) {
         return kXmlBadCharacter;
     }
     EndStartTag();
@@ -334,7 +324,7 @@ int CDescribedXmlOutput::WriteElements(CXmlOutput& /*output*/, std::size_t count
     }
     EndStartTag();
     // The part borrows the memory of `text` and gives it back, so a thread allocates it once.
-    const auto make = [&write](std::u16string& text, std::size_t first, std::size_t last,
+    const auto make = [&write](CTextBuffer& text, std::size_t first, std::size_t last,
                                const TakeText& take) {
         auto inside = std::make_unique<CDescribedXmlOutput>(std::move(text), take);
         CDescribedXmlOutput& written = *inside;

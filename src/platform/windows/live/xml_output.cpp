@@ -40,8 +40,9 @@ public:
         return Call(&IXmlWriter::WriteStartDocument, XmlStandalone_Omit);
     }
     int WriteStartElement(std::u16string_view name) override;
-    int WriteAttribute(std::u16string_view name, std::u16string_view value) override;
-    int WriteText(std::u16string_view text) override {
+    // XmlLite looks at each text itself.
+    int WriteAttribute(std::u16string_view name, std::u16string_view value, EXmlText kind) override;
+    int WriteText(std::u16string_view text, EXmlText /*kind*/) override {
         return CallWithText(&IXmlWriter::WriteString, text);
     }
     int WriteWhitespace(std::u16string_view text) override {
@@ -107,7 +108,8 @@ int CLiveXmlOutput::WriteStartElement(std::u16string_view name) {
     return Call(&IXmlWriter::WriteStartElement, nullptr, ToWide(element.c_str()), nullptr);
 }
 
-int CLiveXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view value) {
+int CLiveXmlOutput::WriteAttribute(std::u16string_view name, std::u16string_view value,
+                                   EXmlText /*kind*/) {
     if (HoldsNul(value)) {
         return kXmlBadCharacter;
     }
