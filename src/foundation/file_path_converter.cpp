@@ -32,10 +32,9 @@ bool IsAbsolute(std::u16string_view path) {
            ((path.size() > 1 && path[0] != u'\\' && path[1] == u':') || path.starts_with(uR"(\\)"));
 }
 
-std::u16string_view CommonPrefix(std::u16string_view left, std::u16string_view right) {
-    const auto end = std::mismatch(left.begin(), left.end(), right.begin(), right.end()).first;
-    return left.substr(0, static_cast<std::size_t>(end - left.begin()));
-}
+// A token is always followed by a backslash, unless the text ends there. A path that matched in the
+// middle of a name, or ended in its own backslash, left none.
+bool IsNameAfterToken(std::u16string_view rest) { return !rest.empty() && rest.front() != u'\\'; }
 
 // Expands the tokens of one text from left to right. `m_done` is the part before the scan. `m_rest`
 // is the part after it, in reverse, so that a path is inserted at its front in the length of the
@@ -131,7 +130,7 @@ public:
     // may still be in the rest.
     void Replace(std::size_t position, std::size_t length, std::u16string_view token);
     // Appends the rest and returns the whole text.
-    [[nodiscard]] const std::u16string& Finish();
+    [[nodiscard]] std::u16string Finish();
 
 private:
     std::u16string_view m_original;
@@ -154,16 +153,14 @@ void CCollapsed::Replace(std::size_t position, std::size_t length, std::u16strin
     const std::u16string_view rest = end < m_changed.size()
                                          ? std::u16string_view(m_changed).substr(end)
                                          : m_original.substr(m_taken);
-    // A token is always followed by a backslash, unless the text ends there. A path that matched in
-    // the middle of a name, or ended in its own backslash, left none.
-    const bool isAtName = !rest.empty() && rest.front() != u'\\';
+    const bool isAtName = IsNameAfterToken(rest);
     m_changed.replace(position, length, token);
     m_changed.insert(position + token.size(), isAtName ? 1 : 0, u'\\');
 }
 
-const std::u16string& CCollapsed::Finish() {
+std::u16string CCollapsed::Finish() {
     TakeUpTo(m_original.size());
-    return m_changed;
+    return std::move(m_changed);
 }
 
 }  // namespace
@@ -173,19 +170,20 @@ const std::u16string& CCollapsed::Finish() {
 CFilePathConverter::CFilePathConverter() {
     AddFolders();
     AddEnvironment();
+    IndexRows();
 }
 
 void CFilePathConverter::AddFolders() {
     std::u16string localAppDataLow;
     if (platform::GetLocalAppDataLow(localAppDataLow) && !localAppDataLow.empty()) {
-        AddEntry(TokenOf(platform::kLocalAppDataLowName), localAppDataLow);
+        InsertRow(TokenOf(platform::kLocalAppDataLowName), localAppDataLow);
     }
     for (const platform::SSpecialFolder& folder : platform::kSpecialFolders) {
         CFilePathW path = GetSpecialFolderPath(folder.csidl);
         if (!path.IsEmpty()) {
             // The system may give a short name, but texts are searched for the long one.
             ExpandLongPath(path);
-            AddEntry(TokenOf(folder.name), path.ToString());
+            InsertRow(TokenOf(folder.name), path.ToString());
         }
     }
 }
@@ -201,11 +199,17 @@ void CFilePathConverter::AddEnvironment() {
             value.Append(u'\\');
         }
         ExpandLongName(value);
-        AddEntry(TokenOf(name), value);
+        InsertRow(TokenOf(name), value);
     }
 }
 
 void CFilePathConverter::AddEntry(std::u16string_view token, std::u16string_view path) {
+    InsertRow(token, path);
+    IndexRows();
+}
+
+// The rows are not indexed yet after this.
+void CFilePathConverter::InsertRow(std::u16string_view token, std::u16string_view path) {
     // An empty path would match at every place of a text.
     if (path.empty()) {
         return;
@@ -217,35 +221,24 @@ void CFilePathConverter::AddEntry(std::u16string_view token, std::u16string_view
     CFolderEntry entry{CStrW(token), CStrW(path), CStrW(path)};
     entry.lowerPath.Fold();
     m_entries.insert(place, std::move(entry));
-    GroupRows();
 }
 
-void CFilePathConverter::GroupRows() {
-    m_groups.clear();
+void CFilePathConverter::IndexRows() {
+    m_paths = {};
+    m_hasServerPaths = false;
     m_looseRows.clear();
     m_longestLoosePath = 0;
-    // In rising order, so that the rows of a group rise too. FindLongestPath relies on it.
+    // In rising order, so that the first one of rows with the same path is found.
     for (std::size_t row = 0; row < m_entries.size(); ++row) {
         const std::u16string_view path = m_entries[row].lowerPath;
         if (!IsCollapsible(path)) {
             continue;
         }
+        m_paths.Add(path, row);
+        m_hasServerPaths |= path.starts_with(uR"(\\)");
         if (!IsAbsolute(path)) {
             m_looseRows.push_back(row);
             m_longestLoosePath = std::max(m_longestLoosePath, path.size());
-        }
-        // One group for each first unit: in practice the drive letters and the backslash of UNC
-        // paths.
-        // The prefix is a view into a row. It is valid, because all groups are built again whenever
-        // a row is added.
-        const auto group = std::find_if(
-            m_groups.begin(), m_groups.end(),
-            [path](const SGroup& candidate) { return candidate.prefix.front() == path.front(); });
-        if (group == m_groups.end()) {
-            m_groups.push_back({path, {row}});
-        } else {
-            group->prefix = CommonPrefix(group->prefix, path);
-            group->rows.push_back(row);
         }
     }
 }
@@ -283,18 +276,84 @@ CStrW CFilePathConverter::Expand(const CStrW& text) const {
 
 bool CFilePathConverter::CollapsePaths(CStrW& text, bool expandLongName) const {
     bool changed = expandLongName && ExpandLongName(text);
-    // Keeps its storage from text to text; each thread has its own. The content means nothing to
-    // the next call. Gain: 1.6 times in CollapsePaths/Long.
-    thread_local std::u16string lower;
-    const auto findPath = [this, &text] {
-        lower = text.View();
-        platform::FoldText(lower.data(), lower.size());
-        return FindLongestPath(lower);
-    };
+    std::u16string collapsed;
+    if (CollapsePaths(text.View(), collapsed)) {
+        text.Assign(collapsed);
+        changed = true;
+    }
+    return changed;
+}
+
+bool CFilePathConverter::CollapsePaths(std::u16string_view text, std::u16string& collapsed) const {
+    const std::optional<bool> changed = CollapseInOnePass(text, collapsed);
+    return changed ? *changed : CollapseRowByRow(text, collapsed);
+}
+
+// Replaces each match from left to right; none, if the matches depend on each other. They do not if
+// no two of them touch and there is no loose row: a token then neither takes a match away nor
+// completes one, since no path has a percent sign, and none begins with the backslash after it. So
+// the order of the rows decides only between the paths that begin at one place.
+std::optional<bool> CFilePathConverter::CollapseInOnePass(std::u16string_view text,
+                                                          std::u16string& collapsed) const {
+    if (!m_looseRows.empty()) {
+        return std::nullopt;
+    }
+    collapsed.clear();
+    std::size_t done = 0;
+    for (SMatch match = FindNextPath(text, 0); match.entry != nullptr;) {
+        const std::size_t end = match.position + match.entry->path.GetLength();
+        const SMatch next = FindNextPath(text, match.position + 1);
+        if (next.entry != nullptr && next.position <= end) {
+            return std::nullopt;
+        }
+        if (done == 0) {
+            collapsed.reserve(text.size() + match.entry->token.GetLength() + 1);
+        }
+        collapsed += text.substr(done, match.position - done);
+        collapsed += match.entry->token.View();
+        if (IsNameAfterToken(text.substr(end))) {
+            collapsed += u'\\';
+        }
+        done = end;
+        match = next;
+    }
+    if (done == 0) {
+        return false;
+    }
+    collapsed += text.substr(done);
+    return true;
+}
+
+// The first place at or after `start` where the text has the path of an absolute row, with the
+// first of the rows that match there.
+CFilePathConverter::SMatch CFilePathConverter::FindNextPath(std::u16string_view text,
+                                                            std::size_t start) const {
+    for (std::size_t at = start; at < text.size(); ++at) {
+        // The second unit of a path is a colon, or its first one is a backslash.
+        const bool isDrive = text[at] == u':' && at != start;
+        if (isDrive || (text[at] == u'\\' && m_hasServerPaths)) {
+            const std::size_t place = isDrive ? at - 1 : at;
+            const std::size_t row = m_paths.FindLongest(text.substr(place));
+            if (row != CPrefixTree::kNone) {
+                return {&m_entries[row], place};
+            }
+        }
+    }
+    return {};
+}
+
+// Replaces row by row, as the rows are ordered, and searches all of the text again for each one.
+bool CFilePathConverter::CollapseRowByRow(std::u16string_view text,
+                                          std::u16string& collapsed) const {
+    collapsed = text;
+    std::u16string lower = platform::FoldedText(collapsed);
+    bool changed = false;
     // Ends, because each round replaces all matches of one row, and no token completes a match of
     // an earlier row, except for loose rows, which are replaced at once.
-    for (SMatch match = findPath(); match.entry != nullptr; match = findPath()) {
-        ReplaceByToken(text, lower, match);
+    for (SMatch match = FindLongestPath(lower); match.entry != nullptr;
+         match = FindLongestPath(lower)) {
+        ReplaceByToken(collapsed, lower, match);
+        lower = platform::FoldedText(collapsed);
         changed = true;
     }
     return changed;
@@ -303,7 +362,7 @@ bool CFilePathConverter::CollapsePaths(CStrW& text, bool expandLongName) const {
 // Replaces a match and all further matches of its row, which would be next anyway. A new token can
 // complete only the path of an earlier loose row; that match is replaced at once. So each row is
 // processed once, and a text of any length takes linear time.
-void CFilePathConverter::ReplaceByToken(CStrW& text, std::u16string_view lower,
+void CFilePathConverter::ReplaceByToken(std::u16string& text, std::u16string_view lower,
                                         const SMatch& match) const {
     const std::u16string_view path = match.entry->lowerPath;
     CCollapsed collapsed(text);
@@ -321,7 +380,7 @@ void CFilePathConverter::ReplaceByToken(CStrW& text, std::u16string_view lower,
                                *match.entry);
         }
     }
-    text.Assign(collapsed.Finish());
+    text = collapsed.Finish();
 }
 
 // The first loose row up to `last` whose path the part of `done` from `changed` on has completed,
@@ -357,24 +416,12 @@ CFilePathConverter::SMatch CFilePathConverter::FindNewPath(std::u16string_view d
 CFilePathConverter::SMatch CFilePathConverter::FindLongestPath(std::u16string_view lower) const {
     SMatch match;
     std::size_t best = m_entries.size();
-    // `best` only falls, and a row below it is taken at its first match. So each row that becomes
-    // the best one has its leftmost place.
-    for (const SGroup& group : m_groups) {
-        for (std::size_t at = lower.find(group.prefix); at != std::u16string_view::npos;
-             at = lower.find(group.prefix, at + 1)) {
-            const std::u16string_view rest = lower.substr(at + group.prefix.size());
-            for (const std::size_t row : group.rows) {
-                // Rows of a group rise, so no later one of it is better.
-                if (row >= best) {
-                    break;
-                }
-                const std::u16string_view path = m_entries[row].lowerPath;
-                const std::u16string_view tail = path.substr(group.prefix.size());
-                if (platform::HasSameUnits(rest.substr(0, tail.size()), tail)) {
-                    best = row;
-                    match = {&m_entries[row], at};
-                }
-            }
+    for (std::size_t at = 0; at < lower.size(); ++at) {
+        // The longest path at a place has the first row of those that match there.
+        const std::size_t row = m_paths.FindLongest(lower.substr(at));
+        if (row < best) {
+            best = row;
+            match = {&m_entries[row], at};
         }
     }
     return match;

@@ -62,7 +62,8 @@ constexpr SKeyRow kExpansions[] = {
     {{kCurrentConfig, u""}, {kMachine, uR"(SYSTEM\ControlSet001\Hardware Profiles\0001)"}},
 };
 
-// Here `to` is searched for and replaced by `from`.
+// Here `to` is searched for and replaced by `from`. No row begins with the text of an earlier one,
+// so the first row that matches at a place is the longest one.
 constexpr SKeyRow kCollapses[] = {
     {{kMachine, uR"(SYSTEM\CurrentControlSet\Control\Print\Printers)"},
      {kMachine, uR"(SOFTWARE\Microsoft\Windows NT\CurrentVersion\Print\Printers)"}},
@@ -124,11 +125,11 @@ std::size_t FindRoot(std::u16string_view text, std::size_t start) {
     return kNowhere;
 }
 
-// The index of the first row whose `side` is the start of `head` followed by `tail`.
-std::size_t FindRow(const std::vector<CKeyMapping>& rows, CStrW CKeyMapping::*side,
-                    std::u16string_view head, std::u16string_view tail) {
+// The index of the first row whose alias is the start of `head` followed by `tail`.
+std::size_t FindRow(const std::vector<CKeyMapping>& rows, std::u16string_view head,
+                    std::u16string_view tail) {
     for (std::size_t row = 0; row < rows.size(); ++row) {
-        const std::u16string_view sought = rows[row].*side;
+        const std::u16string_view sought = rows[row].from;
         const std::size_t inHead = std::min(head.size(), sought.size());
         if (BeginsWith(head, sought.substr(0, inHead)) && BeginsWith(tail, sought.substr(inHead))) {
             return row;
@@ -181,7 +182,7 @@ private:
 CKeyExpansion::CKeyExpansion(const std::vector<CKeyMapping>& rows, std::u16string_view text)
     : m_rows(rows), m_text(text) {
     for (std::size_t start = FindRoot(text, 0); start != kNowhere;) {
-        const std::size_t row = FindRow(rows, &CKeyMapping::from, {}, text.substr(start));
+        const std::size_t row = FindRow(rows, {}, text.substr(start));
         if (row == kNowhere) {
             start = FindRoot(text, start + 1);
             continue;
@@ -227,8 +228,8 @@ void CKeyExpansion::Replace(std::size_t index, const CKeyMapping& row) {
 void CKeyExpansion::Rematch(std::size_t index) {
     const SPlace& place = m_places[index];
     const std::size_t end = index + 1 < m_places.size() ? m_places[index + 1].start : m_text.size();
-    const std::size_t row = FindRow(m_rows, &CKeyMapping::from, place.head,
-                                    m_text.substr(place.rest, end - place.rest));
+    const std::size_t row =
+        FindRow(m_rows, place.head, m_text.substr(place.rest, end - place.rest));
     if (row != kNowhere) {
         m_queue.emplace(row, index);
     }
@@ -269,6 +270,9 @@ CRegPathConverter::CRegPathConverter() {
     const std::u16string sid = platform::GetUserSid();
     m_expansions = BuildRows(kExpansions, sid);
     m_collapses = BuildRows(kCollapses, sid);
+    for (std::size_t row = 0; row < m_collapses.size(); ++row) {
+        m_storedKeys.Add(platform::FoldedText(m_collapses[row].to), row);
+    }
 }
 
 std::size_t CRegPathConverter::ExpandKeyText(CStrW& text) const {
@@ -281,27 +285,34 @@ std::size_t CRegPathConverter::ExpandKeyText(CStrW& text) const {
 }
 
 bool CRegPathConverter::CollapseKeyText(CStrW& text) const {
+    std::u16string collapsed;
+    if (!CollapseKeyText(text.View(), collapsed)) {
+        return false;
+    }
+    text.Assign(collapsed);
+    return true;
+}
+
+bool CRegPathConverter::CollapseKeyText(std::u16string_view text, std::u16string& collapsed) const {
     // No portable key begins like a stored one, and matches never overlap. So one pass gives the
     // same as a new search for the first row after each replacement.
-    const std::u16string_view source = text;
-    std::u16string collapsed;
+    collapsed.clear();
     std::size_t done = 0;
-    for (std::size_t place = FindRoot(source, 0); place != kNowhere;) {
-        const std::size_t row = FindRow(m_collapses, &CKeyMapping::to, {}, source.substr(place));
-        if (row == kNowhere) {
-            place = FindRoot(source, place + 1);
+    for (std::size_t place = FindRoot(text, 0); place != kNowhere;) {
+        const std::size_t row = m_storedKeys.FindLongest(text.substr(place));
+        if (row == CPrefixTree::kNone) {
+            place = FindRoot(text, place + 1);
             continue;
         }
-        collapsed += source.substr(done, place - done);
+        collapsed += text.substr(done, place - done);
         collapsed += m_collapses[row].from.View();
         done = place + m_collapses[row].to.GetLength();
-        place = FindRoot(source, done);
+        place = FindRoot(text, done);
     }
     if (done == 0) {
         return false;
     }
-    collapsed += source.substr(done);
-    text.Assign(collapsed);
+    collapsed += text.substr(done);
     return true;
 }
 

@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+#include <string_view>
 #include <vector>
 
+#include "foundation/prefix_tree.h"
 #include "foundation/shared_instance.h"
 #include "foundation/wide_string.h"
 
@@ -38,6 +41,8 @@ public:
 
     // Replaces stored keys by portable ones, ignoring case. True when anything changed.
     bool CollapseKeyText(CStrW& text) const;
+    // The same for a view. False, with `collapsed` in no particular state, when nothing changes.
+    bool CollapseKeyText(std::u16string_view text, std::u16string& collapsed) const;
 
     // Replaces the kernel's name at the start of a text by its hive; false when there is none. The
     // name need not end at a backslash: "\REGISTRY\USERDATA" becomes "HKEY_USERSDATA".
@@ -50,4 +55,5 @@ public:
 private:
     std::vector<CKeyMapping> m_expansions;
     std::vector<CKeyMapping> m_collapses;
+    CPrefixTree m_storedKeys;  // `to` of each row of `m_collapses`, by its index
 };

@@ -51,11 +51,10 @@ std::size_t AppendUnescaped(std::u16string& plain, std::u16string_view text) {
 }  // namespace
 
 bool IsPlainXmlText(std::u16string_view text) {
-    const auto isOther = [](char16_t unit) {
+    const auto isOther = [](platform::UnitBlock units) {
         // One comparison for both ends: a unit below 0x20 wraps around to a large number.
-        const bool isOutside = static_cast<char16_t>(unit - 0x20) >= 0xD800 - 0x20;
-        return isOutside | (unit == u'~') | (unit == u'&') | (unit == u'<') | (unit == u'>') |
-               (unit == u'"');
+        return (units - 0x20 >= 0xD800 - 0x20) | (units == u'~') | (units == u'&') |
+               (units == u'<') | (units == u'>') | (units == u'"');
     };
     return platform::CollectMarks(text, isOther) == 0;
 }

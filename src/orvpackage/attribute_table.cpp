@@ -27,7 +27,7 @@ void SAttributeOutput::WritePortable(std::u16string_view value, std::uint32_t fl
                                      EWritten written) const {
     if (!IsLeftOut(value, written)) {
         // The sanitizer copies only texts that it changes, which most are not.
-        CStrW buffer;
+        std::u16string buffer;
         writer.WriteAttribute(name, package.GetSanitizer().Sanitize(value, flags, buffer));
     }
 }

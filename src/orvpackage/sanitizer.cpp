@@ -1,8 +1,7 @@
 #include "orvpackage/sanitizer.h"
 
-#include <utility>
-
 #include "foundation/reg_access.h"
+#include "platform/unit_marks.h"
 
 namespace {
 
@@ -10,30 +9,50 @@ constexpr std::u16string_view kSidToken = u"%SID%";
 
 // Groups of characters. In a text without any of a group there is nothing to escape, or nothing to
 // collapse, so that step is skipped. Most texts have none at all.
-enum EMarks : std::uint8_t {
-    NoMarks = 0,
-    EscapeMarks = 1,
-    FilePathMarks = 2,  // every path has a colon or a backslash
-    RegPathMarks = 4,   // the name of every hive has an underscore
-    SidMarks = 8,       // "S-", as every SID begins
-};
+constexpr std::int16_t kEscapeMark = 1;
+constexpr std::int16_t kFilePathMark = 2;  // every path has a colon or a backslash
+constexpr std::int16_t kRegPathMark = 4;   // the name of every hive has an underscore
+// Every SID begins with "S-".
+constexpr std::int16_t kSidStart = 8;
+constexpr std::int16_t kSidHyphen = 16;
+constexpr unsigned kSidMarks = kSidStart | kSidHyphen;
 
-// Without branches and early exits, so that the compiler vectorises both loops.
 unsigned FindMarks(std::u16string_view text) {
-    unsigned escapes = 0;
-    unsigned filePaths = 0;
-    unsigned regPaths = 0;
+    const unsigned marks = platform::CollectMarks(text, [](platform::UnitBlock units) {
+        return (((units == u'|') | (units == u'%')) & kEscapeMark) |
+               (((units == u':') | (units == u'\\')) & kFilePathMark) |
+               ((units == u'_') & kRegPathMark) | ((units == u'S') & kSidStart) |
+               ((units == u'-') & kSidHyphen);
+    });
+    // Half of the start of a SID is nothing.
+    return (marks & kSidMarks) == kSidMarks ? marks : marks & ~kSidMarks;
+}
+
+void EscapeTokens(std::u16string_view text, std::u16string& escaped) {
+    escaped.clear();
     for (const char16_t unit : text) {
-        escapes |= static_cast<unsigned>(unit == u'|') | (unit == u'%');
-        filePaths |= static_cast<unsigned>(unit == u':') | (unit == u'\\');
-        regPaths |= unit == u'_';
+        if (unit == u'|' || unit == u'%') {
+            escaped += u'|';
+        }
+        escaped += unit;
     }
-    unsigned sids = 0;
-    for (std::size_t i = 1; i < text.size(); ++i) {
-        sids |= static_cast<unsigned>(text[i - 1] == u'S') & (text[i] == u'-');
+}
+
+// False, with `replaced` in no particular state, when `sid` is not in the text.
+bool ReplaceSid(std::u16string_view text, std::u16string_view sid, std::u16string& replaced) {
+    replaced.clear();
+    std::size_t done = 0;
+    for (std::size_t place = sid.empty() ? text.npos : text.find(sid); place != text.npos;
+         place = text.find(sid, done)) {
+        replaced += text.substr(done, place - done);
+        replaced += kSidToken;
+        done = place + sid.size();
     }
-    return escapes * EscapeMarks | filePaths * FilePathMarks | regPaths * RegPathMarks |
-           sids * SidMarks;
+    if (done == 0) {
+        return false;
+    }
+    replaced += text.substr(done);
+    return true;
 }
 
 }  // namespace
@@ -41,38 +60,41 @@ unsigned FindMarks(std::u16string_view text) {
 COrvSanitizer::COrvSanitizer() : m_sid(GetCurrentUserSid()) {}
 
 CStrW COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags) const {
-    CStrW buffer;
-    const std::u16string_view result = Sanitize(text, flags, buffer);
-    // The result is `text` or all of the buffer, which then need not be copied.
-    return result.data() == buffer.Get() ? std::move(buffer) : CStrW(result);
+    std::u16string buffer;
+    return CStrW(Sanitize(text, flags, buffer));
 }
 
 std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint32_t flags,
-                                            CStrW& buffer) const {
+                                            std::u16string& buffer) const {
     const unsigned marks = FindMarks(text);
-    if (marks == NoMarks) {
+    if (marks == 0) {
         return text;
     }
-    buffer.Assign(text);
+    // Each step writes into `next`, which then becomes the buffer.
+    std::u16string next;
+    const auto take = [&text, &buffer, &next](bool isChanged) {
+        if (isChanged) {
+            buffer.swap(next);
+            text = buffer;
+        }
+    };
     // Escapes come first: the tokens that are put in below have percent signs of their own.
-    if ((marks & EscapeMarks) != 0) {
-        buffer.Replace(u"|", u"||", false);
-        buffer.Replace(u"%", u"|%", false);
+    if ((marks & kEscapeMark) != 0) {
+        EscapeTokens(text, next);
+        take(true);
     }
-    // A path may collapse to a text with the SID in it, although the text had none before.
-    bool mayHoldSid = (marks & SidMarks) != 0;
-    if ((marks & FilePathMarks) != 0 && (flags & SanitizeNoFilePaths) == 0) {
-        mayHoldSid |= m_fileConverter->CollapsePaths(buffer, false);
+    if ((marks & kFilePathMark) != 0 && (flags & SanitizeNoFilePaths) == 0) {
+        take(m_fileConverter->CollapsePaths(text, next));
     }
-    if ((marks & RegPathMarks) != 0 && (flags & SanitizeNoRegPaths) == 0) {
-        mayHoldSid |= m_regConverter->CollapseKeyText(buffer);
+    if ((marks & kRegPathMark) != 0 && (flags & SanitizeNoRegPaths) == 0) {
+        take(m_regConverter->CollapseKeyText(text, next));
     }
     // After the keys: the path of the user's own key contains the SID and must collapse to a key
-    // first.
-    if (mayHoldSid) {
-        buffer.Replace(m_sid, kSidToken, false);
+    // first. No token ends in "S" or begins with a hyphen, so none completes the SID.
+    if ((marks & kSidMarks) != 0) {
+        take(ReplaceSid(text, m_sid, next));
     }
-    return buffer;
+    return text;
 }
 
 CStrW COrvSanitizer::Desanitize(const CStrW& text, std::uint32_t flags) const {
@@ -94,7 +116,8 @@ CStrW COrvSanitizer::Desanitize(const CStrW& text, std::uint32_t flags) const {
 CDoubleNullStringW COrvSanitizer::SanitizeMulti(const CDoubleNullStringW& strings,
                                                 std::uint32_t flags) const {
     CDoubleNullStringW result;
+    std::u16string buffer;
     ForEachString(strings,
-                  [&](const char16_t* string) { result.Add(Sanitize(string, flags).Get()); });
+                  [&](const char16_t* string) { result.Add(Sanitize(string, flags, buffer)); });
     return result;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "foundation/double_null_string.h"
@@ -27,9 +28,9 @@ public:
 
     [[nodiscard]] CStrW Sanitize(std::u16string_view text, std::uint32_t flags) const;
     // The same without a copy of a text that does not change: the result is `text` itself, or else
-    // `buffer`.
+    // `buffer`. Throws std::bad_alloc.
     [[nodiscard]] std::u16string_view Sanitize(std::u16string_view text, std::uint32_t flags,
-                                               CStrW& buffer) const;
+                                               std::u16string& buffer) const;
     // Each string by itself; what becomes empty is dropped.
     [[nodiscard]] CDoubleNullStringW SanitizeMulti(const CDoubleNullStringW& strings,
                                                    std::uint32_t flags) const;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iterator>
 #include <new>
+#include <string>
 #include <string_view>
 
 #include "foundation/hex.h"
@@ -103,11 +104,8 @@ void WriteValueData(const COrvCreateValue& value, const COrvSanitizer& sanitizer
     switch (value.GetType()) {
         case OrvValueString:
         case OrvValueExpandString: {
-            CStrW buffer;
-            const std::u16string_view text = value.GetString();
-            const std::u16string_view portable = sanitizer.Sanitize(text, SanitizeAll, buffer);
-            CheckWhole(text.empty() || !portable.empty());
-            writer.WriteText(portable);
+            std::u16string buffer;
+            writer.WriteText(sanitizer.Sanitize(value.GetString(), SanitizeAll, buffer));
             break;
         }
         case OrvValueDword:

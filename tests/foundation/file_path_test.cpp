@@ -1,5 +1,7 @@
 #include "foundation/file_path.h"
 
+#include <random>
+
 #include "foundation/file_path_converter.h"
 #include "support/machine.h"
 #include "support/test.h"
@@ -259,6 +261,36 @@ TEST_F(CollapsePathsTest, ManyPathsAndOddVariablesEnd) {
         m_machine.Environment(u"TEMP", value);
         EXPECT_FALSE(Collapse(uR"(%CSIDL_WINDOWS%\aa%\x : S)").empty());
         EXPECT_FALSE(Expand(u"%Temp%%Temp% a %Temp%").empty());
+    }
+}
+
+// A converter with a loose row replaces row by row, which is the rule, also if that row matches
+// nothing. One without replaces in one pass where it can.
+TEST_F(CollapsePathsTest, OnePassGivesWhatReplacingRowByRowGives) {
+    CFilePathConverter fast;
+    for (const auto& [token, path] :
+         std::initializer_list<std::pair<const char16_t*, const char16_t*>>{
+             {u"%Server%", uR"(\\srv\d)"},
+             {u"%List%", uR"(Q:\Data;D:\b)"},  // a match may take another one away
+             {u"%Data%", uR"(Q:\Data)"},
+             {u"%D%", uR"(D:\)"}}) {
+        fast.AddEntry(token, path);
+    }
+    CFilePathConverter plain = fast;
+    plain.AddEntry(u"%Loose%", u"\u0001\\x");
+    constexpr const char16_t* kPieces[] = {
+        uR"(Q:\Windows)", uR"(q:\)", uR"(q:\DATA)", uR"(Q:\Data;)", uR"(D:\b)", uR"(:\)",
+        uR"(\\Srv\d)",    uR"(\\)",  uR"(\)",       u"d",           u"Q",       u"\u212A "};
+    std::mt19937 random(21);
+    for (int i = 0; i < 20000; ++i) {
+        CStrW text;
+        for (std::size_t count = random() % 8; count != 0; --count) {
+            text.Append(kPieces[random() % std::size(kPieces)]);
+        }
+        CStrW collapsed = text;
+        CStrW expected = text;
+        EXPECT_EQ(fast.CollapsePaths(collapsed, false), plain.CollapsePaths(expected, false));
+        ASSERT_EQ(collapsed, expected) << Utf8(text);
     }
 }
 
