@@ -9,6 +9,7 @@
 #include "platform/files.h"
 #include "platform/machine.h"
 #include "platform/text.h"
+#include "platform/unit_marks.h"
 
 namespace {
 
@@ -328,15 +329,22 @@ std::optional<bool> CFilePathConverter::CollapseInOnePass(std::u16string_view te
 // first of the rows that match there.
 CFilePathConverter::SMatch CFilePathConverter::FindNextPath(std::u16string_view text,
                                                             std::size_t start) const {
-    for (std::size_t at = start; at < text.size(); ++at) {
-        // The second unit of a path is a colon, or its first one is a backslash.
-        const bool isDrive = text[at] == u':' && at != start;
-        if (isDrive || (text[at] == u'\\' && m_hasServerPaths)) {
-            const std::size_t place = isDrive ? at - 1 : at;
-            const std::size_t row = m_paths.FindLongest(text.substr(place));
-            if (row != CPrefixTree::kNone) {
-                return {&m_entries[row], place};
-            }
+    // The second unit of a path is a colon, or its first one is a backslash.
+    const char16_t serverMark = m_hasServerPaths ? u'\\' : u':';
+    const auto isOfPath = [serverMark](platform::UnitBlock units) {
+        return (units == u':') | (units == serverMark);
+    };
+    constexpr std::size_t npos = std::u16string_view::npos;
+    for (std::size_t at = platform::FindMarked(text, start, isOfPath); at != npos;
+         at = platform::FindMarked(text, at + 1, isOfPath)) {
+        const bool isDrive = text[at] == u':';
+        if (isDrive && at == start) {
+            continue;
+        }
+        const std::size_t place = isDrive ? at - 1 : at;
+        const std::size_t row = m_paths.FindLongest(text.substr(place));
+        if (row != CPrefixTree::kNone) {
+            return {&m_entries[row], place};
         }
     }
     return {};

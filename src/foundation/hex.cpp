@@ -6,8 +6,24 @@
 
 #include "foundation/number_text.h"
 
+namespace {
+
+// Reckoned, not looked up, so that the compiler makes vector code of it.
+char16_t ToDigit(unsigned value) {
+    return static_cast<char16_t>(value < 10 ? u'0' + value : u'A' - 10 + value);
+}
+
+}  // namespace
+
+void WriteHexDigits(const void* bytes, std::size_t count, char16_t* digits) {
+    const auto* const source = static_cast<const std::uint8_t*>(bytes);
+    for (std::size_t i = 0; i < count; ++i) {
+        digits[2 * i] = ToDigit(source[i] >> 4U);
+        digits[2 * i + 1] = ToDigit(source[i] & 0xFU);
+    }
+}
+
 CStrW BytesToHex(const void* bytes, std::size_t count) {
-    constexpr char16_t kHex[] = u"0123456789ABCDEF";
     CStrW text;
     // Filled in place and handed over, because Append per byte would allocate each time. Empty when
     // there is no memory, like every CStrW.
@@ -15,11 +31,7 @@ CStrW BytesToHex(const void* bytes, std::size_t count) {
     if (buffer == nullptr) {
         return text;
     }
-    const auto* const source = static_cast<const std::uint8_t*>(bytes);
-    for (std::size_t i = 0; i < count; ++i) {
-        buffer[2 * i] = kHex[source[i] >> 4];
-        buffer[2 * i + 1] = kHex[source[i] & 0xF];
-    }
+    WriteHexDigits(bytes, count, buffer);
     text.Attach(buffer, 2 * count + 1);
     return text;
 }

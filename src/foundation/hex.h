@@ -8,7 +8,9 @@
 
 #include "foundation/wide_string.h"
 
-// Two upper-case digits for each byte, nothing between them.
+// Two upper-case digits for each byte, nothing between them. The first one writes 2 * `count`
+// units.
+void WriteHexDigits(const void* bytes, std::size_t count, char16_t* digits);
 [[nodiscard]] CStrW BytesToHex(const void* bytes, std::size_t count);
 
 // Whether every unit is a hexadecimal digit, in either case. True for an empty text.

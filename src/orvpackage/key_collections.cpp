@@ -4,6 +4,7 @@
 
 #include "foundation/reg_path.h"
 #include "foundation/reg_path_converter.h"
+#include "foundation/xml_escape.h"
 #include "orvpackage/package.h"
 #include "orvpackage/prefetch.h"
 
@@ -53,6 +54,7 @@ COrvKeyPath::COrvKeyPath(const CStrW& text) {
 
 COrvKeyPath::COrvKeyPath(const CStrW& text, const COrvSanitizer& sanitizer) : COrvKeyPath(text) {
     m_portable = MakePortable(sanitizer);
+    m_isPlain = m_portable.GetLength() != 0 && IsPlainXmlText(m_portable);
 }
 
 // The long name of the hive goes into the text before its aliases are looked for.
@@ -93,7 +95,13 @@ void COrvKeyItemCollection::PrefetchItem(const COrvItem& item, unsigned step) co
 
 void WriteKeyTarget(const SAttributeOutput& output, const COrvKeyItem& item) {
     CStrW buffer;
-    output.Write(item.GetKey().GetPortable(output.package.GetSanitizer(), buffer));
+    const COrvKeyPath& key = item.GetKey();
+    const std::u16string_view target = key.GetPortable(output.package.GetSanitizer(), buffer);
+    if (key.IsPlain()) {
+        output.WritePlain(target);
+    } else {
+        output.Write(target);
+    }
 }
 
 // COrvKeyPath expands the aliases in it.

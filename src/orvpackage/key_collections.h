@@ -23,6 +23,9 @@ public:
 
     [[nodiscard]] const CStrW& GetText() const { return m_text; }
     [[nodiscard]] bool IsEmpty() const { return m_isEmpty; }
+    // Whether the portable form was made in advance and is plain (IsPlainXmlText): then it is
+    // written without another look at it.
+    [[nodiscard]] bool IsPlain() const { return m_isPlain; }
     // The path with the long name of its hive, as the manifest has it; empty when it is no path. A
     // part of this object, or `buffer`.
     [[nodiscard]] std::u16string_view GetPortable(const COrvSanitizer& sanitizer,
@@ -36,6 +39,7 @@ private:
     CStrW m_text;
     CStrW m_portable;  // empty when it was not made in advance
     bool m_isEmpty = false;
+    bool m_isPlain = false;
 };
 
 // An item known by a key and an architecture, and values by their name as well.

@@ -11,14 +11,9 @@ constexpr std::u16string_view kSeparator = uR"(\0)";
 
 }  // namespace
 
-// Data that is cut off needs no final NUL: the last string then ends where the units end.
 CDoubleNullStringW SplitMultiString(std::u16string_view units) {
     CDoubleNullStringW strings;
-    while (!units.empty() && units.front() != u'\0') {
-        const std::size_t length = std::min(units.find(u'\0'), units.size());
-        strings.Add(units.substr(0, length));
-        units.remove_prefix(std::min(length + 1, units.size()));
-    }
+    ForEachStringOfUnits(units, [&strings](std::u16string_view string) { strings.Add(string); });
     return strings;
 }
 
@@ -33,21 +28,26 @@ CDoubleNullStringW ExpandMultiString(const CDoubleNullStringW& strings) {
     return expanded;
 }
 
-CStrW FormatMultiString(const CDoubleNullStringW& strings) {
-    std::u16string text;
-    // Null for an empty list, and when there is no memory. The text is then only the end.
-    const CDoubleNullStringW::StringArray array = strings.GetStrings();
-    for (std::size_t i = 0; array != nullptr && i < strings.GetCount(); ++i) {
-        if (i != 0) {
-            text += kSeparator;
-        }
-        for (const char16_t unit : std::u16string_view(array[i])) {
-            text.append(unit == u'\\' ? 2 : 1, unit);
-        }
+void CMultiStringText::Add(std::u16string_view string) {
+    if (!m_text.empty()) {
+        m_text += kSeparator;
     }
-    text += kSeparator;
-    text += kSeparator;
-    return CStrW(text);
+    for (const char16_t unit : string) {
+        m_text.append(unit == u'\\' ? 2 : 1, unit);
+    }
+}
+
+std::u16string_view CMultiStringText::Finish() {
+    m_text += kSeparator;
+    m_text += kSeparator;
+    return m_text;
+}
+
+CStrW FormatMultiString(const CDoubleNullStringW& strings) {
+    CMultiStringText text;
+    // Nothing for an empty list, and when there is no memory. The text is then only the end.
+    ForEachString(strings, [&text](const char16_t* string) { text.Add(string); });
+    return CStrW(text.Finish());
 }
 
 CDoubleNullStringW ParseMultiString(const CStrW& text) {

@@ -97,6 +97,8 @@ public:
     [[nodiscard]] std::u16string_view GetString() const;
     // False, with `out` untouched, for any other type than a multi-string.
     [[nodiscard]] bool GetMultiString(CDoubleNullStringW& out) const;
+    // The data of a value whose type has units, as a loan until the data changes.
+    [[nodiscard]] std::u16string_view GetUnits() const;
 
 private:
     void ClearData();
@@ -104,7 +106,6 @@ private:
     // none.
     std::byte* Allocate(std::size_t size, std::uint32_t type);
     void StoreString(std::u16string_view text, std::uint32_t type);
-    [[nodiscard]] std::u16string_view GetUnits() const;
 
     std::uint32_t m_type = OrvValueUnset;
     std::uint32_t m_size = 0;

@@ -1,9 +1,9 @@
 #include "orvpackage/value_text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
-#include <new>
 #include <string>
 #include <string_view>
 
@@ -32,7 +32,7 @@ constexpr const char16_t* kTypeNames[] = {
     u"REG_QWORD",
 };
 
-constexpr std::size_t kHexPiece = std::size_t{1} << 16;  // bytes; all of it fits into a cache
+constexpr std::size_t kHexPiece = 256;  // bytes; most data has fewer
 
 // Bytes of the two types of numbers.
 std::size_t NumberSize(std::uint32_t type) {
@@ -50,36 +50,26 @@ std::uint64_t ReadNumber(const COrvCreateValue& value) {
     return number;
 }
 
-// Ends the writing when there was no memory for all of a text: a CStrW without memory is empty, and
-// a list lacks some strings. A manifest with another value than the captured one must not come out.
-void CheckWhole(bool isWhole) {
-    if (!isWhole) {
-        throw std::bad_alloc();
-    }
-}
-
 // Each string goes through the sanitizer by itself: a token never reaches across two of them.
 void WriteMultiString(const COrvCreateValue& value, const COrvSanitizer& sanitizer,
                       CXmlWriter& writer) {
-    CDoubleNullStringW strings;
-    static_cast<void>(value.GetMultiString(strings));  // the type is right
-    const CDoubleNullStringW portable = sanitizer.SanitizeMulti(strings, SanitizeAll);
-    const CStrW text = FormatMultiString(portable);
-    const bool isWhole = strings.Get() != nullptr && portable.Get() != nullptr &&
-                         strings.GetCount() == portable.GetCount() && !text.IsEmpty();
-    CheckWhole(isWhole);
-    writer.WriteText(text);
+    CMultiStringText text;
+    std::u16string buffer;
+    ForEachStringOfUnits(value.GetUnits(), [&](std::u16string_view string) {
+        text.Add(sanitizer.Sanitize(string, SanitizeAll, buffer));
+    });
+    writer.WriteText(text.Finish());
 }
 
 // In pieces, because the text has four times the bytes of the data.
 void WriteHex(const COrvCreateValue& value, CXmlWriter& writer) {
+    std::array<char16_t, 2 * kHexPiece> digits;
     std::size_t start = 0;
     // At least one round, so that a value without bytes has an empty text.
     do {
         const std::size_t count = std::min(value.GetDataSize() - start, kHexPiece);
-        const CStrW text = BytesToHex(value.GetData() + start, count);
-        CheckWhole(text.GetLength() == 2 * count);
-        writer.WritePlainText(text);
+        WriteHexDigits(value.GetData() + start, count, digits.data());
+        writer.WritePlainText({digits.data(), 2 * count});
         start += count;
     } while (start < value.GetDataSize());
 }

@@ -17,6 +17,9 @@ constexpr std::size_t kUnitsOfBlock = 8;
 using UnitBlock [[gnu::vector_size(16)]] = std::uint16_t;
 using MarkBlock [[gnu::vector_size(16)]] = std::int16_t;
 
+// The bits of the first four units, and of the others.
+using MarkHalves = std::array<std::uint64_t, 2>;
+
 [[nodiscard]] inline UnitBlock LoadUnits(const char16_t* units) {
     UnitBlock block;
     std::memcpy(&block, units, sizeof(block));
@@ -47,13 +50,39 @@ template <class TMarksOf>
             marks |= marksOf(LoadUnits(text.data() + at));
         }
     }
-    // The bits of all units in one, by halves.
-    using Halves = std::array<std::uint64_t, 2>;
-    const auto halves = std::bit_cast<Halves>(marks);
+    const auto halves = std::bit_cast<MarkHalves>(marks);
     std::uint64_t all = halves[0] | halves[1];
     all |= all >> 32;
     all |= all >> 16;
     return static_cast<std::uint16_t>(all);
+}
+
+// The index of the first unit at or after `start` that `marksOf` marks; npos if there is none.
+// Gain: half the instructions of a loop over the units.
+template <class TMarksOf>
+[[nodiscard]] inline std::size_t FindMarked(std::u16string_view text, std::size_t start,
+                                            const TMarksOf& marksOf) {
+    static_assert(std::endian::native == std::endian::little, "the first unit has the low bits");
+    constexpr std::size_t kBits = 16;
+    while (start < text.size()) {
+        // The last units are looked at in a block of their own.
+        std::array<char16_t, kUnitsOfBlock> rest{};
+        const std::size_t count = std::min(text.size() - start, kUnitsOfBlock);
+        const char16_t* block = text.data() + start;
+        if (count < kUnitsOfBlock) {
+            rest.fill(block[0]);
+            std::copy_n(block, count, rest.begin());
+            block = rest.data();
+        }
+        const auto marks = std::bit_cast<MarkHalves>(marksOf(LoadUnits(block)));
+        if ((marks[0] | marks[1]) != 0) {
+            const auto first = static_cast<std::size_t>(
+                marks[0] != 0 ? std::countr_zero(marks[0]) : 64 + std::countr_zero(marks[1]));
+            return start + first / kBits;
+        }
+        start += count;
+    }
+    return std::u16string_view::npos;
 }
 
 }  // namespace platform
