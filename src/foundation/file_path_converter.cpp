@@ -332,7 +332,7 @@ CFilePathConverter::SMatch CFilePathConverter::FindNextPath(std::u16string_view 
     // The second unit of a path is a colon, or its first one is a backslash.
     const char16_t serverMark = m_hasServerPaths ? u'\\' : u':';
     const auto isOfPath = [serverMark](platform::UnitBlock units) {
-        return (units == u':') | (units == serverMark);
+        return platform::Equals(units, u':') | platform::Equals(units, serverMark);
     };
     constexpr std::size_t npos = std::u16string_view::npos;
     for (std::size_t at = platform::FindMarked(text, start, isOfPath); at != npos;

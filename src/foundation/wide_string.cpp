@@ -473,8 +473,9 @@ const char16_t* FindSubstringNoCase(const char16_t* haystack, std::size_t haysta
 }
 
 bool HasUnit(std::u16string_view text, char16_t unit) {
-    return platform::CollectMarks(text,
-                                  [unit](platform::UnitBlock units) { return units == unit; }) != 0;
+    return platform::CollectMarks(text, [unit](platform::UnitBlock units) {
+               return platform::Equals(units, unit);
+           }) != 0;
 }
 
 std::size_t FindSubstringNoCaseIndex(std::u16string_view haystack, std::u16string_view needle) {

@@ -53,8 +53,10 @@ std::size_t AppendUnescaped(std::u16string& plain, std::u16string_view text) {
 bool IsPlainXmlText(std::u16string_view text) {
     const auto isOther = [](platform::UnitBlock units) {
         // One comparison for both ends: a unit below 0x20 wraps around to a large number.
-        return (units - 0x20 >= 0xD800 - 0x20) | (units == u'~') | (units == u'&') |
-               (units == u'<') | (units == u'>') | (units == u'"');
+        return (units - platform::Repeat(0x20) >= platform::Repeat(0xD800 - 0x20)) |
+               platform::Equals(units, u'~') | platform::Equals(units, u'&') |
+               platform::Equals(units, u'<') | platform::Equals(units, u'>') |
+               platform::Equals(units, u'"');
     };
     return platform::CollectMarks(text, isOther) == 0;
 }

@@ -19,10 +19,11 @@ constexpr unsigned kSidMarks = kSidStart | kSidHyphen;
 
 unsigned FindMarks(std::u16string_view text) {
     const unsigned marks = platform::CollectMarks(text, [](platform::UnitBlock units) {
-        return (((units == u'|') | (units == u'%')) & kEscapeMark) |
-               (((units == u':') | (units == u'\\')) & kFilePathMark) |
-               ((units == u'_') & kRegPathMark) | ((units == u'S') & kSidStart) |
-               ((units == u'-') & kSidHyphen);
+        return ((platform::Equals(units, u'|') | platform::Equals(units, u'%')) & kEscapeMark) |
+               ((platform::Equals(units, u':') | platform::Equals(units, u'\\')) & kFilePathMark) |
+               (platform::Equals(units, u'_') & kRegPathMark) |
+               (platform::Equals(units, u'S') & kSidStart) |
+               (platform::Equals(units, u'-') & kSidHyphen);
     });
     // Half of the start of a SID is nothing.
     return (marks & kSidMarks) == kSidMarks ? marks : marks & ~kSidMarks;

@@ -26,9 +26,20 @@ using MarkHalves = std::array<std::uint64_t, 2>;
     return block;
 }
 
+// Eight times the same unit.
+[[nodiscard]] inline UnitBlock Repeat(char16_t unit) {
+    const auto value = static_cast<std::uint16_t>(unit);
+    return UnitBlock{value, value, value, value, value, value, value, value};
+}
+
+// Marks each unit that equals `unit`.
+[[nodiscard]] inline MarkBlock Equals(UnitBlock units, char16_t unit) {
+    return units == Repeat(unit);
+}
+
 // The marks of all units of a text together. `marksOf` takes a UnitBlock and gives the marks of its
 // units as bits; it may be asked twice for a unit.
-// Gain: three times fewer instructions for texts of 20 to 100 units, beside a plain loop that the
+// Gain: two to four times fewer instructions for texts of 20 to 100 units, beside a loop that the
 // compiler vectorises: it widens the results, and goes through what is left over unit by unit.
 template <class TMarksOf>
 [[nodiscard]] inline unsigned CollectMarks(std::u16string_view text, const TMarksOf& marksOf) {

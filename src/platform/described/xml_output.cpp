@@ -17,7 +17,7 @@ namespace {
 // Units have the same bytes in memory and in the file, so texts are written as they are.
 static_assert(std::endian::native == std::endian::little);
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"utf-16\"?>";
 constexpr std::size_t kBufferUnits = 32768;
