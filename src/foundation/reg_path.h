@@ -19,6 +19,8 @@ public:
     // segment is empty.
     [[nodiscard]] int Assign(std::u16string_view name);
     void Clear() { m_name.Clear(); }
+    // Whether a text is a valid name.
+    [[nodiscard]] static bool IsValid(std::u16string_view name);
 
     [[nodiscard]] const CStrW& GetText() const { return m_name; }
     [[nodiscard]] std::u16string_view View() const { return m_name.View(); }
@@ -63,9 +65,11 @@ public:
     CRegPathW() = default;
     // Parses `text`. If it is not a path, this path is empty.
     explicit CRegPathW(std::u16string_view text) { static_cast<void>(Parse(text)); }
-    // The first argument followed by the second, or the first alone if Append refuses the second.
+    // The first argument followed by the second, or the first alone if Append refuses the second or
+    // `last` is not a valid name.
     CRegPathW(const CRegPathW& base, const CRegPathW& tail);
     CRegPathW(const CRegPathW& base, const CRegPathSegmentW& last);
+    CRegPathW(const CRegPathW& base, std::u16string_view last);
     CRegPathW(const CRegPathSegmentW& first, const CRegPathSegmentW& last);
     CRegPathW(const CHiveNameW& hive, const CRegPathW& tail);
     CRegPathW(const CHiveNameW& hive, const CRegPathSegmentW& last);
@@ -102,7 +106,9 @@ public:
 
     // The name at `index`, valid until the path changes; empty at or past the end.
     [[nodiscard]] std::u16string_view GetSegmentText(std::size_t index) const;
-    [[nodiscard]] CRegPathSegmentW GetLastSegment() const;
+    [[nodiscard]] CRegPathSegmentW GetLastSegment() const { return CRegPathSegmentW(ViewLast()); }
+    // The last name, valid until the path changes.
+    [[nodiscard]] std::u16string_view ViewLast() const;
     // The hive's name; empty for a path without one.
     [[nodiscard]] CHiveNameW GetHive() const;
     // Its predefined handle; 0 for a path without one.
@@ -117,7 +123,9 @@ public:
     void RemoveFirst(std::size_t count);
     void RemoveLast(std::size_t count);
 
-    // The names with one backslash between them; the second form has the hive's long name.
+    // The names with one backslash between them, valid until the path changes.
+    [[nodiscard]] std::u16string_view View() const { return m_names; }
+    // The same as a copy; the second form has the hive's long name.
     [[nodiscard]] CStrW ToString() const;
     [[nodiscard]] CStrW ToLongString() const;
 

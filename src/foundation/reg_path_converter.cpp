@@ -103,13 +103,14 @@ std::vector<CKeyMapping> BuildRows(const SKeyRow (&rows)[count], std::u16string_
 constexpr std::size_t kNowhere = std::u16string_view::npos;
 
 bool BeginsWith(std::u16string_view text, std::u16string_view prefix) {
-    const auto isSameFrom = [text, prefix](std::size_t start) {
-        const std::u16string_view sought = prefix.substr(start);
-        return FindSubstringNoCaseIndex(text.substr(start, sought.size()), sought) == 0;
+    // The last unit first, because the keys differ mostly at their end. The letter case of ASCII is
+    // a single bit.
+    const auto endsOtherwise = [text, prefix] {
+        const char16_t last = text[prefix.size() - 1];
+        return ((last ^ prefix.back()) & ~0x20) != 0 && last < 0x80 && prefix.back() < 0x80;
     };
-    // The last unit first, because the keys differ mostly at their end.
-    return prefix.empty() ||
-           (text.size() >= prefix.size() && isSameFrom(prefix.size() - 1) && isSameFrom(0));
+    return prefix.empty() || (text.size() >= prefix.size() && !endsOtherwise() &&
+                              FindSubstringNoCaseIndex(text.substr(0, prefix.size()), prefix) == 0);
 }
 
 // The index of the next "hkey_" at or after `start`, ignoring case. Every text of both tables has

@@ -20,6 +20,20 @@ namespace platform {
 // Whether CompareText gives 0 with `ignoreCase`. Much cheaper than CompareText.
 [[nodiscard]] bool EqualText(std::u16string_view left, std::u16string_view right);
 
+// Whether two texts begin, or end, with different ASCII letters or digits. No locale takes such
+// texts for equal, whatever the rest.
+[[nodiscard]] inline bool DifferClearly(std::u16string_view left, std::u16string_view right) {
+    const auto isPlain = [](char16_t unit) {
+        const auto small = static_cast<char16_t>(unit | 0x20);
+        return (small >= u'a' && small <= u'z') || (unit >= u'0' && unit <= u'9');
+    };
+    const auto differ = [isPlain](char16_t one, char16_t other) {
+        return ((one ^ other) & ~0x20) != 0 && isPlain(one) && isPlain(other);
+    };
+    return !left.empty() && !right.empty() &&
+           (differ(left.front(), right.front()) || differ(left.back(), right.back()));
+}
+
 // Whether two texts have the same units. Faster than ==, which compares one unit at a time.
 [[nodiscard]] inline bool HasSameUnits(std::u16string_view left, std::u16string_view right) {
     // An empty text may have a null address, which memcmp does not accept.

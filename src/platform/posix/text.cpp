@@ -145,6 +145,9 @@ int CompareText(std::u16string_view left, std::u16string_view right, bool ignore
 }
 
 bool EqualText(std::u16string_view left, std::u16string_view right) {
+    if (DifferClearly(left, right)) {
+        return false;
+    }
     const auto difference =
         std::mismatch(left.begin(), left.end(), right.begin(), right.end(),
                       [](char16_t a, char16_t b) { return a == b || Fold(a) == Fold(b); });

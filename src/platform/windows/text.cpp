@@ -59,6 +59,9 @@ int CompareText(std::u16string_view left, std::u16string_view right, bool ignore
 }
 
 bool EqualText(std::u16string_view left, std::u16string_view right) {
+    if (DifferClearly(left, right)) {
+        return false;
+    }
     // Most texts that are equal differ at most in the case of ASCII letters. For these the system
     // need not be asked.
     if (std::equal(left.begin(), left.end(), right.begin(), right.end(),
