@@ -53,8 +53,7 @@ void COrvCollection::Clear() {
 }
 
 bool COrvCollection::Add(COrvItemPtr<COrvItem>& item) {
-    // Looks first: Insert may change the order even if it refuses a double.
-    if (m_items.Find(item->GetHash()) != nullptr || !m_items.Insert(item)) {
+    if (!m_items.Insert(item)) {
         if (CLogger* const logger = m_package.GetLogger()) {
             logger->LogMessage(MessageDuplicate, nullptr, item->GetName().Get());
         }

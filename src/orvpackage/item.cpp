@@ -27,16 +27,30 @@ std::uint32_t Mix(std::uint64_t hash) {
 }  // namespace
 
 std::uint64_t HashKeyText(std::initializer_list<std::u16string_view> parts) {
-    static_assert(std::endian::native == std::endian::little, "the hash is over UTF-16LE bytes");
     // Kept for its memory. Gain: 28 % less CPU (bench HashKeyTextOfAValue).
-    thread_local std::u16string folded;
-    folded.clear();
+    thread_local CKeyTextHash hash;
+    // Once, because the address of such an object is looked up at each use.
+    CKeyTextHash& kept = hash;
+    kept.SetStart(parts);
+    return kept.Hash({});
+}
+
+void CKeyTextHash::SetStart(std::initializer_list<std::u16string_view> parts) {
+    m_folded.clear();
     for (const std::u16string_view part : parts) {
-        folded += part;
+        m_folded += part;
     }
-    platform::FoldText(folded.data(), folded.size());
-    return absl::hash_internal::CityHash64(reinterpret_cast<const char*>(folded.data()),
-                                           folded.size() * sizeof(char16_t));
+    platform::FoldText(m_folded.data(), m_folded.size());
+    m_startLength = m_folded.size();
+}
+
+std::uint64_t CKeyTextHash::Hash(std::u16string_view rest) {
+    static_assert(std::endian::native == std::endian::little, "the hash is over UTF-16LE bytes");
+    m_folded.resize(m_startLength);
+    m_folded += rest;
+    platform::FoldText(m_folded.data() + m_startLength, rest.size());
+    return absl::hash_internal::CityHash64(reinterpret_cast<const char*>(m_folded.data()),
+                                           m_folded.size() * sizeof(char16_t));
 }
 
 void COrvItemTable::Reset() {
@@ -83,25 +97,24 @@ COrvItem* COrvItemTable::Find(std::uint64_t hash) const {
 }
 
 bool COrvItemTable::Insert(COrvItemPtr<COrvItem>& item) {
-    // Grows before the test for a double, so a double may change the order too. That is why a
-    // caller looks for one first.
-    if (m_bucketCount <= m_count >> kDensityShift) {
-        Grow();
+    const std::uint64_t hash = item->GetHash();
+    std::size_t place = FindPlace(hash);
+    if (m_places[place].entry != kNoEntry) {
+        return false;
     }
-    m_order.clear();
     // Keeps a quarter of the places empty, so that every search ends.
     if (4 * (m_count + 1) > 3 * m_places.size()) {
         Widen();
-    }
-    const std::uint64_t hash = item->GetHash();
-    SPlace& place = m_places[FindPlace(hash)];
-    if (place.entry != kNoEntry) {
-        return false;
+        place = FindPlace(hash);
     }
     m_entries.push_back({hash, item.get()});
     static_cast<void>(item.release());  // the entry has it
-    place = {Mix(hash), static_cast<std::uint32_t>(m_entries.size() - 1)};
+    m_places[place] = {Mix(hash), static_cast<std::uint32_t>(m_entries.size() - 1)};
+    if (m_bucketCount <= m_count >> kDensityShift) {
+        Grow();
+    }
     ++m_count;
+    m_order.clear();
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <memory_resource>
 #include <new>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -21,6 +22,18 @@
 [[nodiscard]] inline std::uint64_t HashKeyText(const CStrW& keyText) {
     return HashKeyText({keyText.View()});
 }
+
+// The same for key texts that begin alike: what they begin with is copied and folded only once.
+class CKeyTextHash {
+public:
+    void SetStart(std::initializer_list<std::u16string_view> parts);
+    // The hash of the start followed by `rest`.
+    [[nodiscard]] std::uint64_t Hash(std::u16string_view rest);
+
+private:
+    std::u16string m_folded;  // the start, and after it the last rest
+    std::size_t m_startLength = 0;
+};
 
 // One operation: a file to create, a value to delete. Two items of a table are the same item when
 // their hashes are equal; no text is compared. An item is in at most one table, which then owns it.
@@ -86,7 +99,7 @@ public:
     // The item with a hash; null when there is none.
     [[nodiscard]] COrvItem* Find(std::uint64_t hash) const;
     // Takes over an item that was made here and gives true. When its hash is there already, gives
-    // false and leaves the item with the caller; the order may have changed all the same.
+    // false, leaves the item with the caller and changes nothing.
     bool Insert(COrvItemPtr<COrvItem>& item);
     // Takes the item with a hash out; null when there is none. The number of buckets stays.
     COrvItemPtr<COrvItem> Remove(std::uint64_t hash);

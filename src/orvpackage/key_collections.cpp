@@ -15,6 +15,11 @@ char16_t ArchitectureDigit(std::uint32_t architecture) {
     return static_cast<char16_t>(u'0' + architecture);
 }
 
+std::uint64_t HashOf(std::u16string_view key, std::uint32_t architecture) {
+    const char16_t digit = ArchitectureDigit(architecture);
+    return HashKeyText({key, {&digit, 1}});
+}
+
 // Only the table of deleted keys has this row, so the item is one.
 void WriteRecursive(const SAttributeOutput& output, const COrvKeyItem& item) {
     output.WritePlain(static_cast<const COrvDeleteKey&>(item).Recursive ? u"1" : u"0");
@@ -46,15 +51,18 @@ std::u16string_view ExpandKeyTokens(std::u16string_view text, CStrW& buffer) {
 
 // Whether there is a path is kept, so that the text is not read for it: items are asked while
 // their memory is still on its way.
-COrvKeyPath::COrvKeyPath(const CStrW& text) {
+COrvKeyPath::COrvKeyPath(std::u16string_view text) {
     CStrW buffer;
     m_text.Assign(ExpandKeyTokens(text, buffer));
     m_isEmpty = m_text.IsEmpty();
+    m_hadAlias = !platform::HasSameUnits(m_text, text);
 }
 
-COrvKeyPath::COrvKeyPath(const CStrW& text, const COrvSanitizer& sanitizer) : COrvKeyPath(text) {
-    m_portable = MakePortable(sanitizer);
-    m_isPlain = m_portable.GetLength() != 0 && IsPlainXmlText(m_portable);
+void COrvKeyPath::KeepPortable(const COrvSanitizer& sanitizer) const {
+    if (m_portable.GetLength() == 0) {
+        m_portable = MakePortable(sanitizer);
+        m_isPlain = m_portable.GetLength() != 0 && IsPlainXmlText(m_portable);
+    }
 }
 
 // The long name of the hive goes into the text before its aliases are looked for.
@@ -77,10 +85,13 @@ void COrvKeyPath::PrefetchText() const {
 
 // The parts are hashed one after the other, without a separator between them. This is part of the
 // format, because the order of the manifest depends on the hashes.
-COrvKeyItem::COrvKeyItem(std::shared_ptr<const COrvKeyPath> key, std::uint32_t architecture,
-                         std::u16string_view value)
-    : COrvItem(
-          HashKeyText({key->GetText(), std::u16string{ArchitectureDigit(architecture)}, value})),
+void SetHashOfKey(CKeyTextHash& hash, std::u16string_view key, std::uint32_t architecture) {
+    const char16_t digit = ArchitectureDigit(architecture);
+    hash.SetStart({key, {&digit, 1}});
+}
+
+COrvKeyItem::COrvKeyItem(std::shared_ptr<const COrvKeyPath> key, std::uint32_t architecture)
+    : COrvItem(HashOf(key->GetText(), architecture)),
       m_key(std::move(key)),
       m_architecture(architecture) {}
 

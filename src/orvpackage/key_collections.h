@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "orvpackage/attribute_table.h"
 #include "orvpackage/collection.h"
 #include "orvpackage/properties.h"
+#include "platform/text.h"
 
 // The text with stored keys in the place of their aliases, by the shared converter: `text` itself
 // when there are none, or else `buffer`.
@@ -16,16 +18,22 @@
 // The path of a key, which the values of the key share.
 class COrvKeyPath {
 public:
-    explicit COrvKeyPath(const CStrW& text);
-    // The same, with the portable form made in advance, for a key that is written with many values.
+    explicit COrvKeyPath(std::u16string_view text);
+
+    // Makes the portable form in advance, for a key that is written with many values. Not while
+    // another thread uses the path.
     // Gain: 15 % less CPU (bench hive with 200,000 values).
-    COrvKeyPath(const CStrW& text, const COrvSanitizer& sanitizer);
+    void KeepPortable(const COrvSanitizer& sanitizer) const;
 
     [[nodiscard]] const CStrW& GetText() const { return m_text; }
     [[nodiscard]] bool IsEmpty() const { return m_isEmpty; }
     // Whether the portable form was made in advance and is plain (IsPlainXmlText): then it is
     // written without another look at it.
     [[nodiscard]] bool IsPlain() const { return m_isPlain; }
+    // Whether a path made of `text` would be the same.
+    [[nodiscard]] bool IsOf(std::u16string_view text) const {
+        return !m_hadAlias && platform::HasSameUnits(m_text, text);
+    }
     // The path with the long name of its hive, as the manifest has it; empty when it is no path. A
     // part of this object, or `buffer`.
     [[nodiscard]] std::u16string_view GetPortable(const COrvSanitizer& sanitizer,
@@ -37,23 +45,30 @@ private:
     [[nodiscard]] CStrW MakePortable(const COrvSanitizer& sanitizer) const;
 
     CStrW m_text;
-    CStrW m_portable;  // empty when it was not made in advance
+    mutable CStrW m_portable;  // empty when it was not made in advance
     bool m_isEmpty = false;
-    bool m_isPlain = false;
+    mutable bool m_isPlain = false;
+    bool m_hadAlias = false;
 };
+
+// Sets what the hash of a key's item is made of; that of a value goes on with its name.
+void SetHashOfKey(CKeyTextHash& hash, std::u16string_view key, std::uint32_t architecture);
 
 // An item known by a key and an architecture, and values by their name as well.
 class COrvKeyItem : public COrvItem {
 public:
     [[nodiscard]] const CStrW& GetTarget() const { return m_key->GetText(); }
     [[nodiscard]] const COrvKeyPath& GetKey() const { return *m_key; }
+    [[nodiscard]] const std::shared_ptr<const COrvKeyPath>& ShareKey() const { return m_key; }
     [[nodiscard]] std::uint32_t GetArchitecture() const { return m_architecture; }
     [[nodiscard]] CStrW GetName() const override { return GetTarget(); }
     [[nodiscard]] bool IsValid() const override { return !m_key->IsEmpty(); }
 
 protected:
+    COrvKeyItem(std::shared_ptr<const COrvKeyPath> key, std::uint32_t architecture);
     COrvKeyItem(std::shared_ptr<const COrvKeyPath> key, std::uint32_t architecture,
-                std::u16string_view value = {});
+                std::uint64_t hash)
+        : COrvItem(hash), m_key(std::move(key)), m_architecture(architecture) {}
 
 private:
     std::shared_ptr<const COrvKeyPath> m_key;
@@ -62,7 +77,7 @@ private:
 
 class COrvCreateKey : public COrvKeyItem {
 public:
-    COrvCreateKey(const CStrW& target, std::uint32_t architecture)
+    COrvCreateKey(std::u16string_view target, std::uint32_t architecture)
         : COrvKeyItem(std::make_shared<const COrvKeyPath>(target), architecture) {}
 };
 
@@ -131,7 +146,7 @@ public:
     explicit COrvCreateKeysCollection(COrvPackage& package);
 
     // Adds an item and lends it; null for a double.
-    COrvCreateKey* AddItem(const CStrW& target, std::uint32_t architecture) {
+    COrvCreateKey* AddItem(std::u16string_view target, std::uint32_t architecture) {
         return AddOwned(Make<COrvCreateKey>(target, architecture));
     }
 

@@ -1,7 +1,9 @@
 #include "orvpackage/value_collections.h"
 
 #include "foundation/xml_writer.h"
+#include "orvpackage/package.h"
 #include "orvpackage/value_text.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -42,12 +44,25 @@ constexpr SKeyAttribute kDeleteAttributes[] = {
 }  // namespace
 
 // Compared with case, because each value is written with the path that it was given.
-const std::shared_ptr<const COrvKeyPath>& COrvValueItemCollection::ShareKey(const CStrW& target) {
-    if (!m_lastKey || !(m_lastTarget == target)) {
-        m_lastKey = std::make_shared<const COrvKeyPath>(target, GetSanitizer());
+COrvValueKey& COrvValueItemCollection::ShareKey(std::u16string_view target,
+                                                std::uint32_t architecture) {
+    if (m_lastKey.GetPath() == nullptr || m_lastKey.GetArchitecture() != architecture ||
+        !platform::HasSameUnits(m_lastTarget, target)) {
+        m_lastKey.SetText(target, architecture);
         m_lastTarget = target;
+        m_lastKey.SetPath(FindPath(target));
+        m_lastKey.GetPath()->KeepPortable(GetSanitizer());
     }
     return m_lastKey;
+}
+
+// The path of m_lastKey: that of the key's own item, or a new one.
+std::shared_ptr<const COrvKeyPath> COrvValueItemCollection::FindPath(std::u16string_view target) {
+    const auto* const key = static_cast<const COrvCreateKey*>(
+        GetPackage().Get<COrvCreateKeysCollection>().Find(m_lastKey.HashOf({})));
+    return key != nullptr && key->GetKey().IsOf(target)
+               ? key->ShareKey()
+               : std::make_shared<const COrvKeyPath>(target);
 }
 
 void COrvValueItemCollection::PrefetchItem(const COrvItem& item, unsigned step) const {

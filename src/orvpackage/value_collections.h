@@ -2,6 +2,8 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "orvpackage/value_items.h"
@@ -11,19 +13,21 @@ class COrvValueItemCollection : public COrvKeyItemCollection {
 protected:
     using COrvKeyItemCollection::COrvKeyItemCollection;
 
-    // The path of a key. Values mostly come key by key, so the last path is kept, and the values of
-    // a key share it.
+    // A key to make a value of. Values mostly come key by key, so the last key is kept, and the
+    // values of a key share its path, which is that of the key's own item if there is one.
     //
-    // INVARIANT: `m_lastKey` is null or the path made of `m_lastTarget`.
-    // Threads: those of the collection.
+    // INVARIANT: `m_lastKey` has no path, or the one made of `m_lastTarget`.
+    // Threads: those of the collection, and of that of the created keys.
     // Gain: 29 % less CPU (bench hive with 200,000 values).
-    [[nodiscard]] const std::shared_ptr<const COrvKeyPath>& ShareKey(const CStrW& target);
+    [[nodiscard]] COrvValueKey& ShareKey(std::u16string_view target, std::uint32_t architecture);
 
     void PrefetchItem(const COrvItem& item, unsigned step) const override;
 
 private:
-    CStrW m_lastTarget;
-    std::shared_ptr<const COrvKeyPath> m_lastKey;
+    [[nodiscard]] std::shared_ptr<const COrvKeyPath> FindPath(std::u16string_view target);
+
+    std::u16string m_lastTarget;
+    COrvValueKey m_lastKey;
 };
 
 class COrvCreateValuesCollection : public COrvValueItemCollection {
@@ -33,16 +37,18 @@ public:
 
     // Makes a value without data, which is not added yet. `dataSize` is how many bytes of data it
     // will probably get.
-    [[nodiscard]] COrvItemPtr<COrvCreateValue> MakeItem(const CStrW& target, const CStrW& value,
+    [[nodiscard]] COrvItemPtr<COrvCreateValue> MakeItem(std::u16string_view target,
+                                                        std::u16string_view value,
                                                         std::uint32_t architecture,
                                                         std::size_t dataSize = 0) {
-        return Make<COrvCreateValue>(ShareKey(target), value, architecture, GetMemory(), dataSize);
+        return Make<COrvCreateValue>(ShareKey(target, architecture), value, GetMemory(), dataSize);
     }
     // Add a value, made here, and lend it; null for a double.
     COrvCreateValue* AddItem(COrvItemPtr<COrvCreateValue> value) {
         return AddOwned(std::move(value));
     }
-    COrvCreateValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture) {
+    COrvCreateValue* AddItem(std::u16string_view target, std::u16string_view value,
+                             std::uint32_t architecture) {
         return AddItem(MakeItem(target, value, architecture));
     }
 
@@ -58,8 +64,9 @@ public:
     explicit COrvDeleteValuesCollection(COrvPackage& package);
 
     // Adds an item and lends it; null for a double.
-    COrvDeleteValue* AddItem(const CStrW& target, const CStrW& value, std::uint32_t architecture) {
-        return AddOwned(Make<COrvDeleteValue>(ShareKey(target), value, architecture, GetMemory()));
+    COrvDeleteValue* AddItem(std::u16string_view target, std::u16string_view value,
+                             std::uint32_t architecture) {
+        return AddOwned(Make<COrvDeleteValue>(ShareKey(target, architecture), value, GetMemory()));
     }
 
 protected:

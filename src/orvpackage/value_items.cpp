@@ -9,6 +9,7 @@
 #include "foundation/hex.h"
 #include "orvpackage/multi_string.h"
 #include "orvpackage/prefetch.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -32,22 +33,34 @@ std::u16string_view FirstString(std::u16string_view units) {
 
 }  // namespace
 
+void COrvValueKey::SetText(std::u16string_view text, std::uint32_t architecture) {
+    m_path.reset();
+    m_text = text;
+    m_architecture = architecture;
+    SetHashOfKey(m_hash, text, architecture);
+}
+
+void COrvValueKey::SetPath(std::shared_ptr<const COrvKeyPath> path) {
+    if (!platform::HasSameUnits(m_text, path->GetText())) {
+        SetText(path->GetText(), m_architecture);
+    }
+    m_path = std::move(path);
+}
+
 // The name, expanded once for both the hash and the field.
 struct COrvValueItem::SExpanded {
-    explicit SExpanded(const CStrW& text) : name(ExpandKeyTokens(text, buffer)) {}
+    explicit SExpanded(std::u16string_view text) : name(ExpandKeyTokens(text, buffer)) {}
     CStrW buffer;
     std::u16string_view name;
 };
 
-COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                             std::uint32_t architecture, std::pmr::memory_resource& memory,
-                             std::size_t tailSize)
-    : COrvValueItem(std::move(key), SExpanded(value), architecture, memory, tailSize) {}
+COrvValueItem::COrvValueItem(COrvValueKey& key, std::u16string_view value,
+                             std::pmr::memory_resource& memory, std::size_t tailSize)
+    : COrvValueItem(key, SExpanded(value), memory, tailSize) {}
 
-COrvValueItem::COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
-                             std::uint32_t architecture, std::pmr::memory_resource& memory,
-                             std::size_t tailSize)
-    : COrvKeyItem(std::move(key), architecture, value.name), m_memory(memory) {
+COrvValueItem::COrvValueItem(COrvValueKey& key, const SExpanded& value,
+                             std::pmr::memory_resource& memory, std::size_t tailSize)
+    : COrvKeyItem(key.GetPath(), key.GetArchitecture(), key.HashOf(value.name)), m_memory(memory) {
     // `tailSize` is only a guess. Without memory for it, the value is made with its name alone.
     const std::size_t nameSize = value.name.size() * sizeof(char16_t);
     if (!ReserveTail(nameSize + tailSize) && !ReserveTail(nameSize)) {

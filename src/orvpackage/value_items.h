@@ -11,6 +11,33 @@
 #include "foundation/double_null_string.h"
 #include "orvpackage/key_collections.h"
 
+// A key of which values are made: the path that they share, and the start of their hashes.
+//
+// INVARIANT: there is no path, or the hashes begin with its text.
+class COrvValueKey {
+public:
+    COrvValueKey() = default;
+    COrvValueKey(std::shared_ptr<const COrvKeyPath> path, std::uint32_t architecture) {
+        SetText(path->GetText(), architecture);
+        SetPath(std::move(path));
+    }
+    // Becomes a key without a path, which probably has that text.
+    void SetText(std::u16string_view text, std::uint32_t architecture);
+    void SetPath(std::shared_ptr<const COrvKeyPath> path);
+
+    // Null when there is none.
+    [[nodiscard]] const std::shared_ptr<const COrvKeyPath>& GetPath() const { return m_path; }
+    [[nodiscard]] std::uint32_t GetArchitecture() const { return m_architecture; }
+    // The hash of a value by its expanded name; that of the key itself without one.
+    [[nodiscard]] std::uint64_t HashOf(std::u16string_view name) { return m_hash.Hash(name); }
+
+private:
+    std::u16string m_text;
+    std::shared_ptr<const COrvKeyPath> m_path;
+    std::uint32_t m_architecture = OrvArchitectureNone;
+    CKeyTextHash m_hash;
+};
+
 // An item known by a key and the name of a value, which is empty for the key's default value.
 class COrvValueItem : public COrvKeyItem {
 public:
@@ -24,8 +51,7 @@ public:
 
 protected:
     // `tailSize` is how large the tail will probably become.
-    COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                  std::uint32_t architecture, std::pmr::memory_resource& memory,
+    COrvValueItem(COrvValueKey& key, std::u16string_view value, std::pmr::memory_resource& memory,
                   std::size_t tailSize = 0);
 
     // The bytes after the name, at an even address.
@@ -41,8 +67,7 @@ protected:
 
 private:
     struct SExpanded;
-    COrvValueItem(std::shared_ptr<const COrvKeyPath> key, const SExpanded& value,
-                  std::uint32_t architecture, std::pmr::memory_resource& memory,
+    COrvValueItem(COrvValueKey& key, const SExpanded& value, std::pmr::memory_resource& memory,
                   std::size_t tailSize);
     void FreeBlock();
 
@@ -56,9 +81,8 @@ private:
 
 class COrvDeleteValue : public COrvValueItem {
 public:
-    COrvDeleteValue(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                    std::uint32_t architecture, std::pmr::memory_resource& memory)
-        : COrvValueItem(std::move(key), value, architecture, memory) {}
+    COrvDeleteValue(COrvValueKey& key, std::u16string_view value, std::pmr::memory_resource& memory)
+        : COrvValueItem(key, value, memory) {}
 };
 
 // A value to create. It has no data, and no place in the manifest, until it is given some, even if
@@ -67,15 +91,15 @@ public:
 // finds no memory leaves the value without data.
 class COrvCreateValue : public COrvValueItem {
 public:
-    COrvCreateValue(const CStrW& target, const CStrW& value, std::uint32_t architecture)
-        : COrvCreateValue(std::make_shared<const COrvKeyPath>(target), value, architecture,
-                          *std::pmr::new_delete_resource()) {}
+    COrvCreateValue(std::u16string_view target, std::u16string_view value,
+                    std::uint32_t architecture)
+        : COrvCreateValue(COrvValueKey(std::make_shared<const COrvKeyPath>(target), architecture),
+                          value) {}
     // `memory`, which outlives the value, is where its name and data come from; `dataSize` is how
     // many bytes of data it will probably get.
-    COrvCreateValue(std::shared_ptr<const COrvKeyPath> key, const CStrW& value,
-                    std::uint32_t architecture, std::pmr::memory_resource& memory,
+    COrvCreateValue(COrvValueKey& key, std::u16string_view value, std::pmr::memory_resource& memory,
                     std::size_t dataSize = 0)
-        : COrvValueItem(std::move(key), value, architecture, memory, dataSize) {}
+        : COrvValueItem(key, value, memory, dataSize) {}
 
     [[nodiscard]] bool IsValid() const override;
     [[nodiscard]] std::uint32_t GetType() const { return m_type; }
@@ -89,8 +113,8 @@ public:
     void SetData(const void* bytes, std::uint32_t size, std::uint32_t type);
     // Units that are no hexadecimal digits give what HexToBytes makes of them.
     void SetBinaryFromHex(const CStrW& text);
-    void SetString(const CStrW& text) { StoreString(text, OrvValueString); }
-    void SetExpandString(const CStrW& text) { StoreString(text, OrvValueExpandString); }
+    void SetString(std::u16string_view text) { StoreString(text, OrvValueString); }
+    void SetExpandString(std::u16string_view text) { StoreString(text, OrvValueExpandString); }
     void SetMultiString(const CDoubleNullStringW& strings);
     // The string of a value of a string type, as a loan until the data changes; empty for any
     // other.
@@ -101,6 +125,8 @@ public:
     [[nodiscard]] std::u16string_view GetUnits() const;
 
 private:
+    COrvCreateValue(COrvValueKey key, std::u16string_view value)
+        : COrvCreateValue(key, value, *std::pmr::new_delete_resource()) {}
     void ClearData();
     // Makes room for `size` bytes of a type; null, with the value left without data, when there is
     // none.

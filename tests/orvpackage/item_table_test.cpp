@@ -57,7 +57,7 @@ private:
 
 bool Insert(COrvItemTable& table, std::uint64_t hash) {
     COrvItemPtr<COrvItem> item = table.Make<CTestItem>(hash);
-    return table.Find(hash) == nullptr && table.Insert(item);
+    return table.Insert(item);
 }
 
 std::vector<std::uint64_t> ListOf(const COrvItemTable& table) {

@@ -99,8 +99,8 @@ TEST_F(ValueTest, DataThatFindsNoRoomLeavesTheValueWithoutAny) {
     std::pmr::monotonic_buffer_resource memory(room.data(), room.size(),
                                                std::pmr::null_memory_resource());
     const std::string large(room.size(), '\1');
-    COrvCreateValue value(std::make_shared<const COrvKeyPath>(uR"(HKLM\k)"), u"name", 0, memory,
-                          large.size());
+    COrvValueKey key(std::make_shared<const COrvKeyPath>(uR"(HKLM\k)"), 0);
+    COrvCreateValue value(key, u"name", memory, large.size());
     EXPECT_EQ(Utf8(value.GetValue()), "name");
     for (const std::uint32_t type : {OrvValueBinary, OrvValueString, OrvValueMultiString}) {
         SetData(&value, "\1\2", OrvValueBinary);
@@ -109,6 +109,25 @@ TEST_F(ValueTest, DataThatFindsNoRoomLeavesTheValueWithoutAny) {
         EXPECT_FALSE(value.IsValid()) << type;
     }
     EXPECT_EQ(Utf8(value.GetName()), R"(HKLM\k/name)");
+}
+
+// A value may share the path of its key's own item, which the item has expanded from another text.
+TEST_F(ValueTest, IsTheSameWhetherItsKeyHasAnItemOrNot) {
+    auto& keys = m_package.Get<COrvCreateKeysCollection>();
+    auto& values = m_package.Get<COrvCreateValuesCollection>();
+    keys.AddItem(uR"(HKEY_LOCAL_MACHINE\Software\App)", 0);
+    keys.AddItem(uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet)", 0);
+    for (const char16_t* target :
+         {uR"(HKEY_LOCAL_MACHINE\Software\App)", uR"(HKEY_LOCAL_MACHINE\SOFTWARE\App)",
+          uR"(HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet)",
+          uR"(HKEY_LOCAL_MACHINE\SYSTEM\ControlSet001)", uR"(HKEY_LOCAL_MACHINE\Software\App)"}) {
+        for (const std::uint32_t architecture : {0U, 1U}) {
+            const COrvCreateValue alone(target, u"v", architecture);
+            const COrvItemPtr<COrvCreateValue> made = values.MakeItem(target, u"v", architecture);
+            EXPECT_EQ(made->GetHash(), alone.GetHash());
+            EXPECT_EQ(Utf8(made->GetName()), Utf8(alone.GetName()));
+        }
+    }
 }
 
 TEST_F(ValueTest, NothingOfAnElementReachesTheNext) {
