@@ -60,9 +60,16 @@ int CRegKey::Open(const CRegPathW& path) {
     return platform::OpenKey(path.GetHiveHandle(), path.ViewSubKey(), m_hKey);
 }
 
+int CRegKey::OpenSubKey(const CRegKey& parent, std::u16string_view name) {
+    Close();
+    return platform::OpenSubKey(parent.m_hKey, name, m_hKey);
+}
+
 void CRegKey::Close() {
-    platform::CloseKey(m_hKey);
-    m_hKey = nullptr;
+    if (m_hKey != nullptr) {
+        platform::CloseKey(m_hKey);
+        m_hKey = nullptr;
+    }
 }
 
 int CRegKey::QueryInfo(platform::SKeyInfo& info) const {

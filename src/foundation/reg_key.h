@@ -67,6 +67,9 @@ public:
 
     // Opens the key of a path that has a hive, and closes any former one.
     [[nodiscard]] int Open(const CRegPathW& path);
+    // Opens the subkey of that name, a valid one, of an open key. Takes less time than to open it
+    // by its path.
+    [[nodiscard]] int OpenSubKey(const CRegKey& parent, std::u16string_view name);
     void Close();
 
     // Information on the open key, as platform/registry.h says.

@@ -70,6 +70,10 @@ int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& 
     return GetAnswers().registry.OpenKey(predefinedKey, subKey, key);
 }
 
+int OpenSubKey(KeyHandle parent, std::u16string_view name, KeyHandle& key) {
+    return parent->OpenSubKey(name, key);
+}
+
 void CloseKey(KeyHandle key) { delete key; }
 
 int QueryKeyInfo(KeyHandle key, SKeyInfo& info) { return key->QueryInfo(info); }

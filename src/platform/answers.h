@@ -54,6 +54,7 @@ public:
     [[nodiscard]] virtual int LoadHive(const char16_t* mountName, const char16_t* fileName) = 0;
     [[nodiscard]] virtual int UnloadHive(const char16_t* mountName) = 0;
 
+    [[nodiscard]] virtual int OpenSubKey(std::u16string_view name, KeyHandle& key) const = 0;
     [[nodiscard]] virtual int QueryInfo(SKeyInfo& info) const = 0;
     [[nodiscard]] virtual int EnumKey(std::uint32_t index, std::u16string& name) const = 0;
     [[nodiscard]] virtual int EnumValue(std::uint32_t index, std::u16string& name,

@@ -63,6 +63,10 @@ enum class EHiveState {
 // closes the key.
 [[nodiscard]] int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey, KeyHandle& key);
 
+// Opens the subkey of that name, which is not empty and has no backslash. ERROR_FILE_NOT_FOUND when
+// there is none. The caller closes it.
+[[nodiscard]] int OpenSubKey(KeyHandle parent, std::u16string_view name, KeyHandle& key);
+
 // Closes a key. Does nothing for null.
 void CloseKey(KeyHandle key);
 

@@ -75,6 +75,28 @@ TEST_P(RegistryTest, OpensAKeyByAnyCaseAndNothingElse) {
     EXPECT_EQ(platform::GetLastError(), ERROR_INVALID_HANDLE);
 }
 
+TEST_P(RegistryTest, OpensASubKeyWhateverWasEnumeratedBefore) {
+    ASSERT_EQ(Load(CTestHive().Key(u"Abc\\Sub").Key(u"b").LoadableBytes()), ERROR_SUCCESS);
+    ASSERT_EQ(Open(At(u"")), ERROR_SUCCESS);
+    for (const std::uint32_t enumerated : {0U, 1U, 2U}) {
+        std::u16string ignored;
+        static_cast<void>(platform::EnumKey(m_key, enumerated, ignored));
+        platform::KeyHandle key = nullptr;
+        ASSERT_EQ(platform::OpenSubKey(m_key, u"aBC", key), ERROR_SUCCESS);
+        platform::KeyHandle none = nullptr;
+        EXPECT_EQ(platform::OpenSubKey(key, u"b", none), ERROR_FILE_NOT_FOUND);
+        EXPECT_EQ(platform::OpenSubKey(m_key, u"Sub", none), ERROR_FILE_NOT_FOUND);
+        EXPECT_EQ(none, nullptr);
+        std::u16string name;
+        EXPECT_EQ(platform::EnumKey(key, 0, name), ERROR_SUCCESS);
+        EXPECT_EQ(name, u"Sub");
+        platform::CloseKey(key);
+    }
+    platform::KeyHandle root = nullptr;
+    EXPECT_EQ(platform::OpenSubKey(m_machine, m_mount, root), ERROR_SUCCESS);
+    platform::CloseKey(root);
+}
+
 TEST_P(RegistryTest, EnumeratesUpToTheLast) {
     ASSERT_EQ(
         Load(CTestHive().Key(u"A").Key(u"b").Key(u"").Dword(u"x", 1).Dword(u"", 2).LoadableBytes()),

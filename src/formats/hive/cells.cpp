@@ -52,6 +52,9 @@ bool CHiveName::Equals(std::u16string_view text, const CNameRules& rules) const 
     if (m_capacity < text.size() || (m_capacity > text.size() && (*this)[text.size()] != 0)) {
         return false;
     }
+    if (HasUnits(text)) {
+        return true;
+    }
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (!rules.IsSame((*this)[i], text[i])) {
             return false;
@@ -60,10 +63,31 @@ bool CHiveName::Equals(std::u16string_view text, const CNameRules& rules) const 
     return true;
 }
 
+// Whether the first units are those of `text`, which nearly all names that are compared have in the
+// same letter case. The loops here and in CopyTo have no branch on the form and no early exit.
+bool CHiveName::HasUnits(std::u16string_view text) const {
+    unsigned difference = 0;
+    if (m_isWide) {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            difference |= static_cast<unsigned>(LoadU16(m_bytes + 2 * i)) ^ text[i];
+        }
+    } else {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            difference |= std::to_integer<unsigned>(m_bytes[i]) ^ text[i];
+        }
+    }
+    return difference == 0;
+}
+
 void CHiveName::CopyTo(std::u16string& text) const {
     text.resize(GetLength());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        text[i] = (*this)[i];
+    if (m_isWide) {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            text[i] = static_cast<char16_t>(LoadU16(m_bytes + 2 * i));
+        }
+    } else {
+        std::transform(m_bytes, m_bytes + text.size(), text.begin(),
+                       [](std::byte unit) { return static_cast<char16_t>(unit); });
     }
 }
 
@@ -130,7 +154,10 @@ bool CHiveCells::ReadKey(CellOffset offset, SKeyNode& key) const {
 }
 
 bool CHiveCells::ReadValueName(CellOffset offset, CHiveName& name) const {
-    const std::span<const std::byte> cell = Get(offset);
+    return ReadNameOfValue(Get(offset), name);
+}
+
+bool CHiveCells::ReadNameOfValue(std::span<const std::byte> cell, CHiveName& name) {
     if (Signature(cell, kValueSize) != kValueSignature) {
         return false;
     }
@@ -141,10 +168,11 @@ bool CHiveCells::ReadValueName(CellOffset offset, CHiveName& name) const {
 }
 
 bool CHiveCells::ReadValue(CellOffset offset, SValueNode& value) const {
-    if (!ReadValueName(offset, value.name)) {
+    const std::span<const std::byte> record = Get(offset);
+    if (!ReadNameOfValue(record, value.name)) {
         return false;
     }
-    const std::byte* const cell = Get(offset).data();
+    const std::byte* const cell = record.data();
     const std::uint32_t size = LoadU32(cell + kValueDataSize);
     value.size = size & ~kDataIsInline;
     // One field of the record, read in two ways: it is the data itself, or the offset of its cell.

@@ -40,6 +40,8 @@ public:
     void CopyTo(std::u16string& text) const;
 
 private:
+    [[nodiscard]] bool HasUnits(std::u16string_view text) const;
+
     const std::byte* m_bytes = nullptr;
     std::uint32_t m_capacity = 0;
     bool m_isWide = false;
@@ -103,6 +105,7 @@ public:
                        std::vector<CellOffset>& offsets) const;
 
 private:
+    [[nodiscard]] static bool ReadNameOfValue(std::span<const std::byte> cell, CHiveName& name);
     void CollectLeaf(std::span<const std::byte> leaf, std::uint64_t& budget,
                      std::vector<CellOffset>& offsets) const;
     [[nodiscard]] bool CopySegments(std::span<const std::byte> record, std::uint32_t size,

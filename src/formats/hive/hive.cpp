@@ -145,11 +145,12 @@ void CHive::Remember(std::u16string_view path, KeyNumber key, SKnownPath* siblin
     place.lastUse = ++m_uses;
 }
 
-bool CHive::GetChildName(KeyNumber key, std::uint32_t index, std::u16string& name) const {
+bool CHive::GetChildName(KeyNumber key, std::uint32_t index, std::u16string& name) {
     if (index >= m_index.GetChildCount(key)) {
         return false;
     }
     const KeyNumber child = m_index.GetFirstChild(key) + index;
+    m_lastChild = child;
     m_index.PrefetchBehind(child);
     SKeyNode node;
     if (!m_cells.ReadKey(m_index.GetCell(child), node)) {
@@ -162,21 +163,24 @@ bool CHive::GetChildName(KeyNumber key, std::uint32_t index, std::u16string& nam
 bool CHive::GetValue(KeyNumber key, std::uint32_t index, SValueNode& value) {
     const std::span<const CellOffset> values = m_index.GetValues(key);
     m_cells.PrefetchFrom(values, index);
+    if (index >= values.size() || !m_cells.ReadValue(values[index], value)) {
+        return false;
+    }
     m_lastValueKey = key;
-    m_lastValue = index;
-    return index < values.size() && m_cells.ReadValue(values[index], value);
+    m_lastValue = value;
+    return true;
 }
 
 bool CHive::FindValue(KeyNumber key, std::u16string_view name, SValueNode& value) {
     if (!m_index.MayHaveValue(key, name.size())) {
         return false;
     }
-    const std::span<const CellOffset> values = m_index.GetValues(key);
-    if (m_lastValueKey == key && m_lastValue < values.size() &&
-        m_cells.ReadValue(values[m_lastValue], value) && value.name.GetCapacity() == name.size() &&
-        value.name.Equals(name, m_rules)) {
+    if (m_lastValueKey == key && m_lastValue.name.GetCapacity() == name.size() &&
+        m_lastValue.name.Equals(name, m_rules)) {
+        value = m_lastValue;
         return true;
     }
+    const std::span<const CellOffset> values = m_index.GetValues(key);
     // Both give the same value; only the time differs.
     const std::uint32_t index =
         values.size() > kFewValues ? FindHashedValue(key, name) : FindFirstValue(values, name);

@@ -17,8 +17,9 @@ namespace formats {
 // A loaded hive. It keeps the paths that were asked for last, and the names in the last large key,
 // because the same few are asked for again and again.
 //
-// INVARIANT: each of `m_knownPaths` without kNoKey is the path of its key. `m_valueNames` has the
-// names in the key `m_valueNamesKey`. The hive never changes, so neither gets out of date.
+// INVARIANT: each of `m_knownPaths` without kNoKey is the path of its key. `m_lastValue` is a value
+// of the key `m_lastValueKey`, and `m_valueNames` has the names in the key `m_valueNamesKey`. The
+// hive never changes, so none of them gets out of date.
 // Threads: one at a time, because a question changes what is kept.
 // Gain of the paths: 3 % fewer instructions, and more the deeper the keys are (bench hive with
 // 15,000 values).
@@ -38,9 +39,14 @@ public:
     // none. A backslash at the end means nothing.
     [[nodiscard]] KeyNumber FindKey(std::u16string_view path);
 
+    // The subkey of that name, which is not empty; kNoKey if there is none.
+    [[nodiscard]] KeyNumber FindChild(KeyNumber parent, std::u16string_view name) const {
+        return m_index.FindChild(parent, name, m_lastChild);
+    }
+
     [[nodiscard]] SKeyInfo GetInfo(KeyNumber key) const { return m_index.GetInfo(key); }
     // False after the last one.
-    [[nodiscard]] bool GetChildName(KeyNumber key, std::uint32_t index, std::u16string& name) const;
+    [[nodiscard]] bool GetChildName(KeyNumber key, std::uint32_t index, std::u16string& name);
     [[nodiscard]] bool GetValue(KeyNumber key, std::uint32_t index, SValueNode& value);
 
     // The value of that name; false if there is none. Of several with the same name it is one whose
@@ -78,11 +84,13 @@ private:
     std::array<SKnownPath, 4> m_knownPaths;
     std::uint64_t m_uses = 0;
 
-    // The values of the last key that has too many of them to compare each name.
-    // The value that was enumerated last, which is mostly the next one that is asked for by name.
+    // The key and the value that were enumerated last, which are mostly the next ones that are
+    // asked for by name.
+    KeyNumber m_lastChild = kNoKey;
     KeyNumber m_lastValueKey = kNoKey;
-    std::uint32_t m_lastValue = 0;
+    SValueNode m_lastValue;
 
+    // The values of the last key that has too many of them to compare each name.
     CNameTable m_valueNames;
     KeyNumber m_valueNamesKey = kNoKey;
 };

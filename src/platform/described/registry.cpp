@@ -110,6 +110,7 @@ public:
 
     int LoadHive(const char16_t* mountName, const char16_t* fileName) override;
     int UnloadHive(const char16_t* mountName) override;
+    int OpenSubKey(std::u16string_view name, KeyHandle& key) const override;
     int QueryInfo(SKeyInfo& info) const override;
     int EnumKey(std::uint32_t index, std::u16string& name) const override;
     int EnumValue(std::uint32_t index, std::u16string& name, std::uint32_t& type) const override;
@@ -151,6 +152,24 @@ int CDescribedKey::UnloadHive(const char16_t* mountName) {
     }
     GetMounts().erase(mount);
     return ERROR_SUCCESS;
+}
+
+// Opens a key of a mounted hive that was looked for.
+int OpenFound(SMount& mount, formats::KeyNumber number, KeyHandle& key) {
+    if (number == formats::kNoKey) {
+        return SetLastError(ERROR_FILE_NOT_FOUND);
+    }
+    key = new CDescribedKey(mount, number);
+    return ERROR_SUCCESS;
+}
+
+int CDescribedKey::OpenSubKey(std::u16string_view name, KeyHandle& key) const {
+    if (m_mount != nullptr) {
+        return OpenFound(*m_mount, m_mount->hive.FindChild(m_key, name), key);
+    }
+    const auto mount = FindMount(name);
+    return mount == GetMounts().end() ? SetLastError(ERROR_FILE_NOT_FOUND)
+                                      : OpenFound(**mount, formats::kRootKey, key);
 }
 
 int CDescribedKey::QueryInfo(SKeyInfo& info) const {
@@ -252,13 +271,8 @@ int CDescribedRegistry::OpenKey(std::uint32_t predefinedKey, std::u16string_view
     if (mount == GetMounts().end()) {
         return SetLastError(ERROR_FILE_NOT_FOUND);
     }
-    const formats::KeyNumber number =
-        (*mount)->hive.FindKey(subKey.substr(std::min(length + 1, subKey.size())));
-    if (number == formats::kNoKey) {
-        return SetLastError(ERROR_FILE_NOT_FOUND);
-    }
-    key = new CDescribedKey(**mount, number);
-    return ERROR_SUCCESS;
+    const std::u16string_view path = subKey.substr(std::min(length + 1, subKey.size()));
+    return OpenFound(**mount, (*mount)->hive.FindKey(path), key);
 }
 
 }  // namespace

@@ -127,6 +127,7 @@ public:
     int UnloadHive(const char16_t* mountName) override {
         return Result(::RegUnLoadKeyW(m_handle, ToWide(mountName)));
     }
+    int OpenSubKey(std::u16string_view name, KeyHandle& key) const override;
     int QueryInfo(SKeyInfo& info) const override;
     int EnumKey(std::uint32_t index, std::u16string& name) const override;
     int EnumValue(std::uint32_t index, std::u16string& name, std::uint32_t& type) const override;
@@ -136,6 +137,29 @@ public:
 private:
     HKEY m_handle = nullptr;
 };
+
+// Hands out a key that `open` has opened.
+template <typename TOpen>
+int OpenLiveKey(KeyHandle& key, const TOpen& open) {
+    auto opened = std::make_unique<CLiveKey>();
+    const int status = Result(open(opened->Receive()));
+    if (status == ERROR_SUCCESS) {
+        key = opened.release();
+    }
+    return status;
+}
+
+// Opens the key at a path below another one.
+int OpenBelow(HKEY parent, std::u16string_view subKey, KeyHandle& key) {
+    const std::u16string path(subKey);
+    return OpenLiveKey(key, [&](HKEY* handle) {
+        return ::RegOpenKeyExW(parent, ToWide(path.c_str()), 0, KEY_READ, handle);
+    });
+}
+
+int CLiveKey::OpenSubKey(std::u16string_view name, KeyHandle& key) const {
+    return OpenBelow(m_handle, name, key);
+}
 
 int CLiveKey::LoadHive(const char16_t* mountName, const char16_t* fileName) {
     if (const int status = CheckHiveFile(fileName)) {
@@ -199,17 +223,6 @@ int CLiveKey::QueryValue(std::u16string_view name, std::uint32_t& type, void* da
     return status;
 }
 
-// Hands out a key that `open` has opened.
-template <typename TOpen>
-int OpenLiveKey(KeyHandle& key, const TOpen& open) {
-    auto opened = std::make_unique<CLiveKey>();
-    const int status = Result(open(opened->Receive()));
-    if (status == ERROR_SUCCESS) {
-        key = opened.release();
-    }
-    return status;
-}
-
 class CLiveRegistry final : public CRegistryAnswers {
 public:
     int ConnectMachine(KeyHandle& machine) const override {
@@ -219,11 +232,7 @@ public:
     }
     int OpenKey(std::uint32_t predefinedKey, std::u16string_view subKey,
                 KeyHandle& key) const override {
-        const std::u16string path(subKey);
-        return OpenLiveKey(key, [&](HKEY* handle) {
-            return ::RegOpenKeyExW(PredefinedHandle(predefinedKey), ToWide(path.c_str()), 0,
-                                   KEY_READ, handle);
-        });
+        return OpenBelow(PredefinedHandle(predefinedKey), subKey, key);
     }
     EHiveState GetHiveState(const char16_t* /*mountName*/) const override {
         return EHiveState::Whole;
