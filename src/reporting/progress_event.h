@@ -1,6 +1,7 @@
 // reporting/progress_event.h - one level of the progress tree.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -28,6 +29,11 @@ public:
     void SetCallback(OrvProgressCallback callback) { Callback = callback; }
     // Sets the text. The host sees it at the next notification.
     void SetMessage(std::u16string_view text) { Message.Assign(text); }
+    // Keeps the first `kept` units of the text and replaces what follows them.
+    void SetMessageEnd(std::size_t kept, std::u16string_view end) {
+        Message.Truncate(kept);
+        Message.Append(end);
+    }
     // Counts one step and notifies the host. A step past the total is ignored.
     void Step();
     // Sets the counter to the total and notifies the host, also when it was complete already.

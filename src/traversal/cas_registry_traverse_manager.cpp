@@ -40,11 +40,25 @@ CCasRegistryTraverseManager::CCasRegistryTraverseManager(CAssemblyProcessor& ass
 // The worker thread uses the fields of this class, so it ends before they do.
 CCasRegistryTraverseManager::~CCasRegistryTraverseManager() { Stop(true); }
 
-void CCasRegistryTraverseManager::ShowProgress(std::u16string_view text) {
+void CCasRegistryTraverseManager::ShowKey(const CRegPathW& key) {
     if (m_progress) {
-        m_progress->SetMessage(text);
+        m_progress->SetMessage(key.View());
         m_progress->Step();
     }
+}
+
+void CCasRegistryTraverseManager::ShowValue(const CRegPathW& key, std::u16string_view name) {
+    if (!m_progress) {
+        return;
+    }
+    // The path of the key is in the message once for all of its values.
+    if (m_valueKey.messageStart == 0) {
+        m_progress->SetMessage(key.View());
+        m_progress->SetMessageEnd(key.View().size(), uR"(\)");
+        m_valueKey.messageStart = key.View().size() + 1;
+    }
+    m_progress->SetMessageEnd(m_valueKey.messageStart, name);
+    m_progress->Step();
 }
 
 void CCasRegistryTraverseManager::OnFinish() {
@@ -70,7 +84,8 @@ void CCasRegistryTraverseManager::RecordKey(const CRegPathW& key, EReason reason
     }
 }
 
-void CCasRegistryTraverseManager::RecordValue(const CStrW& name, EReason reason, int status) {
+void CCasRegistryTraverseManager::RecordValue(std::u16string_view name, EReason reason,
+                                              int status) {
     GetRecord().Add({.thing = EThing::Value,
                      .reason = reason,
                      .source = m_valueKey.source,
@@ -85,9 +100,13 @@ void CCasRegistryTraverseManager::OnUnread(const CRegPathW& key, int status) {
                      .status = status});
 }
 
-bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
-    ShowProgress(path.ToString());
-    const auto [real, isEnvironment] = m_mountedKeys.MapHivePath(path);
+void CCasRegistryTraverseManager::BeginKey(const CRegPathW& path) {
+    m_real = &m_mountedKeys.MapHivePath(path);
+}
+
+bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path, const CRegKey& parent) {
+    ShowKey(path);
+    const auto [real, isEnvironment] = m_mountedKeys.MapSubKey(path);
     // The hive itself and the root of the user exist on every machine. The keys of variables make
     // no items, only their values do.
     const bool isUserRoot =
@@ -102,8 +121,8 @@ bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
     }
     CRegKey key;
     // A key that cannot be opened has no status and makes an item all the same.
-    const bool isHidden =
-        key.Open(path) == ERROR_SUCCESS && StatusIsHidden(key.QueryNumber(kVirtualStatus));
+    const bool isHidden = key.OpenSubKey(parent, path.ViewLast()) == ERROR_SUCCESS &&
+                          StatusIsHidden(key.QueryNumber(kVirtualStatus));
     if (isHidden) {
         RecordKey(path, EReason::HiddenKey, real);
     } else if (!m_serviceProcessor.CheckKey(real, kModeCreate)) {
@@ -111,42 +130,35 @@ bool CCasRegistryTraverseManager::VisitKey(const CRegPathW& path) {
                   m_serviceProcessor.IsService(real) ? EReason::OfService : EReason::BelowService,
                   real);
     } else {
-        m_items.SetSource(CRecord::IsFull() ? SourceOf(path) : u"");
-        m_items.AddKey(real.ToString());
+        m_items.AddKey(real.View(), CRecord::IsFull() ? SourceOf(path) : u"");
     }
     return true;
 }
 
 void CCasRegistryTraverseManager::BeginValues(const CRegPathW& key, const CRegKey& openKey) {
-    const auto [real, isEnvironment] = m_mountedKeys.MapHivePath(key);
-    m_valueKey.mountedText = key.ToString();
-    m_valueKey.realText = real.ToString();
-    m_valueKey.isRoot = real.GetSegmentCount() < 2;
+    m_valueKey.messageStart = 0;
+    m_valueKey.isRoot = m_real->path.GetSegmentCount() < 2;
     // Every path of a walk contains the mount. So all variables become those of the user, even the
     // machine's. This must stay.
     m_valueKey.isUserScope = key.Contains(m_mount);
-    m_valueKey.isInstallProperties =
-        EqualsNoCase(key.GetSegmentText(key.GetSegmentCount() - 1), kInstallProperties);
-    m_valueKey.isEnvironment = isEnvironment;
+    m_valueKey.isInstallProperties = EqualsNoCase(key.ViewLast(), kInstallProperties);
+    m_valueKey.isEnvironment = m_real->isEnvironment;
     m_valueKey.isOfAssemblies = m_assemblyProcessor.TakesValuesOf(key);
     m_valueKey.isOfServices = m_serviceProcessor.TakesValuesOf(key);
     m_valueKey.isHidden = StatusIsHidden(openKey.QueryNumber(kVirtualStatus));
     m_valueKey.key = &openKey;
     m_valueKey.source.Assign(CRecord::IsOn() ? SourceOf(key) : u"");
-    m_items.SetSource(CRecord::IsFull() ? m_valueKey.source.View() : u"");
+    // A variable belongs to no key.
+    m_items.SetKey(m_valueKey.isEnvironment ? u"" : m_real->path.View(),
+                   CRecord::IsFull() ? m_valueKey.source.View() : u"");
 }
 
 void CCasRegistryTraverseManager::EndValues() { m_valueKey.key = nullptr; }
 
-bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& name,
+bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, std::u16string_view name,
                                              std::uint32_t /*type*/) {
-    CStrW shown;
-    shown.Reserve(m_valueKey.mountedText.GetLength() + name.GetLength() + 2);
-    shown.Assign(m_valueKey.mountedText);
-    shown.Append(u'\\');
-    shown.Append(name);
-    ShowProgress(shown);
-    if (name.EqualsNoCase(kVirtualStatus) || name.EqualsNoCase(kDeletedValues) ||
+    ShowValue(key, name);
+    if (EqualsNoCase(name, kVirtualStatus) || EqualsNoCase(name, kDeletedValues) ||
         m_valueKey.isRoot) {
         RecordValue(name, m_valueKey.isRoot ? EReason::LevelAbove : EReason::Bookkeeping);
         return true;
@@ -163,7 +175,7 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
     const bool deleted = IsDeleted();
     // Before the test below, so that a hidden or claimed value names the manufacturer too. If it is
     // kept, it also becomes a value.
-    if (m_valueKey.isInstallProperties && name.EqualsNoCase(u"Publisher")) {
+    if (m_valueKey.isInstallProperties && EqualsNoCase(name, u"Publisher")) {
         SetManufacturer(text);
     }
     if (m_valueKey.isHidden || IsTaken(key, name, deleted ? kModeDelete : kModeCreate)) {
@@ -187,7 +199,7 @@ bool CCasRegistryTraverseManager::VisitValue(const CRegPathW& key, const CStrW& 
 }
 
 // Whether one of the processors claims a value.
-bool CCasRegistryTraverseManager::IsTaken(const CRegPathW& key, const CStrW& name,
+bool CCasRegistryTraverseManager::IsTaken(const CRegPathW& key, std::u16string_view name,
                                           std::uint32_t mode) {
     return (m_valueKey.isOfAssemblies && !m_assemblyProcessor.CheckValue(key, name, mode)) ||
            (m_valueKey.isOfServices && !m_serviceProcessor.CheckValue(key, name, mode));
@@ -202,7 +214,8 @@ void CCasRegistryTraverseManager::SetManufacturer(const CStrW& publisher) {
     }
 }
 
-void CCasRegistryTraverseManager::AddVariable(const CStrW& name, const CStrW& text, bool deleted) {
+void CCasRegistryTraverseManager::AddVariable(std::u16string_view name, const CStrW& text,
+                                              bool deleted) {
     if (deleted) {
         m_items.AddDeletedVariable(name, m_valueKey.isUserScope);
     } else {
@@ -210,13 +223,13 @@ void CCasRegistryTraverseManager::AddVariable(const CStrW& name, const CStrW& te
     }
 }
 
-void CCasRegistryTraverseManager::AddValue(const CStrW& name, const CStrW& text, bool deleted) {
-    const CStrW& key = m_valueKey.realText;
+void CCasRegistryTraverseManager::AddValue(std::u16string_view name, const CStrW& text,
+                                           bool deleted) {
     if (deleted) {
-        m_items.AddDeletedValue(key, name);
+        m_items.AddDeletedValue(name);
     } else if (m_valueKey.isInstallProperties) {
-        m_items.AddString(key, name, text);
+        m_items.AddString(name, text);
     } else {
-        m_items.AddValue(key, name, m_buffer.GetData(), m_buffer.GetSize(), m_buffer.GetType());
+        m_items.AddValue(name, m_buffer.GetData(), m_buffer.GetSize(), m_buffer.GetType());
     }
 }

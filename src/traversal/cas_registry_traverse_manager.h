@@ -34,10 +34,11 @@ public:
 
 protected:
     void OnFinish() override;
-    bool VisitKey(const CRegPathW& path) override;
+    void BeginKey(const CRegPathW& path) override;
+    bool VisitKey(const CRegPathW& path, const CRegKey& parent) override;
     void BeginValues(const CRegPathW& key, const CRegKey& openKey) override;
     void EndValues() override;
-    bool VisitValue(const CRegPathW& key, const CStrW& name, std::uint32_t type) override;
+    bool VisitValue(const CRegPathW& key, std::u16string_view name, std::uint32_t type) override;
     void OnUnread(const CRegPathW& key, int status) override;
 
 private:
@@ -49,10 +50,9 @@ private:
     // conversion of a make_hive hive.
     struct SValueKey {
         const CRegKey* key = nullptr;
-        CStrW mountedText;
-        CStrW realText;
-        CStrW source;        // for the record; empty without a full one
-        bool isRoot = true;  // only the hive is left of the path
+        CStrW source;                  // for the record; empty without a full one
+        std::size_t messageStart = 0;  // what all messages begin with; 0 before the first one
+        bool isRoot = true;            // only the hive is left of the path
         bool isUserScope = false;
         bool isInstallProperties = false;
         bool isEnvironment = false;
@@ -62,13 +62,14 @@ private:
     };
 
     [[nodiscard]] static std::u16string_view SourceOf(const CRegPathW& key);
-    void ShowProgress(std::u16string_view text);
+    void ShowKey(const CRegPathW& key);
+    void ShowValue(const CRegPathW& key, std::u16string_view name);
     void RecordKey(const CRegPathW& key, EReason reason, const CRegPathW& real);
-    void RecordValue(const CStrW& name, EReason reason, int status = 0);
-    [[nodiscard]] bool IsTaken(const CRegPathW& key, const CStrW& name, std::uint32_t mode);
+    void RecordValue(std::u16string_view name, EReason reason, int status = 0);
+    [[nodiscard]] bool IsTaken(const CRegPathW& key, std::u16string_view name, std::uint32_t mode);
     void SetManufacturer(const CStrW& publisher);
-    void AddVariable(const CStrW& name, const CStrW& text, bool deleted);
-    void AddValue(const CStrW& name, const CStrW& text, bool deleted);
+    void AddVariable(std::u16string_view name, const CStrW& text, bool deleted);
+    void AddValue(std::u16string_view name, const CStrW& text, bool deleted);
 
     CAssemblyProcessor& m_assemblyProcessor;
     CServiceProcessor& m_serviceProcessor;
@@ -79,6 +80,7 @@ private:
     const CStrW m_sid;
     CMountedKeys m_mountedKeys;
     const CRegPathW m_mount;
+    const SRealKey* m_real = nullptr;  // of the key that the walk is at; a loan of m_mountedKeys
     SValueKey m_valueKey;
     CRegBuf m_buffer;
 };

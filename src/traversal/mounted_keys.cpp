@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <utility>
 
 #include "foundation/path_names.h"
 #include "platform/text.h"
@@ -53,72 +54,52 @@ bool StaysAsItIs(std::u16string_view name) {
 
 }  // namespace
 
-SRealKey CMountedKeys::MapHivePath(const CRegPathW& mountedPath) {
-    const std::u16string_view mounted = mountedPath.ViewSubKey();
-    const SFolded folded = Fold(mounted, GetParent(ParentOf(mounted)));
-    const CHiveNameW hive(folded.isUser ? u"HKEY_USERS" : u"HKEY_LOCAL_MACHINE");
-    return {CRegPathW(hive, CRegPathW(folded.real)), folded.isEnvironment};
+// The record of a path, which is made from that of its parent if it is not kept.
+const CMountedKeys::SFolded& CMountedKeys::Get(std::u16string_view mounted, unsigned folds) {
+    for (SRecord& known : m_records) {
+        if (platform::HasSameUnits(known.mounted, mounted)) {
+            known.lastUse = ++m_uses;
+            return known.folded;
+        }
+    }
+    SFolded folded =
+        folds == 0 ? FoldAll(mounted) : Fold(mounted, Get(ParentOf(mounted), folds - 1));
+    SRecord& record = *std::ranges::min_element(m_records, {}, &SRecord::lastUse);
+    record.mounted = mounted;
+    record.folded = std::move(folded);
+    record.lastUse = ++m_uses;
+    return record.folded;
 }
 
 CMountedKeys::SFolded CMountedKeys::Fold(std::u16string_view mounted, const SFolded& parent) const {
     std::u16string_view rest = mounted;
     const std::u16string_view name = TakeLastName(rest);
-    // If nothing is left of the parent, the name becomes the first one and may have another
-    // meaning.
-    if (parent.real.IsEmpty() || !StaysAsItIs(name)) {
+    if (!parent.isParent || !StaysAsItIs(name)) {
         return FoldAll(mounted);
     }
-    SFolded folded{CStrW(mounted), CStrW(), parent.isUser, parent.isEnvironment};
-    folded.real.Reserve(parent.real.GetLength() + name.size() + 2);
-    folded.real.Append(parent.real);
-    folded.real.Append(u'\\');
-    folded.real.Append(name);
-    return folded;
+    return {{CRegPathW(parent.real.path, name), parent.real.isEnvironment}, true};
 }
 
 // On the text, not name by name: a text is removed or replaced wherever it is, also within names.
 // This must stay.
 CMountedKeys::SFolded CMountedKeys::FoldAll(std::u16string_view mounted) const {
-    SFolded folded{CStrW(mounted), CStrW(mounted)};
-    folded.isEnvironment = ContainsNames(mounted, {kMount, kCurrentUser, kEnvironment}) ||
-                           CRegPathW(mounted).Contains(m_machineEnvironment);
-    folded.real.Remove(kMount);
-    folded.real.Remove(kRegistry);
+    CStrW real(mounted);
+    real.Remove(kMount);
+    real.Remove(kRegistry);
     // Before kUser is removed below.
-    folded.isUser = folded.real.StartsWithNoCase(kUser);
-    folded.real.Remove(kMachine);
-    folded.real.Remove(kUser);
-    folded.real.Replace(kWow6432Node, u"Wow6432Node", true);
+    const CHiveNameW hive(real.StartsWithNoCase(kUser) ? u"HKEY_USERS" : u"HKEY_LOCAL_MACHINE");
+    real.Remove(kMachine);
+    real.Remove(kUser);
+    real.Replace(kWow6432Node, u"Wow6432Node", true);
     if (!m_sid.IsEmpty()) {
-        folded.real.Replace(kCurrentUser, m_sid, true);
+        real.Replace(kCurrentUser, m_sid, true);
     }
+    SFolded folded{{CRegPathW(hive, CRegPathW(real)), false}};
+    folded.real.isEnvironment = ContainsNames(mounted, {kMount, kCurrentUser, kEnvironment}) ||
+                                CRegPathW(mounted).Contains(m_machineEnvironment);
+    // Without a name of its own the real path says nothing of those below: the next name may have
+    // another meaning as the first one. After "registry", it may even make a kernel name of both.
+    folded.isParent = folded.real.path.GetSegmentCount() > 1 && !real.View().ends_with(u'\\') &&
+                      !EqualsNoCase(folded.real.path.GetSegmentText(1), kRegistry.substr(1));
     return folded;
-}
-
-// The record of that path; null when it is not kept.
-const CMountedKeys::SFolded* CMountedKeys::FindParent(std::u16string_view mounted) {
-    for (SFolded& parent : m_parents) {
-        if (platform::HasSameUnits(parent.mounted, mounted)) {
-            parent.lastUse = ++m_uses;
-            return &parent;
-        }
-    }
-    return nullptr;
-}
-
-// The record of that path, which is made if it is not kept.
-const CMountedKeys::SFolded& CMountedKeys::GetParent(std::u16string_view mounted) {
-    if (const SFolded* const known = FindParent(mounted)) {
-        return *known;
-    }
-    // Its own parent is kept too, for the siblings of this path.
-    const std::u16string_view above = ParentOf(mounted);
-    const SFolded* const parent = FindParent(above);
-    return Remember(Fold(mounted, parent != nullptr ? *parent : Remember(FoldAll(above))));
-}
-
-// Replaces the least recently used record.
-const CMountedKeys::SFolded& CMountedKeys::Remember(SFolded folded) {
-    folded.lastUse = ++m_uses;
-    return *std::ranges::min_element(m_parents, {}, &SFolded::lastUse) = std::move(folded);
 }

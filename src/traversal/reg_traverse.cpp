@@ -1,6 +1,7 @@
 #include "traversal/reg_traverse.h"
 
-#include <algorithm>
+#include <numeric>
+#include <stack>
 
 #include "platform/status.h"
 
@@ -19,25 +20,47 @@ bool IsEnd(int status, std::uint32_t index, std::uint32_t count) {
     return status == ERROR_NO_MORE_ITEMS || (status != ERROR_SUCCESS && index >= count);
 }
 
-// The path of a subkey; empty when its name is not valid.
-CRegPathW PathOf(const CRegPathW& key, const std::u16string& name) {
-    const CRegPathSegmentW segment(name);
-    return segment.IsEmpty() ? CRegPathW() : CRegPathW(key, segment);
+// A key that is open on the way down, for a count.
+struct SOpenKey {
+    CRegKey key;
+    platform::SKeyInfo info;
+    std::uint32_t next = 0;  // the index of the next subkey
+};
+
+// The visits of a walk through `root`. Depth first, because to open a key from its parent takes
+// less time than by its path. It tells nothing of keys that cannot be read, because the walk will.
+std::uint32_t CountVisits(const CRegPathW& root) {
+    std::stack<SOpenKey> way;
+    std::uint32_t count = 0;
+    const auto enter = [&](const auto& open) {
+        way.emplace();
+        SOpenKey& last = way.top();
+        if (open(last.key) != ERROR_SUCCESS || last.key.QueryInfo(last.info) != ERROR_SUCCESS ||
+            // A key without subkeys counts nothing, so its values are missing in the estimate. This
+            // must stay: it is the total that hosts see.
+            last.info.longestSubKeyName == 0) {
+            way.pop();
+            return;
+        }
+        count += last.info.valueCount;
+    };
+    enter([&](CRegKey& key) { return key.Open(root); });
+    std::u16string name;
+    while (!way.empty()) {
+        SOpenKey& last = way.top();
+        const std::uint32_t index = last.next++;
+        const int status = last.key.EnumKey(index, name);
+        if (IsEnd(status, index, last.info.subKeyCount)) {
+            way.pop();
+        } else if (status == ERROR_SUCCESS && CRegPathSegmentW::IsValid(name)) {
+            ++count;
+            enter([&](CRegKey& key) { return key.OpenSubKey(last.key, name); });
+        }
+    }
+    return count;
 }
 
 }  // namespace
-
-void CRegTraverse::Clear() {
-    m_pending.clear();
-    m_excluded.clear();
-}
-
-bool CRegTraverse::VisitKey(const CRegPathW& /*path*/) { return true; }
-
-bool CRegTraverse::IsExcluded(const CRegPathW& key) const {
-    return std::any_of(m_excluded.begin(), m_excluded.end(),
-                       [&key](const CRegPathW& excluded) { return excluded.Equals(key); });
-}
 
 void CRegTraverse::Run() {
     CRegPathW path;
@@ -48,6 +71,7 @@ void CRegTraverse::Run() {
             OnUnread(path, status);
             continue;
         }
+        BeginKey(path);
         VisitSubKeys(key, path);
         VisitValues(key, path);
     }
@@ -65,12 +89,13 @@ void CRegTraverse::VisitSubKeys(const CRegKey& key, const CRegPathW& path) {
         if (IsEnd(status, i, info.subKeyCount)) {
             return;
         }
-        CRegPathW subKey = status == ERROR_SUCCESS ? PathOf(path, name) : CRegPathW();
         // The next index may give a subkey again, so one failure does not end the enumeration.
-        if (subKey.IsEmpty()) {
+        if (status != ERROR_SUCCESS || !CRegPathSegmentW::IsValid(name)) {
             OnUnread(path, status != ERROR_SUCCESS ? status : ERROR_INVALID_NAME);
+            continue;
         }
-        if (!subKey.IsEmpty() && !IsExcluded(subKey) && VisitKey(subKey)) {
+        CRegPathW subKey(path, name);
+        if (VisitKey(subKey, key)) {
             m_pending.push_back(std::move(subKey));
         }
     }
@@ -89,51 +114,22 @@ void CRegTraverse::VisitValues(const CRegKey& key, const CRegPathW& path) {
 
 void CRegTraverse::VisitEachValue(const CRegKey& key, const CRegPathW& path, std::uint32_t count) {
     std::u16string name;
-    CStrW text;
     for (std::uint32_t i = 0; !IsStopped(); ++i) {
         std::uint32_t type = REG_NONE;
         const int status = key.EnumValue(i, name, type);
         if (IsEnd(status, i, count)) {
             return;
         }
-        // Reuses the storage of the text before.
-        text.Assign(name);
         if (status != ERROR_SUCCESS) {
             OnUnread(path, status);
-        } else if (!VisitValue(path, text, type)) {
+        } else if (!VisitValue(path, name, type)) {
             Stop(false);
         }
     }
 }
 
 std::uint32_t CRegTraverse::EstimateVisits() const {
-    // Works on a copy, so that the walk still finds its roots. It tells nothing of keys that cannot
-    // be read, because the walk will.
-    std::deque<CRegPathW> pending = m_pending;
-    CRegPathW path;
-    std::uint32_t count = 0;
-    while (!pending.empty()) {
-        CRegKey key;
-        platform::SKeyInfo info;
-        if (OpenNext(pending, path, key) != ERROR_SUCCESS || key.QueryInfo(info) != ERROR_SUCCESS ||
-            // A key without subkeys counts nothing, so its values are missing in the estimate. This
-            // must stay: it is the total that hosts see.
-            info.longestSubKeyName == 0) {
-            continue;
-        }
-        count += info.valueCount;
-        std::u16string name;
-        for (std::uint32_t i = 0;; ++i) {
-            const int status = key.EnumKey(i, name);
-            if (IsEnd(status, i, info.subKeyCount)) {
-                break;
-            }
-            CRegPathW subKey = status == ERROR_SUCCESS ? PathOf(path, name) : CRegPathW();
-            if (!subKey.IsEmpty() && !IsExcluded(subKey)) {
-                ++count;
-                pending.push_back(std::move(subKey));
-            }
-        }
-    }
-    return count;
+    return std::accumulate(
+        m_pending.begin(), m_pending.end(), std::uint32_t{0},
+        [](std::uint32_t sum, const CRegPathW& root) { return sum + CountVisits(root); });
 }

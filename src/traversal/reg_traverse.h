@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <vector>
 
 #include "foundation/reg_key.h"
 #include "foundation/reg_path.h"
@@ -18,20 +17,21 @@
 // the walk ends when it is empty. Only the worker thread touches it during a walk.
 class CRegTraverse : public CTraverse {
 public:
-    // Add keys to walk, and keys to leave out. Not during a walk.
+    // Adds a key to walk. Not during a walk.
     void AddRoot(const CRegPathW& key) { m_pending.push_back(key); }
-    void AddExcluded(const CRegPathW& key) { m_excluded.push_back(key); }
-    // Removes all roots, keys still to walk and keys to leave out.
-    void Clear();
+    // Removes all roots and keys still to walk.
+    void Clear() { m_pending.clear(); }
 
 protected:
-    // Visits a key. Returns whether the walk goes into it.
-    virtual bool VisitKey(const CRegPathW& path);
+    // Called before the subkeys of a key, and its values, are visited.
+    virtual void BeginKey(const CRegPathW& /*path*/) {}
+    // Visits a subkey of that key, which is open. Returns whether the walk goes into it.
+    virtual bool VisitKey(const CRegPathW& /*path*/, const CRegKey& /*parent*/) { return true; }
     // Called before and after the values of a key. `openKey` stays open in between.
     virtual void BeginValues(const CRegPathW& /*key*/, const CRegKey& /*openKey*/) {}
     virtual void EndValues() {}
     // Visits a value. Returns whether the walk goes on.
-    virtual bool VisitValue(const CRegPathW& key, const CStrW& name, std::uint32_t type) = 0;
+    virtual bool VisitValue(const CRegPathW& key, std::u16string_view name, std::uint32_t type) = 0;
 
     // Called for a key that cannot be read, or of which some subkey or value cannot be read.
     virtual void OnUnread(const CRegPathW& /*key*/, int /*status*/) {}
@@ -50,8 +50,6 @@ private:
     void VisitSubKeys(const CRegKey& key, const CRegPathW& path);
     void VisitValues(const CRegKey& key, const CRegPathW& path);
     void VisitEachValue(const CRegKey& key, const CRegPathW& path, std::uint32_t count);
-    [[nodiscard]] bool IsExcluded(const CRegPathW& key) const;
 
     std::deque<CRegPathW> m_pending;
-    std::vector<CRegPathW> m_excluded;
 };

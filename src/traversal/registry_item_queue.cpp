@@ -5,7 +5,6 @@
 #include "orvpackage/env_var_collections.h"
 #include "orvpackage/key_collections.h"
 #include "orvpackage/value_collections.h"
-#include "platform/text.h"
 
 namespace {
 
@@ -18,60 +17,65 @@ constexpr std::size_t kAlignment = sizeof(char16_t);
 
 }  // namespace
 
-void CRegistryItemQueue::AddKey(std::u16string_view key) { Add({EKind::Key}, key, {}, {}); }
+void CRegistryItemQueue::AddKey(std::u16string_view key, std::u16string_view source) {
+    SetKey(key, source);
+    Add({EKind::Key}, {}, {});
+}
 
-void CRegistryItemQueue::AddValue(std::u16string_view key, std::u16string_view name,
-                                  const void* data, std::uint32_t size, std::uint32_t type) {
+void CRegistryItemQueue::SetKey(std::u16string_view key, std::u16string_view source) {
+    m_key = key;
+    m_source = source;
+    m_isNewKey = true;
+}
+
+void CRegistryItemQueue::AddValue(std::u16string_view name, const void* data, std::uint32_t size,
+                                  std::uint32_t type) {
     SRecord record{EKind::Value};
     record.size = size;
     record.type = type;
-    Add(record, key, name, {}, data);
+    Add(record, name, {}, data);
 }
 
-void CRegistryItemQueue::AddString(std::u16string_view key, std::u16string_view name,
-                                   const CStrW& text) {
-    Add({EKind::String}, key, name, text);
+void CRegistryItemQueue::AddString(std::u16string_view name, const CStrW& text) {
+    Add({EKind::String}, name, text);
 }
 
-void CRegistryItemQueue::AddDeletedValue(std::u16string_view key, std::u16string_view name) {
-    Add({EKind::DeletedValue}, key, name, {});
+void CRegistryItemQueue::AddDeletedValue(std::u16string_view name) {
+    Add({EKind::DeletedValue}, name, {});
 }
 
 void CRegistryItemQueue::AddVariable(std::u16string_view name, const CStrW& text, bool isUser) {
-    Add({EKind::Variable, isUser}, {}, name, text);
+    Add({EKind::Variable, isUser}, name, text);
 }
 
 void CRegistryItemQueue::AddDeletedVariable(std::u16string_view name, bool isUser) {
-    Add({EKind::DeletedVariable, isUser}, {}, name, {});
+    Add({EKind::DeletedVariable, isUser}, name, {});
 }
 
-void CRegistryItemQueue::Add(SRecord record, std::u16string_view key, std::u16string_view name,
-                             const CStrW& text, const void* data) {
-    if (record.size >= kBatchBytes || text.GetLength() >= kBatchBytes) {
+void CRegistryItemQueue::Add(SRecord record, std::u16string_view name, std::u16string_view text,
+                             const void* data) {
+    if (record.size >= kBatchBytes || text.size() >= kBatchBytes) {
         // Large data is not copied into a batch: the item is made here, after all earlier ones.
         Finish();
-        MakeItem(record, {CStrW(m_source), CStrW(key), CStrW(name), text},
-                 static_cast<const std::byte*>(data));
+        MakeItem(record, {m_source, m_key, name, text}, static_cast<const std::byte*>(data));
         return;
     }
     SBatch& batch = m_batches[m_filled];
     // The first record of a batch always brings its key, because a batch is read without the one
     // before.
-    record.isNewKey = batch.records.empty() || !platform::HasSameUnits(batch.key, key) ||
-                      !platform::HasSameUnits(batch.source, m_source);
+    record.isNewKey = m_isNewKey || batch.records.empty();
     if (record.isNewKey) {
-        batch.key = key;
-        batch.source = m_source;
-        batch.texts += key;
+        m_isNewKey = false;
+        batch.texts += m_key;
         batch.texts += m_source;
-        record.keyLength = key.size();
+        record.keyLength = m_key.size();
         record.sourceLength = m_source.size();
     }
     // Key, source, name, text: MakeItems takes them in this order.
     batch.texts += name;
     batch.texts += text;
     record.nameLength = name.size();
-    record.textLength = text.GetLength();
+    record.textLength = text.size();
     record.dataStart = batch.AppendData(data, record.size);
     batch.records.push_back(record);
     if (batch.records.size() >= kBatchRecords || batch.data.size() >= kBatchBytes ||
@@ -119,22 +123,12 @@ void CRegistryItemQueue::MakeItems(const SBatch& batch) {
     STexts texts;
     for (const SRecord& record : batch.records) {
         if (record.isNewKey) {
-            texts.key.Assign(take(record.keyLength));
-            texts.source.Assign(take(record.sourceLength));
+            texts.key = take(record.keyLength);
+            texts.source = take(record.sourceLength);
         }
-        texts.name.Assign(take(record.nameLength));
-        texts.text.Assign(take(record.textLength));
-        // Without memory a text is shorter, and the item would be another one. It is left out.
-        if (texts.name.GetLength() == record.nameLength &&
-            texts.text.GetLength() == record.textLength) {
-            MakeItem(record, texts, batch.data.data() + record.dataStart);
-        } else {
-            GetRecord().Add({.thing = EThing::Value,
-                             .reason = EReason::NoMemory,
-                             .source = texts.source,
-                             .name = texts.name,
-                             .target = texts.key});
-        }
+        texts.name = take(record.nameLength);
+        texts.text = take(record.textLength);
+        MakeItem(record, texts, batch.data.data() + record.dataStart);
     }
 }
 

@@ -28,15 +28,17 @@ public:
     CRegistryItemQueue(COrvPackage& package, std::uint32_t architecture)
         : m_package(package), m_architecture(architecture) {}
 
-    // Sets the captured key that the next additions come from, for a full record; empty for none.
-    void SetSource(std::u16string_view source) { m_source = source; }
-    void AddKey(std::u16string_view key);
+    // Adds a key. `source` is the captured key that it comes from, for a full record; empty for
+    // none.
+    void AddKey(std::u16string_view key, std::u16string_view source);
+    // Sets the key that the next values belong to, which is empty for variables, and their source.
+    void SetKey(std::u16string_view key, std::u16string_view source);
     // A value with raw data and its type, or with a string. If there is no memory for its data, it
     // is left out of the package.
-    void AddValue(std::u16string_view key, std::u16string_view name, const void* data,
-                  std::uint32_t size, std::uint32_t type);
-    void AddString(std::u16string_view key, std::u16string_view name, const CStrW& text);
-    void AddDeletedValue(std::u16string_view key, std::u16string_view name);
+    void AddValue(std::u16string_view name, const void* data, std::uint32_t size,
+                  std::uint32_t type);
+    void AddString(std::u16string_view name, const CStrW& text);
+    void AddDeletedValue(std::u16string_view name);
     void AddVariable(std::u16string_view name, const CStrW& text, bool isUser);
     void AddDeletedVariable(std::u16string_view name, bool isUser);
 
@@ -65,22 +67,20 @@ private:
         std::vector<SRecord> records;
         std::u16string texts;
         std::vector<std::byte> data;
-        std::u16string key;     // the last one
-        std::u16string source;  // the last one
 
         std::size_t AppendData(const void* bytes, std::size_t size);
     };
 
-    void Add(SRecord record, std::u16string_view key, std::u16string_view name, const CStrW& text,
+    void Add(SRecord record, std::u16string_view name, std::u16string_view text,
              const void* data = nullptr);
     void HandOver();
     void MakeItems(const SBatch& batch);
-    // The texts of an addition.
+    // The texts of an addition, as loans.
     struct STexts {
-        CStrW source;
-        CStrW key;
-        CStrW name;
-        CStrW text;
+        std::u16string_view source;
+        std::u16string_view key;
+        std::u16string_view name;
+        std::u16string_view text;
     };
     void MakeItem(const SRecord& record, const STexts& texts, const std::byte* data);
     void RecordItem(const STexts& texts, EThing thing, bool isNew, const char16_t* collection);
@@ -92,6 +92,8 @@ private:
     // One is filled and one made into items, while others wait.
     std::array<SBatch, kMaxWaiting + 2> m_batches;
     std::size_t m_filled = 0;
+    std::u16string m_key;
     std::u16string m_source;
+    bool m_isNewKey = true;  // neither is in the batch yet
     platform::CJobQueue m_queue{kMaxWaiting};
 };

@@ -60,6 +60,17 @@ TEST(MountedKeysTest, FoldsTheSameWhateverWasAskedForBefore) {
     }
 }
 
+TEST(MountedKeysTest, ASubKeyIsTheSameFromItsParent) {
+    CMountedKeys keys{CStrW(kSid)};
+    for (const auto& [asked, real] : kCases) {
+        CRegPathW path(std::u16string(uR"(HKEY_LOCAL_MACHINE\CasToOrvConversion)") + asked);
+        CRegPathW parent = path;
+        parent.RemoveLast(1);
+        keys.MapHivePath(parent);
+        EXPECT_EQ(Utf8(keys.MapSubKey(path).path.ToString()), real);
+    }
+}
+
 TEST(MountedKeysTest, OnlyTheMachinesKeyAndWhatIsBelowHasVariables) {
     CMountedKeys keys{CStrW(kSid)};
     const std::u16string manager =
