@@ -1,11 +1,13 @@
 #include "driver/reg_exclusions.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <memory>
 
 #include "foundation/reg_access.h"
 #include "platform/machine.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -13,6 +15,10 @@ constexpr std::u16string_view kLowerKernelRoot = uR"(\registry\)";
 constexpr std::u16string_view kUsers = uR"(HKEY_USERS\)";
 constexpr std::u16string_view kLowerUsers = uR"(hkey_users\)";
 constexpr std::u16string_view kLowerDefaultUser = uR"(hkey_users\.default)";
+
+bool StartsWith(std::u16string_view text, std::u16string_view start) {
+    return platform::HasSameUnits(text.substr(0, start.size()), start);
+}
 
 // Compared unit by unit. For ASCII patterns this equals the comparison of any locale. All patterns
 // are ASCII, except for the names of volatile hives, which in practice are ASCII too.
@@ -108,6 +114,8 @@ bool CRegExclusions::AddRule(const CStrW& pattern, std::uint32_t match, bool fla
         m_rules.push_back({pattern, match, flag, LowerCase(pattern)});
         if (match == MatchPrefix) {
             AddPrefix(m_rules.back().m_lowerPattern.View());
+        } else if (match == MatchContains) {
+            AddPart(m_rules.back().m_lowerPattern.View());
         } else {
             m_otherRules.push_back(m_rules.back());
         }
@@ -128,11 +136,44 @@ void CRegExclusions::AddPrefix(std::u16string_view lowerPattern) {
     m_lowerPrefixes.emplace(lowerPattern);
 }
 
+void CRegExclusions::AddPart(std::u16string_view lowerPattern) {
+    if (m_lowerParts.empty()) {
+        m_lowerPartsStart = lowerPattern;
+    }
+    const auto end = std::ranges::mismatch(m_lowerPartsStart, lowerPattern).in1;
+    m_lowerPartsStart.erase(end, m_lowerPartsStart.end());
+    m_lowerParts.emplace_back(lowerPattern);
+}
+
+bool CRegExclusions::ContainsPart(std::u16string_view lowerPath) const {
+    if (m_lowerParts.empty()) {
+        return false;
+    }
+    for (std::size_t place = lowerPath.find(m_lowerPartsStart); place != std::u16string_view::npos;
+         place = lowerPath.find(m_lowerPartsStart, place + 1)) {
+        const std::u16string_view rest = lowerPath.substr(place);
+        if (std::ranges::any_of(m_lowerParts, [rest](const std::u16string& part) {
+                return StartsWith(rest, part);
+            })) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CRegExclusions::SBytewiseLess::operator()(std::u16string_view left,
+                                               std::u16string_view right) const {
+    const std::size_t common = std::min(left.size(), right.size());
+    const int order =
+        common == 0 ? 0 : std::memcmp(left.data(), right.data(), common * sizeof(char16_t));
+    return order != 0 ? order < 0 : left.size() < right.size();
+}
+
 // No prefix is the start of another one. So only the last prefix that is not greater than the path
 // can be its start.
 bool CRegExclusions::StartsWithPrefix(std::u16string_view lowerPath) const {
     const auto next = m_lowerPrefixes.upper_bound(lowerPath);
-    return next != m_lowerPrefixes.begin() && lowerPath.starts_with(*std::prev(next));
+    return next != m_lowerPrefixes.begin() && StartsWith(lowerPath, *std::prev(next));
 }
 
 EReason CRegExclusions::GetReason(const CStrW& path, CStrW& rule) const {
@@ -152,11 +193,10 @@ bool CRegExclusions::IsExcluded(const CStrW& path) const {
     if (path.IsEmpty()) {
         return false;
     }
-    const CStrW lowerPath = LowerCase(path);
-    const std::u16string_view lower = lowerPath;
-    return StartsWithPrefix(lower) ||
+    const std::u16string lower = platform::FoldedText(path);
+    return StartsWithPrefix(lower) || ContainsPart(lower) ||
            std::any_of(m_otherRules.begin(), m_otherRules.end(),
-                       [lower](const CExclusionRule& rule) { return Matches(rule, lower); }) ||
+                       [&lower](const CExclusionRule& rule) { return Matches(rule, lower); }) ||
            lower.starts_with(kLowerKernelRoot) || IsOtherUser(lower);
 }
 

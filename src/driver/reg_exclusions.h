@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -26,7 +25,9 @@ struct CExclusionRule {
 //
 // INVARIANT: `m_rules` is all rules in the order of their addition, no two with the same text.
 // `m_lowerPrefixes` has the texts of the prefix rules, except for those that begin with another
-// one; so one look-up in their order replaces a test of each. `m_otherRules` are the other rules.
+// one; so one look-up in their order replaces a test of each. `m_lowerParts` are the texts that a
+// path is searched for, and all of them begin with `m_lowerPartsStart`, so that only its places are
+// looked at. `m_otherRules` are the other rules.
 // Gain: 5 times in IsExcluded/Kept, 4 times in IsExcluded/Noise.
 class CRegExclusions {
 public:
@@ -50,15 +51,24 @@ public:
 
 private:
     struct SInstance;
+    // An order in which a text is followed by all that begin with it. Faster than that of units.
+    struct SBytewiseLess {
+        using is_transparent = void;
+        bool operator()(std::u16string_view left, std::u16string_view right) const;
+    };
 
     static SInstance& Instance();
     void AddVolatileHives();
     void AddPrefix(std::u16string_view lowerPattern);
+    void AddPart(std::u16string_view lowerPattern);
     [[nodiscard]] bool StartsWithPrefix(std::u16string_view lowerPath) const;
+    [[nodiscard]] bool ContainsPart(std::u16string_view lowerPath) const;
     [[nodiscard]] bool IsOtherUser(std::u16string_view lowerPath) const;
 
     std::vector<CExclusionRule> m_rules;
-    std::set<std::u16string, std::less<>> m_lowerPrefixes;
+    std::set<std::u16string, SBytewiseLess> m_lowerPrefixes;
+    std::vector<std::u16string> m_lowerParts;
+    std::u16string m_lowerPartsStart;
     std::vector<CExclusionRule> m_otherRules;
     CSharedHolder<CRegPathConverter> m_pathConverter;  // keeps the shared instance alive
     CStrW m_lowerUserKey;

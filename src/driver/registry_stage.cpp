@@ -39,7 +39,8 @@ void ExcludeFrom(COrvCollection& keys, const COrvSanitizer& sanitizer, CProgress
         } else {
             key.Advance();
         }
-        progress.SetMessage(u"Excluding " + path);
+        progress.SetMessage(u"Excluding ");
+        progress.SetMessageEnd(std::size(u"Excluding ") - 1, path);
         progress.Step();
     }
 }

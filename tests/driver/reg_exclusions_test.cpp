@@ -54,6 +54,12 @@ TEST_F(RegExclusionsTest, RefusesARuleThatIsThere) {
     EXPECT_TRUE(m_exclusions.AddRule(u"Tail", MatchSuffix, false));
     EXPECT_TRUE(m_exclusions.IsExcluded(uR"(HKEY_LOCAL_MACHINE\SOFTWARE\aTAIL)"));
     EXPECT_FALSE(m_exclusions.IsExcluded(uR"(HKEY_LOCAL_MACHINE\SOFTWARE\Tails)"));
+    // One that has nothing in common with the others of its kind.
+    EXPECT_TRUE(m_exclusions.AddRule(u"Part", MatchContains, false));
+    EXPECT_TRUE(m_exclusions.IsExcluded(uR"(HKEY_LOCAL_MACHINE\SOFTWARE\aparts)"));
+    EXPECT_TRUE(
+        m_exclusions.IsExcluded(uR"(HKEY_USERS\.DEFAULT\Software\Microsoft\Windows\Shell\Bags)"));
+    EXPECT_FALSE(m_exclusions.IsExcluded(uR"(HKEY_LOCAL_MACHINE\SOFTWARE\par)"));
 }
 
 // More than can be moved one place forward for each.
