@@ -75,7 +75,7 @@ COrvValueItem::~COrvValueItem() { FreeBlock(); }
 // In a collection this gives nothing back: the memory of all its items is freed as a whole.
 void COrvValueItem::FreeBlock() {
     if (m_block != nullptr) {
-        m_memory.deallocate(m_block, m_capacity * sizeof(char16_t), alignof(char16_t));
+        m_memory.deallocate(m_block, std::size_t{m_capacity} * sizeof(char16_t), alignof(char16_t));
     }
 }
 
@@ -85,6 +85,9 @@ bool COrvValueItem::ReserveTail(std::size_t size) {
     const std::size_t capacity = m_nameLength + (size + 1) / sizeof(char16_t);
     if (capacity <= m_capacity) {
         return true;
+    }
+    if (capacity > std::numeric_limits<std::uint32_t>::max()) {
+        return false;
     }
     void* block = nullptr;
     try {
@@ -97,7 +100,7 @@ bool COrvValueItem::ReserveTail(std::size_t size) {
     std::copy_n(m_block, m_nameLength, units);
     FreeBlock();
     m_block = units;
-    m_capacity = capacity;
+    m_capacity = static_cast<std::uint32_t>(capacity);
     return true;
 }
 

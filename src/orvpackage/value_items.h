@@ -71,12 +71,12 @@ private:
                   std::size_t tailSize);
     void FreeBlock();
 
-    std::pmr::memory_resource& m_memory;
-    // The name, and the tail after it, in one block, because a package has very many values. Owned;
-    // null when both are empty.
-    char16_t* m_block = nullptr;
-    std::size_t m_capacity = 0;  // in units
+    // Numbers of 32 bits, in an order that leaves no gaps: there are very many values.
     std::uint32_t m_nameLength = 0;
+    std::pmr::memory_resource& m_memory;
+    // The name, and the tail after it, in one block. Owned; null when both are empty.
+    char16_t* m_block = nullptr;
+    std::uint32_t m_capacity = 0;  // in units
 };
 
 class COrvDeleteValue : public COrvValueItem {
