@@ -52,6 +52,7 @@ public:
 protected:
     // The same of a record that is expanded already.
     struct SExpanded {
+        explicit SExpanded(OwnerOf<kKey>&& from) : content(std::move(from)) {}
         OwnerOf<kKey> content;
     };
     explicit COrvItemOf(SExpanded expanded)

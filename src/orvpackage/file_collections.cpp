@@ -40,7 +40,7 @@ COrvCreateFile::COrvCreateFile(SOrvFile content, bool isRelative)
     : COrvItemOf(std::move(content)), m_isRelative(isRelative) {}
 
 COrvCreateFile::COrvCreateFile(SPlain plain, bool isRelative)
-    : COrvItemOf(SExpanded{std::move(plain.content)}), m_isRelative(isRelative) {}
+    : COrvItemOf(SExpanded(std::move(plain.content))), m_isRelative(isRelative) {}
 
 // An absolute source could name any file of the installer's machine as payload.
 bool COrvCreateFile::IsValid() const { return COrvItemOf::IsValid() && m_isRelative; }
@@ -56,7 +56,7 @@ COrvCreateFile* COrvCreateFilesCollection::AddFile(SOrvFile content, EFilePathKi
     // A token may expand to a path of another kind. Without one the path need not be parsed again.
     const bool isRelative = IsRelative(sourceKind);
     COrvItemPtr<COrvCreateFile> file =
-        isPlain ? Make<COrvCreateFile>(COrvCreateFile::SPlain{std::move(content)}, isRelative)
+        isPlain ? Make<COrvCreateFile>(COrvCreateFile::SPlain(std::move(content)), isRelative)
         : HasUnit(content.relativeSource, u'%')
             ? Make<COrvCreateFile>(std::move(content))
             : Make<COrvCreateFile>(std::move(content), isRelative);

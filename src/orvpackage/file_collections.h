@@ -1,6 +1,8 @@
 // orvpackage/file_collections.h - items that name a place in the file system.
 #pragma once
 
+#include <utility>
+
 #include "foundation/file_path.h"
 #include "orvpackage/content_items.h"
 
@@ -53,6 +55,7 @@ public:
     COrvCreateFile(SOrvFile content, bool isRelative);
     // The same without a percent sign in its texts, so that there is nothing to expand.
     struct SPlain {
+        explicit SPlain(SOrvFile&& from) : content(std::move(from)) {}
         SOrvFile content;
     };
     COrvCreateFile(SPlain plain, bool isRelative);
