@@ -15,6 +15,14 @@ namespace platform {
 // Gain: 60 % fewer instructions for an attribute than five calls of std::u16string::append.
 class CTextBuffer {
 public:
+    CTextBuffer() = default;
+    CTextBuffer(CTextBuffer&& other) noexcept { Swap(other); }
+    CTextBuffer& operator=(CTextBuffer&& other) noexcept {
+        CTextBuffer taken(std::move(other));
+        Swap(taken);
+        return *this;
+    }
+
     void Reserve(std::size_t capacity) {
         if (capacity > m_capacity) {
             Grow(capacity);
@@ -38,6 +46,12 @@ public:
     [[nodiscard]] std::u16string_view View() const { return {m_units.get(), m_size}; }
 
 private:
+    void Swap(CTextBuffer& other) {
+        std::swap(m_units, other.m_units);
+        std::swap(m_capacity, other.m_capacity);
+        std::swap(m_size, other.m_size);
+    }
+
     void Grow(std::size_t capacity) {
         auto units = std::make_unique_for_overwrite<char16_t[]>(capacity);
         std::copy_n(m_units.get(), m_size, units.get());
