@@ -17,7 +17,8 @@ void RecordTakenPlaces(const COrvPackage& package) {
     bool hasRelative = false;
     for (COrvItemCItr<COrvCreateFile> file(files); !hasRelative && file.Get() != nullptr;
          file.Advance()) {
-        hasRelative = !HasUnit(file.Get()->GetContent().target, u':');
+        hasRelative = !HasUnit(file.Get()->GetFolder().target.text, u':') &&
+                      !HasUnit(file.Get()->GetNameInFolder(), u':');
     }
     if (!hasRelative) {
         return;
@@ -32,13 +33,13 @@ void RecordTakenPlaces(const COrvPackage& package) {
     addActions(package.Get<COrvPreActionsCollection>());
     addActions(package.Get<COrvPostActionsCollection>());
     for (COrvItemCItr<COrvCreateFile> file(files); file.Get() != nullptr; file.Advance()) {
-        const SOrvFile& content = file.Get()->GetContent();
-        if (!places.insert(HashKeyText(content.relativeSource)).second) {
+        const CStrW relativeSource = file.Get()->GetRelativeSource();
+        if (!places.insert(HashKeyText(relativeSource)).second) {
             GetRecord().Add({.thing = EThing::File,
                              .reason = EReason::PlaceTaken,
                              .collection = u"CreateFiles",
-                             .target = content.target,
-                             .detail = content.relativeSource});
+                             .target = file.Get()->GetTarget(),
+                             .detail = relativeSource});
         }
     }
 }

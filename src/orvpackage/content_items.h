@@ -50,14 +50,6 @@ public:
     [[nodiscard]] CStrW GetName() const override { return this->m_content.*kKey; }
 
 protected:
-    // The same of a record that is expanded already.
-    struct SExpanded {
-        explicit SExpanded(OwnerOf<kKey>&& from) : content(std::move(from)) {}
-        OwnerOf<kKey> content;
-    };
-    explicit COrvItemOf(SExpanded expanded)
-        : Base(HashKeyText(expanded.content.*kKey), std::move(expanded.content)) {}
-
     // Takes all that there is to say of the item but its key, which stays.
     void SetContent(OwnerOf<kKey> content) {
         Base::Expand(content).*kKey = this->m_content.*kKey;

@@ -56,6 +56,14 @@ bool ReplaceSid(std::u16string_view text, std::u16string_view sid, std::u16strin
     return true;
 }
 
+// Whether a text is that of a folder on a drive, with all that a path may match in it at its start,
+// and nothing to escape.
+bool IsPlainFolder(std::u16string_view text) {
+    constexpr auto npos = std::u16string_view::npos;
+    return text.size() > 2 && text[1] == u':' && text.find(u':', 2) == npos &&
+           text.find(uR"(\\)") == npos && !HasUnit(text, u'%') && !HasUnit(text, u'|');
+}
+
 }  // namespace
 
 COrvSanitizer::COrvSanitizer() : m_sid(GetCurrentUserSid()) {}
@@ -96,6 +104,23 @@ std::u16string_view COrvSanitizer::Sanitize(std::u16string_view text, std::uint3
         take(ReplaceSid(text, m_sid, next));
     }
     return text;
+}
+
+// Escapes and SIDs do not reach over a backslash. A path may, if it goes on after the folder.
+bool COrvSanitizer::SanitizeFolder(std::u16string_view folder, std::uint32_t flags,
+                                   std::u16string& portable) const {
+    const bool isKept = (flags & SanitizeNoRegPaths) != 0 &&
+                        (folder.empty() || folder.ends_with(u'\\')) &&
+                        ((flags & SanitizeNoFilePaths) != 0 ||
+                         (IsPlainFolder(folder) && m_fileConverter->KeepsNamesIn(folder)));
+    if (isKept) {
+        // With a name, because a token at the end of a text has no backslash after it.
+        const std::u16string file = std::u16string(folder) + u'x';
+        std::u16string buffer;
+        portable = Sanitize(file, flags, buffer);
+        portable.pop_back();
+    }
+    return isKept;
 }
 
 CStrW COrvSanitizer::Desanitize(const CStrW& text, std::uint32_t flags) const {

@@ -31,6 +31,12 @@ public:
     // `buffer`. Throws std::bad_alloc.
     [[nodiscard]] std::u16string_view Sanitize(std::u16string_view text, std::uint32_t flags,
                                                std::u16string& buffer) const;
+    // Puts the start of the portable forms of the files of a folder into `portable`: the form of a
+    // file is this start and the form of its name by SanitizeNoPaths. False, with `portable` in no
+    // particular state, when it may be another. `folder` ends in a backslash or is empty; a name
+    // is not empty, and has no backslash and no colon. Throws std::bad_alloc.
+    [[nodiscard]] bool SanitizeFolder(std::u16string_view folder, std::uint32_t flags,
+                                      std::u16string& portable) const;
     // Each string by itself; what becomes empty is dropped.
     [[nodiscard]] CDoubleNullStringW SanitizeMulti(const CDoubleNullStringW& strings,
                                                    std::uint32_t flags) const;

@@ -375,13 +375,13 @@ bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name)
     // The item expands what looks like a token, but the payload keeps its name.
     if (isNew && CRecord::IsOn() &&
         (isKnown ? hasPercent || m_places->hasInnerPercent : HasInnerPercent(collapsed)) &&
-        added->GetContent().relativeSource != relative) {
+        added->GetRelativeSource() != relative) {
         GetRecord().Add({.thing = EThing::File,
                          .reason = EReason::TokenInName,
                          .source = name,
                          .collection = u"CreateFiles",
                          .target = GetTarget(path).View(),
-                         .detail = added->GetContent().relativeSource});
+                         .detail = added->GetRelativeSource()});
     }
     // If the package has the item already, the file is copied all the same.
     CopyPayload(path, name, payload);
