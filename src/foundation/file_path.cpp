@@ -8,9 +8,6 @@
 
 namespace {
 
-// In UTF-16 units: the longest folder that Windows makes without the prefix, 260 less a NUL and an
-// 8.3 name.
-constexpr std::size_t kMaxPlainPath = 247;
 constexpr std::u16string_view kLongPrefix = uR"(\\?\)";
 constexpr std::u16string_view kLongUncPrefix = uR"(\\?\UNC\)";
 

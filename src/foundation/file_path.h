@@ -8,6 +8,10 @@
 
 #include "foundation/wide_string.h"
 
+// In UTF-16 units: the longest folder that Windows makes without the prefix, 260 less a NUL and an
+// 8.3 name.
+constexpr std::size_t kMaxPlainPath = 247;
+
 enum EFilePathKind : std::int32_t {
     FilePathNone = 0,           // empty
     FilePathAbsolute = 1,       // C:\dir\file

@@ -120,24 +120,29 @@ CStrW COrvCreateFile::GetRelativeSource() const { return Join(m_folder.source.te
 
 COrvCreateFile* COrvCreateFilesCollection::AddFile(const CFilePathW& target,
                                                    const CFilePathW& relativeSource) {
-    return AddFile({target.ToString(), relativeSource.ToString()}, relativeSource.GetKind(), false);
+    return AddFile({target.ToString(), relativeSource.ToString()}, relativeSource.GetKind());
 }
 
 // The copy of a double is deleted because no item names it, and the first item has its own.
-COrvCreateFile* COrvCreateFilesCollection::AddFile(SOrvFile content, EFilePathKind sourceKind,
-                                                   bool isPlain) {
-    bool isRelative = IsRelative(sourceKind);
-    if (!isPlain) {
-        // A token may expand to a path of another kind. Without one the path need not be parsed
-        // again.
-        const bool mayChange = HasUnit(content.relativeSource, u'%');
-        Expand(content);
-        isRelative = mayChange ? IsRelative(content.relativeSource) : isRelative;
-    }
+COrvCreateFile* COrvCreateFilesCollection::AddFile(SOrvFile content, EFilePathKind sourceKind) {
+    // A token may expand to a path of another kind. Without one the path need not be parsed again.
+    const bool mayChange = HasUnit(content.relativeSource, u'%');
+    Expand(content);
+    const bool isRelative = mayChange ? IsRelative(content.relativeSource) : IsRelative(sourceKind);
     // The tokens are expanded first, so that a path and its form with a token are a double too.
     COrvCreateFile* const added = AddOwned(MakeFile(content, isRelative));
     if (added == nullptr) {
         DeletePayload(content.relativeSource, content.target);
+    }
+    return added;
+}
+
+COrvCreateFile* COrvCreateFilesCollection::AddFile(const SOrvFile& folder,
+                                                   std::u16string_view name) {
+    COrvCreateFile* const added =
+        AddOwned(MakeFile(FindFolder(folder.target, folder.relativeSource), name, true));
+    if (added == nullptr) {
+        DeletePayload(Join(folder.relativeSource, name), Join(folder.target, name));
     }
     return added;
 }
@@ -147,8 +152,13 @@ COrvItemPtr<COrvCreateFile> COrvCreateFilesCollection::MakeFile(const SOrvFile& 
     const std::u16string_view name = CommonName(content);
     const SOrvFileFolder& folder =
         FindFolder(WithoutEnd(content.target, name), WithoutEnd(content.relativeSource, name));
-    return Make<COrvCreateFile>(folder, CopyText(name, GetMemory()),
-                                isRelative && !content.target.IsEmpty(), m_hash.Hash(name));
+    return MakeFile(folder, name, isRelative && !content.target.IsEmpty());
+}
+
+COrvItemPtr<COrvCreateFile> COrvCreateFilesCollection::MakeFile(const SOrvFileFolder& folder,
+                                                                std::u16string_view name,
+                                                                bool isValid) {
+    return Make<COrvCreateFile>(folder, CopyText(name, GetMemory()), isValid, m_hash.Hash(name));
 }
 
 const SOrvFileFolder& COrvCreateFilesCollection::FindFolder(std::u16string_view target,

@@ -104,9 +104,12 @@ public:
     // Adds a file and lends the item. Null for a double, whose payload copy is then deleted, unless
     // it is the target itself. Files of a folder that come one after the other share its texts.
     COrvCreateFile* AddFile(const CFilePathW& target, const CFilePathW& relativeSource);
-    // The same by texts. `sourceKind` is the kind of the relative source. `isPlain` tells that
-    // neither has a percent sign.
-    COrvCreateFile* AddFile(SOrvFile content, EFilePathKind sourceKind, bool isPlain);
+    // The same by texts. `sourceKind` is the kind of the relative source.
+    COrvCreateFile* AddFile(SOrvFile content, EFilePathKind sourceKind);
+    // The same of a file with that name, by the texts of its folder, which end in a backslash.
+    // There is no percent sign in them, the relative source is a relative path, and the name has no
+    // colon.
+    COrvCreateFile* AddFile(const SOrvFile& folder, std::u16string_view name);
 
 protected:
     void PrefetchItem(const COrvItem& item, unsigned step) const override;
@@ -115,8 +118,10 @@ protected:
     bool FinishItem() override;
 
 private:
-    // The texts are expanded.
+    // The texts are expanded. In the second one they are those of the folder.
     [[nodiscard]] COrvItemPtr<COrvCreateFile> MakeFile(const SOrvFile& content, bool isRelative);
+    [[nodiscard]] COrvItemPtr<COrvCreateFile> MakeFile(const SOrvFileFolder& folder,
+                                                       std::u16string_view name, bool isValid);
     [[nodiscard]] const SOrvFileFolder& FindFolder(std::u16string_view target,
                                                    std::u16string_view source);
     void KeepPortable(SOrvFileFolder& folder);

@@ -1,7 +1,6 @@
 #include "traversal/cas_file_traverse_manager.h"
 
 #include "foundation/file_system.h"
-#include "orvpackage/file_collections.h"
 #include "orvpackage/shortcut_collection.h"
 #include "platform/com.h"
 #include "platform/status.h"
@@ -232,10 +231,21 @@ CCasFileTraverseManager::SPlaces CCasFileTraverseManager::FindPlaces(
         places.payload = payload.GetParent();
         places.destination = destination.GetParent();
         places.isSource = places.destination.Equals(folder);
-        places.hasPercent = HasUnit(text, u'%') || HasUnit(payload.ToString(), u'%');
+        const CStrW source = payload.ToString();
+        if (payload.GetKind() == FilePathRelative && !HasUnit(text, u'%') &&
+            !HasUnit(source, u'%')) {
+            places.texts = {text.Mid(0, text.GetLength() - kName.size()),
+                            source.Mid(0, source.GetLength() - kName.size())};
+        }
         places.hasInnerPercent = HasInnerPercent(collapsed);
     }
     return places;
+}
+
+// A long path has a prefix, and a name with a colon may be a drive.
+bool CCasFileTraverseManager::SPlaces::HaveTextsOf(std::u16string_view name) const {
+    return !texts.target.IsEmpty() && texts.target.GetLength() + name.size() <= kMaxPlainPath &&
+           !HasUnit(name, u'%') && !HasUnit(name, u':');
 }
 
 CFilePathW MakePayloadName(const CStrW& collapsed) {
@@ -360,21 +370,25 @@ CStrW CCasFileTraverseManager::GetTarget(const CFilePathW& path) const {
 }
 
 bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name) {
-    const bool isKnown = m_places->AreKnown();
+    auto& files = m_package.Get<COrvCreateFilesCollection>();
     const std::u16string_view last = path.ViewLastSegment();
+    if (m_places->HaveTextsOf(last)) {
+        const bool isNew = files.AddFile(m_places->texts, last) != nullptr;
+        CopyPayload(path, name, CFilePathW());
+        return isNew;
+    }
+    const bool isKnown = m_places->AreKnown();
     // Without the prefix of long paths, so that the payload of a deep file is named like any other.
     const CStrW collapsed =
         isKnown ? CStrW() : m_pathConverter->Collapse(MapToTarget(path).ToPlainString());
     const CFilePathW payload = isKnown ? CFilePathW() : MakePayloadName(collapsed);
     const CStrW relative = isKnown ? m_places->payload.ToString(last) : payload.ToString();
-    const bool hasPercent = HasUnit(last, u'%');
-    const COrvCreateFile* const added = m_package.Get<COrvCreateFilesCollection>().AddFile(
-        {GetTarget(path), relative}, isKnown ? m_places->payload.GetKind() : payload.GetKind(),
-        isKnown && !hasPercent && !m_places->hasPercent);
+    const COrvCreateFile* const added = files.AddFile(
+        {GetTarget(path), relative}, isKnown ? m_places->payload.GetKind() : payload.GetKind());
     const bool isNew = added != nullptr;
     // The item expands what looks like a token, but the payload keeps its name.
     if (isNew && CRecord::IsOn() &&
-        (isKnown ? hasPercent || m_places->hasInnerPercent : HasInnerPercent(collapsed)) &&
+        (isKnown ? HasUnit(last, u'%') || m_places->hasInnerPercent : HasInnerPercent(collapsed)) &&
         added->GetRelativeSource() != relative) {
         GetRecord().Add({.thing = EThing::File,
                          .reason = EReason::TokenInName,

@@ -9,6 +9,7 @@
 #include "discovery/assembly_processor.h"
 #include "foundation/file_path_converter.h"
 #include "foundation/sorted_texts.h"
+#include "orvpackage/file_collections.h"
 #include "orvpackage/package.h"
 #include "reporting/progress_event.h"
 #include "reporting/record.h"
@@ -66,10 +67,14 @@ private:
         CFilePathW payload;            // relative to the manifest
         CFilePathW destination;        // of the copies
         bool isSource = false;         // the destination is the captured folder itself
-        bool hasPercent = false;       // the target or the payload has a percent sign
         bool hasInnerPercent = false;  // as HasInnerPercent
+        // What the texts of plain files begin with; empty when these have percent signs.
+        // Gain: 7 % of the instructions of such a conversion, beside two texts for each file.
+        SOrvFile texts;
 
         [[nodiscard]] bool AreKnown() const { return !target.IsEmpty(); }
+        // Whether the texts of a file with that name are `texts` followed by it.
+        [[nodiscard]] bool HaveTextsOf(std::u16string_view name) const;
     };
 
     // Logs a link in place of the folder "Device" or of the folder above it.

@@ -16,9 +16,8 @@ protected:
         COrvPackage package;
         package.SetManifestPath(Manifest());
         for (const SOrvFile& file : files) {
-            EXPECT_NE(
-                package.Get<COrvCreateFilesCollection>().AddFile(file, FilePathRelative, false),
-                nullptr);
+            EXPECT_NE(package.Get<COrvCreateFilesCollection>().AddFile(file, FilePathRelative),
+                      nullptr);
         }
         EXPECT_EQ(package.Save(), S_OK);
         std::istringstream manifest(ReadManifestFile(m_folder.ReadFile("out/app.orv")));
@@ -76,13 +75,16 @@ TEST_F(FileItemsTest, AClearedCollectionTakesFilesOfTheSameFolder) {
     for (int round = 0; round < 2; ++round) {
         files.Clear();
         for (const std::u16string name : {u"a", u"b", u"c"}) {
-            const COrvCreateFile* const added = files.AddFile(
-                CFilePathW(uR"(C:\Program Files\)" + name), CFilePathW(u"p\\" + name));
+            const COrvCreateFile* const added =
+                files.AddFile({uR"(C:\Program Files\)", uR"(p\)"}, name);
             ASSERT_NE(added, nullptr);
             EXPECT_EQ(Utf8(added->GetName()), R"(C:\Program Files\)" + Utf8(name));
             EXPECT_EQ(Utf8(added->GetRelativeSource()), R"(p\)" + Utf8(name));
         }
         EXPECT_EQ(files.AddFile(CFilePathW(uR"(c:\PROGRAM FILES\B)"), CFilePathW(u"q")), nullptr);
+        m_folder.WriteFile("out/p/A", "payload");
+        EXPECT_EQ(files.AddFile({uR"(C:\program files\)", uR"(p\)"}, u"A"), nullptr);
+        EXPECT_FALSE(m_folder.Exists("out/p/A"));
     }
     const std::string saved = SavedItems();
     EXPECT_EQ(SavedItemsAgain(), saved);
