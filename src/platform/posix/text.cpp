@@ -7,9 +7,12 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 
 #include "platform/described/description_in_effect.h"
+#include "platform/unit_marks.h"
 #include "platform/utf8.h"
 
 namespace platform {
@@ -39,6 +42,14 @@ inline char16_t Fold(char16_t unit) {
 char16_t FoldWhatComesBack(char16_t unit) {
     const char16_t folded = Fold(unit);
     return folded == unit || u_toupper(folded) == unit ? folded : unit;
+}
+
+void FoldAsciiBlock(char16_t* text) {
+    UnitBlock units = LoadUnits(text);
+    // A comparison gives all bits. Taken is the one by which a small letter differs.
+    const MarkBlock isUpper = units - Repeat(u'A') < Repeat(26);
+    units |= std::bit_cast<UnitBlock>(isUpper) & Repeat(0x20);
+    std::memcpy(text, &units, sizeof(units));
 }
 
 // A text as it is collated: its head, lower-cased where case is ignored.
@@ -167,20 +178,23 @@ bool EqualText(std::u16string_view left, std::u16string_view right) {
 char16_t FoldUnit(char16_t unit) { return unit < 0x80 ? Fold(unit) : FoldWhatComesBack(unit); }
 
 void FoldText(char16_t* text, std::size_t length) {
-    // Most texts are ASCII. Both loops for these have no early exit and no branch, so that the
-    // compiler vectorises them.
-    unsigned all = 0;
-    for (std::size_t i = 0; i < length; ++i) {
-        all |= text[i];
-    }
-    if (all >= 0x80) {
+    // Most texts are ASCII.
+    const bool isAscii =
+        CollectMarks({text, length}, [](UnitBlock units) { return units >= Repeat(0x80); }) == 0;
+    if (!isAscii) {
         std::transform(text, text + length, text, FoldUnit);
         return;
     }
-    for (std::size_t i = 0; i < length; ++i) {
-        const auto isUpper = static_cast<char16_t>(static_cast<char16_t>(text[i] - u'A') < 26);
-        text[i] = static_cast<char16_t>(text[i] + (isUpper << 5));
+    if (length < kUnitsOfBlock) {
+        std::transform(text, text + length, text, Fold);
+        return;
     }
+    // The last block overlaps the one before. To fold a unit again changes nothing.
+    const std::size_t last = length - kUnitsOfBlock;
+    for (std::size_t at = 0; at < last; at += kUnitsOfBlock) {
+        FoldAsciiBlock(text + at);
+    }
+    FoldAsciiBlock(text + last);
 }
 
 bool IsSpace(char16_t unit) { return u_isUWhiteSpace(unit) != 0; }
