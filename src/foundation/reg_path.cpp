@@ -6,6 +6,7 @@
 #include "foundation/path_names.h"
 #include "platform/status.h"
 #include "platform/text.h"
+#include "platform/unit_marks.h"
 
 namespace {
 
@@ -192,17 +193,17 @@ int CRegPathW::ParseNames(std::u16string_view text) {
     if (text.empty()) {
         return ERROR_SUCCESS;
     }
-    // One backslash at the end is gone. After a second one there is an empty name.
-    bool isValid = text.back() != u'\\';
-    std::size_t count = 0;
-    // One pass checks and counts the names. A name starts after each backslash. It must not be
-    // empty, or start with a NUL, which counts as empty.
-    char16_t before = u'\\';
-    for (const char16_t unit : text) {
-        const bool isFirst = before == u'\\';
-        isValid &= !isFirst || (unit != u'\\' && unit != 0);
-        count += isFirst ? 1 : 0;
-        before = unit;
+    // A name must not be empty, or start with a NUL, which counts as empty. One backslash at the
+    // end is gone, and those at the start.
+    const auto isBackslash = [](platform::UnitBlock units) {
+        return platform::Equals(units, u'\\');
+    };
+    bool isValid = text.front() != 0 && text.back() != u'\\';
+    std::size_t count = 1;
+    for (std::size_t at = platform::FindMarked(text, 0, isBackslash); isValid && at < text.size();
+         at = platform::FindMarked(text, at + 1, isBackslash)) {
+        isValid = text[at + 1] != u'\\' && text[at + 1] != 0;
+        ++count;
     }
     if (!isValid) {
         return ERROR_INVALID_DATA;
