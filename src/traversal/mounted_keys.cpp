@@ -47,7 +47,9 @@ bool StaysAsItIs(std::u16string_view name) {
     };
     return !isStart(kRegistry) && !isStart(kMachine) && !isStart(kUser) &&
            name.find(CMountedKeys::kMount) == std::u16string_view::npos &&
-           FindSubstringNoCaseIndex(name, kWow6432Node) == kAllCharacters &&
+           // Searched only where there is an underscore, which few names have.
+           (!HasUnit(name, u'_') ||
+            FindSubstringNoCaseIndex(name, kWow6432Node) == kAllCharacters) &&
            FindSubstringNoCaseIndex(name, kCurrentUser) == kAllCharacters &&
            !EqualsNoCase(name, kEnvironment);
 }
