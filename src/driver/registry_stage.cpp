@@ -22,14 +22,38 @@ void RecordKey(const COrvKeyItem& key, bool isExcluded, const CStrW& path) {
     GetRecord().Release(key.GetHash(), line);
 }
 
-// Deletes the excluded keys of one collection. A key is compared, and shown, by its portable path,
-// as in the manifest.
+// The path by which a key is compared and shown: portable, as in the manifest, but by the short
+// name of its hive if it has that, and with file paths collapsed too.
+class CComparedPath {
+public:
+    explicit CComparedPath(const COrvSanitizer& sanitizer) : m_sanitizer(sanitizer) {}
+
+    // Valid until the next call, and as long as the key is.
+    [[nodiscard]] std::u16string_view Get(const COrvKeyPath& key) {
+        const std::u16string_view text = key.GetText();
+        // Only a file path can still change it. Gain: half the instructions of a key.
+        if (key.IsPortable() &&
+            m_sanitizer.Sanitize(text, SanitizeNoRegPaths, m_buffer).data() == text.data()) {
+            return text;
+        }
+        static_cast<void>(m_path.Parse(text));  // empty if it is no path
+        return m_sanitizer.Sanitize(m_path.View(), SanitizeAll, m_buffer);
+    }
+
+private:
+    const COrvSanitizer& m_sanitizer;
+    CRegPathW m_path;
+    std::u16string m_buffer;
+};
+
+// Deletes the excluded keys of one collection.
 template <class TItem>
 void ExcludeFrom(COrvCollection& keys, const COrvSanitizer& sanitizer, CProgressEvent& progress) {
     const CRegExclusions& exclusions = CRegExclusions::Get();
+    CComparedPath compared(sanitizer);
+    CStrW path;
     for (COrvItemItr<TItem> key(keys); key.Get() != nullptr;) {
-        const CStrW path =
-            sanitizer.Sanitize(CRegPathW(key.Get()->GetTarget()).ToString(), SanitizeAll);
+        path.Assign(compared.Get(key.Get()->GetKey()));
         const bool isExcluded = exclusions.IsExcluded(path);
         if (CRecord::IsFull()) {
             RecordKey(*key.Get(), isExcluded, path);

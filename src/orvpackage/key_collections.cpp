@@ -59,10 +59,18 @@ COrvKeyPath::COrvKeyPath(std::u16string_view text) {
 }
 
 void COrvKeyPath::KeepPortable(const COrvSanitizer& sanitizer) const {
-    if (m_portable.GetLength() == 0) {
-        m_portable = MakePortable(sanitizer);
-        m_isPlain = m_portable.GetLength() != 0 && IsPlainXmlText(m_portable);
+    if (!GetKept().empty()) {
+        return;
     }
+    const CStrW path = CRegPathW(m_text).ToLongString();
+    std::u16string buffer;
+    const std::u16string_view portable = sanitizer.Sanitize(path, SanitizeNoFilePaths, buffer);
+    // Most keys have no alias and their text is as it should be. Then it is not kept twice.
+    m_isPortable = portable.data() == path.Get() && platform::HasSameUnits(path, m_text);
+    if (!m_isPortable) {
+        m_portable.Assign(portable);
+    }
+    m_isPlain = !GetKept().empty() && IsPlainXmlText(GetKept());
 }
 
 // The long name of the hive goes into the text before its aliases are looked for.
@@ -71,15 +79,16 @@ CStrW COrvKeyPath::MakePortable(const COrvSanitizer& sanitizer) const {
 }
 
 std::u16string_view COrvKeyPath::GetPortable(const COrvSanitizer& sanitizer, CStrW& buffer) const {
-    if (m_portable.GetLength() != 0) {
-        return m_portable;
+    if (const std::u16string_view kept = GetKept(); !kept.empty()) {
+        return kept;
     }
     buffer = MakePortable(sanitizer);
     return buffer;
 }
 
 void COrvKeyPath::PrefetchText() const {
-    const std::u16string_view text = m_portable.GetLength() == 0 ? m_text : m_portable;
+    const std::u16string_view kept = GetKept();
+    const std::u16string_view text = kept.empty() ? m_text.View() : kept;
     Prefetch(text.data(), text.size() * sizeof(char16_t));
 }
 

@@ -27,6 +27,8 @@ public:
 
     [[nodiscard]] const CStrW& GetText() const { return m_text; }
     [[nodiscard]] bool IsEmpty() const { return m_isEmpty; }
+    // Whether the portable form was made in advance and is the text, which no step has changed.
+    [[nodiscard]] bool IsPortable() const { return m_isPortable; }
     // Whether the portable form was made in advance and is plain (IsPlainXmlText): then it is
     // written without another look at it.
     [[nodiscard]] bool IsPlain() const { return m_isPlain; }
@@ -43,9 +45,14 @@ public:
 
 private:
     [[nodiscard]] CStrW MakePortable(const COrvSanitizer& sanitizer) const;
+    // The portable form that was made in advance, or an empty text.
+    [[nodiscard]] std::u16string_view GetKept() const {
+        return m_isPortable ? m_text.View() : m_portable.View();
+    }
 
     CStrW m_text;
-    mutable CStrW m_portable;  // empty when it was not made in advance
+    mutable CStrW m_portable;  // empty when it was not made in advance, or is the text
+    mutable bool m_isPortable = false;
     bool m_isEmpty = false;
     mutable bool m_isPlain = false;
     bool m_hadAlias = false;
