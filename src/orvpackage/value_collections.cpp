@@ -2,10 +2,14 @@
 
 #include "foundation/xml_writer.h"
 #include "orvpackage/package.h"
+#include "orvpackage/prefetch.h"
 #include "orvpackage/value_text.h"
 #include "platform/text.h"
 
 namespace {
+
+// Bytes. This is the name and most data; the processor itself loads what follows.
+constexpr std::size_t kPrefetchedContent = 128;
 
 // Only tables of values have these rows, so the casts below are right.
 void WriteName(const SAttributeOutput& output, const COrvKeyItem& item) {
@@ -65,11 +69,12 @@ std::shared_ptr<const COrvKeyPath> COrvValueItemCollection::FindPath(std::u16str
                : std::make_shared<const COrvKeyPath>(target);
 }
 
+// A value's name and data mostly follow it in memory, because they are made together.
 void COrvValueItemCollection::PrefetchItem(const COrvItem& item, unsigned step) const {
-    COrvKeyItemCollection::PrefetchItem(item, step);
-    // The item itself has the address of the block, as it has that of its key.
-    if (step == 1) {
-        static_cast<const COrvValueItem&>(item).PrefetchContent();
+    if (step == 0) {
+        Prefetch(&item, sizeof(COrvCreateValue) + kPrefetchedContent);
+    } else {
+        COrvKeyItemCollection::PrefetchItem(item, step);
     }
 }
 

@@ -8,13 +8,9 @@
 #include "foundation/file_path_converter.h"
 #include "foundation/hex.h"
 #include "orvpackage/multi_string.h"
-#include "orvpackage/prefetch.h"
 #include "platform/text.h"
 
 namespace {
-
-// Bytes. This is the name and most data; the processor itself loads what follows.
-constexpr std::size_t kPrefetchedContent = 128;
 
 // Half a unit at the end is left out.
 std::u16string_view ToUnits(const void* bytes, std::size_t size) {
@@ -105,8 +101,6 @@ bool COrvValueItem::ReserveTail(std::size_t size) {
 }
 
 std::u16string_view COrvValueItem::GetValue() const { return {m_block, m_nameLength}; }
-
-void COrvValueItem::PrefetchContent() const { Prefetch(m_block, kPrefetchedContent); }
 
 CStrW COrvValueItem::GetName() const { return GetTarget() + u'/' + CStrW(GetValue()); }
 

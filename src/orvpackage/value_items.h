@@ -46,8 +46,6 @@ public:
     [[nodiscard]] std::u16string_view GetValue() const;
     // The key and the name with a slash between them.
     [[nodiscard]] CStrW GetName() const override;
-    // Asks for the memory of the name and the data: step 1 of PrefetchItem.
-    void PrefetchContent() const;
 
 protected:
     // `tailSize` is how large the tail will probably become.
