@@ -86,12 +86,6 @@ std::u16string_view COrvKeyPath::GetPortable(const COrvSanitizer& sanitizer, CSt
     return buffer;
 }
 
-void COrvKeyPath::PrefetchText() const {
-    const std::u16string_view kept = GetKept();
-    const std::u16string_view text = kept.empty() ? m_text.View() : kept;
-    Prefetch(text.data(), text.size() * sizeof(char16_t));
-}
-
 // The parts are hashed one after the other, without a separator between them. This is part of the
 // format, because the order of the manifest depends on the hashes.
 void SetHashOfKey(CKeyTextHash& hash, std::u16string_view key, std::uint32_t architecture) {
@@ -109,7 +103,9 @@ void COrvKeyItemCollection::PrefetchItem(const COrvItem& item, unsigned step) co
     if (step == 1) {
         Prefetch(&static_cast<const COrvKeyItem&>(item).GetKey(), sizeof(COrvKeyPath));
     } else if (step == 2) {
-        static_cast<const COrvKeyItem&>(item).GetKey().PrefetchText();
+        const std::u16string_view text =
+            static_cast<const COrvKeyItem&>(item).GetKey().GetWritten();
+        Prefetch(text.data(), text.size() * sizeof(char16_t));
     }
 }
 

@@ -40,8 +40,10 @@ public:
     // part of this object, or `buffer`.
     [[nodiscard]] std::u16string_view GetPortable(const COrvSanitizer& sanitizer,
                                                   CStrW& buffer) const;
-    // Asks for the memory of what the path is written from: step 2 of PrefetchItem.
-    void PrefetchText() const;
+    // What the path is written from.
+    [[nodiscard]] std::u16string_view GetWritten() const {
+        return GetKept().empty() ? m_text.View() : GetKept();
+    }
 
 private:
     [[nodiscard]] CStrW MakePortable(const COrvSanitizer& sanitizer) const;
