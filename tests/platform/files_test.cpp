@@ -95,6 +95,29 @@ TEST_F(FilesTest, SeesWhatOthersDo) {
     EXPECT_EQ(Find(m_folder.Name("f/three")), ERROR_PATH_NOT_FOUND);
 }
 
+TEST_F(FilesTest, KeepsManyNamesInOrderInWhateverOrderTheyCome) {
+    m_folder.MakeFolder("f");
+    const auto name = [](int number) { return "f/" + std::to_string(10000 + number); };
+    constexpr int kCount = 1600;
+    constexpr int kFirstKept = 600;
+    for (int i = 0; i < kCount; ++i) {
+        platform::COutputFile file;
+        EXPECT_EQ(file.Create(m_folder.Name(name(i * 617 % kCount)).c_str()), ERROR_SUCCESS);
+    }
+    for (int i = 0; i < kFirstKept; ++i) {
+        EXPECT_EQ(platform::DeleteFile(m_folder.Name(name(i)).c_str()), ERROR_SUCCESS);
+    }
+    std::vector<std::u16string> expected;
+    for (int i = kFirstKept; i < kCount; ++i) {
+        expected.push_back(Utf16(name(i).substr(2)));
+    }
+    EXPECT_EQ(Search(m_folder.Name("f/*")), expected);
+    // A file by someone else has all names read again.
+    m_folder.WriteFile("f/last");
+    expected.push_back(u"last");
+    EXPECT_EQ(Search(m_folder.Name("f/*")), expected);
+}
+
 TEST_F(FilesTest, DeletesFilesButNeitherFoldersNorReadOnlyFiles) {
     const std::u16string file = m_folder.WriteFile("f/file");
     MakeReadOnly("f/file");

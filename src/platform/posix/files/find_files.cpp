@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 #include "platform/files.h"
@@ -147,13 +148,12 @@ int CFindHandle::SSearch::Next(SFindData& found) {
     }
     // A file that is the stream of another is passed over, as Windows shows no streams in a folder.
     // So is an entry that has been deleted since the names were read.
-    while (const CNameSet::Name* const name = names->FindNext(m_last)) {
-        m_last = name->first;
-        const EEntryKind kind = name->second;
+    while (const std::optional<SName> name = names->FindNext(m_last)) {
+        m_last = name->text;
         std::u16string text = names->GetText(m_last);
         std::uint32_t attributes = 0;
         if (!names->IsStream(m_last) && MatchesPattern(text, m_pattern) &&
-            PassEntry(kind, attributes)) {
+            PassEntry(name->kind, attributes)) {
             found = {std::move(text), attributes};
             return ERROR_SUCCESS;
         }

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cmath>
 #include <ctime>
+#include <optional>
 
 #include "platform/posix/errno_status.h"
 #include "platform/posix/files/file_name.h"
@@ -144,8 +145,8 @@ int CFolder::Find(std::u16string_view text, SEntry& entry) {
         return error == 0 ? ERROR_SUCCESS : StatusFromErrno(error);
     }
     const CNameSet* const names = GetNames();
-    const std::string* const other = names == nullptr ? nullptr : names->Find(text);
-    if (other == nullptr || Look(std::string(*other), entry) != 0) {
+    const auto other = names == nullptr ? std::nullopt : names->Find(text);
+    if (!other || Look(std::string(*other), entry) != 0) {
         entry.name = std::move(name);
         return ERROR_FILE_NOT_FOUND;
     }
@@ -164,7 +165,7 @@ bool CFolder::Recall(std::u16string_view text, SEntry& entry) const {
 
 bool CFolder::LacksName(std::u16string_view text, SEntry& entry) {
     const CNameSet* const names = GetNames();
-    return names != nullptr && names->Find(text) == nullptr && NameFromText(text, entry.name);
+    return names != nullptr && !names->Find(text) && NameFromText(text, entry.name);
 }
 
 const CNameSet* CFolder::GetNames() {

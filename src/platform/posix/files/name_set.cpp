@@ -7,8 +7,8 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <iterator>
-#include <vector>
+#include <span>
+#include <utility>
 
 #include "platform/posix/files/file_descriptor.h"
 #include "platform/posix/files/file_name.h"
@@ -82,7 +82,7 @@ bool IsOwnOrParent(const char* name) {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
-bool HasColon(const std::string& name) { return name.find(':') != std::string::npos; }
+bool HasColon(std::string_view name) { return name.find(':') != std::string_view::npos; }
 
 // What a link leads to counts, unless it is not followed. That takes a look at it.
 EEntryKind KindFromType(unsigned char type) {
@@ -99,8 +99,69 @@ EEntryKind KindFromType(unsigned char type) {
     }
 }
 
+}  // namespace
+
+// By upper case, then by the text, then by the bytes: different names may appear as the same text,
+// and only equal bytes are the same name.
+bool CNameSet::IsBefore(std::string_view left, std::string_view right) {
+    int order = CompareUpper(left, right);
+    if (order == 0 && left != right) {
+        order = CompareUnits(CNameReader(left), CNameReader(right), false);
+    }
+    return order != 0 ? order < 0 : left < right;
+}
+
+bool CNameSet::IsBefore(std::string_view left, const SKey& right) {
+    int order = CompareWithText(left, right.upper, true);
+    if (order == 0 && right.exact != nullptr) {
+        order = CompareWithText(left, *right.exact, false);
+    }
+    return order < 0;
+}
+
+// The place of the first name that is not before the wanted one.
+template <class TWanted>
+CNameSet::SPlace CNameSet::FindFirstFrom(const TWanted& wanted) const {
+    const auto isBefore = [&](const SStored& name) { return IsBefore(GetName(name), wanted); };
+    const auto block =
+        std::partition_point(m_blocks.begin(), m_blocks.end(),
+                             [&](const Block& names) { return isBefore(names.back()); });
+    SPlace place{static_cast<std::size_t>(block - m_blocks.begin())};
+    if (block != m_blocks.end()) {
+        const auto name = std::partition_point(block->begin(), block->end(), isBefore);
+        place.index = static_cast<std::size_t>(name - block->begin());
+    }
+    return place;
+}
+
+// The place of a name; the end when it is not there.
+CNameSet::SPlace CNameSet::Find(std::string_view name) const {
+    const SPlace place = FindFirstFrom(name);
+    return !IsEnd(place) && GetName(place) == name ? place : SPlace{m_blocks.size()};
+}
+
+CNameSet::SPlace CNameSet::GetNext(SPlace place) const {
+    const bool isLast = place.index + 1 == m_blocks[place.block].size();
+    return isLast ? SPlace{place.block + 1} : SPlace{place.block, place.index + 1};
+}
+
+void CNameSet::Clear() {
+    m_bytes.clear();
+    m_blocks.clear();
+    m_count = 0;
+    m_colonNames = 0;
+    m_passed = {};
+}
+
+CNameSet::SStored CNameSet::Store(std::string_view name, EEntryKind kind) {
+    const SStored stored{m_bytes.size(), static_cast<std::uint32_t>(name.size()), kind};
+    m_bytes += name;
+    m_bytes += '\0';
+    return stored;
+}
+
 // Appends the names of a folder from its position on. 0 or errno.
-int ReadNames(int folder, std::vector<std::pair<std::string, EEntryKind>>& names) {
+int CNameSet::ReadNames(int folder, Block& names) {
     alignas(dirent64) std::array<char, 32768> buffer;
     for (;;) {
         const ssize_t count = getdents64(folder, buffer.data(), buffer.size());
@@ -110,101 +171,127 @@ int ReadNames(int folder, std::vector<std::pair<std::string, EEntryKind>>& names
         for (ssize_t at = 0; at < count;) {
             const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
             if (!IsOwnOrParent(entry->d_name)) {
-                names.emplace_back(entry->d_name, KindFromType(entry->d_type));
+                names.push_back(Store(entry->d_name, KindFromType(entry->d_type)));
             }
             at += entry->d_reclen;
         }
     }
 }
 
-}  // namespace
-
-// By upper case, then by the text, then by the bytes: different names may appear as the same text,
-// and only equal bytes are the same name.
-bool CNameSet::SOrder::operator()(const std::string& left, const std::string& right) const {
-    int order = CompareUpper(left, right);
-    if (order == 0 && left != right) {
-        order = CompareUnits(CNameReader(left), CNameReader(right), false);
-    }
-    return order != 0 ? order < 0 : left < right;
-}
-
-bool CNameSet::SOrder::operator()(const std::string& left, const SKey& right) const {
-    int order = CompareWithText(left, right.upper, true);
-    if (order == 0 && right.exact != nullptr) {
-        order = CompareWithText(left, *right.exact, false);
-    }
-    return order < 0;
-}
-
 int CNameSet::Read(int folder) {
-    m_names.clear();
-    m_place = m_names.end();
-    m_colonNames = 0;
+    Clear();
     // A new descriptor, because some file systems show a folder for ever as it was when its
     // descriptor was opened.
     const CFileDescriptor opened(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!opened.IsOpen()) {
         return errno;
     }
-    std::vector<std::pair<std::string, EEntryKind>> names;
+    Block names;
     if (const int error = ReadNames(opened.Get(), names)) {
+        Clear();
         return error;
     }
-    // Sorted before they go into the tree: then each is added at its end, at constant cost.
-    std::sort(names.begin(), names.end(), [](const auto& left, const auto& right) {
-        return SOrder()(left.first, right.first);
+    std::sort(names.begin(), names.end(), [this](const SStored& left, const SStored& right) {
+        return IsBefore(GetName(left), GetName(right));
     });
-    for (auto& [name, kind] : names) {
-        m_colonNames += HasColon(name) ? 1 : 0;
-        m_names.emplace_hint(m_names.end(), std::move(name), kind);
+    m_count = names.size();
+    m_colonNames = static_cast<std::size_t>(
+        std::count_if(names.begin(), names.end(),
+                      [this](const SStored& name) { return HasColon(GetName(name)); }));
+    for (std::span<const SStored> left(names); !left.empty();) {
+        const auto block = left.first(std::min(left.size(), kMaxBlock));
+        m_blocks.emplace_back(block.begin(), block.end());
+        left = left.subspan(block.size());
     }
     return 0;
 }
 
-void CNameSet::Add(const std::string& name, EEntryKind kind) {
-    const std::size_t before = m_names.size();
-    // Names mostly come in order, so the new one belongs after the last. A wrong hint only costs
-    // time.
-    const auto hint = m_place == m_names.end() ? m_place : std::next(m_place);
-    const auto added = m_names.emplace_hint(hint, name, kind);
-    added->second = kind;
-    m_place = added;
-    m_colonNames += m_names.size() != before && HasColon(name) ? 1 : 0;
+void CNameSet::Add(std::string_view name, EEntryKind kind) {
+    // Names mostly come in order, so the new one belongs after the last.
+    const bool isLast = m_blocks.empty() || IsBefore(GetName(m_blocks.back().back()), name);
+    const SPlace place = isLast ? SPlace{m_blocks.size()} : FindFirstFrom(name);
+    if (!isLast && GetName(place) == name) {
+        m_blocks[place.block][place.index].kind = kind;
+        return;
+    }
+    Insert(place, Store(name, kind));
+    m_colonNames += HasColon(name) ? 1 : 0;
 }
 
-void CNameSet::Remove(const std::string& name) {
-    // It may be at the name that is removed.
-    m_place = m_names.end();
-    m_colonNames -= m_names.erase(name) != 0 && HasColon(name) ? 1 : 0;
+// Moves the second half of the full block at `place` to a block of its own. Gives the place of the
+// same name after that.
+CNameSet::SPlace CNameSet::Split(SPlace place) {
+    constexpr std::size_t kHalf = kMaxBlock / 2;
+    const auto block = m_blocks.begin() + static_cast<std::ptrdiff_t>(place.block);
+    Block second(block->begin() + kHalf, block->end());
+    block->resize(kHalf);
+    m_blocks.insert(block + 1, std::move(second));
+    return place.index < kHalf ? place : SPlace{place.block + 1, place.index - kHalf};
 }
 
-const std::string* CNameSet::Find(std::u16string_view text) const {
+// Inserts a name before the one at `place`.
+void CNameSet::Insert(SPlace place, const SStored& name) {
+    // At the end it goes to the last block if that has room.
+    if (IsEnd(place) && (m_blocks.empty() || m_blocks.back().size() == kMaxBlock)) {
+        m_blocks.emplace_back();
+    } else if (IsEnd(place)) {
+        place = {m_blocks.size() - 1, m_blocks.back().size()};
+    } else if (m_blocks[place.block].size() == kMaxBlock) {
+        place = Split(place);
+    }
+    Block& block = m_blocks[place.block];
+    block.insert(block.begin() + static_cast<std::ptrdiff_t>(place.index), name);
+    ++m_count;
+    m_passed = {m_blocks.size()};
+}
+
+void CNameSet::Remove(std::string_view name) {
+    const SPlace place = Find(name);
+    if (IsEnd(place)) {
+        return;
+    }
+    Block& block = m_blocks[place.block];
+    block.erase(block.begin() + static_cast<std::ptrdiff_t>(place.index));
+    if (block.empty()) {
+        m_blocks.erase(m_blocks.begin() + static_cast<std::ptrdiff_t>(place.block));
+    }
+    --m_count;
+    m_colonNames -= HasColon(name) ? 1 : 0;
+    m_passed = {m_blocks.size()};
+}
+
+std::optional<std::string_view> CNameSet::Find(std::u16string_view text) const {
     // New names mostly come in order, after all that are there.
-    if (m_names.empty() || CompareWithText(m_names.rbegin()->first, text, true) < 0) {
-        return nullptr;
+    if (m_blocks.empty() || CompareWithText(GetName(m_blocks.back().back()), text, true) < 0) {
+        return {};
     }
     std::u16string upper;
     AppendUpper(upper, text);
     // Names that differ only in letter case are neighbours, so the first of them is here if any is.
-    const auto variant = m_names.lower_bound(SKey{upper});
-    if (variant == m_names.end() || CompareWithText(variant->first, upper, true) != 0) {
-        return nullptr;
+    const SPlace variant = FindFirstFrom(SKey{upper});
+    if (IsEnd(variant) || CompareWithText(GetName(variant), upper, true) != 0) {
+        return {};
     }
-    const auto exact = m_names.lower_bound(SKey{upper, &text});
-    const bool isExact = exact != m_names.end() && CompareWithText(exact->first, text, false) == 0;
-    return isExact ? &exact->first : &variant->first;
+    const SPlace exact = FindFirstFrom(SKey{upper, &text});
+    const bool isExact = !IsEnd(exact) && CompareWithText(GetName(exact), text, false) == 0;
+    return GetName(isExact ? exact : variant);
 }
 
-const CNameSet::Name* CNameSet::FindNext(const std::string& name) const {
-    const bool isBeside = m_place != m_names.end() && m_place->first == name;
-    m_place = isBeside       ? std::next(m_place)
-              : name.empty() ? m_names.begin()
-                             : m_names.upper_bound(name);
-    return m_place == m_names.end() ? nullptr : &*m_place;
+std::optional<SName> CNameSet::FindNext(std::string_view name) const {
+    if (name.empty()) {
+        m_passed = {};
+    } else {
+        const bool isPassed = !IsEnd(m_passed) && GetName(m_passed) == name;
+        const SPlace place = isPassed ? m_passed : FindFirstFrom(name);
+        m_passed = !IsEnd(place) && GetName(place) == name ? GetNext(place) : place;
+    }
+    if (IsEnd(m_passed)) {
+        return {};
+    }
+    return SName{GetName(m_passed), m_blocks[m_passed.block][m_passed.index].kind};
 }
 
-std::u16string CNameSet::GetText(const std::string& name) const {
+std::u16string CNameSet::GetText(std::string_view name) const {
     std::u16string text = TextFromName(name);
     std::string literal;
     // A name that its own text leads back to always has this text. Only the others can clash.
@@ -216,17 +303,16 @@ std::u16string CNameSet::GetText(const std::string& name) const {
     AppendUpper(upper, text);
     const std::u16string_view exact = text;
     // Names with the same text are neighbours, so a second one shows that the text is ambiguous.
-    const auto first = m_names.lower_bound(SKey{upper, &exact});
-    const auto second = first == m_names.end() ? first : std::next(first);
-    const bool isAlone =
-        second == m_names.end() || CompareWithText(second->first, text, false) != 0;
+    const SPlace first = FindFirstFrom(SKey{upper, &exact});
+    const SPlace second = IsEnd(first) ? first : GetNext(first);
+    const bool isAlone = IsEnd(second) || CompareWithText(GetName(second), text, false) != 0;
     return isAlone ? text : UnambiguousTextFromName(name);
 }
 
-bool CNameSet::IsStream(const std::string& name) const {
+bool CNameSet::IsStream(std::string_view name) const {
     // The last colon counts, because the name of a stream has none, but that of a file may.
-    const std::size_t colon = m_colonNames == 0 ? std::string::npos : name.rfind(':');
-    return colon != std::string::npos && Find(TextFromName(name.substr(0, colon))) != nullptr;
+    const std::size_t colon = m_colonNames == 0 ? std::string_view::npos : name.rfind(':');
+    return colon != std::string_view::npos && Find(TextFromName(name.substr(0, colon)));
 }
 
 bool CNameSet::HasStream(std::u16string_view file, std::u16string_view stream) const {
@@ -237,17 +323,17 @@ bool CNameSet::HasStream(std::u16string_view file, std::u16string_view stream) c
     AppendUpper(upper, file);
     upper += kMovedUpColon;
     AppendUpper(upper, stream);
-    const auto isStream = [&](const std::string& name) {
+    const auto isStream = [&](std::string_view name) {
         return IsSameName(TextFromName(name.substr(name.rfind(':') + 1)), stream);
     };
     // In the order of names a colon appears as the moved-up one. A file whose name has that
     // character itself is among the candidates too, and is no stream.
-    auto name = m_names.lower_bound(SKey{upper});
-    while (name != m_names.end() && CompareWithText(name->first, upper, true) == 0) {
-        if (HasColon(name->first) && isStream(name->first)) {
+    for (SPlace place = FindFirstFrom(SKey{upper});
+         !IsEnd(place) && CompareWithText(GetName(place), upper, true) == 0;
+         place = GetNext(place)) {
+        if (HasColon(GetName(place)) && isStream(GetName(place))) {
             return true;
         }
-        ++name;
     }
     return false;
 }
