@@ -61,8 +61,7 @@ bool DeleteByName(const CStrW& name) {
 int CopyTo(const CStrW& source, const CStrW& name, const CFilePathW& folder,
            platform::CFileCopier* copier) {
     const auto copy = [&](platform::EExisting existing) {
-        return copier != nullptr ? copier->Copy(std::u16string(source.View()),
-                                                std::u16string(name.View()), existing)
+        return copier != nullptr ? copier->Copy(source.View(), name.View(), existing)
                                  : platform::CopyFile(source.Get(), name.Get(), existing);
     };
     // First the usual case, without any look-up: the folder exists and the name is free. The steps

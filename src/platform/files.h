@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace platform {
 
@@ -57,7 +58,8 @@ private:
 // Looks up one entry. For a name with a stream name it looks up the stream and gives the attributes
 // of its file. ERROR_FILE_NOT_FOUND when only the last part is missing, ERROR_PATH_NOT_FOUND when
 // something above it is. ERROR_READ_FAULT when the system does not tell whether the stream exists.
-[[nodiscard]] int FindEntry(const char16_t* name, SFindData& found);
+// A NUL must follow the name.
+[[nodiscard]] int FindEntry(std::u16string_view name, SFindData& found);
 
 // Replaces the attributes of a file. POSIX keeps only the read-only one.
 [[nodiscard]] int SetAttributes(const char16_t* name, std::uint32_t attributes);
@@ -93,7 +95,8 @@ public:
 
     // Like CopyFile, except that a failure to copy the data may be reported later, through
     // `failed`.
-    [[nodiscard]] int Copy(std::u16string source, std::u16string destination, EExisting existing);
+    [[nodiscard]] int Copy(std::u16string_view source, std::u16string_view destination,
+                           EExisting existing);
 
     // Returns when all copies have ended and all failures have been reported.
     void Finish();

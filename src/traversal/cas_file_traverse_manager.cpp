@@ -29,7 +29,7 @@ public:
 // other failure means that there is no such stream.
 int FindStream(const CStrW& name, bool& exists) {
     platform::SFindData found;
-    const int status = platform::FindEntry(name.Get(), found);
+    const int status = platform::FindEntry(name.View(), found);
     exists = status == ERROR_SUCCESS && !found.IsFolder();
     return status == ERROR_READ_FAULT ? status : ERROR_SUCCESS;
 }

@@ -106,8 +106,9 @@ struct CFileCopier::SState {};
 CFileCopier::CFileCopier(Failed /*failed*/) {}
 CFileCopier::~CFileCopier() = default;
 
-int CFileCopier::Copy(std::u16string source, std::u16string destination, EExisting existing) {
-    return CopyFile(source.c_str(), destination.c_str(), existing);
+int CFileCopier::Copy(std::u16string_view source, std::u16string_view destination,
+                      EExisting existing) {
+    return CopyFile(std::u16string(source).c_str(), std::u16string(destination).c_str(), existing);
 }
 
 void CFileCopier::Finish() {}

@@ -160,8 +160,8 @@ int CFindHandle::Next(SFindData& found) {
 
 void CFindHandle::Close() { m_search.reset(); }
 
-int FindEntry(const char16_t* name, SFindData& found) {
-    const std::u16string_view path(name);
+int FindEntry(std::u16string_view path, SFindData& found) {
+    const char16_t* const name = path.data();
     if (path.ends_with(u'\\') || IsStreamName(path)) {
         return LookUp(name, found);
     }

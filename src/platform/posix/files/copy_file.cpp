@@ -186,6 +186,15 @@ int Copy(std::u16string_view from, std::u16string_view to, EExisting existing) {
 
 }  // namespace
 
+void SFileCopy::Clear() {
+    SFilePlace place = std::move(output.place);
+    place.folder.reset();
+    place.entry.info = {};
+    place.entry.isLink = false;
+    *this = {};
+    output.place = std::move(place);
+}
+
 int PlaceCopy(std::u16string_view from, std::u16string_view to, SFileCopy& copy) {
     if (const int status = PlaceOutput(to, copy.output)) {
         return status;

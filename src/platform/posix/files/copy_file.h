@@ -21,6 +21,9 @@ struct SFileCopy {
     int timeError = 0;       // errno, of a copy that is whole but for its time
     bool isChanged = false;  // the source changed meanwhile
 
+    // Closes both files and makes this new; keeps the memory of the texts.
+    void Clear();
+
     [[nodiscard]] mode_t GetMode() const {
         return (sourceInfo.st_mode & S_IWUSR) == 0 ? 0444 : 0666;
     }

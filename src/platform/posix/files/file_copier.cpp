@@ -2,6 +2,7 @@
 #include <deque>
 #include <memory>
 #include <new>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -27,21 +28,26 @@ struct SCopyJob {
     SFileCopy copy;
 };
 
+// The jobs are used again and again, for the memory of their texts.
 struct SBatch {
-    std::vector<SCopyJob> jobs;
+    std::vector<SCopyJob> all = std::vector<SCopyJob>(kBatchFiles);
+    std::size_t count = 0;  // of those that are filled
     off_t bytes = 0;
     std::atomic<bool> isDone = false;
 
-    SBatch() { jobs.reserve(kBatchFiles); }
+    [[nodiscard]] std::span<SCopyJob> GetJobs() { return std::span(all).first(count); }
 
     void Clear() {
-        jobs.clear();
+        for (SCopyJob& job : GetJobs()) {
+            job.copy.Clear();
+        }
+        count = 0;
         bytes = 0;
         isDone = false;
     }
 
     void Run() {
-        for (SCopyJob& job : jobs) {
+        for (SCopyJob& job : GetJobs()) {
             MoveData(job.copy);
         }
         isDone = true;
@@ -64,7 +70,9 @@ struct SBatch {
 struct CFileCopier::SState {
     explicit SState(Failed toTell) : failed(std::move(toTell)) {}
 
-    void Add(SCopyJob job);
+    // Gives a job that is not added yet. Add then adds it, and Finish takes it back.
+    [[nodiscard]] SFileCopy& Begin(std::u16string_view source, std::u16string_view destination);
+    void Add();
     void Finish();
 
     Failed failed;
@@ -82,10 +90,21 @@ private:
     CJobQueue m_queue{kMaxWaiting};
 };
 
-void CFileCopier::SState::Add(SCopyJob job) {
-    m_batch->bytes += job.copy.sourceInfo.st_size;
-    m_batch->jobs.push_back(std::move(job));
-    if (m_batch->jobs.size() >= kBatchFiles || m_batch->bytes >= kBatchBytes) {
+SFileCopy& CFileCopier::SState::Begin(std::u16string_view source, std::u16string_view destination) {
+    // Full only if there was no memory for the next batch.
+    if (m_batch->count >= kBatchFiles) {
+        HandOver();
+    }
+    SCopyJob& job = m_batch->all[m_batch->count];
+    job.source = source;
+    job.destination = destination;
+    return job.copy;
+}
+
+void CFileCopier::SState::Add() {
+    m_batch->bytes += m_batch->all[m_batch->count].copy.sourceInfo.st_size;
+    ++m_batch->count;
+    if (m_batch->count >= kBatchFiles || m_batch->bytes >= kBatchBytes) {
         HandOver();
         TakeBack();
     }
@@ -120,7 +139,7 @@ void CFileCopier::SState::EndFirst() {
 }
 
 void CFileCopier::SState::End(SBatch& batch) const {
-    for (SCopyJob& job : batch.jobs) {
+    for (SCopyJob& job : batch.GetJobs()) {
         int status = EndCopy(job.copy);
         // Someone else has made a file there after PlaceCopy. It is replaced, as CopyFile would.
         if (status == ERROR_FILE_EXISTS) {
@@ -137,7 +156,7 @@ void CFileCopier::SState::End(SBatch& batch) const {
 
 void CFileCopier::SState::Finish() {
     // The owner moves the last files itself, while the thread may still be busy with others.
-    if (!m_batch->jobs.empty()) {
+    if (m_batch->count != 0) {
         BeginNext()->Run();
     }
     m_queue.Finish();
@@ -160,20 +179,23 @@ CFileCopier::~CFileCopier() {
     }
 }
 
-int CFileCopier::Copy(std::u16string source, std::u16string destination, EExisting existing) {
-    SCopyJob job{std::move(source), std::move(destination), {}};
-    int status = PlaceCopy(job.source, job.destination, job.copy);
+int CFileCopier::Copy(std::u16string_view source, std::u16string_view destination,
+                      EExisting existing) {
+    SFileCopy* copy = &m_state->Begin(source, destination);
+    int status = PlaceCopy(source, destination, *copy);
     if (status == ERROR_FILE_EXISTS || status == ERROR_TOO_MANY_OPEN_FILES) {
         // The file that is there may be one of those that are still under way. And the descriptors
         // that are missing may be theirs.
+        copy->Clear();
         m_state->Finish();
-        job.copy = {};
-        status = BeginCopy(job.source, job.destination, existing, job.copy);
+        copy = &m_state->Begin(source, destination);
+        status = BeginCopy(source, destination, existing, *copy);
     }
     if (status != ERROR_SUCCESS) {
+        copy->Clear();
         return SetLastError(status);
     }
-    m_state->Add(std::move(job));
+    m_state->Add();
     return ERROR_SUCCESS;
 }
 

@@ -151,11 +151,15 @@ std::u16string_view SFileLocation::GetFolderPath() const {
 
 // May refuse more than it has to, because the caller then reads the whole path.
 bool SplitPath(std::u16string_view text, SSplitPath& split) {
-    const std::size_t cut = text.rfind(u'\\') + 1;  // 0 when there is none
+    std::size_t cut = text.size();  // 0 at the end when there is no backslash
+    bool hasColon = false;
+    for (; cut > 0 && text[cut - 1] != u'\\'; --cut) {
+        hasColon = hasColon || text[cut - 1] == u':';
+    }
     std::u16string_view name = text.substr(cut);
     const bool hasDrive = cut == 0 && name.size() >= 2 && name[1] == u':';
     std::u16string_view stream;
-    if (hasDrive || text.size() > kMaxPath || !CutStream(name, stream)) {
+    if (hasDrive || text.size() > kMaxPath || (hasColon && !CutStream(name, stream))) {
         return false;
     }
     split = {text.substr(0, cut), name, stream};

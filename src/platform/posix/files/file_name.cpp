@@ -99,12 +99,23 @@ int CNameReader::NextOther() {
     return static_cast<int>(c);
 }
 
-// Nearly all names are plain to their end, and are copied in one go.
+// Nearly all names are plain to their end.
+void ReadName(std::string_view bytes, std::u16string& text) {
+    text.resize(bytes.size());
+    std::size_t plain = 0;
+    for (; plain < bytes.size() && IsPlain(bytes[plain]); ++plain) {
+        text[plain] = static_cast<unsigned char>(bytes[plain]);
+    }
+    if (plain < bytes.size()) {
+        text.resize(plain);
+        text = ReadAll(CNameReader(bytes.substr(plain)), std::move(text));
+    }
+}
+
 std::u16string TextFromName(std::string_view bytes) {
-    const auto* const other = std::find_if_not(bytes.begin(), bytes.end(), IsPlain);
-    std::u16string text(bytes.begin(), other);
-    return other == bytes.end() ? std::move(text)
-                                : ReadAll(CNameReader({other, bytes.end()}), std::move(text));
+    std::u16string text;
+    ReadName(bytes, text);
+    return text;
 }
 
 std::u16string UnambiguousTextFromName(std::string_view bytes) {
@@ -115,9 +126,13 @@ bool NameFromText(std::u16string_view text, std::string& bytes) {
     const auto isPlain = [](char16_t unit) {
         return unit < 0x80 && unit != u'/' && IsPlain(static_cast<char>(unit));
     };
-    const auto* const other = std::find_if_not(text.begin(), text.end(), isPlain);
-    std::string name(text.begin(), other);
-    for (auto i = static_cast<std::size_t>(other - text.begin()); i < text.size();) {
+    bytes.resize(text.size());
+    std::size_t i = 0;
+    for (; i < text.size() && isPlain(text[i]); ++i) {
+        bytes[i] = static_cast<char>(text[i]);
+    }
+    bytes.resize(i);
+    while (i < text.size()) {
         UChar32 c = 0;
         // Gives a lone surrogate as itself, which may mean a byte.
         U16_NEXT(text.data(), i, text.size(), c);
@@ -125,17 +140,20 @@ bool NameFromText(std::u16string_view text, std::string& bytes) {
             return false;
         }
         if (const unsigned char byte = c < 0x10000 ? RawByte(static_cast<char16_t>(c)) : 0) {
-            name += static_cast<char>(byte);
+            bytes += static_cast<char>(byte);
         } else {
-            AppendUtf8(name, c);
+            AppendUtf8(bytes, c);
         }
     }
     // Either would lead out of the folder.
-    if (name.empty() || name == "." || name == "..") {
-        return false;
-    }
-    bytes = std::move(name);
-    return true;
+    return !bytes.empty() && bytes != "." && bytes != "..";
+}
+
+bool IsPlainNameOf(std::string_view bytes, std::u16string_view text) {
+    return std::equal(bytes.begin(), bytes.end(), text.begin(), text.end(),
+                      [](char byte, char16_t unit) {
+                          return static_cast<unsigned char>(byte) == unit && IsPlain(byte);
+                      });
 }
 
 char16_t UpperOtherUnit(char16_t unit) {

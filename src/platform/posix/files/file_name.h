@@ -57,6 +57,8 @@ private:
 
 // How a name on disk appears to callers.
 [[nodiscard]] std::u16string TextFromName(std::string_view bytes);
+// The same, in place of what is in `text`, whose memory is used again.
+void ReadName(std::string_view bytes, std::u16string& text);
 
 // As TextFromName, but without two names that appear alike, such as one with a colon and one with
 // U+F03A. The characters that no Windows name can contain appear as U+DC00 plus the character.
@@ -64,8 +66,12 @@ private:
 
 // The name on disk that is exactly `text`, and that a new file of this name gets. U+F03A stays what
 // it is. False for what is no name: empty, ".", "..", or with a character that no Windows name can
-// contain. A lone surrogate that means no byte becomes three bytes, as UTF-8 would encode it.
+// contain; `bytes` is then in no particular state. A lone surrogate that means no byte becomes
+// three bytes, as UTF-8 would encode it.
 [[nodiscard]] bool NameFromText(std::u16string_view text, std::string& bytes);
+
+// Whether `bytes` is the name that NameFromText gives, and every byte appears as itself.
+[[nodiscard]] bool IsPlainNameOf(std::string_view bytes, std::u16string_view text);
 
 // UpperUnit of what is not ASCII.
 [[nodiscard]] char16_t UpperOtherUnit(char16_t unit);

@@ -101,7 +101,8 @@ private:
 
     std::shared_ptr<CFolder> m_folder;
     std::u16string m_pattern;
-    std::string m_last;  // name on disk, empty at the start
+    std::string m_last;     // name on disk, empty at the start
+    std::u16string m_text;  // kept for its memory
     std::size_t m_ownNames = 0;
 };
 
@@ -150,11 +151,12 @@ int CFindHandle::SSearch::Next(SFindData& found) {
     // So is an entry that has been deleted since the names were read.
     while (const std::optional<SName> name = names->FindNext(m_last)) {
         m_last = name->text;
-        std::u16string text = names->GetText(m_last);
+        names->GetText(m_last, m_text);
         std::uint32_t attributes = 0;
-        if (!names->IsStream(m_last) && MatchesPattern(text, m_pattern) &&
+        if (!names->IsStream(m_last) && MatchesPattern(m_text, m_pattern) &&
             PassEntry(name->kind, attributes)) {
-            found = {std::move(text), attributes};
+            found.name.swap(m_text);
+            found.attributes = attributes;
             return ERROR_SUCCESS;
         }
     }
@@ -198,15 +200,14 @@ int CFindHandle::Next(SFindData& found) {
 
 void CFindHandle::Close() { m_search.reset(); }
 
-int FindEntry(const char16_t* name, SFindData& found) {
-    const std::u16string_view path = name;
+int FindEntry(std::u16string_view path, SFindData& found) {
     SFilePlace place;
     int status = FindFolder(path, place);
     if (status == ERROR_SUCCESS) {
         // As on Windows, a name with a wildcard finds the first entry that matches.
         if (place.stream.empty() && IsPattern(place.name)) {
             CFindHandle search;
-            return search.First(name, found);
+            return search.First(path.data(), found);
         }
         status = FindOne(place, path, found);
     }

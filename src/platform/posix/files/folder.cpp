@@ -154,11 +154,15 @@ int CFolder::Find(std::u16string_view text, SEntry& entry) {
 }
 
 bool CFolder::Recall(std::u16string_view text, SEntry& entry) const {
-    std::string name;
-    if (m_lastRegular.empty() || !NameFromText(text, name) || name != m_lastRegular) {
+    if (m_lastRegular.empty()) {
         return false;
     }
-    entry.name = std::move(name);
+    std::string name;
+    if (!IsPlainNameOf(m_lastRegular, text) &&
+        (!NameFromText(text, name) || name != m_lastRegular)) {
+        return false;
+    }
+    entry.name = m_lastRegular;
     entry.info.st_mode = S_IFREG;
     return true;
 }

@@ -291,13 +291,13 @@ std::optional<SName> CNameSet::FindNext(std::string_view name) const {
     return SName{GetName(m_passed), m_blocks[m_passed.block][m_passed.index].kind};
 }
 
-std::u16string CNameSet::GetText(std::string_view name) const {
-    std::u16string text = TextFromName(name);
+void CNameSet::GetText(std::string_view name, std::u16string& text) const {
+    ReadName(name, text);
     std::string literal;
     // A name that its own text leads back to always has this text. Only the others can clash.
     if (std::all_of(name.begin(), name.end(), IsPlain) ||
         (NameFromText(text, literal) && literal == name)) {
-        return text;
+        return;
     }
     std::u16string upper;
     AppendUpper(upper, text);
@@ -306,7 +306,9 @@ std::u16string CNameSet::GetText(std::string_view name) const {
     const SPlace first = FindFirstFrom(SKey{upper, &exact});
     const SPlace second = IsEnd(first) ? first : GetNext(first);
     const bool isAlone = IsEnd(second) || CompareWithText(GetName(second), text, false) != 0;
-    return isAlone ? text : UnambiguousTextFromName(name);
+    if (!isAlone) {
+        text = UnambiguousTextFromName(name);
+    }
 }
 
 bool CNameSet::IsStream(std::string_view name) const {

@@ -56,9 +56,9 @@ public:
     // all others. None at the end.
     [[nodiscard]] std::optional<SName> FindNext(std::string_view name) const;
 
-    // What the name appears as. Of names that would appear alike, all but one show their colons and
-    // the like another way, so that each can be found.
-    [[nodiscard]] std::u16string GetText(std::string_view name) const;
+    // Sets `text` to what the name appears as. Of names that would appear alike, all but one show
+    // their colons and the like another way, so that each can be found.
+    void GetText(std::string_view name, std::u16string& text) const;
 
     // Whether a name is "file:stream" for a file that is there too.
     [[nodiscard]] bool IsStream(std::string_view name) const;
