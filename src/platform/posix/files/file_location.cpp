@@ -138,6 +138,39 @@ int AddName(SFileLocation& location, std::u16string_view name) {
     return ERROR_SUCCESS;
 }
 
+// Whether a path is nothing but names, none of them of dots alone.
+bool HasOnlyNames(std::u16string_view path) {
+    bool isEmpty = true;  // the present segment, but for dots
+    for (const char16_t unit : path) {
+        if (unit == u'/' || (unit == u'\\' && isEmpty)) {
+            return false;
+        }
+        isEmpty = unit == u'\\' || (isEmpty && unit == u'.');
+    }
+    return !isEmpty;
+}
+
+// Adds all names at once, as nearly every path allows. False, with nothing added, for the others.
+bool AddNames(SFileLocation& location, std::u16string_view path) {
+    if (path.starts_with(u'\\')) {
+        path.remove_prefix(1);
+    }
+    if (!HasOnlyNames(path)) {
+        return false;
+    }
+    const std::size_t cut = path.rfind(u'\\') + 1;  // 0 when there is none
+    std::u16string_view name = path.substr(cut);
+    std::u16string_view stream;
+    // "..:stream" has become a name of dots.
+    if (!CutStream(name, stream) || name.empty() || name == u"." || name == u"..") {
+        return false;
+    }
+    location.path += u'\\';
+    location.path += path.substr(0, cut + name.size());
+    location.stream = stream;
+    return true;
+}
+
 }  // namespace
 
 std::u16string_view SFileLocation::GetName() const {
@@ -176,6 +209,9 @@ int ReadLocation(std::u16string_view text, SFileLocation& location) {
     location.path.reserve(text.size() + 1);
     if (const int status = ReadStart(location, text)) {
         return status;
+    }
+    if (AddNames(location, text)) {
+        return ERROR_SUCCESS;
     }
     // A path that ends in a backslash means a folder, and "a:b" is no name of a folder.
     const bool mayHaveStream = !text.empty() && text.back() != u'\\';
