@@ -83,7 +83,7 @@ std::string CReportData::ReadRecordLines(const fs::path& record, SRecordHead& he
                                          SReportedPackage& data) {
     SReportedTarget* open = nullptr;
     std::uint64_t number = 0;
-    const std::string problem = ReadRecord(DeepPath(record), head, [&](const SRecordEntry& entry) {
+    std::string problem = ReadRecord(DeepPath(record), head, [&](const SRecordEntry& entry) {
         if (open == nullptr || entry.in != number) {
             number = entry.in;
             open = &data.targets[number];
@@ -107,7 +107,7 @@ std::string CReportData::ReadRecordLines(const fs::path& record, SRecordHead& he
 
 void CReportData::ReadRecordOf(const SReportPackage& package, SReportedPackage& data) {
     SRecordHead head;
-    const std::string problem = ReadRecordLines(package.record, head, data);
+    std::string problem = ReadRecordLines(package.record, head, data);
     if (!head.state.empty()) {
         data.head = head;
         if (const std::string gap = DescribeGap(head); !gap.empty()) {
@@ -176,7 +176,7 @@ void CReportData::ReadManifestOf(SReportedTarget& target, CReportPayload& payloa
     payload.FindSid(manifest);
     std::map<std::u16string, std::size_t> places;
     m_slices.BeginList(&target.itemSlices);
-    const std::string problem = ReadItems(manifest, [&](const SItem& item) {
+    std::string problem = ReadItems(manifest, [&](const SItem& item) {
         if (item.collection == u"Properties") {
             target.properties[std::u16string(item.element)] = item.text;
         } else {
