@@ -120,11 +120,6 @@ void CTokenScan::PassTo(std::size_t restLength) {
 
 constexpr std::size_t kNowhere = std::u16string_view::npos;
 
-std::size_t FindPercent(std::u16string_view text, std::size_t start) {
-    return platform::FindMarked(
-        text, start, [](platform::UnitBlock units) { return platform::Equals(units, u'%'); });
-}
-
 struct SExpansion {
     std::u16string text;    // empty when there is no token
     std::size_t count = 0;  // of tokens
@@ -137,8 +132,8 @@ template <class TFindToken>
 std::optional<SExpansion> ExpandInOnePass(std::u16string_view text, const TFindToken& findToken) {
     SExpansion expansion;
     std::size_t done = 0;
-    for (std::size_t first = FindPercent(text, 0); first < text.size();) {
-        const std::size_t last = FindPercent(text, first + 1);
+    for (std::size_t first = platform::FindUnit(text, u'%', 0); first < text.size();) {
+        const std::size_t last = platform::FindUnit(text, u'%', first + 1);
         if (last == kNowhere) {
             break;
         }
@@ -154,7 +149,7 @@ std::optional<SExpansion> ExpandInOnePass(std::u16string_view text, const TFindT
             const bool hasTwo = path.ends_with(u'\\') && text.substr(last + 1).starts_with(u'\\');
             done = last + (hasTwo ? 2 : 1);
         }
-        first = FindPercent(text, last + 1);
+        first = platform::FindUnit(text, u'%', last + 1);
     }
     if (expansion.count != 0) {
         expansion.text += text.substr(done);

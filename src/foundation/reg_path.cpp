@@ -195,13 +195,10 @@ int CRegPathW::ParseNames(std::u16string_view text) {
     }
     // A name must not be empty, or start with a NUL, which counts as empty. One backslash at the
     // end is gone, and those at the start.
-    const auto isBackslash = [](platform::UnitBlock units) {
-        return platform::Equals(units, u'\\');
-    };
     bool isValid = text.front() != 0 && text.back() != u'\\';
     std::size_t count = 1;
-    for (std::size_t at = platform::FindMarked(text, 0, isBackslash); isValid && at < text.size();
-         at = platform::FindMarked(text, at + 1, isBackslash)) {
+    for (std::size_t at = platform::FindUnit(text, u'\\', 0); isValid && at < text.size();
+         at = platform::FindUnit(text, u'\\', at + 1)) {
         isValid = text[at + 1] != u'\\' && text[at + 1] != 0;
         ++count;
     }

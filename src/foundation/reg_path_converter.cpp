@@ -118,11 +118,8 @@ bool BeginsWith(std::u16string_view text, std::u16string_view prefix) {
 std::size_t FindRoot(std::u16string_view text, std::size_t start) {
     constexpr std::u16string_view kLetters = u"hkey";
     // Searched by the underscore: it is rare, and no other unit folds to it.
-    const auto isUnderscore = [](platform::UnitBlock units) {
-        return platform::Equals(units, u'_');
-    };
-    for (std::size_t mark = platform::FindMarked(text, start + kLetters.size(), isUnderscore);
-         mark != kNowhere; mark = platform::FindMarked(text, mark + 1, isUnderscore)) {
+    for (std::size_t mark = platform::FindUnit(text, u'_', start + kLetters.size());
+         mark != kNowhere; mark = platform::FindUnit(text, u'_', mark + 1)) {
         if (BeginsWith(text.substr(mark - kLetters.size()), kLetters)) {
             return mark - kLetters.size();
         }

@@ -96,4 +96,10 @@ template <class TMarksOf>
     return std::u16string_view::npos;
 }
 
+// The index of the first `unit` at or after `start`; npos if there is none.
+[[nodiscard]] inline std::size_t FindUnit(std::u16string_view text, char16_t unit,
+                                          std::size_t start) {
+    return FindMarked(text, start, [unit](UnitBlock units) { return Equals(units, unit); });
+}
+
 }  // namespace platform
