@@ -67,7 +67,7 @@ private:
     void AddEnvironment();
     void InsertRow(std::u16string_view token, std::u16string_view path);
     void IndexRows();
-    [[nodiscard]] const CFolderEntry* FindToken(std::u16string_view span) const;
+    [[nodiscard]] std::u16string_view FindPath(std::u16string_view token) const;
     [[nodiscard]] SMatch FindNextPath(std::u16string_view text, std::size_t start) const;
     [[nodiscard]] std::optional<bool> CollapseInOnePass(std::u16string_view text,
                                                         std::u16string& collapsed) const;
