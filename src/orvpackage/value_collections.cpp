@@ -4,7 +4,6 @@
 #include "orvpackage/package.h"
 #include "orvpackage/prefetch.h"
 #include "orvpackage/value_text.h"
-#include "platform/text.h"
 
 namespace {
 
@@ -47,13 +46,10 @@ constexpr SKeyAttribute kDeleteAttributes[] = {
 
 }  // namespace
 
-// Compared with case, because each value is written with the path that it was given.
 COrvValueKey& COrvValueItemCollection::ShareKey(std::u16string_view target,
                                                 std::uint32_t architecture) {
-    if (m_lastKey.GetPath() == nullptr || m_lastKey.GetArchitecture() != architecture ||
-        !platform::HasSameUnits(m_lastTarget, target)) {
-        m_lastKey.SetText(target, architecture);
-        m_lastTarget = target;
+    if (!m_lastKey.IsOf(target, architecture)) {
+        m_lastKey.SetTarget(target, architecture);
         m_lastKey.SetPath(FindPath(target));
         m_lastKey.GetPath()->KeepPortable(GetSanitizer());
     }

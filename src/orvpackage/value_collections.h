@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 #include <string_view>
 #include <utility>
 
@@ -16,7 +15,6 @@ protected:
     // A key to make a value of. Values mostly come key by key, so the last key is kept, and the
     // values of a key share its path, which is that of the key's own item if there is one.
     //
-    // INVARIANT: `m_lastKey` has no path, or the one made of `m_lastTarget`.
     // Threads: those of the collection, and of that of the created keys.
     // Gain: 29 % less CPU (bench hive with 200,000 values).
     [[nodiscard]] COrvValueKey& ShareKey(std::u16string_view target, std::uint32_t architecture);
@@ -26,7 +24,6 @@ protected:
 private:
     [[nodiscard]] std::shared_ptr<const COrvKeyPath> FindPath(std::u16string_view target);
 
-    std::u16string m_lastTarget;
     COrvValueKey m_lastKey;
 };
 

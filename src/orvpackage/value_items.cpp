@@ -29,18 +29,24 @@ std::u16string_view FirstString(std::u16string_view units) {
 
 }  // namespace
 
-void COrvValueKey::SetText(std::u16string_view text, std::uint32_t architecture) {
+void COrvValueKey::SetTarget(std::u16string_view target, std::uint32_t architecture) {
     m_path.reset();
-    m_text = text;
+    m_target = target;
     m_architecture = architecture;
-    SetHashOfKey(m_hash, text, architecture);
+    SetHashOfKey(m_hash, target, architecture);
 }
 
 void COrvValueKey::SetPath(std::shared_ptr<const COrvKeyPath> path) {
-    if (!platform::HasSameUnits(m_text, path->GetText())) {
-        SetText(path->GetText(), m_architecture);
+    if (!path->IsOf(m_target)) {
+        SetHashOfKey(m_hash, path->GetText(), m_architecture);
     }
     m_path = std::move(path);
+}
+
+// Compared with case, because each value is written with the path that it was given.
+bool COrvValueKey::IsOf(std::u16string_view target, std::uint32_t architecture) const {
+    return m_path != nullptr && m_architecture == architecture &&
+           platform::HasSameUnits(m_target, target);
 }
 
 // The name, expanded once for both the hash and the field.

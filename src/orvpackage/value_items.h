@@ -13,18 +13,22 @@
 
 // A key of which values are made: the path that they share, and the start of their hashes.
 //
-// INVARIANT: there is no path, or the hashes begin with its text.
+// INVARIANT: there is no path, or it is the one made of `m_target` and the hashes begin with its
+// text.
 class COrvValueKey {
 public:
     COrvValueKey() = default;
     COrvValueKey(std::shared_ptr<const COrvKeyPath> path, std::uint32_t architecture) {
-        SetText(path->GetText(), architecture);
+        SetTarget(path->GetText(), architecture);
         SetPath(std::move(path));
     }
-    // Becomes a key without a path, which probably has that text.
-    void SetText(std::u16string_view text, std::uint32_t architecture);
+    // Becomes a key without a path. The hashes begin with `target`, as if it had no alias.
+    void SetTarget(std::u16string_view target, std::uint32_t architecture);
+    // Sets the path, which is made of the target.
     void SetPath(std::shared_ptr<const COrvKeyPath> path);
 
+    // Whether it has a path, and values of that target and architecture can be made of it.
+    [[nodiscard]] bool IsOf(std::u16string_view target, std::uint32_t architecture) const;
     // Null when there is none.
     [[nodiscard]] const std::shared_ptr<const COrvKeyPath>& GetPath() const { return m_path; }
     [[nodiscard]] std::uint32_t GetArchitecture() const { return m_architecture; }
@@ -32,7 +36,7 @@ public:
     [[nodiscard]] std::uint64_t HashOf(std::u16string_view name) { return m_hash.Hash(name); }
 
 private:
-    std::u16string m_text;
+    std::u16string m_target;
     std::shared_ptr<const COrvKeyPath> m_path;
     std::uint32_t m_architecture = OrvArchitectureNone;
     CKeyTextHash m_hash;
