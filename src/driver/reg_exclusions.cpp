@@ -39,7 +39,6 @@ bool Matches(const CExclusionRule& rule, std::u16string_view lowerPath) {
     }
 }
 
-// Patterns and paths go through this before they are compared, so that case does not count.
 // A rule in the words of the record: a star is any text.
 CStrW Describe(const CExclusionRule& rule) {
     switch (rule.m_match) {
@@ -54,6 +53,7 @@ CStrW Describe(const CExclusionRule& rule) {
     }
 }
 
+// Patterns are compared with paths that are folded too, so that case does not count.
 CStrW LowerCase(CStrW text) {
     text.Fold();
     return text;
@@ -176,8 +176,8 @@ bool CRegExclusions::StartsWithPrefix(std::u16string_view lowerPath) const {
     return next != m_lowerPrefixes.begin() && StartsWith(lowerPath, *std::prev(next));
 }
 
-EReason CRegExclusions::GetReason(const CStrW& path, CStrW& rule) const {
-    const CStrW lowerPath = LowerCase(path);
+EReason CRegExclusions::GetReason(std::u16string_view path, CStrW& rule) const {
+    const std::u16string lowerPath = platform::FoldedText(path);
     const auto found = std::ranges::find_if(
         m_rules, [&lowerPath](const CExclusionRule& each) { return Matches(each, lowerPath); });
     if (found != m_rules.end()) {
@@ -188,9 +188,9 @@ EReason CRegExclusions::GetReason(const CStrW& path, CStrW& rule) const {
     return IsOtherUser(lowerPath) ? EReason::OtherUser : EReason::KernelPath;
 }
 
-bool CRegExclusions::IsExcluded(const CStrW& path) const {
+bool CRegExclusions::IsExcluded(std::u16string_view path) const {
     // The portable form of a target that is no key path is empty. No rule speaks of such a target.
-    if (path.IsEmpty()) {
+    if (path.empty()) {
         return false;
     }
     const std::u16string lower = platform::FoldedText(path);

@@ -41,10 +41,10 @@ public:
     static void EndOfFormerMachine();
 
     // Whether a key, given by its portable path, is excluded.
-    [[nodiscard]] bool IsExcluded(const CStrW& path) const;
+    [[nodiscard]] bool IsExcluded(std::u16string_view path) const;
     // Why a key is excluded, for the record; `rule` receives the text of the rule that acts, empty
     // without one. It compares with all rules, so it is for excluded keys of a full record only.
-    [[nodiscard]] EReason GetReason(const CStrW& path, CStrW& rule) const;
+    [[nodiscard]] EReason GetReason(std::u16string_view path, CStrW& rule) const;
     // Adds a rule after all others. False when there is a rule with the same text, even one that
     // compares in another way.
     bool AddRule(const CStrW& pattern, std::uint32_t match, bool flag);

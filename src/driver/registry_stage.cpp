@@ -8,8 +8,10 @@
 
 namespace {
 
+constexpr std::u16string_view kExcluding = u"Excluding ";
+
 // Writes the line of a captured key that the queue of items has held back.
-void RecordKey(const COrvKeyItem& key, bool isExcluded, const CStrW& path) {
+void RecordKey(const COrvKeyItem& key, bool isExcluded, std::u16string_view path) {
     const CStrW& target = key.GetTarget();
     CStrW rule;
     SRecordLine line{.thing = EThing::Key, .reason = EReason::Created, .collection = u"CreateKeys"};
@@ -51,20 +53,20 @@ template <class TItem>
 void ExcludeFrom(COrvCollection& keys, const COrvSanitizer& sanitizer, CProgressEvent& progress) {
     const CRegExclusions& exclusions = CRegExclusions::Get();
     CComparedPath compared(sanitizer);
-    CStrW path;
     for (COrvItemItr<TItem> key(keys); key.Get() != nullptr;) {
-        path.Assign(compared.Get(key.Get()->GetKey()));
+        const std::u16string_view path = compared.Get(key.Get()->GetKey());
         const bool isExcluded = exclusions.IsExcluded(path);
         if (CRecord::IsFull()) {
             RecordKey(*key.Get(), isExcluded, path);
         }
+        // Before the key may be deleted, and its path with it.
+        progress.SetMessage(kExcluding);
+        progress.SetMessageEnd(kExcluding.size(), path);
         if (isExcluded) {
             key.Erase();
         } else {
             key.Advance();
         }
-        progress.SetMessage(u"Excluding ");
-        progress.SetMessageEnd(std::size(u"Excluding ") - 1, path);
         progress.Step();
     }
 }
