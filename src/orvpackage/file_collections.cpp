@@ -101,9 +101,9 @@ CStrW Join(std::u16string_view start, std::u16string_view rest) {
     return text;
 }
 
-void PrefetchText(const SOrvFileStart& start) {
-    const std::u16string_view text = start.portable.value_or(start.text);
-    Prefetch(text.data(), text.size() * sizeof(char16_t));
+// What the text of a file is written from.
+std::u16string_view WrittenStart(const SOrvFileStart& start) {
+    return start.portable.value_or(start.text);
 }
 
 }  // namespace
@@ -201,11 +201,11 @@ void COrvCreateFilesCollection::PrefetchItem(const COrvItem& item, unsigned step
     COrvCollection::PrefetchItem(item, step);
     const auto& file = static_cast<const COrvCreateFile&>(item);
     if (step == 1) {
-        Prefetch(file.GetNameInFolder().data(), file.GetNameInFolder().size() * sizeof(char16_t));
+        Prefetch(file.GetNameInFolder());
         Prefetch(&file.GetFolder(), sizeof(SOrvFileFolder));
     } else if (step == 2) {
-        PrefetchText(file.GetFolder().target);
-        PrefetchText(file.GetFolder().source);
+        Prefetch(WrittenStart(file.GetFolder().target));
+        Prefetch(WrittenStart(file.GetFolder().source));
     }
 }
 

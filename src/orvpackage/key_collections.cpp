@@ -103,9 +103,7 @@ void COrvKeyItemCollection::PrefetchItem(const COrvItem& item, unsigned step) co
     if (step == 1) {
         Prefetch(&static_cast<const COrvKeyItem&>(item).GetKey(), sizeof(COrvKeyPath));
     } else if (step == 2) {
-        const std::u16string_view text =
-            static_cast<const COrvKeyItem&>(item).GetKey().GetWritten();
-        Prefetch(text.data(), text.size() * sizeof(char16_t));
+        Prefetch(static_cast<const COrvKeyItem&>(item).GetKey().GetWritten());
     }
 }
 

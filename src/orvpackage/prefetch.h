@@ -3,9 +3,10 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
-// Has the bytes loaded into the processor's cache in the background; changes nothing. Called where
-// other code is: GCC drops the calls of a function that it sees to do nothing else.
+// Has the bytes loaded into the processor's cache in the background; changes nothing. GCC drops the
+// calls of a function that does nothing else, so one that calls this also does something.
 inline void Prefetch(const void* bytes, std::size_t size) {
     constexpr std::size_t kCacheLine = 64;
     const auto* const first = static_cast<const char*>(bytes);
@@ -15,4 +16,7 @@ inline void Prefetch(const void* bytes, std::size_t size) {
     if (size != 0) {
         __builtin_prefetch(first + size - 1);  // the last line may be one more
     }
+}
+inline void Prefetch(std::u16string_view text) {
+    Prefetch(text.data(), text.size() * sizeof(char16_t));
 }
