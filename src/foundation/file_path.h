@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/file_path_segment.h"
 #include "foundation/wide_string.h"
 
 // In UTF-16 units: the longest folder that Windows makes without the prefix, 260 less a NUL and an
@@ -19,53 +20,6 @@ enum EFilePathKind : std::int32_t {
     FilePathDriveRelative = 3,  // C:dir\file, also C: alone
     FilePathRootRelative = 4,   // \dir\file
     FilePathUnc = 5,            // \\server\share\file
-};
-
-// One name between backslashes: 1 to 260 units, none of them one of "/<>\|, and a colon only as the
-// second of exactly two units. Wildcards, "." and "..", and trailing dots and blanks are allowed.
-class CFilePathSegmentW {
-public:
-    CFilePathSegmentW() = default;
-    // An invalid name leaves the segment empty.
-    explicit CFilePathSegmentW(std::u16string_view name) { static_cast<void>(Assign(name)); }
-
-    // Returns 0, ERROR_INVALID_DATA for an invalid name or ERROR_NOT_ENOUGH_MEMORY; on failure the
-    // segment is empty.
-    [[nodiscard]] int Assign(std::u16string_view name);
-    void Clear() { m_name.Clear(); }
-
-    [[nodiscard]] const CStrW& GetText() const { return m_name; }
-    [[nodiscard]] std::u16string_view View() const { return m_name.View(); }
-    [[nodiscard]] bool IsEmpty() const { return m_name.IsEmpty(); }
-    [[nodiscard]] bool EqualsNoCase(std::u16string_view other) const;
-    [[nodiscard]] bool IsDot() const { return m_name.View() == u"."; }
-    [[nodiscard]] bool IsDotDot() const { return m_name.View() == u".."; }
-
-    // Compares the part after the last dot with `extension`, which may have its dot or not: -1, 0
-    // or 1, ignoring case. A name without a dot is compared as a whole, so that the name "exe"
-    // matches. An empty `extension` gives 0 when the name ends in its dot, otherwise 1.
-    [[nodiscard]] int CompareExtension(std::u16string_view extension) const;
-    // The part before the last dot, or the whole name without one; ".profile" has an empty stem.
-    [[nodiscard]] CStrW GetStem() const;
-    // Replaces the extension by ".orv". False, with the name unchanged, when the new name is
-    // invalid.
-    bool SetExtensionOrv();
-
-protected:
-    [[nodiscard]] int AssignChecked(std::u16string_view name, bool isValid);
-
-private:
-    CStrW m_name;
-};
-
-// The server of a UNC path: 1 to 64 units, none of them one of ",*+/:;<>=?[]\| or a double quote.
-class CMachineNameW : public CFilePathSegmentW {
-public:
-    CMachineNameW() = default;
-    // An invalid name leaves it empty.
-    explicit CMachineNameW(std::u16string_view name) { static_cast<void>(Assign(name)); }
-    // Like CFilePathSegmentW::Assign, with the stricter rule.
-    [[nodiscard]] int Assign(std::u16string_view name);
 };
 
 // A Windows file path. Lengths count UTF-16 units. A backslash at the end and "\\?\" at the start
@@ -138,7 +92,8 @@ public:
     // This path followed by `name`, as AppendSegment does it. The name must be valid, as one that
     // is checked already or has come from a path.
     [[nodiscard]] CFilePathW GetChild(std::u16string_view name) const;
-    // Makes this path the same of `base`. It keeps its storage.
+    // Makes this path what GetChild of `base` gives. `base` is another path. Needs no new memory
+    // where the old text had as much.
     void AssignChild(const CFilePathW& base, std::u16string_view name);
     // A path of up to `count` names from `start` on, appended one by one as AppendSegment does.
     // Empty when `start` is past the end.
@@ -177,9 +132,6 @@ private:
     // implies it.
     std::u16string m_names;
 };
-
-// Whether CFilePathSegmentW::CompareExtension gives 0 for a name. Cheaper, as it needs no order.
-[[nodiscard]] bool HasExtension(std::u16string_view name, std::u16string_view extension);
 
 // The kind of a path that begins with `segment`.
 [[nodiscard]] EFilePathKind KindOfFirstSegment(const CFilePathSegmentW& segment);

@@ -133,11 +133,8 @@ CRegPathW::CRegPathW(const CRegPathW& base, const CRegPathW& tail) {
     static_cast<void>(Append(tail));
 }
 
-CRegPathW::CRegPathW(const CRegPathW& base, const CRegPathSegmentW& last) {
-    m_names.reserve(base.m_names.size() + last.View().size() + 1);
-    Assign(base);
-    AppendSegment(last);
-}
+CRegPathW::CRegPathW(const CRegPathW& base, const CRegPathSegmentW& last)
+    : CRegPathW(base, last.View()) {}
 
 CRegPathW::CRegPathW(const CRegPathW& base, std::u16string_view last) {
     m_names.reserve(base.m_names.size() + last.size() + 1);
