@@ -107,7 +107,7 @@ std::string CReportData::ReadRecordLines(const fs::path& record, SRecordHead& he
 
 void CReportData::ReadRecordOf(const SReportPackage& package, SReportedPackage& data) {
     SRecordHead head;
-    std::string problem = ReadRecordLines(package.record, head, data);
+    const std::string problem = ReadRecordLines(package.record, head, data);
     if (!head.state.empty()) {
         data.head = head;
         if (const std::string gap = DescribeGap(head); !gap.empty()) {
@@ -176,7 +176,7 @@ void CReportData::ReadManifestOf(SReportedTarget& target, CReportPayload& payloa
     payload.FindSid(manifest);
     std::map<std::u16string, std::size_t> places;
     m_slices.BeginList(&target.itemSlices);
-    std::string problem = ReadItems(manifest, [&](const SItem& item) {
+    const std::string problem = ReadItems(manifest, [&](const SItem& item) {
         if (item.collection == u"Properties") {
             target.properties[std::u16string(item.element)] = item.text;
         } else {
