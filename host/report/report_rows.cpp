@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "host/key_names.h"
 #include "host/record_pattern.h"
 #include "host/registry_data.h"
 
@@ -72,17 +73,12 @@ std::u16string DescribeData(const SItem& item) {
     return text;
 }
 
-// A key and the name of a value or a variable.
-std::u16string Join(Text key, Text name) {
-    return std::u16string(key).append(u"\\").append(name.empty() ? u"(default)" : name);
-}
-
 }  // namespace
 
 void WriteItemRow(const SItem& item, const std::optional<SReportSize>& file, CJsonWriter& json) {
     json.Text(item.collection);
     if (item.collection == u"CreateValues" || item.collection == u"DeleteValues") {
-        json.Text(Join(GetAttribute(item, u"Target"), GetAttribute(item, u"Value")));
+        json.Text(ValuePath(GetAttribute(item, u"Target"), GetAttribute(item, u"Value")));
         json.Text(item.collection == u"CreateValues" ? Cut(DescribeData(item)) : u"");
     } else {
         const auto* const found =
@@ -108,9 +104,10 @@ void WriteRecordRow(const SRecordEntry& entry, CJsonWriter& json) {
     // A key above the real ones has no other name.
     source = source.empty() ? entry.source : source;
     const bool isInKey = entry.thing == "value" || entry.thing == "variable";
-    json.Text(isInKey ? Join(source, entry.name) : source);
+    json.Text(isInKey ? ValuePath(source, entry.name) : source);
     // As the item's place has it.
-    json.Text(isInKey && !entry.target.empty() ? Join(entry.target, entry.name) : entry.target);
+    json.Text(isInKey && !entry.target.empty() ? ValuePath(entry.target, entry.name)
+                                               : entry.target);
     json.Text(entry.detail);
     json.Number(entry.status);
 }
