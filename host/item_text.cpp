@@ -207,10 +207,8 @@ Text CItemText::ShowCell(const SItem& item, std::size_t column) {
             return GetAttribute(item, name);
         case EShow::Key:
             return m_cell = ShortKeyName(GetAttribute(item, name));
-        case EShow::ValueName: {
-            const Text value = GetAttribute(item, name);
-            return value.empty() ? kDefaultValue : value;
-        }
+        case EShow::ValueName:
+            return ValueName(GetAttribute(item, name));
         case EShow::Words:
             return m_cell = ShowOther(name, GetAttribute(item, name));
         case EShow::List:

@@ -46,7 +46,7 @@ std::u16string Rename(Text name, const Names (&rows)[kCount]) {
 }  // namespace
 
 std::u16string ValuePath(Text key, Text name) {
-    return std::u16string(key).append(u"\\").append(name.empty() ? kDefaultValue : name);
+    return std::u16string(key).append(u"\\").append(ValueName(name));
 }
 
 bool IsKeyBelow(Text name, Text start) {

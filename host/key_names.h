@@ -6,10 +6,12 @@
 
 namespace host {
 
-// What the default value of a key is called.
-inline constexpr std::u16string_view kDefaultValue = u"(default)";
+// The name of a value for people; the default value of a key has none of its own.
+[[nodiscard]] inline std::u16string_view ValueName(std::u16string_view name) {
+    return name.empty() ? u"(default)" : name;
+}
 
-// The path of a value: the key, a backslash and the name. An empty name is the default value.
+// The path of a value for people: the key, a backslash and the name.
 [[nodiscard]] std::u16string ValuePath(std::u16string_view key, std::u16string_view name);
 
 // Whether `name` is the key `start`, or a key below it. Letter case does not count.

@@ -71,7 +71,7 @@ bool CRecordPattern::Matches(const SRecordEntry& entry, const std::u16string& lo
 }
 
 bool CRecordPattern::MatchesKey(const SRecordEntry& entry) const {
-    const Text name = entry.name.empty() ? kDefaultValue : Text(entry.name);
+    const Text name = ValueName(entry.name);
     const Text* const value = entry.thing == "key" ? nullptr : &name;
     return m_pattern.MatchesKey(LongKeyName(entry.source), value) ||
            m_pattern.MatchesKey(entry.target, value) || m_pattern.MatchesKey(entry.source, value);

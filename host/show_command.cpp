@@ -85,9 +85,8 @@ bool MatchesItem(const SItem& item, const CNamePattern& pattern) {
     }
     const bool isValue = item.element == u"Value";
     if (isValue || item.element == u"Key") {
-        const Text name = GetAttribute(item, u"Value");
-        const Text shown = name.empty() ? kDefaultValue : name;
-        return pattern.MatchesKey(GetAttribute(item, u"Target"), isValue ? &shown : nullptr);
+        const Text name = ValueName(GetAttribute(item, u"Value"));
+        return pattern.MatchesKey(GetAttribute(item, u"Target"), isValue ? &name : nullptr);
     }
     if (item.collection == u"Properties") {
         return pattern.Matches(item.element);
