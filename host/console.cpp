@@ -9,6 +9,7 @@
 
 #include "host/system.h"
 #include "platform/local_paths.h"
+#include "platform/unit_marks.h"
 #include "platform/utf8.h"
 
 namespace host {
@@ -20,13 +21,11 @@ bool s_keepsMessages = false;
 std::vector<SMessage> s_messages;
 bool s_isOutputBroken = false;
 
-// Has no early exit, so that the compiler vectorises it.
+// Whether a text is ASCII without control characters.
 bool IsPlain(std::u16string_view text) {
-    unsigned others = 0;
-    for (const char16_t unit : text) {
-        others |= static_cast<unsigned>(static_cast<char16_t>(unit - 0x20) >= 0x7F - 0x20);
-    }
-    return others == 0;
+    return platform::CollectMarks(text, [](platform::UnitBlock units) {
+               return units - platform::Repeat(0x20) >= platform::Repeat(0x7F - 0x20);
+           }) == 0;
 }
 
 std::string ReplaceControls(std::u16string_view text) {
