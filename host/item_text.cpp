@@ -38,7 +38,7 @@ std::u16string Decimal(std::uint64_t number) {
 
 // The bytes of hexadecimal digits in pairs, as many as fit in `room` columns with their number
 // after them; all of them when that is 0.
-void AppendPairs(Text digits, std::size_t room, std::u16string& cell) {
+void ShowPairs(Text digits, std::size_t room, std::u16string& cell) {
     std::size_t shown = digits.size() / 2;
     std::u16string end;
     if (room != 0 && shown * 3 > room + 1) {
@@ -229,15 +229,13 @@ Text CItemText::ShowCell(const SItem& item, std::size_t column) {
 Text CItemText::ShowData(const SItem& item, std::size_t room) {
     const Text type = GetAttribute(item, u"Type");
     const EDataKind kind = GetDataKind(type);
-    // Most data is strings and bytes, which need no decoding.
-    if (kind == EDataKind::Strings || kind == EDataKind::Number) {
-        return ShowRegistryData(type, item.text, m_cell);
+    if (kind == EDataKind::Bytes && item.text.size() % 2 == 0 && IsHexString(item.text)) {
+        ShowPairs(item.text, room, m_cell);
+        return m_cell;
     }
-    if (kind != EDataKind::Bytes || item.text.size() % 2 != 0 || !IsHexString(item.text)) {
-        return item.text;
-    }
-    AppendPairs(item.text, room, m_cell);
-    return m_cell;
+    // A string, as most data is, needs no decoding.
+    const bool isCoded = kind == EDataKind::Strings || kind == EDataKind::Number;
+    return isCoded ? ShowRegistryData(type, item.text, m_cell) : Text(item.text);
 }
 
 std::vector<std::u16string> CItemText::ListOthers(const SItem& item) const {
