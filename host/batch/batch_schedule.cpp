@@ -130,10 +130,7 @@ void CSchedule::Begin(std::size_t index) {
         const std::intptr_t child = running.work->GetChild();
         m_running.emplace(child, std::move(running));
     } else if (begin == EBegin::Kept) {
-        ++m_run.counts.kept;
-        const EPackageOutcome outcome = OutcomeOf(work->GetResult());
-        m_run.failedBefore += outcome == EPackageOutcome::Failed ? 1 : 0;
-        m_run.counts.Add(outcome);
+        m_run.AddKept(work->GetResult());
     } else if (begin == EBegin::Taken) {
         m_taken.push_back(index);
     } else {
@@ -213,6 +210,13 @@ void CSchedule::Fail(std::size_t index, const std::string& problem) {
 }
 
 }  // namespace
+
+void SBatchRun::AddKept(const SPackageResult& result) {
+    const EPackageOutcome outcome = OutcomeOf(result);
+    ++counts.kept;
+    failedBefore += outcome == EPackageOutcome::Failed ? 1 : 0;
+    counts.Add(outcome);
+}
 
 std::string JoinOptions(const std::vector<std::string>& options) {
     std::string text;

@@ -21,6 +21,9 @@ struct SBatchRun {
     std::size_t failedBefore = 0;  // packages that have failed in a former run, and are left so
     int endStatus = 0;             // the exit status of a signal that has ended the run, or 0
     std::string lockProblem;       // why nothing can be converted: the file system has no locks
+
+    // Counts a package that had its result before.
+    void AddKept(const SPackageResult& result);
 };
 
 // The options of the conversions as one text, for their digests.

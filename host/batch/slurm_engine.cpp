@@ -206,10 +206,7 @@ bool CSlurmEngine::SortOut() {
         }
         const auto earlier = m_earlier.find(package.name);
         if (isDone) {
-            ++m_result.run.counts.kept;
-            const EPackageOutcome outcome = OutcomeOf(work.GetResult());
-            m_result.run.failedBefore += outcome == EPackageOutcome::Failed ? 1 : 0;
-            m_result.run.counts.Add(outcome);
+            m_result.run.AddKept(work.GetResult());
         } else if (earlier != m_earlier.end()) {
             awaited.array = earlier->second;
             ++m_arrays[awaited.array].waiting;
