@@ -101,12 +101,13 @@ private:
     std::u16string m_key;
     std::u16string m_source;
     bool m_isNewKey = true;  // neither is in the batch yet
-    // Values that are made, but not in the package yet. The memory gives the place of a value in
-    // the table while the next ones are made. It takes about as long as to make two values.
+    // Values that are made, but not in the package yet, as a ring. While the next ones are made,
+    // the place of a value in the table comes from memory, which takes as long as to make two
+    // values.
     //
-    // INVARIANT: `m_madeCount` values, the oldest at `m_oldestMade`, and all are older than what is
-    // in the package. Empty after Finish, and while anything else than values is made.
-    // Threads: that which makes the items.
+    // INVARIANT: there are `m_madeCount` values, the oldest at `m_oldestMade`, and all come after
+    // what is in the package. Empty after Finish, and while anything else than values is made.
+    // Threads: only the one that makes the items.
     // Gain: 5 % less CPU (bench hive).
     std::array<COrvItemPtr<COrvCreateValue>, kMaxMade> m_made;
     std::size_t m_oldestMade = 0;
