@@ -156,7 +156,6 @@ void CNameSet::Clear() {
 CNameSet::SStored CNameSet::Store(std::string_view name, EEntryKind kind) {
     const SStored stored{m_bytes.size(), static_cast<std::uint32_t>(name.size()), kind};
     m_bytes += name;
-    m_bytes += '\0';
     return stored;
 }
 

@@ -14,8 +14,7 @@ namespace platform {
 // nothing of, is Unknown until it is looked at.
 enum class EEntryKind : unsigned char { Unknown, Folder, Regular, Other };
 
-// A name on disk, ended by a NUL, and the kind of its entry. The text is that of a CNameSet, until
-// that changes.
+// A name on disk and the kind of its entry. The text is a loan of a CNameSet, until that changes.
 struct SName {
     std::string_view text;
     EEntryKind kind = EEntryKind::Unknown;
