@@ -36,14 +36,24 @@ int CompareUnits(TLeft left, TRight right, bool upper) {
     }
 }
 
+// The length of the start that a name has in common with another name or a text, as far as it is
+// plain.
+template <class TRight>
+std::size_t CountSamePlain(std::string_view left, TRight right) {
+    const std::size_t shorter = std::min(left.size(), right.size());
+    std::size_t same = 0;
+    while (same < shorter &&
+           static_cast<char16_t>(left[same]) == static_cast<char16_t>(right[same]) &&
+           IsPlain(left[same])) {
+        ++same;
+    }
+    return same;
+}
+
 // CompareUnits of two names in upper case. Nearly all are plain, which needs no reader.
 int CompareUpper(std::string_view left, std::string_view right) {
     const std::size_t shorter = std::min(left.size(), right.size());
-    std::size_t same = 0;
-    while (same < shorter && left[same] == right[same] && IsPlain(left[same])) {
-        ++same;
-    }
-    for (std::size_t i = same; i < shorter; ++i) {
+    for (std::size_t i = CountSamePlain(left, right); i < shorter; ++i) {
         if (!IsPlain(left[i]) || !IsPlain(right[i])) {
             return CompareUnits(CNameReader(left.substr(i)), CNameReader(right.substr(i)), true);
         }
@@ -67,14 +77,9 @@ private:
     std::size_t m_at = 0;
 };
 
-// The same for a name and a text.
+// CompareUnits of a name and a text, most of which begin alike.
 int CompareWithText(std::string_view name, std::u16string_view text, bool upper) {
-    const std::size_t shorter = std::min(name.size(), text.size());
-    std::size_t same = 0;
-    while (same < shorter && static_cast<char16_t>(name[same]) == text[same] &&
-           IsPlain(name[same])) {
-        ++same;
-    }
+    const std::size_t same = CountSamePlain(name, text);
     return CompareUnits(CNameReader(name.substr(same)), CTextReader(text.substr(same)), upper);
 }
 
