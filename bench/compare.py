@@ -306,8 +306,8 @@ def check_values(output, values):
 def parse_options():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
     parser.add_argument("cases", nargs="*", metavar="CASE",
-                        help=f"{', '.join(Bench.CASES)}; all of these without any. With ten times "
-                             f"as much, only by name: {', '.join(Bench.HUGE_CASES)}")
+                        help=f"{', '.join(Bench.CASES)}; all of these without any. With ten or "
+                             f"twenty times as much, only by name: {', '.join(Bench.HUGE_CASES)}")
     parser.add_argument("--build", type=pathlib.Path, default="build/release", metavar="DIR",
                         help="where the programs were built (default: %(default)s)")
     parser.add_argument("--rounds", type=int, default=5, help="default: %(default)s")
