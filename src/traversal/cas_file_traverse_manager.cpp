@@ -220,30 +220,28 @@ CCasFileTraverseManager::SPlaces CCasFileTraverseManager::FindPlaces(
     const CStrW text = target.GetChild(kName).ToPlainString();
     const CStrW collapsed = m_pathConverter->Collapse(text);
     const CFilePathW payload = MakePayloadName(collapsed);
+    const CStrW source = payload.ToString();
     const CFilePathW destination(m_packageFolder, payload);
-    // Empty for other paths, and where a row of the table may match a part of a name.
-    if (target.GetKind() == FilePathAbsolute && payload.GetSegmentCount() > 1 &&
-        collapsed.View().ends_with(kEnd) && payload.ViewLastSegment() == kName &&
+    const auto withoutName = [kName](const CStrW& path) {
+        return path.Mid(0, path.GetLength() - kName.size());
+    };
+    // Empty for other paths, for what the item would expand, and where a row of the table may match
+    // a part of a name.
+    if (target.GetKind() == FilePathAbsolute && payload.GetKind() == FilePathRelative &&
+        collapsed.View().ends_with(kEnd) && source.View().ends_with(kEnd) &&
         destination.GetSegmentCount() ==
             m_packageFolder.GetSegmentCount() + payload.GetSegmentCount() &&
-        m_pathConverter->KeepsNamesIn(text.View().substr(0, text.GetLength() - kName.size()))) {
-        places.target = target;
-        places.payload = payload.GetParent();
+        !HasUnit(text, u'%') && !HasUnit(source, u'%') &&
+        m_pathConverter->KeepsNamesIn(withoutName(text))) {
+        places.texts = {withoutName(text), withoutName(source)};
         places.destination = destination.GetParent();
         places.isSource = places.destination.Equals(folder);
-        const CStrW source = payload.ToString();
-        if (payload.GetKind() == FilePathRelative && !HasUnit(text, u'%') &&
-            !HasUnit(source, u'%')) {
-            places.texts = {text.Mid(0, text.GetLength() - kName.size()),
-                            source.Mid(0, source.GetLength() - kName.size())};
-        }
-        places.hasInnerPercent = HasInnerPercent(collapsed);
     }
     return places;
 }
 
-// A long path has a prefix, and a name with a colon may be a drive.
-bool CCasFileTraverseManager::SPlaces::HaveTextsOf(std::u16string_view name) const {
+// A long path has a prefix, a name with a colon may be a drive, and the item expands a token.
+bool CCasFileTraverseManager::SPlaces::AreOf(std::u16string_view name) const {
     return !texts.target.IsEmpty() && texts.target.GetLength() + name.size() <= kMaxPlainPath &&
            !HasUnit(name, u'%') && !HasUnit(name, u':');
 }
@@ -365,59 +363,57 @@ CCasFileTraverseManager::SBecame CCasFileTraverseManager::AddItem(const CFilePat
 }
 
 CStrW CCasFileTraverseManager::GetTarget(const CFilePathW& path) const {
-    return m_places->AreKnown() ? m_places->target.ToString(path.ViewLastSegment())
-                                : MapToTarget(path).ToString();
+    const std::u16string_view last = path.ViewLastSegment();
+    return m_places->AreOf(last) ? m_places->texts.target + CStrW(last)
+                                 : MapToTarget(path).ToString();
 }
 
+// If the package has the item already, the file is copied all the same.
 bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name) {
-    auto& files = m_package.Get<COrvCreateFilesCollection>();
     const std::u16string_view last = path.ViewLastSegment();
-    if (m_places->HaveTextsOf(last)) {
-        const bool isNew = files.AddFile(m_places->texts, last) != nullptr;
-        CopyPayload(path, name, CFilePathW());
-        return isNew;
+    if (!m_places->AreOf(last)) {
+        return AddMappedFile(path, name);
     }
-    const bool isKnown = m_places->AreKnown();
+    const bool isNew =
+        m_package.Get<COrvCreateFilesCollection>().AddFile(m_places->texts, last) != nullptr;
+    // The copy would delete an existing destination, which here is the captured file itself.
+    if (!m_places->isSource) {
+        TellCopy(name, CopyFileInto(name, m_places->destination, last, &m_copier));
+    }
+    return isNew;
+}
+
+bool CCasFileTraverseManager::AddMappedFile(const CFilePathW& path, const CStrW& name) {
+    const CFilePathW target = MapToTarget(path);
     // Without the prefix of long paths, so that the payload of a deep file is named like any other.
-    const CStrW collapsed =
-        isKnown ? CStrW() : m_pathConverter->Collapse(MapToTarget(path).ToPlainString());
-    const CFilePathW payload = isKnown ? CFilePathW() : MakePayloadName(collapsed);
-    const CStrW relative = isKnown ? m_places->payload.ToString(last) : payload.ToString();
-    const COrvCreateFile* const added = files.AddFile(
-        {GetTarget(path), relative}, isKnown ? m_places->payload.GetKind() : payload.GetKind());
+    const CStrW collapsed = m_pathConverter->Collapse(target.ToPlainString());
+    const CFilePathW payload = MakePayloadName(collapsed);
+    const COrvCreateFile* const added =
+        m_package.Get<COrvCreateFilesCollection>().AddFile(target, payload);
     const bool isNew = added != nullptr;
     // The item expands what looks like a token, but the payload keeps its name.
-    if (isNew && CRecord::IsOn() &&
-        (isKnown ? HasUnit(last, u'%') || m_places->hasInnerPercent : HasInnerPercent(collapsed)) &&
-        added->GetRelativeSource() != relative) {
+    if (isNew && CRecord::IsOn() && HasInnerPercent(collapsed) &&
+        added->GetRelativeSource() != payload.ToString()) {
         GetRecord().Add({.thing = EThing::File,
                          .reason = EReason::TokenInName,
                          .source = name,
                          .collection = u"CreateFiles",
-                         .target = GetTarget(path).View(),
+                         .target = target.ToString().View(),
                          .detail = added->GetRelativeSource()});
     }
-    // If the package has the item already, the file is copied all the same.
-    CopyPayload(path, name, payload);
+    const CFilePathW destination(m_packageFolder, payload);
+    if (payload.IsEmpty()) {
+        // The destination would be the output folder itself.
+        TellMissingFile(name, ERROR_ACCESS_DENIED, EReason::NoPayloadName);
+    } else if (!destination.Equals(path)) {
+        TellCopy(name, CopyFileOver(name, destination, &m_copier));
+    }
     return isNew;
 }
 
-void CCasFileTraverseManager::CopyPayload(const CFilePathW& path, const CStrW& name,
-                                          const CFilePathW& relative) {
-    const bool isKnown = m_places->AreKnown();
-    const CFilePathW destination = isKnown ? CFilePathW() : CFilePathW(m_packageFolder, relative);
-    // The copy would delete an existing destination, which here is the captured file itself.
-    if (isKnown ? m_places->isSource : !relative.IsEmpty() && destination.Equals(path)) {
-        return;
-    }
-    // Without a name the destination would be the output folder itself.
-    const bool hasName = isKnown || !relative.IsEmpty();
-    const int status =
-        !hasName  ? ERROR_ACCESS_DENIED
-        : isKnown ? CopyFileInto(name, m_places->destination, path.ViewLastSegment(), &m_copier)
-                  : CopyFileOver(name, destination, &m_copier);
+void CCasFileTraverseManager::TellCopy(const CStrW& name, int status) {
     if (status != ERROR_SUCCESS) {
-        TellMissingFile(name, status, hasName ? ReasonOfCopy(status) : EReason::NoPayloadName);
+        TellMissingFile(name, status, ReasonOfCopy(status));
     }
 }
 
