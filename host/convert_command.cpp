@@ -1,6 +1,8 @@
 #include "host/convert_command.h"
 
-#include <map>
+#include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -12,7 +14,6 @@
 #include "host/json.h"
 #include "host/library_run.h"
 #include "host/losses.h"
-#include "host/manifest_reader.h"
 #include "host/output_folder.h"
 #include "host/result_file.h"
 #include "host/run_log.h"
@@ -30,6 +31,16 @@ constexpr std::u16string_view kRecordName = u"record.jsonl";
 
 std::string CountLosses(std::uint64_t count) {
     return std::to_string(count) + (count == 1 ? " loss" : " losses");
+}
+
+// Whether a manifest has its last line. It is written from start to end, so it is whole then.
+bool IsWholeManifest(const std::filesystem::path& manifest) {
+    constexpr std::u16string_view kLastLine = u"</Package>\r\n";
+    constexpr std::streamoff kSize = kLastLine.size() * sizeof(char16_t);
+    std::u16string end(kLastLine.size(), u'\0');
+    std::ifstream file(manifest, std::ios::binary);
+    file.seekg(-kSize, std::ios::end).read(reinterpret_cast<char*>(end.data()), kSize);
+    return end == kLastLine;
 }
 
 // Whether an argument, which is `path` for the library, can only mean a folder, whether it exists
@@ -59,6 +70,7 @@ private:
     void WriteSums();
     void Publish();
     void Fail(const std::string& problem);
+    [[nodiscard]] std::size_t CountItems();
     [[nodiscard]] int DecideExit() const;
     [[nodiscard]] std::string FormatLines() const;
     void WriteJson();
@@ -75,9 +87,9 @@ private:
     std::uint32_t m_status = 0;
     SLogSummary m_summary;
     std::size_t m_targetCount = 0;
-    std::size_t m_items = 0;
-    std::map<std::u16string, SManifestSummary> m_manifests;  // by the GUID of the target
-    std::vector<std::u16string> m_converted;                 // GUIDs, in the order of the profile
+    std::vector<std::u16string> m_converted;  // GUIDs, in the order of the profile
+    // The same, each once: targets with the same GUID have the same manifest.
+    std::vector<std::u16string> m_folders;
     bool m_hasFailed = false;
 };
 
@@ -93,7 +105,7 @@ int CConversion::Run() {
         return kExitFailed;
     }
     // On stderr, because stdout has only the results.
-    WriteTerminal(Count(m_targetCount, "target") + ", " + Count(m_items, "item") + ", " +
+    WriteTerminal(Count(m_targetCount, "target") + ", " + Count(CountItems(), "item") + ", " +
                   Count(m_summary.errors, "error") + ", " + Count(m_summary.warnings, "warning") +
                   ", " + CountLosses(m_losses.GetLosses()) + '\n');
     if (m_command.isJson) {
@@ -124,6 +136,16 @@ bool CConversion::Convert() {
     WriteSums();
     Publish();
     return true;
+}
+
+std::size_t CConversion::CountItems() {
+    std::uint64_t items = 0;
+    for (const std::u16string& guid : m_folders) {
+        for (const auto& [collection, count] : m_losses.GetItems(guid)) {
+            items += count;
+        }
+    }
+    return items;
 }
 
 int CConversion::DecideExit() const {
@@ -222,6 +244,9 @@ void CConversion::CallLibrary() {
     m_status = result.status;
     m_targetCount = result.targetCount;
     m_converted = std::move(result.converted);
+    std::set<std::u16string> known;
+    std::ranges::copy_if(m_converted, std::back_inserter(m_folders),
+                         [&known](const auto& guid) { return known.insert(guid).second; });
 }
 
 // Shows what the log has, and finds out what is not whole.
@@ -253,18 +278,9 @@ void CConversion::CheckResult() {
 // save.
 std::vector<std::u16string> CConversion::FindUnsaved() {
     std::vector<std::u16string> unsaved;
-    for (const std::u16string& guid : m_converted) {
-        // Targets with the same GUID have the same manifest.
-        const auto [manifest, isNew] = m_manifests.try_emplace(guid);
-        if (!isNew) {
-            continue;
-        }
-        manifest->second = ReadManifest(m_output.GetHiddenManifest(guid));
-        m_items += manifest->second.items;
-        if (!manifest->second.isComplete) {
-            unsaved.push_back(guid);
-        }
-    }
+    std::ranges::copy_if(m_folders, std::back_inserter(unsaved), [this](const auto& guid) {
+        return !IsWholeManifest(m_output.GetHiddenManifest(guid));
+    });
     return unsaved;
 }
 
@@ -285,7 +301,7 @@ void CConversion::WriteSums() {
     if (m_hasFailed || !m_command.hasSums) {
         return;
     }
-    for (const auto& [guid, manifest] : m_manifests) {
+    for (const std::u16string& guid : m_folders) {
         const std::string problem = WriteCheckSums(m_output.GetHiddenManifest(guid).parent_path());
         if (!problem.empty()) {
             Fail("target " + Printable(guid) + ": " + problem);
@@ -295,8 +311,7 @@ void CConversion::WriteSums() {
 
 // Moves everything into place: all targets, or none when anything has failed.
 void CConversion::Publish() {
-    const std::set<std::u16string> unique(m_converted.begin(), m_converted.end());
-    m_hasFailed = m_hasFailed || !m_output.Publish({unique.begin(), unique.end()});
+    m_hasFailed = m_hasFailed || !m_output.Publish(m_folders);
     if (m_hasFailed) {
         Complain("no target was changed");
         // So that the result names no manifest that is not there.
@@ -334,7 +349,7 @@ void CConversion::WriteJson() {
         WriteTarget(m_json, guid, isNamed ? target->name : std::nullopt);
         m_json.Key("manifest");
         m_json.Text(platform::PathText(m_output.GetManifest(guid)));
-        WriteCounts(m_json, "items", m_manifests[guid].counts);
+        WriteCounts(m_json, "items", m_losses.GetItems(guid));
         // The record numbers targets from 1, in the order of the profile. One that is not in the
         // list gets a number that no line has.
         WriteCounts(

@@ -53,6 +53,10 @@ bool CLosses::Read(const std::filesystem::path& record, const std::filesystem::p
 }
 
 void CLosses::Take(const SRecordEntry& entry, const std::filesystem::path& profile) {
+    if (!entry.items.empty()) {
+        // The place of a manifest begins with the folder of its target.
+        m_items[entry.target.substr(0, entry.target.find(u'\\'))] = entry.items;
+    }
     const SReason* const reason = FindReason(entry.reason);
     // Most lines are of this kind. At most their number is kept.
     if (reason != nullptr && reason->weight == EWeight::Normal) {

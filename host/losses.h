@@ -40,6 +40,8 @@ public:
     // How many things of a target were left out for which reason. Only from a full record.
     using Counts = std::map<std::string, std::uint64_t>;
     [[nodiscard]] const Counts& GetLeftOut(std::uint64_t target) { return m_leftOut[target]; }
+    // How many items the manifest in a folder has, by collection.
+    [[nodiscard]] const Counts& GetItems(const std::u16string& guid) { return m_items[guid]; }
 
 private:
     void Take(const SRecordEntry& entry, const std::filesystem::path& profile);
@@ -57,6 +59,7 @@ private:
     std::set<std::uint64_t> m_logEntries;
     std::map<std::uint64_t, Counts> m_leftOut;
     std::map<std::uint64_t, std::uint64_t> m_lossesOf;
+    std::map<std::u16string, Counts> m_items;  // by the GUID of the target
 };
 
 }  // namespace host

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <limits>
 #include <vector>
 
 #include "foundation/xml_escape.h"
@@ -75,7 +74,7 @@ bool CLineReader::Read(std::istream& file) {
     CUtf16Reader reader(file);
     std::u16string text;
     EStep step = EStep::Next;
-    while (step == EStep::Next && reader.NextLine(text, std::numeric_limits<std::size_t>::max())) {
+    while (step == EStep::Next && reader.NextLine(text)) {
         ++m_number;
         step = TakeLine(text);
     }

@@ -82,7 +82,9 @@ public:
         for (const auto& field : kWords) {
             (m_line.*field.value).clear();
         }
+        m_line.items.clear();
         m_depth = 0;
+        m_isInItems = false;
         m_isObject = false;
     }
     [[nodiscard]] const SLine& GetLine() const { return m_line; }
@@ -91,20 +93,23 @@ public:
     // The parser calls what follows, by these names.
     bool StartObject() {
         m_isObject = m_isObject || m_depth == 0;
+        m_isInItems = m_depth == 1 && m_name == u"items";
         return StartArray();
     }
     bool EndObject(rapidjson::SizeType /*count*/) { return EndArray(0); }
-    // Only what is at depth 1 is a field of the line. What is deeper is passed over.
+    // Only what is at depth 1 is a field of the line. What is deeper is passed over, but for the
+    // counts of items.
     bool StartArray() {
         ++m_depth;
         return true;
     }
     bool EndArray(rapidjson::SizeType /*count*/) {
         --m_depth;
+        m_isInItems = false;
         return true;
     }
     bool Key(const char16_t* text, rapidjson::SizeType length, bool /*isCopy*/) {
-        m_name.assign(text, m_depth == 1 ? length : 0);
+        m_name.assign(text, m_depth == 1 || m_isInItems ? length : 0);
         return true;
     }
     bool String(const char16_t* text, rapidjson::SizeType length, bool /*isCopy*/) {
@@ -123,14 +128,18 @@ public:
     bool Int(int number) { return Int64(number); }
     bool Uint(unsigned number) { return Int64(number); }
     bool Int64(std::int64_t number) {
+        // A number below zero is a fault of the file; it counts as none.
+        const auto natural = static_cast<std::uint64_t>(std::max<std::int64_t>(0, number));
+        if (m_isInItems) {
+            m_line.items[platform::Utf16ToUtf8(m_name)] = natural;
+        }
         if (m_depth != 1) {
             return true;
         }
         if (std::int64_t* const value = Find(m_line, m_name, kNumbers)) {
             *value = number;
         } else if (std::uint64_t* const count = Find(m_line, m_name, kCounts)) {
-            // A number below zero is a fault of the file; it counts as none.
-            *count = static_cast<std::uint64_t>(std::max<std::int64_t>(0, number));
+            *count = natural;
         }
         return true;
     }
@@ -139,6 +148,7 @@ private:
     SLine m_line;
     std::u16string m_name;
     std::size_t m_depth = 0;
+    bool m_isInItems = false;
     bool m_isObject = false;
 };
 

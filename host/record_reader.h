@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <string>
 
 namespace host {
@@ -29,6 +30,7 @@ struct SRecordEntry {
     std::int64_t status = 0;
     std::uint64_t line = 0;
     std::uint64_t log = 0;
+    std::map<std::string, std::uint64_t> items;  // of a target, by the collection of its manifest
 };
 
 // Whether a file begins as a record.

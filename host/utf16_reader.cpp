@@ -1,6 +1,5 @@
 #include "host/utf16_reader.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -25,13 +24,7 @@ CUtf16Reader::CUtf16Reader(std::istream& bytes) : m_bytes(bytes), m_piece(kPiece
     }
 }
 
-CUtf16Reader::CUtf16Reader(std::istream& bytes, std::uint64_t start)
-    : m_bytes(bytes), m_piece(kPiece), m_pieceStart(start) {
-    m_bytes.seekg(static_cast<std::streamoff>(start));
-}
-
 bool CUtf16Reader::Fill() {
-    m_pieceStart += m_size;
     // Only the last piece can have an odd size: a stream gives less than asked for only at its end.
     m_bytes.read(reinterpret_cast<char*>(m_piece.data()),
                  static_cast<std::streamsize>(m_piece.size()));
@@ -58,21 +51,21 @@ std::size_t CUtf16Reader::FindLineFeed() const {
     return end;
 }
 
-bool CUtf16Reader::NextLine(std::u16string& start, std::size_t limit) {
-    start.clear();
+bool CUtf16Reader::NextLine(std::u16string& line) {
+    line.clear();
     while (m_next + 1 < m_size || Fill()) {
         const std::size_t end = FindLineFeed();
-        const std::size_t taken = std::min((end - m_next) / 2, limit - start.size());
-        // The line may have begun in an earlier piece. Units beyond the limit are passed over.
-        const std::size_t length = start.size();
-        start.resize(length + taken);
-        std::memcpy(start.data() + length, m_piece.data() + m_next, taken * 2);
+        // The line may have begun in an earlier piece.
+        const std::size_t length = line.size();
+        const std::size_t taken = (end - m_next) / 2;
+        line.resize(length + taken);
+        std::memcpy(line.data() + length, m_piece.data() + m_next, taken * 2);
         m_next = end;
         // There is a line feed at `end`. Without one the line goes on in the next piece.
         if (end + 1 < m_size) {
             m_next += 2;
-            if (!start.empty() && start.back() == u'\r') {
-                start.pop_back();
+            if (!line.empty() && line.back() == u'\r') {
+                line.pop_back();
             }
             return true;
         }

@@ -12,16 +12,14 @@ namespace host {
 // Reads the units of a little-endian UTF-16 stream after its byte order mark. A single last byte is
 // ignored. One thread at a time.
 //
-// INVARIANT: `m_piece` is the `m_size` bytes of the stream from `m_pieceStart` on, and `m_next` is
-// the index of the next unit in it.
+// INVARIANT: `m_piece` has `m_size` bytes of the stream, and `m_next` is the index of the next unit
+// in it.
 class CUtf16Reader {
 public:
     static constexpr int kEnd = -1;
 
     // A stream without the mark counts as empty.
     explicit CUtf16Reader(std::istream& bytes);
-    // Starts at byte `start`, which must be even and after the mark.
-    CUtf16Reader(std::istream& bytes, std::uint64_t start);
 
     [[nodiscard]] int Next() {
         if (m_next + 1 >= m_size && !Fill()) {
@@ -33,12 +31,8 @@ public:
         return static_cast<int>(high << 8 | low);
     }
 
-    // The position of the next unit in the stream, in bytes.
-    [[nodiscard]] std::uint64_t GetPosition() const { return m_pieceStart + m_next; }
-
-    // Reads a line and gives its first units, at most `limit`, without CR and LF. False when no
-    // further line ends.
-    [[nodiscard]] bool NextLine(std::u16string& start, std::size_t limit);
+    // Reads a line and gives it without CR and LF. False when no further line ends.
+    [[nodiscard]] bool NextLine(std::u16string& line);
 
 private:
     bool Fill();
@@ -46,7 +40,6 @@ private:
 
     std::istream& m_bytes;
     std::vector<unsigned char> m_piece;
-    std::uint64_t m_pieceStart = 0;
     std::size_t m_size = 0;
     std::size_t m_next = 0;
 };

@@ -128,7 +128,8 @@ void CCasToOrvConverter::ConvertTargets(const CFilePathW& orvFile, GUID* targets
                          .reason = isNew ? EReason::Converted : EReason::SameGuid,
                          .source = TargetFolder(*target).ToString().View(),
                          .target = CStrW(guid + u'\\' + orvFile.GetFileName().GetText()).View(),
-                         .detail = target->Name});
+                         .detail = target->Name,
+                         .items = package.GetSavedItems()});
         progress.Step();
     }
     GetRecord().SetTarget(0);

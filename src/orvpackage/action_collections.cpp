@@ -67,17 +67,18 @@ COrvAction* COrvActionsCollection::AddAction(const CStrW& path, const CStrW& rel
     return nullptr;
 }
 
-void COrvActionsCollection::Write(CXmlWriter& writer) const {
+std::size_t COrvActionsCollection::Write(CXmlWriter& writer) const {
     if (IsEmpty() || writer.StartElement(GetElement().collection, true) < 0) {
-        return;
+        return 0;
     }
+    std::size_t count = 0;
     // Not in the order of the table: actions run in their sequence. The hash is the number itself.
     for (std::uint64_t number = 0; number < GetCount(); ++number) {
-        if (const COrvItem* const action = Find(number)) {
-            WriteElement(writer, *action);
-        }
+        const COrvItem* const action = Find(number);
+        count += action != nullptr && WriteElement(writer, *action) ? 1 : 0;
     }
     writer.EndElement(true);
+    return count;
 }
 
 void COrvActionsCollection::WriteInside(CXmlWriter& writer, const SOrvAction& action) const {

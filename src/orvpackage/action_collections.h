@@ -58,7 +58,7 @@ public:
     // lends it. Null for a double, whose payload copy is then deleted, unless it is `path` itself.
     COrvAction* AddAction(const CStrW& path, const CStrW& relativeSource);
 
-    void Write(CXmlWriter& writer) const override;
+    std::size_t Write(CXmlWriter& writer) const override;
 
 protected:
     using COrvContentCollection::COrvContentCollection;

@@ -1,5 +1,7 @@
 #include "orvpackage/collection.h"
 
+#include <atomic>
+
 #include "foundation/file_system.h"
 #include "foundation/xml_reader.h"
 #include "foundation/xml_writer.h"
@@ -74,22 +76,25 @@ bool COrvCollection::Remove(const COrvItem& item) {
 
 const COrvSanitizer& COrvCollection::GetSanitizer() const { return m_package.GetSanitizer(); }
 
-void COrvCollection::Write(CXmlWriter& writer) const {
+std::size_t COrvCollection::Write(CXmlWriter& writer) const {
     if (IsEmpty() || writer.StartElement(m_element.collection, true) < 0) {
-        return;
+        return 0;
     }
     // Made here, before other threads read it below.
     const std::pmr::vector<COrvItemTable::SEntry>& order = m_items.GetOrder();
+    std::atomic<std::size_t> count = 0;  // several threads write parts
     const auto write = [&](CXmlWriter& part, std::size_t first, std::size_t last) {
+        std::size_t written = 0;
         for (std::size_t place = first; place < last; ++place) {
             PrefetchAhead(place);
-            if (order[place].item != nullptr) {
-                WriteElement(part, *order[place].item);
-            }
+            const COrvItem* const item = order[place].item;
+            written += item != nullptr && WriteElement(part, *item) ? 1 : 0;
         }
+        count += written;
     };
     writer.WriteElements(order.size(), write);
     writer.EndElement(true);
+    return count;
 }
 
 void COrvCollection::PrefetchAhead(std::size_t place) const {
@@ -109,11 +114,13 @@ void COrvCollection::PrefetchItem(const COrvItem& item, unsigned step) const {
     }
 }
 
-void COrvCollection::WriteElement(CXmlWriter& writer, const COrvItem& item) const {
-    if (CheckItem(item) && writer.StartElement(m_element.item, false) >= 0) {
-        WriteItem(writer, item);
-        writer.EndElement(true);
+bool COrvCollection::WriteElement(CXmlWriter& writer, const COrvItem& item) const {
+    if (!CheckItem(item) || writer.StartElement(m_element.item, false) < 0) {
+        return false;
     }
+    WriteItem(writer, item);
+    writer.EndElement(true);
+    return true;
 }
 
 bool COrvCollection::CheckItem(const COrvItem& item) const {

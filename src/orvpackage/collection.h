@@ -56,6 +56,8 @@ public:
     [[nodiscard]] COrvPackage& GetPackage() { return m_package; }
     [[nodiscard]] const COrvPackage& GetPackage() const { return m_package; }
     [[nodiscard]] EOrvCollection GetType() const { return m_type; }
+    // What it is called in the manifest.
+    [[nodiscard]] const char16_t* GetElementName() const { return m_element.collection; }
     [[nodiscard]] bool IsEmpty() const { return m_items.GetCount() == 0; }
     [[nodiscard]] std::size_t GetCount() const { return m_items.GetCount(); }
     [[nodiscard]] const COrvItemTable& GetItems() const { return m_items; }
@@ -86,8 +88,9 @@ public:
     // Offers the current node of `reader`; true when it was one of this collection's. An item is
     // made when its element ends.
     bool Read(CXmlReader& reader);
-    // Writes the valid items in the order of the table; nothing at all when there are none.
-    virtual void Write(CXmlWriter& writer) const;
+    // Writes the valid items in the order of the table, and returns how many; nothing at all when
+    // there are no items.
+    virtual std::size_t Write(CXmlWriter& writer) const;
     // Has the record tell of the items that Write would leave out.
     void CheckItems() const;
 
@@ -110,8 +113,8 @@ protected:
 
     [[nodiscard]] const COrvSanitizer& GetSanitizer() const;
     [[nodiscard]] const SOrvElement& GetElement() const { return m_element; }
-    // Writes the element of an item; nothing for an invalid one.
-    void WriteElement(CXmlWriter& writer, const COrvItem& item) const;
+    // Writes the element of an item and gives true; nothing for an invalid one.
+    bool WriteElement(CXmlWriter& writer, const COrvItem& item) const;
     // Asks for the memory of an item that is written soon: in step 0 for the item itself, in step 1
     // for what it points to, and in step 2 for what that points to. Each step comes some items
     // after the one before, so that what it reads has arrived.

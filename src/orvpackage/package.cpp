@@ -99,7 +99,8 @@ int COrvPackage::Save() {
     return status;
 }
 
-int COrvPackage::WriteManifest(const CFilePathW& path) const {
+int COrvPackage::WriteManifest(const CFilePathW& path) {
+    m_savedItems.clear();
     CXmlWriter writer;
     // Escapes the characters that XML cannot contain, so that no value is lost.
     writer.SetTextFilter(&EscapeXmlText);
@@ -118,7 +119,9 @@ int COrvPackage::WriteManifest(const CFilePathW& path) const {
         writer.WriteNewLine();
         m_properties.Write(writer);
         for (const auto& collection : m_collections) {
-            collection->Write(writer);
+            if (const std::size_t count = collection->Write(writer); count != 0) {
+                m_savedItems.push_back({collection->GetElementName(), count});
+            }
         }
         writer.EndElement(true);
     }

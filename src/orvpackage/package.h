@@ -4,11 +4,13 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "foundation/file_path.h"
 #include "orvpackage/collection.h"
 #include "orvpackage/properties.h"
 #include "orvpackage/sanitizer.h"
+#include "reporting/record.h"
 
 class CLogger;
 
@@ -48,6 +50,8 @@ public:
     // file (all stays as it was) or of the move (the old manifest is gone and the temporary file
     // remains), and otherwise 0. A failure while writing is not seen.
     int Save();
+    // How many items the last Save wrote, by collection; only those that have some.
+    [[nodiscard]] const std::vector<SItemCount>& GetSavedItems() const { return m_savedItems; }
 
 private:
     template <class TCollection>
@@ -55,7 +59,7 @@ private:
     [[nodiscard]] bool IsDirty() const;
     void SetClean();
     [[nodiscard]] CFilePathW TemporaryPath() const;
-    [[nodiscard]] int WriteManifest(const CFilePathW& path) const;
+    [[nodiscard]] int WriteManifest(const CFilePathW& path);
 
     CFilePathW m_manifestPath;
     bool m_isDirty = false;
@@ -64,4 +68,5 @@ private:
     COrvSanitizer m_sanitizer;
     std::uint32_t m_formatVersion = 1;
     std::array<std::unique_ptr<COrvCollection>, kOrvCollections> m_collections;
+    std::vector<SItemCount> m_savedItems;
 };

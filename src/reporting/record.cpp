@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/local_paths.h"
+#include "platform/utf8.h"
 #include "reporting/logger.h"
 
 namespace {
@@ -113,7 +114,8 @@ void CRecord::WriteHead(std::ostream& file, const char* state, int status) const
 
 void CRecord::Add(const SRecordLine& line) {
     const SReason& reason = GetReason(line.reason);
-    if (!IsOn() || (reason.weight == EWeight::Normal && !IsFull())) {
+    const bool isShort = reason.weight != EWeight::Normal || line.thing == EThing::Target;
+    if (!IsOn() || (!isShort && !IsFull())) {
         return;
     }
     // The walk and the queue of registry items add lines at the same time.
@@ -164,12 +166,26 @@ void CRecord::WriteRest(const SRecordLine& line) {
     AddNumber(m_writer, "line", line.line);
     AddNumber(m_writer, "log",
               line.isLogged ? static_cast<std::int64_t>(GetLogger().GetLines().size()) : 0);
+    WriteItems(line.items);
     m_writer.EndObject();
     // Without the opening brace. If only the closing one is left, the start needs no comma.
     const std::string_view rest = m_writer.GetBytes().substr(1);
     m_batch += rest.size() > 1 ? "," : "";
     m_batch += rest;
     m_batch += '\n';
+}
+
+void CRecord::WriteItems(std::span<const SItemCount> items) {
+    if (items.empty()) {
+        return;
+    }
+    m_writer.Key("items");
+    m_writer.BeginObject();
+    for (const SItemCount& item : items) {
+        m_writer.Key(platform::Utf16ToUtf8(item.collection));
+        m_writer.Number(static_cast<std::int64_t>(item.count));
+    }
+    m_writer.EndObject();
 }
 
 void CRecord::WriteOut() {

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <mutex>
 #include <ostream>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -14,19 +15,26 @@
 
 enum class ERecordLevel : std::uint8_t { Off, Problems, All };
 
+// How many items a collection of a manifest has.
+struct SItemCount {
+    const char16_t* collection;
+    std::size_t count;
+};
+
 // One line. Texts that are empty are not written.
 struct SRecordLine {
     EThing thing;
     EReason reason;
     // A path of the capture: of a file as the library names it, of a key within its hive.
     std::u16string_view source = {};
-    std::u16string_view name = {};     // of a value or a variable
-    const char16_t* collection = u"";  // of the item that it became, or was merged with
-    std::u16string_view target = {};   // of that item, on the machine
-    std::u16string_view detail = {};   // the rule, the service, the reason in other words
-    int status = 0;                    // a Windows error number or an HRESULT
-    bool isLogged = false;             // the last line of the log tells of it too
-    std::uint32_t line = 0;            // of a document, from 1
+    std::u16string_view name = {};           // of a value or a variable
+    const char16_t* collection = u"";        // of the item that it became, or was merged with
+    std::u16string_view target = {};         // of that item, on the machine
+    std::u16string_view detail = {};         // the rule, the service, the reason in other words
+    int status = 0;                          // a Windows error number or an HRESULT
+    bool isLogged = false;                   // the last line of the log tells of it too
+    std::uint32_t line = 0;                  // of a document, from 1
+    std::span<const SItemCount> items = {};  // of a target
 };
 
 // Writes one JSON object a line into a file. The first line is a head of fixed size. It is written
@@ -54,7 +62,8 @@ public:
     // The target that the next lines belong to, from 1; 0 for none.
     void SetTarget(std::uint32_t number);
 
-    // Writes a line. With the level Problems only that of a loss or of something missing.
+    // Writes a line. With the level Problems only that of a target, of a loss or of something
+    // missing.
     void Add(const SRecordLine& line);
 
     // A captured key whose item may still be taken out: Hold keeps its source, and Release writes
@@ -88,6 +97,7 @@ private:
     void WriteHead(std::ostream& file, const char* state, int status) const;
     void WriteStart(const SRecordLine& line, const SReason& reason);
     void WriteRest(const SRecordLine& line);
+    void WriteItems(std::span<const SItemCount> items);
     void WriteOut();
 
     static ERecordLevel s_level;

@@ -2,7 +2,6 @@
 
 #include "foundation/json_writer.h"
 #include "host/log_reader.h"
-#include "host/manifest_reader.h"
 #include "host/status_text.h"
 #include "platform/text.h"
 #include "support/test.h"
@@ -39,32 +38,6 @@ TEST(LogReaderTest, TellsErrorsFromWarningsAndTakesTheirHtmlAway) {
         EXPECT_EQ(ofCut.errors, text.empty() ? 0U : 2U);
         EXPECT_FALSE(ofCut.isComplete);
     }
-}
-
-TEST(ManifestReaderTest, CountsTheItemsOfAllCollections) {
-    // The text of the value is longer than what is read at once. Files of more than a megabyte are
-    // read in parts, which begin anywhere in a line.
-    std::string files;
-    for (std::size_t i = 0; i < 20'000; ++i) {
-        files += "<File Target=\"" + std::string(i % 97, 'x') + "\" />\r\n";
-    }
-    const std::string text =
-        "<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n<Package Version=\"1\">\r\n"
-        "<Properties>\r\n<Name>a</Name>\r\n<PerUserInstall>1</PerUserInstall>\r\n</Properties>\r\n"
-        "<CreateFiles>\r\n" +
-        files +
-        "</CreateFiles>\r\n"
-        "<CreateKeys>\r\n</CreateKeys>\r\n"
-        "<CreateValues>\r\n<Value Key=\"k\">" +
-        std::string(100'000, 'x') + "</Value>\r\n<Value Key=\"l\"></Value>\r\n</CreateValues>\r\n";
-    const CTempFolder folder;
-    folder.WriteFile("whole", Utf16Bytes(text + "</Package>\r\n"));
-    const host::SManifestSummary summary = host::ReadManifest(folder.Path("whole"));
-    EXPECT_EQ(summary.items, 20'002U);
-    EXPECT_TRUE(summary.isComplete);
-    folder.WriteFile("cut", Utf16Bytes(text + "</Pack"));
-    EXPECT_FALSE(host::ReadManifest(folder.Path("cut")).isComplete);
-    EXPECT_FALSE(host::ReadManifest(folder.Path("missing")).isComplete);
 }
 
 // The entry as the program's texts have it, and the number that the library throws.
