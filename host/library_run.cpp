@@ -24,7 +24,7 @@ CProgressDisplay* s_display = nullptr;
 std::uint32_t OnProgress(const OrvProgress* root) {
     // First, because after a signal nothing may be drawn any more.
     CInterruption::Step();
-    s_display->Show(*root, std::chrono::steady_clock::now());
+    s_display->Show(*root);
     return 0;
 }
 
@@ -67,7 +67,7 @@ std::uint32_t CallGuarded(const SLibraryCall& call, GUID*& targets, std::uint32_
 SLibraryResult RunLibrary(const SLibraryCall& call) {
     SetVariables(call);
     CProgressDisplay display(ChooseDisplay(call.progress), &WriteTerminal, &GetTerminalSize,
-                             std::chrono::steady_clock::now());
+                             &std::chrono::steady_clock::now);
     s_display = &display;
     GUID* targets = nullptr;
     std::uint32_t count = 0;

@@ -14,18 +14,25 @@ constexpr std::chrono::milliseconds kRedrawInterval{100};
 
 }  // namespace
 
-void CProgressDisplay::Show(const OrvProgress& root, Time now) noexcept {
+void CProgressDisplay::Show(const OrvProgress& root) noexcept {
     try {
         if (m_kind == EProgressDisplay::Lines) {
             ShowLines(root);
-        } else if (m_kind == EProgressDisplay::Block && now - m_lastDraw >= kRedrawInterval) {
-            m_lastDraw = now;
+        } else if (m_kind == EProgressDisplay::Block && MustDraw()) {
             DrawBlock(root);
         }
     } catch (const std::bad_alloc&) {
         // The conversion goes on without a display. If memory is really short, it fails by itself.
         m_kind = EProgressDisplay::None;
     }
+}
+
+// Whether the last block is old.
+bool CProgressDisplay::MustDraw() {
+    const Time now = m_getTime();
+    const bool isOld = now - m_lastDraw >= kRedrawInterval;
+    m_lastDraw = isOld ? now : m_lastDraw;
+    return isOld;
 }
 
 void CProgressDisplay::ShowLines(const OrvProgress& root) {

@@ -25,14 +25,19 @@ public:
     using Time = std::chrono::steady_clock::time_point;
 
     CProgressDisplay(EProgressDisplay kind, std::function<void(std::string_view)> write,
-                     std::function<STerminalSize()> getSize, Time now)
-        : m_kind(kind), m_write(std::move(write)), m_getSize(std::move(getSize)), m_lastDraw(now) {}
+                     std::function<STerminalSize()> getSize, std::function<Time()> getTime)
+        : m_kind(kind),
+          m_write(std::move(write)),
+          m_getSize(std::move(getSize)),
+          m_getTime(std::move(getTime)),
+          m_lastDraw(m_getTime()) {}
 
-    void Show(const OrvProgress& root, Time now) noexcept;
+    void Show(const OrvProgress& root) noexcept;
     // Removes a drawn block.
     void Clear();
 
 private:
+    [[nodiscard]] bool MustDraw();
     void ShowLines(const OrvProgress& root);
     void DrawBlock(const OrvProgress& root);
     [[nodiscard]] std::string ReturnToTop() const;
@@ -40,6 +45,7 @@ private:
     EProgressDisplay m_kind;
     std::function<void(std::string_view)> m_write;
     std::function<STerminalSize()> m_getSize;
+    std::function<Time()> m_getTime;
     Time m_lastDraw;
     std::size_t m_drawnLines = 0;
     std::int64_t m_target = -1;  // index of the last target with a line; -1 before the first

@@ -65,7 +65,7 @@ class ProgressDisplayTest : public testing::Test {
 protected:
     host::CProgressDisplay MakeDisplay(host::EProgressDisplay kind) {
         return {kind, [this](std::string_view text) { m_written.emplace_back(text); },
-                [this] { return m_size; }, m_start};
+                [this] { return m_size; }, [this] { return m_time; }};
     }
 
     void SetUp() override {
@@ -73,7 +73,7 @@ protected:
         m_target.child = &m_stage;
     }
 
-    host::CProgressDisplay::Time m_start;
+    host::CProgressDisplay::Time m_time;
     host::STerminalSize m_size;
     SLevel m_root{u"All", 0, 1};
     SLevel m_target{u"First", 0, 2};
@@ -83,32 +83,36 @@ protected:
 
 TEST_F(ProgressDisplayTest, LinesTellEachTargetAndStageOnce) {
     host::CProgressDisplay display = MakeDisplay(host::EProgressDisplay::Lines);
-    display.Show(m_root, m_start);
-    display.Show(m_root, m_start);
+    display.Show(m_root);
+    display.Show(m_root);
     m_stage.Say(u"Saving.");
-    display.Show(m_root, m_start);
+    display.Show(m_root);
     // The first target is done: its message is still there, its stages are not.
     m_target.child = nullptr;
     m_target.current = 1;
-    display.Show(m_root, m_start);
+    display.Show(m_root);
     m_target.Say(u"Second");
     m_target.child = &m_stage;
-    display.Show(m_root, m_start);
+    display.Show(m_root);
     EXPECT_EQ(m_written, (std::vector<std::string>{"First (1 of 2)\n", "  Files.\n", "  Saving.\n",
                                                    "Second (2 of 2)\n", "  Saving.\n"}));
 }
 
 TEST_F(ProgressDisplayTest, BlockIsDrawnAtIntervalsInOnePlace) {
     host::CProgressDisplay display = MakeDisplay(host::EProgressDisplay::Block);
-    display.Show(m_root, m_start + milliseconds(99));
+    m_time += milliseconds(99);
+    display.Show(m_root);
     display.Clear();
     EXPECT_TRUE(m_written.empty());
-    display.Show(m_root, m_start + milliseconds(100));
-    display.Show(m_root, m_start + milliseconds(199));
+    m_time += milliseconds(1);
+    display.Show(m_root);
+    m_time += milliseconds(99);
+    display.Show(m_root);
     ASSERT_EQ(m_written.size(), 1U);
     EXPECT_EQ(m_written[0].substr(0, 1), "[");
     m_target.child = nullptr;
-    display.Show(m_root, m_start + milliseconds(200));
+    m_time += milliseconds(1);
+    display.Show(m_root);
     ASSERT_EQ(m_written.size(), 2U);
     EXPECT_EQ(m_written[1].substr(0, 5), "\r\x1B[3A");
     display.Clear();
@@ -118,7 +122,8 @@ TEST_F(ProgressDisplayTest, BlockIsDrawnAtIntervalsInOnePlace) {
 TEST_F(ProgressDisplayTest, LowTerminalShowsTheDeepestLevels) {
     m_size = {80, 3};
     host::CProgressDisplay display = MakeDisplay(host::EProgressDisplay::Block);
-    display.Show(m_root, m_start + milliseconds(100));
+    m_time += milliseconds(100);
+    display.Show(m_root);
     ASSERT_EQ(m_written.size(), 1U);
     EXPECT_EQ(m_written[0].find("All"), std::string::npos);
     EXPECT_NE(m_written[0].find("First"), std::string::npos);
