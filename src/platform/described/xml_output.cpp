@@ -23,7 +23,7 @@ constexpr std::u16string_view kDeclaration = u"<?xml version=\"1.0\" encoding=\"
 constexpr std::size_t kBufferUnits = 32768;
 // Elements in one part, which one of several threads writes. So many that handing out parts costs
 // little, and so few that the threads end at nearly the same time.
-constexpr std::size_t kElementsOfPart = 256;
+constexpr std::size_t kElementsOfPart = 512;
 // Units that a part keeps before it waits for its turn. This bounds the memory of all parts.
 constexpr std::size_t kPartUnits = std::size_t{1} << 22;
 
