@@ -47,6 +47,15 @@ public:
     // Gives the next entry. ERROR_NO_MORE_FILES at the end; the search stays open until Close.
     [[nodiscard]] int Next(SFindData& found);
 
+    // Gives the next folder. Adds the number of files that it passes to `passed`, also when it
+    // reaches the end: ERROR_NO_MORE_FILES.
+    [[nodiscard]] int NextFolder(SFindData& found, std::uint32_t& passed);
+
+    // Looks up a stream of the file that was given last, which is `found`. `stream` is a name
+    // without a colon. The statuses are those of FindEntry for the whole path, which takes longer.
+    // `exists` is always set; it is false for the stream of a folder.
+    [[nodiscard]] int FindStream(const SFindData& found, std::u16string_view stream, bool& exists);
+
     [[nodiscard]] bool IsOpen() const { return m_search != nullptr; }
     void Close();
 

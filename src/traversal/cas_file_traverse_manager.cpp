@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::u16string_view kPlaceholder = u"$CTX$Placeholder.txt";
-constexpr const char16_t* kDeleteMarker = u":CTX_FILE_DELETE_MARKER";
+constexpr std::u16string_view kDeleteMarker = u":CTX_FILE_DELETE_MARKER";
 constexpr std::u16string_view kShortcutExtension = u"lnk";
 
 // The modes of entries for the processors.
@@ -25,13 +25,10 @@ public:
     CApartmentEnd& operator=(const CApartmentEnd&) = delete;
 };
 
-// Sets whether a stream exists. Returns 0, or ERROR_READ_FAULT when the system does not tell; any
-// other failure means that there is no such stream.
-int FindStream(const CStrW& name, bool& exists) {
+// Whether the current directory has a mark as a file of its own.
+bool HasMarkAlone() {
     platform::SFindData found;
-    const int status = platform::FindEntry(name.View(), found);
-    exists = status == ERROR_SUCCESS && !found.IsFolder();
-    return status == ERROR_READ_FAULT ? status : ERROR_SUCCESS;
+    return platform::FindEntry(kDeleteMarker, found) == ERROR_SUCCESS && !found.IsFolder();
 }
 
 // Whether a folder contains nothing, or only the placeholder. False for a folder that cannot be
@@ -185,7 +182,7 @@ void CCasFileTraverseManager::RecordFile(const CStrW& name, const CStrW& target,
     if (became.reason == EReason::Deleted) {
         GetRecord().Add({.thing = EThing::Mark,
                          .reason = EReason::Deleted,
-                         .source = name + kDeleteMarker,
+                         .source = name + CStrW(kDeleteMarker),
                          .collection = became.collection,
                          .target = target});
     }
@@ -288,8 +285,7 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     }
     // Only the name of the stream is asked for, without the folder. So the current directory
     // answers, not the folder. This must stay.
-    bool deleted = false;
-    static_cast<void>(FindStream(kDeleteMarker, deleted));  // no answer counts as "not there"
+    const bool deleted = HasMarkAlone();
     const CStrW target = MapToTarget(path).ToString();
     const char16_t* const collection = deleted ? u"DeleteFolders" : u"CreateFolders";
     EReason reason = EReason::OfAssembly;
@@ -309,8 +305,8 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     return true;
 }
 
-bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
-                                        const platform::SFindData& /*data*/) {
+bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::SFindData& data,
+                                        platform::CFindHandle& search) {
     const CStrW name = path.ToString();
     ShowProgress(name);
     const std::u16string_view last = path.ViewLastSegment();
@@ -319,9 +315,8 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path,
         return true;
     }
     bool deleted = false;
-    m_markName.Assign(name);
-    m_markName.Append(kDeleteMarker);
-    if (const int status = FindStream(m_markName, deleted)) {
+    if (const int status = search.FindStream(data, kDeleteMarker.substr(1), deleted);
+        status == ERROR_READ_FAULT) {
         // Without an answer the file may be one to create or one to delete. To make the wrong item
         // would be worse than none.
         TellMissingFile(name, status, EReason::MarkUnknown);

@@ -43,7 +43,8 @@ protected:
     void OnFinish() override;
     void OnFolder(const CFilePathW& /*folder*/) override { m_places.reset(); }
     bool VisitFolder(const CFilePathW& path, const platform::SFindData& data) override;
-    bool VisitFile(const CFilePathW& path, const platform::SFindData& data) override;
+    bool VisitFile(const CFilePathW& path, const platform::SFindData& data,
+                   platform::CFindHandle& search) override;
     void OnUnread(const CFilePathW& folder, int status) override;
     void OnRefused(const CFilePathW& folder, const std::u16string& name) override;
 
@@ -103,7 +104,6 @@ private:
     const CFilePathW m_packageFolder;
     platform::CFileCopier m_copier;
     bool m_hasSealedLink = false;
-    CStrW m_markName;  // of the stream that is looked for; kept for its memory
     // Of the folder whose entries are visited, from its first file on.
     std::optional<SPlaces> m_places;
 };

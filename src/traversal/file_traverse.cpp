@@ -7,6 +7,27 @@
 #include "platform/path_names.h"
 #include "platform/status.h"
 
+namespace {
+
+bool IsDots(const platform::SFindData& data) { return data.name == u"." || data.name == u".."; }
+
+// Gives the first entry of a folder.
+int BeginSearch(platform::CFindHandle& search, const CFilePathW& folder,
+                const CFilePathSegmentW& pattern, platform::SFindData& data) {
+    return search.First(CFilePathW(folder, pattern).ToString().Get(), data);
+}
+
+// Sets the path of an entry of a folder; false when its name is not valid.
+bool SetPath(const CFilePathW& folder, const platform::SFindData& data, CFilePathW& path) {
+    const bool isName = platform::IsPathName(data.name);
+    if (isName) {
+        path.AssignChild(folder, data.name);
+    }
+    return isName;
+}
+
+}  // namespace
+
 // Enumerates the entries of the pending folders, folder by folder. The caller adds the subfolders
 // that it finds to the pending ones. `onUnread` is called for a folder whose listing fails.
 class CFileTraverse::CEntries {
@@ -32,7 +53,7 @@ public:
             // Kept until the next folder begins, because entries have only names.
             m_folder = std::move(m_pending.front());
             m_pending.pop_front();
-            if (IsFound(m_search.First(CFilePathW(m_folder, m_pattern).ToString().Get(), data))) {
+            if (IsFound(BeginSearch(m_search, m_folder, m_pattern, data))) {
                 m_isFirst = true;
                 return true;
             }
@@ -41,17 +62,9 @@ public:
     }
 
     [[nodiscard]] const CFilePathW& GetFolder() const { return m_folder; }
+    [[nodiscard]] platform::CFindHandle& GetSearch() { return m_search; }
     // Whether the entry is the first one of its folder.
     [[nodiscard]] bool IsFirst() const { return m_isFirst; }
-
-    // Sets the path of an entry of the current folder; false when its name is not valid.
-    [[nodiscard]] bool SetPath(const platform::SFindData& data, CFilePathW& path) const {
-        const bool isName = platform::IsPathName(data.name);
-        if (isName) {
-            path.AssignChild(m_folder, data.name);
-        }
-        return isName;
-    }
 
 private:
     bool IsFound(int status) {
@@ -70,12 +83,6 @@ private:
     bool m_isFirst = false;
     platform::CFindHandle m_search;
 };
-
-namespace {
-
-bool IsDots(const platform::SFindData& data) { return data.name == u"." || data.name == u".."; }
-
-}  // namespace
 
 void CFileTraverse::Clear() {
     m_pending.clear();
@@ -104,13 +111,13 @@ void CFileTraverse::Run() {
         if (data.IsFolder() && IsDots(data)) {
             continue;
         }
-        if (!entries.SetPath(data, path)) {
+        if (!SetPath(entries.GetFolder(), data, path)) {
             OnRefused(entries.GetFolder(), data.name);
             continue;
         }
         if (!data.IsFolder()) {
             // Only sets the flag: this is the thread that would be waited for.
-            if (!VisitFile(path, data)) {
+            if (!VisitFile(path, data, entries.GetSearch())) {
                 Stop(false);
             }
         } else if (!IsExcluded(path) && VisitFolder(path, data)) {
@@ -119,21 +126,23 @@ void CFileTraverse::Run() {
     }
 }
 
+// Says nothing of folders that cannot be listed, because the walk itself will.
 std::uint32_t CFileTraverse::CountEntries() const {
-    std::deque<CFilePathW> pending = m_pending;
-    // Tells nothing of folders that cannot be listed, because the walk itself will.
-    CEntries entries(pending, m_pattern, nullptr);
+    platform::CFindHandle search;
     platform::SFindData data;
     std::uint32_t count = 0;
-    while (entries.Next(data)) {
-        if (!data.IsFolder()) {
-            ++count;
-            continue;
-        }
-        CFilePathW path;
-        if (!IsDots(data) && entries.SetPath(data, path) && !IsExcluded(path)) {
-            ++count;
-            pending.push_back(std::move(path));
+    for (std::deque<CFilePathW> pending = m_pending; !pending.empty(); pending.pop_front()) {
+        const CFilePathW folder = std::move(pending.front());
+        int status = BeginSearch(search, folder, m_pattern, data);
+        while (status == ERROR_SUCCESS) {
+            CFilePathW path;
+            if (!data.IsFolder()) {
+                ++count;
+            } else if (!IsDots(data) && SetPath(folder, data, path) && !IsExcluded(path)) {
+                ++count;
+                pending.push_back(std::move(path));
+            }
+            status = search.NextFolder(data, count);
         }
     }
     return count;

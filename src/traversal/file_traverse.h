@@ -31,8 +31,9 @@ protected:
     [[nodiscard]] virtual bool IsExcluded(const CFilePathW& folder) const;
     // Visits a folder. Returns whether the walk goes into it.
     virtual bool VisitFolder(const CFilePathW& path, const platform::SFindData& data);
-    // Visits a file. Returns whether the walk goes on.
-    virtual bool VisitFile(const CFilePathW& path, const platform::SFindData& data) = 0;
+    // Visits a file, which `search` has just given as `data`. Returns whether the walk goes on.
+    virtual bool VisitFile(const CFilePathW& path, const platform::SFindData& data,
+                           platform::CFindHandle& search) = 0;
 
     // Called before the entries of a folder are visited.
     virtual void OnFolder(const CFilePathW& /*folder*/) {}

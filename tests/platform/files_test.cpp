@@ -69,6 +69,12 @@ TEST_F(FilesTest, GivesEntriesByUpperCasedNameAsTheyAre) {
     };
     for (const auto& [pattern, names] : searches) {
         EXPECT_EQ(Search(m_folder.Name(pattern)), names) << pattern;
+        // Passing the files gives the same number of them, and the same folders.
+        const auto isFolder = [](const std::u16string& name) { return name.back() == u'/'; };
+        const bool isFound = names[0].find(u"status") != 0;
+        const auto folders = std::count_if(names.begin(), names.end(), isFolder);
+        const auto files = isFound ? static_cast<std::ptrdiff_t>(names.size()) - folders : 0;
+        EXPECT_EQ(Count(m_folder.Name(pattern)), (std::pair{folders, files})) << pattern;
     }
     // A caller tells a folder that is empty from one that cannot be read by the first status.
     m_folder.MakeFolder("empty");

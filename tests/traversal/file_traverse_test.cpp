@@ -33,7 +33,8 @@ protected:
     bool VisitFolder(const CFilePathW& path, const platform::SFindData&) override {
         return Note(path, "\\");
     }
-    bool VisitFile(const CFilePathW& path, const platform::SFindData&) override {
+    bool VisitFile(const CFilePathW& path, const platform::SFindData&,
+                   platform::CFindHandle&) override {
         return Note(path, "");
     }
 

@@ -120,6 +120,7 @@ struct SSortedEntry {
 // manifest must be the same everywhere. So a folder is read to its end first, and sorted.
 struct CFindHandle::SSearch {
     std::vector<SSortedEntry> entries;
+    std::u16string folder;  // its path, up to where a name follows
     std::size_t next = 0;
     int endStatus = ERROR_NO_MORE_FILES;
 };
@@ -136,6 +137,8 @@ int CFindHandle::First(const char16_t* pattern, SFindData& found) {
         return LevelledError(pattern);
     }
     auto search = std::make_unique<SSearch>();
+    const std::u16string_view path(pattern);
+    search->folder = path.substr(0, path.find_last_of(uR"(\:)") + 1);
     do {
         search->entries.emplace_back(data);
     } while (handle.Next(data));
@@ -156,6 +159,28 @@ int CFindHandle::Next(SFindData& found) {
     }
     found = std::move(m_search->entries[m_search->next++].data);
     return ERROR_SUCCESS;
+}
+
+int CFindHandle::NextFolder(SFindData& found, std::uint32_t& passed) {
+    int status = Next(found);
+    while (status == ERROR_SUCCESS && !found.IsFolder()) {
+        ++passed;
+        status = Next(found);
+    }
+    return status;
+}
+
+int CFindHandle::FindStream(const SFindData& found, std::u16string_view stream, bool& exists) {
+    exists = false;
+    if (!m_search) {
+        return SetLastError(ERROR_INVALID_HANDLE);
+    }
+    std::u16string path = m_search->folder + found.name + u':';
+    path += stream;
+    SFindData data;
+    const int status = FindEntry(path, data);
+    exists = status == ERROR_SUCCESS && !data.IsFolder();
+    return status;
 }
 
 void CFindHandle::Close() { m_search.reset(); }

@@ -145,6 +145,11 @@ TEST_F(PosixFilesTest, AFileBesideMayBeAStream) {
         EXPECT_EQ(Find(f + name), status) << Utf8(name);
     }
     EXPECT_FALSE(m_found.IsFolder());
+    // A search asks for streams of files only.
+    for (const char16_t* pattern : {u"*", u"FILE"}) {
+        EXPECT_THAT(SearchStreams(f + pattern, u"MARK"), ElementsAre(u"File")) << Utf8(pattern);
+    }
+    EXPECT_THAT(SearchStreams(f + u"*", u"Other"), ElementsAre());
     EXPECT_EQ(Find(f + u"sub:MARK"), ERROR_SUCCESS);
     EXPECT_TRUE(m_found.IsFolder());
     EXPECT_EQ(platform::DeleteFile((f + u"File:Mark").c_str()), ERROR_INVALID_NAME);
@@ -424,6 +429,8 @@ TEST_F(PosixFilesTest, ACopyThatLosesItsTimeAndAStreamThatCannotBeAskedForAreTol
     for (const auto& [error, status] : cases) {
         const CFailingCall failing(ESystemCall::FListXAttr, error);
         EXPECT_EQ(Find(mark), status) << error;
+        const bool isUnknown = status == ERROR_READ_FAULT;
+        EXPECT_EQ(SearchStreams(m_folder.Name("*"), u"Mark").size(), isUnknown ? 1 : 0) << error;
     }
     const CTightLimit limit(RLIMIT_NOFILE, 3);
     EXPECT_EQ(Find(mark), ERROR_READ_FAULT);

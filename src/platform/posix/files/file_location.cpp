@@ -8,8 +8,6 @@ namespace platform {
 
 namespace {
 
-constexpr std::size_t kMaxPath = 32767;  // units, as on Windows
-
 // Cuts the first segment off `rest`, and the backslash after it.
 std::u16string_view TakeSegment(std::u16string_view& rest) {
     const std::size_t end = rest.find(u'\\');

@@ -7,6 +7,8 @@
 
 namespace platform {
 
+constexpr std::size_t kMaxPath = 32767;  // units, as on Windows
+
 // The path to one file or folder: a POSIX folder to start from, and the names that follow, without
 // "." and "..".
 struct SFileLocation {

@@ -149,13 +149,6 @@ bool NameFromText(std::u16string_view text, std::string& bytes) {
     return !bytes.empty() && bytes != "." && bytes != "..";
 }
 
-bool IsPlainNameOf(std::string_view bytes, std::u16string_view text) {
-    return std::equal(bytes.begin(), bytes.end(), text.begin(), text.end(),
-                      [](char byte, char16_t unit) {
-                          return static_cast<unsigned char>(byte) == unit && IsPlain(byte);
-                      });
-}
-
 char16_t UpperOtherUnit(char16_t unit) {
     const UChar32 upper = u_toupper(unit);
     // The dotless i and the long s stay as they are: on Windows no other letter becomes an ASCII

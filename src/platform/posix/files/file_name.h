@@ -70,9 +70,6 @@ void ReadName(std::string_view bytes, std::u16string& text);
 // three bytes, as UTF-8 would encode it.
 [[nodiscard]] bool NameFromText(std::u16string_view text, std::string& bytes);
 
-// Whether `bytes` is the name that NameFromText gives, and every byte appears as itself.
-[[nodiscard]] bool IsPlainNameOf(std::string_view bytes, std::u16string_view text);
-
 // UpperUnit of what is not ASCII.
 [[nodiscard]] char16_t UpperOtherUnit(char16_t unit);
 

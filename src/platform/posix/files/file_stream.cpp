@@ -74,11 +74,6 @@ int FindStreamAttribute(int file, std::u16string_view stream) {
 // Finds the file and opens it. A file that may not be opened, or has no attributes because of its
 // kind, is no failure here: it stays closed, and whoever reads it gets the error.
 int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
-    // If a walk has passed the file a moment ago, opening it is enough to know that it exists. If
-    // it is another one by now, its reader sees that (CKeptFile).
-    if (place.folder->Recall(place.name, place.entry) && OpenUnseen(place, file) == ERROR_SUCCESS) {
-        return ERROR_SUCCESS;
-    }
     if (const int status = FindEntryAt(place)) {
         return status;
     }
@@ -95,10 +90,8 @@ int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
     return isRefused ? ERROR_SUCCESS : status;
 }
 
-int LookForStream(SFilePlace& place, CFileDescriptor& file) {
-    if (const int status = FindAndOpen(place, file)) {
-        return status;
-    }
+// Looks for the stream of the file or folder that was found. It is open unless that was refused.
+int LookForStream(const SFilePlace& place, const CFileDescriptor& file) {
     const CNameSet* const names = place.folder->GetNames();
     const int error = names == nullptr ? errno : 0;
     // A stream may also be a file "file:stream" beside its file. This look costs no further system
@@ -118,10 +111,17 @@ int LookForStream(SFilePlace& place, CFileDescriptor& file) {
 }  // namespace
 
 int FindStream(SFilePlace& place, CFileDescriptor& file) {
+    const int status = FindAndOpen(place, file);
+    return status == ERROR_SUCCESS ? LookForStream(place, file) : status;
+}
+
+int FindStreamOfRegular(SFilePlace& place, CFileDescriptor& file) {
+    if (OpenUnseen(place, file) != ERROR_SUCCESS) {
+        return FindStream(place, file);
+    }
     const int status = LookForStream(place, file);
-    // Of an entry that was recalled, no more is known so far than that it is a file.
-    const bool isSeen =
-        status != ERROR_SUCCESS || !file.IsOpen() || fstat(file.Get(), &place.entry.info) == 0;
+    // If it is another one by now and has no stream, its reader sees that (CKeptFile).
+    const bool isSeen = status != ERROR_SUCCESS || fstat(file.Get(), &place.entry.info) == 0;
     return isSeen ? status : StatusFromErrno(errno);
 }
 

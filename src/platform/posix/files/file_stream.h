@@ -12,4 +12,8 @@ namespace platform {
 // file, or the folder, if it is there and could be opened. Sets no last error.
 [[nodiscard]] int FindStream(SFilePlace& place, CFileDescriptor& file);
 
+// The same for a file that a search has given: `place.entry` has its name on disk, and that it is a
+// regular file. It is opened at once, because that is enough to know that it exists.
+[[nodiscard]] int FindStreamOfRegular(SFilePlace& place, CFileDescriptor& file);
+
 }  // namespace platform

@@ -44,14 +44,19 @@ bool HasStream(std::u16string_view path) {
     return SplitPath(path, split) && !split.stream.empty();
 }
 
-// Looks up a stream. A file without it stays open for its reader (CKeptFile), because whoever asks
-// for a stream of a file mostly reads the file next.
+// A file without the stream that was looked for stays open for its reader (CKeptFile), because
+// whoever asks for a stream of a file mostly reads the file next.
+void KeepOpen(std::u16string_view folder, const SFilePlace& place, CFileDescriptor file) {
+    if (file.IsOpen() && place.entry.IsRegular()) {
+        CFolderCache::Get().KeepOpen(folder, place.name, std::move(file));
+    }
+}
+
 int FindStreamOf(SFilePlace& place, std::u16string_view path) {
     CFileDescriptor file;
     const int status = FindStream(place, file);
-    if (status == ERROR_FILE_NOT_FOUND && file.IsOpen() && place.entry.IsRegular()) {
-        const std::size_t colon = path.find(u':', path.rfind(u'\\') + 1);
-        CFolderCache::Get().KeepOpen(path.substr(0, colon), std::move(file));
+    if (status == ERROR_FILE_NOT_FOUND) {
+        KeepOpen(path.substr(0, path.rfind(u'\\') + 1), place, std::move(file));
     }
     return status;
 }
@@ -80,30 +85,40 @@ int FindOne(SFilePlace& place, std::u16string_view path, SFindData& found) {
 // folder may change meanwhile: what was passed never comes again, and what is left still comes.
 struct CFindHandle::SSearch {
     // Has no entries: the one answer is given already.
-    SSearch() = default;
-    SSearch(std::shared_ptr<CFolder> folder, std::u16string pattern)
-        : m_folder(std::move(folder)), m_pattern(std::move(pattern)) {
-        m_folder->BeginSearch();
+    explicit SSearch(std::u16string_view path)
+        : m_path(path.substr(0, path.find_last_of(uR"(\:)") + 1)) {}
+    // The folder of the place is that of the path, and its name is the pattern.
+    SSearch(std::u16string_view path, const SFilePlace& place) : SSearch(path) {
+        m_pattern = place.name;
+        m_isForAll = m_pattern == u"*";
+        m_place.folder = place.folder;
+        m_place.folder->BeginSearch();
     }
     ~SSearch() {
-        if (m_folder) {
-            m_folder->EndSearch();
+        if (m_place.folder) {
+            m_place.folder->EndSearch();
         }
     }
     SSearch(const SSearch&) = delete;
     SSearch& operator=(const SSearch&) = delete;
 
-    int Next(SFindData& found);
+    // If `passed` is given, files are only counted there, and nothing but folders is found.
+    int Next(SFindData& found, std::uint32_t* passed = nullptr);
+    int FindStream(const SFindData& found, std::u16string_view stream, bool& exists);
 
 private:
     bool NextOwnName(SFindData& found);
+    bool FitsPattern(const CNameSet& names);
     bool PassEntry(EEntryKind kind, std::uint32_t& attributes);
 
-    std::shared_ptr<CFolder> m_folder;
+    std::u16string m_path;  // of the folder, up to where a name follows
     std::u16string m_pattern;
-    std::string m_last;     // name on disk, empty at the start
-    std::u16string m_text;  // kept for its memory
+    bool m_isForAll = false;
+    std::string m_last;            // name on disk, empty at the start
+    bool m_isLastRegular = false;  // as its folder states
+    std::u16string m_text;         // kept for its memory
     std::size_t m_ownNames = 0;
+    SFilePlace m_place;  // of the file that is asked for a stream
 };
 
 // Every folder of Windows has "." and "..", so a search through an empty folder finds something.
@@ -124,26 +139,29 @@ bool CFindHandle::SSearch::NextOwnName(SFindData& found) {
 bool CFindHandle::SSearch::PassEntry(EEntryKind kind, std::uint32_t& attributes) {
     if (kind == EEntryKind::Unknown) {
         SEntry entry;
-        const bool isThere = m_folder->Look(m_last, entry) == 0;
+        const bool isThere = m_place.folder->Look(m_last, entry) == 0;
         attributes = isThere ? GetAttributes(entry) : 0;
         return isThere;
     }
     // Whether a file is read-only is not known, and no walk asks for it.
     attributes = kind == EEntryKind::Folder ? kAttributeDirectory : kAttributeNormal;
-    if (kind == EEntryKind::Regular) {
-        m_folder->NotePassed(m_last);
-    }
     return true;
 }
 
-int CFindHandle::SSearch::Next(SFindData& found) {
-    if (!m_folder) {
+// Whether the current entry fits the pattern. Sets its text.
+bool CFindHandle::SSearch::FitsPattern(const CNameSet& names) {
+    names.GetText(m_last, m_text);
+    return m_isForAll || MatchesPattern(m_text, m_pattern);
+}
+
+int CFindHandle::SSearch::Next(SFindData& found, std::uint32_t* passed) {
+    if (!m_place.folder) {
         return ERROR_NO_MORE_FILES;
     }
     if (NextOwnName(found)) {
         return ERROR_SUCCESS;
     }
-    const CNameSet* const names = m_folder->GetHeldNames();
+    const CNameSet* const names = m_place.folder->GetHeldNames();
     if (names == nullptr) {
         return StatusFromErrno(errno);
     }
@@ -151,16 +169,52 @@ int CFindHandle::SSearch::Next(SFindData& found) {
     // So is an entry that has been deleted since the names were read.
     while (const std::optional<SName> name = names->FindNext(m_last)) {
         m_last = name->text;
-        names->GetText(m_last, m_text);
-        std::uint32_t attributes = 0;
-        if (!names->IsStream(m_last) && MatchesPattern(m_text, m_pattern) &&
-            PassEntry(name->kind, attributes)) {
-            found.name.swap(m_text);
-            found.attributes = attributes;
-            return ERROR_SUCCESS;
+        if (names->IsStream(m_last)) {
+            continue;
         }
+        // To be counted, a file needs no text and no look.
+        const bool isFile = name->kind == EEntryKind::Regular || name->kind == EEntryKind::Other;
+        const bool isKnown = passed != nullptr && m_isForAll && isFile;
+        std::uint32_t attributes = kAttributeNormal;
+        if (!isKnown && !(FitsPattern(*names) && PassEntry(name->kind, attributes))) {
+            continue;
+        }
+        if (passed != nullptr && (attributes & kAttributeDirectory) == 0) {
+            ++*passed;
+            continue;
+        }
+        m_isLastRegular = name->kind == EEntryKind::Regular;
+        found.name.swap(m_text);
+        found.attributes = attributes;
+        return ERROR_SUCCESS;
     }
     return ERROR_NO_MORE_FILES;
+}
+
+// Asks the folder that is searched, and not by the path of the file, which leads there too as long
+// as the search lasts.
+int CFindHandle::SSearch::FindStream(const SFindData& found, std::u16string_view stream,
+                                     bool& exists) {
+    const std::size_t length = m_path.size() + found.name.size() + stream.size();
+    if (!m_isLastRegular || length >= kMaxPath || !m_place.folder->IsCurrent()) {
+        std::u16string path = m_path + found.name + u':';
+        path += stream;
+        SFindData data;
+        const int status = FindEntry(path, data);
+        exists = status == ERROR_SUCCESS && !data.IsFolder();
+        return status;
+    }
+    m_place.name = found.name;
+    m_place.stream = stream;
+    m_place.entry.name = m_last;
+    m_place.entry.info.st_mode = S_IFREG;
+    CFileDescriptor file;
+    const int status = FindStreamOfRegular(m_place, file);
+    exists = status == ERROR_SUCCESS && !m_place.entry.IsFolder();
+    if (status == ERROR_FILE_NOT_FOUND) {
+        KeepOpen(m_path, m_place, std::move(file));
+    }
+    return IsAnswer(status) ? status : ERROR_READ_FAULT;
 }
 
 CFindHandle::CFindHandle() = default;
@@ -175,12 +229,12 @@ int CFindHandle::First(const char16_t* pattern, SFindData& found) {
     std::unique_ptr<SSearch> search;
     int status = ERROR_SUCCESS;
     if (!place.stream.empty() || !IsPattern(place.name)) {
-        search = std::make_unique<SSearch>();
+        search = std::make_unique<SSearch>(pattern);
         status = FindOne(place, pattern, found);
     } else if (place.folder->GetNames() == nullptr) {
         status = StatusFromErrno(errno);
     } else {
-        search = std::make_unique<SSearch>(std::move(place.folder), std::move(place.name));
+        search = std::make_unique<SSearch>(pattern, place);
         status = search->Next(found);
     }
     if (status != ERROR_SUCCESS) {
@@ -191,10 +245,19 @@ int CFindHandle::First(const char16_t* pattern, SFindData& found) {
 }
 
 int CFindHandle::Next(SFindData& found) {
-    if (!m_search) {
-        return SetLastError(ERROR_INVALID_HANDLE);
-    }
-    const int status = m_search->Next(found);
+    const int status = m_search ? m_search->Next(found) : ERROR_INVALID_HANDLE;
+    return status == ERROR_SUCCESS ? status : SetLastError(status);
+}
+
+int CFindHandle::NextFolder(SFindData& found, std::uint32_t& passed) {
+    const int status = m_search ? m_search->Next(found, &passed) : ERROR_INVALID_HANDLE;
+    return status == ERROR_SUCCESS ? status : SetLastError(status);
+}
+
+int CFindHandle::FindStream(const SFindData& found, std::u16string_view stream, bool& exists) {
+    exists = false;
+    const int status =
+        m_search ? m_search->FindStream(found, stream, exists) : ERROR_INVALID_HANDLE;
     return status == ERROR_SUCCESS ? status : SetLastError(status);
 }
 

@@ -126,9 +126,6 @@ int CFolder::Look(const std::string& name, SEntry& entry) {
             info = target;
         }
     }
-    if (S_ISREG(info.st_mode) && !entry.isLink) {
-        m_lastRegular = name;
-    }
     entry.info = info;
     entry.name = name;
     return 0;
@@ -151,20 +148,6 @@ int CFolder::Find(std::u16string_view text, SEntry& entry) {
         return ERROR_FILE_NOT_FOUND;
     }
     return ERROR_SUCCESS;
-}
-
-bool CFolder::Recall(std::u16string_view text, SEntry& entry) const {
-    if (m_lastRegular.empty()) {
-        return false;
-    }
-    std::string name;
-    if (!IsPlainNameOf(m_lastRegular, text) &&
-        (!NameFromText(text, name) || name != m_lastRegular)) {
-        return false;
-    }
-    entry.name = m_lastRegular;
-    entry.info.st_mode = S_IFREG;
-    return true;
 }
 
 bool CFolder::LacksName(std::u16string_view text, SEntry& entry) {

@@ -77,13 +77,6 @@ public:
     // gets. ERROR_INVALID_NAME when there can be none.
     [[nodiscard]] int Find(std::u16string_view text, SEntry& entry);
 
-    // Notes the name of a regular file that a search passes.
-    void NotePassed(const std::string& name) { m_lastRegular = name; }
-    // True if `text` is the name of the regular file that was looked up or passed last. It may be
-    // removed or replaced since then, so the caller has to open it.
-    // Gain: 23 % less CPU (bench FindEntry/MissingStream).
-    [[nodiscard]] bool Recall(std::u16string_view text, SEntry& entry) const;
-
     // Whether the names show that Find would not find `text`; then entry.name is set.
     [[nodiscard]] bool LacksName(std::u16string_view text, SEntry& entry);
 
@@ -120,7 +113,6 @@ private:
     int m_searches = 0;
     int m_additions = 0;               // begun and not ended
     std::int64_t m_lastLookAtWay = 0;  // in nanoseconds
-    std::string m_lastRegular;
 };
 
 }  // namespace platform

@@ -46,8 +46,8 @@ public:
     void NoteRecent(std::u16string_view text, const std::shared_ptr<CFolder>& folder);
 
     // Keep an open file for the next reader of its path, and give it out, as CKeptFile does.
-    void KeepOpen(std::u16string_view path, CFileDescriptor file) {
-        m_kept.Keep(path, std::move(file));
+    void KeepOpen(std::u16string_view folder, std::u16string_view name, CFileDescriptor file) {
+        m_kept.Keep(folder, name, std::move(file));
     }
     [[nodiscard]] bool TakeKept(std::u16string_view path, CFileDescriptor& file, struct stat& info);
 

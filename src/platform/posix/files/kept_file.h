@@ -19,8 +19,9 @@ namespace platform {
 // Gain: four system calls fewer for each file, 10 % less CPU (bench files-memory, 12,500 files).
 class CKeptFile {
 public:
-    // Keeps a file that nobody has read from, in place of any former one.
-    void Keep(std::u16string_view path, CFileDescriptor file);
+    // Keeps a file that nobody has read from, in place of any former one. Its path is `folder`,
+    // with a backslash at its end, and `name`.
+    void Keep(std::u16string_view folder, std::u16string_view name, CFileDescriptor file);
     // Gives the file of a path, and what it is now; false when it is not kept, or deleted by now,
     // or is no regular file.
     [[nodiscard]] bool Take(std::u16string_view path, CFileDescriptor& file, struct stat& info);
