@@ -187,12 +187,15 @@ int Copy(std::u16string_view from, std::u16string_view to, EExisting existing) {
 }  // namespace
 
 void SFileCopy::Clear() {
-    SFilePlace place = std::move(output.place);
-    place.folder.reset();
-    place.entry.info = {};
-    place.entry.isLink = false;
-    *this = {};
-    output.place = std::move(place);
+    source.Close();
+    output.file.Close();
+    output.place.folder.reset();
+    output.isNew = false;
+    output.info = {};
+    isPlaced = false;
+    error = 0;
+    timeError = 0;
+    isChanged = false;
 }
 
 int PlaceCopy(std::u16string_view from, std::u16string_view to, SFileCopy& copy) {

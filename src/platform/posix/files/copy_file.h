@@ -21,7 +21,8 @@ struct SFileCopy {
     int timeError = 0;       // errno, of a copy that is whole but for its time
     bool isChanged = false;  // the source changed meanwhile
 
-    // Closes both files and makes this new; keeps the memory of the texts.
+    // Closes both files and makes this new, but for what the next copy sets before it reads it:
+    // texts, which keep their memory, and the data of files.
     void Clear();
 
     [[nodiscard]] mode_t GetMode() const {

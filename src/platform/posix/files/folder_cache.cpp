@@ -139,8 +139,18 @@ std::shared_ptr<CFolder> CFolderCache::FindCurrent(std::u16string_view path) {
 }
 
 // The open folder that is nearest above the end of `path`; `known` becomes the length of its path.
-// Looks at each open folder, because most look-ups end in FindCurrent and few come here.
 std::shared_ptr<CFolder> CFolderCache::FindNearest(std::u16string_view path, std::size_t& known) {
+    // Mostly it is only a few names away. To look so for the start of each would take a deep path
+    // the square of its length.
+    constexpr int kFewNames = 4;
+    std::size_t end = path.rfind(u'\\');
+    for (int i = 0; i < kFewNames && end != 0 && end != std::u16string_view::npos; ++i) {
+        if (std::shared_ptr<CFolder> folder = FindCurrent(path.substr(0, end))) {
+            known = end;
+            return folder;
+        }
+        end = path.rfind(u'\\', end - 1);
+    }
     // Ends because every round without a result removes a folder that is not current.
     for (;;) {
         std::u16string_view nearest;
