@@ -431,6 +431,12 @@ void CFilePathW::RemoveLast(std::size_t count) {
 
 CStrW CFilePathW::ToPlainString() const {
     CStrW text;
+    WritePlain(text);
+    return text;
+}
+
+void CFilePathW::WritePlain(CStrW& text) const {
+    text.Truncate(0);
     // Room for the two backslashes of a UNC path, or one at the end, and for the terminator.
     if (!IsEmpty() && text.Reserve(m_names.size() + 3)) {
         AppendPlain(text);
@@ -439,7 +445,6 @@ CStrW CFilePathW::ToPlainString() const {
             text.Append(u'\\');
         }
     }
-    return text;
 }
 
 // Appends the names with what the kind puts before them.
@@ -457,25 +462,36 @@ void CFilePathW::AppendPlain(CStrW& text) const {
 }
 
 CStrW CFilePathW::ToString() const {
-    CStrW text = ToPlainString();
-    AddLongPrefix(text);
+    CStrW text;
+    WriteTo(text);
     return text;
 }
 
+void CFilePathW::WriteTo(CStrW& text) const {
+    WritePlain(text);
+    AddLongPrefix(text);
+}
+
 CStrW CFilePathW::ToString(std::u16string_view name) const {
+    CStrW text;
+    WriteTo(text, name);
+    return text;
+}
+
+void CFilePathW::WriteTo(CStrW& text, std::u16string_view name) const {
     // Names with a meaning of their own, and paths in which not every name has a backslash before
     // it.
     if (IsEmpty() || m_kind == FilePathDriveRelative || IsDriveName(name) || IsDots(name)) {
-        return GetChild(name).ToString();
+        GetChild(name).WriteTo(text);
+        return;
     }
-    CStrW text;
+    text.Truncate(0);
     if (text.Reserve(m_names.size() + name.size() + 4)) {
         AppendPlain(text);
         text.Append(u'\\');
         text.Append(name);
         AddLongPrefix(text);
     }
-    return text;
 }
 
 // Makes the text of a path the one that Windows takes if it is long.

@@ -111,6 +111,9 @@ public:
     [[nodiscard]] CStrW ToString() const;
     // The text of GetChild(name).
     [[nodiscard]] CStrW ToString(std::u16string_view name) const;
+    // Both, in place of what is in `text`, whose storage is used again.
+    void WriteTo(CStrW& text) const;
+    void WriteTo(CStrW& text, std::u16string_view name) const;
     // The same as the first, never with such a prefix.
     [[nodiscard]] CStrW ToPlainString() const;
 
@@ -121,6 +124,7 @@ private:
     void AddName(std::u16string_view name);
     [[nodiscard]] int AppendChecked(std::u16string_view name);
     [[nodiscard]] bool JoinResolving(const CFilePathW& base, const CFilePathW& relative);
+    void WritePlain(CStrW& text) const;
     void AppendPlain(CStrW& text) const;
     void AddLongPrefix(CStrW& text) const;
     [[nodiscard]] bool HasDriveOrServer() const;

@@ -142,10 +142,9 @@ int CopyFileOver(const CStrW& source, const CFilePathW& destination,
                          : CopyTo(source, destination.ToString(), destination.GetParent(), copier);
 }
 
-int CopyFileInto(const CStrW& source, const CFilePathW& folder, std::u16string_view name,
+int CopyFileInto(const CStrW& source, const CFilePathW& folder, const CStrW& destination,
                  platform::CFileCopier* copier) {
-    return s_isCheckOnly ? ReadThrough(source)
-                         : CopyTo(source, folder.ToString(name), folder, copier);
+    return s_isCheckOnly ? ReadThrough(source) : CopyTo(source, destination, folder, copier);
 }
 
 CFilePathW GetSpecialFolderPath(int csidl) {

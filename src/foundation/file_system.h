@@ -27,9 +27,9 @@ bool DeleteFileForce(const CFilePathW& path);
 // one; it may then report a failure later.
 [[nodiscard]] int CopyFileOver(const CStrW& source, const CFilePathW& destination,
                                platform::CFileCopier* copier = nullptr);
-// The same to the file `name` of a folder, by the rules of CFilePathW::GetChild.
+// The same to a file in `folder`; `destination` is its path as text.
 [[nodiscard]] int CopyFileInto(const CStrW& source, const CFilePathW& folder,
-                               std::u16string_view name, platform::CFileCopier* copier);
+                               const CStrW& destination, platform::CFileCopier* copier);
 
 // The folder of a CSIDL number for the current user, as a long name; empty on failure.
 [[nodiscard]] CFilePathW GetSpecialFolderPath(int csidl);

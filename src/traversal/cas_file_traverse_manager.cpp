@@ -199,7 +199,9 @@ CFilePathW CCasFileTraverseManager::MapToTarget(const CFilePathW& path) const {
     // The folder of a drive is named by its letter. With any other name the result is a relative
     // path.
     CFilePathW target(path.GetSegment(m_rootDepth - 1).GetText() + uR"(:\)");
-    static_cast<void>(target.Append(path.SubPath(m_rootDepth, path.GetSegmentCount())));
+    CFilePathW below(path);
+    below.DropFirst(m_rootDepth);
+    static_cast<void>(target.Append(below));
     return target;
 }
 
@@ -307,9 +309,10 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
 
 bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::SFindData& data,
                                         platform::CFindHandle& search) {
-    const CStrW name = path.ToString();
+    path.WriteTo(m_fileName);
+    const CStrW& name = m_fileName;
     ShowProgress(name);
-    const std::u16string_view last = path.ViewLastSegment();
+    const std::u16string_view last = data.name;
     if (EqualsNoCase(last, kPlaceholder)) {
         GetRecord().Add({.thing = EThing::File, .reason = EReason::Placeholder, .source = name});
         return true;
@@ -373,7 +376,8 @@ bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name)
         m_package.Get<COrvCreateFilesCollection>().AddFile(m_places->texts, last) != nullptr;
     // The copy would delete an existing destination, which here is the captured file itself.
     if (!m_places->isSource) {
-        TellCopy(name, CopyFileInto(name, m_places->destination, last, &m_copier));
+        m_places->destination.WriteTo(m_copyName, last);
+        TellCopy(name, CopyFileInto(name, m_places->destination, m_copyName, &m_copier));
     }
     return isNew;
 }

@@ -104,6 +104,8 @@ private:
     const CFilePathW m_packageFolder;
     platform::CFileCopier m_copier;
     bool m_hasSealedLink = false;
+    CStrW m_fileName;  // of the file that is visited, and of its copy; kept for their memory
+    CStrW m_copyName;
     // Of the folder whose entries are visited, from its first file on.
     std::optional<SPlaces> m_places;
 };
