@@ -306,6 +306,22 @@ TEST_F(FilesTest, TakesLongNamesBehindTheirPrefix) {
     EXPECT_NE(platform::CreateFolder(tooLong.c_str()), ERROR_SUCCESS);
 }
 
+// Paths are read by blocks of units, so the odd name comes at each distance from their start.
+TEST_F(FilesTest, ResolvesDotsWhereverTheyAre) {
+    for (std::size_t length = 1; length < 20; ++length) {
+        const std::string name(length, 'n');
+        m_folder.WriteFile(name + "/.d/file");
+        const std::u16string start = m_folder.Name(name) + u'\\';
+        for (const char16_t* rest :
+             {uR"(.d\file)", uR"(.\.d\file)", uR"(no\..\.d\file)", uR"(.d\.\file)"}) {
+            EXPECT_EQ(Find(start + rest), ERROR_SUCCESS) << length << Utf8(rest);
+        }
+        for (const char16_t* rest : {uR"(..\.d\file)", uR"(.d\..\file)", u".d/file"}) {
+            EXPECT_NE(Find(start + rest), ERROR_SUCCESS) << length << Utf8(rest);
+        }
+    }
+}
+
 TEST_F(FilesTest, ReadsRelativeNamesFromTheCurrentFolder) {
     m_folder.WriteFile("a/b/file");
     const CCurrentFolder current(m_folder.Path("a/b"));

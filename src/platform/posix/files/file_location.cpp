@@ -1,8 +1,11 @@
 #include "platform/posix/files/file_location.h"
 
+#include <bit>
+
 #include "platform/described/description_in_effect.h"
 #include "platform/posix/files/file_name.h"
 #include "platform/status.h"
+#include "platform/unit_marks.h"
 
 namespace platform {
 
@@ -136,8 +139,38 @@ int AddName(SFileLocation& location, std::u16string_view name) {
     return ERROR_SUCCESS;
 }
 
+// Whether a path has a slash, an empty name, or a name that is a dot or begins with two, apart from
+// its first unit and its last. True for a short path without a look.
+// Gain: half the instructions of ReadLocation.
+bool MayHaveOddNames(std::u16string_view path) {
+    constexpr std::size_t kBeside = 2;  // units before and after a block
+    if (path.size() < kUnitsOfBlock + kBeside) {
+        return true;
+    }
+    const auto marksAt = [path](std::size_t at) {
+        const UnitBlock before = LoadUnits(path.data() + at);
+        const UnitBlock units = LoadUnits(path.data() + at + 1);
+        const UnitBlock after = LoadUnits(path.data() + at + 2);
+        const MarkBlock areDots =
+            Equals(units, u'.') & (Equals(after, u'.') | Equals(after, u'\\'));
+        return Equals(units, u'/') | (Equals(before, u'\\') & (Equals(units, u'\\') | areDots));
+    };
+    // The last block overlaps the one before, so nothing is left over.
+    const std::size_t last = path.size() - kBeside - kUnitsOfBlock;
+    MarkBlock marks = marksAt(last);
+    for (std::size_t at = 0; at < last; at += kUnitsOfBlock) {
+        marks |= marksAt(at);
+    }
+    const auto halves = std::bit_cast<MarkHalves>(marks);
+    return (halves[0] | halves[1]) != 0;
+}
+
 // Whether a path is nothing but names, none of them of dots alone.
 bool HasOnlyNames(std::u16string_view path) {
+    const auto isOdd = [](char16_t unit) { return unit == u'.' || unit == u'/' || unit == u'\\'; };
+    if (!MayHaveOddNames(path) && !isOdd(path.front()) && !isOdd(path.back())) {
+        return true;
+    }
     bool isEmpty = true;  // the present segment, but for dots
     for (const char16_t unit : path) {
         if (unit == u'/' || (unit == u'\\' && isEmpty)) {

@@ -100,16 +100,18 @@ int CNameReader::NextOther() {
 }
 
 // Nearly all names are plain to their end.
-void ReadName(std::string_view bytes, std::u16string& text) {
+bool ReadName(std::string_view bytes, std::u16string& text) {
     text.resize(bytes.size());
     std::size_t plain = 0;
     for (; plain < bytes.size() && IsPlain(bytes[plain]); ++plain) {
         text[plain] = static_cast<unsigned char>(bytes[plain]);
     }
-    if (plain < bytes.size()) {
+    const bool isPlain = plain == bytes.size();
+    if (!isPlain) {
         text.resize(plain);
         text = ReadAll(CNameReader(bytes.substr(plain)), std::move(text));
     }
+    return isPlain;
 }
 
 std::u16string TextFromName(std::string_view bytes) {

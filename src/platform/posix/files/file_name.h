@@ -57,8 +57,9 @@ private:
 
 // How a name on disk appears to callers.
 [[nodiscard]] std::u16string TextFromName(std::string_view bytes);
-// The same, in place of what is in `text`, whose memory is used again.
-void ReadName(std::string_view bytes, std::u16string& text);
+// The same, in place of what is in `text`, whose memory is used again. Whether every byte appears
+// as itself.
+bool ReadName(std::string_view bytes, std::u16string& text);
 
 // As TextFromName, but without two names that appear alike, such as one with a colon and one with
 // U+F03A. The characters that no Windows name can contain appear as U+DC00 plus the character.

@@ -16,6 +16,7 @@
 #include "platform/posix/files/file_location.h"
 #include "platform/posix/files/folder.h"
 #include "platform/posix/files/kept_file.h"
+#include "platform/text.h"
 
 namespace platform {
 
@@ -65,13 +66,20 @@ private:
             return std::hash<std::u16string_view>()(path);
         }
     };
+    // The paths are long, and == compares one unit at a time.
+    struct SEqual {
+        using is_transparent = void;
+        bool operator()(std::u16string_view left, std::u16string_view right) const {
+            return HasSameUnits(left, right);
+        }
+    };
     // A path as a caller gave it, and its folder. So the path need not be parsed again.
     // Gain: 4 % less CPU (bench files-memory, 12,500 files), 20 % (bench FindEntry/File).
     struct SRecent {
         std::u16string text;
         std::shared_ptr<CFolder> folder;
     };
-    using Folders = std::unordered_map<std::u16string, SCached, SHash, std::equal_to<>>;
+    using Folders = std::unordered_map<std::u16string, SCached, SHash, SEqual>;
 
     std::shared_ptr<CFolder> FindCurrent(std::u16string_view path);
     std::shared_ptr<CFolder> FindNearest(std::u16string_view path, std::size_t& known);

@@ -296,11 +296,12 @@ std::optional<SName> CNameSet::FindNext(std::string_view name) const {
 }
 
 void CNameSet::GetText(std::string_view name, std::u16string& text) const {
-    ReadName(name, text);
-    std::string literal;
     // A name that its own text leads back to always has this text. Only the others can clash.
-    if (std::all_of(name.begin(), name.end(), IsPlain) ||
-        (NameFromText(text, literal) && literal == name)) {
+    if (ReadName(name, text)) {
+        return;
+    }
+    std::string literal;
+    if (NameFromText(text, literal) && literal == name) {
         return;
     }
     std::u16string upper;
