@@ -170,14 +170,32 @@ TEST(HiveTest, KnowsANameWithANulByWhatStandsBeforeIt) {
     const std::u16string cutValue(u"v\0w", 3);
     EXPECT_THAT(ReadTree(CTestHive().Key(cutKey).Dword(cutValue, 1).Bytes()),
                 ElementsAre("\\", "zero\\", "zero\\v: 4 01000000"));
-    // A name that is whole comes first, wherever it stands.
+    // A name that is whole comes first, wherever it stands. The other one is left out.
     CTestHive source = CTestHive().Key(cutKey).Dword(u"", 1).Key(u"zero");
     CHive both(kRules);
     ASSERT_TRUE(LoadBytes(source.Dword(cutValue, 2).Dword(u"v", 3).Bytes(), both));
-    EXPECT_EQ(both.GetInfo(kRootKey).subKeyCount, 2U);
+    EXPECT_EQ(both.GetInfo(kRootKey).subKeyCount, 1U);
+    EXPECT_TRUE(both.IsDamaged());
     SValueNode value;
     ASSERT_TRUE(both.FindValue(both.FindKey(u"ZERO"), u"V", value));
     EXPECT_EQ(std::to_integer<int>(value.inlineData[0]), 3);
+}
+
+TEST(HiveTest, GivesOneOfSeveralKeysWithTheSameName) {
+    // Going by names would come to the last key 2^40 times if all of them were listed.
+    CTestHive source;
+    std::u16string path;
+    for (int level = 0; level < 40; ++level) {
+        const std::u16string parent = path;
+        path += path.empty() ? u"key" : u"\\key";
+        source.Key(path).Dword(u"v", 1).Key(parent).SubKey(u"KEY").SubKey(u"other");
+    }
+    CHive hive(kRules);
+    ASSERT_TRUE(LoadBytes(source.Bytes(), hive));
+    EXPECT_TRUE(hive.IsDamaged());
+    const RegistryTree tree = ReadTree(hive);
+    EXPECT_EQ(tree.size(), 1U + 3 * 40);
+    EXPECT_THAT(tree, testing::Contains(ValueLine(Utf8(path), "v", 4, std::string("\1\0\0\0", 4))));
 }
 
 TEST(HiveTest, FindsLoneSurrogatesAndNoEmptyNames) {
@@ -324,7 +342,7 @@ TEST_F(DamagedHiveTest, ReadsWhatIsLeftOfACutOffFile) {
     EXPECT_GT(loaded, 5000U);
     // The first half of a list.
     CTestHive many;
-    for (char16_t name = u'\x100'; name < u'\x180'; ++name) {
+    for (char16_t name = u'\x4E00'; name < u'\x4E80'; ++name) {
         many.SubKey(std::u16string(1, name));
     }
     const std::string whole = many.Bytes();

@@ -36,9 +36,10 @@ std::uint32_t NameHash(std::uint64_t hash) { return static_cast<std::uint32_t>(h
 // never uses up a budget.
 class CHiveIndex::CBuilder {
 public:
-    CBuilder(const CHiveCells& cells, CHiveIndex& index)
+    CBuilder(const CHiveCells& cells, CHiveIndex& index, bool dropsNamesakes)
         : m_cells(cells),
           m_index(index),
+          m_dropsNamesakes(dropsNamesakes),
           m_visited(cells.GetSize() / kCellAlignment + 1),
           m_entryBudget(cells.GetSize()),
           m_parentBudget(cells.GetSize()),
@@ -52,12 +53,14 @@ private:
     [[nodiscard]] bool Visit(CellOffset cell);
     void AddChildren(KeyNumber parent, const SKeyNode& node);
     void AddChild(KeyNumber parent, CellOffset cell);
+    void DropNamesakes(KeyNumber parent);
     void AddValues(KeyNumber number, const SKeyNode& node);
     [[nodiscard]] bool BelongsElsewhere(CellOffset cell, CellOffset parent);
     [[nodiscard]] bool TakeValue(const SValueNode& value);
 
     const CHiveCells& m_cells;
     CHiveIndex& m_index;
+    bool m_dropsNamesakes;
     std::vector<bool> m_visited;  // key cells, by their place
     std::uint64_t m_entryBudget;
     std::uint64_t m_parentBudget;
@@ -118,8 +121,32 @@ void CHiveIndex::CBuilder::AddChildren(KeyNumber parent, const SKeyNode& node) {
         m_cells.PrefetchFrom(m_offsets, i);
         AddChild(parent, m_offsets[i]);
     }
-    m_index.m_keys[parent].childCount =
-        static_cast<std::uint32_t>(m_index.m_keys.size()) - m_index.m_keys[parent].firstChild;
+    m_index.CountChildren(parent);
+    if (m_dropsNamesakes) {
+        DropNamesakes(parent);
+    }
+}
+
+// Removes the children of `parent`, which were added last, that their name does not lead to.
+void CHiveIndex::CBuilder::DropNamesakes(KeyNumber parent) {
+    std::vector<SKey>& keys = m_index.m_keys;
+    m_index.m_names.Reset(keys[parent].childCount);
+    if (m_index.NameChildren(parent)) {
+        return;
+    }
+    std::u16string name;
+    std::vector<SKey> kept;
+    for (KeyNumber key = keys[parent].firstChild; key < keys.size(); ++key) {
+        SKeyNode node;
+        static_cast<void>(m_cells.ReadKey(keys[key].cell, node));
+        node.name.CopyTo(name);
+        if (m_index.FindChild(parent, name) == key) {
+            kept.push_back(keys[key]);
+        }
+    }
+    keys.resize(keys[parent].firstChild);
+    keys.insert(keys.end(), kept.begin(), kept.end());
+    m_index.CountChildren(parent);
 }
 
 void CHiveIndex::CBuilder::AddChild(KeyNumber parent, CellOffset cell) {
@@ -189,20 +216,40 @@ bool CHiveIndex::CBuilder::TakeValue(const SValueNode& value) {
 
 bool CHiveIndex::Build(const CHiveCells& cells, CellOffset root) {
     m_cells = &cells;
-    if (!CBuilder(cells, *this).Build(root)) {
+    if (!CBuilder(cells, *this, false).Build(root)) {
         return false;
     }
-    m_names.Reset(m_keys.size());
-    for (KeyNumber key = 0; key < m_keys.size(); ++key) {
-        NameChildren(key);
+    // Only a damaged hive has namesakes. It is read again, looking for them in each key.
+    if (!NameKeys()) {
+        m_keys.clear();
+        m_values.clear();
+        static_cast<void>(CBuilder(cells, *this, true).Build(root));  // the root was readable
+        static_cast<void>(NameKeys());                                // no namesakes are left
     }
     return true;
 }
 
-// Puts the subkeys of a key into the table; of namesakes the first whose name is whole.
-void CHiveIndex::NameChildren(KeyNumber parent) {
+// Puts all keys into the table; false when a key has namesakes.
+bool CHiveIndex::NameKeys() {
+    m_names.Reset(m_keys.size());
+    bool isEachUnique = true;
+    for (KeyNumber key = 0; key < m_keys.size(); ++key) {
+        isEachUnique = NameChildren(key) && isEachUnique;
+    }
+    return isEachUnique;
+}
+
+void CHiveIndex::CountChildren(KeyNumber parent) {
+    m_keys[parent].childCount =
+        static_cast<std::uint32_t>(m_keys.size()) - m_keys[parent].firstChild;
+}
+
+// Puts the subkeys of a key into the table; of namesakes the first whose name is whole. Returns
+// whether each name is there once.
+bool CHiveIndex::NameChildren(KeyNumber parent) {
     // The subkeys of a key are consecutive, because they were added together.
     const KeyNumber end = m_keys[parent].firstChild + m_keys[parent].childCount;
+    bool isEachUnique = true;
     for (KeyNumber key = m_keys[parent].firstChild; key < end; ++key) {
         SKeyNode child;
         SKeyNode other;
@@ -223,11 +270,12 @@ void CHiveIndex::NameChildren(KeyNumber parent) {
             place = key;
             continue;
         }
-        m_hasNamesakes = true;
+        isEachUnique = false;
         if (child.name.GetCapacity() == name.size() && other.name.GetCapacity() != name.size()) {
             place = key;
         }
     }
+    return isEachUnique;
 }
 
 SKeyInfo CHiveIndex::GetInfo(KeyNumber key) const {
@@ -238,10 +286,9 @@ SKeyInfo CHiveIndex::GetInfo(KeyNumber key) const {
 }
 
 // A guess is right for each key of a walk, which asks for the children of a key in their order.
-// With namesakes it could be the wrong one of two. Gain: 1.03 times less CPU time for converting a
-// make_hive hive of 500,000 values.
+// Gain: 1.03 times less CPU time for converting a make_hive hive of 500,000 values.
 KeyNumber CHiveIndex::FindChild(KeyNumber parent, std::u16string_view name, KeyNumber guess) const {
-    if (!m_hasNamesakes && IsChild(guess, parent) && HasName(guess, name)) {
+    if (IsChild(guess, parent) && HasName(guess, name)) {
         return guess;
     }
     const std::uint32_t hash = NameHash(m_rules.Hash(parent, name, name.size()));
