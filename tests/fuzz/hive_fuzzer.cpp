@@ -1,7 +1,4 @@
 // Feeds arbitrary bytes to the reader of hives and goes through all that it makes of them.
-//
-// Given a hive alone, the input is that. Behind a hive may stand its logs: each part begins with 4
-// bytes that say how long it is, and an input that is divided so begins with "logs".
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -12,9 +9,8 @@
 
 #include "formats/hive/hive.h"
 #include "formats/hive/log.h"
+#include "fuzz/hive_parts.h"
 #include "fuzz/require.h"
-#include "support/hive_builder.h"
-#include "support/hive_log_builder.h"
 
 namespace {
 
@@ -22,43 +18,6 @@ using formats::CHive;
 using formats::CHiveImage;
 using formats::KeyNumber;
 using formats::SValueNode;
-
-// Gives a log the checksum and the hashes that it must have: a change by chance breaks them, and
-// what stands behind them would never be reached.
-void Seal(std::string& log) {
-    if (log.size() < 512) {
-        return;
-    }
-    SealHiveHeader(log);
-    std::size_t start = CHiveImage(std::as_bytes(std::span(log))).GetSectorSize();
-    while (start + 40 <= log.size()) {
-        const std::size_t size = GetNumber(log, start + 4, 4);
-        if (size < 40 || size > log.size() - start) {
-            return;
-        }
-        PutNumber(log, start + 24,
-                  HashLogEntry(std::string_view(log).substr(start + 40, size - 40)), 8);
-        PutNumber(log, start + 32, HashLogEntry(std::string_view(log).substr(start, 32)), 8);
-        start += size;
-    }
-}
-
-std::vector<CHiveImage> Divide(std::string_view input) {
-    std::vector<CHiveImage> parts;
-    if (!input.starts_with("logs")) {
-        parts.emplace_back(std::as_bytes(std::span(input)));
-        return parts;
-    }
-    for (input.remove_prefix(4); input.size() >= 4 && parts.size() < 4;) {
-        std::string part(input.substr(4, GetNumber(input, 0, 4)));
-        input.remove_prefix(4 + part.size());
-        if (!parts.empty()) {
-            Seal(part);
-        }
-        parts.emplace_back(std::as_bytes(std::span(part)));
-    }
-    return parts;
-}
 
 // Reads the values of a key by index and again by name; returns how much data they have.
 std::size_t ReadValues(CHive& hive, KeyNumber key) {
@@ -104,7 +63,10 @@ void ReadTree(CHive& hive, std::size_t size) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::vector<CHiveImage> parts = Divide({reinterpret_cast<const char*>(data), size});
+    std::vector<CHiveImage> parts;
+    for (const std::string& part : DivideHiveInput({reinterpret_cast<const char*>(data), size})) {
+        parts.emplace_back(std::as_bytes(std::span(part)));
+    }
     if (parts.empty()) {
         return 0;
     }
