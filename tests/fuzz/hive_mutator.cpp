@@ -28,40 +28,35 @@ constexpr unsigned kKinds[] = {
     kKeySignature,      kValueSignature,    kIndexRootSignature, kIndexLeafSignature,
     kFastLeafSignature, kHashLeafSignature, kSegmentsSignature,  kOffsets};
 
-struct SField {
+struct SLayout {
     unsigned kind;
-    std::size_t offset;
-    std::size_t size = 4;
+    std::vector<std::size_t> words;    // of 16 bits
+    std::vector<std::size_t> numbers;  // of 32 bits
+    std::vector<std::size_t> links;    // offsets of cells
 };
-constexpr SField kNumbers[] = {{kBase, kBaseFirstSequence},
-                               {kBase, kBaseSecondSequence},
-                               {kBase, kBaseWriteTime},
-                               {kBase, kBaseMinorVersion},
-                               {kBase, kBaseBinsSize},
-                               {kBase, kBaseSectors},
-                               {kBin, kBinWriteTime},
-                               {kKeySignature, kKeyFlags, 2},
-                               {kKeySignature, kKeySubKeyCount},
-                               {kKeySignature, kKeyValueCount},
-                               {kKeySignature, kKeyNameSize, 2},
-                               {kValueSignature, kValueNameSize, 2},
-                               {kValueSignature, kValueDataSize},
-                               {kValueSignature, kValueFlags, 2},
-                               {kIndexRootSignature, kListCount, 2},
-                               {kIndexLeafSignature, kListCount, 2},
-                               {kFastLeafSignature, kListCount, 2},
-                               {kHashLeafSignature, kListCount, 2},
-                               {kHashLeafSignature, kListHeaderSize + kOffsetSize},
-                               {kSegmentsSignature, kSegmentsCount, 2},
-                               {kEntry, kEntrySize},
-                               {kEntry, kEntrySequence},
-                               {kEntry, kEntryBinsSize},
-                               {kEntry, kEntryPageCount},
-                               {kEntry, kEntryHeaderSize},
-                               {kEntry, kEntryHeaderSize + 4}};
-constexpr SField kLinks[] = {{kBase, kBaseRootCell},          {kKeySignature, kKeyParent},
-                             {kKeySignature, kKeySubKeyList}, {kKeySignature, kKeyValueList},
-                             {kValueSignature, kValueData},   {kSegmentsSignature, kSegmentsList}};
+const SLayout kLayouts[] = {
+    {kBase,
+     {},
+     {kBaseFirstSequence, kBaseSecondSequence, kBaseWriteTime, kBaseMinorVersion, kBaseBinsSize,
+      kBaseSectors},
+     {kBaseRootCell}},
+    {kBin, {}, {kBinWriteTime}, {}},
+    {kKeySignature,
+     {kKeyFlags, kKeyNameSize},
+     {kKeySubKeyCount, kKeyValueCount},
+     {kKeyParent, kKeySubKeyList, kKeyValueList}},
+    {kValueSignature, {kValueNameSize, kValueFlags}, {kValueDataSize}, {kValueData}},
+    {kIndexRootSignature, {kListCount}, {}, {}},
+    {kIndexLeafSignature, {kListCount}, {}, {}},
+    {kFastLeafSignature, {kListCount}, {}, {}},
+    {kHashLeafSignature, {kListCount}, {kListHeaderSize + kOffsetSize}, {}},
+    {kSegmentsSignature, {kSegmentsCount}, {}, {kSegmentsList}},
+    {kEntry,
+     {},
+     {kEntrySize, kEntrySequence, kEntryBinsSize, kEntryPageCount, kEntryHeaderSize,
+      kEntryHeaderSize + 4},
+     {}},
+};
 
 struct SRecord {
     std::size_t start = 0;  // in its file, after the size of its cell
@@ -78,19 +73,18 @@ std::size_t StepOf(unsigned kind) {
 
 // A hive or a log of at least a sector, as the records it has, and the lies about them. Tells one
 // lie, because a new cell may change the records.
-class CHiveLiar {
+class CHiveLiar : CLiar {
 public:
-    CHiveLiar(std::string& bytes, CChance& chance) : m_bytes(bytes), m_chance(chance) {
+    CHiveLiar(std::string& bytes, CChance& chance) : CLiar(bytes, chance) {
         m_records.push_back({0, kSectorSize, kBase});
         FindEntries();
         FindCells();
     }
 
     bool TellLie() {
-        constexpr bool (CHiveLiar::*kLies[])() = {
-            &CHiveLiar::ChangeNumber, &CHiveLiar::ChangeNumber, &CHiveLiar::ChangeLink,
-            &CHiveLiar::SwapLinks,    &CHiveLiar::RebuildList,  &CHiveLiar::CopyCell,
-            &CHiveLiar::ChangeName,   &CHiveLiar::CopyName};
+        constexpr bool (CHiveLiar::*kLies[])() = {&CHiveLiar::ChangeNumber, &CHiveLiar::ChangeCell,
+                                                  &CHiveLiar::ChangeLink,   &CHiveLiar::RebuildList,
+                                                  &CHiveLiar::CopyCell,     &CHiveLiar::CopyName};
         // Many are about a kind of record that is not there.
         constexpr int kTries = 32;
         for (int i = 0; i < kTries; ++i) {
@@ -102,12 +96,6 @@ public:
     }
 
 private:
-    [[nodiscard]] std::uint32_t Get(std::size_t at, std::size_t size = 4) const {
-        return static_cast<std::uint32_t>(GetNumber(m_bytes, at, size));
-    }
-    void Put(std::size_t at, std::uint64_t number, std::size_t size = 4) {
-        PutNumber(m_bytes, at, number, size);
-    }
     static std::uint32_t OffsetOf(const SRecord& record) {
         return static_cast<std::uint32_t>(record.start - kCellSizeSize - kBaseBlockSize);
     }
@@ -151,9 +139,9 @@ private:
     // The places of the offsets in a record.
     [[nodiscard]] std::vector<std::size_t> LinksOf(const SRecord& record) const {
         std::vector<std::size_t> links;
-        for (const SField& field : kLinks) {
-            if (field.kind == record.kind && field.offset + 4 <= record.size) {
-                links.push_back(record.start + field.offset);
+        for (const SLayout& layout : kLayouts) {
+            for (std::size_t i = 0; layout.kind == record.kind && i < layout.links.size(); ++i) {
+                links.push_back(record.start + layout.links[i]);
             }
         }
         if (IsSubKeyList(record.kind) || record.kind == kOffsets) {
@@ -205,46 +193,51 @@ private:
         return (size + kBinAlignment - 1) / kBinAlignment * kBinAlignment;
     }
 
-    // Also the size of a cell, which may become free by it, or the kind of record.
     bool ChangeNumber() {
-        const SField& field = m_chance.Pick(kNumbers);
-        const SRecord record = Choose(field.kind);
-        if (field.offset + field.size > record.size) {
+        const SLayout& layout = m_chance.Pick(kLayouts);
+        const bool isWord = layout.numbers.empty() || (!layout.words.empty() && m_chance.OneIn(2));
+        const SRecord record = Choose(layout.kind);
+        const std::size_t at = record.start + m_chance.Pick(isWord ? layout.words : layout.numbers);
+        const std::size_t size = isWord ? 2 : 4;
+        if (record.size != 0) {
+            Put(at, m_chance.WrongNumber(Get(at, size), size), size);
+        }
+        return record.size != 0;
+    }
+
+    // The size of a cell, by which it may become free, or the letters of the record.
+    bool ChangeCell() {
+        const SRecord cell = Choose(m_chance.Pick(kKinds));
+        if (cell.size == 0) {
             return false;
         }
-        const std::size_t lie = record.start > kBaseBlockSize ? m_chance.Below(8) : 8;
-        if (lie == 0) {
-            Put(record.start,
-                m_chance.OneIn(2) ? m_chance.Pick(kSubKeyLists) : m_chance.Pick(kKinds), 2);
-            return true;
+        if (m_chance.OneIn(2)) {
+            Put(cell.start - 4, m_chance.WrongNumber(Get(cell.start - 4), 4));
+        } else {
+            Put(cell.start,
+                IsSubKeyList(cell.kind) ? m_chance.Pick(kSubKeyLists) : m_chance.Pick(kKinds), 2);
         }
-        const std::size_t at = lie == 1 ? record.start - 4 : record.start + field.offset;
-        const std::size_t size = lie == 1 ? 4 : field.size;
-        Put(at, m_chance.WrongNumber(Get(at, size), size), size);
         return true;
     }
 
+    // Has one offset lead elsewhere, or to where another one of the record does: then a list has
+    // another order, or one entry twice and another one not at all.
     bool ChangeLink() {
         const SRecord record = Choose(m_chance.Pick(kKinds));
         const std::vector<std::size_t> links = LinksOf(record);
-        if (!links.empty()) {
-            const std::size_t at = m_chance.Pick(links);
-            Put(at, WrongLink(record, Get(at)));
+        if (links.empty()) {
+            return false;
         }
-        return !links.empty();
-    }
-
-    // Another order, or one entry twice and another one dropped.
-    bool SwapLinks() {
-        const std::vector<std::size_t> links = LinksOf(Choose(m_chance.Pick(kKinds)));
-        if (!links.empty()) {
-            const std::size_t left = m_chance.Pick(links);
-            const std::size_t right = m_chance.Pick(links);
-            const std::uint32_t offset = Get(left);
-            Put(left, Get(right));
-            Put(right, m_chance.OneIn(2) ? Get(right) : offset);
+        const std::size_t at = m_chance.Pick(links);
+        const std::size_t other = m_chance.Pick(links);
+        const std::uint32_t right = Get(at);
+        if (m_chance.OneIn(3)) {
+            Put(at, Get(other));
+            Put(other, m_chance.OneIn(2) ? Get(other) : right);
+        } else {
+            Put(at, WrongLink(record, right));
         }
-        return !links.empty();
+        return true;
     }
 
     // Gives a key a list of its own of what other keys have: of keys, of lists, or of values.
@@ -288,40 +281,22 @@ private:
         return true;
     }
 
-    bool ChangeName() {
-        constexpr unsigned kUnits[] = {0, '\\', '/', '*', 0x7F, 0xDF, 0xFF, 0x202E, 0xD800};
-        const SRecord record = Choose(m_chance.OneIn(2) ? kKeySignature : kValueSignature);
-        const std::size_t header = record.kind == kKeySignature ? kKeySize : kValueSize;
-        if (record.size < header + 2) {
-            return false;
-        }
-        const std::size_t at = record.start + header + m_chance.Below(record.size - header - 1);
-        Put(at, m_chance.OneIn(3) ? Get(at, 1) ^ 0x20U : m_chance.Pick(kUnits),
-            1 + m_chance.Below(2));
-        return true;
-    }
-
     // Gives a key or value the name of another one, as far as there is room.
     bool CopyName() {
         const bool isKey = m_chance.OneIn(2);
         const SRecord record = Choose(isKey ? kKeySignature : kValueSignature);
         const SRecord other = Choose(record.kind);
         const std::size_t header = isKey ? kKeySize : kValueSize;
-        const std::size_t end = std::min(record.size, other.size);
-        if (end <= header) {
-            return false;
-        }
-        m_bytes.replace(record.start + header, end - header,
-                        m_bytes.substr(other.start + header, end - header));
-        for (const std::size_t field :
-             {isKey ? kKeyNameSize : kValueNameSize, isKey ? kKeyFlags : kValueFlags}) {
-            Put(record.start + field, Get(other.start + field, 2), 2);
-        }
-        return true;
+        const std::size_t end = std::max(std::min(record.size, other.size), header);
+        const auto copy = [&](std::size_t at, std::size_t size) {
+            m_bytes.replace(record.start + at, size, m_bytes.substr(other.start + at, size));
+        };
+        copy(isKey ? kKeyNameSize : kValueNameSize, 2);
+        copy(isKey ? kKeyFlags : kValueFlags, 2);
+        copy(header, end - header);
+        return record.size != 0;
     }
 
-    std::string& m_bytes;
-    CChance& m_chance;
     std::vector<SRecord> m_records;
 };
 
@@ -340,7 +315,9 @@ bool InterruptWrite(std::vector<std::string>& parts, CChance& chance) {
     return isTold;
 }
 
-bool TellHiveLie(std::string& input, CChance& chance) {
+}  // namespace
+
+bool TellLie(std::string& input, CChance& chance) {
     constexpr std::size_t kRoundsPerLog = 16;
     constexpr std::size_t kRoundsPerBrokenSeal = 16;
     std::vector<std::string> parts = DivideHiveInput(input);
@@ -363,11 +340,4 @@ bool TellHiveLie(std::string& input, CChance& chance) {
     }
     input = JoinHiveInput(parts);
     return isTold;
-}
-
-}  // namespace
-
-extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
-                                               std::size_t maxSize, unsigned seed) {
-    return Mutate({data, size}, maxSize, seed, &TellHiveLie);
 }

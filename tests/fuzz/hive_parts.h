@@ -43,22 +43,25 @@ inline std::size_t GetHiveSectorSize(std::string_view part) {
     return formats::CHiveImage(std::as_bytes(std::span(part))).GetSectorSize();
 }
 
-// Gives a hive or log the checksum and the hashes that it must have: a change breaks them, and then
-// what follows would never be reached.
+// Gives a hive or log the checksum and the hashes that it must have. Any change breaks them, and
+// then what follows is never reached.
 inline void SealHivePart(std::string& part) {
-    if (part.size() < 512) {
+    using namespace formats::hive;
+    if (part.size() < kSectorSize) {
         return;
     }
     SealHiveHeader(part);
     std::size_t start = GetHiveSectorSize(part);
-    while (start + 40 <= part.size() && part.compare(start, 4, "HvLE") == 0) {
-        const std::size_t size = GetNumber(part, start + 4, 4);
-        if (size < 40 || size > part.size() - start) {
+    while (start + kEntryHeaderSize <= part.size() &&
+           GetNumber(part, start, 4) == kEntrySignature) {
+        const std::size_t size = GetNumber(part, start + kEntrySize, 4);
+        if (size < kEntryHeaderSize || size > part.size() - start) {
             return;
         }
         const std::string_view entry = std::string_view(part).substr(start, size);
-        PutNumber(part, start + 24, HashLogEntry(entry.substr(40)), 8);
-        PutNumber(part, start + 32, HashLogEntry(entry.substr(0, 32)), 8);
+        PutNumber(part, start + kEntryContentHash, HashLogEntry(entry.substr(kEntryHeaderSize)), 8);
+        PutNumber(part, start + kEntryHeaderHash, HashLogEntry(entry.substr(0, kEntryHeaderHash)),
+                  8);
         start += size;
     }
 }

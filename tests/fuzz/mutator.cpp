@@ -21,20 +21,19 @@ void MutatePlainly(std::string& bytes) {
         LLVMFuzzerMutate(reinterpret_cast<std::uint8_t*>(bytes.data()), size, bytes.size()));
 }
 
-std::size_t Mutate(std::span<std::uint8_t> input, std::size_t maxSize, unsigned seed,
-                   TellLie tellLie) {
+// Mostly one lie.
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t maxSize, unsigned seed) {
     constexpr std::size_t kRoundsPerPlainOne = 8;
     constexpr int kTries = 4;
     CChance chance(seed);
-    const std::string before(input.begin(), input.end());
-    if (!chance.OneIn(kRoundsPerPlainOne)) {
-        for (int i = 0; i < kTries; ++i) {
-            std::string after = before;
-            if (tellLie(after, chance) && after != before && after.size() <= maxSize) {
-                std::ranges::copy(after, input.data());
-                return after.size();
-            }
+    const std::string before(reinterpret_cast<const char*>(data), size);
+    for (int i = chance.OneIn(kRoundsPerPlainOne) ? kTries : 0; i < kTries; ++i) {
+        std::string after = before;
+        if (TellLie(after, chance) && after != before && after.size() <= maxSize) {
+            std::ranges::copy(after, data);
+            return after.size();
         }
     }
-    return LLVMFuzzerMutate(input.data(), input.size(), maxSize);
+    return LLVMFuzzerMutate(data, size, maxSize);
 }

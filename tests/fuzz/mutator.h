@@ -8,8 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <random>
-#include <span>
 #include <string>
+
+#include "support/little_endian.h"
 
 // The choices of one mutation. The same seed gives the same ones.
 class CChance {
@@ -32,12 +33,28 @@ private:
     std::mt19937 m_engine;
 };
 
-// Changes one thing of `input`. False when there was nothing to change.
-using TellLie = bool (*)(std::string& input, CChance& chance);
+// The lies about bytes that are full of little-endian numbers. One that is not completely there is
+// 0, and is not changed.
+class CLiar {
+protected:
+    CLiar(std::string& bytes, CChance& chance) : m_bytes(bytes), m_chance(chance) {}
+
+    [[nodiscard]] std::uint32_t Get(std::size_t at, std::size_t size = 4) const {
+        const bool isThere = at + size <= m_bytes.size();
+        return isThere ? static_cast<std::uint32_t>(GetNumber(m_bytes, at, size)) : 0;
+    }
+    void Put(std::size_t at, std::uint64_t number, std::size_t size = 4) {
+        if (at + size <= m_bytes.size()) {
+            PutNumber(m_bytes, at, number, size);
+        }
+    }
+
+    std::string& m_bytes;
+    CChance& m_chance;
+};
+
+// Of each mutator: changes one thing of `input`. False when there was nothing to change.
+bool TellLie(std::string& input, CChance& chance);
 
 // What libFuzzer does to any bytes.
 void MutatePlainly(std::string& bytes);
-
-// The work of LLVMFuzzerCustomMutator: mostly one lie, otherwise what libFuzzer does to any bytes.
-std::size_t Mutate(std::span<std::uint8_t> input, std::size_t maxSize, unsigned seed,
-                   TellLie tellLie);
