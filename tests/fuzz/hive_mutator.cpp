@@ -287,14 +287,17 @@ private:
         const SRecord record = Choose(isKey ? kKeySignature : kValueSignature);
         const SRecord other = Choose(record.kind);
         const std::size_t header = isKey ? kKeySize : kValueSize;
-        const std::size_t end = std::max(std::min(record.size, other.size), header);
+        const std::size_t end = std::min(record.size, other.size);
+        if (end <= header) {
+            return false;
+        }
         const auto copy = [&](std::size_t at, std::size_t size) {
             m_bytes.replace(record.start + at, size, m_bytes.substr(other.start + at, size));
         };
         copy(isKey ? kKeyNameSize : kValueNameSize, 2);
         copy(isKey ? kKeyFlags : kValueFlags, 2);
         copy(header, end - header);
-        return record.size != 0;
+        return true;
     }
 
     std::vector<SRecord> m_records;
