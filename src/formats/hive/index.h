@@ -28,9 +28,9 @@ constexpr KeyNumber kNoKey = 0xFFFFFFFFU;
 // Every key and value that can be reached and read, found once when a hive is loaded. A key or
 // value is left out when its record, its name or its data is not complete; a key also when its name
 // cannot be part of a path, or when it is more than 512 levels below the root. Of several subkeys
-// with the same name only the first whose name is whole is in it: the name leads to no other. If
-// the others were listed too, whoever goes on by names would come to the same key again, and in
-// thirty levels of two namesakes each a thousand million times.
+// with the same name only one is in it, the first whose name is whole, because the name leads to no
+// other. If the others were listed too, a walk by names would come to that one once for each of
+// them, and on every level below it would do so again: with ten such levels a thousand times.
 //
 // INVARIANT: each key cell is in it at most once. So whatever the lists of a hive say, this is a
 // tree and no larger than the hive. What is in it was checked and needs no further check. It does
