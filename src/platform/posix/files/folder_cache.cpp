@@ -260,11 +260,15 @@ int CFolderCache::OpenChild(CFolder& parent, std::u16string_view name,
 std::shared_ptr<CFolder> CFolderCache::Adopt(CFileDescriptor opened, const struct stat& info,
                                              const std::string& way, const CFolder& parent,
                                              bool isSealed) {
-    std::string path = parent.GetPath();
+    std::string path;
+    path.reserve(parent.GetPath().size() + 1 + way.size());
+    path += parent.GetPath();
     if (path.back() != '/') {
         path += '/';
     }
-    auto folder = std::make_shared<CFolder>(std::move(opened), path + way, info, isSealed, &parent);
+    path += way;
+    auto folder =
+        std::make_shared<CFolder>(std::move(opened), std::move(path), info, isSealed, &parent);
     if (const auto known = m_names.find(folder->GetId()); known != m_names.end()) {
         m_nameCount -= known->second.names->GetCount();
         folder->PutNames(std::move(known->second));
