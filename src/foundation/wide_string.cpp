@@ -193,8 +193,10 @@ void CStrW::Insert(std::size_t index, std::u16string_view text) {
     if (!Reserve(m_length + text.size() + 1)) {
         return;
     }
-    std::memmove(m_pBuffer + index + text.size(), m_pBuffer + index,
-                 (m_length - index) * sizeof(char16_t));
+    if (index < m_length) {
+        std::memmove(m_pBuffer + index + text.size(), m_pBuffer + index,
+                     (m_length - index) * sizeof(char16_t));
+    }
     std::memcpy(m_pBuffer + index, text.data(), text.size() * sizeof(char16_t));
     SetLength(m_length + text.size());
 }

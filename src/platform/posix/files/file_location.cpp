@@ -215,12 +215,10 @@ std::u16string_view SFileLocation::GetFolderPath() const {
 
 // May refuse more than it has to, because the caller then reads the whole path.
 bool SplitPath(std::u16string_view text, SSplitPath& split) {
-    std::size_t cut = text.size();  // 0 at the end when there is no backslash
-    bool hasColon = false;
-    for (; cut > 0 && text[cut - 1] != u'\\'; --cut) {
-        hasColon = hasColon || text[cut - 1] == u':';
-    }
+    const std::size_t cut = text.rfind(u'\\') + 1;  // 0 when there is none
     std::u16string_view name = text.substr(cut);
+    const bool hasColon =
+        CollectMarks(name, [](UnitBlock units) { return Equals(units, u':'); }) != 0;
     const bool hasDrive = cut == 0 && name.size() >= 2 && name[1] == u':';
     std::u16string_view stream;
     if (hasDrive || text.size() > kMaxPath || (hasColon && !CutStream(name, stream))) {

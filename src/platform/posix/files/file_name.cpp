@@ -126,7 +126,7 @@ std::u16string UnambiguousTextFromName(std::string_view bytes) {
 
 bool NameFromText(std::u16string_view text, std::string& bytes) {
     const auto isPlain = [](char16_t unit) {
-        return unit < 0x80 && unit != u'/' && IsPlain(static_cast<char>(unit));
+        return unit < 0x80 && IsPlain(static_cast<char>(unit));
     };
     bytes.resize(text.size());
     std::size_t i = 0;

@@ -19,11 +19,11 @@ constexpr bool IsForeign(char32_t c) {
     return c < 0x20 || (c < 0x80 && kForeign.find(c) != std::u32string_view::npos);
 }
 
-// Whether a byte appears as itself.
+// Whether a byte appears as itself. False for the slash, which is in no name.
 inline constexpr auto kPlainBytes = [] {
     std::array<bool, 256> plain{};
     for (unsigned char c = 1; c < 0x80; ++c) {
-        plain[c] = !IsForeign(c);
+        plain[c] = c != '/' && !IsForeign(c);
     }
     return plain;
 }();

@@ -220,8 +220,9 @@ int CFindHandle::SSearch::FindStream(const SFindData& found, std::u16string_view
 CFindHandle::CFindHandle() = default;
 CFindHandle::~CFindHandle() = default;
 
-int CFindHandle::First(const char16_t* pattern, SFindData& found) {
+int CFindHandle::First(const char16_t* text, SFindData& found) {
     Close();
+    const std::u16string_view pattern = text;
     SFilePlace place;
     if (const int status = FindFolder(pattern, place)) {
         return SetLastError(status);
