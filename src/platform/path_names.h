@@ -1,8 +1,9 @@
 // platform/path_names.h - the rules for names in a Windows path.
 #pragma once
 
-#include <algorithm>
 #include <string_view>
+
+#include "platform/unit_marks.h"
 
 namespace platform {
 
@@ -13,22 +14,13 @@ namespace platform {
     if (name.empty() || name.size() > kMaxLength) {
         return false;
     }
-    const bool mayBeDrive = name.size() == 2 && name[0] != u':';
-    return std::all_of(name.begin(), name.end(), [mayBeDrive](char16_t unit) {
-        switch (unit) {
-            case u'"':
-            case u'/':
-            case u'<':
-            case u'>':
-            case u'\\':
-            case u'|':
-                return false;
-            case u':':
-                return mayBeDrive;
-            default:
-                return true;
-        }
-    });
+    const bool isDrive = name.size() == 2 && name[1] == u':';
+    const auto marksOf = [](UnitBlock units) {
+        return Equals(units, u'"') | Equals(units, u'/') | Equals(units, u':') |
+               Equals(units, u'<') | Equals(units, u'>') | Equals(units, u'\\') |
+               Equals(units, u'|');
+    };
+    return CollectMarks(isDrive ? name.substr(0, 1) : name, marksOf) == 0;
 }
 
 // Whether `name` may be the name of a server: 1 to 64 units, none of them one of ,*+/:;<>=?[]\| or
