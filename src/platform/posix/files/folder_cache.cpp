@@ -278,23 +278,33 @@ std::shared_ptr<CFolder> CFolderCache::Adopt(CFileDescriptor opened, const struc
 }
 
 void CFolderCache::Keep(std::u16string_view path, const std::shared_ptr<CFolder>& folder) {
-    if (m_folders.size() >= kMaxFolders) {
-        CloseOldest();
-    }
-    LimitNames();
+    MakeRoom();
     m_folders[std::u16string(path)] = {folder, ++m_uses};
 }
 
-void CFolderCache::CloseOldest() {
-    const auto oldest = std::min_element(m_folders.begin(), m_folders.end(),
-                                         [](const auto& left, const auto& right) {
-                                             return left.second.lastUse < right.second.lastUse;
-                                         });
-    // If someone still searches the folder, its names stay with it.
-    if (oldest->second.folder.use_count() == 1) {
-        KeepNames(*oldest->second.folder);
+// Makes room for one more folder and its names.
+void CFolderCache::MakeRoom() {
+    std::size_t names = 0;
+    auto oldest = m_folders.begin();
+    for (auto entry = oldest; entry != m_folders.end(); ++entry) {
+        names += entry->second.folder->GetNameCount();
+        oldest = entry->second.lastUse < oldest->second.lastUse ? entry : oldest;
     }
-    m_folders.erase(oldest);
+    if (m_folders.size() >= kMaxFolders) {
+        names -= oldest->second.folder->GetNameCount();
+        Close(oldest);
+    }
+    if (names > kMaxNames) {
+        DropNames(names);
+    }
+}
+
+void CFolderCache::Close(Folders::iterator entry) {
+    // If someone still searches the folder, its names stay with it.
+    if (entry->second.folder.use_count() == 1) {
+        KeepNames(*entry->second.folder);
+    }
+    m_folders.erase(entry);
 }
 
 void CFolderCache::KeepNames(CFolder& folder) {
@@ -311,12 +321,9 @@ void CFolderCache::KeepNames(CFolder& folder) {
     m_nameCount += m_names.try_emplace(folder.GetId(), std::move(known)).second ? count : 0;
 }
 
-// Drops names of open folders if there are too many. The folders stay open.
-void CFolderCache::LimitNames() {
-    std::size_t count = 0;
-    for (const auto& [path, cached] : m_folders) {
-        count += cached.folder->GetNameCount();
-    }
+// Drops names of open folders, which have `count`, until there are few enough. The folders stay
+// open.
+void CFolderCache::DropNames(std::size_t count) {
     for (auto entry = m_folders.begin(); entry != m_folders.end() && count > kMaxNames; ++entry) {
         // A folder that is searched would have to read its names again at once.
         if (entry->second.folder.use_count() == 1) {

@@ -96,9 +96,10 @@ private:
     std::shared_ptr<CFolder> Adopt(CFileDescriptor opened, const struct stat& info,
                                    const std::string& way, const CFolder& parent, bool isSealed);
     void Keep(std::u16string_view path, const std::shared_ptr<CFolder>& folder);
-    void CloseOldest();
+    void MakeRoom();
+    void Close(Folders::iterator entry);
     void KeepNames(CFolder& folder);
-    void LimitNames();
+    void DropNames(std::size_t count);
     [[nodiscard]] bool IsInPackage(int folder) const;
     [[nodiscard]] bool IsOutOrInPackage(const CFolder& folder) const;
 
