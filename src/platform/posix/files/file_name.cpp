@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/unit_marks.h"
+
 namespace platform {
 
 namespace {
@@ -46,12 +48,23 @@ std::size_t DecodeCharacter(std::string_view bytes, char32_t& c) {
     return isTooLong || (c >= 0xD800 && c < 0xE000) || c > 0x10FFFF ? 0 : length;
 }
 
-// Appends the rest of a name to its start, `text`.
-std::u16string ReadAll(CNameReader reader, std::u16string text) {
+void ReadAll(CNameReader reader, std::u16string& text) {
+    text.clear();
     for (int unit = reader.Next(); unit != CNameReader::kEnd; unit = reader.Next()) {
         text += static_cast<char16_t>(unit);
     }
-    return text;
+}
+
+// Whether each unit is a byte that appears as itself. Nearly all names are like that.
+// Gain: half the instructions of NameFromText and ReadName.
+bool IsAllPlain(std::u16string_view text) {
+    return CollectMarks(text, [](UnitBlock units) {
+               MarkBlock others = (units < 0x20) | (units >= 0x80) | Equals(units, u'/');
+               for (const char16_t mark : kForeignMarks) {
+                   others |= Equals(units, mark);
+               }
+               return others;
+           }) == 0;
 }
 
 // Appends one character, a lone surrogate in three bytes like any other of its size.
@@ -102,14 +115,11 @@ int CNameReader::NextOther() {
 // Nearly all names are plain to their end.
 bool ReadName(std::string_view bytes, std::u16string& text) {
     text.resize(bytes.size());
-    std::size_t plain = 0;
-    for (; plain < bytes.size() && IsPlain(bytes[plain]); ++plain) {
-        text[plain] = static_cast<unsigned char>(bytes[plain]);
-    }
-    const bool isPlain = plain == bytes.size();
+    std::transform(bytes.begin(), bytes.end(), text.begin(),
+                   [](char byte) { return static_cast<unsigned char>(byte); });
+    const bool isPlain = IsAllPlain(text);
     if (!isPlain) {
-        text.resize(plain);
-        text = ReadAll(CNameReader(bytes.substr(plain)), std::move(text));
+        ReadAll(CNameReader(bytes), text);
     }
     return isPlain;
 }
@@ -121,20 +131,20 @@ std::u16string TextFromName(std::string_view bytes) {
 }
 
 std::u16string UnambiguousTextFromName(std::string_view bytes) {
-    return ReadAll(CNameReader(bytes, kRawByte), {});
+    std::u16string text;
+    ReadAll(CNameReader(bytes, kRawByte), text);
+    return text;
 }
 
 bool NameFromText(std::u16string_view text, std::string& bytes) {
-    const auto isPlain = [](char16_t unit) {
-        return unit < 0x80 && IsPlain(static_cast<char>(unit));
-    };
-    bytes.resize(text.size());
-    std::size_t i = 0;
-    for (; i < text.size() && isPlain(text[i]); ++i) {
-        bytes[i] = static_cast<char>(text[i]);
+    if (IsAllPlain(text)) {
+        bytes.resize(text.size());
+        std::transform(text.begin(), text.end(), bytes.begin(),
+                       [](char16_t unit) { return static_cast<char>(unit); });
+        return IsEntryName(bytes);
     }
-    bytes.resize(i);
-    while (i < text.size()) {
+    bytes.clear();
+    for (std::size_t i = 0; i < text.size();) {
         UChar32 c = 0;
         // Gives a lone surrogate as itself, which may mean a byte.
         U16_NEXT(text.data(), i, text.size(), c);
@@ -147,8 +157,7 @@ bool NameFromText(std::u16string_view text, std::string& bytes) {
             AppendUtf8(bytes, c);
         }
     }
-    // Either would lead out of the folder.
-    return !bytes.empty() && bytes != "." && bytes != "..";
+    return IsEntryName(bytes);
 }
 
 char16_t UpperOtherUnit(char16_t unit) {

@@ -12,11 +12,13 @@
 
 namespace platform {
 
-// Whether POSIX allows a character in a name and Windows does not. The slash is missing: neither
-// does.
+// The printable characters that POSIX allows in a name and Windows does not. The slash is missing:
+// neither does.
+inline constexpr std::u16string_view kForeignMarks = u"\\:*?\"<>|";
+// Whether POSIX allows a character in a name and Windows does not.
 constexpr bool IsForeign(char32_t c) {
-    constexpr std::u32string_view kForeign = U"\\:*?\"<>|";
-    return c < 0x20 || (c < 0x80 && kForeign.find(c) != std::u32string_view::npos);
+    return c < 0x20 ||
+           (c < 0x80 && kForeignMarks.find(static_cast<char16_t>(c)) != std::u16string_view::npos);
 }
 
 // Whether a byte appears as itself. False for the slash, which is in no name.
@@ -28,6 +30,11 @@ inline constexpr auto kPlainBytes = [] {
     return plain;
 }();
 inline bool IsPlain(char byte) { return kPlainBytes[static_cast<unsigned char>(byte)]; }
+
+// Whether a name means an entry of a folder, and not the folder itself or the one above.
+[[nodiscard]] inline bool IsEntryName(std::string_view name) {
+    return !name.empty() && name != "." && name != "..";
+}
 
 // Gives the units of TextFromName one by one, so that names can be compared without a copy.
 class CNameReader {

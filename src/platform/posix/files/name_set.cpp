@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <span>
 #include <utility>
 
@@ -36,31 +35,38 @@ int CompareUnits(TLeft left, TRight right, bool upper) {
     }
 }
 
-// The length of the start that a name has in common with another name or a text, as far as it is
-// plain.
-template <class TRight>
-std::size_t CountSamePlain(std::string_view left, TRight right) {
+// The length of the start that a name has in common with a text, as far as it is plain.
+std::size_t CountSamePlain(std::string_view left, std::u16string_view right) {
     const std::size_t shorter = std::min(left.size(), right.size());
     std::size_t same = 0;
-    while (same < shorter &&
-           static_cast<char16_t>(left[same]) == static_cast<char16_t>(right[same]) &&
+    while (same < shorter && static_cast<unsigned char>(left[same]) == right[same] &&
            IsPlain(left[same])) {
         ++same;
     }
     return same;
 }
 
+// The upper-case forms of the bytes that appear as themselves; 0 for the others.
+constexpr auto kUpperBytes = [] {
+    std::array<unsigned char, 256> upper{};
+    for (unsigned char c = 0; c < 0x80; ++c) {
+        const bool isLower = c >= 'a' && c <= 'z';
+        upper[c] = !kPlainBytes[c] ? 0 : static_cast<unsigned char>(isLower ? c - 0x20 : c);
+    }
+    return upper;
+}();
+
 // CompareUnits of two names in upper case. Nearly all are plain, which needs no reader.
 int CompareUpper(std::string_view left, std::string_view right) {
     const std::size_t shorter = std::min(left.size(), right.size());
-    for (std::size_t i = CountSamePlain(left, right); i < shorter; ++i) {
-        if (!IsPlain(left[i]) || !IsPlain(right[i])) {
+    for (std::size_t i = 0; i < shorter; ++i) {
+        const int a = kUpperBytes[static_cast<unsigned char>(left[i])];
+        const int b = kUpperBytes[static_cast<unsigned char>(right[i])];
+        if (a == 0 || b == 0) {
             return CompareUnits(CNameReader(left.substr(i)), CNameReader(right.substr(i)), true);
         }
-        const int order =
-            UpperUnit(static_cast<char16_t>(left[i])) - UpperUnit(static_cast<char16_t>(right[i]));
-        if (order != 0) {
-            return order;
+        if (a != b) {
+            return a - b;
         }
     }
     return left.size() < right.size() ? -1 : left.size() > right.size() ? 1 : 0;
@@ -81,10 +87,6 @@ private:
 int CompareWithText(std::string_view name, std::u16string_view text, bool upper) {
     const std::size_t same = CountSamePlain(name, text);
     return CompareUnits(CNameReader(name.substr(same)), CTextReader(text.substr(same)), upper);
-}
-
-bool IsOwnOrParent(const char* name) {
-    return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
 bool HasColon(std::string_view name) { return name.find(':') != std::string_view::npos; }
@@ -166,16 +168,22 @@ CNameSet::SStored CNameSet::Store(std::string_view name, EEntryKind kind) {
 
 // Appends the names of a folder from its position on. 0 or errno.
 int CNameSet::ReadNames(int folder, Block& names) {
+    constexpr std::size_t kLeastRecord = 24;  // bytes: the fields, a name of one unit and its NUL
     alignas(dirent64) std::array<char, 32768> buffer;
     for (;;) {
         const ssize_t count = getdents64(folder, buffer.data(), buffer.size());
         if (count <= 0) {
             return count == 0 ? 0 : errno;
         }
+        // Enough for all names of most folders, which are read at once.
+        if (names.empty()) {
+            names.reserve(static_cast<std::size_t>(count) / kLeastRecord);
+        }
         for (ssize_t at = 0; at < count;) {
             const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
-            if (!IsOwnOrParent(entry->d_name)) {
-                names.push_back(Store(entry->d_name, KindFromType(entry->d_type)));
+            const std::string_view name = entry->d_name;
+            if (IsEntryName(name)) {
+                names.push_back(Store(name, KindFromType(entry->d_type)));
             }
             at += entry->d_reclen;
         }
