@@ -4,6 +4,7 @@
 #include "orvpackage/shortcut_collection.h"
 #include "platform/com.h"
 #include "platform/status.h"
+#include "platform/unit_marks.h"
 #include "reporting/logger.h"
 
 namespace {
@@ -241,8 +242,11 @@ CCasFileTraverseManager::SPlaces CCasFileTraverseManager::FindPlaces(
 
 // A long path has a prefix, a name with a colon may be a drive, and the item expands a token.
 bool CCasFileTraverseManager::SPlaces::AreOf(std::u16string_view name) const {
+    const auto marksOf = [](platform::UnitBlock units) {
+        return platform::Equals(units, u'%') | platform::Equals(units, u':');
+    };
     return !texts.target.IsEmpty() && texts.target.GetLength() + name.size() <= kMaxPlainPath &&
-           !HasUnit(name, u'%') && !HasUnit(name, u':');
+           platform::CollectMarks(name, marksOf) == 0;
 }
 
 CFilePathW MakePayloadName(const CStrW& collapsed) {

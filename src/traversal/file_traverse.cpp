@@ -14,7 +14,7 @@ bool IsDots(const platform::SFindData& data) { return data.name == u"." || data.
 // Gives the first entry of a folder.
 int BeginSearch(platform::CFindHandle& search, const CFilePathW& folder,
                 const CFilePathSegmentW& pattern, platform::SFindData& data) {
-    return search.First(CFilePathW(folder, pattern).ToString().Get(), data);
+    return search.First(folder.ToString(pattern.View()).Get(), data);
 }
 
 // Sets the path of an entry of a folder; false when its name is not valid.
