@@ -120,7 +120,11 @@ int RunCheck(const SCommand& command, CJsonWriter& json) {
     CLosses losses;
     bool isKnown = losses.Read(call.record, platform::LocalPath(command.profile));
     // After the record, because what a loss tells too is shown only once.
-    log.Show([&losses](std::uint64_t number) { return losses.TellsLogEntry(number); });
+    const SLogSummary summary = log.Count();
+    if (!log.Show([&losses](std::uint64_t number) { return losses.TellsLogEntry(number); })) {
+        Complain("errors and warnings may be missing, since the log cannot be read to its end");
+        isKnown = false;
+    }
     losses.Show();
     if (result.status != 0) {
         Complain(DescribeFailure("check", command.profile, result.status));
@@ -131,7 +135,7 @@ int RunCheck(const SCommand& command, CJsonWriter& json) {
     } else {
         isKnown = PrintResult(FormatLines(targets, losses)) && isKnown;
     }
-    const bool isWhole = log.Count().errors == 0 && losses.GetLosses() == 0 &&
+    const bool isWhole = summary.errors == 0 && losses.GetLosses() == 0 &&
                          (losses.GetMissing() == 0 || !command.isStrict);
     // What is not known counts more than what would be lost.
     return !isKnown ? kExitFailed : isWhole ? kExitDone : kExitNotWhole;

@@ -261,10 +261,12 @@ void CConversion::CheckResult() {
         m_hasFailed = true;
     }
     // After the record, because what a loss tells too is shown only once.
-    m_log.Show([this](std::uint64_t number) { return m_losses.TellsLogEntry(number); });
+    m_summary.isComplete = m_log.Show([this](std::uint64_t number) {
+        return m_losses.TellsLogEntry(number);
+    }) && m_summary.isComplete;
     m_losses.Show();
     if (!m_summary.isComplete) {
-        Fail("errors and warnings may be missing, since the log is cut off");
+        Fail("errors and warnings may be missing, since the log cannot be read to its end");
     }
     for (const std::u16string& guid : unsaved) {
         Fail("target " + Printable(guid) + ": the manifest could not be written");

@@ -88,9 +88,13 @@ bool CResultFile::CheckPlace(const std::filesystem::path& probe) const {
     return (isPlace && isFile) || ComplainOf(reason + "; " + m_undone);
 }
 
-bool CResultFile::Publish() {
+bool CResultFile::Publish(bool isEmptied) {
     if (m_userPath.empty()) {
         return true;
+    }
+    errno = 0;
+    if (isEmptied && !std::ofstream(m_temporary, std::ios::binary | std::ios::trunc).is_open()) {
+        return ComplainOf(std::strerror(errno));
     }
     if (!m_special.is_open()) {
         const std::error_code error = Rename();

@@ -33,9 +33,9 @@ public:
 
     [[nodiscard]] const std::filesystem::path& GetTemporary() const { return m_temporary; }
 
-    // Has the user's file hold what the temporary one holds. Its missing folders are made. False,
-    // with the reason on stderr, when it cannot be written.
-    [[nodiscard]] bool Publish();
+    // Has the user's file hold what the temporary one holds, or nothing if `isEmptied`. Its missing
+    // folders are made. False, with the reason on stderr, when it cannot be written.
+    [[nodiscard]] bool Publish(bool isEmptied = false);
 
 private:
     [[nodiscard]] bool OpenSpecialFile();

@@ -30,13 +30,11 @@ bool CRunLog::Open(const std::string& argument, const std::filesystem::path& tem
     return m_file.Open(argument, temporary);
 }
 
-bool CRunLog::HasEntries() const {
-    return std::ifstream(m_file.GetTemporary(), std::ios::binary).peek() != kUntouched;
-}
-
-SLogSummary CRunLog::Count() const {
+SLogSummary CRunLog::Count() {
     SLogSummary summary;
-    if (HasEntries()) {
+    // Asked once: a file that cannot be read later is not taken for one of the other kind.
+    m_hasEntries = std::ifstream(m_file.GetTemporary(), std::ios::binary).peek() != kUntouched;
+    if (m_hasEntries) {
         std::ifstream log(m_file.GetTemporary(), std::ios::binary);
         std::size_t unwritten = 0;
         summary = ReadLog(log, [&](bool /*isError*/, std::u16string_view text) {
@@ -47,30 +45,28 @@ SLogSummary CRunLog::Count() const {
     return summary;
 }
 
-void CRunLog::Show(const std::function<bool(std::uint64_t number)>& isTold) const {
-    if (!HasEntries()) {
-        return;
+bool CRunLog::Show(const std::function<bool(std::uint64_t number)>& isTold) const {
+    if (!m_hasEntries) {
+        return true;
     }
     std::ifstream log(m_file.GetTemporary(), std::ios::binary);
     // The advice is about loading hives, which a described machine does without Windows.
     const bool isLive = platform::GetLiveAnswers() == &platform::GetAnswers();
     std::uint64_t number = 0;
-    static_cast<void>(ReadLog(log, [&](bool isError, std::u16string_view text) {
+    const SLogSummary shown = ReadLog(log, [&](bool isError, std::u16string_view text) {
         // Each entry counts, shown or not, because the record numbers all of them.
         if (!isTold(++number) && !TellsFullDisk(text)) {
             const std::string words = Printable(text) + (isLive ? AdviseOnEntry(text) : "");
             Tell({.level = isError ? "error" : "warning", .text = words},
                  (isError ? "error: " : "warning: ") + words);
         }
-    }));
+    });
+    return shown.isComplete;
 }
 
 bool CRunLog::Publish() {
-    if (!HasEntries()) {
-        // The user gets an empty file, without the mark.
-        std::ofstream(m_file.GetTemporary(), std::ios::binary | std::ios::trunc);
-    }
-    return m_file.Publish();
+    // Without entries the user gets an empty file, without the mark.
+    return m_file.Publish(!m_hasEntries);
 }
 
 }  // namespace host

@@ -19,20 +19,20 @@ public:
     // for none. False, with the reason on stderr, when one of the files cannot be written.
     [[nodiscard]] bool Open(const std::string& argument, const std::filesystem::path& temporary);
 
-    // Counts the entries.
-    [[nodiscard]] SLogSummary Count() const;
+    // Counts the entries. Comes before Show and Publish.
+    [[nodiscard]] SLogSummary Count();
     // Shows the entries on stderr, without those about a full disk and those of which `isTold` says
-    // that they are told already; the first entry has the number 1.
-    void Show(const std::function<bool(std::uint64_t number)>& isTold) const;
+    // that they are told already; the first entry has the number 1. False when the log cannot be
+    // read to its end.
+    [[nodiscard]] bool Show(const std::function<bool(std::uint64_t number)>& isTold) const;
 
     // Has the user's file hold the log. Its missing folders are made. False, with the reason on
     // stderr, when it cannot be written.
     [[nodiscard]] bool Publish();
 
 private:
-    [[nodiscard]] bool HasEntries() const;
-
     CResultFile m_file{"log"};
+    bool m_hasEntries = true;
 };
 
 }  // namespace host
