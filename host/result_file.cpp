@@ -107,6 +107,7 @@ bool CResultFile::Publish(bool isEmptied) {
 // Piece by piece, because `operator<<(streambuf*)` cannot tell a full disk from the end of its
 // source.
 std::error_code CResultFile::CopyTo(std::ofstream& target) const {
+    errno = 0;
     std::ifstream file(m_temporary, std::ios::binary);
     std::string piece(std::size_t{64} << 10, '\0');
     while (target.good() && file.good()) {
@@ -114,7 +115,9 @@ std::error_code CResultFile::CopyTo(std::ofstream& target) const {
         target.write(piece.data(), file.gcount());
     }
     target.close();
-    return target.fail() ? std::error_code(errno, std::generic_category()) : std::error_code();
+    const bool isWhole = file.eof() && !target.fail();
+    return isWhole ? std::error_code()
+                   : std::error_code(errno != 0 ? errno : EIO, std::generic_category());
 }
 
 std::error_code CResultFile::Rename() {
