@@ -133,8 +133,8 @@ std::filesystem::path FullPath(const std::filesystem::path& path) {
 bool IsSpecialFile(const std::filesystem::path& file) {
     std::error_code error;
     const std::string name = std::filesystem::absolute(file, error).lexically_normal().native();
-    // Also by the name, because "/dev/stdout" may lead to a regular file.
-    return name.starts_with("/dev/") || name.starts_with("/proc/") ||
+    // Also by the name, because "/dev/stdout" may lead to a regular file. "/dev/shm" has plain ones.
+    return (name.starts_with("/dev/") && !name.starts_with("/dev/shm/")) || name.starts_with("/proc/") ||
            std::filesystem::is_other(file, error);
 }
 
