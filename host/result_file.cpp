@@ -82,8 +82,8 @@ bool CResultFile::CheckPlace(const std::filesystem::path& probe) const {
         !std::filesystem::exists(m_userPath, error) ||
         std::fstream(m_userPath, std::ios::binary | std::ios::in | std::ios::out).is_open();
     const std::string reason = std::strerror(errno);
-    if (isPlace) {
-        RemoveTree(probe);
+    if (isPlace && !RemoveTree(probe)) {
+        return ComplainOf(Quote(probe) + " cannot be removed; remove it by hand; " + m_undone);
     }
     return (isPlace && isFile) || ComplainOf(reason + "; " + m_undone);
 }

@@ -106,6 +106,10 @@ std::error_code MakeFolder(const std::filesystem::path& folder, bool isPrivate) 
 
 bool RemoveTree(const std::filesystem::path& folder) {
     std::error_code error;
+    // First, because a file is removed without a descriptor, and those may be used up.
+    if (std::filesystem::remove(folder, error)) {
+        return true;
+    }
     std::filesystem::remove_all(folder, error);
     // Only now, because most trees can be removed with the rights that they have.
     if (error == std::errc::permission_denied) {
