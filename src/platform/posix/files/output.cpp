@@ -95,15 +95,16 @@ int CreateOutput(mode_t mode, SOutput& output) {
     return output.isNew ? 0 : errno;
 }
 
-// Another process may have put its own file in the place; that one stays.
+// Another process may have put its own file in the place; that one stays. Where the system does not
+// tell which file it is, what was made here is removed, because half a file looks like a whole one.
 void DiscardOutput(SOutput& output) {
     CFolder& folder = *output.place.folder;
     const std::string& name = output.place.entry.name;
     output.file.Close();
     struct stat info {};
-    const bool isInPlace =
-        fstatat(folder.GetDescriptor(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
-        GetFileId(info) == GetFileId(output.info);
+    const bool isKnown = output.info.st_nlink != 0 && fstatat(folder.GetDescriptor(), name.c_str(),
+                                                              &info, AT_SYMLINK_NOFOLLOW) == 0;
+    const bool isInPlace = isKnown ? GetFileId(info) == GetFileId(output.info) : output.isNew;
     if (isInPlace && unlinkat(folder.GetDescriptor(), name.c_str(), 0) == 0) {
         folder.NoteRemoved(name);
     }
