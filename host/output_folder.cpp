@@ -360,7 +360,9 @@ bool COutputFolder::Remove() {
     }
     m_isHiddenMade = false;
     // Not earlier: once the file is free, another process may make the hidden folder anew.
-    m_lock.Release();
+    if (!m_lock.Release()) {
+        Complain(Quote(LockOf(m_hidden)) + " cannot be removed; remove it by hand");
+    }
     // The deepest first, because a folder goes only when it is empty.
     for (auto place = m_made.rbegin(); place != m_made.rend(); ++place) {
         std::error_code error;

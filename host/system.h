@@ -82,8 +82,8 @@ public:
     // std::errc::no_lock_available when the file system has no such locks.
     // Not called any more once it has succeeded.
     [[nodiscard]] std::error_code Hold(const std::filesystem::path& file);
-    // Removes the file.
-    void Release();
+    // Removes the file. False when it stays.
+    bool Release();
     // The system's number of the open file; -1 when none is held.
     [[nodiscard]] std::intptr_t GetHandle() const { return m_handle; }
 

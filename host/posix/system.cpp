@@ -137,9 +137,10 @@ std::filesystem::path FullPath(const std::filesystem::path& path) {
 bool IsSpecialFile(const std::filesystem::path& file) {
     std::error_code error;
     const std::string name = std::filesystem::absolute(file, error).lexically_normal().native();
-    // Also by the name, because "/dev/stdout" may lead to a regular file. "/dev/shm" has plain ones.
-    return (name.starts_with("/dev/") && !name.starts_with("/dev/shm/")) || name.starts_with("/proc/") ||
-           std::filesystem::is_other(file, error);
+    // Also by the name, because "/dev/stdout" may lead to a regular file. "/dev/shm" has plain
+    // ones.
+    return (name.starts_with("/dev/") && !name.starts_with("/dev/shm/")) ||
+           name.starts_with("/proc/") || std::filesystem::is_other(file, error);
 }
 
 bool CReservedFiles::Take() {
@@ -163,8 +164,12 @@ void CReservedFiles::GiveBack() {
 
 std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
     for (;;) {
-        const int opened =
-            open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        constexpr int kMode = O_RDWR | O_NOFOLLOW | O_CLOEXEC;
+        int opened = open(file.c_str(), kMode | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
+        const bool isNew = opened >= 0;
+        if (!isNew && errno == EEXIST) {
+            opened = open(file.c_str(), kMode | O_CREAT, S_IRUSR | S_IWUSR);
+        }
         if (opened < 0) {
             return LastError();
         }
@@ -174,6 +179,9 @@ std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
             const std::error_code error = LastError();
             close(opened);
             const bool isHeld = error == std::errc::resource_unavailable_try_again;
+            if (isNew && !isHeld) {
+                unlink(file.c_str());
+            }
             return isHeld ? error : make_error_code(std::errc::no_lock_available);
         }
         // Whoever held the file before may have removed it meanwhile. Then another one may be
@@ -190,12 +198,15 @@ std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
     }
 }
 
-void CHeldFile::Release() {
-    if (m_handle != -1) {
-        unlink(m_file.c_str());  // first, because it is no longer this process's own afterwards
-        close(static_cast<int>(m_handle));
-        m_handle = -1;
+bool CHeldFile::Release() {
+    if (m_handle == -1) {
+        return true;
     }
+    // First, because it is no longer this process's own afterwards.
+    const bool isRemoved = unlink(m_file.c_str()) == 0 || errno == ENOENT;
+    close(static_cast<int>(m_handle));
+    m_handle = -1;
+    return isRemoved;
 }
 
 std::optional<SFileState> GetFileState(const std::filesystem::path& file) {

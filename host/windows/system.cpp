@@ -198,11 +198,12 @@ std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
     return {};
 }
 
-void CHeldFile::Release() {
+bool CHeldFile::Release() {
     if (m_handle != -1) {
         CloseHandle(reinterpret_cast<HANDLE>(m_handle));
         m_handle = -1;
     }
+    return true;
 }
 
 std::optional<SFileState> GetFileState(const std::filesystem::path& file) {
