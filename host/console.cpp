@@ -145,4 +145,9 @@ bool CResultText::Flush() {
     return m_isWritten;
 }
 
+void TellNoMemory() {
+    WriteTerminal(
+        "cas2orv: out of memory; hidden files that are left are removed by the next run\n");
+}
+
 }  // namespace host

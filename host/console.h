@@ -47,6 +47,8 @@ void Tell(const SMessage& message, std::string_view line);
 void Complain(std::string_view message);
 // The same of a file or folder, whose path comes first.
 void ComplainOf(const std::filesystem::path& place, const std::string& words);
+// Tells that there is no memory, without any.
+void TellNoMemory();
 
 void KeepMessages();
 [[nodiscard]] const std::vector<SMessage>& GetMessages();

@@ -60,6 +60,15 @@ std::filesystem::path LockOf(std::filesystem::path hidden) { return hidden += kL
 
 }  // namespace
 
+COutputFolder::~COutputFolder() {
+    try {
+        Remove();
+    } catch (const std::bad_alloc&) {
+        // The next run removes what is left.
+        TellNoMemory();
+    }
+}
+
 bool COutputFolder::Prepare(const SOutputRequest& request) {
     const std::size_t name = request.pattern.rfind(u'\\') + 1;
     m_start = request.pattern.substr(0, name);

@@ -38,7 +38,7 @@ struct SOutputRequest {
 class COutputFolder {
 public:
     COutputFolder() = default;
-    ~COutputFolder() { Remove(); }
+    ~COutputFolder();
     COutputFolder(const COutputFolder&) = delete;
     COutputFolder& operator=(const COutputFolder&) = delete;
 

@@ -2,9 +2,11 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <new>
 #include <string>
-#include <vector>
 
+#include "host/console.h"
+#include "host/exit_status.h"
 #include "host/program.h"
 
 namespace {
@@ -29,5 +31,10 @@ int main(int argumentCount, char** arguments) {
     static_cast<void>(signal(SIGPIPE, SIG_IGN));
     static_cast<void>(signal(SIGXFSZ, SIG_IGN));
     const int first = argumentCount > 0 ? 1 : 0;
-    return host::RunProgram(std::vector<std::string>(arguments + first, arguments + argumentCount));
+    try {
+        return host::RunProgram({arguments + first, arguments + argumentCount});
+    } catch (const std::bad_alloc&) {
+        host::TellNoMemory();
+        return host::kExitFailed;
+    }
 }

@@ -2,9 +2,12 @@
 #include <io.h>
 
 #include <cstdio>
+#include <new>
 #include <string>
 #include <vector>
 
+#include "host/console.h"
+#include "host/exit_status.h"
 #include "host/program.h"
 #include "platform/utf8.h"
 #include "platform/win.h"
@@ -29,9 +32,14 @@ int wmain(int argumentCount, wchar_t** arguments) {
     const CConsoleIsUtf8 console;
     // Results have the same bytes on every system, also at line ends.
     static_cast<void>(_setmode(_fileno(stdout), _O_BINARY));  // fails only for a closed stream
-    std::vector<std::string> words;
-    for (int i = 1; i < argumentCount; ++i) {
-        words.push_back(platform::Utf16ToUtf8(platform::FromWide(arguments[i])));
+    try {
+        std::vector<std::string> words;
+        for (int i = 1; i < argumentCount; ++i) {
+            words.push_back(platform::Utf16ToUtf8(platform::FromWide(arguments[i])));
+        }
+        return host::RunProgram(words);
+    } catch (const std::bad_alloc&) {
+        host::TellNoMemory();
+        return host::kExitFailed;
     }
-    return host::RunProgram(words);
 }
