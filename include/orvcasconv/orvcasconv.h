@@ -90,6 +90,7 @@ typedef uint32_t (*OrvProgressCallback)(const OrvProgress* root);
  *
  * Returns 0 also when single files or stages failed: the log has those failures.
  * 2: there is no such profile, or it is a folder; 87: a required path is null, empty or malformed.
+ * 8: there is not enough memory to go on.
  */
 ORVCASCONV_API uint32_t CasToOrvW(const OrvChar* casFile, const OrvChar* orvFile,
                                   const OrvChar* logFile, GUID** targets, uint32_t* targetCount,

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/file_system.h"
+#include "foundation/lost_memory.h"
 #include "foundation/text_file.h"
 #include "platform/com.h"
 #include "platform/files.h"
@@ -26,16 +27,25 @@ public:
     CPackageFolder& operator=(const CPackageFolder&) = delete;
 };
 
-// Logs an exception of a stage or of the conversion. Returns the last error as its status.
+// Logs an exception of a stage or of the conversion. Returns the last error as its status, which a
+// lack of memory does not set.
 int LogThrown(const std::exception& exception) {
+    const bool isMemory = dynamic_cast<const std::bad_alloc*>(&exception) != nullptr;
     // First, because logging may set another last error.
-    const int status = platform::GetLastError();
+    const int status = isMemory ? ERROR_NOT_ENOUGH_MEMORY : platform::GetLastError();
     GetLogger().LogException(exception);
     GetRecord().Add({.thing = EThing::Stage,
                      .reason = EReason::StageFailed,
                      .status = status,
                      .isLogged = true});
     return status;
+}
+
+// A text that was lost for want of memory ends its stage, as what throws does.
+void ThrowIfTextWasLost() {
+    if (TakeLostMemory()) {
+        throw std::bad_alloc();
+    }
 }
 
 CStrW GuidText(const GUID& guid) { return CStrW(platform::GuidToText(guid)); }
@@ -93,6 +103,7 @@ int CCasToOrvConverter::Convert(const CFilePathW& casFile, const CFilePathW& orv
         }
         *targetCount = static_cast<std::uint32_t>(count);
         ConvertTargets(orvFile, *targets, progress);
+        ThrowIfTextWasLost();
     } catch (const std::exception& exception) {
         // What is thrown as a number passes: that of a missing privilege goes on to the host.
         status = LogThrown(exception);
@@ -169,6 +180,7 @@ void CCasToOrvConverter::ConvertTarget(COrvPackage& package, const CCasTarget& t
             RunStage(step.stage, package, target, progress);
         } else if (step.stage != nullptr) {
             (this->*step.stage)(package, target, progress);
+            ThrowIfTextWasLost();
         }
         progress.Step();
     }
@@ -178,6 +190,7 @@ void CCasToOrvConverter::RunStage(Stage stage, COrvPackage& package, const CCasT
                                   CProgressEvent& parent) {
     try {
         (this->*stage)(package, target, parent);
+        ThrowIfTextWasLost();
     } catch (const std::exception& exception) {
         static_cast<void>(LogThrown(exception));  // its status is in the log
     }

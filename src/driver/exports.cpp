@@ -3,6 +3,7 @@
 #include "driver/reg_exclusions.h"
 #include "driver/target_information.h"
 #include "foundation/file_system.h"
+#include "foundation/lost_memory.h"
 #include "orvcasconv/orvcasconv.h"
 #include "platform/com.h"
 #include "platform/files.h"
@@ -68,33 +69,29 @@ int Convert(const OrvChar* casFile, const CFilePathW& cas, const CFilePathW& orv
     return status;
 }
 
-}  // namespace
-
-extern "C" {
-
-uint32_t CasToOrvW(const OrvChar* casFile, const OrvChar* orvFile, const OrvChar* logFile,
-                   GUID** targets, uint32_t* targetCount, OrvProgressCallback progress) {
-    // First of all, because a host may free what it finds here after any status.
-    *targets = nullptr;
-    *targetCount = 0;
-    const CFilePathW cas = PathOf(casFile);
-    const CFilePathW orv = PathOf(orvFile);
-    // The path of the log is not among them: without a usable one there is only no log.
-    if (cas.IsEmpty() || orv.IsEmpty()) {
-        return ERROR_INVALID_PARAMETER;
+// Gives the status of a call. A lack of memory has a status too, because a host in C cannot catch
+// what is thrown. What was lost in earlier calls is their matter.
+template <class TCall>
+std::uint32_t Answer(TCall call) {
+    static_cast<void>(TakeLostMemory());
+    try {
+        const int status = call();
+        return static_cast<std::uint32_t>(
+            status == ERROR_SUCCESS && TakeLostMemory() ? ERROR_NOT_ENOUGH_MEMORY : status);
+    } catch (const std::bad_alloc&) {
+        return ERROR_NOT_ENOUGH_MEMORY;
     }
-    return static_cast<uint32_t>(
-        Convert(casFile, cas, orv, targets, targetCount, progress, PathOf(logFile)));
 }
 
-uint32_t InitCasTargetInformation(const OrvChar* casFile, void** handle) {
+// The targets of a package, for the host to go through.
+int ListTargets(const OrvChar* casFile, void** handle) {
     const CFilePathW path = PathOf(casFile);
     if (path.IsEmpty()) {
         return ERROR_INVALID_PARAMETER;
     }
     int status = LoadMachineOrLog();
     if (status != ERROR_SUCCESS) {
-        return static_cast<uint32_t>(status);
+        return status;
     }
     const CStrW name = path.ToString();
     platform::SFindData found;
@@ -105,15 +102,42 @@ uint32_t InitCasTargetInformation(const OrvChar* casFile, void** handle) {
     // The package logs why it cannot be read.
     status = package.Open(name);
     if (status != ERROR_SUCCESS) {
-        return static_cast<uint32_t>(status);
+        return status;
     }
     // The list has copies of the texts, because the package ends with this call.
     auto list = std::make_unique<CasTargetInformationList>();
     for (const auto& target : package.GetProfile().Targets) {
         list->Items.push_back({CStrW(platform::GuidToText(target->Guid)), target->Name});
     }
+    if (TakeLostMemory()) {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
     *handle = list.release();
     return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+extern "C" {
+
+uint32_t CasToOrvW(const OrvChar* casFile, const OrvChar* orvFile, const OrvChar* logFile,
+                   GUID** targets, uint32_t* targetCount, OrvProgressCallback progress) {
+    // First of all, because a host may free what it finds here after any status.
+    *targets = nullptr;
+    *targetCount = 0;
+    return Answer([=] {
+        const CFilePathW cas = PathOf(casFile);
+        const CFilePathW orv = PathOf(orvFile);
+        // The path of the log is not among them: without a usable one there is only no log.
+        if (cas.IsEmpty() || orv.IsEmpty()) {
+            return TakeLostMemory() ? ERROR_NOT_ENOUGH_MEMORY : ERROR_INVALID_PARAMETER;
+        }
+        return Convert(casFile, cas, orv, targets, targetCount, progress, PathOf(logFile));
+    });
+}
+
+uint32_t InitCasTargetInformation(const OrvChar* casFile, void** handle) {
+    return Answer([=] { return ListTargets(casFile, handle); });
 }
 
 uint32_t GetNextCasTargetInformation(void* handle, OrvChar** guidText, OrvChar** name) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "foundation/lost_memory.h"
+
 namespace {
 
 // The buffer of every empty list; never written.
@@ -65,6 +67,7 @@ void CDoubleNullStringW::Add(std::u16string_view text) {
             static_cast<char16_t*>(std::realloc(buffer, CapacityFor(length) * sizeof(char16_t)));
     }
     if (buffer == nullptr) {
+        NoteLostMemory();
         Clear();
         // Not 0, so that the null buffer counts as owned and Clear() makes the list empty again.
         m_pBuffer = nullptr;
@@ -93,7 +96,9 @@ void CDoubleNullStringW::Assign(const CDoubleNullStringW& other) {
             ? nullptr
             : static_cast<char16_t*>(std::malloc(CapacityFor(other.m_length) * sizeof(char16_t)));
     m_count = other.m_count;
-    if (m_pBuffer != nullptr) {
+    if (m_pBuffer == nullptr) {
+        NoteLostMemory();
+    } else {
         std::memcpy(m_pBuffer, other.m_pBuffer, other.m_length * sizeof(char16_t));
         m_length = other.m_length;
     }

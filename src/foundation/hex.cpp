@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "foundation/lost_memory.h"
 #include "foundation/number_text.h"
 
 namespace {
@@ -29,6 +30,7 @@ CStrW BytesToHex(const void* bytes, std::size_t count) {
     // there is no memory, like every CStrW.
     auto* const buffer = static_cast<char16_t*>(std::malloc((2 * count + 1) * sizeof(char16_t)));
     if (buffer == nullptr) {
+        NoteLostMemory();
         return text;
     }
     WriteHexDigits(bytes, count, buffer);

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "foundation/lost_memory.h"
 #include "platform/com.h"
 #include "platform/machine.h"
 #include "platform/text.h"
@@ -119,6 +120,7 @@ bool CStrW::Reserve(std::size_t capacity) {
     void* const block =
         std::realloc(m_capacity == 0 ? nullptr : m_pBuffer, capacity * sizeof(char16_t));
     if (block == nullptr) {
+        NoteLostMemory();
         return false;
     }
     // realloc keeps the text; new storage has no terminator yet.

@@ -20,9 +20,9 @@ constexpr std::size_t kAllCharacters = static_cast<std::size_t>(-1);
 
 // A growable, NUL-terminated text in UTF-16 units. Unpaired surrogates are kept as they are.
 // Storage comes from malloc and grows to exactly the size that is needed. Running out of memory
-// never throws; each operation says what the text is then. CompareNoCase and EqualsNoCase use the
-// machine's locale. A text whose first unit is NUL counts as empty, whatever its length. One thread
-// at a time.
+// never throws; each operation says what the text is then, and NoteLostMemory is told.
+// CompareNoCase and EqualsNoCase use the machine's locale. A text whose first unit is NUL counts as
+// empty, whatever its length. One thread at a time.
 //
 // INVARIANT: a capacity of 0 means that the buffer is the shared empty one, which is never written
 // or freed. Otherwise this text owns the buffer, and a NUL follows its last unit.

@@ -47,6 +47,14 @@ CRecordSession::CRecordSession() {
     }
 }
 
+CRecordSession::~CRecordSession() {
+    try {
+        GetRecord().End(m_status);
+    } catch (const std::bad_alloc&) {
+        // The record says for ever that the conversion runs, and so that it is not whole.
+    }
+}
+
 void CRecord::Begin(const std::filesystem::path& file, ERecordLevel level) {
     m_target = 0;
     m_losses = 0;

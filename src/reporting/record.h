@@ -122,7 +122,7 @@ private:
 class CRecordSession {
 public:
     CRecordSession();
-    ~CRecordSession() { GetRecord().End(m_status); }
+    ~CRecordSession();
     CRecordSession(const CRecordSession&) = delete;
     CRecordSession& operator=(const CRecordSession&) = delete;
 
