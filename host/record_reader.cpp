@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string_view>
 
+#include "foundation/json_memory.h"
 #include "host/console.h"
 #include "host/json.h"
 #include "platform/utf8.h"
@@ -176,7 +177,7 @@ private:
                m_handler.IsObject();
     }
 
-    rapidjson::GenericReader<rapidjson::UTF8<>, Utf16> m_reader;
+    rapidjson::GenericReader<rapidjson::UTF8<>, Utf16, CJsonMemory> m_reader;
     CLineHandler m_handler;
 };
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <string>
 
+#include "foundation/json_memory.h"
 #include "platform/utf8.h"
 
 namespace {
@@ -25,8 +26,10 @@ void AppendEscape(std::string& json, char16_t unit) {
 }  // namespace
 
 struct CJsonWriter::SState {
-    rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer{buffer};
+    using Buffer = rapidjson::GenericStringBuffer<rapidjson::UTF8<>, CJsonMemory>;
+
+    Buffer buffer;
+    rapidjson::Writer<Buffer, rapidjson::UTF8<>, rapidjson::UTF8<>, CJsonMemory> writer{buffer};
     std::string text;  // kept, because one is needed for each value
 
     void WriteString() {
