@@ -4,7 +4,7 @@
 // number LAST, counted from 1 over all threads. ACTION is an errno; "short", which halves the bytes
 // of a read or write; or a signal, as "-9", which the process gets before the call. The kind "any"
 // is all system calls together. ORV_FAULT_COUNTS names a file of the size of g_counts, into which
-// the calls are counted. With ORV_FAULT_TRACE the first fault has its stack on stderr.
+// the calls are counted. With ORV_FAULT_TRACE the first fault and a crash have their stacks on stderr.
 //
 // System calls are caught by seccomp, so that also those are reached that a library makes inside
 // itself. Only what the program does after the start of main() counts.
@@ -245,6 +245,15 @@ void ReadOrders() {
         g_fault.action = std::atoi(action);
     }
     g_isTracing = std::getenv("ORV_FAULT_TRACE") != nullptr;
+    for (const int crash : {SIGABRT, SIGSEGV}) {
+        if (g_isTracing) {
+            signal(crash, [](int number) {
+                Trace();
+                signal(number, SIG_DFL);
+                raise(number);
+            });
+        }
+    }
     const char* const name = std::getenv("ORV_FAULT_COUNTS");
     const int file = name == nullptr ? -1 : open(name, O_RDWR | O_CLOEXEC);
     if (file >= 0) {
