@@ -296,24 +296,31 @@ bool COutputFolder::Publish(const std::vector<std::u16string>& guids) {
     const Entries entries = ListEntries();
     std::vector<SMove> moves;
     for (const std::u16string& guid : guids) {
-        SMove move{m_hidden / guid, m_folder / guid, {}, {}};
         const auto former = entries.find(platform::FoldedText(guid));
-        if (former != entries.end()) {
-            move.former = former->second;
-        }
-        // Someone else may have made the folder since CheckNewness has looked.
-        const bool isTaken = !move.former.empty() && !m_mayReplace;
-        const std::error_code error =
-            isTaken ? make_error_code(std::errc::file_exists) : Move(move);
-        if (error) {
-            Complain("target " + Printable(guid) + " cannot be moved to " + Quote(move.place) +
-                     ": " + DescribeError(error));
-            Undo(moves);
-            return false;
-        }
-        moves.push_back(move);
+        moves.push_back({m_hidden / guid,
+                         m_folder / guid,
+                         former != entries.end() ? former->second : std::filesystem::path(),
+                         {}});
     }
-    return true;
+    std::size_t moved = 0;
+    std::error_code error;
+    try {
+        for (; moved < moves.size() && !error; moved += error ? 0 : 1) {
+            // Someone else may have made the folder since CheckNewness has looked.
+            const bool isTaken = !moves[moved].former.empty() && !m_mayReplace;
+            error = isTaken ? make_error_code(std::errc::file_exists) : Move(moves[moved]);
+        }
+    } catch (const std::bad_alloc&) {
+        Undo(std::span(moves).first(moved));
+        throw;
+    }
+    if (error) {
+        // Before it is told, which needs memory.
+        Undo(std::span(moves).first(moved));
+        Complain("target " + Printable(guids[moved]) + " cannot be moved to " +
+                 Quote(moves[moved].place) + ": " + DescribeError(error));
+    }
+    return !error;
 }
 
 std::error_code COutputFolder::Move(SMove& move) const {
@@ -338,7 +345,7 @@ std::error_code COutputFolder::Move(SMove& move) const {
 }
 
 // What has been kept is put back when the hidden folder is removed.
-void COutputFolder::Undo(const std::vector<SMove>& moves) {
+void COutputFolder::Undo(std::span<const SMove> moves) {
     for (auto move = moves.rbegin(); move != moves.rend(); ++move) {
         if (!move->former.empty() && move->kept.empty()) {
             // A second exchange brings both back.

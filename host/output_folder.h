@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -85,7 +86,7 @@ private:
     [[nodiscard]] bool PutBack(const std::filesystem::path& hidden) const;
     [[nodiscard]] Entries ListEntries() const;
     [[nodiscard]] std::error_code Move(SMove& move) const;
-    static void Undo(const std::vector<SMove>& moves);
+    static void Undo(std::span<const SMove> moves);
 
     std::filesystem::path m_folder;
     std::filesystem::path m_hidden;
