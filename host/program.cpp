@@ -1,6 +1,7 @@
 #include "host/program.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <new>
 #include <variant>
@@ -26,6 +27,26 @@
 namespace host {
 
 namespace {
+
+// Listing and removing folders are functions of the C++ library that throw nothing: without memory
+// they end the process. Any other end of this kind is a fault of the program.
+[[noreturn]] void OnTerminate() {
+    bool isMemory = true;
+    try {
+        if (const std::exception_ptr thrown = std::current_exception()) {
+            std::rethrow_exception(thrown);
+        }
+    } catch (const std::bad_alloc&) {
+        // Told below, also where the C++ library does not say what was thrown.
+    } catch (...) {
+        isMemory = false;
+    }
+    if (isMemory) {
+        TellNoMemory();
+        EndProcess(kExitFailed);
+    }
+    std::abort();
+}
 
 // The exit status of a command that fails.
 int FailureOf(const SCommand& command) {
@@ -103,6 +124,7 @@ int Reply(const SReply& reply) {
 }  // namespace
 
 int RunProgram(const std::vector<std::string>& arguments) {
+    std::set_terminate(&OnTerminate);
     // Known before the arguments are read, because what is wrong with them is told as JSON too.
     const bool isJson = std::ranges::find(arguments, "--json") != arguments.end();
     if (isJson) {
