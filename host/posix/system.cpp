@@ -163,6 +163,8 @@ void CReservedFiles::GiveBack() {
 }
 
 std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
+    // First, because what throws later would leave the file.
+    m_file = file;
     for (;;) {
         constexpr int kMode = O_RDWR | O_NOFOLLOW | O_CLOEXEC;
         int opened = open(file.c_str(), kMode | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
@@ -190,7 +192,6 @@ std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
         struct stat named {};
         if (fstat(opened, &held) == 0 && lstat(file.c_str(), &named) == 0 &&
             held.st_ino == named.st_ino && held.st_dev == named.st_dev) {
-            m_file = file;
             m_handle = opened;
             return {};
         }
