@@ -77,14 +77,19 @@ int FindAndOpen(SFilePlace& place, CFileDescriptor& file) {
     if (const int status = FindEntryAt(place)) {
         return status;
     }
-    int status = ERROR_SUCCESS;
-    struct stat info {};
-    if (!place.entry.IsFolder()) {
-        status = OpenEntry(place, file, info);
-    } else {
+    const auto open = [&] {
+        if (!place.entry.IsFolder()) {
+            struct stat info {};
+            return OpenEntry(place, file, info);
+        }
         file = CFileDescriptor(openat(place.folder->GetDescriptor(), place.entry.name.c_str(),
                                       O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        status = file.IsOpen() ? ERROR_SUCCESS : StatusFromErrno(errno);
+        return file.IsOpen() ? ERROR_SUCCESS : StatusFromErrno(errno);
+    };
+    int status = open();
+    // Asked twice, because a refusal that does not last would not be the reader's too.
+    if (status == ERROR_ACCESS_DENIED) {
+        status = open();
     }
     const bool isRefused = status == ERROR_ACCESS_DENIED || status == ERROR_CANT_ACCESS_FILE;
     return isRefused ? ERROR_SUCCESS : status;
@@ -122,7 +127,7 @@ int FindStreamOfRegular(SFilePlace& place, CFileDescriptor& file) {
     const int status = LookForStream(place, file);
     // If it is another one by now and has no stream, its reader sees that (CKeptFile).
     const bool isSeen = status != ERROR_SUCCESS || fstat(file.Get(), &place.entry.info) == 0;
-    return isSeen ? status : StatusFromErrno(errno);
+    return isSeen ? status : ERROR_READ_FAULT;
 }
 
 }  // namespace platform

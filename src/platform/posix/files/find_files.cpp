@@ -264,7 +264,9 @@ int CFindHandle::FindStream(const SFindData& found, std::u16string_view stream, 
 
 void CFindHandle::Close() { m_search.reset(); }
 
-int FindEntry(std::u16string_view path, SFindData& found) {
+namespace {
+
+int LookUp(std::u16string_view path, SFindData& found) {
     SFilePlace place;
     int status = FindFolder(path, place);
     if (status == ERROR_SUCCESS) {
@@ -274,6 +276,17 @@ int FindEntry(std::u16string_view path, SFindData& found) {
             return search.First(path.data(), found);
         }
         status = FindOne(place, path, found);
+    }
+    return status;
+}
+
+}  // namespace
+
+int FindEntry(std::u16string_view path, SFindData& found) {
+    int status = LookUp(path, found);
+    // Asked twice, because a file is copied if a refusal does not last, and its stream is a mark.
+    if (status == ERROR_ACCESS_DENIED && HasStream(path)) {
+        status = LookUp(path, found);
     }
     if (!IsAnswer(status) && HasStream(path)) {
         status = ERROR_READ_FAULT;
