@@ -96,6 +96,12 @@ void CAssemblyInfo::ReadXml() {
             });
         }
     }
+    // What is ahead of a fault of the content counts. After one of the system, such as an error of
+    // the disk, files may be missing, so the assembly is not complete.
+    constexpr std::uint32_t kOfSystem = 0x8007;
+    if (static_cast<std::uint32_t>(reader.GetFault()) >> 16 == kOfSystem) {
+        m_name.Clear();
+    }
 }
 
 void CAssemblyInfo::ReadPath() {
