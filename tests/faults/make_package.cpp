@@ -103,10 +103,11 @@ void Write(const fs::path& folder) {
     const std::string target = std::string(kGuids[0]) + "_1";
     WriteFile(folder / target / "InstallRoot.dat.LOG1",
               CTestHiveLog(before).Entry(5, before, after).Bytes());
-    WriteFile(folder / "machine.toml", "[system]\nwindows = '\\\\zither\\package\\" + target +
-                                           "\\Device\\C\\Windows'\n[shares]\n"
-                                           "'\\\\zither\\package' = '" +
-                                           fs::canonical(folder).string() + "'\n");
+    WriteFile(folder / "machine.toml", R"([system]
+windows = '\\zither\package\)" + target + R"(\Device\C\Windows'
+[shares]
+'\\zither\package' = 'PLACE'
+)");
 }
 
 }  // namespace
