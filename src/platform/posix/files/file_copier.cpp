@@ -8,6 +8,7 @@
 
 #include "platform/files.h"
 #include "platform/posix/files/copy_file.h"
+#include "platform/posix/files/file_io.h"
 #include "platform/status.h"
 #include "platform/threads.h"
 
@@ -17,7 +18,7 @@ namespace {
 
 // Copies are handed over in batches, because to wake a thread costs as much as to copy a small
 // file. A batch is full at this many files or bytes. The number of batches limits the open files to
-// about 130, of the usual 1024.
+// about 130, of the usual 1024. Where a process may open fewer, a batch has fewer files.
 constexpr std::size_t kBatchFiles = 32;
 constexpr off_t kBatchBytes = 1 << 20;
 constexpr std::size_t kMaxWaiting = 2;
@@ -86,6 +87,7 @@ private:
     void EndFirst();
     void End(SBatch& batch) const;
 
+    const std::size_t m_batchFiles = ShareOfDescriptors(kBatchFiles);
     std::shared_ptr<SBatch> m_batch = std::make_shared<SBatch>();  // still filled
     std::vector<std::shared_ptr<SBatch>> m_spares;  // empty ones, for the memory of their texts
     std::deque<std::shared_ptr<SBatch>> m_underWay;
@@ -94,7 +96,7 @@ private:
 
 SFileCopy& CFileCopier::SState::Begin(std::u16string_view source, std::u16string_view destination) {
     // Full only if there was no memory for the next batch.
-    if (m_batch->count >= kBatchFiles) {
+    if (m_batch->count >= m_batchFiles) {
         HandOver();
     }
     SCopyJob& job = m_batch->all[m_batch->count];
@@ -106,7 +108,7 @@ SFileCopy& CFileCopier::SState::Begin(std::u16string_view source, std::u16string
 void CFileCopier::SState::Add() {
     m_batch->bytes += m_batch->all[m_batch->count].copy.sourceInfo.st_size;
     ++m_batch->count;
-    if (m_batch->count >= kBatchFiles || m_batch->bytes >= kBatchBytes) {
+    if (m_batch->count >= m_batchFiles || m_batch->bytes >= kBatchBytes) {
         HandOver();
         TakeBack();
     }

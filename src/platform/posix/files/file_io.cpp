@@ -1,8 +1,19 @@
 #include "platform/posix/files/file_io.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 namespace platform {
+
+std::size_t ShareOfDescriptors(std::size_t most) {
+    constexpr rlim_t kUsual = 1024;
+    struct rlimit limit {};
+    const bool isKnown = getrlimit(RLIMIT_NOFILE, &limit) == 0;
+    const rlim_t count = isKnown ? std::min(limit.rlim_cur, kUsual) : kUsual;
+    return std::max<std::size_t>(1, most * static_cast<std::size_t>(count) / kUsual);
+}
 
 ssize_t ReadSome(int file, void* buffer, std::size_t size) {
     return Retry([=] { return read(file, buffer, size); });

@@ -23,6 +23,10 @@ auto Retry(TCall call) {
     return result;
 }
 
+// How many of `most` descriptors may be kept open, where `most` is right for the usual limit of a
+// process. At least 1.
+[[nodiscard]] std::size_t ShareOfDescriptors(std::size_t most);
+
 // All of these work on any thread.
 
 // Reads at the position. The number of bytes, 0 at the end of the file, or -1 with errno.

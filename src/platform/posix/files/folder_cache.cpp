@@ -15,8 +15,6 @@ namespace platform {
 
 namespace {
 
-// Most of the usual 1024 descriptors are left for the rest of the process.
-constexpr std::size_t kMaxFolders = 64;
 constexpr std::size_t kMaxNames = 100'000;
 // If this many names are missing, OpenFar passes them at once. Few folders are that far below any
 // open one.
@@ -290,7 +288,7 @@ void CFolderCache::MakeRoom() {
         names += entry->second.folder->GetNameCount();
         oldest = entry->second.lastUse < oldest->second.lastUse ? entry : oldest;
     }
-    if (m_folders.size() >= kMaxFolders) {
+    if (m_folders.size() >= m_maxFolders) {
         names -= oldest->second.folder->GetNameCount();
         Close(oldest);
     }

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/posix/files/file_io.h"
 #include "platform/posix/files/file_location.h"
 #include "platform/posix/files/folder.h"
 #include "platform/posix/files/kept_file.h"
@@ -26,7 +27,7 @@ namespace platform {
 // many names below it at once.
 //
 // INVARIANT: a folder is given out only after IsCurrent() has confirmed that its path leads to it,
-// so changes by others are seen. `m_folders` has at most kMaxFolders. The open folders and
+// so changes by others are seen. `m_folders` has at most `m_maxFolders`. The open folders and
 // `m_names` have at most kMaxNames names each, except for folders that someone uses at the moment;
 // `m_nameCount` is the number in `m_names`. All of it is for machine number `m_machine` and the
 // package folder `m_package`. When one of these changes, everything is dropped.
@@ -106,6 +107,9 @@ private:
     void CheckMachine();
     void Clear();
 
+    // Most of the usual 1024 descriptors are left for the rest of the process.
+    static constexpr std::size_t kUsualFolders = 64;
+    const std::size_t m_maxFolders = ShareOfDescriptors(kUsualFolders);
     Folders m_folders;
     // The names of folders that were closed, because a walk comes back to most of them: for their
     // files, and later for each subfolder. CFolder::PutNames ignores names that are out of date.
