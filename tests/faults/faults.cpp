@@ -4,14 +4,13 @@
 // FIRST to number LAST, counted from 1 over all threads from the start of main(). ACTION is an
 // errno, a signal with a minus sign that the process gets before the call, or 0, which halves the
 // bytes of a read or write. ORV_FAULT_COUNTS names a file that gets the number of calls of each
-// kind. With ORV_FAULT_TRACE the first fault and a crash have their stacks on stderr.
+// kind. With ORV_FAULT_TRACE the first fault has its stack on stderr.
 //
 // System calls are caught by seccomp, so that also those are reached that a library makes inside
 // itself. What is written to stderr is left alone, because faults are told there.
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <fcntl.h>
-#include <link.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <pthread.h>
@@ -31,6 +30,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -100,19 +100,13 @@ int KindOf(long number) {
     return Any;
 }
 
-void Trace() {
-    g_isTracing = false;  // what follows allocates and writes itself
-    void* stack[64];
-    backtrace_symbols_fd(stack, backtrace(stack, 64), STDERR_FILENO);
-    g_isTracing = true;
-}
-
 // Counts a call, and tells whether the fault hits it.
 bool Hits(int kind) {
     const long number = ++g_counts[kind];
     const bool isHit = g_fault.kind == kind && number >= g_fault.first && number <= g_fault.last;
-    if (isHit && g_isTracing && number == g_fault.first) {
-        Trace();
+    if (isHit && std::exchange(g_isTracing, false)) {
+        void* stack[64];
+        backtrace_symbols_fd(stack, backtrace(stack, 64), STDERR_FILENO);
     }
     if (isHit && g_fault.action < 0) {
         const greg_t arguments[6] = {getpid(), -g_fault.action};
@@ -182,11 +176,6 @@ void CatchCalls() {
     }
 }
 
-template <class TFunction>
-TFunction FindNext(const char* name, TFunction /*type*/) {
-    return reinterpret_cast<TFunction>(dlsym(RTLD_NEXT, name));
-}
-
 int Main(int count, char** arguments, char** environment) {
     const char* const order = std::getenv("ORV_FAULT");
     if (order == nullptr || std::sscanf(order, "%d %ld %ld %d", &g_fault.kind, &g_fault.first,
@@ -200,15 +189,6 @@ int Main(int count, char** arguments, char** environment) {
         close(file);
     }
     g_isTracing = std::getenv("ORV_FAULT_TRACE") != nullptr;
-    for (const int crash : {SIGABRT, SIGSEGV}) {
-        if (g_isTracing) {
-            signal(crash, [](int number) {
-                Trace();
-                signal(number, SIG_DFL);
-                raise(number);
-            });
-        }
-    }
     void* stack[1];
     backtrace(stack, 1);  // which loads a library at its first use
     CatchCalls();
@@ -223,13 +203,15 @@ extern "C" {
 int __libc_start_main(int (*main)(int, char**, char**), int count, char** arguments,
                       void (*initialize)(), void (*finish)(), void (*finishLoader)(), void* stack) {
     g_main = main;
-    const auto start = FindNext("__libc_start_main", &__libc_start_main);
+    static const auto start =
+        reinterpret_cast<decltype(&__libc_start_main)>(dlsym(RTLD_NEXT, "__libc_start_main"));
     return start(&Main, count, arguments, initialize, finish, finishLoader, stack);
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
                    void* argument) noexcept {
-    static const auto create = FindNext("pthread_create", &pthread_create);
+    static const auto create =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
     return g_isOn && Hits(Thread) ? g_fault.action : create(thread, attributes, body, argument);
 }
 
