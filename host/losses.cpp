@@ -47,7 +47,7 @@ bool CLosses::Read(const std::filesystem::path& record, const std::filesystem::p
         return false;
     }
     if (m_head.state != "whole") {
-        Complain("the record is cut off, because the disk is full; what was lost may not be told");
+        Complain("the record could not be written to its end; what was lost may not be told");
     }
     return true;
 }
