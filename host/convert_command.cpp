@@ -315,7 +315,9 @@ void CConversion::WriteSums() {
 void CConversion::Publish() {
     m_hasFailed = m_hasFailed || !m_output.Publish(m_folders);
     if (m_hasFailed) {
-        Complain("no target was changed");
+        if (!m_output.IsHalfDone()) {
+            Complain("no target was changed");
+        }
         // So that the result names no manifest that is not there.
         m_converted.clear();
     }

@@ -347,13 +347,16 @@ std::error_code COutputFolder::Move(SMove& move) const {
 // What has been kept is put back when the hidden folder is removed.
 void COutputFolder::Undo(std::span<const SMove> moves) {
     for (auto move = moves.rbegin(); move != moves.rend(); ++move) {
-        if (!move->former.empty() && move->kept.empty()) {
-            // A second exchange brings both back.
-            static_cast<void>(ExchangeFolders(move->hidden, move->place));
-        } else {
-            // This frees the place for the kept one.
-            static_cast<void>(MoveFolder(move->place, move->hidden));
-        }
+        // A second exchange brings both back. Without one, this frees the place for the kept one.
+        const bool isExchanged = !move->former.empty() && move->kept.empty();
+        const bool isBack = isExchanged ? ExchangeFolders(move->hidden, move->place)
+                                        : !MoveFolder(move->place, move->hidden);
+        m_isHalfDone = m_isHalfDone || !isBack;
+    }
+    // Last, because it needs memory.
+    if (m_isHalfDone) {
+        Complain("not all targets in " + Quote(m_folder) +
+                 " are the former ones: what was moved there cannot be moved back");
     }
 }
 

@@ -59,8 +59,10 @@ public:
 
     // Moves the folders of these targets into their places, in place of older ones if the request
     // allows it. Each moves in one step, where the system has one. False when one cannot be moved;
-    // then the others are moved back, and the older ones are where they were.
+    // then the others are moved back, and the older ones are where they were, unless IsHalfDone.
     [[nodiscard]] bool Publish(const std::vector<std::u16string>& guids);
+    // Whether Publish has moved some targets and cannot move them back, which it has told.
+    [[nodiscard]] bool IsHalfDone() const { return m_isHalfDone; }
 
     // Removes the hidden folder, and the folders that Prepare has made if they are still empty.
     // False when something stays. Also for the thread that ends a conversion.
@@ -86,7 +88,7 @@ private:
     [[nodiscard]] bool PutBack(const std::filesystem::path& hidden) const;
     [[nodiscard]] Entries ListEntries() const;
     [[nodiscard]] std::error_code Move(SMove& move) const;
-    static void Undo(std::span<const SMove> moves);
+    void Undo(std::span<const SMove> moves);
 
     std::filesystem::path m_folder;
     std::filesystem::path m_hidden;
@@ -95,6 +97,7 @@ private:
     std::u16string m_name;         // NAME
     bool m_mayReplace = false;
     bool m_isHiddenMade = false;
+    bool m_isHalfDone = false;
     std::vector<std::filesystem::path> m_made;  // the folders that were missing, the topmost first
     CHeldFile m_lock;
     CReservedFiles m_reserve;  // for Remove
