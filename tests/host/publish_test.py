@@ -2,18 +2,16 @@
 """What a conversion leaves when it is ended, killed, or has no room: the former result or
 the new one, whole.
 
-    publish_test.py [--few-files] MOMENTS CAS2ORV...
+    publish_test.py MOMENTS CAS2ORV...
 
-MOMENTS is at how many moments a conversion is ended or killed. With --few-files the program also
-runs with few descriptors, of which a sanitizer would need some itself. What starts the program may
-be of several words, for a program of Windows in Wine; then only what Wine has too is tested.
+MOMENTS is at how many moments a conversion is ended or killed. What starts the program may be of
+several words, for a program of Windows in Wine; then only what Wine has too is tested.
 """
 
 import contextlib
 import hashlib
 import itertools
 import os
-import resource
 import shutil
 import signal
 import subprocess
@@ -25,8 +23,7 @@ from pathlib import Path
 
 GUIDS = ["0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9", "11111111-2222-3333-4444-555555555555"]
 FILES = 120
-HAS_FEW_FILES = "--few-files" in sys.argv
-MOMENTS, *PROGRAM = [word for word in sys.argv[1:] if word != "--few-files"]
+MOMENTS, *PROGRAM = sys.argv[1:]
 MOMENTS = int(MOMENTS)
 IN_WINE = len(PROGRAM) > 1
 ENDS = [signal.SIGKILL, signal.SIGINT]
@@ -190,26 +187,6 @@ class PublishTest(unittest.TestCase):
                         self.convert(self.profiles[1])
                     self.assertFalse(self.hidden())
             self.assertGreater(failures, 2)
-
-    @unittest.skipIf(IN_WINE, "they are of POSIX")
-    def test_limits_of_a_process_leave_the_former_result(self):
-        states = [self.convert(profile) for profile in self.profiles]
-        cases = [(resource.RLIMIT_FSIZE, size) for size in (0, 500, 5000)]
-        if HAS_FEW_FILES:
-            cases += [(resource.RLIMIT_NOFILE, count) for count in (8, 20, 24, 26, 28, 30, 32)]
-        for limit, value in cases:
-            with self.subTest(limit=limit, value=value):
-                status, _, err = self.run_to_end(
-                    self.profiles[0], "--replace", "--log", self.log,
-                    preexec_fn=lambda: resource.setrlimit(limit, (value, value)))
-                self.assertIn(status, (1, 3), err)
-                self.assertFalse(self.hidden())
-                if status == 3:
-                    # A file that is too large or cannot be opened is missing, and told.
-                    if self.state() != states[0]:
-                        self.assertIn("error: Failed to copy file", err)
-                    self.convert(self.profiles[1])
-                self.assertEqual(self.state()[:2], states[1][:2], err)
 
 
 if __name__ == "__main__":
