@@ -1,10 +1,10 @@
 // A library to preload, which has system calls and allocations of a program fail.
 //
 // ORV_FAULT is "KIND FIRST LAST ACTION": what becomes of the calls of a kind (EKind) from number
-// FIRST to number LAST, counted from 1 over all threads from the start of main(). ACTION is an
-// errno, a signal with a minus sign that the process gets before the call, or 0, which halves the
-// bytes of a read or write. ORV_FAULT_COUNTS names a file that gets the number of calls of each
-// kind. With ORV_FAULT_TRACE the first fault has its stack on stderr.
+// FIRST to LAST, counted over all threads from the start of main(). ACTION is an errno, a signal
+// with a minus sign that the process gets first, or 0, which halves the bytes of a read or write.
+// The file ORV_FAULT_COUNTS gets the number of calls of each kind. With ORV_FAULT_TRACE the first
+// fault has its stack on stderr.
 //
 // System calls are caught by seccomp, so that also those are reached that a library makes inside
 // itself. What is written to stderr is left alone, because faults are told there.
@@ -58,20 +58,17 @@ constexpr int kCalls[][6] = {
 };
 
 struct SFault {
-    int kind = -1;
-    long first = 0;
-    long last = 0;
-    int action = 0;
-};
-SFault g_fault;
+    int kind, action;
+    long first, last;
+} g_fault;
 bool g_isTracing = false;
 bool g_isOn = false;
-std::atomic<long> g_ownCounts[KindCount];
-std::atomic<long>* g_counts = g_ownCounts;
+std::atomic<long>* g_counts = nullptr;
 int (*g_main)(int, char**, char**) = nullptr;
 
-// The end of its system call is the one place from which the filter lets every call pass.
-extern "C" long MakeCall(long number, const greg_t* arguments);
+// Makes a call with the arguments in the registers of a context. Its end is the one place from
+// which the filter lets every call pass.
+extern "C" long MakeCall(long number, const greg_t* registers);
 extern "C" const char g_callEnd[];
 asm(R"(
     .hidden MakeCall, g_callEnd
@@ -79,12 +76,12 @@ asm(R"(
 MakeCall:
     mov %rdi, %rax
     mov %rsi, %r11
-    mov (%r11), %rdi
-    mov 8(%r11), %rsi
-    mov 16(%r11), %rdx
-    mov 24(%r11), %r10
-    mov 32(%r11), %r8
-    mov 40(%r11), %r9
+    mov (%r11), %r8
+    mov 8(%r11), %r9
+    mov 16(%r11), %r10
+    mov 64(%r11), %rdi
+    mov 72(%r11), %rsi
+    mov 96(%r11), %rdx
     syscall
 g_callEnd:
     ret
@@ -109,35 +106,34 @@ bool Hits(int kind) {
         backtrace_symbols_fd(stack, backtrace(stack, 64), STDERR_FILENO);
     }
     if (isHit && g_fault.action < 0) {
-        const greg_t arguments[6] = {getpid(), -g_fault.action};
-        MakeCall(SYS_kill, arguments);
+        kill(getpid(), -g_fault.action);
     }
     return isHit && g_fault.action >= 0;
 }
 
-long Call(long number, greg_t* arguments) {
+long Call(long number, greg_t* registers) {
     const int kind = KindOf(number);
-    const bool isTelling = kind == Write && arguments[0] == STDERR_FILENO;
+    const bool isTelling = kind == Write && registers[REG_RDI] == STDERR_FILENO;
     if (isTelling || (!Hits(Any) & !Hits(kind))) {
-        return MakeCall(number, arguments);
+        return MakeCall(number, registers);
     }
     if (g_fault.action == 0) {
-        greg_t& size = arguments[kind == Copy ? 4 : 2];
-        size = (size + 1) / 2;
-        return MakeCall(number, arguments);
+        greg_t& size = registers[kind == Copy ? REG_R8 : REG_RDX];
+        const greg_t all = std::exchange(size, (size + 1) / 2);
+        const long result = MakeCall(number, registers);
+        size = all;  // the program has its registers back as they were
+        return result;
     }
     if (kind == Close) {
-        MakeCall(number, arguments);  // the descriptor is gone even then
+        MakeCall(number, registers);  // the descriptor is gone even then
     }
     return -g_fault.action;
 }
 
 void OnCall(int /*signal*/, siginfo_t* info, void* context) {
     greg_t* const registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
-    greg_t arguments[6] = {registers[REG_RDI], registers[REG_RSI], registers[REG_RDX],
-                           registers[REG_R10], registers[REG_R8],  registers[REG_R9]};
     const int error = errno;
-    registers[REG_RAX] = Call(info->si_syscall, arguments);
+    registers[REG_RAX] = Call(info->si_syscall, registers);
     errno = error;
 }
 
@@ -148,17 +144,16 @@ void CatchCalls() {
     action.sa_sigaction = &OnCall;
     action.sa_flags = SA_SIGINFO | SA_NODEFER | SA_RESTART;
     sigaction(SIGSYS, &action, nullptr);
+    // Its lower half is enough to know the place of a call.
     constexpr unsigned kPlace = offsetof(seccomp_data, instruction_pointer);
     const auto end = reinterpret_cast<std::uintptr_t>(g_callEnd);
-    sock_filter filter[std::size(kCalls) * std::size(kCalls[0]) + 8] = {
+    sock_filter filter[std::size(kCalls) * std::size(kCalls[0]) + 6] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kPlace),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(end), 0, 3),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kPlace + 4),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(end >> 32), 0, 1),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(end), 0, 1),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
     };
-    std::size_t size = 6;
+    std::size_t size = 4;
     for (const auto& row : kCalls) {
         for (const int call : row) {
             const auto toTrap = static_cast<unsigned char>(std::size(filter) - size - 2);
@@ -171,23 +166,22 @@ void CatchCalls() {
     const sock_fprog program = {static_cast<unsigned short>(size), filter};
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
-        perror("faults: seccomp");
         _exit(99);
     }
 }
 
 int Main(int count, char** arguments, char** environment) {
     const char* const order = std::getenv("ORV_FAULT");
-    if (order == nullptr || std::sscanf(order, "%d %ld %ld %d", &g_fault.kind, &g_fault.first,
-                                        &g_fault.last, &g_fault.action) != 4) {
+    const char* const name = std::getenv("ORV_FAULT_COUNTS");
+    const int file = name == nullptr ? -1 : open(name, O_RDWR);
+    if (file < 0 || order == nullptr) {
         return 99;
     }
-    const char* const name = std::getenv("ORV_FAULT_COUNTS");
-    if (const int file = name == nullptr ? -1 : open(name, O_RDWR | O_CLOEXEC); file >= 0) {
-        g_counts = static_cast<std::atomic<long>*>(
-            mmap(nullptr, sizeof g_ownCounts, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
-        close(file);
-    }
+    std::sscanf(order, "%d %ld %ld %d", &g_fault.kind, &g_fault.first, &g_fault.last,
+                &g_fault.action);
+    g_counts = static_cast<std::atomic<long>*>(
+        mmap(nullptr, KindCount * sizeof(long), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+    close(file);
     g_isTracing = std::getenv("ORV_FAULT_TRACE") != nullptr;
     void* stack[1];
     backtrace(stack, 1);  // which loads a library at its first use
@@ -203,8 +197,8 @@ extern "C" {
 int __libc_start_main(int (*main)(int, char**, char**), int count, char** arguments,
                       void (*initialize)(), void (*finish)(), void (*finishLoader)(), void* stack) {
     g_main = main;
-    static const auto start =
-        reinterpret_cast<decltype(&__libc_start_main)>(dlsym(RTLD_NEXT, "__libc_start_main"));
+    using Start = decltype(&__libc_start_main);
+    const auto start = reinterpret_cast<Start>(dlsym(RTLD_NEXT, "__libc_start_main"));
     return start(&Main, count, arguments, initialize, finish, finishLoader, stack);
 }
 
@@ -226,15 +220,12 @@ void* __libc_memalign(size_t alignment, size_t size);
 // alone, since they end the process: data of ICU, and the destructor of a variable of a thread.
 static bool IsAllocated(const void* caller) {
     Dl_info place = {};
-    const bool isLeft =
-        g_isOn && dladdr(caller, &place) != 0 &&
-        (std::strstr(place.dli_fname, "libicu") != nullptr ||
-         (place.dli_sname != nullptr && std::strstr(place.dli_sname, "thread_atexit") != nullptr));
-    if (g_isOn && !isLeft && Hits(Memory)) {
-        errno = ENOMEM;
-        return false;
+    if (!g_isOn || dladdr(caller, &place) == 0 || std::strstr(place.dli_fname, "libicu") ||
+        (place.dli_sname && std::strstr(place.dli_sname, "thread_atexit")) || !Hits(Memory)) {
+        return true;
     }
-    return true;
+    errno = ENOMEM;
+    return false;
 }
 
 void* malloc(size_t size) noexcept {

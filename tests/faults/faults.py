@@ -8,10 +8,9 @@ may end with 0 only if all that it makes equals what one without faults makes. A
 result or the new one is there, whole; after 3 what is missing is told. No half file has its final
 name, and what is left beside the output is told.
 
-KINDS are those of CALLS; kill, which ends the program at a moment; limits, of a file system and of
-the process; and races, which change the package meanwhile. Without, all of them. --most N takes N
-cases of each kind, spread over all. A case that fails is printed as an option, which runs it alone
-and shows more.
+KINDS are those of CALLS; kill, at a moment; limits, of a file system or the process; and races, which
+change the package meanwhile. Without, all of them. --most N takes N cases of each, spread over all.
+A case that fails is printed as an option, which runs it alone and shows more.
 """
 
 import argparse
@@ -22,7 +21,6 @@ import os
 import pathlib
 import random
 import re
-import resource
 import shutil
 import signal
 import struct
@@ -33,34 +31,18 @@ import threading
 import time
 
 # What a call of each kind may fail with, in the order of the library.
-CALLS = {
-    "any": "",
-    "read": "EIO EINTR short",
-    "write": "EIO ENOSPC EINTR short",
-    "copy": "EIO ENOSPC EINTR EXDEV short",
-    "ioctl": "EIO EACCES",
-    "open": "EIO EMFILE EACCES EINTR ENOMEM",
-    "mkdir": "EIO ENOSPC EACCES",
-    "rename": "EIO ENOSPC EACCES",
-    "unlink": "EIO EACCES",
-    "stat": "EIO EACCES ENOMEM",
-    "list": "EIO EACCES ENOMEM",
-    "xattr": "EIO EACCES ENOMEM",
-    "times": "EIO EACCES",
-    "close": "EIO ENOSPC EINTR",
-    "truncate": "EIO ENOSPC EINTR",
-    "map": "ENOMEM",
-    "seek": "EIO",
-    "mode": "EIO EINTR",
-    "thread": "EAGAIN",
-    "memory": "ENOMEM",
-}
-LIMITS = {  # options of a tmpfs in small letters, and resources of a process
-    "size": range(40_000, 1_240_000, 60_000),
-    "nr_inodes": range(4, 64, 6),
-    "NOFILE": [*range(3, 40, 3), 64],
-    "FSIZE": [0, 1, 500, 3000, 10_000, 100_000],
-    "AS": [size << 20 for size in range(40, 240, 10)],
+CALLS = """any, read EIO EINTR short, write EIO ENOSPC EINTR short, copy EIO ENOSPC EXDEV short,
+    ioctl EIO EACCES, open EIO EMFILE EACCES EINTR ENOMEM, mkdir EIO ENOSPC EACCES,
+    rename EIO ENOSPC EACCES, unlink EIO EACCES, stat EIO EACCES ENOMEM, list EIO EACCES ENOMEM,
+    xattr EIO EACCES ENOMEM, times EIO EACCES, close EIO ENOSPC EINTR, truncate EIO ENOSPC EINTR,
+    map ENOMEM, seek EIO, mode EIO EINTR, thread EAGAIN, memory ENOMEM"""
+CALLS = {words.split()[0]: words.split()[1:] for words in CALLS.split(",")}
+MOUNTS = {"size": range(40_000, 1_240_000, 60_000), "nr_inodes": range(4, 64, 6)}
+LIMITS = {
+    **MOUNTS,
+    "nofile": [*range(3, 40, 3), 64],
+    "fsize": [0, 1, 500, 3000, 10_000, 100_000],
+    "as": range(40 << 20, 240 << 20, 10 << 20),
 }
 EVER = 1 << 40
 MOMENTS = 100  # at which a program is killed, or its package changes
@@ -149,22 +131,18 @@ class Harness:
         machine.write_text(f"{MACHINE}'{package}'\n")
         counts.write_bytes(bytes(8 * len(CALLS)))
         environment.update(os.environ, ASAN_OPTIONS="detect_leaks=0:verify_asan_link_order=0")
+        command = [self.options.cas2orv.resolve(), "convert", r"\\zither\package\Zither.profile"]
+        command += ["app.orv", "--log", "log.html", "--record", "record.jsonl", "--replace"]
+        command += ["--progress", "none", "--machine", machine]
         if case.kind != "limits":
             action = 0 if case.what == "short" else getattr(errno, case.what, case.what)
             kind = list(CALLS).index(case.kind) if case.kind in CALLS else 0
             environment["ORV_FAULT"] = f"{kind} {case.first} {case.last} {action}"
             environment["ORV_FAULT_COUNTS"] = str(counts)
             environment["LD_PRELOAD"] = str(self.options.library.resolve())
-        command = [self.options.cas2orv.resolve(), "convert", r"\\zither\package\Zither.profile"]
-        command += ["app.orv", "--log", "log.html", "--record", "record.jsonl", "--replace"]
-        command += ["--progress", "none", "--machine", machine]
-
-        def limit():
-            if case.kind == "limits" and case.what.isupper():
-                number = getattr(resource, f"RLIMIT_{case.what}")
-                resource.setrlimit(number, (case.first, case.first))
-
-        pipes = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "preexec_fn": limit}
+        elif case.what not in MOUNTS:
+            command = ["prlimit", f"--{case.what}={case.first}", *command]
+        pipes = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
         with subprocess.Popen(command, cwd=work, env=environment, **pipes) as process:
             if meanwhile:
                 os.waitid(os.P_PID, process.pid, os.WSTOPPED | os.WEXITED | os.WNOWAIT)
@@ -222,7 +200,7 @@ class Harness:
 
     def kill(self, case):
         """Each target is the former or the new one then, and the next run removes what is left."""
-        result, right = self.run(case), self.wanted[case.start]
+        result, right = self.run(case._replace(last=case.first)), self.wanted[case.start]
         for target in {name.split("/")[0] for name in of_targets(right.state)}:
             former = of_targets(self.before[case.start], target)
             if of_targets(result.state, target) not in (former, of_targets(right.state, target)):
@@ -232,19 +210,19 @@ class Harness:
         later = self.run(NO_FAULT, keeps=True)
         if later.status != 0 or later.state != right.state:
             return f"the next run ends with {later.status}", later
-        has_left = any(name.startswith(".cas2orv") and "/" in name for name in result.state)
-        return "the next run does not tell" if has_left and not later.err else None, result
+        return None, result
 
     def limit(self, case):
         mount = ["mount", "-t", "tmpfs", "-o", f"{case.what}={case.first}", "none", self.folder()]
-        if case.what.islower() and subprocess.run(mount, check=False, stderr=-3).returncode != 0:
+        is_mounted = case.what in MOUNTS
+        if is_mounted and subprocess.run(mount, capture_output=True, check=False).returncode != 0:
             return None, Result("no mount", b"", "nothing can be mounted here", {}, {})
         try:
             result = self.run(case)
         finally:
-            if case.what.islower():
+            if is_mounted:
                 subprocess.run(["umount", "-l", self.folder()], check=True)
-        if (case.what, case.first) == ("NOFILE", 64) and result.status != 0:
+        if (case.what, case.first) == ("nofile", 64) and result.status != 0:
             return "needs more than 64 descriptors", result
         # With 127 the loader has ended before the program began.
         return None if result.status == 127 else self.judge(result, case.start), result
@@ -267,38 +245,34 @@ class Harness:
 
     def change(self, pick, path):
         kind = pick.choice(["grow", "shrink", "vanish", "link", "folder"])
-        if path.is_dir():
-            path.rename(path.with_name("moved"))
-        elif kind in ("grow", "shrink"):
+        outside = self.root / ("outside" if path.is_dir() else "outside/zither.exe")
+        if path.is_file() and kind in ("grow", "shrink"):
             data = path.read_bytes()
             path.write_bytes(data + b"more" * 50_000 if kind == "grow" else data[: len(data) // 2])
-        else:
-            path.unlink()
-        if kind == "folder" and not path.exists():
+            return
+        path.rename(self.folder().with_name(f"moved {path.stat().st_ino}"))
+        if kind == "link":
+            path.symlink_to(outside)
+        elif kind == "folder":
             path.mkdir()
-        elif kind == "link":
-            path.symlink_to(self.root / "outside" / ("" if path.suffix == "" else "zither.exe"))
 
     def cases(self, kind, start):
-        words = CALLS.get(kind, "").split()
+        counts, words = self.wanted[start].counts, CALLS.get(kind, [])
         # EINTR never lasts, because the streams of the C++ library try again for ever.
         lasting = [word for word in words if word != "EINTR"]
-        for first in range(1, self.wanted[start].counts.get(kind, 0) + 1):
+        for first in range(1, counts.get(kind, 0) + 1):
             # Allocations are many. Each fails once, and one of four in the other ways too.
             is_taken = kind != "memory" or first % 4 == 0
-            if is_taken or start == "fresh":
-                yield from (Case(kind, first, first, word, start) for word in words)
+            for word in words if is_taken or start == "fresh" else []:
+                yield Case(kind, first, first, word, start)
             if is_taken:
                 yield Case(kind, first, EVER, lasting[first % len(lasting)], start)
-        for moment in range(MOMENTS):
-            place = 1 + moment * self.wanted[start].counts["any"] // MOMENTS
-            if kind == "kill":
-                yield Case(kind, place, place, str(-9 if moment % 2 else -15), start)
-            elif kind == "races" and start == "fresh":
-                yield Case(kind, place, moment, "change", start)
+        for moment in range(MOMENTS if kind == "kill" or (kind, start) == ("races", "fresh") else 0):
+            place = 1 + moment * counts["any"] // MOMENTS
+            yield Case(kind, place, moment, str((-9, -15)[moment % 2]), start)
         for name, values in LIMITS.items() if kind == "limits" else []:
-            if name.isupper() or start == "fresh":
-                yield from (Case(kind, value, 0, name, start) for value in values)
+            for value in values if name not in MOUNTS or start == "fresh" else []:
+                yield Case(kind, value, 0, name, start)
 
     def run_all(self):
         """Gives the number of faults."""
@@ -306,8 +280,8 @@ class Harness:
         kinds = self.options.kinds or [*list(CALLS)[1:], "kill", "limits", "races"]
         cases = []
         for kind in kinds:
-            all_of_kind = [case for start in self.wanted for case in self.cases(kind, start)]
-            cases += all_of_kind[:: max(1, len(all_of_kind) // self.options.most)]
+            of_kind = [case for start in self.wanted for case in self.cases(kind, start)]
+            cases += of_kind[:: max(1, len(of_kind) // self.options.most)]
         with concurrent.futures.ThreadPoolExecutor(self.options.jobs) as pool:
             for case, (problem, result) in zip(cases, pool.map(self.try_case, cases)):
                 ends[case.kind][result.status] += 1
@@ -322,14 +296,12 @@ class Harness:
 
 
 def case_of(text):
-    kind, first, last, what, start = text.split(":")
-    return Case(kind, int(first), int(last), what, start)
+    kind, first, last, *rest = text.split(":")
+    return Case(kind, int(first), int(last), *rest)
 
 
 def main():
-    parser = argparse.ArgumentParser(
-        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
-    )
+    parser = argparse.ArgumentParser(usage=__doc__)
     for name in ("library", "make_package", "cas2orv"):
         parser.add_argument(name, type=pathlib.Path)
     parser.add_argument("kinds", nargs="*")
