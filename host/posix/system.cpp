@@ -116,7 +116,9 @@ bool RemoveTree(const std::filesystem::path& folder) {
         Unprotect(folder);
         std::filesystem::remove_all(folder, error);
     }
-    return !Exists(folder);
+    // What the system tells nothing of may still be there.
+    struct stat info {};
+    return lstat(folder.c_str(), &info) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 std::error_code MoveFolder(const std::filesystem::path& from, const std::filesystem::path& to) {
