@@ -192,12 +192,19 @@ std::error_code CHeldFile::Hold(const std::filesystem::path& file) {
         // there, which is the one to hold. Each round comes from such a removal.
         struct stat held {};
         struct stat named {};
-        if (fstat(opened, &held) == 0 && lstat(file.c_str(), &named) == 0 &&
-            held.st_ino == named.st_ino && held.st_dev == named.st_dev) {
+        const bool isNamed = fstat(opened, &held) == 0 && lstat(file.c_str(), &named) == 0;
+        if (isNamed && held.st_ino == named.st_ino && held.st_dev == named.st_dev) {
             m_handle = opened;
             return {};
         }
+        const std::error_code error = LastError();
         close(opened);
+        if (!isNamed && error != std::errc::no_such_file_or_directory) {
+            if (isNew) {
+                unlink(file.c_str());
+            }
+            return error;
+        }
     }
 }
 
