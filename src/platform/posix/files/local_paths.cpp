@@ -132,8 +132,12 @@ std::filesystem::path LocalPath(const std::u16string& path) {
         return SpellOut(location);
     }
     SEntry entry;
-    // A file that does not exist gets the name that a new file would have.
-    static_cast<void>(folder->Find(location.GetName(), entry));
+    const int found = folder->Find(location.GetName(), entry);
+    // A file that does not exist gets the name that a new file would have, and so does one that the
+    // system tells nothing of.
+    if (found != ERROR_SUCCESS && found != ERROR_FILE_NOT_FOUND) {
+        return SpellOut(location);
+    }
     return std::filesystem::path(folder->GetPath()) / entry.name;
 }
 
