@@ -177,11 +177,19 @@ bool HasChanged(const SFileCopy& copy) {
 
 int Copy(std::u16string_view from, std::u16string_view to, EExisting existing) {
     SFileCopy copy;
-    if (const int status = BeginCopy(from, to, existing, copy)) {
-        return status;
+    try {
+        if (const int status = BeginCopy(from, to, existing, copy)) {
+            return status;
+        }
+        MoveData(copy);
+        return EndCopy(copy);
+    } catch (const std::bad_alloc&) {
+        // A file that was made before memory lacked has no data yet.
+        if (copy.output.isNew) {
+            DiscardOutput(copy.output);
+        }
+        throw;
     }
-    MoveData(copy);
-    return EndCopy(copy);
 }
 
 }  // namespace
