@@ -80,8 +80,8 @@ std::string Compose(const char16_t* format, ...) {
 TEST(PrintfTest, WritesNumbersAndTextsAsTheFormatSays) {
     EXPECT_EQ(Print(99, u"%d|%5d|%-5d|%05d|%+d|% d", -7, 42, 42, -42, 3, 4),
               "-7|   42|42   |-0042|+3| 4");
-    EXPECT_EQ(Print(99, u"%u|%x|%04X|%#x|%o|%.3u", 4294967295U, 255U, 0xABU, 255U, 8U, 7U),
-              "4294967295|ff|00AB|0xff|10|007");
+    EXPECT_EQ(Print(99, u"%u|%x|%04X|%#x|%o|%#4o|%.3u", 4294967295U, 255U, 0xABU, 255U, 8U, 8U, 7U),
+              "4294967295|ff|00AB|0xff|10| 010|007");
     EXPECT_EQ(Print(99, u"%lld|%I64u|%hu|%*d", -5000000000LL, ~0ULL, 65537, -4, 9),
               "-5000000000|18446744073709551615|1|9   ");
     EXPECT_EQ(Print(99, u"%lu,%d", 7U, static_cast<int>(0x80000000U)), "7,-2147483648");

@@ -154,8 +154,10 @@ void AppendNumber(std::u16string& text, const SPlaceholder& placeholder, std::ui
     if (length < 0 && placeholder.hasZeros && !placeholder.isLeft) {
         length = placeholder.width - static_cast<int>(prefix.size());
     }
-    const std::size_t zeros =
-        static_cast<std::size_t>(std::max(0, length - static_cast<int>(body.size())));
+    // An octal number has at least one zero in front.
+    const bool needsZero = placeholder.hasPrefix && conversion == u'o' && !body.starts_with(u'0');
+    length = std::max(length, static_cast<int>(body.size()) + (needsZero ? 1 : 0));
+    const std::size_t zeros = static_cast<std::size_t>(length) - body.size();
     AppendPadded(text, placeholder, prefix, zeros, body);
 }
 
