@@ -42,6 +42,7 @@ cmake --build --preset release -j "$jobs"
 title "Build by clang, with the fuzzers"
 cmake --preset clang
 cmake --build --preset clang -j "$jobs"
+FUZZ_PRESET=clang scripts/fuzz.sh all 0
 
 # One of its tests compares with the program of the release build.
 if [ -z "$left_out" ]; then
