@@ -78,7 +78,8 @@ bool CLineReader::Read(std::istream& file) {
         ++m_number;
         step = TakeLine(text);
     }
-    return step == EStep::End || (m_isEnded && step == EStep::Next);
+    // Text after the last line end is not known yet.
+    return step == EStep::End || (m_isEnded && step == EStep::Next && text.empty());
 }
 
 CLineReader::EStep CLineReader::TakeLine(Text text) {

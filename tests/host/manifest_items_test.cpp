@@ -141,12 +141,17 @@ TEST_F(ManifestItemsTest, FaultIsToldAfterWhatIsAheadOfIt) {
         // The last case is an item, though one with too much in it.
         EXPECT_EQ(m_items.size(), fault.ends_with("</File>") ? 3U : 2U);
     }
-    // Cut off, and without its last end tag.
-    EXPECT_THAT(Read(Utf16Bytes("<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n"
-                                "<Package Version=\"1\">\r\n<DeleteFiles>\r\n" +
-                                first + "\r\n" + second + "\r\n<File Tar")),
-                HasSubstr("line 6: the file is not well-formed"));
-    EXPECT_EQ(m_items.size(), 2U);
+    // Cut off, with something after its end, and with half of a pair.
+    for (const std::u16string_view rest :
+         {u"<File Tar", u"</DeleteFiles>\r\n</Package>\r\nx", u"\xD800x\r\n"}) {
+        SCOPED_TRACE(Utf8(rest));
+        EXPECT_THAT(Read(Utf16Bytes("<?xml version=\"1.0\" encoding=\"utf-16\"?>\r\n"
+                                    "<Package Version=\"1\">\r\n<DeleteFiles>\r\n" +
+                                    first + "\r\n" + second + "\r\n") +
+                         UnitBytes(rest)),
+                    HasSubstr("the file is not well-formed"));
+        EXPECT_EQ(m_items.size(), 2U);
+    }
 }
 
 TEST_F(ManifestItemsTest, WhatIsNoManifestIsTold) {
