@@ -139,6 +139,7 @@ TEST_F(XmlInputTest, WhatIsNotWellFormedIsAFaultBehindTheNodesAheadOfIt) {
         {"<?xml version='1.0' encoding='nope'?><a/>", "#"},
         {std::string_view("\xFF\xFE<\0a\0/\0", 8), "#"},
         {std::string_view("\xFF\xFE<\0a\0>\0\x00\xDC", 10), "<a>#", false},
+        {std::string_view("\xFF\xFE<\0a\0>\0<\0b\0>\0\x00\xD8x\0<\0", 20), "<a><b>#", false},
         // Document types are refused, and not read behind another fault, which would lose memory.
         {"<!DOCTYPE a><a/>", "#"},
         {"<?xml version='1.0'?><!DOCTYPE a [<!ENTITY e 'x'>]><a>&e;</a>", "xml#"},

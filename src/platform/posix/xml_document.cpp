@@ -118,7 +118,8 @@ private:
     const std::function<void()>* m_take;
     std::unique_ptr<xmlParserCtxt, SParserFree> m_context;
     int m_status = S_OK;
-    std::uint32_t m_line = 0;  // where the last node ended, which is where the next one starts
+    std::uint32_t m_line = 0;    // where the last node ended, which is where the next one starts
+    bool m_hasBadBytes = false;  // some are not in the file's encoding
     bool m_isInRoot = false;
     bool m_isInEmptyElement = false;
 };
@@ -145,7 +146,7 @@ int CXmlParser::Run() {
     static_cast<void>(xmlCtxtUseOptions(m_context.get(), kOptions));  // it knows all of them
     xmlDictReference(m_context->dict);
     m_document.m_names.reset(m_context->dict);
-    if (xmlParseDocument(m_context.get()) != 0) {
+    if (xmlParseDocument(m_context.get()) != 0 || m_hasBadBytes) {
         Fail(kXmlNotWellFormed);
     }
     HandOver();
@@ -281,6 +282,11 @@ void CXmlParser::OnProcessingInstruction(void* context, const xmlChar* name, con
 // parser reports it as an error too.
 void CXmlParser::OnError(void* context, xmlErrorPtr error) {
     if (error->level < XML_ERR_ERROR || error->code == XML_WAR_NS_URI) {
+        return;
+    }
+    // The parser decodes ahead of what it parses. For it the file ends before the bad bytes.
+    if (error->code == XML_IO_ENCODER || error->code == XML_I18N_CONV_FAILED) {
+        Self(context).m_hasBadBytes = true;
         return;
     }
     Self(context).Fail(error->code == XML_ERR_NO_MEMORY ? E_OUTOFMEMORY : kXmlNotWellFormed);
