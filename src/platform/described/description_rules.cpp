@@ -42,13 +42,13 @@ bool IsDrive(std::u16string_view text) {
     return text.size() == 2 && IsLetter(text[0]) && text[1] == u':';
 }
 
-// Server and share need a unit each. A further backslash is refused, because a share is mapped as a
-// whole and not a folder in it.
+// A further backslash is in no name, so it is refused: a share is mapped as a whole and not a
+// folder in it. A share whose name no path may have could not be used.
 bool IsShare(std::u16string_view text) {
-    const std::size_t middle = text.find(u'\\', 2);
-    return text.starts_with(uR"(\\)") && middle != 2 && middle != std::u16string_view::npos &&
-           middle + 1 < text.size() && text.find(u'\\', middle + 1) == std::u16string_view::npos &&
-           text.find_first_of(u"/:*?\"<>|") == std::u16string_view::npos;
+    const std::size_t middle = std::min(text.find(u'\\', 2), text.size());
+    return text.starts_with(uR"(\\)") && IsServerName(text.substr(2, middle - 2)) &&
+           IsPathName(text.substr(std::min(middle + 1, text.size()))) &&
+           text.find_first_of(u":*?") == std::u16string_view::npos;
 }
 
 bool IsWindowsPath(std::u16string_view path) {

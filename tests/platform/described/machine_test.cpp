@@ -89,6 +89,7 @@ TEST_F(MachineDescriptionTest, WhatIsWrongIsNamedWithItsLineAndKey) {
         {"[drives]\n'Z:' = 'mnt'\n", ":2: [drives] \"Z:\": must be a folder"},
         {"[drives]\n'Z:' = '/'\n'z:' = '/'\n", "differs only in letter case"},
         {"[shares]\n'\\\\s' = '/'\n", ":2: [shares] \"\\\\s\": must be \\\\server\\share"},
+        {"[shares]\n'\\\\s,t\\u' = '/'\n", "must be \\\\server\\share"},
         {"[shares]\n'\\\\s\\h\\a' = '/'\n", ":2: [shares] \"\\\\s\\h\\a\": must be"},
         {"[shares]\n'\\\\s\\h' = '/'\n'\\\\S\\h' = '/'\n", "differs only in letter case"},
         {"[registry]\nhivelist = 'x'\n", ":2: [registry] \"hivelist\": must be a list"},
