@@ -52,20 +52,26 @@ void ReadResults(const CTempFolder& folder, std::string_view bytes) {
     Require(HaveSameHead(result, again));
 }
 
+// A terminal shows the text as it is.
+bool IsHarmless(const std::string& text) {
+    return std::ranges::none_of(platform::Utf8ToUtf16(text), [](char16_t unit) {
+        return unit != u'\n' && platform::IsControlUnit(unit);
+    });
+}
+
 void ReadRecords(const CTempFolder& folder, std::string_view bytes) {
     folder.WriteFile("record", bytes);
     host::SRecordHead head;
-    std::size_t lines = 1;
+    host::SRecordSummary summary;
     const std::string problem =
         host::ReadRecord(folder.Path("record"), head, [&](const host::SRecordEntry& entry) {
-            ++lines;
-            std::u16string shown = platform::Utf8ToUtf16(host::DescribeEntry(entry, u""));
-            Require(shown.ends_with(u'\n'));
-            shown.pop_back();
-            Require(std::ranges::none_of(shown, platform::IsControlUnit));
+            summary.Count(entry);
+            const std::string shown = host::DescribeEntry(entry, u"");
+            Require(shown.find('\n') == shown.size() - 1 && IsHarmless(shown));
         });
-    Require(lines <= 1 + static_cast<std::size_t>(std::ranges::count(bytes, '\n')));
-    Require(std::ranges::none_of(platform::Utf8ToUtf16(problem), platform::IsControlUnit));
+    Require(summary.lines <= static_cast<std::size_t>(std::ranges::count(bytes, '\n')));
+    summary.head = head;
+    Require(IsHarmless(problem) && IsHarmless(host::FormatSummary(summary)));
 }
 
 // Halves of pairs come back as U+FFFD, or as they are.

@@ -1,5 +1,6 @@
 // What is written is read again the same: paths of files and of keys, portable texts, and the
-// escapes of XML. The input is a folder, a file in it, and any text, parted by line feeds.
+// escapes of XML. The input is a folder, a file in it, and any text, parted by line
+// feeds.
 #include "foundation/file_path.h"
 #include "foundation/reg_path.h"
 #include "foundation/xml_escape.h"
@@ -13,31 +14,54 @@
 
 namespace {
 
-void CheckFilePath(const std::u16string& text) {
-    const CFilePathW path{std::u16string_view(text)};
-    if (path.IsEmpty()) {
-        return;
-    }
+void RequireReadBack(const CFilePathW& path) {
     const CFilePathW again(path.ToPlainString());
     Require(again.ToPlainString() == path.ToPlainString() && again.GetKind() == path.GetKind());
     Require(CFilePathW(path.ToString()).ToString() == path.ToString());
-    Require(again.Equals(path) && path.ToString().GetLength() <= text.size() + 8);
-    const CFilePathW root = path.SubPath(0, 1);
-    const CFilePathW rest = path.SubPath(1, path.GetSegmentCount());
-    Require(root.GetSegmentCount() + rest.GetSegmentCount() <= path.GetSegmentCount());
-    CFilePathW both = path.GetParent();
-    if (!path.IsRoot() && both.GetSegmentCount() + 1 == path.GetSegmentCount()) {
-        Require(path.EqualsFirstN(both, both.GetSegmentCount()) || both.IsEmpty());
+    Require(path.IsEmpty() || again.Equals(path));
+}
+
+void CheckFilePaths(const std::u16string& head, const std::u16string& tail) {
+    const CFilePathW first{std::u16string_view(head)};
+    const CFilePathW second{std::u16string_view(tail)};
+    RequireReadBack(second);
+    Require(second.ToString().GetLength() <= tail.size() + 8);
+    // What is refused changes nothing.
+    CFilePathW joined = first;
+    if (joined.Append(second) == 0) {
+        RequireReadBack(joined);
+    } else {
+        Require(joined.ToString() == first.ToString());
+    }
+    CFilePathW child = first;
+    const CFilePathSegmentW name(tail);
+    if (!first.IsEmpty() && !name.IsEmpty() && child.AppendSegment(name) == 0) {
+        Require(first.GetChild(tail).ToString() == child.ToString());
+        Require(first.ToString(tail) == child.ToString());
+    }
+    CFilePathW prepended = second;
+    if (prepended.Prepend(first) == 0) {
+        RequireReadBack(prepended);
+    } else {
+        Require(prepended.ToString() == second.ToString());
     }
 }
 
-void CheckKeyPath(const std::u16string& text) {
-    const CRegPathW path{std::u16string_view(text)};
-    const CRegPathW again(path.View());
-    Require(again.View() == path.View() && again.HasHive() == path.HasHive());
-    Require(path.IsEmpty() || again.Equals(path));
-    Require(CRegPathW(path.ToLongString()).ToLongString() == path.ToLongString());
-    Require(path.SubPath(0, path.GetSegmentCount()).View() == path.View());
+void CheckKeyPaths(const std::u16string& head, const std::u16string& tail) {
+    const CRegPathW first{std::u16string_view(head)};
+    const CRegPathW second{std::u16string_view(tail)};
+    const CRegPathW again(second.View());
+    Require(again.View() == second.View() && again.HasHive() == second.HasHive());
+    Require(CRegPathW(second.ToLongString()).ToLongString() == second.ToLongString());
+    Require(second.SubPath(0, second.GetSegmentCount()).View() == second.View());
+    CRegPathW joined = first;
+    if (joined.Append(second) != 0) {
+        Require(joined.View() == first.View());
+        return;
+    }
+    Require(joined.GetSegmentCount() == first.GetSegmentCount() + second.GetSegmentCount());
+    Require(second.IsEmpty() || joined.Contains(second));
+    Require(first.IsEmpty() || joined.EqualsFirstN(first, first.GetSegmentCount()));
 }
 
 void CheckXmlEscapes(const std::u16string& text) {
@@ -94,8 +118,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::u16string name = TextOf(TakePart(input, '\n'));
     CheckFolder(sanitizer, folder, name);
     std::u16string text = TextOf(input);
-    CheckFilePath(text);
-    CheckKeyPath(text);
+    CheckFilePaths(folder, text);
+    CheckKeyPaths(folder, text);
     // From here on a NUL ends a text.
     text = text.substr(0, text.find(u'\0'));
     CheckXmlEscapes(text);
