@@ -52,10 +52,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(problem.empty());
     const host::SManifestSummary summary = host::ReadManifest(folder.Path("first.orv"));
     Require(summary.isComplete && summary.items == items);
-    // A collection that has only items without what they need is empty the second time.
+    // A collection of items that lack what they need is empty the second time, and an item whose
+    // key is no path is gone.
     const std::string again = ReadAndSave(folder, "first.orv", "second.orv");
     Require(again == saved || again == ReadAndSave(folder, "second.orv", "third.orv"));
-    const host::SManifestSummary second = host::ReadManifest(folder.Path("second.orv"));
-    Require(second.isComplete && second.counts == summary.counts);
+    Require(host::ReadManifest(folder.Path("second.orv")).items <= items);
     return 0;
 }
