@@ -23,12 +23,15 @@ case "$seconds" in
 esac
 [ $# -le 2 ] || usage
 
+# The names of several lines in one.
+# shellcheck disable=SC2086,SC2116
+list() { echo $1; }
 targets=$(sed -n 's/^orv_add_fuzzer(\([a-z_]*\)_fuzzer.*/\1/p' tests/fuzz/CMakeLists.txt)
 if [ "$target" != all ]; then
-    case " $(echo $targets) " in
+    case " $(list "$targets") " in
         *" $target "*) targets=$target ;;
         *)
-            echo "$0: no target '$target'; there are:" $targets >&2
+            echo "$0: no target '$target'; there are: $(list "$targets")" >&2
             usage
             ;;
     esac
@@ -39,9 +42,18 @@ cmake --build --preset "$preset" --target fuzzers make_sample
 mkdir -p "$corpus" "$build/found"
 "$fuzzers/make_corpus" "$corpus"
 "$build/examples/make_sample" "$build/sample" >/dev/null
-find "$build/sample" -name '*.profile' -o -name '*.manifest' -o -name '*.xml' | while read -r file; do
-    cp "$file" "$corpus/xml/$(basename "$file")"
-done
+# Files of the sample package whose names match $2 are inputs of the target $1.
+add_inputs() {
+    find "$build/sample" -type f -name "$2" | while read -r file; do
+        cp "$file" "$corpus/$1/$(cksum <"$file" | tr ' ' -)"
+    done
+}
+add_inputs hive InstallRoot.dat
+add_inputs machine '*.toml'
+add_inputs shell_link '*.lnk'
+add_inputs xml '*.manifest'
+add_inputs xml '*.profile'
+add_inputs xml '*.xml'
 
 # In bytes. What is read by files has larger ones.
 max_length() {
@@ -60,9 +72,15 @@ dictionary_of() {
     esac
 }
 
-# Temporary files that are written for each input belong into memory.
-export UBSAN_OPTIONS=print_stacktrace=1
-[ ! -w /dev/shm ] || export TMPDIR="${TMPDIR-/dev/shm}"
+# The files that are written for each input are in memory where that can be had, and go in the end:
+# a fuzzer that finds something leaves its own.
+if [ -w /dev/shm ]; then
+    TMPDIR=$(mktemp -d -p /dev/shm)
+else
+    TMPDIR=$(mktemp -d)
+fi
+trap 'rm -rf "$TMPDIR"' EXIT
+export TMPDIR UBSAN_OPTIONS=print_stacktrace=1
 limit="-max_total_time=$seconds"
 [ "$seconds" -ne 0 ] || limit=-runs=0
 for name in $targets; do
