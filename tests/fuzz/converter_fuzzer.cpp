@@ -82,7 +82,8 @@ std::size_t ExpandTokens(const Rows& rows, std::u16string& text) {
     }
 }
 
-// The position moves by each replacement, or stays where it is for `isEverywhere`.
+// Of the rows that match, the first one is replaced, at its leftmost place. Only an expansion goes
+// on from a position, which moves by the length of each replacement.
 std::size_t ReplaceKeys(const std::vector<CKeyMapping>& rows, bool isExpanding,
                         std::u16string& text) {
     std::size_t count = 0;
