@@ -87,12 +87,13 @@ rapidjson::ParseResult ParseHeadOf(TStream& stream, rapidjson::Document& documen
 }  // namespace
 
 bool ParseText(std::string json, rapidjson::Document& document) {
-    // Iterative, because a file may nest to any depth.
-    document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size());
+    // Iterative, because a file may nest to any depth. Given a size, the library would pass over
+    // a byte order mark, which ParseHead takes for a fault.
+    document.Parse<rapidjson::kParseIterativeFlag>(json.c_str());
     if (document.HasParseError() &&
         document.GetParseError() == rapidjson::kParseErrorStringUnicodeSurrogateInvalid) {
         ReplaceLoneHalves(json);
-        document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size());
+        document.Parse<rapidjson::kParseIterativeFlag>(json.c_str());
     }
     return !document.HasParseError() && document.IsObject();
 }

@@ -139,6 +139,10 @@ TEST_F(BatchTest, AResultIsReadAsItWasWritten) {
         EXPECT_EQ(host::ReadResult(file, read, problem), host::EResultState::Unusable) << size;
     }
     EXPECT_EQ(read.signal, 9);
+    // Both readers take the same for damaged.
+    Write("result.json", "\xEF\xBB\xBF" + text);
+    EXPECT_EQ(host::ReadResult(file, read, problem), host::EResultState::Unusable);
+    EXPECT_EQ(host::ReadResultHead(file, read, problem), host::EResultState::Unusable);
     for (const char* const other : {"[]", R"({"schema":2})", R"({"schema":1,"status":0})",
                                     R"({"schema":1,"digests":[],"end":"x","status":0})"}) {
         Write("result.json", other);
