@@ -2,6 +2,7 @@
 
 // Half of a surrogate pair, which a name of Windows may have, is no fault here.
 #define RAPIDJSON_ASSERT(condition) static_cast<void>(0)
+#include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
 #include <algorithm>
@@ -172,7 +173,9 @@ private:
     // Iterative, because a line may have any depth.
     bool ParseOnce(const std::string& line) {
         m_handler.Clear();
-        rapidjson::StringStream stream(line.c_str());
+        // This stream knows its end. A line may end within a character, and the parser reads the
+        // rest of a character without a look at what it is.
+        rapidjson::MemoryStream stream(line.data(), line.size());
         return !m_reader.Parse<rapidjson::kParseIterativeFlag>(stream, m_handler).IsError() &&
                m_handler.IsObject();
     }

@@ -162,6 +162,7 @@ TEST_F(ExplainTest, RecordThatIsNotAsItShouldBeIsTold) {
         {head + "{}\nx\n{}\n", "is damaged in line 3"},
         // In a record that was ended this is a fault, else the moment at which it was killed.
         {head + "{\"in\":1,\"thi", "is damaged in line 2"},
+        {head + "{\"name\":\"" + std::string(1000, 'x') + "\xE0\n{}\n", "is damaged in line 2"},
         {std::string(kKilled) + "\n{\"in\":1,\"thi", ""},
         {head + "{\"x\":" + std::string(1000000, '['), "is damaged in line 2"},
     };
