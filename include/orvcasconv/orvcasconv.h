@@ -72,9 +72,9 @@ typedef uint32_t (*OrvProgressCallback)(const OrvProgress* root);
 
 /* Three more variables are read at the start of CasToOrvW. ORVCASCONV_RECORD names a file of this
  * system, which receives a JSON object a line for each captured thing: what became of it, and why.
- * With ORVCASCONV_RECORD_LEVEL=problems only what was lost or missing has lines. A record that
- * cannot be written changes neither the result nor the status. With ORVCASCONV_CHECK set, all is
- * read as for a conversion, and nothing is written but log and record. */
+ * With ORVCASCONV_RECORD_LEVEL=problems only targets and what was lost or missing have lines. A
+ * record that cannot be written changes neither the result nor the status. With ORVCASCONV_CHECK
+ * set, all is read as for a conversion, and nothing is written but log and record. */
 
 /* Converts every target of the package whose profile file is `casFile`. For an `orvFile` of
  * "FOLDER\NAME", the manifest of a target is the file "FOLDER\{GUID}\NAME", with the target's GUID.
