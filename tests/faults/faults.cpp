@@ -114,7 +114,9 @@ bool Hits(int kind) {
 long Call(long number, greg_t* registers) {
     const int kind = KindOf(number);
     const bool isTelling = kind == Write && registers[REG_RDI] == STDERR_FILENO;
-    if (isTelling || (!Hits(Any) & !Hits(kind))) {
+    // Both are counted.
+    const bool isHit = !isTelling && Hits(Any);
+    if (isTelling || !(Hits(kind) || isHit)) {
         return MakeCall(number, registers);
     }
     if (g_fault.action == 0) {
