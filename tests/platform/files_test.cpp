@@ -316,9 +316,11 @@ TEST_F(FilesTest, ResolvesDotsWhereverTheyAre) {
              {uR"(.d\file)", uR"(.\.d\file)", uR"(no\..\.d\file)", uR"(.d\.\file)"}) {
             EXPECT_EQ(Find(start + rest), ERROR_SUCCESS) << length << Utf8(rest);
         }
-        for (const char16_t* rest : {uR"(..\.d\file)", uR"(.d\..\file)", u".d/file"}) {
+        for (const char16_t* rest : {uR"(..\.d\file)", uR"(.d\..\file)"}) {
             EXPECT_NE(Find(start + rest), ERROR_SUCCESS) << length << Utf8(rest);
         }
+        // Windows itself takes a slash for a backslash.
+        EXPECT_EQ(Find(start + u".d/file") == ERROR_SUCCESS, RunsOnWindows()) << length;
     }
 }
 
