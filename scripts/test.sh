@@ -60,7 +60,7 @@ ctest --preset sanitize -j "$jobs"
 if [ "${1-}" = --faults ]; then
     title "Faults"
     tests/faults/faults.py build/release/tests/faults/liborv_faults.so \
-        build/release/tests/faults/make_faults_package build/release/host/cas2orv -j "$jobs"
+        build/release/tests/faults/make_faults_package build/release/host/cas2orv
 fi
 
 title "Static analysis"

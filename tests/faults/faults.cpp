@@ -31,13 +31,14 @@
 #include <cstring>
 #include <iterator>
 #include <utility>
+#include <vector>
 
 namespace {
 
 // As in faults.py. The calls of the kinds from the second on are the rows of kCalls.
 enum EKind { Any, Read, Write, Copy, Close = 13, Thread = 18, Memory, KindCount };
 
-constexpr int kCalls[][6] = {
+constexpr unsigned kCalls[][6] = {
     {SYS_read, SYS_readv, SYS_pread64},
     {SYS_write, SYS_writev, SYS_pwrite64},
     {SYS_copy_file_range, SYS_sendfile},
@@ -66,26 +67,21 @@ bool g_isOn = false;
 std::atomic<long>* g_counts = nullptr;
 int (*g_main)(int, char**, char**) = nullptr;
 
-// Makes a call with the arguments in the registers of a context. Its end is the one place from
-// which the filter lets every call pass.
-extern "C" long MakeCall(long number, const greg_t* registers);
-extern "C" const char g_callEnd[];
-asm(R"(
-    .hidden MakeCall, g_callEnd
-    .globl MakeCall, g_callEnd
-MakeCall:
-    mov %rdi, %rax
-    mov %rsi, %r11
-    mov (%r11), %r8
-    mov 8(%r11), %r9
-    mov 16(%r11), %r10
-    mov 64(%r11), %rdi
-    mov 72(%r11), %rsi
-    mov 96(%r11), %rdx
-    syscall
-g_callEnd:
-    ret
-)");
+// The end of MakeCall's system call is the one place from which the filter lets every call pass.
+extern "C" [[gnu::visibility("hidden")]] const char g_callEnd[];
+
+// Makes a call with the arguments in the registers of a context.
+[[gnu::noinline]] long MakeCall(long number, const greg_t* registers) {
+    register const greg_t fourth asm("r10") = registers[REG_R10];
+    register const greg_t fifth asm("r8") = registers[REG_R8];
+    register const greg_t sixth asm("r9") = registers[REG_R9];
+    asm volatile("syscall\ng_callEnd:"
+                 : "+a"(number)
+                 : "D"(registers[REG_RDI]), "S"(registers[REG_RSI]), "d"(registers[REG_RDX]),
+                   "r"(fourth), "r"(fifth), "r"(sixth)
+                 : "rcx", "r11", "memory");
+    return number;
+}
 
 int KindOf(long number) {
     // The rest of a row is 0, which is the number of the first call of all.
@@ -114,9 +110,8 @@ bool Hits(int kind) {
 long Call(long number, greg_t* registers) {
     const int kind = KindOf(number);
     const bool isTelling = kind == Write && registers[REG_RDI] == STDERR_FILENO;
-    // Both are counted.
-    const bool isHit = !isTelling && Hits(Any);
-    if (isTelling || !(Hits(kind) || isHit)) {
+    const int hits = isTelling ? 0 : Hits(Any) + Hits(kind);
+    if (hits == 0) {
         return MakeCall(number, registers);
     }
     if (g_fault.action == 0) {
@@ -148,24 +143,21 @@ void CatchCalls() {
     sigaction(SIGSYS, &action, nullptr);
     // Its lower half is enough to know the place of a call.
     constexpr unsigned kPlace = offsetof(seccomp_data, instruction_pointer);
-    const auto end = reinterpret_cast<std::uintptr_t>(g_callEnd);
-    sock_filter filter[std::size(kCalls) * std::size(kCalls[0]) + 6] = {
+    const auto end = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(g_callEnd));
+    std::vector<sock_filter> filter = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kPlace),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(end), 0, 1),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, end, 0, 1),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
     };
-    std::size_t size = 4;
     for (const auto& row : kCalls) {
-        for (const int call : row) {
-            const auto toTrap = static_cast<unsigned char>(std::size(filter) - size - 2);
-            filter[size++] =
-                BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(call), toTrap, 0);
+        for (const unsigned call : row) {
+            filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1));
+            filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP));
         }
     }
-    filter[size++] = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
-    filter[size++] = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP);
-    const sock_fprog program = {static_cast<unsigned short>(size), filter};
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
         _exit(99);
@@ -173,14 +165,9 @@ void CatchCalls() {
 }
 
 int Main(int count, char** arguments, char** environment) {
-    const char* const order = std::getenv("ORV_FAULT");
-    const char* const name = std::getenv("ORV_FAULT_COUNTS");
-    const int file = name == nullptr ? -1 : open(name, O_RDWR);
-    if (file < 0 || order == nullptr) {
-        return 99;
-    }
-    std::sscanf(order, "%d %ld %ld %d", &g_fault.kind, &g_fault.first, &g_fault.last,
-                &g_fault.action);
+    std::sscanf(std::getenv("ORV_FAULT"), "%d %ld %ld %d", &g_fault.kind, &g_fault.first,
+                &g_fault.last, &g_fault.action);
+    const int file = open(std::getenv("ORV_FAULT_COUNTS"), O_RDWR);
     g_counts = static_cast<std::atomic<long>*>(
         mmap(nullptr, KindCount * sizeof(long), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
     close(file);
@@ -211,8 +198,6 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     return g_isOn && Hits(Thread) ? g_fault.action : create(thread, attributes, body, argument);
 }
 
-// A sanitizer has an allocator of its own.
-#ifndef ORV_FAULTS_WITHOUT_MEMORY
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* memory, size_t size);
@@ -242,6 +227,5 @@ void* realloc(void* memory, size_t size) noexcept {
 void* aligned_alloc(size_t alignment, size_t size) noexcept {
     return IsAllocated(__builtin_return_address(0)) ? __libc_memalign(alignment, size) : nullptr;
 }
-#endif
 
 }  // extern "C"
