@@ -20,7 +20,6 @@
 #include <ucontext.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -29,7 +28,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -83,16 +81,6 @@ extern "C" [[gnu::visibility("hidden")]] const char g_callEnd[];
     return number;
 }
 
-int KindOf(long number) {
-    // The rest of a row is 0, which is the number of the first call of all.
-    for (const auto& row : kCalls) {
-        if (std::find(std::begin(row), std::end(row), number) != std::end(row)) {
-            return static_cast<int>(&row - kCalls) + 1;
-        }
-    }
-    return Any;
-}
-
 // Counts a call, and tells whether the fault hits it.
 bool Hits(int kind) {
     const long number = ++g_counts[kind];
@@ -107,8 +95,7 @@ bool Hits(int kind) {
     return isHit && g_fault.action >= 0;
 }
 
-long Call(long number, greg_t* registers) {
-    const int kind = KindOf(number);
+long Call(int kind, long number, greg_t* registers) {
     const bool isTelling = kind == Write && registers[REG_RDI] == STDERR_FILENO;
     const int hits = isTelling ? 0 : Hits(Any) + Hits(kind);
     if (hits == 0) {
@@ -130,12 +117,13 @@ long Call(long number, greg_t* registers) {
 void OnCall(int /*signal*/, siginfo_t* info, void* context) {
     greg_t* const registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
     const int error = errno;
-    registers[REG_RAX] = Call(info->si_syscall, registers);
+    registers[REG_RAX] = Call(info->si_errno, info->si_syscall, registers);
     errno = error;
 }
 
-// Has the system send SIGSYS for each call of the table that is not made by MakeCall. A thread that
-// is being made has all signals blocked until after its first calls, none of which is in the table.
+// Has the system send SIGSYS, with the kind as errno, for each call of the table that is not made
+// by MakeCall. A thread that is being made has all signals blocked until after its first calls,
+// none of which is in the table.
 void CatchCalls() {
     struct sigaction action {};
     action.sa_sigaction = &OnCall;
@@ -150,10 +138,13 @@ void CatchCalls() {
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
     };
+    unsigned kind = Any;
     for (const auto& row : kCalls) {
+        ++kind;
+        // The rest of a row is 0, which is the number of the first call of all.
         for (const unsigned call : row) {
             filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1));
-            filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP));
+            filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP | kind));
         }
     }
     filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));

@@ -13,28 +13,26 @@ const std::string kStore = "C/Windows/WinSxS/";
 const std::string kAssembly = "amd64_zither.strings_63d0c2b4e0a51c3e_1.0.0.0_none_4f0ab7e591c0";
 constexpr std::string_view kService = R"(<Name>Zither</Name><Type>16</Type>
     <VirtualPath>"C:\Program Files\Zither\tuner.exe"</VirtualPath>)";
-constexpr std::string_view kManifest = R"(
-    <assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
-        <assemblyIdentity type="win32" name="Zither.Strings" version="1.0.0.0"
-            processorArchitecture="amd64" publicKeyToken="63d0c2b4e0a51c3e"/>
-        <file name="strings.dll"/>
-    </assembly>)";
+constexpr std::string_view kManifest = R"(<assembly xmlns="urn:schemas-microsoft-com:asm.v1">
+    <assemblyIdentity type="win32" name="Zither.Strings" version="1.0.0.0"
+        processorArchitecture="amd64" publicKeyToken="63d0c2b4e0a51c3e"/>
+    <file name="strings.dll"/></assembly>)";
 
 // A hive of which the last write was cut off.
 CTestHive MakeHive() {
-    const std::u16string machine = uR"(REGISTRY\MACHINE\)";
-    const std::u16string control = machine + uR"(SYSTEM\CurrentControlSet\)";
+    const std::u16string software = uR"(REGISTRY\MACHINE\SOFTWARE\)";
+    const std::u16string system = uR"(REGISTRY\MACHINE\SYSTEM\CurrentControlSet\)";
     CTestHive hive;
     hive.Sequences(6, 5)
-        .Key(control + uR"(Control\Session Manager\Environment)")
+        .Key(system + uR"(Control\Session Manager\Environment)")
         .ExpandString(u"ZITHER", uR"(%ProgramFiles%\Zither)")
-        .Key(control + uR"(Services\Zither)")
+        .Key(system + uR"(Services\Zither)")
         .ExpandString(u"ImagePath", uR"("C:\Program Files\Zither\tuner.exe")")
         .Key(uR"(REGISTRY\USER\CurrentUser\Software\Zither)")
         .Qword(u"Volume", 7)
-        .Key(machine + uR"(SOFTWARE\_ow6432Node\Zither)")
+        .Key(software + uR"(_ow6432Node\Zither)")
         .Dword(u"Strings", 6)
-        .Key(machine + uR"(SOFTWARE\Zither)")
+        .Key(software + uR"(Zither)")
         .String(u"Path", uR"(C:\Program Files\Zither\zither.exe)")
         .Binary(u"Large", std::string(20'000, 'b'))
         .MultiString(u"Strings", {u"E", u"A", u"D"});
