@@ -5,7 +5,6 @@
 // with a minus sign that the process gets first, or 0, which halves the bytes of a read or write.
 // The file ORV_FAULT_COUNTS gets the number of calls of each kind. With ORV_FAULT_TRACE the first
 // fault has its stack on stderr.
-//
 // System calls are caught by seccomp, so that also those are reached that a library makes inside
 // itself. What is written to stderr is left alone, because faults are told there.
 #include <dlfcn.h>
@@ -60,8 +59,7 @@ struct SFault {
     int kind, action;
     long first, last;
 } g_fault;
-bool g_isTracing = false;
-bool g_isOn = false;
+bool g_isTracing = false, g_isOn = false;
 std::atomic<long>* g_counts = nullptr;
 int (*g_main)(int, char**, char**) = nullptr;
 
@@ -129,11 +127,10 @@ void CatchCalls() {
     action.sa_sigaction = &OnCall;
     action.sa_flags = SA_SIGINFO | SA_NODEFER | SA_RESTART;
     sigaction(SIGSYS, &action, nullptr);
-    // Its lower half is enough to know the place of a call.
-    constexpr unsigned kPlace = offsetof(seccomp_data, instruction_pointer);
+    // The lower half is enough to know the place of a call.
     const auto end = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(g_callEnd));
     std::vector<sock_filter> filter = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kPlace),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, instruction_pointer)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, end, 0, 1),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -161,10 +158,10 @@ int Main(int count, char** arguments, char** environment) {
     const int file = open(std::getenv("ORV_FAULT_COUNTS"), O_RDWR);
     g_counts = static_cast<std::atomic<long>*>(
         mmap(nullptr, KindCount * sizeof(long), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
-    close(file);
     g_isTracing = std::getenv("ORV_FAULT_TRACE") != nullptr;
     void* stack[1];
     backtrace(stack, 1);  // which loads a library at its first use
+    alarm(20);            // a run takes some hundredths of a second
     CatchCalls();
     g_isOn = true;
     return g_main(count, arguments, environment);
@@ -192,7 +189,6 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* memory, size_t size);
-void* __libc_memalign(size_t alignment, size_t size);
 
 // What ICU and the C library do not look at when they use something for the first time is left
 // alone, since they end the process: data of ICU, and the destructor of a variable of a thread.
@@ -214,9 +210,6 @@ void* calloc(size_t count, size_t size) noexcept {
 }
 void* realloc(void* memory, size_t size) noexcept {
     return IsAllocated(__builtin_return_address(0)) ? __libc_realloc(memory, size) : nullptr;
-}
-void* aligned_alloc(size_t alignment, size_t size) noexcept {
-    return IsAllocated(__builtin_return_address(0)) ? __libc_memalign(alignment, size) : nullptr;
 }
 
 }  // extern "C"
