@@ -127,28 +127,6 @@ TEST_F(PosixConversionTest, OutputAmongTheCapturedFilesIsNotCapturedAgain) {
     EXPECT_EQ(m_folder.ReadFile(kDevice + "C/out/kept.txt"), "kept");
 }
 
-TEST_F(PosixConversionTest, WithoutAThreadToBeHadEverythingIsConvertedAllTheSame) {
-    CTestHive hive;
-    CTestTarget target = TestTarget();
-    // More than a batch of copies, a batch of values, and what is read or written by one thread.
-    for (int i = 0; i < 1000; ++i) {
-        const std::string name = std::to_string(i);
-        target.File("C/" + name, name);
-        hive.Key(uR"(REGISTRY\MACHINE\SOFTWARE\)" + std::u16string(name.begin(), name.end()))
-            .Binary(u"value", std::string(1200, '\1'));
-    }
-    ASSERT_EQ(Convert(target.Hive(hive.Bytes())), 0U);
-    const std::string manifest = Manifest();
-    const Files payload = Payload();
-    ASSERT_EQ(payload.size(), 1000U);
-    std::filesystem::remove_all(m_folder.Path("out"));
-    const CFailingCall failing(ESystemCall::PThreadCreate, EAGAIN);
-    EXPECT_EQ(ConvertFile(), 0U);
-    EXPECT_TRUE(m_logLines.empty());
-    EXPECT_TRUE(Manifest() == manifest);
-    EXPECT_EQ(Payload(), payload);
-}
-
 TEST_F(PosixConversionTest, UnusableMachineDescriptionConvertsNothing) {
     UseMachine("[system]\nlocal = \"en-US\"\n");
     EXPECT_NE(Convert(TestTarget().File("C/a.txt")), 0U);

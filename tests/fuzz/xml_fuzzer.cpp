@@ -1,10 +1,5 @@
 // Feeds arbitrary bytes to the readers of XML: of the profile, the sandbox file and side-by-side
 // manifests. Each of them gets every input, as a file, since an input is read in full by one alone.
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <string_view>
-
 #include "casmodel/isolation_environment.h"
 #include "casmodel/profile.h"
 #include "discovery/assembly_info.h"
@@ -12,6 +7,7 @@
 #include "foundation/xml_escape.h"
 #include "foundation/xml_reader.h"
 #include "fuzz/require.h"
+#include "fuzz/text_input.h"
 #include "platform/status.h"
 #include "support/temp_folder.h"
 
@@ -50,8 +46,7 @@ void RequireRead(int status) { Require(status == ERROR_SUCCESS || status == ERRO
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const CTempFolder folder;
-    const CFilePathW file(
-        folder.WriteFile("a.xml", std::string_view(reinterpret_cast<const char*>(data), size)));
+    const CFilePathW file(folder.WriteFile("a.xml", BytesOf(data, size)));
     ReadTokens(file, size);
     CCasProfile profile;
     RequireRead(profile.ReadFromFile(file));

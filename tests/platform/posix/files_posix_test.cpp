@@ -4,7 +4,6 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -24,14 +23,12 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 
-// Holds a limit of the process down while it lives. One on the size of files stands in for a full
-// disk.
+// Holds a limit of the process down while it lives.
 class CTightLimit {
 public:
     using Resource = decltype(RLIMIT_NOFILE);
 
     CTightLimit(Resource resource, rlim_t limit) : m_resource(resource) {
-        std::signal(SIGXFSZ, SIG_IGN);
         getrlimit(resource, &m_former);
         const rlimit tight = {limit, m_former.rlim_max};
         setrlimit(resource, &tight);
@@ -364,24 +361,6 @@ TEST_F(DeepFoldersTest, ManyNamesArePassedAtOnceButNoLinkAndNoOtherName) {
         EXPECT_EQ(Find(name), status);
         EXPECT_LT(CountCalls(ESystemCall::OpenAt) - before, 100);
     }
-}
-
-TEST_F(PosixFilesTest, AFailedCopyLeavesNothingAndAFailedWriteOfXmlIsRemembered) {
-    const std::u16string source = m_folder.WriteFile("source", std::string(300'000, 'x'));
-    m_folder.WriteFile("old", "old");
-    platform::CXmlOutput output;
-    ASSERT_EQ(output.Open(m_folder.Name("a.xml").c_str()), S_OK);
-    EXPECT_EQ(output.WriteStartElement(u"a"), S_OK);
-    {
-        const CTightLimit limit(RLIMIT_FSIZE, 100'000);
-        EXPECT_EQ(Copy(source, m_folder.Name("new")), ERROR_FILE_TOO_LARGE);
-        EXPECT_EQ(Copy(source, m_folder.Name("old")), ERROR_FILE_TOO_LARGE);
-        EXPECT_EQ(output.WriteText(std::u16string(1'000'000, u'x')),
-                  HresultFromError(ERROR_FILE_TOO_LARGE));
-    }
-    EXPECT_EQ(output.WriteText(u"y"), HresultFromError(ERROR_FILE_TOO_LARGE));
-    EXPECT_EQ(output.Flush(), HresultFromError(ERROR_FILE_TOO_LARGE));
-    EXPECT_THAT(Search(m_folder.Name("*")), ElementsAre(u"a.xml", u"source"));
 }
 
 // The memory of a process is a regular file that opens and cannot be read from its start.

@@ -1,8 +1,6 @@
 #include "support/posix/system_calls.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
@@ -56,15 +54,6 @@ extern "C" {
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
     return static_cast<int>(Make(ESystemCall::OpenAt, SYS_openat, folder, name, flags, mode));
-}
-
-[[gnu::visibility("default")]] int pthread_create(pthread_t* thread,
-                                                  const pthread_attr_t* attributes,
-                                                  void* (*body)(void*), void* argument) noexcept {
-    static const auto real =
-        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-    const int error = Call(ESystemCall::PThreadCreate).error;
-    return error != 0 ? error : real(thread, attributes, body, argument);
 }
 
 [[gnu::visibility("default")]] ssize_t pread(int file, void* bytes, size_t size, off_t start) {

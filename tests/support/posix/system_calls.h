@@ -4,7 +4,7 @@
 // the C library, and so do the shared libraries that it loads.
 #pragma once
 
-enum class ESystemCall { FListXAttr, FUTimeNs, OpenAt, PRead, PThreadCreate, Read, Write };
+enum class ESystemCall { FListXAttr, FUTimeNs, OpenAt, PRead, Read, Write };
 
 // How often the call was made so far, by any thread.
 [[nodiscard]] long CountCalls(ESystemCall call);
