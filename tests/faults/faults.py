@@ -212,7 +212,7 @@ class Harness:
 
     def race(self, case, work):
         """What changes at a moment is told, or the result is of before or after; never of outside."""
-        package, pick = work.with_name("package"), random.Random(str(case.last))
+        package, pick = work.with_name("package"), random.Random(int(case.last))
         shutil.copytree(self.package, package)
         entries = [path for path in sorted(package.glob("*/**/*")) if path.parent.name != "Scripts"]
         stop = case._replace(last=case.first, what=str(-signal.SIGSTOP))
