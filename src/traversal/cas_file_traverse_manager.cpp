@@ -273,29 +273,6 @@ CFilePathW MakePayloadName(const CStrW& collapsed) {
     return path;
 }
 
-// Replaces the name at the end. False where all of the text has to be written.
-bool CCasFileTraverseManager::CFileText::SetName(std::u16string_view name) {
-    const std::size_t length = m_start + name.size();
-    // Longer texts may need a prefix.
-    if (m_start == 0 || length > kMaxPlainPath || !m_text.Reserve(length + 1)) {
-        return false;
-    }
-    m_text.Truncate(m_start);
-    m_text.Append(name);
-    return true;
-}
-
-void CCasFileTraverseManager::CFileText::FindStart(std::u16string_view name) {
-    const bool isPlain = m_text.GetLength() <= kMaxPlainPath && m_text.View().ends_with(name);
-    m_start = isPlain ? m_text.GetLength() - name.size() : 0;
-}
-
-void CCasFileTraverseManager::OnFolder(const CFilePathW& /*folder*/) {
-    m_places.reset();
-    m_fileName.Forget();
-    m_copyName.Forget();
-}
-
 bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
                                           const platform::SFindData& /*data*/) {
     ShowProgress(path.ToString());
@@ -336,10 +313,10 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
 
 bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::SFindData& data,
                                         platform::CFindHandle& search) {
-    const std::u16string_view last = data.name;
-    m_fileName.Set(last, [&path](CStrW& text) { path.WriteTo(text); });
-    const CStrW& name = m_fileName.Get();
+    path.WriteTo(m_fileName);
+    const CStrW& name = m_fileName;
     ShowProgress(name);
+    const std::u16string_view last = data.name;
     if (EqualsNoCase(last, kPlaceholder)) {
         GetRecord().Add({.thing = EThing::File, .reason = EReason::Placeholder, .source = name});
         return true;
@@ -361,7 +338,7 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::
     if (!m_places) {
         m_places = FindPlaces(path.GetParent());
     }
-    const SBecame became = AddItem(path, name, last, shortcut, deleted);
+    const SBecame became = AddItem(path, name, shortcut, deleted);
     // Every level of the record tells of a place that an earlier item has.
     if (CRecord::IsFull() || became.reason == EReason::PlaceTaken) {
         RecordFile(name, GetTarget(path), became);
@@ -370,9 +347,8 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::
 }
 
 CCasFileTraverseManager::SBecame CCasFileTraverseManager::AddItem(const CFilePathW& path,
-                                                                  const CStrW& name,
-                                                                  std::u16string_view last,
-                                                                  bool shortcut, bool deleted) {
+                                                                  const CStrW& name, bool shortcut,
+                                                                  bool deleted) {
     SBecame became{shortcut ? EThing::Shortcut : EThing::File, EReason::Created,
                    shortcut ? u"CreateShortcuts" : u"CreateFiles"};
     if (deleted) {
@@ -382,7 +358,7 @@ CCasFileTraverseManager::SBecame CCasFileTraverseManager::AddItem(const CFilePat
                      : m_package.Get<COrvDeleteFilesCollection>().AddItem(text) != nullptr;
         became.reason = isNew ? EReason::Deleted : EReason::SameItem;
         became.collection = shortcut ? u"DeleteShortcuts" : u"DeleteFiles";
-    } else if (!(shortcut ? AddShortcut(path, name, GetTarget(path)) : AddFile(path, name, last))) {
+    } else if (!(shortcut ? AddShortcut(path, name, GetTarget(path)) : AddFile(path, name))) {
         became.reason = EReason::PlaceTaken;
     }
     return became;
@@ -395,8 +371,8 @@ CStrW CCasFileTraverseManager::GetTarget(const CFilePathW& path) const {
 }
 
 // If the package has the item already, the file is copied all the same.
-bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
-                                      std::u16string_view last) {
+bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name) {
+    const std::u16string_view last = path.ViewLastSegment();
     if (!m_places->AreOf(last)) {
         return AddMappedFile(path, name);
     }
@@ -404,9 +380,8 @@ bool CCasFileTraverseManager::AddFile(const CFilePathW& path, const CStrW& name,
         m_package.Get<COrvCreateFilesCollection>().AddFile(m_places->texts, last) != nullptr;
     // The copy would delete an existing destination, which here is the captured file itself.
     if (!m_places->isSource) {
-        const CFilePathW& folder = m_places->destination;
-        m_copyName.Set(last, [&](CStrW& text) { folder.WriteTo(text, last); });
-        TellCopy(name, CopyFileInto(name, folder, m_copyName.Get(), &m_copier));
+        m_places->destination.WriteTo(m_copyName, last);
+        TellCopy(name, CopyFileInto(name, m_places->destination, m_copyName, &m_copier));
     }
     return isNew;
 }

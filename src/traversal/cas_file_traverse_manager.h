@@ -41,7 +41,7 @@ protected:
     [[nodiscard]] bool IsExcluded(const CFilePathW& folder) const override;
     void OnStart() override;
     void OnFinish() override;
-    void OnFolder(const CFilePathW& folder) override;
+    void OnFolder(const CFilePathW& /*folder*/) override { m_places.reset(); }
     bool VisitFolder(const CFilePathW& path, const platform::SFindData& data) override;
     bool VisitFile(const CFilePathW& path, const platform::SFindData& data,
                    platform::CFindHandle& search) override;
@@ -71,34 +71,6 @@ private:
         [[nodiscard]] bool AreOf(std::u16string_view name) const;
     };
 
-    // The text of a path that is the same for all files of the present folder but for their names.
-    //
-    // INVARIANT: if `m_start` is not 0, the text begins with that many units before the name, and
-    // so do the texts of all files of the folder that need no prefix for long paths.
-    // Threads: the walk's.
-    // Gain: 2 % of the instructions of a conversion of small files.
-    class CFileText {
-    public:
-        // Sets the text to that of the file `name`. `write` writes all of it, if that is needed.
-        template <class TWrite>
-        void Set(std::u16string_view name, const TWrite& write) {
-            if (!SetName(name)) {
-                write(m_text);
-                FindStart(name);
-            }
-        }
-        // Another folder begins.
-        void Forget() { m_start = 0; }
-        [[nodiscard]] const CStrW& Get() const { return m_text; }
-
-    private:
-        bool SetName(std::u16string_view name);
-        void FindStart(std::u16string_view name);
-
-        CStrW m_text;  // kept for its memory too
-        std::size_t m_start = 0;
-    };
-
     // Logs a link in place of the folder "Device" or of the folder above it.
     void TellSealedLinks();
     // Logs that a file is not in the payload.
@@ -110,13 +82,12 @@ private:
     [[nodiscard]] SPlaces FindPlaces(const CFilePathW& folder) const;
     // The target of a file of the present folder, as text.
     [[nodiscard]] CStrW GetTarget(const CFilePathW& path) const;
-    // `name` is `path` as text in what follows, and `last` is its last name.
+    // `name` is `path` as text in what follows.
     // Adds the item of a file, which may be a shortcut and may be deleted, and copies the file.
-    SBecame AddItem(const CFilePathW& path, const CStrW& name, std::u16string_view last,
-                    bool shortcut, bool deleted);
+    SBecame AddItem(const CFilePathW& path, const CStrW& name, bool shortcut, bool deleted);
     // These tell whether the item is new. The second one is for a file that its folder says nothing
     // of.
-    bool AddFile(const CFilePathW& path, const CStrW& name, std::u16string_view last);
+    bool AddFile(const CFilePathW& path, const CStrW& name);
     bool AddMappedFile(const CFilePathW& path, const CStrW& name);
     bool AddShortcut(const CFilePathW& path, const CStrW& name, const CStrW& target);
     // Tells of a copy that was not begun.
@@ -133,8 +104,8 @@ private:
     const CFilePathW m_packageFolder;
     platform::CFileCopier m_copier;
     bool m_hasSealedLink = false;
-    CFileText m_fileName;  // of the file that is visited
-    CFileText m_copyName;  // and of its copy
+    CStrW m_fileName;  // of the file that is visited, and of its copy; kept for their memory
+    CStrW m_copyName;
     // Of the folder whose entries are visited, from its first file on.
     std::optional<SPlaces> m_places;
 };
