@@ -51,6 +51,11 @@ bool IsFolderEmpty(const CFilePathW& folder) {
     return true;
 }
 
+// Whether a package is on a drive, as far as an entry of it tells.
+bool IsOnDrive(const CFilePathW& path) {
+    return path.GetKind() == FilePathAbsolute || path.GetKind() == FilePathDriveRelative;
+}
+
 // With ERROR_FILE_INVALID the copy is there, but its source changed while it was read.
 EReason ReasonOfCopy(int status) {
     return status == ERROR_CANT_ACCESS_FILE ? EReason::LinkNotFollowed
@@ -276,39 +281,47 @@ CFilePathW MakePayloadName(const CStrW& collapsed) {
 bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
                                           const platform::SFindData& /*data*/) {
     ShowProgress(path.ToString());
-    const bool hasDrive =
-        path.GetKind() == FilePathAbsolute || path.GetKind() == FilePathDriveRelative;
     // A folder with content is made with its files, so it needs no item. And a package on a drive
     // gives no items for folders. This must stay.
-    if (hasDrive || !IsFolderEmpty(path)) {
-        if (CRecord::IsFull()) {
-            GetRecord().Add(
-                {.thing = EThing::Folder,
-                 .reason = hasDrive ? EReason::FolderOnDrive : EReason::FolderWithContent,
-                 .source = path.ToString().View()});
-        }
-        return true;
+    const bool isOnDrive = IsOnDrive(path);
+    if (!isOnDrive && IsFolderEmpty(path)) {
+        AddFolder(path, false);
+    } else if (CRecord::IsFull()) {
+        GetRecord().Add({.thing = EThing::Folder,
+                         .reason = isOnDrive ? EReason::FolderOnDrive : EReason::FolderWithContent,
+                         .source = path.ToString().View()});
     }
+    return true;
+}
+
+// A folder that had content when it was visited, and has none left, would be lost. The others have
+// their items.
+void CCasFileTraverseManager::OnEmptyFolder(const CFilePathW& folder) {
+    if (folder.GetSegmentCount() >= m_rootDepth && !IsOnDrive(folder)) {
+        AddFolder(folder, true);
+    }
+}
+
+void CCasFileTraverseManager::AddFolder(const CFilePathW& path, bool isSeenAgain) {
     // Only the name of the stream is asked for, without the folder. So the current directory
     // answers, not the folder. This must stay.
     const bool deleted = HasMarkAlone();
     const CStrW target = MapToTarget(path).ToString();
     const char16_t* const collection = deleted ? u"DeleteFolders" : u"CreateFolders";
     EReason reason = EReason::OfAssembly;
+    bool isNew = false;
     if (m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
-        const bool isNew =
-            deleted ? m_package.Get<COrvDeleteFoldersCollection>().AddItem(target) != nullptr
-                    : m_package.Get<COrvCreateFoldersCollection>().AddItem(target) != nullptr;
+        isNew = deleted ? m_package.Get<COrvDeleteFoldersCollection>().AddItem(target) != nullptr
+                        : m_package.Get<COrvCreateFoldersCollection>().AddItem(target) != nullptr;
         reason = !isNew ? EReason::SameItem : deleted ? EReason::Deleted : EReason::Created;
     }
-    if (CRecord::IsFull()) {
+    if (CRecord::IsFull() && (isNew || !isSeenAgain)) {
         GetRecord().Add({.thing = EThing::Folder,
                          .reason = reason,
                          .source = path.ToString().View(),
                          .collection = collection,
                          .target = target});
     }
-    return true;
 }
 
 bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::SFindData& data,

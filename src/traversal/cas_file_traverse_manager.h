@@ -42,6 +42,7 @@ protected:
     void OnStart() override;
     void OnFinish() override;
     void OnFolder(const CFilePathW& /*folder*/) override { m_places.reset(); }
+    void OnEmptyFolder(const CFilePathW& folder) override;
     bool VisitFolder(const CFilePathW& path, const platform::SFindData& data) override;
     bool VisitFile(const CFilePathW& path, const platform::SFindData& data,
                    platform::CFindHandle& search) override;
@@ -82,6 +83,8 @@ private:
     [[nodiscard]] SPlaces FindPlaces(const CFilePathW& folder) const;
     // The target of a file of the present folder, as text.
     [[nodiscard]] CStrW GetTarget(const CFilePathW& path) const;
+    // Adds the item of an empty folder. One that is seen again has no second record.
+    void AddFolder(const CFilePathW& path, bool isSeenAgain);
     // `name` is `path` as text in what follows.
     // Adds the item of a file, which may be a shortcut and may be deleted, and copies the file.
     SBecame AddItem(const CFilePathW& path, const CStrW& name, bool shortcut, bool deleted);

@@ -1,7 +1,6 @@
 #include "traversal/file_traverse.h"
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 #include "platform/path_names.h"
@@ -28,33 +27,29 @@ bool SetPath(const CFilePathW& folder, const platform::SFindData& data, CFilePat
 
 }  // namespace
 
-// Enumerates the entries of the pending folders, folder by folder. The caller adds the subfolders
-// that it finds to the pending ones. `onUnread` is called for a folder whose listing fails.
+// Enumerates the entries of the pending folders of a walk, folder by folder, without "." and "..",
+// which lead back to folders that were visited. The walk adds the subfolders that it finds to the
+// pending ones.
 class CFileTraverse::CEntries {
 public:
-    using OnUnreadFolder = std::function<void(const CFilePathW& folder, int status)>;
-
-    CEntries(std::deque<CFilePathW>& pending, const CFilePathSegmentW& pattern,
-             OnUnreadFolder onUnread)
-        : m_pending(pending), m_pattern(pattern), m_onUnread(std::move(onUnread)) {}
+    explicit CEntries(CFileTraverse& walk) : m_walk(walk) {}
 
     // Goes to the next entry; false when no folder is left.
     bool Next(platform::SFindData& data) {
         // Ends: each round gives an entry, or takes one folder out of the queue.
         while (true) {
-            m_isFirst = false;
-            if (m_search.IsOpen() && IsFound(m_search.Next(data))) {
+            if (m_search.IsOpen() && Find(m_search.Next(data), data)) {
                 return true;
             }
             m_search.Close();
-            if (m_pending.empty()) {
+            if (m_walk.m_pending.empty()) {
                 return false;
             }
             // Kept until the next folder begins, because entries have only names.
-            m_folder = std::move(m_pending.front());
-            m_pending.pop_front();
-            if (IsFound(BeginSearch(m_search, m_folder, m_pattern, data))) {
-                m_isFirst = true;
+            m_folder = std::move(m_walk.m_pending.front());
+            m_walk.m_pending.pop_front();
+            m_isBegun = false;
+            if (Find(BeginSearch(m_search, m_folder, m_walk.m_pattern, data), data)) {
                 return true;
             }
             m_search.Close();
@@ -63,24 +58,30 @@ public:
 
     [[nodiscard]] const CFilePathW& GetFolder() const { return m_folder; }
     [[nodiscard]] platform::CFindHandle& GetSearch() { return m_search; }
-    // Whether the entry is the first one of its folder.
-    [[nodiscard]] bool IsFirst() const { return m_isFirst; }
 
 private:
-    bool IsFound(int status) {
-        // A folder without entries that match is no failure.
-        if (m_onUnread && status != ERROR_SUCCESS && status != ERROR_NO_MORE_FILES &&
-            status != ERROR_FILE_NOT_FOUND) {
-            m_onUnread(m_folder, status);
+    // Takes the result of a search, and goes on to what is an entry. Tells the walk of the folder
+    // before its first entry, and when it ends without one.
+    bool Find(int status, platform::SFindData& data) {
+        while (status == ERROR_SUCCESS && data.IsFolder() && IsDots(data)) {
+            status = m_search.Next(data);
+        }
+        const bool isFirst = !std::exchange(m_isBegun, true);
+        if (status == ERROR_SUCCESS) {
+            if (isFirst) {
+                m_walk.OnFolder(m_folder);
+            }
+        } else if (status != ERROR_NO_MORE_FILES && status != ERROR_FILE_NOT_FOUND) {
+            m_walk.OnUnread(m_folder, status);
+        } else if (isFirst) {
+            m_walk.OnEmptyFolder(m_folder);
         }
         return status == ERROR_SUCCESS;
     }
 
-    std::deque<CFilePathW>& m_pending;
-    const CFilePathSegmentW& m_pattern;
-    OnUnreadFolder m_onUnread;
+    CFileTraverse& m_walk;
     CFilePathW m_folder;
-    bool m_isFirst = false;
+    bool m_isBegun = false;  // whether the first answer for the folder is there
     platform::CFindHandle m_search;
 };
 
@@ -99,18 +100,10 @@ bool CFileTraverse::VisitFolder(const CFilePathW& /*path*/, const platform::SFin
 }
 
 void CFileTraverse::Run() {
-    CEntries entries(m_pending, m_pattern,
-                     [this](const CFilePathW& folder, int status) { OnUnread(folder, status); });
+    CEntries entries(*this);
     platform::SFindData data;
     CFilePathW path;  // kept for its memory
     while (!IsStopped() && entries.Next(data)) {
-        if (entries.IsFirst()) {
-            OnFolder(entries.GetFolder());
-        }
-        // "." and ".." lead back to folders that were visited.
-        if (data.IsFolder() && IsDots(data)) {
-            continue;
-        }
         if (!SetPath(entries.GetFolder(), data, path)) {
             OnRefused(entries.GetFolder(), data.name);
             continue;

@@ -35,8 +35,9 @@ protected:
     virtual bool VisitFile(const CFilePathW& path, const platform::SFindData& data,
                            platform::CFindHandle& search) = 0;
 
-    // Called before the entries of a folder are visited.
+    // Called before the entries of a folder are visited, and for a folder or root without entries.
     virtual void OnFolder(const CFilePathW& /*folder*/) {}
+    virtual void OnEmptyFolder(const CFilePathW& /*folder*/) {}
     // Called for a folder that cannot be listed to its end, and for an entry that is skipped
     // because no path can have its name.
     virtual void OnUnread(const CFilePathW& /*folder*/, int /*status*/) {}

@@ -27,8 +27,12 @@ public:
 
     std::function<bool(const std::string&)> m_goOn = [](const std::string&) { return true; };
     bool m_isFinished = false;
+    std::vector<std::string> m_empty;
 
 protected:
+    void OnEmptyFolder(const CFilePathW& folder) override {
+        m_empty.push_back(Utf8(folder.GetLastSegment().GetText()));
+    }
     void OnFinish() override { m_isFinished = true; }
     bool VisitFolder(const CFilePathW& path, const platform::SFindData&) override {
         return Note(path, "\\");
@@ -68,6 +72,16 @@ TEST_F(FileTraverseTest, VisitsAFolderWholeBeforeItsSubfolders) {
     EXPECT_EQ(visited, (std::vector<std::string>{"a", "b\\", "c", "D\\", "empty\\", "b\\1", "b\\2",
                                                  "b\\C\\", "D\\x", "b\\C\\deep"}));
     EXPECT_EQ(count, visited.size());
+    EXPECT_EQ(walk.m_empty, std::vector<std::string>{"empty"});
+}
+
+TEST_F(FileTraverseTest, TellsOfAFolderThatLosesItsContentAfterTheVisit) {
+    CNotingWalk walk(m_root);
+    walk.m_goOn = [this](const std::string& path) {
+        return path != "D\\" || std::filesystem::remove(m_folder.Path("D/x"));
+    };
+    walk.Walk();
+    EXPECT_EQ(walk.m_empty, (std::vector<std::string>{"D", "empty"}));
 }
 
 TEST_F(FileTraverseTest, LeavesOutExcludedFoldersInAnyCaseAndMissingRoots) {
