@@ -66,7 +66,7 @@ private:
     void CallLibrary();
     void CheckResult();
     [[nodiscard]] std::vector<std::u16string> FindUnsaved();
-    void TellCause();
+    void TellCause(std::size_t unwritten);
     void WriteSums();
     void Publish();
     void Fail(const std::string& problem);
@@ -252,13 +252,15 @@ void CConversion::CallLibrary() {
 // Shows what the log has, and finds out what is not whole.
 void CConversion::CheckResult() {
     m_summary = m_log.Count();
-    const std::vector<std::u16string> unsaved = FindUnsaved();
-    if (m_summary.unwritten != 0 || !m_summary.isComplete || !unsaved.empty()) {
-        TellCause();
-    }
     // Without a readable record nobody knows what is lost, so nothing is published.
     if (!m_losses.Read(m_record.GetTemporary(), platform::LocalPath(m_command.profile))) {
         m_hasFailed = true;
+    }
+    const std::vector<std::u16string> unsaved = FindUnsaved();
+    // The record may be cut off, and the log has no entries for some files.
+    const std::size_t unwritten = std::max(m_summary.unwritten, m_losses.CountUnwritten());
+    if (unwritten != 0 || !m_summary.isComplete || !unsaved.empty()) {
+        TellCause(unwritten);
     }
     // After the record, because what a loss tells too is shown only once.
     m_summary.isComplete = m_log.Show([this](std::uint64_t number) {
@@ -286,13 +288,13 @@ std::vector<std::u16string> CConversion::FindUnsaved() {
     return unsaved;
 }
 
-// A full disk fails many things. It is told first, and once.
-void CConversion::TellCause() {
+// A full disk fails many things. It is told once, before them.
+void CConversion::TellCause(std::size_t unwritten) {
     // A full disk may be what cuts off the log that should tell of it, so the disk is asked too.
     const std::error_code error = m_output.TryWriting();
-    if (m_summary.unwritten != 0) {
-        Fail("the disk of " + Quote(m_command.output) +
-             " is full: " + Count(m_summary.unwritten, "file") + " could not be written");
+    if (unwritten != 0) {
+        Fail("the disk of " + Quote(m_command.output) + " is full: " + Count(unwritten, "file") +
+             " could not be written");
     } else if (error) {
         Fail(Quote(m_command.output) + " cannot be written: " + DescribeError(error));
     }

@@ -1,5 +1,7 @@
 #include "host/losses.h"
 
+#include <algorithm>
+
 #include "host/console.h"
 #include "host/record_pattern.h"
 #include "host/record_summary.h"
@@ -80,6 +82,11 @@ void CLosses::Take(const SRecordEntry& entry, const std::filesystem::path& profi
         subject = Quote(profile);
     }
     m_losses.push_back({entry.reason, std::move(subject), std::move(path), entry.status});
+}
+
+std::size_t CLosses::CountUnwritten() const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(m_losses, [](const SLoss& loss) { return IsFullDisk(loss.status); }));
 }
 
 void CLosses::Show() const {

@@ -33,6 +33,8 @@ public:
         return m_logEntries.contains(number);
     }
 
+    // How many of them a full disk has caused, as far as they have lines.
+    [[nodiscard]] std::size_t CountUnwritten() const;
     // Shows each on stderr with its path, and for each reason what to do. What a full disk has
     // caused is left out, because that is told once.
     void Show() const;

@@ -74,18 +74,27 @@ std::filesystem::path CResultFile::FindFolder() const {
 
 // Tries what Publish does, so that a file that cannot be written is told before the work.
 bool CResultFile::CheckPlace(const std::filesystem::path& probe) const {
-    std::error_code error;
-    errno = 0;
-    const bool isPlace = std::ofstream(probe).is_open();
-    // A file that is there is opened to read and write, which leaves it unchanged.
-    const bool isFile =
-        !std::filesystem::exists(m_userPath, error) ||
-        std::fstream(m_userPath, std::ios::binary | std::ios::in | std::ios::out).is_open();
-    const std::string reason = std::strerror(errno);
-    if (isPlace && !RemoveTree(probe)) {
+    bool isMade = false;
+    bool isWritable = false;
+    std::string reason;
+    try {
+        std::error_code error;
+        errno = 0;
+        isMade = std::ofstream(probe).is_open();
+        // A file that is there is opened to read and write, which leaves it unchanged.
+        isWritable =
+            isMade &&
+            (!std::filesystem::exists(m_userPath, error) ||
+             std::fstream(m_userPath, std::ios::binary | std::ios::in | std::ios::out).is_open());
+        reason = std::strerror(errno);
+    } catch (...) {
+        RemoveTree(probe);  // a stream that gets no memory has made its file
+        throw;
+    }
+    if (isMade && !RemoveTree(probe)) {
         return ComplainOf(Quote(probe) + " cannot be removed; remove it by hand; " + m_undone);
     }
-    return (isPlace && isFile) || ComplainOf(reason + "; " + m_undone);
+    return isWritable || ComplainOf(reason + "; " + m_undone);
 }
 
 bool CResultFile::Publish(bool isEmptied) {

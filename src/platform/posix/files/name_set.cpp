@@ -234,25 +234,29 @@ void CNameSet::Add(std::string_view name, EEntryKind kind) {
 // same name after that.
 CNameSet::SPlace CNameSet::Split(SPlace place) {
     constexpr std::size_t kHalf = kMaxBlock / 2;
-    const auto block = m_blocks.begin() + static_cast<std::ptrdiff_t>(place.block);
-    Block second(block->begin() + kHalf, block->end());
-    block->resize(kHalf);
-    m_blocks.insert(block + 1, std::move(second));
+    const Block& first = m_blocks[place.block];
+    Block second(first.begin() + kHalf, first.end());
+    // The first half is cut only when the second one is in its place, which may fail.
+    m_blocks.insert(m_blocks.begin() + static_cast<std::ptrdiff_t>(place.block) + 1,
+                    std::move(second));
+    m_blocks[place.block].resize(kHalf);
     return place.index < kHalf ? place : SPlace{place.block + 1, place.index - kHalf};
 }
 
 // Inserts a name before the one at `place`.
 void CNameSet::Insert(SPlace place, const SStored& name) {
     // At the end it goes to the last block if that has room.
-    if (IsEnd(place) && (m_blocks.empty() || m_blocks.back().size() == kMaxBlock)) {
-        m_blocks.emplace_back();
-    } else if (IsEnd(place)) {
+    if (IsEnd(place) && !m_blocks.empty() && m_blocks.back().size() < kMaxBlock) {
         place = {m_blocks.size() - 1, m_blocks.back().size()};
-    } else if (m_blocks[place.block].size() == kMaxBlock) {
+    } else if (!IsEnd(place) && m_blocks[place.block].size() == kMaxBlock) {
         place = Split(place);
     }
-    Block& block = m_blocks[place.block];
-    block.insert(block.begin() + static_cast<std::ptrdiff_t>(place.index), name);
+    if (IsEnd(place)) {
+        m_blocks.push_back({name});  // no block is empty, not even when memory ends
+    } else {
+        Block& block = m_blocks[place.block];
+        block.insert(block.begin() + static_cast<std::ptrdiff_t>(place.index), name);
+    }
     ++m_count;
     m_passed = {m_blocks.size()};
 }
