@@ -38,7 +38,7 @@ CALLS = """any, read EIO EINTR short, write EIO ENOSPC EINTR short, copy EIO ENO
 CALLS = {words.split()[0]: words.split()[1:] for words in CALLS.split(",")}
 MOUNTS = {"size": range(40_000, 1_240_000, 60_000), "nr_inodes": range(4, 64, 6)}
 LIMITS = {"nofile": [*range(3, 40, 3), 64], "fsize": [0, 1, 500, 3000, 10_000, 100_000],
-          "as": range(40 << 20, 240 << 20, 10 << 20)}
+          "as": range(40 << 20, 240 << 20, 10 << 20), "nproc": range(1, 5)}
 # What the package has besides: files by their sizes.
 FILES = {"zither.exe": 2000, "tuner.exe": 5, "large.dat": 150_000, "empty.dat": 0, "holes.dat": 3,
          "streamed.dat": 4, "marked.dat": 0, "../../../D/Songs/prelude.txt": 2,
@@ -125,6 +125,9 @@ class Harness:
                  "ORV_FAULT_COUNTS": counts, "LD_PRELOAD": self.options.library.resolve()}
         if case.what in LIMITS:
             fault = {}
+            if case.what == "nproc" and os.geteuid() == 0:  # who has no such limit
+                command = ["setpriv", "--reuid=65534", "--inh-caps=+dac_override",
+                           "--ambient-caps=+dac_override", "--", *command]
             command = ["timeout", "20", "prlimit", f"--{case.what}={case.first}", *command]
         pipes = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
         with subprocess.Popen(command, cwd=work, env={**os.environ, **fault}, **pipes) as process:
@@ -221,8 +224,9 @@ class Harness:
         after = self.run(NO_FAULT, work.with_name("after"), package)
         if result.status != 0:
             return None if result.status in (1, 3) and result.err else "does not tell", result
-        is_before = of_targets(result.state) == of_targets(self.wanted["fresh"].state)
-        return None if is_before else self.judge(result, wanted=after), result
+        made, before = of_targets(result.state), of_targets(self.wanted["fresh"].state)
+        is_whole = made in (before, of_targets(after.state))
+        return None if is_whole else self.judge(result, wanted=after), result
 
     def change(self, pick, path, work):
         kind = pick.choice(["grow", "shrink", "vanish", "link", "folder"])
