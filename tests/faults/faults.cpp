@@ -189,6 +189,7 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     return g_isOn && Hits(Thread) ? g_fault.action : create(thread, attributes, body, argument);
 }
 
+#ifndef __SANITIZE_ADDRESS__  // which allocates by itself
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* memory, size_t size);
@@ -220,5 +221,6 @@ void* calloc(size_t count, size_t size) noexcept {
 void* realloc(void* memory, size_t size) noexcept {
     return IsAllocated(__builtin_return_address(0)) ? __libc_realloc(memory, size) : nullptr;
 }
+#endif
 
 }  // extern "C"
