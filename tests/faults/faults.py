@@ -201,8 +201,9 @@ class Harness:
             result = self.run(case, work)
             if (case.what, str(case.first)) == ("nofile", "64") and result.status != 0:
                 return "needs more than 64 descriptors", result
-            # With 127 the loader has ended before the program began.
-            return None if result.status == 127 else self.judge(result, case.start), result
+            # With 126 and 127 the program has not begun.
+            is_begun = result.status not in (126, 127)
+            return self.judge(result, case.start) if is_begun else None, result
         work.mkdir()
         mount = ["mount", "-t", "tmpfs", "-o", f"{case.what}={case.first}", "none", work]
         if subprocess.run(mount, capture_output=True, check=False).returncode != 0:
