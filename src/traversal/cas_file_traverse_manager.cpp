@@ -305,7 +305,10 @@ void CCasFileTraverseManager::OnEmptyFolder(const CFilePathW& folder) {
 void CCasFileTraverseManager::AddFolder(const CFilePathW& path, bool isSeenAgain) {
     // Only the name of the stream is asked for, without the folder. So the current directory
     // answers, not the folder. This must stay.
-    const bool deleted = HasMarkAlone();
+    if (!m_hasMarkAlone) {
+        m_hasMarkAlone = HasMarkAlone();
+    }
+    const bool deleted = *m_hasMarkAlone;
     const CStrW target = MapToTarget(path).ToString();
     const char16_t* const collection = deleted ? u"DeleteFolders" : u"CreateFolders";
     EReason reason = EReason::OfAssembly;

@@ -107,6 +107,8 @@ private:
     const CFilePathW m_packageFolder;
     platform::CFileCopier m_copier;
     bool m_hasSealedLink = false;
+    // Asked for the first empty folder only. That saves a fifth where 50,000 folders are empty.
+    std::optional<bool> m_hasMarkAlone;
     CStrW m_fileName;  // of the file that is visited, and of its copy; kept for their memory
     CStrW m_copyName;
     // Of the folder whose entries are visited, from its first file on.
