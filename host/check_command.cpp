@@ -1,5 +1,6 @@
 #include "host/check_command.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -124,6 +125,9 @@ int RunCheck(const SCommand& command, CJsonWriter& json) {
     if (!log.Show([&losses](std::uint64_t number) { return losses.TellsLogEntry(number); })) {
         Complain("errors and warnings may be missing, since the log cannot be read to its end");
         isKnown = false;
+    }
+    if (const std::size_t unwritten = std::max(summary.unwritten, losses.CountUnwritten())) {
+        Complain("the disk is full: " + Count(unwritten, "thing") + " could not be checked");
     }
     losses.Show();
     if (result.status != 0) {

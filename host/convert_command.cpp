@@ -259,7 +259,7 @@ void CConversion::CheckResult() {
     const std::vector<std::u16string> unsaved = FindUnsaved();
     // The record may be cut off, and the log has no entries for some files.
     const std::size_t unwritten = std::max(m_summary.unwritten, m_losses.CountUnwritten());
-    if (unwritten != 0 || !m_summary.isComplete || !unsaved.empty()) {
+    if (unwritten != 0 || !m_summary.isComplete || !m_losses.IsComplete() || !unsaved.empty()) {
         TellCause(unwritten);
     }
     // After the record, because what a loss tells too is shown only once.
@@ -288,7 +288,7 @@ std::vector<std::u16string> CConversion::FindUnsaved() {
     return unsaved;
 }
 
-// A full disk fails many things. It is told once, before them.
+// A full disk fails many things. It is told once, before all of them.
 void CConversion::TellCause(std::size_t unwritten) {
     // A full disk may be what cuts off the log that should tell of it, so the disk is asked too.
     const std::error_code error = m_output.TryWriting();

@@ -31,11 +31,6 @@ std::string SubjectOf(const SRecordEntry& entry, const std::u16string& path) {
     return entry.thing;
 }
 
-// A status in the record is a Windows error number or an HRESULT.
-bool IsFullDisk(std::int64_t status) {
-    return status == ERROR_DISK_FULL || status == HresultFromError(ERROR_DISK_FULL);
-}
-
 }  // namespace
 
 bool CLosses::Read(const std::filesystem::path& record, const std::filesystem::path& profile) {
@@ -43,15 +38,14 @@ bool CLosses::Read(const std::filesystem::path& record, const std::filesystem::p
         ReadRecord(record, m_head, [&](const SRecordEntry& entry) { Take(entry, profile); });
     // The library has returned. A record that still says "running" was never completed, so losses
     // may be missing in it.
-    if (!problem.empty() || m_head.state == "running") {
-        Complain("whether the result is whole is not known: " +
-                 (problem.empty() ? "the record was not completed" : problem));
-        return false;
+    const bool isKnown = problem.empty() && m_head.state != "running";
+    if (!isKnown) {
+        m_problem = "whether the result is whole is not known: " +
+                    (problem.empty() ? "the record was not completed" : problem);
+    } else if (m_head.state != "whole") {
+        m_problem = "the record could not be written to its end; what was lost may not be told";
     }
-    if (m_head.state != "whole") {
-        Complain("the record could not be written to its end; what was lost may not be told");
-    }
-    return true;
+    return isKnown;
 }
 
 void CLosses::Take(const SRecordEntry& entry, const std::filesystem::path& profile) {
@@ -90,6 +84,9 @@ std::size_t CLosses::CountUnwritten() const {
 }
 
 void CLosses::Show() const {
+    if (!m_problem.empty()) {
+        Complain(m_problem);
+    }
     std::map<const SReason*, std::size_t> counts;
     for (const SLoss& loss : m_losses) {
         const SReason* const reason = FindReason(loss.reason);

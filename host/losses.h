@@ -17,8 +17,8 @@ namespace host {
 // the record.
 class CLosses {
 public:
-    // Reads a record. False, with the reason on stderr, when it does not tell whether the result is
-    // whole. `profile` is the place of lines that name none.
+    // Reads a record. False when it does not tell whether the result is whole; Show has the reason.
+    // `profile` is the place of lines that name none.
     [[nodiscard]] bool Read(const std::filesystem::path& record,
                             const std::filesystem::path& profile);
 
@@ -33,10 +33,12 @@ public:
         return m_logEntries.contains(number);
     }
 
-    // How many of them a full disk has caused, as far as they have lines.
+    // Whether all losses have lines.
+    [[nodiscard]] bool IsComplete() const { return m_problem.empty(); }
+    // How many losses a full disk has caused, as far as they have lines.
     [[nodiscard]] std::size_t CountUnwritten() const;
-    // Shows each on stderr with its path, and for each reason what to do. What a full disk has
-    // caused is left out, because that is told once.
+    // Shows what is wrong with the record, each loss with its path, and for each reason what to do,
+    // on stderr. What a full disk has caused is left out, because that is told once.
     void Show() const;
 
     // How many things of a target were left out for which reason. Only from a full record.
@@ -56,6 +58,7 @@ private:
     };
 
     SRecordHead m_head;
+    std::string m_problem;  // of the record; empty for none
     CLocalNames m_localNames;
     std::vector<SLoss> m_losses;
     std::set<std::uint64_t> m_logEntries;

@@ -87,7 +87,7 @@ bool CResultFile::CheckPlace(const std::filesystem::path& probe) const {
             (!std::filesystem::exists(m_userPath, error) ||
              std::fstream(m_userPath, std::ios::binary | std::ios::in | std::ios::out).is_open());
         reason = std::strerror(errno);
-    } catch (...) {
+    } catch (const std::bad_alloc&) {
         RemoveTree(probe);  // a stream that gets no memory has made its file
         throw;
     }

@@ -1,5 +1,6 @@
 #include "host/status_text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -12,6 +13,9 @@
 namespace host {
 
 namespace {
+
+constexpr int kHandleDiskFull = 39;  // the Windows number ERROR_HANDLE_DISK_FULL
+constexpr int kFullDisk[] = {ERROR_DISK_FULL, kHandleDiskFull, ERROR_DISK_QUOTA_EXCEEDED};
 
 std::string FormatNumber(std::uint32_t status) {
     // An HRESULT of a failure has the highest bit set, and is known by its hexadecimal form.
@@ -94,15 +98,18 @@ std::string DescribeError(const std::error_code& error) {
     return words.empty() ? error.message() : Printable(words);
 }
 
+bool IsFullDisk(std::int64_t status) {
+    return std::ranges::any_of(kFullDisk, [status](int full) {
+        return status == full || status == HresultFromError(full);
+    });
+}
+
 bool TellsFullDisk(std::u16string_view entry) {
-    // The Windows number ERROR_HANDLE_DISK_FULL.
-    constexpr std::uint32_t kHandleDiskFull = 39;
     while (entry.ends_with(u' ')) {
         entry.remove_suffix(1);
     }
-    for (const std::uint32_t status : {std::uint32_t{ERROR_DISK_FULL}, kHandleDiskFull,
-                                       std::uint32_t{ERROR_DISK_QUOTA_EXCEEDED}}) {
-        const std::u16string words = GetWords(status);
+    for (const int status : kFullDisk) {
+        const std::u16string words = GetWords(static_cast<std::uint32_t>(status));
         // The log has the words of a status, but not its number.
         if (!words.empty() && entry.ends_with(words)) {
             return true;

@@ -21,6 +21,9 @@ namespace host {
 // The words for an error of this system.
 [[nodiscard]] std::string DescribeError(const std::error_code& error);
 
+// Whether a status, a Windows error number or an HRESULT, says that a disk is full.
+[[nodiscard]] bool IsFullDisk(std::int64_t status);
+
 // Whether an entry of the log, which ends in the words for a status, is about a full disk.
 [[nodiscard]] bool TellsFullDisk(std::u16string_view entry);
 
