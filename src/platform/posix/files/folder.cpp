@@ -165,12 +165,13 @@ const CNameSet* CFolder::GetNames() {
         // the names are read again. The other order would miss it.
         m_stamp = SFolderStamp(info);
         m_isRecent = IsRecent(info.st_ctim);
-        m_names = std::make_unique<CNameSet>();
-        if (const int error = m_names->Read(m_folder.Get())) {
-            m_names.reset();
+        m_names.reset();
+        auto names = std::make_unique<CNameSet>();
+        if (const int error = names->Read(m_folder.Get())) {
             errno = error;
             return nullptr;
         }
+        m_names = std::move(names);
     }
     return m_names.get();
 }
@@ -206,11 +207,11 @@ void CFolder::NoteRemoved(const std::string& name) {
 }
 
 void CFolder::BeginAdding(const std::string& name, EEntryKind kind) {
-    ++m_additions;
     if (m_names) {
         m_names->Add(name, kind);
         m_isRecent = false;
     }
+    ++m_additions;
 }
 
 void CFolder::EndAdding(const std::string& name, bool isThere) {

@@ -245,6 +245,7 @@ CNameSet::SPlace CNameSet::Split(SPlace place) {
 
 // Inserts a name before the one at `place`.
 void CNameSet::Insert(SPlace place, const SStored& name) {
+    m_passed = {};  // a place that stays valid whatever fails
     // At the end it goes to the last block if that has room.
     if (IsEnd(place) && !m_blocks.empty() && m_blocks.back().size() < kMaxBlock) {
         place = {m_blocks.size() - 1, m_blocks.back().size()};
@@ -258,7 +259,6 @@ void CNameSet::Insert(SPlace place, const SStored& name) {
         block.insert(block.begin() + static_cast<std::ptrdiff_t>(place.index), name);
     }
     ++m_count;
-    m_passed = {m_blocks.size()};
 }
 
 void CNameSet::Remove(std::string_view name) {
