@@ -79,8 +79,12 @@ CAssemblyProcessor::CAssemblyProcessor()
       m_componentsKey(uR"(HKEY_LOCAL_MACHINE\COMPONENTS)"),
       m_isVistaOrLater(platform::GetSystemVersion().major >= 6) {}
 
+bool CAssemblyProcessor::TakesFile(const CFilePathW& path) const {
+    return StartsWith(path, m_winSxSPath);
+}
+
 bool CAssemblyProcessor::CheckFile(const CFilePathW& path, std::uint32_t mode) {
-    if (!StartsWith(path, m_winSxSPath)) {
+    if (!TakesFile(path)) {
         return true;
     }
     // A deleted entry is claimed, but nothing is kept of it.

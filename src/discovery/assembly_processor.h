@@ -33,6 +33,8 @@ public:
 
     // Whether the file stage keeps a file; otherwise it is claimed.
     [[nodiscard]] bool CheckFile(const CFilePathW& path, std::uint32_t mode);
+    // False when CheckFile keeps what has this path.
+    [[nodiscard]] bool TakesFile(const CFilePathW& path) const;
     // Whether the registry stage keeps a value; otherwise it is claimed. `key` is the path of the
     // walk, in the mounted hive.
     [[nodiscard]] bool CheckValue(const CRegPathW& key, const CStrW& name, std::uint32_t mode);

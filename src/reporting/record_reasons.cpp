@@ -75,7 +75,7 @@ constexpr SReason kReasons[] = {
      "It is a symbolic link, and links within a package are not followed.",
      "Put what it leads to in its place, and convert again."},
     {"mark-unknown", Failed, Loss,
-     "The system does not tell whether the file is marked as deleted.",
+     "The system does not tell whether it is marked as deleted.",
      "See whether the disk is well; then convert again."},
     {"shortcut-failed", Failed, Loss, "The shortcut cannot be read.",
      "See whether the file is a shortcut; capture it again."},

@@ -26,12 +26,6 @@ public:
     CApartmentEnd& operator=(const CApartmentEnd&) = delete;
 };
 
-// Whether the current directory has a mark as a file of its own.
-bool HasMarkAlone() {
-    platform::SFindData found;
-    return platform::FindEntry(kDeleteMarker, found) == ERROR_SUCCESS && !found.IsFolder();
-}
-
 // Whether a folder contains nothing, or only the placeholder. False for a folder that cannot be
 // listed.
 bool IsFolderEmpty(const CFilePathW& folder) {
@@ -48,7 +42,7 @@ bool IsFolderEmpty(const CFilePathW& folder) {
         }
         status = search.Next(data);
     }
-    return true;
+    return status == ERROR_NO_MORE_FILES;
 }
 
 // Whether a package is on a drive, as far as an entry of it tells.
@@ -285,7 +279,8 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     // gives no items for folders. This must stay.
     const bool isOnDrive = IsOnDrive(path);
     if (!isOnDrive && IsFolderEmpty(path)) {
-        AddFolder(path, false);
+        // Without an answer it is asked again when the folder is listed.
+        static_cast<void>(AddFolder(path));
     } else if (CRecord::IsFull()) {
         GetRecord().Add({.thing = EThing::Folder,
                          .reason = isOnDrive ? EReason::FolderOnDrive : EReason::FolderWithContent,
@@ -294,37 +289,61 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     return true;
 }
 
-// A folder that had content when it was visited, and has none left, would be lost. The others have
-// their items.
 void CCasFileTraverseManager::OnEmptyFolder(const CFilePathW& folder) {
-    if (folder.GetSegmentCount() >= m_rootDepth && !IsOnDrive(folder)) {
-        AddFolder(folder, true);
+    if (LacksItem(folder)) {
+        AddLateFolder(folder);
     }
 }
 
-void CCasFileTraverseManager::AddFolder(const CFilePathW& path, bool isSeenAgain) {
-    // Only the name of the stream is asked for, without the folder. So the current directory
-    // answers, not the folder. This must stay.
+bool CCasFileTraverseManager::LacksItem(const CFilePathW& folder) const {
+    if (folder.GetSegmentCount() < m_rootDepth || IsOnDrive(folder) ||
+        m_assemblyProcessor.TakesFile(folder)) {
+        return false;
+    }
+    const CStrW target = MapToTarget(folder).ToString();
+    const auto& created = m_package.Get<COrvCreateFoldersCollection>();
+    const auto& deleted = m_package.Get<COrvDeleteFoldersCollection>();
+    return created.Find(COrvCreateFolder({target})) == nullptr &&
+           deleted.Find(COrvDeleteFolder({target})) == nullptr;
+}
+
+void CCasFileTraverseManager::AddLateFolder(const CFilePathW& folder) {
+    if (const int status = AddFolder(folder)) {
+        GetRecord().Add({.thing = EThing::Folder,
+                         .reason = EReason::MarkUnknown,
+                         .source = folder.ToString().View(),
+                         .status = status});
+    }
+}
+
+int CCasFileTraverseManager::AddFolder(const CFilePathW& path) {
     if (!m_hasMarkAlone) {
-        m_hasMarkAlone = HasMarkAlone();
+        // Only the name of the stream is asked for, without the folder. So the current directory
+        // answers, not the folder. This must stay.
+        platform::SFindData found;
+        const int status = platform::FindEntry(kDeleteMarker, found);
+        if (status == ERROR_READ_FAULT) {
+            return status;
+        }
+        m_hasMarkAlone = status == ERROR_SUCCESS && !found.IsFolder();
     }
     const bool deleted = *m_hasMarkAlone;
     const CStrW target = MapToTarget(path).ToString();
-    const char16_t* const collection = deleted ? u"DeleteFolders" : u"CreateFolders";
     EReason reason = EReason::OfAssembly;
-    bool isNew = false;
     if (m_assemblyProcessor.CheckFile(path, deleted ? kModeDelete : kModeCreate)) {
-        isNew = deleted ? m_package.Get<COrvDeleteFoldersCollection>().AddItem(target) != nullptr
-                        : m_package.Get<COrvCreateFoldersCollection>().AddItem(target) != nullptr;
+        const bool isNew =
+            deleted ? m_package.Get<COrvDeleteFoldersCollection>().AddItem(target) != nullptr
+                    : m_package.Get<COrvCreateFoldersCollection>().AddItem(target) != nullptr;
         reason = !isNew ? EReason::SameItem : deleted ? EReason::Deleted : EReason::Created;
     }
-    if (CRecord::IsFull() && (isNew || !isSeenAgain)) {
+    if (CRecord::IsFull()) {
         GetRecord().Add({.thing = EThing::Folder,
                          .reason = reason,
                          .source = path.ToString().View(),
-                         .collection = collection,
+                         .collection = deleted ? u"DeleteFolders" : u"CreateFolders",
                          .target = target});
     }
+    return ERROR_SUCCESS;
 }
 
 bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::SFindData& data,
@@ -335,6 +354,10 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::
     const std::u16string_view last = data.name;
     if (EqualsNoCase(last, kPlaceholder)) {
         GetRecord().Add({.thing = EThing::File, .reason = EReason::Placeholder, .source = name});
+        const CFilePathW folder = path.GetParent();
+        if (LacksItem(folder) && IsFolderEmpty(folder)) {
+            AddLateFolder(folder);
+        }
         return true;
     }
     bool deleted = false;

@@ -83,8 +83,14 @@ private:
     [[nodiscard]] SPlaces FindPlaces(const CFilePathW& folder) const;
     // The target of a file of the present folder, as text.
     [[nodiscard]] CStrW GetTarget(const CFilePathW& path) const;
-    // Adds the item of an empty folder. One that is seen again has no second record.
-    void AddFolder(const CFilePathW& path, bool isSeenAgain);
+    // Adds the item of an empty folder. ERROR_READ_FAULT, and no item, when the system does not
+    // tell whether it is to be deleted.
+    [[nodiscard]] int AddFolder(const CFilePathW& path);
+    // Whether a folder, if it is empty, should have an item and has none. It had content when it
+    // was visited, or could not be listed then.
+    [[nodiscard]] bool LacksItem(const CFilePathW& folder) const;
+    // Adds that item, or tells that the folder is lost.
+    void AddLateFolder(const CFilePathW& folder);
     // `name` is `path` as text in what follows.
     // Adds the item of a file, which may be a shortcut and may be deleted, and copies the file.
     SBecame AddItem(const CFilePathW& path, const CStrW& name, bool shortcut, bool deleted);
@@ -107,7 +113,11 @@ private:
     const CFilePathW m_packageFolder;
     platform::CFileCopier m_copier;
     bool m_hasSealedLink = false;
-    // Asked for the first empty folder only. That saves a fifth where 50,000 folders are empty.
+    // Whether the current directory has a mark as a file of its own.
+    //
+    // INVARIANT: asked for the first empty folder; what answers is the same for all.
+    // Threads: the walk's.
+    // Gain: a fifth of the time of a conversion with 50,000 empty folders.
     std::optional<bool> m_hasMarkAlone;
     CStrW m_fileName;  // of the file that is visited, and of its copy; kept for their memory
     CStrW m_copyName;

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <regex>
 #include <sstream>
+#include <utility>
 
 #include "host/manifest_check.h"
 #include "platform/com.h"
@@ -18,6 +19,7 @@ namespace {
 constexpr const char* kMachineVariable = "ORVCASCONV_MACHINE";
 
 std::vector<std::string> g_progress;
+std::function<void(const std::string& line)> g_onProgress;
 
 std::uint32_t Note(const OrvProgress* root) {
     std::string line;
@@ -27,6 +29,9 @@ std::uint32_t Note(const OrvProgress* root) {
             Utf8({reinterpret_cast<const char16_t*>(level->message), level->messageLength}) + "|";
     }
     g_progress.push_back(line);
+    if (g_onProgress) {
+        g_onProgress(line);
+    }
     return 0;
 }
 
@@ -109,15 +114,16 @@ void ConversionTest::UseMachineFile(const std::string& file) {
     static_cast<void>(platform::LoadMachine(problem));
 }
 
-std::uint32_t ConversionTest::ConvertFile(std::string_view profile) {
+std::uint32_t ConversionTest::ConvertNamed(const std::u16string& profile) {
     KeepPackage(m_folder);
     g_progress.clear();
+    g_onProgress = std::exchange(m_onProgress, {});
     m_guids.clear();
     GUID* guids = nullptr;
     std::uint32_t count = 0;
-    const std::uint32_t status = CasToOrvW(
-        HostText(m_folder.Name(profile)).c_str(), HostText(m_folder.Name("out/app.orv")).c_str(),
-        HostText(m_folder.Name("log.html")).c_str(), &guids, &count, &Note);
+    const std::uint32_t status =
+        CasToOrvW(HostText(profile).c_str(), HostText(m_folder.Name("out/app.orv")).c_str(),
+                  HostText(m_folder.Name("log.html")).c_str(), &guids, &count, &Note);
     EXPECT_EQ(guids == nullptr, count == 0);
     for (std::uint32_t i = 0; i < count; ++i) {
         m_guids.push_back(Utf8(platform::GuidToText(guids[i])));

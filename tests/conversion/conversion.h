@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -62,7 +63,11 @@ protected:
         return Convert(CTestPackage().Target(std::move(target)));
     }
     // Converts the file at `profile`, a path below the folder.
-    std::uint32_t ConvertFile(std::string_view profile = "package/App.profile");
+    std::uint32_t ConvertFile(std::string_view profile = "package/App.profile") {
+        return ConvertNamed(m_folder.Name(profile));
+    }
+    // The same by its name for the library, which may be one that the described machine has.
+    std::uint32_t ConvertNamed(const std::u16string& profile);
 
     [[nodiscard]] std::string Manifest(const std::string& guid = kGuid) const {
         return ReadManifestFile(m_folder.ReadFile("out/" + guid + "/app.orv"));
@@ -89,6 +94,8 @@ protected:
     std::vector<std::string> m_guids;
     std::vector<std::string> m_logLines;
     std::vector<std::string> m_progress;
+    // Called with each notification while the next conversion goes on.
+    std::function<void(const std::string& line)> m_onProgress;
 
 private:
     void ReadLog();

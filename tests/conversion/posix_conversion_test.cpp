@@ -49,6 +49,33 @@ TEST_F(PosixConversionTest, WhatCannotBeReadIsLoggedAndTheWalkGoesOn) {
                     Line(kCopy, "pipe' from CAS package.  ")));
 }
 
+// Only a package on a share has items for its folders.
+TEST_F(PosixConversionTest, AFolderThatLosesItsFilesMeanwhileIsAnEmptyOne) {
+    const std::filesystem::path drive = m_folder.Path(kDevice + "C");
+    UseMachine("[shares]\n'\\\\server\\share' = '" + m_folder.Path("package").string() + "'\n");
+    Write(CTestPackage().Target(TestTarget()
+                                    .File("C/a/lost.txt", "a")
+                                    .File("C/b/lost.txt", "b")
+                                    .Placeholder("C/b")
+                                    .Placeholder("C/c")
+                                    .File("C/d/kept.txt", "d")));
+    std::filesystem::create_directory(drive / "e");
+    m_onProgress = [&drive](const std::string& line) {
+        if (line.ends_with("\\C\\d|")) {
+            std::filesystem::remove(drive / "a/lost.txt");
+            std::filesystem::remove(drive / "b/lost.txt");
+        }
+    };
+    ASSERT_EQ(ConvertNamed(uR"(\\server\share\App.profile)"), 0U);
+    EXPECT_EQ(Payload(), Files{"SystemDrive/d/kept.txt"});
+    for (const char* name : {"a", "b", "c", "e"}) {
+        EXPECT_TRUE(Holds("CreateFolders", R"(Target="%SystemDrive%\)" + std::string(name) + '"'))
+            << name;
+    }
+    const std::string folders = Collection("CreateFolders");
+    EXPECT_EQ(std::ranges::count(folders, '"'), 8) << folders;
+}
+
 TEST_F(PosixConversionTest, ALinkThatHidesTheCapturedFilesIsTold) {
     const std::string device = kDevice.substr(0, kDevice.size() - 1);
     for (const std::string& link : {device, device.substr(0, device.rfind('/'))}) {
