@@ -42,6 +42,15 @@ async function waitForText(selector, text) {
         {}, selector, text);
 }
 
+// Clicks when the element stays where it is, since rows that come later move what is below them.
+async function click(selector) {
+    await page.waitForFunction((one) => {
+        const { top } = document.querySelector(one).getBoundingClientRect();
+        return top === window.formerTop || void (window.formerTop = top);
+    }, { polling: "raf" }, selector);
+    await page.click(selector);
+}
+
 async function search(term, { kind = "", outcome = "" } = {}) {
     await page.evaluate((...values) => {
         ["term", "kind", "outcome"].forEach((id, at) => (document.getElementById(id).value = values[at]));
@@ -155,7 +164,7 @@ describe("a package", () => {
         await waitForText(".group .opening[open] .row", "HKEY_LOCAL_MACHINE\\SOFTWARE\\");
         const shown = await page.$eval(".group .opening[open] .rows", (list) => list.querySelector(".row").getAttribute("aria-setsize"));
         assert.equal(shown, "14");
-        await page.click("[aria-label=Rules] .row:nth-child(2)");
+        await click("[aria-label=Rules] .row:nth-child(2)");
         await waitForText("section .opening[open] .says", "<img src=x onerror=alert(1)>*");
         await waitForText("section > div > .opening[open] .row", "</script><img");
         await waitForText("section > p", "and 1,500 keys by other rules");
