@@ -290,8 +290,14 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
 }
 
 void CCasFileTraverseManager::OnEmptyFolder(const CFilePathW& folder) {
-    if (LacksItem(folder)) {
-        AddLateFolder(folder);
+    if (!LacksItem(folder)) {
+        return;
+    }
+    if (const int status = AddFolder(folder)) {
+        GetRecord().Add({.thing = EThing::Folder,
+                         .reason = EReason::MarkUnknown,
+                         .source = folder.ToString().View(),
+                         .status = status});
     }
 }
 
@@ -305,15 +311,6 @@ bool CCasFileTraverseManager::LacksItem(const CFilePathW& folder) const {
     const auto& deleted = m_package.Get<COrvDeleteFoldersCollection>();
     return created.Find(COrvCreateFolder({target})) == nullptr &&
            deleted.Find(COrvDeleteFolder({target})) == nullptr;
-}
-
-void CCasFileTraverseManager::AddLateFolder(const CFilePathW& folder) {
-    if (const int status = AddFolder(folder)) {
-        GetRecord().Add({.thing = EThing::Folder,
-                         .reason = EReason::MarkUnknown,
-                         .source = folder.ToString().View(),
-                         .status = status});
-    }
 }
 
 int CCasFileTraverseManager::AddFolder(const CFilePathW& path) {
@@ -355,8 +352,8 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::
     if (EqualsNoCase(last, kPlaceholder)) {
         GetRecord().Add({.thing = EThing::File, .reason = EReason::Placeholder, .source = name});
         const CFilePathW folder = path.GetParent();
-        if (LacksItem(folder) && IsFolderEmpty(folder)) {
-            AddLateFolder(folder);
+        if (!IsOnDrive(folder) && IsFolderEmpty(folder)) {
+            OnEmptyFolder(folder);
         }
         return true;
     }

@@ -89,8 +89,6 @@ private:
     // Whether a folder, if it is empty, should have an item and has none. It had content when it
     // was visited, or could not be listed then.
     [[nodiscard]] bool LacksItem(const CFilePathW& folder) const;
-    // Adds that item, or tells that the folder is lost.
-    void AddLateFolder(const CFilePathW& folder);
     // `name` is `path` as text in what follows.
     // Adds the item of a file, which may be a shortcut and may be deleted, and copies the file.
     SBecame AddItem(const CFilePathW& path, const CStrW& name, bool shortcut, bool deleted);

@@ -38,7 +38,7 @@ public:
     bool Next(platform::SFindData& data) {
         // Ends: each round gives an entry, or takes one folder out of the queue.
         while (true) {
-            if (m_search.IsOpen() && Find(m_search.Next(data), data)) {
+            if (m_search.IsOpen() && GoToEntry(m_search.Next(data), data)) {
                 return true;
             }
             m_search.Close();
@@ -49,7 +49,7 @@ public:
             m_folder = std::move(m_walk.m_pending.front());
             m_walk.m_pending.pop_front();
             m_isBegun = false;
-            if (Find(BeginSearch(m_search, m_folder, m_walk.m_pattern, data), data)) {
+            if (GoToEntry(BeginSearch(m_search, m_folder, m_walk.m_pattern, data), data)) {
                 return true;
             }
             m_search.Close();
@@ -60,9 +60,9 @@ public:
     [[nodiscard]] platform::CFindHandle& GetSearch() { return m_search; }
 
 private:
-    // Takes the result of a search, and goes on to what is an entry. Tells the walk of the folder
-    // before its first entry, and when it ends without one.
-    bool Find(int status, platform::SFindData& data) {
+    // Goes on from the answer of a search to what is an entry; false when there is none. Tells the
+    // walk of the folder before its first entry, and when it ends without one.
+    bool GoToEntry(int status, platform::SFindData& data) {
         while (status == ERROR_SUCCESS && data.IsFolder() && IsDots(data)) {
             status = m_search.Next(data);
         }

@@ -35,8 +35,8 @@ protected:
     virtual bool VisitFile(const CFilePathW& path, const platform::SFindData& data,
                            platform::CFindHandle& search) = 0;
 
-    // Called before the entries of a folder are visited, and for a folder or root without
-    // entries that match.
+    // The first is called before the entries of a folder or root are visited, the second when there
+    // are none that match.
     virtual void OnFolder(const CFilePathW& /*folder*/) {}
     virtual void OnEmptyFolder(const CFilePathW& /*folder*/) {}
     // Called for a folder that cannot be listed to its end, and for an entry that is skipped
