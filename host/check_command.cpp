@@ -1,6 +1,5 @@
 #include "host/check_command.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -122,12 +121,11 @@ int RunCheck(const SCommand& command, CJsonWriter& json) {
     bool isKnown = losses.Read(call.record, platform::LocalPath(command.profile));
     // After the record, because what a loss tells too is shown only once.
     const SLogSummary summary = log.Count();
-    if (!log.Show([&losses](std::uint64_t number) { return losses.TellsLogEntry(number); })) {
+    if (!log.Show([&losses](std::uint64_t number, std::u16string_view /*text*/) {
+            return losses.TellsLogEntry(number);
+        })) {
         Complain("errors and warnings may be missing, since the log cannot be read to its end");
         isKnown = false;
-    }
-    if (const std::size_t unwritten = std::max(summary.unwritten, losses.CountUnwritten())) {
-        Complain("the disk is full: " + Count(unwritten, "thing") + " could not be checked");
     }
     losses.Show();
     if (result.status != 0) {

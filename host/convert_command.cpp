@@ -263,10 +263,10 @@ void CConversion::CheckResult() {
         TellCause(unwritten);
     }
     // After the record, because what a loss tells too is shown only once.
-    m_summary.isComplete = m_log.Show([this](std::uint64_t number) {
-        return m_losses.TellsLogEntry(number);
+    m_summary.isComplete = m_log.Show([this](std::uint64_t number, std::u16string_view text) {
+        return m_losses.TellsLogEntry(number) || TellsFullDisk(text);
     }) && m_summary.isComplete;
-    m_losses.Show();
+    m_losses.Show(true);
     if (!m_summary.isComplete) {
         Fail("errors and warnings may be missing, since the log cannot be read to its end");
     }

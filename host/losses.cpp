@@ -83,14 +83,14 @@ std::size_t CLosses::CountUnwritten() const {
         std::ranges::count_if(m_losses, [](const SLoss& loss) { return IsFullDisk(loss.status); }));
 }
 
-void CLosses::Show() const {
+void CLosses::Show(bool isFullDiskTold) const {
     if (!m_problem.empty()) {
         Complain(m_problem);
     }
     std::map<const SReason*, std::size_t> counts;
     for (const SLoss& loss : m_losses) {
         const SReason* const reason = FindReason(loss.reason);
-        if (reason == nullptr || IsFullDisk(loss.status)) {
+        if (reason == nullptr || (isFullDiskTold && IsFullDisk(loss.status))) {
             continue;
         }
         ++counts[reason];

@@ -38,8 +38,8 @@ public:
     // How many losses a full disk has caused, as far as they have lines.
     [[nodiscard]] std::size_t CountUnwritten() const;
     // Shows what is wrong with the record, each loss with its path, and for each reason what to do,
-    // on stderr. What a full disk has caused is left out, because that is told once.
-    void Show() const;
+    // on stderr. What a full disk has caused is left out if that is told already.
+    void Show(bool isFullDiskTold = false) const;
 
     // How many things of a target were left out for which reason. Only from a full record.
     using Counts = std::map<std::string, std::uint64_t>;

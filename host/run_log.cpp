@@ -45,7 +45,7 @@ SLogSummary CRunLog::Count() {
     return summary;
 }
 
-bool CRunLog::Show(const std::function<bool(std::uint64_t number)>& isTold) const {
+bool CRunLog::Show(const IsTold& isTold) const {
     if (!m_hasEntries) {
         return true;
     }
@@ -55,7 +55,7 @@ bool CRunLog::Show(const std::function<bool(std::uint64_t number)>& isTold) cons
     std::uint64_t number = 0;
     const SLogSummary shown = ReadLog(log, [&](bool isError, std::u16string_view text) {
         // Each entry counts, shown or not, because the record numbers all of them.
-        if (!isTold(++number) && !TellsFullDisk(text)) {
+        if (!isTold(++number, text)) {
             const std::string words = Printable(text) + (isLive ? AdviseOnEntry(text) : "");
             Tell({.level = isError ? "error" : "warning", .text = words},
                  (isError ? "error: " : "warning: ") + words);

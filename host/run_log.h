@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "host/log_reader.h"
 #include "host/result_file.h"
@@ -21,10 +22,10 @@ public:
 
     // Counts the entries. Comes before Show and Publish.
     [[nodiscard]] SLogSummary Count();
-    // Shows the entries on stderr, without those about a full disk and those of which `isTold` says
-    // that they are told already; the first entry has the number 1. False when the log cannot be
-    // read to its end.
-    [[nodiscard]] bool Show(const std::function<bool(std::uint64_t number)>& isTold) const;
+    // Shows the entries on stderr, without those of which `isTold` says that they are told already;
+    // the first entry has the number 1. False when the log cannot be read to its end.
+    using IsTold = std::function<bool(std::uint64_t number, std::u16string_view text)>;
+    [[nodiscard]] bool Show(const IsTold& isTold) const;
 
     // Has the user's file hold the log. Its missing folders are made. False, with the reason on
     // stderr, when it cannot be written.
