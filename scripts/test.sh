@@ -59,7 +59,7 @@ ctest --preset sanitize -j "$jobs"
 
 if [ "${1-}" = --faults ]; then
     title "Faults"
-    # In memory, because each of the 38,000 conversions makes and removes a hundred files.
+    # In memory, because the folders of 38,000 conversions take longer on a disk.
     TMPDIR=${TMPDIR-/dev/shm} tests/faults/faults.py build/release/tests/faults/liborv_faults.so \
         build/release/tests/faults/make_faults_package build/release/host/cas2orv
 fi
