@@ -65,7 +65,6 @@ private:
     CManifestLine m_line;
     std::uint64_t m_count = 0;
     std::uint32_t m_number = 0;  // of the line
-    bool m_isInRoot = false;
     bool m_isEnded = false;
     std::u16string m_collection;  // the open one; empty between them
 };
@@ -86,13 +85,12 @@ CLineReader::EStep CLineReader::TakeLine(Text text) {
     if (m_number == 1) {
         return text == u"<?xml version=\"1.0\" encoding=\"utf-16\"?>" ? EStep::Next : EStep::Stop;
     }
+    if (m_number == 2) {
+        return text == u"<Package Version=\"1\">" ? EStep::Next : EStep::Stop;
+    }
     const ELine kind = m_isEnded ? ELine::Other : m_line.Read(text);
     const SItem& item = m_line.GetItem();
     const bool isBare = item.attributes.empty();
-    if (!m_isInRoot) {
-        m_isInRoot = kind == ELine::Start && CheckRoot(item).empty() && item.attributes.size() == 1;
-        return m_isInRoot ? EStep::Next : EStep::Stop;
-    }
     if (!m_collection.empty()) {
         if (kind == ELine::End && item.element == m_collection) {
             m_collection.clear();
