@@ -279,8 +279,11 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     // gives no items for folders. This must stay.
     const bool isOnDrive = IsOnDrive(path);
     if (!isOnDrive && IsFolderEmpty(path)) {
-        // Without an answer it is asked again when the folder is listed.
-        static_cast<void>(AddFolder(path));
+        const int status = AddFolder(path);
+        // Any other folder is asked about again when it is listed.
+        if (status != ERROR_SUCCESS && m_assemblyProcessor.TakesFile(path)) {
+            TellUnknownMark(path, status);
+        }
     } else if (CRecord::IsFull()) {
         GetRecord().Add({.thing = EThing::Folder,
                          .reason = isOnDrive ? EReason::FolderOnDrive : EReason::FolderWithContent,
@@ -289,16 +292,25 @@ bool CCasFileTraverseManager::VisitFolder(const CFilePathW& path,
     return true;
 }
 
-void CCasFileTraverseManager::OnEmptyFolder(const CFilePathW& folder) {
-    if (!LacksItem(folder)) {
+void CCasFileTraverseManager::OnFolder(const CFilePathW& /*folder*/) {
+    m_places.reset();
+    m_placeholders = 0;
+}
+
+void CCasFileTraverseManager::OnListed(const CFilePathW& folder, std::size_t entries) {
+    if (entries != m_placeholders || !LacksItem(folder)) {
         return;
     }
     if (const int status = AddFolder(folder)) {
-        GetRecord().Add({.thing = EThing::Folder,
-                         .reason = EReason::MarkUnknown,
-                         .source = folder.ToString().View(),
-                         .status = status});
+        TellUnknownMark(folder, status);
     }
+}
+
+void CCasFileTraverseManager::TellUnknownMark(const CFilePathW& folder, int status) {
+    GetRecord().Add({.thing = EThing::Folder,
+                     .reason = EReason::MarkUnknown,
+                     .source = folder.ToString().View(),
+                     .status = status});
 }
 
 bool CCasFileTraverseManager::LacksItem(const CFilePathW& folder) const {
@@ -351,10 +363,7 @@ bool CCasFileTraverseManager::VisitFile(const CFilePathW& path, const platform::
     const std::u16string_view last = data.name;
     if (EqualsNoCase(last, kPlaceholder)) {
         GetRecord().Add({.thing = EThing::File, .reason = EReason::Placeholder, .source = name});
-        const CFilePathW folder = path.GetParent();
-        if (!IsOnDrive(folder) && IsFolderEmpty(folder)) {
-            OnEmptyFolder(folder);
-        }
+        ++m_placeholders;
         return true;
     }
     bool deleted = false;

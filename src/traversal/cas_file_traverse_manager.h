@@ -41,8 +41,8 @@ protected:
     [[nodiscard]] bool IsExcluded(const CFilePathW& folder) const override;
     void OnStart() override;
     void OnFinish() override;
-    void OnFolder(const CFilePathW& /*folder*/) override { m_places.reset(); }
-    void OnEmptyFolder(const CFilePathW& folder) override;
+    void OnFolder(const CFilePathW& folder) override;
+    void OnListed(const CFilePathW& folder, std::size_t entries) override;
     bool VisitFolder(const CFilePathW& path, const platform::SFindData& data) override;
     bool VisitFile(const CFilePathW& path, const platform::SFindData& data,
                    platform::CFindHandle& search) override;
@@ -86,9 +86,11 @@ private:
     // Adds the item of an empty folder. ERROR_READ_FAULT, and no item, when the system does not
     // tell whether it is to be deleted.
     [[nodiscard]] int AddFolder(const CFilePathW& path);
-    // Whether a folder, if it is empty, should have an item and has none. It had content when it
-    // was visited, or could not be listed then.
+    // Whether an empty folder should have an item and has none. It had content when it was visited,
+    // or could not be listed then.
     [[nodiscard]] bool LacksItem(const CFilePathW& folder) const;
+    // Tells that an empty folder has no item, because of the status of AddFolder.
+    static void TellUnknownMark(const CFilePathW& folder, int status);
     // `name` is `path` as text in what follows.
     // Adds the item of a file, which may be a shortcut and may be deleted, and copies the file.
     SBecame AddItem(const CFilePathW& path, const CStrW& name, bool shortcut, bool deleted);
@@ -121,6 +123,7 @@ private:
     CStrW m_copyName;
     // Of the folder whose entries are visited, from its first file on.
     std::optional<SPlaces> m_places;
+    std::size_t m_placeholders = 0;  // in that folder, so far
 };
 
 // The path of a payload file relative to the manifest, from a collapsed path. The first name loses

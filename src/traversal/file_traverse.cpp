@@ -48,7 +48,8 @@ public:
             // Kept until the next folder begins, because entries have only names.
             m_folder = std::move(m_walk.m_pending.front());
             m_walk.m_pending.pop_front();
-            m_isBegun = false;
+            m_count = 0;
+            m_walk.OnFolder(m_folder);
             if (GoToEntry(BeginSearch(m_search, m_folder, m_walk.m_pattern, data), data)) {
                 return true;
             }
@@ -60,28 +61,25 @@ public:
     [[nodiscard]] platform::CFindHandle& GetSearch() { return m_search; }
 
 private:
-    // Goes on from the answer of a search to what is an entry; false when there is none. Tells the
-    // walk of the folder before its first entry, and when it ends without one.
+    // Goes on from the answer of a search to what is an entry; false when there is none, of which
+    // the walk is told.
     bool GoToEntry(int status, platform::SFindData& data) {
         while (status == ERROR_SUCCESS && data.IsFolder() && IsDots(data)) {
             status = m_search.Next(data);
         }
-        const bool isFirst = !std::exchange(m_isBegun, true);
         if (status == ERROR_SUCCESS) {
-            if (isFirst) {
-                m_walk.OnFolder(m_folder);
-            }
-        } else if (status != ERROR_NO_MORE_FILES && status != ERROR_FILE_NOT_FOUND) {
+            ++m_count;
+        } else if (status == ERROR_NO_MORE_FILES || status == ERROR_FILE_NOT_FOUND) {
+            m_walk.OnListed(m_folder, m_count);
+        } else {
             m_walk.OnUnread(m_folder, status);
-        } else if (isFirst) {
-            m_walk.OnEmptyFolder(m_folder);
         }
         return status == ERROR_SUCCESS;
     }
 
     CFileTraverse& m_walk;
     CFilePathW m_folder;
-    bool m_isBegun = false;  // whether the first answer for the folder is there
+    std::size_t m_count = 0;  // of its entries so far
     platform::CFindHandle m_search;
 };
 

@@ -1,6 +1,8 @@
 // traversal/file_traverse.h - a walk through a folder tree, breadth first.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <string>
 #include <vector>
@@ -35,10 +37,10 @@ protected:
     virtual bool VisitFile(const CFilePathW& path, const platform::SFindData& data,
                            platform::CFindHandle& search) = 0;
 
-    // The first is called before the entries of a folder or root are visited, the second when there
-    // are none that match.
+    // Called before a folder or root is listed, and when that has come to its end, with the number
+    // of entries that match.
     virtual void OnFolder(const CFilePathW& /*folder*/) {}
-    virtual void OnEmptyFolder(const CFilePathW& /*folder*/) {}
+    virtual void OnListed(const CFilePathW& /*folder*/, std::size_t /*entries*/) {}
     // Called for a folder that cannot be listed to its end, and for an entry that is skipped
     // because no path can have its name.
     virtual void OnUnread(const CFilePathW& /*folder*/, int /*status*/) {}

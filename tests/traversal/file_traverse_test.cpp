@@ -30,8 +30,10 @@ public:
     std::vector<std::string> m_empty;
 
 protected:
-    void OnEmptyFolder(const CFilePathW& folder) override {
-        m_empty.push_back(Utf8(folder.GetLastSegment().GetText()));
+    void OnListed(const CFilePathW& folder, std::size_t entries) override {
+        if (entries == 0) {
+            m_empty.push_back(Utf8(folder.GetLastSegment().GetText()));
+        }
     }
     void OnFinish() override { m_isFinished = true; }
     bool VisitFolder(const CFilePathW& path, const platform::SFindData&) override {
