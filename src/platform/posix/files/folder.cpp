@@ -192,8 +192,11 @@ void CFolder::PutNames(SKnownNames known) {
 
 void CFolder::NoteAdded(const std::string& name, EEntryKind kind) {
     if (m_names) {
-        m_names->Add(name, kind);
-        // The names were read just before, to see that the name was free.
+        // The entry is there already, so names that have no memory for it are dropped.
+        std::unique_ptr<CNameSet> names = std::move(m_names);
+        names->Add(name, kind);
+        m_names = std::move(names);
+        // They were read just before, to see that the name was free.
         m_isRecent = false;
         NoteOwnChange();
     }
