@@ -141,6 +141,10 @@ bool CManifestLine::TakeAttribute(const STag& tag) {
         !TakeText(u'"', attribute.value) || !Take(u"\"")) {
         return false;
     }
+    // A namespace may be one that a parser refuses, and it comes ahead of the others there.
+    if (attribute.name == u"xmlns") {
+        return false;
+    }
     const auto others = GetAttributes(tag);
     // A dozen at most in a manifest. More are left to the parser, which finds doubles faster.
     constexpr std::size_t kMost = 32;

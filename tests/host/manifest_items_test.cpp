@@ -130,6 +130,7 @@ TEST_F(ManifestItemsTest, FaultIsToldAfterWhatIsAheadOfIt) {
         {"<File Target=\"x\" Target=\"y\" />", "line 6: the file is not well-formed"},
         {"<File Target=\"x\"></Folder>", "line 6: the file is not well-formed"},
         {"<File Target=\"&other;\" />", "line 6: the file is not well-formed"},
+        {"<File xmlns=\"http://www.w3.org/2000/xmlns/\" />", "line 6: the file is not well-formed"},
         {"<File><A><B /></A></File>", "line 6: the element 'B' is not allowed here"},
     };
     for (const auto& [fault, words] : kCases) {
