@@ -22,9 +22,10 @@ public:
 
     // Counts the entries. Comes before Show and Publish.
     [[nodiscard]] SLogSummary Count();
-    // Shows the entries on stderr, without those of which `isTold` says that they are told already;
-    // the first entry has the number 1. False when the log cannot be read to its end.
+    // The first entry has the number 1.
     using IsTold = std::function<bool(std::uint64_t number, std::u16string_view text)>;
+    // Shows the entries on stderr, without those of which `isTold` says that they are told already.
+    // False when the log cannot be read to its end.
     [[nodiscard]] bool Show(const IsTold& isTold) const;
 
     // Has the user's file hold the log. Its missing folders are made. False, with the reason on

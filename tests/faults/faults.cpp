@@ -197,7 +197,7 @@ void* __libc_realloc(void* memory, size_t size);
 // What ICU and the C library do not look at when they use something for the first time is left
 // alone, since they end the process: data of ICU, and the destructor of a variable of a thread.
 static bool IsAllocated(const void* caller) {
-    static std::atomic<const void*> seen[1024];  // callers that are not such
+    static std::atomic<const void*> seen[1024];  // callers that may fail
     std::atomic<const void*>& slot = seen[reinterpret_cast<std::uintptr_t>(caller) % 1024];
     Dl_info place = {};
     if (g_isOn && slot != caller && dladdr(caller, &place) != 0 &&

@@ -129,8 +129,8 @@ class Harness:
         if case.what in LIMITS:
             fault = {}
             if case.what == "nproc" and os.geteuid() == 0:  # who has no such limit
-                command = ["setpriv", f"--reuid={60_000 + int(case.first)}", "--inh-caps=+dac_override",
-                           "--ambient-caps=+dac_override", "--", *command]
+                command = ["setpriv", f"--reuid={60_000 + 2 * int(case.first) + (case.start != 'fresh')}",
+                           "--inh-caps=+dac_override", "--ambient-caps=+dac_override", "--", *command]
             command = ["timeout", "20", "prlimit", f"--{case.what}={case.first}", *command]
         pipes = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
         with subprocess.Popen(command, cwd=work, env={**os.environ, **fault}, **pipes) as process:
