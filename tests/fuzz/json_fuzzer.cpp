@@ -39,9 +39,15 @@ void ReadResults(const CTempFolder& folder, std::string_view bytes) {
     Require(host::ReadResultHead(folder.Path("result.json"), head, ofHead) == state);
     Require(problem == ofHead && (state == EResultState::Good) == problem.empty());
     Require(HaveSameHead(result, head));
-    // Bytes that are no UTF-8 come back as U+FFFD, and what follows a NUL is not read.
-    const bool isText = platform::Utf16ToUtf8(platform::Utf8ToUtf16(bytes)) == bytes;
-    if (state != EResultState::Good || !isText || bytes.find('\0') != bytes.npos) {
+    // Bytes that are no UTF-8, and halves of pairs in escapes, come back as U+FFFD. What follows a
+    // NUL is not read.
+    const auto isText = [](std::string_view text) {
+        return platform::Utf16ToUtf8(platform::Utf8ToUtf16(text)) == text;
+    };
+    const host::SDigests& digests = result.digests;
+    if (state != EResultState::Good || bytes.find('\0') != bytes.npos || !isText(bytes) ||
+        !isText(result.name + result.program + result.reason + result.profile + digests.profile +
+                digests.hives + digests.machine + digests.options + digests.state)) {
         return;
     }
     const auto name = platform::Utf8ToUtf16(result.name);
