@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <vector>
 
 #include "foundation/xml_escape.h"
@@ -21,6 +22,9 @@ using Text = std::u16string_view;
 
 constexpr Text kRoot = u"Package";
 constexpr Text kVersion = u"1";
+// Those of every manifest that the library writes.
+constexpr Text kFirstLines[] = {u"<?xml version=\"1.0\" encoding=\"utf-16\"?>",
+                                u"<Package Version=\"1\">"};
 constexpr std::size_t kMostShown = 60;  // units of a text in a message
 
 std::string AtLine(std::uint32_t line, const std::string& words) {
@@ -82,11 +86,8 @@ bool CLineReader::Read(std::istream& file) {
 }
 
 CLineReader::EStep CLineReader::TakeLine(Text text) {
-    if (m_number == 1) {
-        return text == u"<?xml version=\"1.0\" encoding=\"utf-16\"?>" ? EStep::Next : EStep::Stop;
-    }
-    if (m_number == 2) {
-        return text == u"<Package Version=\"1\">" ? EStep::Next : EStep::Stop;
+    if (m_number <= std::size(kFirstLines)) {
+        return text == kFirstLines[m_number - 1] ? EStep::Next : EStep::Stop;
     }
     const ELine kind = m_isEnded ? ELine::Other : m_line.Read(text);
     const SItem& item = m_line.GetItem();

@@ -141,14 +141,11 @@ bool CManifestLine::TakeAttribute(const STag& tag) {
         !TakeText(u'"', attribute.value) || !Take(u"\"")) {
         return false;
     }
-    // A namespace may be one that a parser refuses, and it comes ahead of the others there.
-    if (attribute.name == u"xmlns") {
-        return false;
-    }
     const auto others = GetAttributes(tag);
-    // A dozen at most in a manifest. More are left to the parser, which finds doubles faster.
+    // A dozen at most in a manifest. More are left to the parser, which finds doubles faster, and
+    // so is a namespace, which it may refuse, and gives ahead of the others.
     constexpr std::size_t kMost = 32;
-    if (others.size() == kMost ||
+    if (others.size() == kMost || attribute.name == u"xmlns" ||
         std::ranges::find(others, attribute.name, &platform::SXmlAttribute::name) != others.end()) {
         return false;
     }
