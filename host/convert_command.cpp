@@ -66,7 +66,7 @@ private:
     void CallLibrary();
     void CheckResult();
     [[nodiscard]] std::vector<std::u16string> FindUnsaved();
-    void TellCause(std::size_t unwritten, bool isWhole);
+    void TellCause(std::size_t unwritten);
     void WriteSums();
     void Publish();
     void Fail(const std::string& problem);
@@ -259,15 +259,14 @@ void CConversion::CheckResult() {
     const std::vector<std::u16string> unsaved = FindUnsaved();
     // The record may be cut off, and the log has no entries for some files.
     const std::size_t unwritten = std::max(m_summary.unwritten, m_losses.CountUnwritten());
-    const bool isWhole = unwritten == 0 && m_summary.isComplete && unsaved.empty();
-    if (!isWhole || !m_losses.IsComplete()) {
-        TellCause(unwritten, isWhole);
+    if (unwritten != 0 || !m_summary.isComplete || !m_losses.IsComplete() || !unsaved.empty()) {
+        TellCause(unwritten);
     }
     // After the record, because what a loss tells too is shown only once.
     m_summary.isComplete = m_log.Show([this](std::uint64_t number, std::u16string_view text) {
         return m_losses.TellsLogEntry(number) || TellsFullDisk(text);
     }) && m_summary.isComplete;
-    m_losses.Show(true);
+    m_losses.Show(/*isFullDiskTold=*/true);
     if (!m_summary.isComplete) {
         Fail("errors and warnings may be missing, since the log cannot be read to its end");
     }
@@ -290,16 +289,15 @@ std::vector<std::u16string> CConversion::FindUnsaved() {
 }
 
 // A full disk fails many things. It is told once, before all of them.
-// `isWhole` is whether it has only cut off the record.
-void CConversion::TellCause(std::size_t unwritten, bool isWhole) {
+void CConversion::TellCause(std::size_t unwritten) {
     // A full disk may be what cuts off the log that should tell of it, so the disk is asked too.
     const std::error_code error = m_output.TryWriting();
     if (unwritten != 0) {
         Fail("the disk of " + Quote(m_command.output) + " is full: " + Count(unwritten, "file") +
              " could not be written");
     } else if (error) {
+        // Fails nothing by itself: it may have cut off the record alone.
         Complain(Quote(m_command.output) + " cannot be written: " + DescribeError(error));
-        m_hasFailed = m_hasFailed || !isWhole;
     }
 }
 
